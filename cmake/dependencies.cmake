@@ -1,0 +1,13 @@
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(libobs REQUIRED IMPORTED_TARGET libobs)
+# libobs's own flags ask for instruction sets that every x86-64 has; other processors do not know them.
+get_target_property(_obs_flags PkgConfig::libobs INTERFACE_COMPILE_OPTIONS)
+if(_obs_flags)
+  list(FILTER _obs_flags EXCLUDE REGEX "^-m")
+  set_target_properties(PkgConfig::libobs PROPERTIES INTERFACE_COMPILE_OPTIONS "${_obs_flags}")
+endif()
+get_target_property(_obs_includes PkgConfig::libobs INTERFACE_INCLUDE_DIRECTORIES)
+set_target_properties(PkgConfig::libobs PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${_obs_includes}")
+
+find_package(Threads REQUIRED)
+find_package(nlohmann_json 3.6.1 REQUIRED)

@@ -1,0 +1,27 @@
+option(VANTA_BUILD_TESTS "Build the tests" ON)
+option(VANTA_BUILD_BENCH "Build the benchmarks" ON)
+option(VANTA_WERROR "Treat warnings as errors" ON)
+option(VANTA_THREAD_SAFETY "Let clang check the lock annotations" OFF)
+set(VANTA_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
+
+# Every target of the project links this; it carries warnings and sanitizers, nothing else.
+add_library(vanta_flags INTERFACE)
+if(MSVC)
+  target_compile_options(vanta_flags INTERFACE /W4 /utf-8 /permissive- $<$<BOOL:${VANTA_WERROR}>:/WX>)
+else()
+  target_compile_options(vanta_flags INTERFACE -Wall -Wextra -Wpedantic $<$<BOOL:${VANTA_WERROR}>:-Werror>)
+endif()
+if(VANTA_THREAD_SAFETY)
+  target_compile_options(vanta_flags INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
+if(VANTA_SANITIZE)
+  target_compile_options(vanta_flags INTERFACE -fsanitize=${VANTA_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(vanta_flags INTERFACE -fsanitize=${VANTA_SANITIZE})
+endif()
+
+# A missing symbol in a lazily opened module would end the process at its first call: refuse it at link time.
+function(vanta_no_undefined target)
+  if(UNIX AND NOT APPLE AND NOT (VANTA_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()

@@ -1,0 +1,68 @@
+// Annotated locks: clang's thread safety analysis (preset clang-tsa) checks what the members' annotations say. On other
+// compilers the annotations vanish.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#if defined(__clang__)
+#define VANTA_TSA(x) __attribute__((x))
+#else
+#define VANTA_TSA(x)
+#endif
+
+#define VANTA_CAPABILITY(name) VANTA_TSA(capability(name))
+#define VANTA_SCOPED_CAPABILITY VANTA_TSA(scoped_lockable)
+#define VANTA_GUARDED_BY(x) VANTA_TSA(guarded_by(x))
+#define VANTA_PT_GUARDED_BY(x) VANTA_TSA(pt_guarded_by(x))
+#define VANTA_ACQUIRED_BEFORE(...) VANTA_TSA(acquired_before(__VA_ARGS__))
+#define VANTA_ACQUIRED_AFTER(...) VANTA_TSA(acquired_after(__VA_ARGS__))
+#define VANTA_REQUIRES(...) VANTA_TSA(requires_capability(__VA_ARGS__))
+#define VANTA_REQUIRES_SHARED(...) VANTA_TSA(requires_shared_capability(__VA_ARGS__))
+#define VANTA_EXCLUDES(...) VANTA_TSA(locks_excluded(__VA_ARGS__))
+#define VANTA_ACQUIRE(...) VANTA_TSA(acquire_capability(__VA_ARGS__))
+#define VANTA_RELEASE(...) VANTA_TSA(release_capability(__VA_ARGS__))
+#define VANTA_NO_ANALYSIS VANTA_TSA(no_thread_safety_analysis)
+
+namespace vanta {
+
+class VANTA_CAPABILITY("mutex") Mutex {
+ public:
+  void Lock() VANTA_ACQUIRE() { mutex_.lock(); }
+  void Unlock() VANTA_RELEASE() { mutex_.unlock(); }
+
+ private:
+  friend class CondVar;
+  std::mutex mutex_;
+};
+
+class VANTA_SCOPED_CAPABILITY MutexLock {
+ public:
+  explicit MutexLock(Mutex &mutex) VANTA_ACQUIRE(mutex) : mutex_(mutex) { mutex_.Lock(); }
+  ~MutexLock() VANTA_RELEASE() { mutex_.Unlock(); }
+  MutexLock(const MutexLock &) = delete;
+  MutexLock &operator=(const MutexLock &) = delete;
+
+ private:
+  Mutex &mutex_;
+};
+
+// Condition variable for `Mutex`. Both waits may end without cause: callers test their condition again.
+class CondVar {
+ public:
+  void Wait(Mutex &mutex) VANTA_REQUIRES(mutex) {
+    std::unique_lock<std::mutex> held(mutex.mutex_, std::adopt_lock);
+    cond_.wait(held);
+    held.release();
+  }
+  // False when the time is up. Defined with the clock in platform/, so that tests can move time.
+  bool WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) VANTA_REQUIRES(mutex);
+  void NotifyOne() { cond_.notify_one(); }
+  void NotifyAll() { cond_.notify_all(); }
+
+ private:
+  std::condition_variable cond_;
+};
+
+}  // namespace vanta

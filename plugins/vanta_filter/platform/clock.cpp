@@ -1,0 +1,26 @@
+#include "platform/clock.h"
+
+#include <chrono>
+
+#include "module/mutex.h"
+
+namespace vanta {
+
+int64_t SteadyClockNs() {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
+
+int64_t SystemTickMs() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
+bool CondVar::WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> held(mutex.mutex_, std::adopt_lock);
+  const bool notified = cond_.wait_for(held, timeout) == std::cv_status::no_timeout;
+  held.release();
+  return notified;
+}
+
+}  // namespace vanta

@@ -1,0 +1,21 @@
+// Keyed shared textures of the host. Windows libobs declares them itself; elsewhere the host's extensions supply the
+// same four functions. Results: 0 is success, a positive value a time-out, a negative value an error.
+// Threads: [render].
+#pragma once
+
+#include <cstdint>
+
+#include <graphics/graphics.h>
+
+#include "platform/export.h"
+
+#if !defined(_WIN32)
+extern "C" {
+// Null when the handle names no shared texture.
+VANTA_HOST_API gs_texture_t *gs_texture_open_shared(uint32_t handle);
+// GS_INVALID_HANDLE when the texture is not shared.
+VANTA_HOST_API uint32_t gs_texture_get_shared_handle(gs_texture_t *texture);
+VANTA_HOST_API int gs_texture_acquire_sync(gs_texture_t *texture, uint64_t key, uint32_t timeout_ms);
+VANTA_HOST_API int gs_texture_release_sync(gs_texture_t *texture, uint64_t key);
+}
+#endif

@@ -1,0 +1,32 @@
+// The worker's thread: identity, name and priority as the operating system has them.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <thread>
+
+namespace vanta {
+
+inline constexpr int kThreadPriorityHighest = 2;  // THREAD_PRIORITY_HIGHEST
+
+// The operating system's id of the calling thread, as the host's supervision wants it.
+uint64_t CurrentThreadId();
+
+// A joinable thread whose priority can be set from outside. The constructor throws std::system_error when no thread
+// can be made; Join throws when called by the thread itself.
+class WorkerThread {
+ public:
+  WorkerThread() = default;
+  void Start(std::function<void()> main);
+  // 1 when the system granted it, 0 when not. Waits for the new thread's first instruction only.
+  int SetPriority(int priority);
+  bool Joinable() const { return thread_.joinable(); }
+  void Join() { thread_.join(); }
+
+ private:
+  std::thread thread_;
+  std::atomic<uint64_t> id_{0};
+};
+
+}  // namespace vanta
