@@ -1,0 +1,103 @@
+// What the numbers mean that cross the engine's interface: effect types, beauty types and their ranges, slots, states,
+// and the names by which people write them. Header only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "engine/records.h"
+
+namespace lumivex {
+
+// Whole stages, switched by setEffectEnabledWithEffectType. All are on at the start but green matting.
+inline constexpr LXEffectType kEffectBeauty{0};        // smooth, whiten, ruddy
+inline constexpr LXEffectType kEffectAdjust{1};        // sharpen, brightness, contrast
+inline constexpr LXEffectType kEffectLookup{2};        // colour lookup table
+inline constexpr LXEffectType kEffectRelight{3};       // soft key light
+inline constexpr LXEffectType kEffectGreenMatting{4};  // green backdrop replaced by a dark grey one; off at the start
+inline constexpr LXEffectType kEffectMakeup{5};        // not available in this version
+inline constexpr LXEffectType kEffectDeform{6};        // not available in this version
+inline constexpr LXEffectType kEffectBodySlimming{7};  // not available in this version
+inline constexpr LXEffectType kEffectMagic{8};         // not available in this version
+inline constexpr size_t kEffectTypeCount = 9;
+
+// Intensities, set by setBeautyIntensityWithType. 0 is off for every one; values outside the range are clamped to it.
+inline constexpr LXBeautyType kBeautySmooth{0};
+inline constexpr LXBeautyType kBeautyWhiten{1};
+inline constexpr LXBeautyType kBeautyRuddy{2};
+inline constexpr LXBeautyType kBeautySharpen{3};
+inline constexpr LXBeautyType kBeautyBrightness{4};
+inline constexpr LXBeautyType kBeautyContrast{5};
+inline constexpr LXBeautyType kBeautyRelight{6};
+inline constexpr size_t kBeautyTypeCount = 7;
+
+struct BeautyTypeInfo {
+  LXBeautyType type;
+  std::string_view name;  // as written on command lines and in presets
+  float minimum;
+  float maximum;
+  std::string_view what;
+};
+
+// Indexed by the type's number.
+inline constexpr BeautyTypeInfo kBeautyTypes[kBeautyTypeCount] = {
+    {kBeautySmooth, "smooth", 0.0f, 1.0f, "skin smoothing that keeps edges; low values keep the pores"},
+    {kBeautyWhiten, "whiten", 0.0f, 1.0f, "lighter, slightly less saturated skin"},
+    {kBeautyRuddy, "ruddy", 0.0f, 1.0f, "rosier skin"},
+    {kBeautySharpen, "sharpen", 0.0f, 1.0f, "sharper fine detail in the whole picture"},
+    {kBeautyBrightness, "brightness", -1.0f, 1.0f, "lighter or darker middle tones; black and white stay"},
+    {kBeautyContrast, "contrast", -1.0f, 1.0f, "more or less contrast; black, middle grey and white stay"},
+    {kBeautyRelight, "relight", 0.0f, 1.0f, "soft key light from the upper left of the upright picture"},
+};
+
+// Null for a name that no type has.
+constexpr const BeautyTypeInfo *FindBeautyType(std::string_view name) {
+  for (const BeautyTypeInfo &info : kBeautyTypes) {
+    if (info.name == name) return &info;
+  }
+  return nullptr;
+}
+
+// LXLookupInfo::type.
+inline constexpr int32_t kLookupByFileName = 0;  // ".cube" is a text table, everything else a picture
+inline constexpr int32_t kLookupCube = 1;        // .cube text, 3D
+inline constexpr int32_t kLookupPicture = 2;     // square picture of t*t tiles, each t*t pixels square
+
+// LXMediaResource::type; 1 is kMediaTypeSkipEngine.
+inline constexpr int32_t kMediaNone = 0;
+inline constexpr int32_t kMediaPicture = 2;  // not available in this version
+inline constexpr int32_t kMediaVideo = 3;    // not available in this version
+
+// The third member of LXMakeupInfo: how a layer is mixed with the skin below it. Not available in this version.
+inline constexpr int32_t kMakeupBlendNormal = 0;
+inline constexpr int32_t kMakeupBlendMultiply = 1;
+inline constexpr int32_t kMakeupBlendScreen = 2;
+inline constexpr int32_t kMakeupBlendSoftLight = 3;
+
+// Slots beside kMainEffectSlot (0) and kRecognitionGiftSlot (2).
+inline constexpr LXEffectSlot kGiftSlot{1};
+
+inline constexpr LXEffectState kEffectStateStopped{0};
+inline constexpr LXEffectState kEffectStatePlaying{1};
+inline constexpr LXEffectState kEffectStatePaused{2};
+
+// What setEffectIntensityWithType adjusts inside a magic effect.
+inline constexpr LXEffectAdjustType kAdjustEffectOpacity{0};
+inline constexpr LXEffectAdjustType kAdjustEffectLookup{1};
+inline constexpr LXEffectAdjustType kAdjustEffectMakeup{2};
+inline constexpr LXEffectAdjustType kAdjustEffectDeform{3};
+
+inline constexpr LXBodySlimmingType kSlimWhole{0};
+inline constexpr LXBodySlimmingType kSlimWaist{1};
+inline constexpr LXBodySlimmingType kSlimHip{2};
+inline constexpr LXBodySlimmingType kSlimArm{3};
+inline constexpr LXBodySlimmingType kSlimShoulder{4};
+inline constexpr LXBodySlimmingType kSlimHead{5};
+inline constexpr LXBodySlimmingType kSlimLegLength{6};
+
+inline constexpr LXBodySlimmingStatus kSlimmingIdle{0};
+inline constexpr LXBodySlimmingStatus kSlimmingActive{1};
+inline constexpr LXBodySlimmingStatus kSlimmingNoBody{2};
+
+}  // namespace lumivex
