@@ -6,7 +6,8 @@
 
 namespace vanta {
 
-// Owns: one socket. Closing twice is harmless. Threads: confined by the owner.
+// Owns: one socket, and with it one use of the system's socket library where there is such a thing.
+// Threads: confined by the owner.
 class DatagramSocket {
  public:
   DatagramSocket() = default;
@@ -14,14 +15,18 @@ class DatagramSocket {
   DatagramSocket(const DatagramSocket &) = delete;
   DatagramSocket &operator=(const DatagramSocket &) = delete;
 
-  bool Open();                      // starts the system's socket library first, where it has one
+  // False when the system gives no socket. An open socket is closed first.
+  bool Open();
   void SetLoopbackDestination(uint16_t port);
-  bool Send(const void *data, size_t size);  // false on a closed socket too
+  // Whole or not at all; false on a closed socket too.
+  bool Send(const void *data, size_t size);
+  // Harmless when closed: the system may have given the same number to somebody else since.
   void Close();
 
  private:
-  intptr_t socket_ = -1;
-  bool library_started_ = false;
+  static constexpr intptr_t kClosed = -1;
+
+  intptr_t socket_ = kClosed;
   uint16_t port_ = 0;
 };
 

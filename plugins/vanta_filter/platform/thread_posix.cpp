@@ -1,0 +1,46 @@
+#include "platform/thread.h"
+
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vanta {
+
+namespace {
+
+// One step of the thread priorities of Windows is five steps of nice.
+constexpr int kNicePerStep = 5;
+constexpr int kNiceLowest = 19;
+constexpr int kNiceHighest = -20;
+
+int NiceOf(int priority) {
+  const int bounded = std::clamp(priority, -kNiceLowest, kNiceLowest);  // keeps the product in range
+  return std::clamp(-bounded * kNicePerStep, kNiceHighest, kNiceLowest);
+}
+
+}  // namespace
+
+uint64_t CurrentThreadId() {
+  return static_cast<uint64_t>(syscall(SYS_gettid));
+}
+
+void WorkerThread::Start(std::function<void()> main) {
+  id_.store(0);
+  thread_ = std::thread([this, main = std::move(main)] {
+    id_.store(CurrentThreadId());
+    id_.notify_all();
+    main();
+  });
+}
+
+int WorkerThread::SetPriority(int priority) {
+  if (!Joinable()) return 0;
+  id_.wait(0);
+  // The niceness of one thread, as Linux has it; without the right to raise it the call is refused, which harms nobody.
+  return setpriority(PRIO_PROCESS, static_cast<id_t>(id_.load()), NiceOf(priority)) == 0 ? 1 : 0;
+}
+
+}  // namespace vanta
