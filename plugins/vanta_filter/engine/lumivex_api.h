@@ -49,24 +49,24 @@ class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
   FrameData &operator=(const FrameData &other);
   virtual ~FrameData();
 
-  uint8_t *planes[3];      // NV12: Y, interleaved UV, null
-  int32_t strides[3];      // bytes per row of each plane
-  int32_t word;            // 1 on every frame that the factory prepares
-  int32_t color_code;      // 0 601 partial, 1 601 full, 2 709 partial, 3 709 full or sRGB, 5 BT.2100
-  int32_t layout_code;     // 1 NV12, 2 I420, 3 packed
-  int32_t pixel_format;    // in: 5 shared texture, 4 no green matting, -1 plain; out: 3, 4 pixel buffer, 5 texture
+  uint8_t *planes[3];    // NV12: Y, interleaved UV, null
+  int32_t strides[3];    // bytes per row of each plane
+  int32_t word;          // 1 on every frame that the factory prepares
+  int32_t color_code;    // 0 601 partial, 1 601 full, 2 709 partial, 3 709 full or sRGB, 5 BT.2100
+  int32_t layout_code;   // 1 NV12, 2 I420, 3 packed
+  int32_t pixel_format;  // in: 5 shared texture, 4 no green matting, -1 plain; out: 3, 4 pixel buffer, 5 texture
   int32_t reserved;
-  int32_t width;           // pixels
-  int32_t height;          // pixels
-  int32_t rotation;        // degrees, clockwise, any value
-  float prepared_mark;     // kPreparedFrameMark on every prepared frame
-  uint8_t flip;            // mirror left and right
-  float tessera_ms;        // out: time of the vision step, milliseconds
-  float beauty_ms;         // out: time of the beauty step, milliseconds
-  std::string dump_text;   // out: JSON of what was applied, on a frame marked for dump
-  uint64_t timestamp;      // the host frame's, nanoseconds
-  uint64_t stamp;          // enqueue time, milliseconds of the system tick clock
-  uint8_t dump_flag;       // non-zero: the image dump follows this frame
+  int32_t width;                                      // pixels
+  int32_t height;                                     // pixels
+  int32_t rotation;                                   // degrees, clockwise, any value
+  float prepared_mark;                                // kPreparedFrameMark on every prepared frame
+  uint8_t flip;                                       // mirror left and right
+  float tessera_ms;                                   // out: time of the vision step, milliseconds
+  float beauty_ms;                                    // out: time of the beauty step, milliseconds
+  std::string dump_text;                              // out: JSON of what was applied, on a frame marked for dump
+  uint64_t timestamp;                                 // the host frame's, nanoseconds
+  uint64_t stamp;                                     // enqueue time, milliseconds of the system tick clock
+  uint8_t dump_flag;                                  // non-zero: the image dump follows this frame
   std::shared_ptr<DXGLSharedTexture> shared_texture;  // set when pixel_format comes back as 5
 };
 

@@ -70,8 +70,7 @@ VANTA_HOST_API HostAdapterDesc GetD3DAdapterInfo();
 
 // Unpacks a V210 host frame into planar 8-bit 4:2:0. `plane` takes width * height bytes of Y, then U and V of
 // width / 2 * height / 2 bytes each, back to back. Width and height are pixels.
-VANTA_HOST_API void VantaDeckV210to420P(const obs_source_frame *frame, uint8_t *plane, uint32_t width,
-                                        uint32_t height);
+VANTA_HOST_API void VantaDeckV210to420P(const obs_source_frame *frame, uint8_t *plane, uint32_t width, uint32_t height);
 
 // The colour space that `matrix` (16 floats) and the ranges (3 floats each) were derived from.
 VANTA_HOST_API video_colorspace video_format_get_colorspace_from_matrix(const float *matrix, const float *range_min,

@@ -1,0 +1,183 @@
+#include "beauty/render_output.h"
+
+#include <graphics/vec4.h>
+#include <util/base.h>
+
+#include <nlohmann/json.hpp>
+
+#include "module/host_extensions.h"
+#include "platform/fault_guard.h"
+
+namespace vanta {
+namespace {
+
+constexpr int32_t kReportFallback = 12;
+constexpr uint32_t kInfiniteWait = 0xffffffff;
+constexpr int32_t kEngineMemoryFrame = 1;  // LX::FrameData::pixel_format of a memory frame
+
+std::shared_ptr<LX::FrameData> LatestFrame(face_beauty_filter_data &filter) {
+  MutexLock lock(filter.output_mutex);
+  return filter.bgra_frame;
+}
+
+// libobs follows the parent without a test.
+void SkipFilter(face_beauty_filter_data &filter) {
+  if (obs_filter_get_parent(filter.context)) obs_source_skip_video_filter(filter.context);
+}
+
+void FallBack(const char *reason) {
+  LumivexRender::FallbackToNV12();
+  const nlohmann::json report = {{"fall_back_to_nv12", true}, {"reason", reason}};
+  blog_user_define_data_report(kReportFallback, report.dump().c_str());
+}
+
+void MatchSize(face_beauty_filter_data &filter, uint32_t cx, uint32_t cy) VANTA_REQUIRES(graphics_context) {
+  if (cx == filter.width && cy == filter.height) return;
+  gs_texrender_destroy(filter.texrender);
+  filter.texrender = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+  filter.width = cx;
+  filter.height = cy;
+  obs_enter_graphics();
+  gs_texture_destroy(filter.texture);
+  filter.texture = gs_texture_create(cx, cy, GS_RGBA, 1, nullptr, GS_DYNAMIC);
+  obs_leave_graphics();
+}
+
+// Upstream filters see their frame rendered, as they would without this filter; the result is not read here.
+void RenderChain(face_beauty_filter_data &filter, obs_source_t *target, uint32_t cx, uint32_t cy)
+    VANTA_REQUIRES(graphics_context) {
+  if (JumpTextureRenderEnable()) return;
+  gs_texrender_reset(filter.texrender);
+  if (!gs_texrender_begin(filter.texrender, cx, cy)) return;
+  vec4 colour;
+  vec4_set(&colour, 1.0f, 0.0f, 0.0f, 1.0f);
+  gs_clear(GS_CLEAR_COLOR, &colour, 0.0f, 0);
+  gs_ortho(0.0f, static_cast<float>(cx), 0.0f, static_cast<float>(cy), -100.0f, 100.0f);
+  gs_set_viewport(0, 0, static_cast<int>(cx), static_cast<int>(cy));
+  obs_source_video_render(target);
+  gs_texrender_end(filter.texrender);
+}
+
+struct Upload {
+  gs_texture_t *texture;
+  const LX::FrameData *frame;
+  bool flip;
+};
+
+void RunUpload(void *param) {
+  const Upload &upload = *static_cast<Upload *>(param);
+  gs_texture_set_image(upload.texture, upload.frame->planes[0], static_cast<uint32_t>(upload.frame->strides[0]),
+                       upload.flip);
+}
+
+// The texture has the source's present size and the pixels may come from an older frame: what does not fill the texture
+// would be read past its end.
+bool CanUpload(const LX::FrameData &frame, uint32_t width, uint32_t height) {
+  return frame.planes[0] && frame.strides[0] > 0 && static_cast<uint32_t>(frame.strides[0]) >= width * 4 &&
+         frame.height > 0 && static_cast<uint32_t>(frame.height) >= height;
+}
+
+void draw_memory_copy(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_context) {
+  if (!filter.texture) return;
+  const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
+  const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
+  if (frame && (type == kFrameTypePixelBuffer || type == kFrameTypePixelBuffer4) && filter.height != 0 &&
+      CanUpload(*frame, filter.width, filter.height)) {
+    // The pixels belong to the engine, which can lose the memory under us.
+    Upload upload{filter.texture, frame.get(), filter.flip.load(std::memory_order_relaxed)};
+    if (!RunGuarded(RunUpload, &upload))
+      blog(LOG_INFO, "[beauty][Gpu copy][FaceBeautyFilterWorker] Exception caught in gs_texture_set_image");
+  }
+  gs_effect_set_texture(gs_effect_get_param_by_name(filter.effect, "image"), filter.texture);
+  while (gs_effect_loop(filter.effect, "Draw")) gs_draw_sprite(filter.texture, 0, filter.width, filter.height);
+}
+
+// The host's call takes the handle's low word; the map keeps the whole of it.
+gs_texture_t *FindSharedTexture(face_beauty_filter_data &filter, uint64_t handle) VANTA_REQUIRES(graphics_context) {
+  const auto found = filter.shared_textures.find(handle);
+  if (found != filter.shared_textures.end()) return found->second;
+  gs_texture_t *texture = gs_texture_open_shared(static_cast<uint32_t>(handle));
+  if (texture) filter.shared_textures.emplace(handle, texture);
+  return texture;
+}
+
+void draw_shared_texture(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_context) {
+  const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
+  if (!frame) {
+    blog(LOG_WARNING, "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  bgra_frame is null");
+    return;
+  }
+  const std::shared_ptr<LX::DXGLSharedTexture> output = frame->shared_texture;
+  if (!output) {
+    blog(LOG_WARNING, "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  output_texture is null");
+    return;
+  }
+  const uint64_t handle = output->handle;
+  if (handle == 0) {
+    FallBack("handle empty");
+    blog(LOG_ERROR, "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  handle empty, downgrade to mem copy");
+    return;
+  }
+  output->waitSync();
+  gs_texture_t *texture = FindSharedTexture(filter, handle);
+  const uint64_t key = output->getKeyValue();
+  if (!texture) {
+    FallBack("gs_texture_open_shared failed");
+    blog(LOG_ERROR,
+         "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  gs_texture_open_shared failed, downgrade to mem copy");
+    return;
+  }
+  gs_effect_t *base = obs_get_base_effect(OBS_EFFECT_DEFAULT);
+  if (key != 0) {
+    const int ret = gs_texture_acquire_sync(texture, key, kInfiniteWait);
+    if (ret != 0) {
+      blog(LOG_WARNING,
+           "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  gs_texture_acquire_sync failed, ret=%d, skip", ret);
+      return;
+    }
+  }
+  while (gs_effect_loop(base, "Draw"))
+    obs_source_draw(texture, 0, 0, 0, 0, filter.flip.load(std::memory_order_relaxed));
+  if (key != 0) {
+    gs_texture_release_sync(texture, key + 1);
+    output->setKeyValue(key + 1);
+  }
+}
+
+bool IsMemoryFrameOnGpuPath(face_beauty_filter_data &filter) {
+  const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
+  return frame && frame->pixel_format == kEngineMemoryFrame;
+}
+
+}  // namespace
+
+void RenderBeautyOutput(face_beauty_filter_data &filter) {
+  const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
+  if (type < kFrameTypePixelBuffer || type > kFrameTypeSharedTexture) {
+    SkipFilter(filter);
+    return;
+  }
+  if (IsMemoryFrameOnGpuPath(filter)) {
+    SkipFilter(filter);
+    FallBack("format_nv12");
+    return;
+  }
+  obs_source_t *target = obs_filter_get_target(filter.context);
+  obs_source_t *parent = obs_filter_get_parent(filter.context);
+  if (!parent) return;
+  const uint32_t cx = obs_source_get_base_width(parent);
+  const uint32_t cy = obs_source_get_base_height(parent);
+
+  gs_viewport_push();
+  gs_projection_push();
+  MatchSize(filter, cx, cy);
+  RenderChain(filter, target, cx, cy);
+  if (type == kFrameTypeSharedTexture)
+    draw_shared_texture(filter);
+  else
+    draw_memory_copy(filter);
+  gs_projection_pop();
+  gs_viewport_pop();
+}
+
+}  // namespace vanta
