@@ -16,7 +16,8 @@ LUMIVEX_API void lumivex_set_delay_ms(int milliseconds);        // added to ever
 LUMIVEX_API void lumivex_set_start_delay_ms(int milliseconds);  // createEngine takes this much longer
 LUMIVEX_API void lumivex_set_stop_delay_ms(int milliseconds);   // so does an engine's destruction
 
-// After so many more frames, counted over all engines, every frame fails (processFrameData gives null). Negative: never.
+// After so many more frames, counted over all engines, every frame fails (processFrameData gives null). Negative:
+// never.
 LUMIVEX_API void lumivex_set_fail_after_frames(int frames);
 
 }  // extern "C"

@@ -1,0 +1,190 @@
+#include "engine.h"
+
+#include <util/base.h>
+
+#include <chrono>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "engine_control.h"
+#include "orientation.h"
+#include "yuv_space.h"
+
+namespace lumivex {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Clock = std::chrono::steady_clock;
+
+constexpr int32_t kNoGreenMatting = 4;  // in FrameData::pixel_format, going in
+constexpr int32_t kMemoryFrame = 1;     // in FrameData::pixel_format, coming back
+
+float MillisecondsSince(Clock::time_point start) {
+  return std::chrono::duration<float, std::milli>(Clock::now() - start).count();
+}
+
+template <typename Work>
+void Timed(float &milliseconds, Work &&work) {
+  const Clock::time_point start = Clock::now();
+  work();
+  milliseconds = MillisecondsSince(start);
+}
+
+// Relative names that are not found as they stand are looked up among the tables that come with the engine.
+std::string LookupPath(const std::string &root, const std::string &path) {
+  std::error_code error;
+  if (path.empty() || std::filesystem::exists(path, error)) return path;
+  const std::filesystem::path own = std::filesystem::path(root) / "lookups" / path;
+  return std::filesystem::exists(own, error) ? own.string() : path;
+}
+
+}  // namespace
+
+bool Engine::Process(LX::FrameData &frame) {
+  const Clock::time_point start = Clock::now();
+  const std::optional<Nv12View> view = ViewOf(frame);
+  if (!view) {
+    stats_.AddFailure();
+    return false;
+  }
+  FrameTimes times;
+  RunStages(frame, *view, times);
+  DelayFrame();
+  frame.pixel_format = kMemoryFrame;
+  times.beauty = MillisecondsSince(start) - times.vision;
+  frame.tessera_ms = times.vision;
+  frame.beauty_ms = times.beauty;
+  stats_.AddFrame(times);
+  if (frame.dump_flag != 0) frame.dump_text = DumpText(frame, times);
+  return true;
+}
+
+void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
+  const YuvSpace space = SpaceOf(frame.color_code);
+  // The backdrop goes first, while its colour is still the camera's.
+  if (applied_.Enabled(kEffectGreenMatting) && frame.pixel_format != kNoGreenMatting) {
+    Timed(times[Stage::kGreenMatting], [&] { green_matting_.Apply(view, space); });
+  }
+  RunBeauty(view, space, times);
+  if (const float relight = applied_.Beauty(kBeautyRelight); relight > 0.0f && applied_.Enabled(kEffectRelight)) {
+    const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
+    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, relight); });
+  }
+  const bool adjust = applied_.Enabled(kEffectAdjust);
+  const float brightness = applied_.Beauty(kBeautyBrightness);
+  const float contrast = applied_.Beauty(kBeautyContrast);
+  if (adjust && (brightness != 0.0f || contrast != 0.0f)) {
+    Timed(times[Stage::kTone], [&] { tone_.Apply(view, space, brightness, contrast); });
+  }
+  if (applied_.lookup && applied_.lookup_intensity > 0.0f && applied_.Enabled(kEffectLookup)) {
+    Timed(times[Stage::kLookup], [&] { lookup_.Apply(view, space, applied_.lookup, applied_.lookup_intensity); });
+  }
+  if (const float sharpen = applied_.Beauty(kBeautySharpen); adjust && sharpen > 0.0f) {
+    Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen); });
+  }
+}
+
+void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
+  const BeautyStrength strength = applied_.SkinStrength();
+  if (!strength.Any()) return;
+  Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space); });
+  times.vision = times[Stage::kSkin];
+  if (!times.skin_found) return;
+  Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
+}
+
+void Engine::EndBatch() {
+  if (batch_depth_ == 0) return;
+  if (--batch_depth_ == 0) Publish();
+}
+
+void Engine::Publish() {
+  if (batch_depth_ == 0) applied_ = edited_;
+}
+
+void Engine::SetBeautyIntensity(LXBeautyType type, float intensity) {
+  if (!SetBeauty(edited_.beauty, type, intensity)) {
+    blog(LOG_WARNING, "[lumivex] no beauty type %d, types go from 0 to %d", static_cast<int>(type),
+         static_cast<int>(kBeautyTypeCount) - 1);
+    return;
+  }
+  Publish();
+}
+
+void Engine::SetEffectEnabled(LXEffectType type, bool enabled) {
+  if (!SetEnabled(edited_, type, enabled)) {
+    blog(LOG_WARNING, "[lumivex] no effect type %d, types go from 0 to %d", static_cast<int>(type),
+         static_cast<int>(kEffectTypeCount) - 1);
+    return;
+  }
+  Publish();
+}
+
+void Engine::SetNaturality(float naturality) {
+  edited_.naturality = Clamped(naturality, 0.0f, 1.0f);
+  Publish();
+}
+
+void Engine::SetLookup(const std::string &path, float intensity, int32_t type) {
+  edited_.lookup.reset();
+  edited_.lookup_name.clear();
+  edited_.lookup_intensity = Clamped(intensity, 0.0f, 1.0f);
+  if (!path.empty()) {
+    LookupFile file = ReadLookup(LookupPath(root_, path), type);
+    if (file.table) {
+      edited_.lookup = std::move(file.table);
+      edited_.lookup_name = path;
+    } else {
+      blog(LOG_WARNING, "[lumivex] lookup table %s: %s; %s", path.c_str(), file.reason.c_str(), file.remedy.c_str());
+    }
+  }
+  Publish();
+}
+
+void Engine::SetLookupIntensity(float intensity) {
+  edited_.lookup_intensity = Clamped(intensity, 0.0f, 1.0f);
+  Publish();
+}
+
+void Engine::SetGroup(const std::string &text, bool is_group) {
+  if (text.empty()) return;
+  const PresetFile file = ReadPreset(root_, text, is_group);
+  if (!file.values) {
+    blog(LOG_WARNING, "[lumivex] beauty preset %s: %s: %s; beauty stays as it is", text.c_str(), file.file.c_str(),
+         file.reason.c_str());
+    return;
+  }
+  edited_.beauty = *file.values;
+  edited_.group = text;
+  Publish();
+}
+
+std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times) const {
+  Json stages = Json::object();
+  for (size_t i = 0; i < kStageCount; ++i) {
+    if (times.stages[i] >= 0.0f) stages[kStageNames[i]] = times.stages[i];
+  }
+  Json beauty = Json::object();
+  for (const BeautyTypeInfo &info : kBeautyTypes) beauty[std::string(info.name)] = applied_.Beauty(info.type);
+  const Json json = {
+      {"engine", "lumivex"},
+      {"frame",
+       {{"width", frame.width},
+        {"height", frame.height},
+        {"rotation", frame.rotation},
+        {"flip", frame.flip != 0},
+        {"color_code", frame.color_code},
+        {"timestamp", frame.timestamp}}},
+      {"group", applied_.group},
+      {"beauty", std::move(beauty)},
+      {"naturality", applied_.naturality},
+      {"lookup", {{"name", applied_.lookup_name}, {"intensity", applied_.lookup_intensity}}},
+      {"stages_ms", std::move(stages)},
+      {"tessera_ms", times.vision},
+      {"beauty_ms", times.beauty},
+  };
+  // Names of files need not be UTF-8.
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace lumivex

@@ -1,0 +1,64 @@
+// One engine: takes commands, and works on frames.
+#pragma once
+
+#include <string>
+
+#include "beauty_stage.h"
+#include "effect_settings.h"
+#include "engine/lumivex_api.h"
+#include "engine_stats.h"
+#include "green_matting_stage.h"
+#include "lookup_stage.h"
+#include "nv12_view.h"
+#include "preset.h"
+#include "relight_stage.h"
+#include "sharpen_stage.h"
+#include "tone_stage.h"
+
+namespace lumivex {
+
+// Commands change the edited settings; frames are worked on with the applied ones. The two are the same except between
+// BeginBatch and EndBatch.
+// Owns: settings and every stage's scratch memory. Borrows: the frame, for the call. Threads: one at a time.
+class Engine {
+ public:
+  // `root` is the folder faceless_builtin.
+  explicit Engine(std::string root) : root_(std::move(root)) {}
+
+  // Changes the frame in place. False for a frame that is no NV12 picture.
+  bool Process(LX::FrameData &frame);
+
+  void BeginBatch() { ++batch_depth_; }
+  void EndBatch();
+
+  void SetBeautyIntensity(LXBeautyType type, float intensity);
+  void SetEffectEnabled(LXEffectType type, bool enabled);
+  void SetNaturality(float naturality);
+  void SetLookup(const std::string &path, float intensity, int32_t type);
+  void SetLookupIntensity(float intensity);
+  void SetGroup(const std::string &text, bool is_group);
+
+  EngineStats &Stats() { return stats_; }
+  const EngineStats &Stats() const { return stats_; }
+
+ private:
+  void Publish();
+  void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
+  std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
+
+  const std::string root_;
+  EffectSettings edited_;
+  EffectSettings applied_;
+  int batch_depth_ = 0;
+  EngineStats stats_;
+
+  GreenMattingStage green_matting_;
+  BeautyStage beauty_;
+  RelightStage relight_;
+  ToneStage tone_;
+  LookupStage lookup_;
+  SharpenStage sharpen_;
+};
+
+}  // namespace lumivex

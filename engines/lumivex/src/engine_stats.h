@@ -1,0 +1,58 @@
+// What the engine did and how long it took, per frame and summed up.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace lumivex {
+
+enum class Stage { kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kCount };
+
+inline constexpr size_t kStageCount = static_cast<size_t>(Stage::kCount);
+inline constexpr std::array<const char *, kStageCount> kStageNames = {"green_matting", "skin",   "beauty", "relight",
+                                                                      "tone",          "lookup", "sharpen"};
+
+// One frame. Milliseconds; negative for a stage that did not run.
+struct FrameTimes {
+  FrameTimes() { stages.fill(-1.0f); }
+
+  float &operator[](Stage stage) { return stages[static_cast<size_t>(stage)]; }
+  float operator[](Stage stage) const { return stages[static_cast<size_t>(stage)]; }
+
+  std::array<float, kStageCount> stages;
+  float vision = 0.0f;
+  float beauty = 0.0f;
+  bool skin_found = false;
+};
+
+struct TimeSum {
+  void Add(float milliseconds);
+
+  uint64_t count = 0;
+  double total = 0.0;  // milliseconds
+  double most = 0.0;
+};
+
+// Texts are compact JSON without any per cent sign, since hosts hand them to printf-like functions.
+// Threads: one at a time.
+class EngineStats {
+ public:
+  void AddFrame(const FrameTimes &times);
+  void AddFailure() { ++failed_; }
+  void Clear();  // all but the vision step's figures, which count from the engine's start
+
+  std::string Text() const;
+  std::string VisionText() const;
+
+ private:
+  uint64_t failed_ = 0;
+  TimeSum beauty_;
+  TimeSum vision_in_frames_;
+  std::array<TimeSum, kStageCount> stages_;
+  TimeSum vision_;
+  uint64_t skin_frames_ = 0;
+};
+
+}  // namespace lumivex

@@ -1,0 +1,46 @@
+#include <atomic>
+
+#include "engine/lumivex_api.h"
+
+namespace LX {
+
+FrameData::FrameData()
+    : planes{},
+      strides{},
+      word(0),
+      color_code(2),
+      layout_code(1),
+      pixel_format(-1),
+      reserved(0),
+      width(0),
+      height(0),
+      rotation(0),
+      prepared_mark(0.0f),
+      flip(0),
+      tessera_ms(0.0f),
+      beauty_ms(0.0f),
+      timestamp(0),
+      stamp(0),
+      dump_flag(0) {}
+
+// A copy names the same pixels and does not keep them alive.
+FrameData::FrameData(const FrameData &other) = default;
+FrameData &FrameData::operator=(const FrameData &other) = default;
+FrameData::~FrameData() = default;
+
+// The engine's output is memory in this version, so nothing is ever being written when a host looks.
+struct DXGLSharedTexture::State {
+  std::atomic<uint64_t> key{0};
+};
+
+DXGLSharedTexture::DXGLSharedTexture() : state_(std::make_shared<State>()) {}
+DXGLSharedTexture::~DXGLSharedTexture() = default;
+void DXGLSharedTexture::waitSync() {}
+uint64_t DXGLSharedTexture::getKeyValue() {
+  return state_->key.load(std::memory_order_acquire);
+}
+void DXGLSharedTexture::setKeyValue(uint64_t key) {
+  state_->key.store(key, std::memory_order_release);
+}
+
+}  // namespace LX

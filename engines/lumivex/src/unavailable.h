@@ -1,0 +1,23 @@
+// Says once per process, for each feature that this version lacks, that a command for it has no effect.
+#pragma once
+
+namespace lumivex {
+
+enum class Feature {
+  kGpuOutput,
+  kMakeup,
+  kDeform,
+  kBodySlimming,
+  kMagicEffect,
+  kMedia,
+  kGame,
+  kCustomImage,
+  kInteractiveBox,
+  kVisionParameters,
+  kCount
+};
+
+// Threads: any.
+void LogUnavailable(Feature feature);
+
+}  // namespace lumivex
