@@ -1,9 +1,10 @@
 /* The embedding program's side of vanta_host: what a host application sets, reads and subscribes to.
  *
- * vanta_host answers, on public libobs, every call that the vanta_filter module makes to its host. A program that embeds
- * it calls vanta_host_attach() after each obs_startup() and before it loads modules; where nobody does (a host that knows
- * nothing of it), the first filter registration attaches it. All functions may be called from any thread unless a comment
- * says otherwise. Everything here is process-wide; the defaults are those of a host that wants the best result.
+ * vanta_host answers, on public libobs, every call that the vanta_filter module makes to its host. A program that
+ * embeds it calls vanta_host_attach() after each obs_startup() and before it loads modules; where nobody does (a host
+ * that knows nothing of it), the first filter registration attaches it. All functions may be called from any thread
+ * unless a comment says otherwise. Everything here is process-wide; the defaults are those of a host that wants the
+ * best result.
  */
 #ifndef VANTA_HOST_H
 #define VANTA_HOST_H
@@ -34,33 +35,37 @@ extern "C" {
  * character type locale (LC_CTYPE) if the program still runs in "C". Harmless when called twice for one obs_startup().
  * False when libobs is not started. */
 VANTA_HOST_C_API bool vanta_host_attach(void);
-/* Forgets everything that belongs to one obs_startup(); call before obs_shutdown(). The switches keep their values. */
+/* Forgets what belongs to one obs_startup() (the engine's state, a jump that the host layer set, the adapter's name)
+ * and ends the watchdog's thread until the next worker starts; call before obs_shutdown(), from no callback of this
+ * header. Switches, flags and reports stay. Where nobody calls it, the next attach after a new obs_startup() does this
+ * work. */
 VANTA_HOST_C_API void vanta_host_detach(void);
 
 /* ---- Switches that the module polls ---- */
 
 enum vanta_host_switch {
-	VANTA_SWITCH_ASYNC_BEAUTY,        /* EnableAsyncBeautyOption: commands go through the worker's queue. Default on */
-	VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default off: the open engine works without one */
-	VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
-	VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
-	VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */
-	VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap. Default on */
-	VANTA_SWITCH_FACE_POINT_BY_LX,    /* FacePointByLX. Default off: the landmark filter finds the points */
-	VANTA_SWITCH_COUNT
+  VANTA_SWITCH_ASYNC_BEAUTY,        /* EnableAsyncBeautyOption: commands go through the worker's queue. Default on */
+  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default off: the open engine works without one */
+  VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
+  VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
+  VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */
+  VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap. Default on */
+  VANTA_SWITCH_FACE_POINT_BY_LX,    /* FacePointByLX. Default off: the landmark filter finds the points */
+  VANTA_SWITCH_COUNT
 };
 VANTA_HOST_C_API void vanta_host_set_switch(enum vanta_host_switch which, bool on);
 VANTA_HOST_C_API bool vanta_host_get_switch(enum vanta_host_switch which);
-/* The switch's short name for options and reports ("async-commands", "gl-context", ...); NULL past the end. */
+/* The switch's short name for options and reports, in the order above: "async-commands", "gl-context",
+ * "destroy-gl-window", "frame-flip", "skip-chain-render", "async-gpu-map", "engine-face-points"; NULL past the end. */
 VANTA_HOST_C_API const char *vanta_host_switch_name(enum vanta_host_switch which);
 
 /* ---- Flags that the module and the host share ---- */
 
 enum vanta_host_flag {
-	VANTA_FLAG_SHARED_TEXTURE,          /* the shared-texture output path is on */
-	VANTA_FLAG_SHARED_TEXTURE_FALLBACK, /* a fall-back from it has been recorded */
-	VANTA_FLAG_DEINTERLACE,             /* a deinterlaced source has been seen; the module never clears it */
-	VANTA_FLAG_COUNT
+  VANTA_FLAG_SHARED_TEXTURE,          /* the shared-texture output path is on */
+  VANTA_FLAG_SHARED_TEXTURE_FALLBACK, /* a fall-back from it has been recorded */
+  VANTA_FLAG_DEINTERLACE,             /* a deinterlaced source has been seen; the module never clears it */
+  VANTA_FLAG_COUNT
 };
 VANTA_HOST_C_API void vanta_host_set_flag(enum vanta_host_flag which, bool on);
 VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
@@ -68,55 +73,62 @@ VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 /* ---- Thread supervision ---- */
 
 struct vanta_host_worker {
-	uint64_t id;           /* operating-system thread id */
-	char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ... */
-	bool busy;             /* at work on something, by its last word */
-	uint64_t timestamp_ns; /* os_gettime_ns() of its last sign of life; 0: idle */
+  uint64_t id;           /* operating-system thread id */
+  char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ... */
+  bool busy;             /* at work on something, by its last word */
+  uint64_t timestamp_ns; /* os_gettime_ns() of its last sign of life; 0: idle */
 };
-/* Fills at most `capacity` entries; returns how many workers there are. */
+/* Fills at most `capacity` entries, in the order in which the workers began; returns how many workers there are. */
 VANTA_HOST_C_API size_t vanta_host_get_workers(struct vanta_host_worker *out, size_t capacity);
-/* A worker that stays on one frame for longer is logged once for that frame. Default 5000 ms; 0 switches it off. */
+/* A worker that stays on one frame for longer is logged (a warning), once for that frame. It is found within a quarter
+ * of the limit or a second, whichever is less. Default 5000 ms; 0 switches it off. */
 VANTA_HOST_C_API void vanta_host_set_watchdog_ms(uint32_t busy_ms);
 /* How long each of the three ...ThreadSleep hooks blocks after a frame. Default 0. */
-VANTA_HOST_C_API void vanta_host_set_worker_sleep_us(uint32_t beauty_us, uint32_t landmark_us, uint32_t landmark_gpu_us);
+VANTA_HOST_C_API void vanta_host_set_worker_sleep_us(uint32_t beauty_us, uint32_t landmark_us,
+                                                     uint32_t landmark_gpu_us);
 
 /* ---- Reports ---- */
 
 /* `body` is valid during the call only. Called on the reporting thread, without a lock held. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
-/* One subscriber; NULL unsubscribes and waits for a call in progress on another thread. */
+/* One subscriber; NULL unsubscribes. On return the former one is in no call any more, so its `param` may go; only a
+ * call from inside a subscriber does not wait. */
 VANTA_HOST_C_API void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param);
-/* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator;
- * false past the end. */
-VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t size, uint64_t *time_ns);
+/* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator,
+ * between UTF-8 characters. Each of the three outputs may be NULL. False past the end. */
+VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t size,
+                                            uint64_t *time_ns);
 VANTA_HOST_C_API void vanta_host_clear_reports(void);
 
 /* ---- Engine start-up and the jump state ---- */
 
-/* How the last engine start ended. On false the host sets the jump state, so that the picture passes untouched; on a
- * later true it takes back the jump that it set itself. */
-enum vanta_host_engine_state {
-	VANTA_ENGINE_UNKNOWN,
-	VANTA_ENGINE_RUNNING,
-	VANTA_ENGINE_MISSING
-};
+/* How the last engine start of any filter ended. When one is missing the host layer sets the jump state, so that the
+ * picture passes untouched; when a later start succeeds it takes back the jump that it set itself. The jump is the
+ * process's: one missing engine lets the pictures of all filters pass. A jump that the application has set stays as it
+ * is. While a jump stands no frame reaches a worker, so no engine start is tried again: an application that wants one
+ * clears the jump with ILumivex::SetFacelessJumpInfo({false, 0}); the next frame starts an engine if it has another
+ * size than the last one that a worker saw, or if the filter's settings ask for the other interop choice. */
+enum vanta_host_engine_state { VANTA_ENGINE_UNKNOWN, VANTA_ENGINE_RUNNING, VANTA_ENGINE_MISSING };
 VANTA_HOST_C_API enum vanta_host_engine_state vanta_host_get_engine_state(void);
 /* jump_type of the jump that the host sets itself. */
 #define VANTA_JUMP_TYPE_NO_ENGINE 1
-/* The module's control object (an ILumivex *), or NULL before the module is loaded. */
+/* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
+ * the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
 
 /* ---- Image dump ---- */
 
-/* Marks the next frame that enters `filter` with `id` (not 0). Every other frame's mark is cleared, since libobs
- * recycles frame records. False when `filter` is no filter of the module. */
+/* Marks the next frame that enters `filter` with `id` (not 0); a second mark before that frame replaces the first.
+ * Every other frame's mark is cleared, since libobs recycles frame records. False when `id` is 0 or `filter` is no
+ * filter of the module that sees frames. The caller holds a reference on `filter`, here and below. */
 VANTA_HOST_C_API bool vanta_host_mark_next_frame(obs_source_t *filter, uint32_t id);
 /* The filter's latest dump JSON, valid until its next dump; false when the filter has no such callback or no text. */
 VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char **text, uint32_t *length);
 
 /* ---- Adapter ---- */
 
-/* Name of the adapter that libobs renders on, in UTF-8; empty before video is up. Valid until the next call. */
+/* Name of the adapter that libobs renders on, in UTF-8; empty before video is up. Valid until the thread's next call.
+ * May enter the graphics context: not for worker threads. */
 VANTA_HOST_C_API const char *vanta_host_adapter_name(void);
 
 #ifdef __cplusplus

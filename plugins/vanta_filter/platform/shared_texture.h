@@ -10,6 +10,9 @@
 #include "platform/export.h"
 
 #if !defined(_WIN32)
+// As in libobs for Windows.
+inline constexpr uint32_t GS_INVALID_HANDLE = UINT32_MAX;
+
 extern "C" {
 // Null when the handle names no shared texture.
 VANTA_HOST_API gs_texture_t *gs_texture_open_shared(uint32_t handle);

@@ -1,0 +1,13 @@
+// The way to the module's control object.
+#pragma once
+
+#include "engine/i_faceless.h"
+
+namespace vanta_host {
+
+// Remembers the library that `address` lies in as the module. An address of another library changes the module.
+void RememberModule(const void *address);
+// Null while no module that exports the door is loaded. The object lives as long as the module. Threads: any.
+ILumivex *FindControl();
+
+}  // namespace vanta_host

@@ -1,0 +1,53 @@
+// One set of plain functions for each type of the table: libobs's callbacks carry no word of the type they belong to.
+#include <utility>
+
+#include "adapter.h"
+#include "filter_table.h"
+
+namespace vanta_host {
+namespace {
+
+template <size_t kType>
+void *Create(obs_data_t *settings, obs_source_t *source) {
+  LearnAdapter();  // the module's workers ask for it, and must not enter the graphics context
+  return Filters().Create(kType, settings, source);
+}
+
+template <size_t kType>
+void Destroy(void *data) {
+  Filters().Destroy(kType, data);
+}
+
+template <size_t kType>
+obs_source_frame *FilterVideo(void *data, obs_source_frame *frame) {
+  return Filters().FilterVideo(kType, data, frame);
+}
+
+struct Trampolines {
+  decltype(obs_source_info::create) create;
+  decltype(obs_source_info::destroy) destroy;
+  decltype(obs_source_info::filter_video) filter_video;
+};
+
+template <size_t... kTypes>
+constexpr std::array<Trampolines, sizeof...(kTypes)> AllTrampolines(std::index_sequence<kTypes...>) {
+  return {{{Create<kTypes>, Destroy<kTypes>, FilterVideo<kTypes>}...}};
+}
+
+constexpr auto kTrampolines = AllTrampolines(std::make_index_sequence<FilterTable::kTypes>());
+
+}  // namespace
+
+bool InstallTrampolines(const HostSourceInfo &record, obs_source_info &info) {
+  const size_t type = Filters().AddType(record);
+  if (type == FilterTable::kNoType) return false;
+  // An empty slot tells libobs that the filter lacks the callback, so it stays empty.
+  if (info.create && info.destroy) {
+    info.create = kTrampolines[type].create;
+    info.destroy = kTrampolines[type].destroy;
+  }
+  if (info.filter_video) info.filter_video = kTrampolines[type].filter_video;
+  return true;
+}
+
+}  // namespace vanta_host
