@@ -1,0 +1,88 @@
+#include "beauty_control.h"
+
+#include <lumivex/lumivex_control.h>
+#include <lumivex/lumivex_values.h>
+
+#include <obs.hpp>
+
+#include <cstring>
+#include <filesystem>
+
+#include "vanta_host.h"
+
+namespace vanta_run {
+namespace {
+
+// Cut to the record's length, terminator included.
+void CopyPath(char (&target)[kEnginePathSize], const std::string &text) {
+  std::strncpy(target, text.c_str(), kEnginePathSize - 1);
+  target[kEnginePathSize - 1] = '\0';
+}
+
+LXLookupInfo LookupInfo(const LookupOption &option) {
+  LXLookupInfo info{};
+  CopyPath(info.path, std::filesystem::absolute(option.path).string());
+  info.intensity = option.intensity;
+  info.dimension = 0;  // the file says
+  info.type = lumivex::kLookupByFileName;
+  return info;
+}
+
+LXGroupConfig GroupConfig(const std::string &group) {
+  std::error_code ignored;
+  LXGroupConfig config{};
+  CopyPath(config.path, std::filesystem::exists(group, ignored) ? std::filesystem::absolute(group).string() : group);
+  return config;
+}
+
+}  // namespace
+
+ILumivex *BeautyControl::Faceless() {
+  return static_cast<ILumivex *>(vanta_host_get_faceless());
+}
+
+void BeautyControl::SetUpHost() const {
+  for (const auto &[which, on] : options_.switches) vanta_host_set_switch(which, on);
+  lumivex_set_available(options_.engine);
+  lumivex_set_delay_ms(static_cast<int>(options_.engine_delay_ms));
+}
+
+void BeautyControl::SendSnapshot() const {
+  ILumivex *faceless = Faceless();
+  if (faceless == nullptr) return;
+  FacelessEngineSnapshot snapshot;
+  for (const auto &[type, on] : options_.effects) snapshot.effect_enabled[type] = on;
+  for (const auto &[type, intensity] : options_.beauty) snapshot.beauty[type] = intensity;
+  if (options_.lookup) snapshot.lookup = LookupInfo(*options_.lookup);
+  if (!options_.group.empty()) snapshot.group = GroupConfig(options_.group);
+  faceless->SetEngineSnapshot(snapshot);
+}
+
+void BeautyControl::SendCommands() const {
+  ILumivex *faceless = Faceless();
+  if (faceless == nullptr) return;
+  faceless->BeginBatchCommand();
+  if (!options_.group.empty()) faceless->SetBeautyGroupPath(GroupConfig(options_.group));
+  for (const auto &[type, on] : options_.effects) faceless->SetEffectEnabledWithEffectType(type, on);
+  if (options_.lookup) faceless->SetLookupInfo(LookupInfo(*options_.lookup));
+  for (const auto &[type, intensity] : options_.beauty) faceless->SetBeautyIntensityWithType(type, intensity);
+  faceless->EndBatchCommand();
+}
+
+void BeautyControl::StopEngine(obs_source_t *filter) const {
+  lumivex_set_available(false);
+  UpdateFilter(filter, vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE) ? R"({"lx_enable_nvdx_interop":"close"})"
+                                                                      : R"({"lx_enable_nvdx_interop":"open"})");
+}
+
+std::vector<StatisticsSample> BeautyControl::Statistics() const {
+  ILumivex *faceless = Faceless();
+  return faceless != nullptr ? faceless->GetBeautyStatistics() : std::vector<StatisticsSample>{};
+}
+
+void UpdateFilter(obs_source_t *filter, const char *json) {
+  OBSDataAutoRelease settings = obs_data_create_from_json(json);
+  obs_source_update(filter, settings);
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,36 @@
+// Puts what the command line asks for before the module's control object and the engine's controls.
+#pragma once
+
+#include <obs.h>
+
+#include <vector>
+
+#include "engine/i_faceless.h"
+#include "options.h"
+
+namespace vanta_run {
+
+// Threads: [control].
+class BeautyControl {
+ public:
+  explicit BeautyControl(const Options &options) : options_(options) {}
+
+  // Host switches and the engine's controls. Before the module is loaded.
+  void SetUpHost() const;
+  // The snapshot, which every engine made later is given. After the module is loaded, before the filter is made.
+  void SendSnapshot() const;
+  // The same as live commands, for the engine that runs already. After the filter is made.
+  void SendCommands() const;
+  // Takes the engine away: the next one cannot be made, and the request makes the worker want a new one.
+  void StopEngine(obs_source_t *filter) const;
+
+  std::vector<StatisticsSample> Statistics() const;
+
+ private:
+  static ILumivex *Faceless();
+  const Options &options_;
+};
+
+void UpdateFilter(obs_source_t *filter, const char *json);
+
+}  // namespace vanta_run

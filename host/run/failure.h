@@ -1,0 +1,31 @@
+// What ends a run early: one line for the user and the exit code that tells scripts the kind of failure.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace vanta_run {
+
+enum ExitCode : int {
+  kExitOk = 0,
+  kExitInternal = 1,      // something that none of the others names
+  kExitUsage = 2,         // unknown option, bad value
+  kExitInput = 3,         // unreadable, no video in it, or no picture came out of it
+  kExitDisplay = 4,       // no display and no way to get one, or no OpenGL on it
+  kExitModule = 5,        // the filter or one of libobs's stock plug-ins is missing
+  kExitOutput = 6,        // a file could not be written whole
+  kExitInterrupted = 130  // Ctrl-C or SIGTERM; what was written until then is whole
+};
+
+class Failure : public std::runtime_error {
+ public:
+  // The line reads "SUBJECT: REASON; REMEDY".
+  Failure(ExitCode code, const std::string &subject, const std::string &reason, const std::string &remedy)
+      : std::runtime_error(subject + ": " + reason + "; " + remedy), code_(code) {}
+  ExitCode code() const { return code_; }
+
+ private:
+  ExitCode code_;
+};
+
+}  // namespace vanta_run

@@ -1,0 +1,80 @@
+// Counts and times frames on both sides of the beauty filter, and follows marked frames through it.
+#pragma once
+
+#include <obs.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace vanta_run {
+
+struct FrameCopyDeleter {
+  void operator()(obs_source_frame *frame) const { obs_source_frame_destroy(frame); }
+};
+using FrameCopy = std::unique_ptr<obs_source_frame, FrameCopyDeleter>;
+
+// One frame before and after the filter.
+struct FramePair {
+  FrameCopy before, after;
+  uint64_t entered_ns = 0;    // os_gettime_ns() when it entered; 0: no pair yet
+  uint32_t delay_frames = 0;  // ticks between entering and leaving
+  double delay_ms = 0;
+  bool untouched = false;  // it left in the tick in which it entered: the filter passed it through
+  std::string applied;     // the engine's JSON of what it did to this frame; empty when untouched
+};
+
+struct FrameCounts {
+  uint64_t in = 0;   // frames that entered the filter
+  uint64_t out = 0;  // frames that left it; the rest were withheld, and libobs showed the one before again
+};
+
+// `Enter` and `Leave` are called by the two taps, in the same tick, one directly before and one directly after the
+// filter. A marked frame is recognised by the mark that the host's frame record carries.
+// Threads: Enter, Leave [tick]; the others [control].
+class FrameMeter {
+ public:
+  void Enter(obs_source_frame *frame);
+  void Leave(obs_source_frame *frame);
+  void Drawn(double microseconds);  // [render]
+
+  void set_filter(obs_source_t *filter) { filter_ = filter; }
+  FrameCounts Counts() const { return {in_, out_}; }
+  // Forgets the times taken so far; the counts go on.
+  void StartOver();
+  // Marks the next frame; the last pair that came back whole is kept until another one has.
+  void RequestPair();
+  bool PairPending() const { return requested_ || waiting_; }
+  FramePair TakePair();
+
+  std::vector<float> FilterCosts() const;  // microseconds from tap to tap, for frames that left
+  std::vector<float> DrawCosts() const;    // microseconds
+
+ private:
+  void FinishPair(obs_source_frame *frame, bool untouched);
+
+  // Constant once frames flow.
+  obs_source_t *filter_ = nullptr;
+
+  std::atomic<uint64_t> in_{0}, out_{0};
+  std::atomic<bool> requested_{false}, waiting_{false};
+
+  // [tick] only.
+  uint64_t enter_time_ns_ = 0;
+  uint64_t marked_at_ = 0;  // value of in_ when the mark was set
+  uint32_t mark_ = 0;
+  FramePair open_;
+
+  mutable std::mutex mutex_;  // guards what follows
+  FramePair done_;
+  std::vector<float> filter_costs_, draw_costs_;
+};
+
+// Makes the private filter that calls Enter or Leave. The meter must outlive it.
+enum class TapSide { kBefore, kAfter };
+obs_source_t *CreateTap(FrameMeter &meter, TapSide side);
+
+}  // namespace vanta_run

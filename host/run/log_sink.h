@@ -1,0 +1,43 @@
+// Takes libobs's log: counts the module's lines, keeps the whole in a file, shows what the user must see.
+#pragma once
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <mutex>
+#include <string>
+
+namespace vanta_run {
+
+// Lines that the module writes once per event. They are the host's only word of these events while a run is short.
+struct LineCounts {
+  uint64_t refused = 0;  // frames that the filter did not take for processing
+  uint64_t empty = 0;    // ticks at which it had no finished frame
+  uint64_t reduced = 0;  // finished frames dropped to reduce the delay
+  uint64_t errors = 0;   // lines of level 100
+};
+
+// Owns: the log file. Borrows: libobs's log handler, from construction to destruction.
+// Threads: construction, destruction [control]; Counts [any]; lines arrive on any thread.
+class LogSink {
+ public:
+  // Throws Failure(kExitOutput) when `path` is not empty and cannot be written.
+  LogSink(const std::string &path, bool verbose);
+  ~LogSink();
+  LogSink(const LogSink &) = delete;
+  LogSink &operator=(const LogSink &) = delete;
+
+  LineCounts Counts() const;
+
+ private:
+  static void OnLine(int level, const char *format, va_list args, void *param);
+  void Take(int level, const char *text);
+
+  const bool verbose_;
+  std::FILE *file_ = nullptr;
+  std::atomic<uint64_t> refused_{0}, empty_{0}, reduced_{0}, errors_{0};
+  std::mutex write_mutex_;  // keeps lines whole
+};
+
+}  // namespace vanta_run

@@ -1,0 +1,23 @@
+#include <cstdio>
+#include <exception>
+
+#include "failure.h"
+#include "interrupt.h"
+#include "options.h"
+#include "run.h"
+
+int main(int argc, char **argv) {
+  using namespace vanta_run;
+  try {
+    Options options;
+    if (ParseOptions(argc, argv, options) == ParseResult::kShownHelp) return kExitOk;
+    Interrupt interrupt;  // before any thread exists, so that every thread inherits the blocked signals
+    return Run(options, interrupt);
+  } catch (const Failure &failure) {
+    std::fprintf(stderr, "vanta-run: %s\n", failure.what());
+    return failure.code();
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "vanta-run: unforeseen: %s; run again with --verbose and report it\n", error.what());
+    return kExitInternal;
+  }
+}

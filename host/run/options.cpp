@@ -1,0 +1,271 @@
+#include "options.h"
+
+#include <getopt.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include <lumivex/lumivex_values.h>
+#include <nlohmann/json.hpp>
+
+#include "failure.h"
+#include "help_text.h"
+#include "option_values.h"
+
+namespace vanta_run {
+namespace {
+
+enum LongOnly : int {
+  kLookup = 256,
+  kGroup,
+  kEffect,
+  kSettings,
+  kNoEngine,
+  kEngineDelay,
+  kEngineStopAfter,
+  kSnapshot,
+  kCompare,
+  kAt,
+  kReport,
+  kLog,
+  kModule,
+  kModuleData,
+  kVersion,
+  kFirstSwitch  // one for each host switch from here on
+};
+
+constexpr option kOptions[] = {
+    {"input", required_argument, nullptr, 'i'},
+    {"loop", no_argument, nullptr, 'l'},
+    {"size", required_argument, nullptr, 's'},
+    {"fps", required_argument, nullptr, 'r'},
+    {"seconds", required_argument, nullptr, 't'},
+    {"frames", required_argument, nullptr, 'n'},
+    {"beauty", required_argument, nullptr, 'b'},
+    {"lookup", required_argument, nullptr, kLookup},
+    {"group", required_argument, nullptr, kGroup},
+    {"effect", required_argument, nullptr, kEffect},
+    {"settings", required_argument, nullptr, kSettings},
+    {"no-engine", no_argument, nullptr, kNoEngine},
+    {"engine-delay", required_argument, nullptr, kEngineDelay},
+    {"engine-stop-after", required_argument, nullptr, kEngineStopAfter},
+    {"output", required_argument, nullptr, 'o'},
+    {"snapshot", required_argument, nullptr, kSnapshot},
+    {"compare", required_argument, nullptr, kCompare},
+    {"at", required_argument, nullptr, kAt},
+    {"report", required_argument, nullptr, kReport},
+    {"quiet", no_argument, nullptr, 'q'},
+    {"verbose", no_argument, nullptr, 'v'},
+    {"log", required_argument, nullptr, kLog},
+    {"module", required_argument, nullptr, kModule},
+    {"module-data", required_argument, nullptr, kModuleData},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, kVersion},
+};
+
+[[noreturn]] void BadValue(const std::string &name, const char *value, const std::string &remedy) {
+  throw Failure(kExitUsage, "--" + name, std::string("bad value '") + value + "'", remedy);
+}
+
+std::vector<option> AllOptions() {
+  std::vector<option> all(std::begin(kOptions), std::end(kOptions));
+  for (int i = 0; i < VANTA_SWITCH_COUNT; ++i) {
+    all.push_back(
+        {vanta_host_switch_name(static_cast<vanta_host_switch>(i)), required_argument, nullptr, kFirstSwitch + i});
+  }
+  all.push_back({});
+  return all;
+}
+
+double NumberFrom(const std::string &name, const char *value, double least) {
+  const auto number = ParseNumber(value);
+  if (!number || *number < least)
+    BadValue(name, value, "give a number, " + std::to_string(least).substr(0, 4) + " or more");
+  return *number;
+}
+
+void ReadBeauty(const char *value, Options &options) {
+  std::string known;
+  for (const lumivex::BeautyTypeInfo &info : lumivex::kBeautyTypes) {
+    known += (known.empty() ? "" : ", ") + std::string(info.name);
+  }
+  const auto pairs = ParsePairs(value);
+  if (!pairs) BadValue("beauty", value, "write NAME=NUMBER, with commas between");
+  for (const auto &[name, text] : *pairs) {
+    const lumivex::BeautyTypeInfo *info = lumivex::FindBeautyType(name);
+    if (info == nullptr)
+      throw Failure(kExitUsage, "--beauty", "no intensity is called '" + name + "'", "known are " + known);
+    const auto number = ParseNumber(text);
+    if (!number || *number < static_cast<double>(info->minimum) || *number > static_cast<double>(info->maximum)) {
+      char range[64];
+      std::snprintf(range, sizeof(range), "give a number from %g to %g", static_cast<double>(info->minimum),
+                    static_cast<double>(info->maximum));
+      throw Failure(kExitUsage, "--beauty", "bad value '" + text + "' for " + name, range);
+    }
+    options.beauty.emplace_back(info->type, static_cast<float>(*number));
+  }
+}
+
+void ReadEffects(const char *value, Options &options) {
+  const auto pairs = ParsePairs(value);
+  if (!pairs) BadValue("effect", value, "write NAME=on or NAME=off, with commas between");
+  for (const auto &[name, text] : *pairs) {
+    const auto type = FindEffectType(name);
+    const auto on = ParseOnOff(text);
+    if (!type) {
+      throw Failure(kExitUsage, "--effect", "no effect is called '" + name + "'",
+                    "known are beauty, adjust, lookup, relight, green-matting");
+    }
+    if (!on) BadValue("effect", value, "write NAME=on or NAME=off, with commas between");
+    options.effects.emplace_back(*type, *on);
+  }
+}
+
+void ReadLookup(const char *value, Options &options) {
+  LookupOption lookup{value, 1.0f};
+  std::error_code ignored;
+  // A file's own name may hold "=": what exists under the whole text is taken as it stands.
+  const size_t equals = lookup.path.rfind('=');
+  if (equals != std::string::npos && !std::filesystem::exists(lookup.path, ignored)) {
+    const auto number = ParseNumber(lookup.path.substr(equals + 1));
+    if (!number || *number < 0 || *number > 1) BadValue("lookup", value, "give the intensity as a number from 0 to 1");
+    lookup.intensity = static_cast<float>(*number);
+    lookup.path.resize(equals);
+  }
+  if (!std::filesystem::is_regular_file(lookup.path, ignored)) {
+    throw Failure(kExitUsage, "--lookup", "no file '" + lookup.path + "'", "give a .cube file or a square PNG");
+  }
+  options.lookup = lookup;
+}
+
+void ReadSettings(const char *value, Options &options) {
+  const auto json = nlohmann::json::parse(value, nullptr, false);
+  if (!json.is_object()) BadValue("settings", value, "give a JSON object, '{\"no_green_matting\":true}' for instance");
+  options.settings.emplace_back(value);
+}
+
+void ReadOne(int which, const std::string &name, const char *value, Options &options) {
+  switch (which) {
+    case 'i':
+      options.input = value;
+      return;
+    case 'l':
+      options.loop = true;
+      return;
+    case 's':
+      if (!(options.size = ParseSize(value))) BadValue(name, value, "write it as 1280x720, from 16 to 8192 each way");
+      return;
+    case 'r':
+      if (!(options.rate = ParseRate(value)))
+        BadValue(name, value, "give a rate from 1 to 240, as 30, 29.97 or 30000/1001");
+      return;
+    case 't':
+      options.seconds = NumberFrom(name, value, 0.1);
+      return;
+    case 'n': {
+      const auto count = ParseCount(value);
+      if (!count) BadValue(name, value, "give a whole number, 1 or more");
+      options.frames = *count;
+      return;
+    }
+    case 'b':
+      ReadBeauty(value, options);
+      return;
+    case kLookup:
+      ReadLookup(value, options);
+      return;
+    case kGroup:
+      options.group = value;
+      return;
+    case kEffect:
+      ReadEffects(value, options);
+      return;
+    case kSettings:
+      ReadSettings(value, options);
+      return;
+    case kNoEngine:
+      options.engine = false;
+      return;
+    case kEngineDelay:
+      options.engine_delay_ms = static_cast<uint32_t>(NumberFrom(name, value, 0));
+      return;
+    case kEngineStopAfter:
+      options.engine_stop_after = NumberFrom(name, value, 0);
+      return;
+    case 'o':
+      options.output = value;
+      return;
+    case kSnapshot:
+      options.snapshot = value;
+      return;
+    case kCompare:
+      options.compare = value;
+      return;
+    case kAt:
+      options.at = NumberFrom(name, value, 0);
+      return;
+    case kReport:
+      options.report = value;
+      return;
+    case 'q':
+      options.quiet = true;
+      return;
+    case 'v':
+      options.verbose = true;
+      return;
+    case kLog:
+      options.log = value;
+      return;
+    case kModule:
+      options.module = value;
+      return;
+    case kModuleData:
+      options.module_data = value;
+      return;
+    default:
+      break;
+  }
+  const auto on = ParseOnOff(value);
+  if (!on) BadValue(name, value, "write on or off");
+  options.switches.emplace_back(static_cast<vanta_host_switch>(which - kFirstSwitch), *on);
+}
+
+}  // namespace
+
+ParseResult ParseOptions(int argc, char **argv, Options &options) {
+  const std::vector<option> all = AllOptions();
+  opterr = 0;  // the messages are ours
+  int index = 0;
+  for (;;) {
+    index = -1;
+    const int at = optind;
+    const int which = getopt_long(argc, argv, ":i:ls:r:t:n:b:o:qvh", all.data(), &index);
+    if (which == -1) break;
+    if (which == 'h') {
+      std::fputs(HelpText().c_str(), stdout);
+      return ParseResult::kShownHelp;
+    }
+    if (which == kVersion) {
+      std::fputs(VersionText().c_str(), stdout);
+      return ParseResult::kShownHelp;
+    }
+    if (which == ':') throw Failure(kExitUsage, argv[at], "its value is missing", "see vanta-run --help");
+    if (which == '?') {
+      throw Failure(kExitUsage, argv[at], "unknown, ambiguous or misused option", "see vanta-run --help");
+    }
+    std::string name;
+    for (const option &known : all) {
+      if (known.name != nullptr && known.val == which) name = known.name;
+    }
+    ReadOne(which, name, optarg, options);
+  }
+  if (optind < argc) {
+    throw Failure(kExitUsage, argv[optind], "not an option", "give the file as --input " + std::string(argv[optind]));
+  }
+  if (options.input.empty()) {
+    throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
+  }
+  return ParseResult::kRun;
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,73 @@
+#include "progress.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace vanta_run {
+namespace {
+
+constexpr double kBarPeriod = 0.2;  // seconds between two showings
+constexpr double kLinePeriod = 2.0;
+constexpr int kBarWidth = 28;  // letters
+
+bool IsTerminal() {
+  const char *kind = std::getenv("TERM");
+  return isatty(STDERR_FILENO) == 1 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
+}
+
+std::string Figures(const ProgressState &state) {
+  char text[160];
+  int length = state.total > 0 ? std::snprintf(text, sizeof(text), "%.1f of %.1f s", state.elapsed, state.total)
+                               : std::snprintf(text, sizeof(text), "%.1f s", state.elapsed);
+  length += std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ", frames in %llu, out %llu",
+                          static_cast<unsigned long long>(state.in), static_cast<unsigned long long>(state.out));
+  if (state.delay_ms >= 0) {
+    std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ", delay %lld ms",
+                  static_cast<long long>(state.delay_ms));
+  }
+  return text;
+}
+
+}  // namespace
+
+Progress::Progress(bool quiet) : quiet_(quiet), terminal_(IsTerminal()) {}
+
+void Progress::Say(const std::string &line) {
+  if (quiet_) return;
+  Clear();
+  std::fprintf(stderr, "vanta-run: %s\n", line.c_str());
+}
+
+void Progress::Show(const ProgressState &state) {
+  if (quiet_ || (last_ >= 0 && state.elapsed - last_ < (terminal_ ? kBarPeriod : kLinePeriod))) return;
+  last_ = state.elapsed;
+  if (!terminal_) {
+    std::fprintf(stderr, "vanta-run: %s\n", Figures(state).c_str());
+    return;
+  }
+  std::string bar;
+  if (state.total > 0) {
+    const int done = std::clamp(static_cast<int>(state.part * kBarWidth), 0, kBarWidth);
+    bar = "[" + std::string(static_cast<size_t>(done), '#') + std::string(static_cast<size_t>(kBarWidth - done), '.') +
+          "] ";
+  }
+  std::fprintf(stderr, "\r\033[K%s%s", bar.c_str(), Figures(state).c_str());
+  std::fflush(stderr);
+  bar_shown_ = true;
+}
+
+void Progress::End() {
+  if (bar_shown_) std::fputc('\n', stderr);
+  bar_shown_ = false;
+}
+
+void Progress::Clear() {
+  if (bar_shown_) std::fputs("\r\033[K", stderr);
+  bar_shown_ = false;
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,37 @@
+// Tells how far a run is: a bar on a terminal, plain lines elsewhere.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vanta_run {
+
+struct ProgressState {
+  double elapsed = 0;  // seconds
+  double total = 0;    // seconds; 0: no known end
+  double part = 0;     // 0 to 1, of what ends the run
+  uint64_t in = 0, out = 0;
+  int64_t delay_ms = -1;  // negative: not known yet
+};
+
+// Writes to standard error. Threads: [control].
+class Progress {
+ public:
+  explicit Progress(bool quiet);
+  // A line of its own, above the bar.
+  void Say(const std::string &line);
+  // Rate-limited by itself.
+  void Show(const ProgressState &state);
+  // Ends the bar's line.
+  void End();
+
+ private:
+  void Clear();
+
+  const bool quiet_;
+  const bool terminal_;
+  bool bar_shown_ = false;
+  double last_ = -1;  // elapsed seconds at the last showing
+};
+
+}  // namespace vanta_run

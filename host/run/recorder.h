@@ -1,0 +1,55 @@
+// Records the canvas and the sound into a file, with libobs's own encoders and muxer.
+#pragma once
+
+#include <obs.hpp>
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "pending_file.h"
+
+namespace vanta_run {
+
+// Owns: the encoders, the output, the unfinished file. Threads: [control]; the output's word comes on its own thread.
+class Recorder {
+ public:
+  // Throws Failure(kExitUsage) for a name whose ending is no format, kExitOutput when the place cannot be written.
+  explicit Recorder(const std::string &path);
+  ~Recorder();
+  Recorder(const Recorder &) = delete;
+  Recorder &operator=(const Recorder &) = delete;
+
+  // After libobs's video is up. Throws Failure(kExitOutput).
+  void Start();
+  // The output has ended by itself, which it only does when writing fails.
+  bool Failed();
+  // Ends the file and gives it its name. Throws Failure(kExitOutput) when it is not whole.
+  void Finish();
+
+  uint64_t frames() const { return frames_; }
+  uint64_t bytes() const { return bytes_; }
+
+ private:
+  static void OnStop(void *param, calldata_t *data);
+  [[noreturn]] void ThrowBroken(const std::string &detail) const;
+  std::string LastError() const;
+
+  PendingFile file_;
+  OBSEncoderAutoRelease video_, audio_;
+  OBSOutputAutoRelease output_;
+  OBSSignal stop_signal_;
+  bool started_ = false;
+  uint64_t frames_ = 0;
+  uint64_t bytes_ = 0;
+
+  std::mutex mutex_;  // guards stop_code_
+  std::condition_variable stopped_;
+  std::optional<long long> stop_code_;
+};
+
+// The file opens, has a video stream, and that stream ends where it says it does.
+bool IsWholeRecording(const std::string &path);
+
+}  // namespace vanta_run

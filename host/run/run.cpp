@@ -1,0 +1,69 @@
+#include "run.h"
+
+#include <cstdio>
+#include <optional>
+
+#include "cost_observer.h"
+#include "failure.h"
+#include "module_paths.h"
+#include "obs_session.h"
+#include "report_collector.h"
+#include "runner.h"
+#include "virtual_display.h"
+
+namespace vanta_run {
+
+int Run(const Options &options, Interrupt &interrupt) {
+  // What can fail cheaply comes first.
+  const Input input = LookAtInput(options);
+  const ModulePaths module = FindFilterModule(options);
+  LogSink log(options.log, options.verbose);
+  Progress progress(options.quiet);
+  std::optional<Recorder> recorder;
+  if (!options.output.empty()) recorder.emplace(options.output);
+  Pictures pictures(options);
+  std::optional<PendingFile> report;
+  if (!options.report.empty() && options.report != "-") report.emplace(options.report);
+
+  VirtualDisplay display;
+  if (display.started_one()) progress.Say("no display: started a virtual one, " + display.name());
+  BeautyControl control(options);
+  control.SetUpHost();
+  ObsSession session(display.connection(), input, module);
+  ReportCollector reports;
+  CostObserver observer(session.filter_library());
+  control.SendSnapshot();
+
+  RunFigures figures;
+  {
+    FrameMeter meter;
+    Stage stage(input, options.loop, meter);
+    stage.AddFilter();
+    control.SendCommands();
+    stage.Show();
+    Runner runner(
+        {options, input, interrupt, progress, log, control, meter, stage, pictures, recorder ? &*recorder : nullptr});
+    if (!runner.Go(figures)) return kExitInterrupted;
+    if (recorder) {
+      figures.recorded_frames = recorder->frames();
+      figures.recorded_bytes = recorder->bytes();
+    }
+  }
+  pictures.Write();
+  figures.averages = observer.Averages();
+  figures.spikes = observer.Spikes();
+  figures.reports = reports.Reports();
+  if (!options.report.empty()) {
+    const std::string text = ReportText(options, input, figures);
+    if (report) {
+      report->Write(text.data(), text.size());
+      report->Commit();
+    } else {
+      std::fputs(text.c_str(), stdout);
+    }
+  }
+  progress.Say(SummaryLine(figures));
+  return interrupt.count() > 0 ? kExitInterrupted : kExitOk;
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,52 @@
+// Everything that a run has measured, as the report tells it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cost_observer.h"
+#include "frame_meter.h"
+#include "input.h"
+#include "log_sink.h"
+#include "options.h"
+#include "stats/statistics_sample.h"
+
+namespace vanta_run {
+
+struct ModuleReport {
+  int32_t id = 0;
+  std::string body;
+  double seconds = 0;  // since libobs started
+};
+
+// What one marked frame told on its way.
+struct FollowedFrame {
+  uint32_t delay_frames = 0;
+  double delay_ms = 0;
+  bool untouched = false;
+  std::string applied;  // the engine's JSON
+};
+
+struct RunFigures {
+  const char *ended_by = "";   // "end of input", "limit", "interrupt"
+  double warm_up_seconds = 0;  // from showing the source to the first frames after the engine's word
+  double seconds = 0;
+  FrameCounts frames;
+  LineCounts lines;
+  std::vector<FollowedFrame> followed;
+  std::vector<float> filter_costs, draw_costs;  // microseconds
+  std::vector<CostNote> averages, spikes;
+  std::vector<StatisticsSample> statistics;
+  std::vector<ModuleReport> reports;
+  uint32_t canvas_frames = 0, canvas_lagged = 0;
+  uint64_t recorded_frames = 0, recorded_bytes = 0;
+  std::string adapter;
+};
+
+// The report, ending in a line feed.
+std::string ReportText(const Options &options, const Input &input, const RunFigures &figures);
+// The main figures in one line.
+std::string SummaryLine(const RunFigures &figures);
+
+}  // namespace vanta_run

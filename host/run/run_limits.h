@@ -1,0 +1,22 @@
+// What ends a run, and how long it will take.
+#pragma once
+
+#include <cstdint>
+
+#include "input.h"
+#include "options.h"
+
+namespace vanta_run {
+
+struct RunLimits {
+  double seconds = 0;   // 0: none
+  uint64_t frames = 0;  // 0: none
+  double expected = 0;  // seconds that the run will take; 0: no known end
+
+  RunLimits(const Options &options, const Input &input);
+  bool Reached(double elapsed, uint64_t entered) const {
+    return (seconds > 0 && elapsed >= seconds) || (frames > 0 && entered >= frames);
+  }
+};
+
+}  // namespace vanta_run

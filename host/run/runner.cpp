@@ -1,0 +1,175 @@
+#include "runner.h"
+
+#include <util/platform.h>
+
+#include "failure.h"
+#include "vanta_host.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr double kPictureTime = 2;      // seconds, for pictures of a run without an end
+constexpr double kFirstMark = 0.3;      // seconds into the run; then one frame is followed each second
+constexpr double kWarmUpLimit = 30;     // seconds
+constexpr double kNoPictureLimit = 10;  // seconds
+constexpr double kLastFramesLimit = 1;  // seconds
+constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
+constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
+constexpr uint64_t kSettledFrames = 3;  // the engine's word comes a little before its first frame
+constexpr int kPollMs = 20;
+
+double Seconds(uint64_t since_ns) {
+  return static_cast<double>(os_gettime_ns() - since_ns) / 1e9;
+}
+
+double PictureTime(const Options &options, const RunLimits &limits) {
+  if (options.at >= 0) return options.at;
+  return limits.expected > 0 ? limits.expected / 2 : kPictureTime;
+}
+
+}  // namespace
+
+Runner::Runner(const RunParts &parts)
+    : p_(parts), limits_(parts.options, parts.input), at_(PictureTime(parts.options, limits_)) {}
+
+bool Runner::Go(RunFigures &figures) {
+  if (!WarmUp(figures)) return false;
+  Begin();
+  figures.ended_by = Play(figures);
+  End(figures);
+  return true;
+}
+
+bool Runner::WarmUp(RunFigures &figures) {
+  const uint64_t start = os_gettime_ns();
+  uint64_t out_at_word = 0;
+  double restarted = 0;
+  bool word = false;
+  for (;;) {
+    if (p_.interrupt.Wait(kPollMs)) return false;
+    if (p_.stage.Ended() && Seconds(start) - restarted > kRestartPause) {
+      p_.stage.Restart();
+      restarted = Seconds(start);
+    }
+    const FrameCounts counts = p_.meter.Counts();
+    if (!word && vanta_host_get_engine_state() != VANTA_ENGINE_UNKNOWN) {
+      word = true;
+      out_at_word = counts.out;
+    }
+    if (word && counts.out >= out_at_word + kSettledFrames) break;
+    if (counts.in == 0 && Seconds(start) > kNoPictureLimit) {
+      throw Failure(kExitInput, p_.input.path, "no picture comes out of it", "give another file");
+    }
+    if (Seconds(start) > kWarmUpLimit) {
+      p_.progress.Say("the engine has not answered in 30 s; going on without waiting");
+      break;
+    }
+  }
+  figures.warm_up_seconds = Seconds(start);
+  if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
+    p_.progress.Say("no effect engine: the picture passes untouched");
+  }
+  for (const std::string &json : p_.options.settings) UpdateFilter(p_.stage.filter(), json.c_str());
+  return true;
+}
+
+void Runner::Begin() {
+  const uint64_t in_before = p_.meter.Counts().in;
+  p_.stage.Restart();
+  const uint64_t asked = os_gettime_ns();
+  while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
+  }
+  if (p_.recorder != nullptr) p_.recorder->Start();
+  p_.meter.StartOver();
+  counts_at_start_ = p_.meter.Counts();
+  lines_at_start_ = p_.log.Counts();
+  canvas_at_start_ = obs_get_total_frames();
+  lagged_at_start_ = obs_get_lagged_frames();
+  next_mark_ = kFirstMark;
+  start_ns_ = os_gettime_ns();
+}
+
+const char *Runner::Play(RunFigures &figures) {
+  bool engine_stopped = false;
+  for (;;) {
+    if (p_.interrupt.Wait(kPollMs)) return "interrupt";
+    const double elapsed = Seconds(start_ns_);
+    const uint64_t entered = p_.meter.Counts().in - counts_at_start_.in;
+    if (p_.recorder != nullptr && p_.recorder->Failed()) return "a failed recording";
+    if (limits_.Reached(elapsed, entered)) return "limit";
+    if (Drained(elapsed, entered)) return "end of input";
+    if (!engine_stopped && p_.options.engine_stop_after >= 0 && elapsed >= p_.options.engine_stop_after) {
+      p_.control.StopEngine(p_.stage.filter());
+      engine_stopped = true;
+    }
+    MarkWhenDue(elapsed);
+    TakePair(figures);
+    p_.pictures.TakeSnapshotWhenDue(elapsed, at_);
+    Show(elapsed, figures);
+  }
+}
+
+// The file has been read to its end, and the frames that libobs still held have entered.
+bool Runner::Drained(double elapsed, uint64_t entered) {
+  if (entered != last_entered_ || !p_.stage.Ended()) {
+    last_entered_ = entered;
+    last_entered_time_ = elapsed;
+  }
+  return !p_.options.loop && p_.stage.Ended() && elapsed - last_entered_time_ > kDrainSeconds;
+}
+
+// One frame a second, and one at the time of the pictures.
+void Runner::MarkWhenDue(double elapsed) {
+  const bool due_for_pictures = !marked_at_ && elapsed >= at_;
+  if (elapsed < next_mark_ && !due_for_pictures) return;
+  p_.meter.RequestPair();
+  marked_at_ = marked_at_ || due_for_pictures;
+  if (elapsed >= next_mark_) next_mark_ += 1;
+}
+
+void Runner::TakePair(RunFigures &figures) {
+  FramePair pair = p_.meter.TakePair();
+  if (pair.entered_ns == 0) return;
+  figures.followed.push_back({pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
+  const double entered = static_cast<double>(pair.entered_ns) / 1e9 - static_cast<double>(start_ns_) / 1e9;
+  p_.pictures.Offer(std::move(pair), entered, at_);
+}
+
+void Runner::Show(double elapsed, const RunFigures &figures) {
+  const FrameCounts counts = p_.meter.Counts();
+  ProgressState state;
+  state.elapsed = elapsed;
+  state.total = limits_.expected;
+  state.part = limits_.expected > 0 ? elapsed / limits_.expected : 0;
+  state.in = counts.in - counts_at_start_.in;
+  state.out = counts.out - counts_at_start_.out;
+  if (!figures.followed.empty()) state.delay_ms = static_cast<int64_t>(figures.followed.back().delay_ms);
+  p_.progress.Show(state);
+}
+
+void Runner::End(RunFigures &figures) {
+  figures.seconds = Seconds(start_ns_);
+  const FrameCounts counts = p_.meter.Counts();
+  figures.frames = {counts.in - counts_at_start_.in, counts.out - counts_at_start_.out};
+  const LineCounts lines = p_.log.Counts();
+  figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
+                   lines.reduced - lines_at_start_.reduced, lines.errors};
+  p_.pictures.TakeLast();
+  // A short run may have its only marked frame still under way.
+  if (figures.followed.empty()) p_.meter.RequestPair();
+  const uint64_t asked = os_gettime_ns();
+  while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
+    os_sleep_ms(kPollMs);
+    TakePair(figures);
+  }
+  figures.canvas_frames = obs_get_total_frames() - canvas_at_start_;
+  figures.canvas_lagged = obs_get_lagged_frames() - lagged_at_start_;
+  figures.filter_costs = p_.meter.FilterCosts();
+  figures.draw_costs = p_.meter.DrawCosts();
+  figures.statistics = p_.control.Statistics();
+  figures.adapter = vanta_host_adapter_name();
+  if (p_.recorder != nullptr) p_.recorder->Finish();
+  p_.progress.End();
+}
+
+}  // namespace vanta_run

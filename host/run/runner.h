@@ -1,0 +1,67 @@
+// Plays the stage from warm-up to the last frame, and measures.
+#pragma once
+
+#include <cstdint>
+
+#include "beauty_control.h"
+#include "frame_meter.h"
+#include "input.h"
+#include "interrupt.h"
+#include "log_sink.h"
+#include "options.h"
+#include "pictures.h"
+#include "progress.h"
+#include "recorder.h"
+#include "run_figures.h"
+#include "run_limits.h"
+#include "stage.h"
+
+namespace vanta_run {
+
+// Everything that a run works with; all of it outlives the runner.
+struct RunParts {
+  const Options &options;
+  const Input &input;
+  Interrupt &interrupt;
+  Progress &progress;
+  LogSink &log;
+  BeautyControl &control;
+  FrameMeter &meter;
+  Stage &stage;
+  Pictures &pictures;
+  Recorder *recorder;  // null: nothing is recorded
+};
+
+// Threads: [control].
+class Runner {
+ public:
+  explicit Runner(const RunParts &parts);
+
+  // False: interrupted before anything was recorded. Throws Failure.
+  bool Go(RunFigures &figures);
+
+ private:
+  bool WarmUp(RunFigures &figures);
+  void Begin();
+  const char *Play(RunFigures &figures);  // what ended it
+  void End(RunFigures &figures);
+  bool Drained(double elapsed, uint64_t entered);
+  void MarkWhenDue(double elapsed);
+  void TakePair(RunFigures &figures);
+  void Show(double elapsed, const RunFigures &figures);
+
+  const RunParts p_;
+  const RunLimits limits_;
+  const double at_;  // seconds into the run at which pictures are taken
+
+  FrameCounts counts_at_start_;
+  LineCounts lines_at_start_;
+  uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
+  uint64_t start_ns_ = 0;
+  double next_mark_ = 0;  // seconds into the run
+  bool marked_at_ = false;
+  uint64_t last_entered_ = 0;
+  double last_entered_time_ = 0;  // seconds into the run
+};
+
+}  // namespace vanta_run
