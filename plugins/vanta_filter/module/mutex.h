@@ -87,7 +87,8 @@ class VANTA_SCOPED_CAPABILITY ReaderLock {
   SharedMutex &mutex_;
 };
 
-// Condition variable for `Mutex`. Both waits may end without cause: callers test their condition again.
+// Condition variable for `Mutex`. Both waits may end without cause: callers test their condition again. All but the
+// untimed wait is defined with the clock in platform/, so that tests can move time.
 class CondVar {
  public:
   void Wait(Mutex &mutex) VANTA_REQUIRES(mutex) {
@@ -95,10 +96,10 @@ class CondVar {
     cond_.wait(held);
     held.release();
   }
-  // False when the time is up. Defined with the clock in platform/, so that tests can move time.
+  // False when the time is up.
   bool WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) VANTA_REQUIRES(mutex);
-  void NotifyOne() { cond_.notify_one(); }
-  void NotifyAll() { cond_.notify_all(); }
+  void NotifyOne();
+  void NotifyAll();
 
  private:
   std::condition_variable cond_;

@@ -23,4 +23,12 @@ bool CondVar::WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) {
   return notified;
 }
 
+void CondVar::NotifyOne() {
+  cond_.notify_one();
+}
+
+void CondVar::NotifyAll() {
+  cond_.notify_all();
+}
+
 }  // namespace vanta
