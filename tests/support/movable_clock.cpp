@@ -1,6 +1,8 @@
 #include "support/movable_clock.h"
 
+#include <array>
 #include <atomic>
+#include <cstdint>
 
 #include "module/mutex.h"
 #include "platform/clock.h"
@@ -15,6 +17,14 @@ std::atomic<int64_t> steady_ns{kSteadyStartNs};
 std::atomic<int64_t> system_ns{kSystemStartMs * 1'000'000};
 std::atomic<size_t> sleepers{0};
 std::atomic<uint64_t> waits_begun{0};
+
+// Notifications so far, by the condition variable's address. Two that share a place wake each other's waiters, which
+// every waiter bears.
+std::array<std::atomic<uint64_t>, 64> notifications{};
+
+std::atomic<uint64_t> &NotificationsOf(const void *cond) {
+  return notifications[reinterpret_cast<uintptr_t>(cond) / 8 % notifications.size()];
+}
 
 struct MoverEntry {
   MoverEntry() { vanta_test::clock_mover = &vanta_test::MovableClock::Advance; }
@@ -33,19 +43,33 @@ int64_t SystemTickMs() {
   return system_ns.load() / 1'000'000;
 }
 
-// The wait looks at the movable clock each millisecond of real time; a notification ends it at once.
+// The wait looks at the movable clock each millisecond of real time; a notification ends it at once. One that falls
+// between two looks, when nobody waits on the real condition variable, is found by its count.
 bool CondVar::WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) {
   const int64_t deadline = steady_ns.load() + std::chrono::nanoseconds(timeout).count();
   std::unique_lock<std::mutex> held(mutex.mutex_, std::adopt_lock);
+  const std::atomic<uint64_t> &count = NotificationsOf(this);
+  const uint64_t before = count;
+  ++waits_begun;  // before the sleeper shows: who has seen it has it counted
   ++sleepers;
-  ++waits_begun;
   bool notified = false;
   while (!notified && steady_ns.load() < deadline) {
-    notified = cond_.wait_for(held, std::chrono::milliseconds(1)) == std::cv_status::no_timeout;
+    cond_.wait_for(held, std::chrono::milliseconds(1));
+    notified = count != before;
   }
   --sleepers;
   held.release();
   return notified;
+}
+
+void CondVar::NotifyOne() {
+  ++NotificationsOf(this);
+  cond_.notify_one();
+}
+
+void CondVar::NotifyAll() {
+  ++NotificationsOf(this);
+  cond_.notify_all();
 }
 
 }  // namespace vanta

@@ -48,12 +48,23 @@ TEST(MovableClock, NotificationEndsATimedWaitWithTimeLeft) {
     notified = cond.WaitFor(mutex, milliseconds(1000));
   });
   ASSERT_TRUE(MovableClock::WaitForSleepers(1));
-  while (MovableClock::Sleepers() > 0) {
-    vanta::MutexLock lock(mutex);
-    cond.NotifyAll();
-  }
+  cond.NotifyAll();
   sleeper.join();
   EXPECT_TRUE(notified);
+}
+
+TEST(MovableClock, NoNotificationIsLostBetweenTwoLooksAtTheClock) {
+  for (int i = 0; i < 2000; ++i) {
+    vanta::Mutex mutex;
+    vanta::CondVar cond;
+    std::thread sleeper([&] {
+      vanta::MutexLock lock(mutex);
+      cond.WaitFor(mutex, milliseconds(1000));
+    });
+    ASSERT_TRUE(MovableClock::WaitForSleepers(1));
+    cond.NotifyOne();
+    sleeper.join();
+  }
 }
 
 }  // namespace
