@@ -1,0 +1,13 @@
+// The host's frame rate, as the code under test reads it when it is built.
+#pragma once
+
+#include <cstdint>
+
+namespace vanta_test {
+
+// 30/1 as a process begins.
+void SetVideoRate(uint32_t fps_num, uint32_t fps_den);
+// obs_get_video_info fails from now on.
+void LoseVideo();
+
+}  // namespace vanta_test
