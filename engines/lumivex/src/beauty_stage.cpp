@@ -18,8 +18,9 @@ constexpr float kRuddyV = 11.0f;
 constexpr float kQuietDeviation = 7.0f;    // luma levels: what weak smoothing takes for texture and not for an edge
 constexpr float kStrongDeviation = 10.0f;  // what full strength adds to that
 
+// For values of 0 and more.
 int16_t Fixed(float value) {
-  return static_cast<int16_t>(std::lround(std::clamp(value, 0.0f, 32767.0f)));
+  return static_cast<int16_t>(std::min(value + 0.5f, 32767.0f));
 }
 
 // Cells on each side of the window over which the guided filter looks: 10 pixels at 1080 lines.
@@ -104,21 +105,28 @@ void BeautyStage::BuildMaps(const YuvSpace &space, const BeautyStrength &strengt
   // The whitening curve below reaches span * span / 4 * 2 / 65536 of this, in 1/32nds of a level.
   const auto span = static_cast<float>(space.span);
   const float whitening = strength.whiten * kWhitenLevels * 32.0f * 65536.0f / (span * span / 2.0f) / 255.0f;
-  const bool smoothing = strength.smooth > 0.0f;
   for (int row = 0; row < skin_.rows; ++row) {
     const uint8_t *skin = skin_.ptr<uint8_t>(row);
-    const float *gain = smoothing ? gain_.ptr<float>(row) : nullptr;
-    const float *offset = smoothing ? offset_.ptr<float>(row) : nullptr;
-    int16_t *removal = removal_.Row(row);
-    int16_t *base = base_.Row(row);
     int16_t *whiten = whiten_.Row(row);
     int16_t *weight = weight_.Row(row);
     for (int column = 0; column < skin_.cols; ++column) {
       const auto here = static_cast<float>(skin[column]);
-      removal[column] = smoothing ? Fixed(here * (1.0f - gain[column]) * (32768.0f / 255.0f)) : int16_t{0};
-      base[column] = smoothing ? Fixed(here * strength.smooth * offset[column] * (32.0f / 255.0f)) : int16_t{0};
       whiten[column] = Fixed(here * whitening);
       weight[column] = Fixed(here * (32768.0f / 255.0f));
+    }
+    int16_t *removal = removal_.Row(row);
+    int16_t *base = base_.Row(row);
+    if (strength.smooth <= 0.0f) {
+      std::fill_n(removal, skin_.cols, int16_t{0});
+      std::fill_n(base, skin_.cols, int16_t{0});
+      continue;
+    }
+    const float *gain = gain_.ptr<float>(row);
+    const float *offset = offset_.ptr<float>(row);
+    for (int column = 0; column < skin_.cols; ++column) {
+      const auto here = static_cast<float>(skin[column]);
+      removal[column] = Fixed(here * (1.0f - gain[column]) * (32768.0f / 255.0f));
+      base[column] = Fixed(here * strength.smooth * offset[column] * (32.0f / 255.0f));
     }
   }
 }

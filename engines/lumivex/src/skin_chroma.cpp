@@ -6,15 +6,11 @@
 namespace lumivex {
 namespace {
 
-// The oblong, in chroma of BT.601 at full range.
-constexpr float kCentreU = 106.0f;
-constexpr float kCentreV = 153.0f;
-constexpr float kLongAxis = 27.0f;
-constexpr float kShortAxis = 13.0f;
-constexpr float kLongU = -0.6f;  // direction of the long axis: from pale to saturated
-constexpr float kLongV = 0.8f;
-constexpr float kInner = 0.75f;  // full weight up to here, in axes
-constexpr float kOuter = 1.10f;  // none from here on
+// Chroma of BT.601 at full range, seen from grey: degrees from the axis of U towards V, and codes.
+constexpr float kHueNone[2] = {96.0f, 152.0f};
+constexpr float kHueFull[2] = {108.0f, 138.0f};
+constexpr float kSaturationNone[2] = {9.0f, 62.0f};
+constexpr float kSaturationFull[2] = {12.0f, 46.0f};
 
 // Luma as a part of white.
 constexpr float kDark = 0.16f;
@@ -25,12 +21,15 @@ float Smooth(float from, float to, float value) {
   return t * t * (3.0f - 2.0f * t);
 }
 
+// 1 between the two full values, 0 outside the two others.
+float Band(const float (&none)[2], const float (&full)[2], float value) {
+  return Smooth(none[0], full[0], value) * (1.0f - Smooth(full[1], none[1], value));
+}
+
 float ChromaWeight(float u, float v) {
-  const float du = u - kCentreU;
-  const float dv = v - kCentreV;
-  const float along = (du * kLongU + dv * kLongV) / kLongAxis;
-  const float across = (du * kLongV - dv * kLongU) / kShortAxis;
-  return 1.0f - Smooth(kInner, kOuter, std::sqrt(along * along + across * across));
+  const float saturation = std::hypot(u - 128.0f, v - 128.0f);
+  const float hue = std::atan2(v - 128.0f, u - 128.0f) * (180.0f / 3.14159265f);
+  return Band(kSaturationNone, kSaturationFull, saturation) * Band(kHueNone, kHueFull, hue);
 }
 
 }  // namespace

@@ -10,8 +10,8 @@
 
 namespace lumivex {
 
-// Skin of all shades lies in a narrow oblong of the chroma plane (Hsu, Abdel-Mottaleb and Jain, "Face detection in
-// color images", 2002); only the darkest codes, where hair and shadow share its chroma, are taken out by luma.
+// Skin of all shades has nearly one hue, the skin tone line of a vectorscope (123 degrees); shades differ in luma and
+// saturation. Grey walls are less saturated, hair and wood are yellower or too dark.
 // Owns: a table over all chroma codes, made for one colour space. Threads: one at a time.
 class SkinChroma {
  public:
