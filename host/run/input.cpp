@@ -99,7 +99,6 @@ std::string AvReason(int error) {
 }
 
 void LookAtMedia(const Options &options, Input &input) {
-  av_log_set_level(AV_LOG_QUIET);
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
   if (error < 0) throw Failure(kExitInput, input.path, AvReason(error), "give a video, a picture or color:RRGGBB");

@@ -15,11 +15,13 @@ void Pictures::TakeSnapshotWhenDue(double elapsed, double at) {
   if (snapshot_ && canvas_.empty() && elapsed >= at) canvas_ = GrabCanvas();
 }
 
-void Pictures::Offer(FramePair pair, double entered, double at) {
+void Pictures::Offer(const FramePair &pair, double entered, double at) {
   if (!compare_ || pair.after == nullptr) return;
   const bool late = entered > at;
-  if (pair_.after != nullptr && late && (pair_is_late_ || entered > at + 0.5)) return;
-  pair_ = std::move(pair);
+  if (!after_.empty() && late && (pair_is_late_ || entered > at + 0.5)) return;
+  before_ = ToPicture(*pair.before);
+  after_ = ToPicture(*pair.after);
+  untouched_ = pair.untouched;
   pair_is_late_ = late;
 }
 
@@ -36,13 +38,11 @@ void Pictures::Write() {
     WritePng(*snapshot_, canvas_);
   }
   if (!compare_) return;
-  const cv::Mat before = pair_.before ? ToPicture(*pair_.before) : cv::Mat();
-  const cv::Mat after = pair_.after ? ToPicture(*pair_.after) : cv::Mat();
-  if (before.empty() || after.empty()) {
+  if (before_.empty() || after_.empty()) {
     throw Failure(kExitOutput, compare_->final_path(), "no marked frame came back from the filter",
                   "run longer, or with a lower --engine-delay");
   }
-  WritePng(*compare_, SideBySide(before, "before", after, pair_.untouched ? "after (passed untouched)" : "after"));
+  WritePng(*compare_, SideBySide(before_, "before", after_, untouched_ ? "after (passed untouched)" : "after"));
 }
 
 }  // namespace vanta_run

@@ -22,7 +22,7 @@ class Pictures {
   // `at`: seconds into the run at which pictures are wanted.
   void TakeSnapshotWhenDue(double elapsed, double at);
   // Keeps the newest pair that entered before `at`, or the first one after it.
-  void Offer(FramePair pair, double entered, double at);
+  void Offer(const FramePair &pair, double entered, double at);
   // Takes what has not been taken yet: the run is about to end.
   void TakeLast();
   // Throws Failure(kExitOutput).
@@ -30,8 +30,8 @@ class Pictures {
 
  private:
   std::optional<PendingFile> snapshot_, compare_;
-  cv::Mat canvas_;
-  FramePair pair_;
+  cv::Mat canvas_, before_, after_;
+  bool untouched_ = false;
   bool pair_is_late_ = false;
 };
 

@@ -15,15 +15,6 @@ namespace {
 
 constexpr auto kFinishLimit = std::chrono::seconds(20);
 
-const std::string &RequireFormat(const std::string &path) {
-  const std::string ending = std::filesystem::path(path).extension().string();
-  for (const char *known : {".mp4", ".mkv", ".mov", ".flv", ".ts"}) {
-    if (ending == known) return path;
-  }
-  throw Failure(kExitUsage, "--output", "'" + path + "' ends in no known format",
-                "end it in .mp4, .mkv, .mov, .flv or .ts");
-}
-
 struct FormatCloser {
   void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
 };
@@ -49,7 +40,14 @@ bool IsWholeRecording(const std::string &path) {
   return result == AVERROR_EOF && found > 0 && (promised == 0 || found == promised);
 }
 
-Recorder::Recorder(const std::string &path) : file_(RequireFormat(path)) {}
+void RequireRecordingFormat(const std::string &path) {
+  const std::string ending = std::filesystem::path(path).extension().string();
+  for (const char *known : {".mp4", ".mkv", ".mov", ".flv", ".ts"}) {
+    if (ending == known) return;
+  }
+  throw Failure(kExitUsage, "--output", "'" + path + "' ends in no known format",
+                "end it in .mp4, .mkv, .mov, .flv or .ts");
+}
 
 Recorder::~Recorder() {
   if (started_ && output_ != nullptr && obs_output_active(output_)) obs_output_force_stop(output_);

@@ -12,11 +12,14 @@
 
 namespace vanta_run {
 
-// Owns: the encoders, the output, the unfinished file. Threads: [control]; the output's word comes on its own thread.
+// Throws Failure(kExitUsage) for a name whose ending is no format that the muxer knows.
+void RequireRecordingFormat(const std::string &path);
+
+// Owns: the encoders and the output, which libobs wants back before it shuts down. Borrows: the unfinished file.
+// Threads: [control]; the output's word comes on a thread of its own.
 class Recorder {
  public:
-  // Throws Failure(kExitUsage) for a name whose ending is no format, kExitOutput when the place cannot be written.
-  explicit Recorder(const std::string &path);
+  explicit Recorder(PendingFile &file) : file_(file) {}
   ~Recorder();
   Recorder(const Recorder &) = delete;
   Recorder &operator=(const Recorder &) = delete;
@@ -36,7 +39,7 @@ class Recorder {
   [[noreturn]] void ThrowBroken(const std::string &detail) const;
   std::string LastError() const;
 
-  PendingFile file_;
+  PendingFile &file_;
   OBSEncoderAutoRelease video_, audio_;
   OBSOutputAutoRelease output_;
   OBSSignal stop_signal_;

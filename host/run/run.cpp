@@ -3,6 +3,10 @@
 #include <cstdio>
 #include <optional>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "cost_observer.h"
 #include "failure.h"
 #include "module_paths.h"
@@ -15,12 +19,16 @@ namespace vanta_run {
 
 int Run(const Options &options, Interrupt &interrupt) {
   // What can fail cheaply comes first.
+  if (!options.verbose) av_log_set_level(AV_LOG_QUIET);
   const Input input = LookAtInput(options);
   const ModulePaths module = FindFilterModule(options);
   LogSink log(options.log, options.verbose);
   Progress progress(options.quiet);
-  std::optional<Recorder> recorder;
-  if (!options.output.empty()) recorder.emplace(options.output);
+  std::optional<PendingFile> recording;
+  if (!options.output.empty()) {
+    RequireRecordingFormat(options.output);
+    recording.emplace(options.output);
+  }
   Pictures pictures(options);
   std::optional<PendingFile> report;
   if (!options.report.empty() && options.report != "-") report.emplace(options.report);
@@ -41,6 +49,8 @@ int Run(const Options &options, Interrupt &interrupt) {
     stage.AddFilter();
     control.SendCommands();
     stage.Show();
+    std::optional<Recorder> recorder;
+    if (recording) recorder.emplace(*recording);
     Runner runner(
         {options, input, interrupt, progress, log, control, meter, stage, pictures, recorder ? &*recorder : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;

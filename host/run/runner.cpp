@@ -128,11 +128,11 @@ void Runner::MarkWhenDue(double elapsed) {
 }
 
 void Runner::TakePair(RunFigures &figures) {
-  FramePair pair = p_.meter.TakePair();
+  const FramePair pair = p_.meter.TakePair();
   if (pair.entered_ns == 0) return;
   figures.followed.push_back({pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
   const double entered = static_cast<double>(pair.entered_ns) / 1e9 - static_cast<double>(start_ns_) / 1e9;
-  p_.pictures.Offer(std::move(pair), entered, at_);
+  p_.pictures.Offer(pair, entered, at_);
 }
 
 void Runner::Show(double elapsed, const RunFigures &figures) {
