@@ -95,7 +95,7 @@ std::string SwitchLines() {
   for (int i = 0; i < VANTA_SWITCH_COUNT; ++i) {
     const auto which = static_cast<vanta_host_switch>(i);
     char line[128];
-    std::snprintf(line, sizeof(line), "      --%-17s default %s\n", vanta_host_switch_name(which),
+    std::snprintf(line, sizeof(line), "      --%-19s default %s\n", vanta_host_switch_name(which),
                   vanta_host_get_switch(which) ? "on" : "off");
     text += line;
   }

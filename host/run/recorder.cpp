@@ -1,5 +1,8 @@
 #include "recorder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -17,6 +20,29 @@ constexpr auto kFinishLimit = std::chrono::seconds(20);
 
 struct FormatCloser {
   void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
+};
+
+// The muxer is a program of its own and inherits standard error as it is when it starts: what it has to say comes back
+// as a failed recording, in one line, not twice.
+class QuietErrors {
+ public:
+  explicit QuietErrors(bool verbose) {
+    if (verbose) return;
+    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    kept_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    if (nothing >= 0 && kept_ >= 0) dup2(nothing, STDERR_FILENO);
+    if (nothing >= 0) close(nothing);
+  }
+  ~QuietErrors() {
+    if (kept_ < 0) return;
+    dup2(kept_, STDERR_FILENO);
+    close(kept_);
+  }
+  QuietErrors(const QuietErrors &) = delete;
+  QuietErrors &operator=(const QuietErrors &) = delete;
+
+ private:
+  int kept_ = -1;
 };
 
 }  // namespace
@@ -76,7 +102,12 @@ void Recorder::Start() {
   obs_output_set_video_encoder(output_, video_);
   obs_output_set_audio_encoder(output_, audio_, 0);
   stop_signal_.Connect(obs_output_get_signal_handler(output_), "stop", OnStop, this);
-  if (!obs_output_start(output_)) ThrowBroken(LastError());
+  bool started = false;
+  {
+    const QuietErrors quiet(verbose_);
+    started = obs_output_start(output_);
+  }
+  if (!started) ThrowBroken(LastError());
   started_ = true;
 }
 

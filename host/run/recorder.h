@@ -19,7 +19,7 @@ void RequireRecordingFormat(const std::string &path);
 // Threads: [control]; the output's word comes on a thread of its own.
 class Recorder {
  public:
-  explicit Recorder(PendingFile &file) : file_(file) {}
+  Recorder(PendingFile &file, bool verbose) : file_(file), verbose_(verbose) {}
   ~Recorder();
   Recorder(const Recorder &) = delete;
   Recorder &operator=(const Recorder &) = delete;
@@ -40,6 +40,7 @@ class Recorder {
   std::string LastError() const;
 
   PendingFile &file_;
+  const bool verbose_;  // the muxer may speak on standard error
   OBSEncoderAutoRelease video_, audio_;
   OBSOutputAutoRelease output_;
   OBSSignal stop_signal_;

@@ -50,7 +50,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     control.SendCommands();
     stage.Show();
     std::optional<Recorder> recorder;
-    if (recording) recorder.emplace(*recording);
+    if (recording) recorder.emplace(*recording, options.verbose);
     Runner runner(
         {options, input, interrupt, progress, log, control, meter, stage, pictures, recorder ? &*recorder : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
@@ -72,7 +72,7 @@ int Run(const Options &options, Interrupt &interrupt) {
       std::fputs(text.c_str(), stdout);
     }
   }
-  progress.Say(SummaryLine(figures));
+  for (const std::string &line : SummaryLines(figures)) progress.Say(line);
   return interrupt.count() > 0 ? kExitInterrupted : kExitOk;
 }
 

@@ -67,11 +67,37 @@ Json InputJson(const Input &input) {
   return json;
 }
 
+uint64_t Repeated(const RunFigures &figures) {
+  return figures.frames.in - std::min(figures.frames.in, figures.frames.out);
+}
+
+uint64_t Dropped(const RunFigures &figures) {
+  return figures.lines.refused + figures.lines.reduced;
+}
+
+// What the engine told of one followed frame; null where it told nothing.
+Json Applied(const FollowedFrame &frame) {
+  Json applied = Json::parse(frame.applied, nullptr, false);
+  return applied.is_object() ? applied : Json();
+}
+
+// Milliseconds, of the followed frames.
+std::vector<float> EngineTimes(const RunFigures &figures) {
+  std::vector<float> times;
+  for (const FollowedFrame &frame : figures.followed) {
+    const Json applied = Applied(frame);
+    if (applied.contains("beauty_ms") && applied["beauty_ms"].is_number()) {
+      times.push_back(applied["beauty_ms"].get<float>());
+    }
+  }
+  return times;
+}
+
 Json FramesJson(const RunFigures &figures) {
   return {{"in", figures.frames.in},
           {"out", figures.frames.out},
-          {"repeated", figures.frames.in - std::min(figures.frames.in, figures.frames.out)},
-          {"dropped", figures.lines.refused + figures.lines.reduced},
+          {"repeated", Repeated(figures)},
+          {"dropped", Dropped(figures)},
           {"dropped_no_free_carrier", figures.lines.refused},
           {"dropped_to_reduce_delay", figures.lines.reduced}};
 }
@@ -87,16 +113,11 @@ Json DelayJson(const RunFigures &figures) {
 
 Json EngineJson(const Options &options, const RunFigures &figures) {
   Json json = {{"state", EngineName()}, {"wanted", options.engine}, {"added_delay_ms", options.engine_delay_ms}};
-  std::vector<float> times;
-  Json last = nullptr;
+  Json last;
   for (const FollowedFrame &frame : figures.followed) {
-    Json applied = Json::parse(frame.applied, nullptr, false);
-    if (!applied.is_object()) continue;
-    if (applied.contains("beauty_ms") && applied["beauty_ms"].is_number())
-      times.push_back(applied["beauty_ms"].get<float>());
-    last = std::move(applied);
+    if (Json applied = Applied(frame); !applied.is_null()) last = std::move(applied);
   }
-  json["frame_ms"] = Distribution(times);
+  json["frame_ms"] = Distribution(EngineTimes(figures));
   json["last_applied"] = std::move(last);
   return json;
 }
@@ -186,20 +207,43 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-std::string SummaryLine(const RunFigures &figures) {
-  double delay = 0;
-  for (const FollowedFrame &frame : figures.followed) delay += frame.delay_ms;
-  char text[240];
-  int length = std::snprintf(
-      text, sizeof(text), "%.1f s, frames in %llu, out %llu, repeated %llu, dropped %llu; engine %s", figures.seconds,
-      static_cast<unsigned long long>(figures.frames.in), static_cast<unsigned long long>(figures.frames.out),
-      static_cast<unsigned long long>(figures.frames.in - std::min(figures.frames.in, figures.frames.out)),
-      static_cast<unsigned long long>(figures.lines.refused + figures.lines.reduced), EngineName());
-  if (!figures.followed.empty()) {
-    std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ", delay %.0f ms",
-                  delay / static_cast<double>(figures.followed.size()));
+std::vector<std::string> SummaryLines(const RunFigures &figures) {
+  const auto mean = [](const std::vector<float> &values) {
+    return values.empty() ? 0.0
+                          : std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+  };
+  std::vector<float> delays, delay_frames;
+  for (const FollowedFrame &frame : figures.followed) {
+    delays.push_back(static_cast<float>(frame.delay_ms));
+    delay_frames.push_back(static_cast<float>(frame.delay_frames));
   }
-  return text;
+  const std::vector<float> engine = EngineTimes(figures);
+  char text[200];
+  std::vector<std::string> lines;
+  std::snprintf(text, sizeof(text), "frames  in %llu, out %llu, repeated %llu, dropped %llu, in %.1f s",
+                static_cast<unsigned long long>(figures.frames.in), static_cast<unsigned long long>(figures.frames.out),
+                static_cast<unsigned long long>(Repeated(figures)), static_cast<unsigned long long>(Dropped(figures)),
+                figures.seconds);
+  lines.emplace_back(text);
+  if (!delays.empty()) {
+    std::snprintf(text, sizeof(text), "delay   %.1f ms, %.1f frames", mean(delays), mean(delay_frames));
+    lines.emplace_back(text);
+  }
+  int length = std::snprintf(text, sizeof(text), "engine  %s", EngineName());
+  if (!engine.empty()) {
+    std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ", %.1f ms a frame", mean(engine));
+  }
+  lines.emplace_back(text);
+  std::snprintf(text, sizeof(text), "filter  %.1f ms a frame in filter_video, %.1f ms in video_render",
+                mean(figures.filter_costs) / 1000, mean(figures.draw_costs) / 1000);
+  lines.emplace_back(text);
+  if (figures.canvas_lagged * 20 > figures.canvas_frames) {
+    std::snprintf(text, sizeof(text),
+                  "late    %u of %u pictures: the machine is too slow for this; give a smaller --size or --fps",
+                  figures.canvas_lagged, figures.canvas_frames);
+    lines.emplace_back(text);
+  }
+  return lines;
 }
 
 }  // namespace vanta_run

@@ -46,7 +46,7 @@ struct RunFigures {
 
 // The report, ending in a line feed.
 std::string ReportText(const Options &options, const Input &input, const RunFigures &figures);
-// The main figures in one line.
-std::string SummaryLine(const RunFigures &figures);
+// The main figures, a line each.
+std::vector<std::string> SummaryLines(const RunFigures &figures);
 
 }  // namespace vanta_run

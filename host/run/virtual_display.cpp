@@ -16,6 +16,7 @@ namespace vanta_run {
 namespace {
 
 constexpr int kServerStartMs = 20000;
+constexpr int kNotInstalled = 127;  // exit status, as a shell has it
 
 [[noreturn]] void NoDisplay(const std::string &reason) {
   throw Failure(kExitDisplay, "display", reason, "install the package xvfb, or set DISPLAY to an X server");
@@ -38,7 +39,7 @@ constexpr int kServerStartMs = 20000;
   const std::string number = std::to_string(kept);
   execlp("Xvfb", "Xvfb", "-displayfd", number.c_str(), "-screen", "0", "640x480x24", "-nolisten", "tcp", "-noreset",
          static_cast<char *>(nullptr));
-  _exit(127);
+  _exit(kNotInstalled);
 }
 
 // Reads up to the end of the line, the pipe's end or the time limit.
@@ -88,12 +89,22 @@ void VirtualDisplay::StartServer() {
     name_ = ":" + number;
     return;
   }
-  int status = 0;
-  const bool missing =
-      server_ > 0 && waitpid(server_, &status, WNOHANG) == server_ && WIFEXITED(status) && WEXITSTATUS(status) == 127;
-  if (missing) server_ = -1;
+  const bool missing = ExitedAsMissing();
   StopServer();
   NoDisplay(missing ? "none is set, and Xvfb is not installed" : "none is set, and Xvfb does not start");
+}
+
+// The child that finds no such program ends a moment after its pipe has closed.
+bool VirtualDisplay::ExitedAsMissing() {
+  for (int i = 0; server_ > 0 && i < 100; ++i) {
+    int status = 0;
+    if (waitpid(server_, &status, WNOHANG) == server_) {
+      server_ = -1;
+      return WIFEXITED(status) && WEXITSTATUS(status) == kNotInstalled;
+    }
+    usleep(10000);
+  }
+  return false;
 }
 
 void VirtualDisplay::StopServer() {

@@ -26,6 +26,7 @@ class VirtualDisplay {
  private:
   void StartServer();
   void StopServer();
+  bool ExitedAsMissing();
 
   _XDisplay *connection_ = nullptr;
   std::string name_;   // ":0"

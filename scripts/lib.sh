@@ -1,0 +1,71 @@
+# Shared by the scripts of this folder: which Debian packages they need, and how to get them.
+# Source it; it changes nothing by itself.
+
+# vanta_packages GROUP: the packages of one group, one per line.
+vanta_packages() {
+  case "$1" in
+    build)
+      printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
+        nlohmann-json3-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
+        libavformat-dev libavcodec-dev libavutil-dev
+      ;;
+    run)
+      # obs-studio for the muxer, which is a program of its own.
+      printf '%s\n' obs-plugins obs-studio xvfb libgl1-mesa-dri libegl-mesa0
+      ;;
+    test)
+      vanta_packages run
+      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang ffmpeg xauth ccache
+      ;;
+    demo)
+      vanta_packages run
+      printf '%s\n' ffmpeg
+      ;;
+    *)
+      echo "vanta_packages: no group '$1'" >&2
+      return 1
+      ;;
+  esac
+}
+
+vanta_is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# vanta_apt ARGUMENTS...: apt-get, quiet unless it fails, through sudo where the user is not root.
+vanta_apt() {
+  local log sudo=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "installing packages needs root: run this as root, or install sudo" >&2; return 1; }
+    sudo=(sudo)
+  fi
+  log=$(mktemp)
+  if ! "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -y -q "$@" >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    echo "apt-get $1 failed; is the network there?" >&2
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# Once per script: the package lists.
+vanta_apt_update() {
+  [ -z "${VANTA_APT_UPDATED:-}" ] || return 0
+  vanta_apt update
+  VANTA_APT_UPDATED=1
+}
+
+# vanta_install_packages GROUP...: installs what is missing; says nothing when all is there.
+vanta_install_packages() {
+  local group package missing=()
+  for group in "$@"; do
+    while read -r package; do
+      vanta_is_installed "$package" || missing+=("$package")
+    done < <(vanta_packages "$group")
+  done
+  [ "${#missing[@]}" -gt 0 ] || return 0
+  echo "== installing ${#missing[@]} packages (a few minutes on a fresh machine): ${missing[*]}"
+  vanta_apt_update
+  vanta_apt install --no-install-recommends "${missing[@]}"
+}
