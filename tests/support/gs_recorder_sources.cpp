@@ -45,6 +45,16 @@ char *obs_find_module_file(obs_module_t *, const char *file) {
   return fail || path.empty() ? nullptr : bstrdup(path.c_str());
 }
 
+// Thirty frames a second.
+bool obs_get_video_info(struct obs_video_info *info) {
+  *info = {};
+  info->fps_num = 30;
+  info->fps_den = 1;
+  info->base_width = info->output_width = 1920;
+  info->base_height = info->output_height = 1080;
+  return true;
+}
+
 // As the host declares them, so that a test can connect to each.
 signal_handler_t *obs_get_signal_handler(void) {
   static signal_handler_t *const handler = [] {

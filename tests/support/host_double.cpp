@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,7 @@ struct Host {
   std::vector<std::string> calls;
   std::vector<HostReport> reports;
   std::vector<std::string> corvid;
+  std::vector<std::vector<uint8_t>> registrations;
 };
 
 Host &GetHost() {
@@ -70,6 +72,7 @@ void Reset() {
   host.calls.clear();
   host.reports.clear();
   host.corvid.clear();
+  host.registrations.clear();
 }
 
 HostSwitches Switches() {
@@ -128,6 +131,23 @@ std::vector<std::string> CorvidLines() {
   Host &host = GetHost();
   std::lock_guard<std::mutex> lock(host.mutex);
   return host.corvid;
+}
+
+std::vector<std::vector<uint8_t>> Registrations() {
+  Host &host = GetHost();
+  std::lock_guard<std::mutex> lock(host.mutex);
+  return host.registrations;
+}
+
+HostSourceInfo Registered(const std::string &id) {
+  for (const std::vector<uint8_t> &bytes : Registrations()) {
+    HostSourceInfo record{};
+    if (bytes.size() != sizeof(record)) continue;
+    std::memcpy(&record, bytes.data(), sizeof(record));
+    if (record.id == id) return record;
+  }
+  ADD_FAILURE() << "nothing registered as " << id;
+  return {};
 }
 
 }  // namespace host_double
@@ -222,6 +242,14 @@ void blog_corvid(int32_t, const char *format, ...) {
   va_end(args);
   std::lock_guard<std::mutex> lock(GetHost().mutex);
   GetHost().corvid.push_back(std::move(line));
+}
+
+// What the module's registrations turn into at link time.
+void __wrap_obs_register_source_s(const obs_source_info *info, size_t size);
+void __wrap_obs_register_source_s(const obs_source_info *info, size_t size) {
+  const auto *bytes = reinterpret_cast<const uint8_t *>(info);
+  std::lock_guard<std::mutex> lock(GetHost().mutex);
+  GetHost().registrations.emplace_back(bytes, bytes + size);
 }
 
 HostAdapterDesc GetD3DAdapterInfo() {

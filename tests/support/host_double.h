@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module/host_extensions.h"
+#include "module/source_record.h"
 
 namespace vanta_test {
 
@@ -49,6 +50,11 @@ bool WaitForCalls(const std::string &text, size_t count);  // false fails the te
 
 std::vector<HostReport> Reports();
 std::vector<std::string> CorvidLines();
+
+// The registration records that reached the host, byte for byte.
+std::vector<std::vector<uint8_t>> Registrations();
+// The record of `id` as the customised host reads it; fails the test when there is none of that length.
+HostSourceInfo Registered(const std::string &id);
 
 }  // namespace host_double
 }  // namespace vanta_test

@@ -1,0 +1,147 @@
+// Commands on their way to the engine: queued ahead of the next frame, or at once.
+#include <thread>
+
+#include "worker_bench.h"
+
+namespace {
+
+using namespace vanta_test;
+using Texts = std::vector<std::string>;
+
+class WorkerCommands : public WorkerBench {
+ protected:
+  void SetUp() override { StartWorker(); }
+  void SetAsync(bool on) {
+    host_double::Change([on](HostSwitches &switches) { switches.async_beauty = on; });
+  }
+};
+
+TEST_F(WorkerCommands, QueuedCommandWaitsForTheNextFrame) {
+  ASSERT_TRUE(Feed());
+  ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+  // The wake runs no task: the thread finds no frame and goes back to its wait.
+  while (host_double::Count("ThreadTimestamp(0)") < 2) Nudge();
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 0u);
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity(0.50)"), 1u);
+}
+
+TEST_F(WorkerCommands, BurstRunsInOrderBeforeTheFrame) {
+  ASSERT_TRUE(Feed());
+  scripted_engine::ClearCalls();
+  worker_->Command(&IFaceless::BeginBatchCommand);
+  for (int i = 0; i < 3; ++i)
+    worker_->Command(&IFaceless::SetBeautyIntensityWithType, LXBeautyType(7), 0.1F * static_cast<float>(i));
+  worker_->Command(&IFaceless::EndBatchCommand);
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Texts(1),
+            (Texts{"beginBatchCommand()", "setBeautyIntensityWithType(7, 0.00)", "setBeautyIntensityWithType(7, 0.10)",
+                   "setBeautyIntensityWithType(7, 0.20)", "endBatchCommand()",
+                   "processFrameData(64x48, format -1, rotation 0, flip 0)"}));
+}
+
+TEST_F(WorkerCommands, QueuedCommandRunsOnTheWorkersThread) {
+  ASSERT_TRUE(Feed());
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+  ASSERT_TRUE(Feed());
+  for (const EngineCall &call : scripted_engine::Calls()) {
+    if (call.text == "setLookupIntensity(0.50)") {
+      EXPECT_NE(call.thread, std::this_thread::get_id());
+    }
+  }
+}
+
+TEST_F(WorkerCommands, DirectCommandRunsAtOnceOnTheCallersThread) {
+  ASSERT_TRUE(Feed());
+  SetAsync(false);
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+  const std::vector<EngineCall> calls = scripted_engine::Calls();
+  EXPECT_EQ(calls.back().text, "setLookupIntensity(0.50)");
+  EXPECT_EQ(calls.back().thread, std::this_thread::get_id());
+}
+
+TEST_F(WorkerCommands, DirectCommandWaitsForTheFrameInProgress) {
+  ASSERT_TRUE(Feed());
+  SetAsync(false);
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
+  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+  std::thread control([&] { worker_->Command(&IFaceless::SetLookupIntensity, 0.5F); });
+  // The frame is let go only now: a command that did not wait would stand before the frame's end in the notes.
+  scripted_engine::Change([](EngineScript &script) {
+    script.on_frame = [](LX::FrameData &) { scripted_internal::Note(0, "end of frame"); };
+  });
+  scripted_engine::LetOneThrough(Gate::kProcess);
+  control.join();
+  const Texts texts = scripted_engine::Texts();
+  EXPECT_EQ(texts[texts.size() - 2], "end of frame");
+  EXPECT_EQ(texts.back(), "setLookupIntensity(0.50)");
+  scripted_engine::Open(Gate::kProcess);
+}
+
+TEST_F(WorkerCommands, QueuedCommandDoesNotWaitForTheFrameInProgress) {
+  ASSERT_TRUE(Feed());
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
+  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);  // with the gate closed, a wait would never end
+  scripted_engine::Open(Gate::kProcess);
+}
+
+TEST_F(WorkerCommands, DirectCommandCanOvertakeQueuedOnes) {
+  ASSERT_TRUE(Feed());
+  scripted_engine::ClearCalls();
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.1F);
+  SetAsync(false);
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.2F);
+  SetAsync(true);
+  ASSERT_TRUE(Feed());
+  const Texts texts = CommandsOf(1);
+  EXPECT_EQ(texts, (Texts{"setLookupIntensity(0.20)", "setLookupIntensity(0.10)"}));
+}
+
+TEST_F(WorkerCommands, CommandBeforeTheFirstProcessorIsLostWhenDirect) {
+  StopWorker();
+  host_double::ClearCalls();
+  passes_ = 0;
+  SetAsync(false);
+  MakeWorker();
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+  StartWorker();
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 0u);
+}
+
+TEST_F(WorkerCommands, CommandAheadOfARecreationDiesWithTheOldProcessor) {
+  ASSERT_TRUE(Feed());
+  worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+  ASSERT_TRUE(Feed(2, 32, 16));
+  EXPECT_EQ(CommandsOf(1), (Texts{"setLookupIntensity(0.50)", "~LumivexSync()"}));
+  EXPECT_EQ(CommandsOf(2), Texts{});
+}
+
+TEST_F(WorkerCommands, ArgumentsAreCopiedWhenTheCommandIsGiven) {
+  ASSERT_TRUE(Feed());
+  std::string json = "first";
+  worker_->Command(&IFaceless::SetBoomGameData, json);
+  json = "changed";
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(CommandsOf(1), (Texts{"setBoomGameData(first)"}));
+}
+
+TEST_F(WorkerCommands, CommandGivenFromATaskWaitsForTheFrameAfter) {
+  ASSERT_TRUE(Feed());
+  scripted_engine::Change([&](EngineScript &script) {
+    script.on_frame = [&](LX::FrameData &) { worker_->Command(&IFaceless::SetLookupIntensity, 0.5F); };
+  });
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 0u);
+  scripted_engine::Change([](EngineScript &script) { script.on_frame = nullptr; });
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 1u);
+}
+
+}  // namespace

@@ -1,0 +1,238 @@
+// Settings: the worker's copy, the orientation, and the request for the shared-texture path.
+#include <obs.hpp>
+
+#include "worker_bench.h"
+
+namespace {
+
+using namespace vanta_test;
+
+constexpr int kInfo = 300;
+
+OBSDataAutoRelease Settings(const char *json) {
+  OBSDataAutoRelease settings = obs_data_create_from_json(json);
+  EXPECT_NE(settings.Get(), nullptr) << json;
+  return settings;
+}
+
+std::string Orientation(bool hor, bool ver, int degrees) {
+  return "{\"sceneitem_orientation_info\":{\"hor_flip\":" + std::string(hor ? "true" : "false") +
+         ",\"ver_flip\":" + (ver ? "true" : "false") + ",\"rot_deg\":" + std::to_string(degrees) + "}}";
+}
+
+class WorkerSettings : public WorkerBench {
+ protected:
+  void SetUp() override { StartWorker(); }
+
+  void Update(const std::string &json) {
+    const OBSDataAutoRelease settings = Settings(json.c_str());
+    worker_->update(settings);
+  }
+  // The call that the engine got for the next frame.
+  std::string NextFrameCall(bool frame_flip = false) {
+    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    frame->flip = frame_flip;
+    EXPECT_TRUE(FeedFrame(frame.get()));
+    std::vector<std::string> texts = scripted_engine::Texts();
+    std::erase_if(texts, [](const std::string &text) { return text.rfind("processFrameData", 0) != 0; });
+    EXPECT_TRUE(Dequeue().success);
+    return texts.empty() ? "none" : texts.back();
+  }
+};
+
+TEST_F(WorkerSettings, NullSettingsEndTheCallQuietly) {
+  worker_->update(nullptr);
+  EXPECT_FALSE(log_.HasText("update orientation"));
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 0u);
+}
+
+TEST_F(WorkerSettings, NullSettingsClearTheWorkersCopy) {
+  Update("{\"apply_flag\":255}");
+  ASSERT_TRUE(Feed());
+  const size_t before = log_.CountWith("SetOBSData");
+  worker_->update(nullptr);
+  ASSERT_TRUE(Feed(2, 32, 16));  // a new processor gets the stored settings: there are none
+  EXPECT_EQ(log_.CountWith("SetOBSData"), before);
+}
+
+TEST_F(WorkerSettings, SettingsReachTheProcessorAheadOfTheNextFrameOnly) {
+  Update("{}");
+  Nudge();
+  ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
+  EXPECT_EQ(log_.CountWith("SetNoGreenMatting"), 0u);
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(log_.Has(kInfo, "SetNoGreenMatting no_green_matting_ :0"));
+}
+
+TEST_F(WorkerSettings, WithTheOptionOffTheyReachItAtOnce) {
+  host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
+  Update("{\"no_green_matting\":true}");
+  EXPECT_TRUE(log_.Has(kInfo, "SetNoGreenMatting no_green_matting_ :1"));
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 1u);
+}
+
+TEST_F(WorkerSettings, SettingsComeBeforeTheMattingWish) {
+  host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
+  Update("{}");
+  const std::vector<LogLine> lines = log_.Lines();
+  size_t settings = 0, matting = 0;
+  for (size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i].text.find("SetOBSData") != std::string::npos) settings = i;
+    if (lines[i].text.find("SetNoGreenMatting") != std::string::npos) matting = i;
+  }
+  EXPECT_LT(settings, matting);
+}
+
+TEST_F(WorkerSettings, WorkersCopyOutlivesTheHostsSettings) {
+  {
+    const OBSDataAutoRelease settings = Settings("{\"apply_flag\":255}");
+    worker_->update(settings);
+    obs_data_set_string(settings, "lx_enable_nvdx_interop", "changed later");
+  }
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 2u);  // by the recreation, and by the task before it, on the old processor
+}
+
+TEST_F(WorkerSettings, NoGreenMattingSendsFramesWithFour) {
+  Update("{\"no_green_matting\":true}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format 4, rotation 0, flip 0)");
+  Update("{\"no_green_matting\":false}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+}
+
+TEST_F(WorkerSettings, AbsentNoGreenMattingMeansOff) {
+  Update("{\"no_green_matting\":true}");
+  NextFrameCall();
+  Update("{}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+}
+
+TEST_F(WorkerSettings, OrientationIsLoggedAndReported) {
+  Update(Orientation(true, false, 90));
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty] fb filter update orientation , flip_hor 1, flip_ver 0"));
+  EXPECT_EQ(host_double::Reports(),
+            (std::vector<HostReport>{{19, "{\"flip_hor\":true,\"flip_ver\":false,\"rotate_type\":90}"}}));
+}
+
+TEST_F(WorkerSettings, ReportCarriesRawDegrees) {
+  Update(Orientation(false, false, 450));
+  EXPECT_EQ(host_double::Reports().back().body, "{\"flip_hor\":false,\"flip_ver\":false,\"rotate_type\":450}");
+}
+
+TEST_F(WorkerSettings, SettingsWithoutOrientationSendNoReport) {
+  Update("{\"no_green_matting\":true}");
+  EXPECT_TRUE(host_double::Reports().empty());
+  EXPECT_FALSE(log_.HasText("update orientation"));
+}
+
+TEST_F(WorkerSettings, MissingOrientationKeepsTheLastOne) {
+  Update(Orientation(true, false, 90));
+  Update("{}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 90, flip 1)");
+}
+
+TEST_F(WorkerSettings, EmptyOrientationMeansUpright) {
+  Update(Orientation(true, true, 90));
+  Update("{\"sceneitem_orientation_info\":{}}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+}
+
+TEST_F(WorkerSettings, OrientationTakesEffectOnTheNextFrame) {
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+  Update(Orientation(false, false, 270));
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 270, flip 0)");
+}
+
+TEST_F(WorkerSettings, HostFramesFlipBecomesAHalfTurnAndAMirror) {
+  EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 180, flip 1)");
+}
+
+TEST_F(WorkerSettings, HostFramesFlipCancelsTheSceneItems) {
+  Update(Orientation(false, true, 0));
+  EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+}
+
+TEST_F(WorkerSettings, HostFramesFlipIsIgnoredWithTheSwitchOff) {
+  host_double::Change([](HostSwitches &switches) { switches.frame_flip = false; });
+  EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 0, flip 0)");
+}
+
+// ---- The request for the shared-texture path ----
+
+TEST_F(WorkerSettings, RequestIsLoggedWhenItIsMade) {
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] update [open]"));
+  EXPECT_TRUE(log_.Has(kInfo, "put open task: open"));
+}
+
+TEST_F(WorkerSettings, RequestThatDiffersRecreatesTheProcessor) {
+  ASSERT_TRUE(Feed());
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [1]"));
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] LumivexProcessor recreate because of LX AB change"));
+  EXPECT_EQ(scripted_engine::Created(), 2);
+}
+
+TEST_F(WorkerSettings, RequestEqualToTheStateIsLoggedAndRecreatesNothing) {
+  ASSERT_TRUE(Feed());
+  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [0]"));
+  EXPECT_FALSE(log_.HasText("because of LX AB change"));
+  EXPECT_EQ(scripted_engine::Created(), 1);
+}
+
+TEST_F(WorkerSettings, OnlyTheLatestRequestCounts) {
+  ASSERT_TRUE(Feed());
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [0]"));
+  EXPECT_EQ(scripted_engine::Created(), 1);
+}
+
+TEST_F(WorkerSettings, AnythingButOpenMeansOff) {
+  ASSERT_TRUE(Feed());
+  for (const char *text : {"Open", "open ", "1", ""}) {
+    Update("{\"lx_enable_nvdx_interop\":\"" + std::string(text) + "\"}");
+    ASSERT_TRUE(Feed());
+    EXPECT_TRUE(Dequeue().success);
+  }
+  EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] cur [0] target [0]"), 4u);
+  EXPECT_EQ(scripted_engine::Created(), 1);
+}
+
+TEST_F(WorkerSettings, RequestIsJudgedOnce) {
+  ASSERT_TRUE(Feed());
+  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
+  ASSERT_TRUE(Feed());
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
+}
+
+TEST_F(WorkerSettings, RequestWaitsForAFrameThatNeedsNoRecreation) {
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  ASSERT_TRUE(Feed());  // recreates for its size
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
+}
+
+TEST_F(WorkerSettings, RecreatedProcessorProbesAnewAndTurnsThePathOn) {
+  scripted_engine::Change([](EngineScript &script) {
+    script.interop = true;
+    script.out_format = 5;
+  });
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(host_double::Switches().shared_texture);
+  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [1] target [0]"));
+  EXPECT_EQ(scripted_engine::Count("isNVDXInteropSupported(1, 500)"), 2u);
+  EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] change from 0 to 1"), 2u);
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+// The statistics step: a sample each second, a report each ten, the engine's text each three hundred.
+#include <chrono>
+
+#include "engine/faceless_instance.h"
+#include "worker_bench.h"
+
+namespace {
+
+using namespace vanta_test;
+using namespace std::chrono_literals;
+
+class WorkerStatistics : public WorkerBench {
+ protected:
+  void SetUp() override { StartWorker(); }
+
+  static std::vector<StatisticsSample> Reports() {
+    return vanta::FacelessInstance::GetInstance()->GetBeautyStatistics();
+  }
+};
+
+TEST_F(WorkerStatistics, NoReportBeforeTheTenthSample) {
+  Tick(9);
+  EXPECT_TRUE(Reports().empty());
+  Tick(1);
+  EXPECT_EQ(Reports().size(), 1u);
+}
+
+TEST_F(WorkerStatistics, EachReportCoversItsOwnTenSamples) {
+  ASSERT_TRUE(Feed());
+  Tick(10);
+  EXPECT_FLOAT_EQ(Reports().front().arrived_fps, 0.1F);
+  Tick(10);
+  EXPECT_FLOAT_EQ(Reports().front().arrived_fps, 0.0F);
+}
+
+TEST_F(WorkerStatistics, ReportCarriesTheSourcesIdAndTheFramesSize) {
+  ASSERT_TRUE(Feed());
+  const StatisticsSample report = TenSecondReport();
+  EXPECT_EQ(report.name, "face_beauty_filter_v2_1");
+  EXPECT_EQ(report.resolution, "64x48");
+  EXPECT_EQ(report.width, kWidth);
+  EXPECT_EQ(report.height, kHeight);
+}
+
+TEST_F(WorkerStatistics, ReportCarriesWhatTheEngineAndTheClockSaid) {
+  scripted_engine::Change([](EngineScript &script) {
+    script.tessera_ms = 1.5F;
+    script.beauty_ms = 2.5F;
+    script.process_time = 4250us;
+  });
+  ASSERT_TRUE(Feed());
+  MovableClock::Advance(30ms);
+  EXPECT_TRUE(Dequeue().success);
+  const StatisticsSample report = TenSecondReport();
+  EXPECT_FLOAT_EQ(report.filter_p95, 4.25F);
+  EXPECT_FLOAT_EQ(report.tessera_p95, 1.5F);
+  EXPECT_FLOAT_EQ(report.beauty_p95, 2.5F);
+  EXPECT_FLOAT_EQ(report.async_p95, 34.0F);
+  EXPECT_FLOAT_EQ(report.async_max, 34.0F);
+}
+
+TEST_F(WorkerStatistics, EventsOfTheFrameRoadAreCounted) {
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  for (int i = 0; i < 6; ++i) worker_->EnqueueFrame(frame.get());  // two are refused
+  for (int i = 0; i < 3; ++i) EXPECT_FALSE(Dequeue().success);
+  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+  scripted_engine::Open(Gate::kProcess);
+  ASSERT_TRUE(WaitForPasses(4));
+  // The engine's start reset what was counted before it; from here on nothing does.
+  Tick(10);
+  worker_->EnqueueFrame(frame.get());  // refused: four stand in the output
+  for (int i = 0; i < 4; ++i) EXPECT_TRUE(Dequeue().success);
+  for (int i = 0; i < 2; ++i) EXPECT_FALSE(Dequeue().success);
+  Tick(10);
+  const StatisticsSample report = Reports().front();
+  EXPECT_EQ(report.enqueue_fail_count, 1);
+  EXPECT_EQ(report.taken_count, 4);
+  EXPECT_EQ(report.empty_dequeue_count, 2);
+}
+
+TEST_F(WorkerStatistics, WakeWithoutAFrameIsCountedAsSpurious) {
+  ASSERT_TRUE(Feed());
+  ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
+  Tick(10);
+  const int wanted = 1;
+  // The thread may not have reached its wait yet when the first nudge comes: nudge until one has woken it.
+  while (host_double::Count("ThreadTimestamp(0)") < 2) Nudge();
+  Tick(10);
+  EXPECT_GE(Reports().front().spurious_wake_count, wanted);
+}
+
+TEST_F(WorkerStatistics, RecreationResetsTheIntervalAndTellsTheNewSize) {
+  ASSERT_TRUE(Feed());
+  ASSERT_TRUE(Feed(2, 32, 16));
+  const StatisticsSample report = TenSecondReport();
+  EXPECT_EQ(report.resolution, "32x16");
+  EXPECT_FLOAT_EQ(report.render_fps, 0.1F) << "the frame of the old size belongs to the old interval";
+}
+
+TEST_F(WorkerStatistics, EnginesTextIsReadAtTheThreeHundredthSample) {
+  scripted_engine::Change([](EngineScript &script) { script.stats = "{\"frames\":5}"; });
+  ASSERT_TRUE(Feed());
+  Tick(299);
+  EXPECT_EQ(scripted_engine::Count("getStats"), 0u);
+  EXPECT_EQ(Reports().front().ability_text, "");
+  Tick(1);
+  EXPECT_EQ(Reports().front().ability_text, "{\"frames\":5}");
+  const std::vector<std::string> texts = CommandsOf(1);
+  EXPECT_EQ(texts, (std::vector<std::string>{"getStats()", "clearStats()"}));
+}
+
+TEST_F(WorkerStatistics, EnginesTextStaysInEveryReportUntilTheNext) {
+  scripted_engine::Change([](EngineScript &script) { script.stats = "{\"frames\":5}"; });
+  ASSERT_TRUE(Feed());
+  Tick(310);
+  EXPECT_EQ(Reports().front().ability_text, "{\"frames\":5}");
+  Tick(289);
+  EXPECT_EQ(scripted_engine::Count("getStats"), 1u);
+  Tick(1);
+  EXPECT_EQ(scripted_engine::Count("getStats"), 2u);
+}
+
+TEST_F(WorkerStatistics, WithoutAnEngineTheTextIsEmpty) {
+  scripted_engine::Change([](EngineScript &script) { script.create = false; });
+  ASSERT_TRUE(Feed());
+  Tick(300);
+  EXPECT_EQ(Reports().front().ability_text, "");
+}
+
+TEST_F(WorkerStatistics, StopEndsTheTickWithoutWaiting) {
+  Tick(1);
+  worker_->stop();
+  MovableClock::Advance(20s);
+  StopWorker();
+  EXPECT_TRUE(Reports().empty());
+}
+
+}  // namespace
