@@ -2,16 +2,16 @@
 
 #include <dlfcn.h>
 
-#include <array>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include <graphics/graphics.h>
 #include <obs.h>
-#include <util/platform.h>
 
 #include "module/host_extensions.h"
 #include "module/mutex.h"
+#include "utf16.h"
 #include "vanta_host.h"
 
 namespace {
@@ -53,25 +53,6 @@ std::string RendererName() {
   return name;
 }
 
-// Cut to what fits with a terminator, whole characters only.
-void CopyUtf16(const std::string &text, char16_t *out, size_t size) {
-  std::array<wchar_t, 256> wide{};
-  const size_t length = os_utf8_to_wcs(text.c_str(), text.size(), wide.data(), wide.size());
-  size_t used = 0;
-  for (size_t i = 0; i < length && wide[i]; ++i) {
-    const auto character = static_cast<uint32_t>(wide[i]);
-    const bool pair = character > 0xFFFF;
-    if (used + (pair ? 2 : 1) >= size) break;
-    if (pair) {
-      out[used++] = static_cast<char16_t>(0xD7C0 + (character >> 10));
-      out[used++] = static_cast<char16_t>(0xDC00 + (character & 0x3FF));
-    } else {
-      out[used++] = static_cast<char16_t>(character);
-    }
-  }
-  out[used] = 0;
-}
-
 }  // namespace
 
 namespace vanta_host {
@@ -99,7 +80,7 @@ void ForgetAdapter() {
 HostAdapterDesc GetD3DAdapterInfo() {
   HostAdapterDesc desc;
   std::memset(&desc, 0, sizeof(desc));
-  CopyUtf16(KnownName(), desc.description, std::size(desc.description));
+  vanta_host::CopyUtf16(KnownName(), desc.description, std::size(desc.description));
   return desc;
 }
 

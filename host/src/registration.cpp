@@ -12,6 +12,7 @@
 namespace {
 
 bool IsRegistered(const char *id) {
+  if (!obs_initialized()) return false;
   const char *known = nullptr;
   for (size_t i = 0; obs_enum_source_types(i, &known); ++i)
     if (std::strcmp(known, id) == 0) return true;

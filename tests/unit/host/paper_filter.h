@@ -1,0 +1,36 @@
+// A filter of the customised host's kind whose callbacks note what they are given.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <obs.h>
+
+#include "module/source_record.h"
+
+namespace vanta_test {
+
+// What the callbacks have seen. Threads: Note, Calls and Has any; the rest the test's.
+class PaperFilter {
+ public:
+  void Note(const char *call);
+  std::vector<std::string> Calls() const;  // "create", "update", "destroy", ... in order
+  bool Has(const char *call) const;
+
+  std::vector<uint32_t> dump_ids;  // of each frame that came
+  std::string dump_json;           // what get_dump_json hands out
+  obs_source_t *source = nullptr;  // of the newest instance
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> calls_;
+};
+
+PaperFilter &Paper();  // the process's; instances share it
+
+// get_name, create, destroy, update, filter_video and get_dump_json are set.
+HostSourceInfo PaperRecord(const char *id);
+
+}  // namespace vanta_test

@@ -1,0 +1,178 @@
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <util/platform.h>
+
+#include "module/host_extensions.h"
+#include "recorded_sleep.h"
+#include "support/log_capture.h"
+#include "vanta_host.h"
+
+namespace {
+
+using vanta_test::LogCapture;
+
+std::vector<vanta_host_worker> Workers() {
+  std::vector<vanta_host_worker> workers(vanta_host_get_workers(nullptr, 0));
+  workers.resize(vanta_host_get_workers(workers.data(), workers.size()));
+  return workers;
+}
+
+// At work since a time long ago.
+void BeginStuckFrame(uint64_t id) {
+  FaceBeautyThreadManagerAddThread(id);
+  SetFaceBeautyFilterWorkerThreadId(id, id);
+  SetFaceBeautyFilterWorkerThreadTimestamp(id, 1);
+}
+
+TEST(Supervision, ABeautyWorkerIsListedFromAddToRemove) {
+  EXPECT_TRUE(Workers().empty());
+  FaceBeautyThreadManagerAddThread(41);
+  ASSERT_EQ(Workers().size(), 1u);
+  EXPECT_EQ(Workers()[0].id, 41u);
+  EXPECT_STREQ(Workers()[0].name, "FaceBeautyFilterWorker");
+  EXPECT_FALSE(Workers()[0].busy);
+  EXPECT_EQ(Workers()[0].timestamp_ns, 0u);
+  FaceBeautyThreadManagerRemoveThread(41);
+  EXPECT_TRUE(Workers().empty());
+}
+
+TEST(Supervision, ABeautyWorkersWordsGoToItsOwnEntry) {
+  FaceBeautyThreadManagerAddThread(41);
+  FaceBeautyThreadManagerAddThread(42);
+  SetFaceBeautyFilterWorkerThreadId(42, 42);
+  SetFaceBeautyFilterWorkerThreadTimestamp(42, os_gettime_ns());
+  EXPECT_FALSE(Workers()[0].busy);
+  EXPECT_TRUE(Workers()[1].busy);
+  EXPECT_NE(Workers()[1].timestamp_ns, 0u);
+  SetFaceBeautyFilterWorkerThreadId(42, 0);
+  SetFaceBeautyFilterWorkerThreadTimestamp(42, 0);
+  EXPECT_FALSE(Workers()[1].busy);
+  EXPECT_EQ(Workers()[1].timestamp_ns, 0u);
+}
+
+TEST(Supervision, ALandmarkWorkerIsListedFromItsFirstIdToTheEndOfItsThread) {
+  std::thread([] {
+    SetTesseraLandmarkFilterWorkerThreadTimestamp(os_gettime_ns());
+    EXPECT_TRUE(Workers().empty());
+    SetTesseraLandmarkFilterWorkerThreadId(51);
+    SetTesseraLandmarkFilterWorkerThreadTimestamp(5);
+    ASSERT_EQ(Workers().size(), 1u);
+    EXPECT_EQ(Workers()[0].id, 51u);
+    EXPECT_STREQ(Workers()[0].name, "TesseraLandmarkFilterWorker");
+    EXPECT_TRUE(Workers()[0].busy);
+    EXPECT_EQ(Workers()[0].timestamp_ns, 5u);
+    SetTesseraLandmarkFilterWorkerThreadId(0);
+    SetTesseraLandmarkFilterWorkerThreadTimestamp(0);
+    ASSERT_EQ(Workers().size(), 1u);
+    EXPECT_FALSE(Workers()[0].busy);
+    EXPECT_EQ(Workers()[0].timestamp_ns, 0u);
+  }).join();
+  EXPECT_TRUE(Workers().empty());
+}
+
+TEST(Supervision, LandmarkWorkersOfTwoThreadsStandApart) {
+  SetTesseraLandmarkFilterGpuWorkerThreadId(61);
+  SetTesseraLandmarkFilterGpuWorkerThreadTimestamp(6);
+  std::thread([] {
+    SetTesseraLandmarkFilterGpuWorkerThreadId(62);
+    SetTesseraLandmarkFilterGpuWorkerThreadTimestamp(7);
+    ASSERT_EQ(Workers().size(), 2u);
+    EXPECT_STREQ(Workers()[0].name, "TesseraLandmarkFilterGpuWorker");
+    EXPECT_EQ(Workers()[0].timestamp_ns, 6u);
+    EXPECT_EQ(Workers()[1].timestamp_ns, 7u);
+    SetTesseraLandmarkFilterGpuWorkerThreadId(0);
+    EXPECT_TRUE(Workers()[0].busy);
+    EXPECT_FALSE(Workers()[1].busy);
+  }).join();
+  ASSERT_EQ(Workers().size(), 1u);
+  EXPECT_EQ(Workers()[0].id, 61u);
+}
+
+TEST(Watchdog, LogsAStuckWorkerFromAThreadOfItsOwn) {
+  LogCapture log;
+  BeginStuckFrame(71);
+  EXPECT_TRUE(log.WaitForText("FaceBeautyFilterWorker (thread 71)"));
+}
+
+TEST(Watchdog, WatchesAWorkerThatComesLater) {
+  LogCapture log;
+  BeginStuckFrame(71);
+  EXPECT_TRUE(log.WaitForText("(thread 71)"));
+  BeginStuckFrame(72);
+  EXPECT_TRUE(log.WaitForText("(thread 72)"));
+  EXPECT_EQ(log.CountWith("(thread 71)"), 1u);
+}
+
+TEST(Watchdog, KeepsQuietWhileItIsSwitchedOff) {
+  vanta_host_set_watchdog_ms(0);
+  LogCapture log;
+  BeginStuckFrame(71);
+  vanta_host_detach();  // the thread has had its look
+  EXPECT_FALSE(log.HasText("(thread 71)"));
+  vanta_host_set_watchdog_ms(5000);
+  FaceBeautyThreadManagerAddThread(72);
+  EXPECT_TRUE(log.WaitForText("(thread 71)"));
+}
+
+TEST(Watchdog, SwitchingItOnWakesItsThread) {
+  vanta_host_set_watchdog_ms(0);
+  LogCapture log;
+  BeginStuckFrame(71);
+  vanta_host_set_watchdog_ms(100);
+  EXPECT_TRUE(log.WaitForText("(thread 71)"));
+}
+
+TEST(Watchdog, StartsAgainAfterADetach) {
+  LogCapture log;
+  BeginStuckFrame(71);
+  EXPECT_TRUE(log.WaitForText("(thread 71)"));
+  FaceBeautyThreadManagerRemoveThread(71);
+  vanta_host_detach();
+  BeginStuckFrame(72);
+  EXPECT_TRUE(log.WaitForText("(thread 72)"));
+}
+
+TEST(WatchdogDeathTest, ProcessEndsCleanlyWhileItRuns) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        BeginStuckFrame(71);
+        std::exit(3);
+      },
+      testing::ExitedWithCode(3), "");
+}
+
+TEST(WatchdogDeathTest, ProcessMayEndFromTheWatchdogsOwnLine) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        base_set_log_handler([](int, const char *, va_list, void *) { std::exit(4); }, nullptr);
+        BeginStuckFrame(71);
+        for (;;) std::this_thread::yield();
+      },
+      testing::ExitedWithCode(4), "");
+}
+
+TEST(SleepHooks, ReturnAtOnceAtFirst) {
+  vanta_test::SleepRecording sleeps;
+  FaceBeautyFilterWorkerThreadSleep(1);
+  TesseraLandmarkFilterWorkerThreadSleep();
+  TesseraLandmarkFilterGpuWorkerThreadSleep();
+  EXPECT_TRUE(sleeps.TakeNs().empty());
+}
+
+TEST(SleepHooks, BlockForTheDurationThatIsTheirs) {
+  vanta_test::SleepRecording sleeps;
+  vanta_host_set_worker_sleep_us(1500, 20, 3);
+  FaceBeautyFilterWorkerThreadSleep(1);
+  EXPECT_EQ(sleeps.TakeNs(), std::vector<int64_t>{1500000});
+  TesseraLandmarkFilterWorkerThreadSleep();
+  EXPECT_EQ(sleeps.TakeNs(), std::vector<int64_t>{20000});
+  TesseraLandmarkFilterGpuWorkerThreadSleep();
+  EXPECT_EQ(sleeps.TakeNs(), std::vector<int64_t>{3000});
+}
+
+}  // namespace
