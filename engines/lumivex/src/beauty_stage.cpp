@@ -10,13 +10,13 @@ namespace lumivex {
 namespace {
 
 constexpr int kStep = RowWindow::kStep;
-constexpr int kFeather = 5;             // cells across which the edge of skin is softened
-constexpr float kWhitenLevels = 44.0f;  // what full whitening adds to middle grey
-constexpr float kPallor = 0.20f;        // saturation that full whitening takes
-constexpr float kRuddyU = -2.0f;        // levels that full ruddiness adds
+constexpr int kFeather = 5;           // cells across which the edge of skin is softened
+constexpr float kWhitenLift = 0.19f;  // of white: what full whitening adds to middle grey
+constexpr float kPallor = 0.20f;      // saturation that full whitening takes
+constexpr float kRuddyU = -2.0f;      // levels that full ruddiness adds
 constexpr float kRuddyV = 11.0f;
-constexpr float kQuietDeviation = 7.0f;    // luma levels: what weak smoothing takes for texture and not for an edge
-constexpr float kStrongDeviation = 10.0f;  // what full strength adds to that
+constexpr float kQuietDeviation = 0.03f;    // of white: what weak smoothing takes for texture and not for an edge
+constexpr float kStrongDeviation = 0.035f;  // what full strength adds to that
 
 // For values of 0 and more.
 int16_t Fixed(float value) {
@@ -67,13 +67,13 @@ void BeautyStage::Apply(const Nv12View &view, const YuvSpace &space, const Beaut
   const auto padded = static_cast<size_t>((skin_.cols + kStep - 1) / kStep * kStep * kCell);
   for (auto *row : {&removal_row_, &base_row_, &whiten_row_, &weight_row_}) row->resize(padded);
   out_row_.resize(padded);
-  FitModel(view, strength);
+  FitModel(view, space, strength);
   BuildMaps(space, strength);
   if (strength.smooth > 0.0f || strength.whiten > 0.0f) ApplyLuma(view, space, strength);
   if (strength.whiten > 0.0f || strength.ruddy > 0.0f) ApplyChroma(view, strength);
 }
 
-void BeautyStage::FitModel(const Nv12View &view, const BeautyStrength &strength) {
+void BeautyStage::FitModel(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
   if (strength.smooth <= 0.0f) return;
   const int side = 2 * WindowRadius(view.height) + 1;
   const cv::Size window(side, side);
@@ -81,7 +81,7 @@ void BeautyStage::FitModel(const Nv12View &view, const BeautyStrength &strength)
   cv::blur(mean_, window_mean_, window, centre, cv::BORDER_REPLICATE);
   cv::blur(square_, square_, window, centre, cv::BORDER_REPLICATE);
 
-  const float deviation = kQuietDeviation + kStrongDeviation * strength.smooth;
+  const float deviation = (kQuietDeviation + kStrongDeviation * strength.smooth) * static_cast<float>(space.span);
   const float quiet = deviation * deviation;
   gain_.create(mean_.rows, mean_.cols, CV_32F);
   offset_.create(mean_.rows, mean_.cols, CV_32F);
@@ -96,15 +96,27 @@ void BeautyStage::FitModel(const Nv12View &view, const BeautyStrength &strength)
       offset[column] = (1.0f - gain[column]) * mean[column];
     }
   }
-  cv::blur(gain_, gain_, window, centre, cv::BORDER_REPLICATE);
-  cv::blur(offset_, offset_, window, centre, cv::BORDER_REPLICATE);
+  cv::blur(gain_, mean_gain_, window, centre, cv::BORDER_REPLICATE);
+  cv::blur(offset_, mean_offset_, window, centre, cv::BORDER_REPLICATE);
+  // A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge.
+  for (int row = 0; row < gain_.rows; ++row) {
+    float *gain = gain_.ptr<float>(row);
+    float *offset = offset_.ptr<float>(row);
+    const float *mean_gain = mean_gain_.ptr<float>(row);
+    const float *mean_offset = mean_offset_.ptr<float>(row);
+    for (int column = 0; column < gain_.cols; ++column) {
+      const bool edge = gain[column] > mean_gain[column];
+      gain[column] = edge ? gain[column] : mean_gain[column];
+      offset[column] = edge ? offset[column] : mean_offset[column];
+    }
+  }
 }
 
 void BeautyStage::BuildMaps(const YuvSpace &space, const BeautyStrength &strength) {
   for (CellMap *map : {&removal_, &base_, &whiten_, &weight_}) map->Resize(skin_.cols, skin_.rows);
   // The whitening curve below reaches span * span / 4 * 2 / 65536 of this, in 1/32nds of a level.
   const auto span = static_cast<float>(space.span);
-  const float whitening = strength.whiten * kWhitenLevels * 32.0f * 65536.0f / (span * span / 2.0f) / 255.0f;
+  const float whitening = strength.whiten * kWhitenLift * span * 32.0f * 65536.0f / (span * span / 2.0f) / 255.0f;
   for (int row = 0; row < skin_.rows; ++row) {
     const uint8_t *skin = skin_.ptr<uint8_t>(row);
     int16_t *whiten = whiten_.Row(row);

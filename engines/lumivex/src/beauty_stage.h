@@ -32,7 +32,7 @@ class BeautyStage {
 
  private:
   void MeasureSkin(const Nv12View &view);
-  void FitModel(const Nv12View &view, const BeautyStrength &strength);
+  void FitModel(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
   void BuildMaps(const YuvSpace &space, const BeautyStrength &strength);
   void ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
   void ApplyChroma(const Nv12View &view, const BeautyStrength &strength);
@@ -49,6 +49,8 @@ class BeautyStage {
   cv::Mat window_mean_;
   cv::Mat gain_;  // the model is gain * luma + offset
   cv::Mat offset_;
+  cv::Mat mean_gain_;
+  cv::Mat mean_offset_;
   std::vector<uint8_t> skin_rows_;  // per row of cells: holds any skin
 
   CellMap removal_;  // 1/32768ths of the detail that smoothing takes away

@@ -3,6 +3,7 @@
 #include <util/base.h>
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -18,6 +19,11 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int32_t kNoGreenMatting = 4;  // in FrameData::pixel_format, going in
 constexpr int32_t kMemoryFrame = 1;     // in FrameData::pixel_format, coming back
+
+// As people write it: 0.7, not the nearest float's 0.699999988.
+double Readable(float value) {
+  return std::round(static_cast<double>(value) * 1e4) / 1e4;
+}
 
 float MillisecondsSince(Clock::time_point start) {
   return std::chrono::duration<float, std::milli>(Clock::now() - start).count();
@@ -162,10 +168,10 @@ void Engine::SetGroup(const std::string &text, bool is_group) {
 std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times) const {
   Json stages = Json::object();
   for (size_t i = 0; i < kStageCount; ++i) {
-    if (times.stages[i] >= 0.0f) stages[kStageNames[i]] = times.stages[i];
+    if (times.stages[i] >= 0.0f) stages[kStageNames[i]] = Readable(times.stages[i]);
   }
   Json beauty = Json::object();
-  for (const BeautyTypeInfo &info : kBeautyTypes) beauty[std::string(info.name)] = applied_.Beauty(info.type);
+  for (const BeautyTypeInfo &info : kBeautyTypes) beauty[std::string(info.name)] = Readable(applied_.Beauty(info.type));
   const Json json = {
       {"engine", "lumivex"},
       {"frame",
@@ -177,11 +183,11 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
         {"timestamp", frame.timestamp}}},
       {"group", applied_.group},
       {"beauty", std::move(beauty)},
-      {"naturality", applied_.naturality},
-      {"lookup", {{"name", applied_.lookup_name}, {"intensity", applied_.lookup_intensity}}},
+      {"naturality", Readable(applied_.naturality)},
+      {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
       {"stages_ms", std::move(stages)},
-      {"tessera_ms", times.vision},
-      {"beauty_ms", times.beauty},
+      {"tessera_ms", Readable(times.vision)},
+      {"beauty_ms", Readable(times.beauty)},
   };
   // Names of files need not be UTF-8.
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);

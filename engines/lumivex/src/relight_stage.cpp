@@ -12,7 +12,7 @@ constexpr int kStep = 8;               // pixels that the loop takes at once
 constexpr Place kLight{0.25f, 0.15f};  // on the upright picture
 constexpr float kReachX = 0.45f;       // standard deviation of the light, in widths
 constexpr float kReachY = 0.55f;       // in heights
-constexpr float kLevels = 48.0f;       // what full light adds to middle grey
+constexpr float kLift = 0.21f;         // of white: what full light adds to middle grey
 
 float Light(float distance, float reach) {
   return std::exp(-0.5f * distance * distance / (reach * reach));
@@ -39,7 +39,7 @@ void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orie
   const cv::v_int16x8 half = cv::v_setall_s16(16);
   // The curve reaches span * span / 2 at middle grey; of that the two high products leave 1/32nds of a level.
   const float curve_top = static_cast<float>(space.span * space.span) / 2.0f;
-  const float scale = strength * kLevels * 32.0f * 2.0f * 65536.0f / curve_top;
+  const float scale = strength * kLift * static_cast<float>(space.span) * 32.0f * 2.0f * 65536.0f / curve_top;
 
   for (int row = 0; row < view.height; ++row) {
     uint8_t *pixels = view.YRow(row);
