@@ -132,6 +132,15 @@ TEST(FrameFactoryOutput, ScalerIsTriedAgainOnTheNextFrameAfterItCouldNotBeBuilt)
   EXPECT_TRUE(factory.CopyToObsFrame(frame, good.get()));
 }
 
+TEST(FrameFactoryOutput, Nv12NeedsNoScaler) {
+  constexpr int kTooHighForTheScaler = 2200000;
+  FaceBeautyFrameFactory factory;
+  const PooledFrame frame = Finished(1, kTooHighForTheScaler, 1, 2);
+  const auto host = MakeHostFrame(VIDEO_FORMAT_NV12, 1, kTooHighForTheScaler, Fill::kZero);
+  EXPECT_TRUE(factory.CopyToObsFrame(frame, host.get()));
+  EXPECT_EQ(host->data[1][kTooHighForTheScaler - 1], 128);
+}
+
 TEST(FrameFactoryOutput, SameSizeInAnotherFormatWithNullPlanesIsRefused) {
   FaceBeautyFrameFactory factory;
   const PooledFrame frame = Finished(32, 16, 32, 32);

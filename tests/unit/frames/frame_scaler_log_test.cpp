@@ -87,6 +87,7 @@ TEST_F(FrameScalerLog, ChangeOfRangeAloneNamesNewAndOldRange) {
   LogCapture log;
   host->full_range = true;
   Put(host.get());
+  Put(host.get());
   EXPECT_EQ(log.LinesWith("[beauty]"),
             (Lines{{LOG_INFO, "[beauty] Valid parameters! colorspace 2 colorspace_ 2 range_type 2 height_ 1"}}));
 }
