@@ -7,8 +7,8 @@ namespace lumivex {
 namespace {
 
 // All as parts of the chroma of pure green.
-constexpr float kSubject = 0.20f;        // less green than this is subject
-constexpr float kBackdrop = 0.42f;       // more is backdrop
+constexpr float kSubject = 0.16f;        // less green than this is subject
+constexpr float kBackdrop = 0.32f;       // more is backdrop
 constexpr float kAside = 0.8f;           // chroma at right angles to green counts this much against it
 constexpr float kSpill = 0.08f;          // green that a subject may keep
 constexpr float kBackdropLevel = 0.11f;  // of white
