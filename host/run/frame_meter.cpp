@@ -30,13 +30,17 @@ void Keep(std::vector<float> &costs, double microseconds) {
 }  // namespace
 
 void FrameMeter::Enter(obs_source_frame *frame) {
-  const uint64_t count = in_.fetch_add(1) + 1;
-  if (waiting_ && count - marked_at_ > kLostAfterFrames) waiting_ = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    counts_ = {in_, out_};
+  }
+  ++in_;
+  if (waiting_ && in_ - marked_at_ > kLostAfterFrames) waiting_ = false;
   if (!waiting_ && requested_.exchange(false)) {
     open_ = {};
     open_.before = Copy(frame);
     open_.entered_ns = os_gettime_ns();
-    marked_at_ = count;
+    marked_at_ = in_;
     waiting_ = vanta_host_mark_next_frame(filter_, ++mark_);
   }
   enter_time_ns_ = os_gettime_ns();
@@ -44,7 +48,7 @@ void FrameMeter::Enter(obs_source_frame *frame) {
 
 void FrameMeter::Leave(obs_source_frame *frame) {
   const uint64_t now = os_gettime_ns();
-  out_.fetch_add(1);
+  ++out_;
   {
     std::lock_guard<std::mutex> lock(mutex_);
     Keep(filter_costs_, static_cast<double>(now - enter_time_ns_) / 1000);
@@ -85,6 +89,11 @@ void FrameMeter::StartOver() {
   std::lock_guard<std::mutex> lock(mutex_);
   filter_costs_.clear();
   draw_costs_.clear();
+}
+
+FrameCounts FrameMeter::Counts() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return counts_;
 }
 
 void FrameMeter::RequestPair() {

@@ -42,7 +42,8 @@ class FrameMeter {
   void Drawn(double microseconds);  // [render]
 
   void set_filter(obs_source_t *filter) { filter_ = filter; }
-  FrameCounts Counts() const { return {in_, out_}; }
+  // As of the end of a tick, so that both numbers speak of the same frames.
+  FrameCounts Counts() const;
   // Forgets the times taken so far; the counts go on.
   void StartOver();
   // Marks the next frame; the last pair that came back whole is kept until another one has.
@@ -59,16 +60,17 @@ class FrameMeter {
   // Constant once frames flow.
   obs_source_t *filter_ = nullptr;
 
-  std::atomic<uint64_t> in_{0}, out_{0};
   std::atomic<bool> requested_{false}, waiting_{false};
 
   // [tick] only.
+  uint64_t in_ = 0, out_ = 0;
   uint64_t enter_time_ns_ = 0;
   uint64_t marked_at_ = 0;  // value of in_ when the mark was set
   uint32_t mark_ = 0;
   FramePair open_;
 
   mutable std::mutex mutex_;  // guards what follows
+  FrameCounts counts_;
   FramePair done_;
   std::vector<float> filter_costs_, draw_costs_;
 };

@@ -17,6 +17,7 @@ extern "C" {
 
 #include "failure.h"
 #include "option_values.h"
+#include "quiet_errors.h"
 
 namespace vanta_run {
 namespace {
@@ -63,6 +64,7 @@ void LookAtColor(const Options &options, Input &input) {
 
 void LookAtPicture(const Options &options, Input &input) {
   cv::Mat picture;
+  const QuietErrors quiet(options.verbose);  // the decoders write their warnings there
   try {
     picture = cv::imread(input.path, cv::IMREAD_COLOR);
   } catch (const cv::Exception &) {

@@ -1,8 +1,5 @@
 #include "recorder.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -12,37 +9,16 @@ extern "C" {
 }
 
 #include "failure.h"
+#include "quiet_errors.h"
 
 namespace vanta_run {
 namespace {
 
 constexpr auto kFinishLimit = std::chrono::seconds(20);
+constexpr auto kLookPeriod = std::chrono::milliseconds(500);  // between two looks at the space that is left
 
 struct FormatCloser {
   void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-};
-
-// The muxer is a program of its own and inherits standard error as it is when it starts: what it has to say comes back
-// as a failed recording, in one line, not twice.
-class QuietErrors {
- public:
-  explicit QuietErrors(bool verbose) {
-    if (verbose) return;
-    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    kept_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-    if (nothing >= 0 && kept_ >= 0) dup2(nothing, STDERR_FILENO);
-    if (nothing >= 0) close(nothing);
-  }
-  ~QuietErrors() {
-    if (kept_ < 0) return;
-    dup2(kept_, STDERR_FILENO);
-    close(kept_);
-  }
-  QuietErrors(const QuietErrors &) = delete;
-  QuietErrors &operator=(const QuietErrors &) = delete;
-
- private:
-  int kept_ = -1;
 };
 
 }  // namespace
@@ -104,7 +80,7 @@ void Recorder::Start() {
   stop_signal_.Connect(obs_output_get_signal_handler(output_), "stop", OnStop, this);
   bool started = false;
   {
-    const QuietErrors quiet(verbose_);
+    const QuietErrors quiet(verbose_);  // the muxer inherits it: its failure comes back as ours
     started = obs_output_start(output_);
   }
   if (!started) ThrowBroken(LastError());
@@ -119,8 +95,14 @@ void Recorder::OnStop(void *param, calldata_t *data) {
 }
 
 bool Recorder::Failed() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - last_look_ > kLookPeriod) {
+    last_look_ = now;
+    // The muxer reports a full disk only when it ends.
+    if (early_reason_.empty()) early_reason_ = file_.GuessedReason();
+  }
   std::lock_guard<std::mutex> lock(mutex_);
-  return stop_code_.has_value();
+  return stop_code_.has_value() || !early_reason_.empty();
 }
 
 void Recorder::Finish() {
@@ -138,6 +120,7 @@ void Recorder::Finish() {
     }
   }
   frames_ = static_cast<uint64_t>(obs_output_get_total_frames(output_));
+  if (!early_reason_.empty()) ThrowBroken(early_reason_);
   if (*stop_code_ != OBS_OUTPUT_SUCCESS) ThrowBroken(LastError());
   if (!IsWholeRecording(file_.path())) ThrowBroken("the file is not whole");
   bytes_ = std::filesystem::file_size(file_.path());
@@ -154,7 +137,7 @@ std::string Recorder::LastError() const {
 }
 
 void Recorder::ThrowBroken(const std::string &detail) const {
-  const std::string reason = file_.GuessedReason();
+  const std::string reason = early_reason_.empty() ? file_.GuessedReason() : early_reason_;
   throw Failure(kExitOutput, file_.final_path(), reason.empty() ? detail : reason,
                 "free some space, or give a place that can be written");
 }

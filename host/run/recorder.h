@@ -3,6 +3,7 @@
 
 #include <obs.hpp>
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -26,7 +27,7 @@ class Recorder {
 
   // After libobs's video is up. Throws Failure(kExitOutput).
   void Start();
-  // The output has ended by itself, which it only does when writing fails.
+  // The output has ended by itself, which it only does when writing fails, or there is no more room to write.
   bool Failed();
   // Ends the file and gives it its name. Throws Failure(kExitOutput) when it is not whole.
   void Finish();
@@ -45,6 +46,8 @@ class Recorder {
   OBSOutputAutoRelease output_;
   OBSSignal stop_signal_;
   bool started_ = false;
+  std::string early_reason_;  // why no more can be written; empty: it can
+  std::chrono::steady_clock::time_point last_look_;
   uint64_t frames_ = 0;
   uint64_t bytes_ = 0;
 

@@ -1,0 +1,163 @@
+// What vanta-run says, and with which code it ends, when it cannot do what was asked.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include "program.h"
+
+namespace vanta_test {
+namespace {
+
+// One line, with the subject, the reason and the remedy.
+void ExpectOneLine(const ProgramResult &result) {
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_EQ(result.err.rfind("vanta-run: ", 0), 0u) << result.err;
+  EXPECT_NE(result.err.find("; "), std::string::npos) << result.err;
+}
+
+void ExpectRefusal(const Workplace &workplace, const std::vector<std::string> &arguments, int code,
+                   const std::string &part, const ProgramSetting &setting = {}) {
+  const ProgramResult result = RunProgram(workplace, arguments, setting);
+  EXPECT_EQ(result.exit_code, code) << result.err;
+  EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
+  ExpectOneLine(result);
+}
+
+void WriteFile(const std::filesystem::path &path, const std::string &text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+TEST(RunErrors, UnknownOptionIsAUsageError) {
+  ExpectRefusal(Workplace(), {"--nope"}, 2, "--nope");
+}
+
+TEST(RunErrors, OptionWithoutItsValueIsAUsageError) {
+  ExpectRefusal(Workplace(), {"--input"}, 2, "value is missing");
+}
+
+TEST(RunErrors, BareWordIsAUsageError) {
+  ExpectRefusal(Workplace(), {"clip.mp4"}, 2, "--input clip.mp4");
+}
+
+TEST(RunErrors, NoInputIsAUsageError) {
+  ExpectRefusal(Workplace(), {"--quiet"}, 2, "--input");
+}
+
+struct BadValue {
+  const char *name;
+  std::vector<std::string> option;
+};
+
+class RunBadValues : public testing::TestWithParam<BadValue> {};
+
+TEST_P(RunBadValues, AreUsageErrors) {
+  std::vector<std::string> arguments = {"--input", "color:203040"};
+  arguments.insert(arguments.end(), GetParam().option.begin(), GetParam().option.end());
+  ExpectRefusal(Workplace(), arguments, 2, GetParam().option[0]);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RunBadValues,
+    testing::Values(BadValue{"Size", {"--size", "1280"}}, BadValue{"TinySize", {"--size", "8x8"}},
+                    BadValue{"Rate", {"--fps", "0"}}, BadValue{"RateText", {"--fps", "fast"}},
+                    BadValue{"Seconds", {"--seconds", "-1"}}, BadValue{"Frames", {"--frames", "1.5"}},
+                    BadValue{"BeautyName", {"--beauty", "charm=0.5"}},
+                    BadValue{"BeautyRange", {"--beauty", "smooth=1.5"}}, BadValue{"BeautyForm", {"--beauty", "smooth"}},
+                    BadValue{"Effect", {"--effect", "beauty=perhaps"}},
+                    BadValue{"EffectName", {"--effect", "charm=on"}}, BadValue{"Lookup", {"--lookup", "missing.cube"}},
+                    BadValue{"Settings", {"--settings", "[1]"}}, BadValue{"Switch", {"--async-commands", "maybe"}},
+                    BadValue{"Color", {"--input", "color:12"}}, BadValue{"Delay", {"--engine-delay", "long"}},
+                    BadValue{"Ending", {"--output", "out.doc"}}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST(RunErrors, MissingFileIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "missing.mp4"}, 3, "No such file");
+}
+
+TEST(RunErrors, FolderIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "/tmp"}, 3, "is a folder");
+}
+
+TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
+  const Workplace workplace;
+  WriteFile(workplace / "notes.txt", "nothing to see here\n");
+  ExpectRefusal(workplace, {"--input", "notes.txt"}, 3, "notes.txt");
+}
+
+TEST(RunErrors, SoundWithoutPictureIsAnInputError) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine=d=0.2", (workplace / "tone.wav").string()});
+  ExpectRefusal(workplace, {"--input", "tone.wav"}, 3, "holds no video");
+}
+
+TEST(RunErrors, DamagedPictureIsAnInputError) {
+  const Workplace workplace;
+  WriteFile(workplace / "broken.png", std::string("\x89PNG\r\n\x1a\n", 8) + std::string(40, 'x'));
+  ExpectRefusal(workplace, {"--input", "broken.png"}, 3, "broken.png");
+}
+
+TEST(RunErrors, NoDisplayAndNoXvfbIsADisplayError) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040"}, 4, "install the package xvfb",
+                {{{"DISPLAY", std::nullopt}, {"PATH", "/nowhere"}}, {}});
+}
+
+TEST(RunErrors, MissingModuleIsAModuleError) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040", "--module", "nowhere.so"}, 5, "--module FILE");
+}
+
+TEST(RunErrors, ModuleWithoutItsDataIsAModuleError) {
+  const Workplace workplace;
+  WriteFile(workplace / "vanta_filter.so", "");
+  ExpectRefusal(workplace, {"--input", "color:203040", "--module", "."}, 5, "data folder is missing");
+}
+
+TEST(RunErrors, FileThatIsNoLibraryIsAModuleError) {
+  const Workplace workplace;
+  WriteFile(workplace / "vanta_filter.so", "not a library");
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "color:203040", "--module", ".", "--module-data", VANTA_TEST_DATA});
+  EXPECT_EQ(result.exit_code, 5) << result.err;
+  ExpectOneLine(result);
+}
+
+TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
+  const Workplace workplace;
+  for (const auto &[option, name] : {std::pair{"--output", "no/out.mp4"},
+                                     {"--snapshot", "no/s.png"},
+                                     {"--compare", "no/c.png"},
+                                     {"--report", "no/r.json"},
+                                     {"--log", "no/log.txt"}}) {
+    ExpectRefusal(workplace, {"--input", "color:203040", option, name}, 6, name);
+  }
+}
+
+TEST(RunErrors, DeviceIsNotReplacedByAFile) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040", "--report", "/dev/full"}, 6, "no regular file");
+}
+
+TEST(RunErrors, RefusedRunLeavesNoFileBehind) {
+  const Workplace workplace;
+  ExpectRefusal(workplace,
+                {"--input", "color:203040", "--output", "o.mp4", "--snapshot", "s.png", "--report", "r.json"}, 4,
+                "display", {{{"DISPLAY", std::nullopt}, {"PATH", "/nowhere"}}, {}});
+  EXPECT_EQ(workplace.Files(), std::vector<std::string>{});
+}
+
+TEST(RunHelp, ListsEveryExitCodeAndEverySwitch) {
+  const ProgramResult result = RunProgram(Workplace(), {"--help"});
+  EXPECT_EQ(result.exit_code, 0);
+  for (const char *part : {"\n    0 ", "\n    2 ", "\n    3 ", "\n    4 ", "\n    5 ", "\n    6 ", "\n  130 ",
+                           "--async-commands", "--gl-context", "--frame-flip", "smooth", "whiten"}) {
+    EXPECT_NE(result.out.find(part), std::string::npos) << part;
+  }
+}
+
+TEST(RunHelp, VersionNamesLibobs) {
+  const ProgramResult result = RunProgram(Workplace(), {"--version"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.out.find("libobs 29"), std::string::npos) << result.out;
+}
+
+}  // namespace
+}  // namespace vanta_test

@@ -1,0 +1,175 @@
+// The files that a run leaves: whole under their names, or not there.
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include <opencv2/imgcodecs.hpp>
+
+#include "program.h"
+
+namespace vanta_test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string Probe(const Workplace &workplace, const std::string &name, const std::string &entries) {
+  return RunTool({"ffprobe", "-v", "error", "-select_streams", "v", "-count_frames", "-show_entries", entries, "-of",
+                  "csv=p=0", (workplace / name).string()});
+}
+
+// A face-coloured square with the fine unevenness of skin, on grey.
+void WriteSkinPicture(const std::filesystem::path &path) {
+  cv::Mat picture(360, 640, CV_8UC3, cv::Scalar(90, 90, 90));
+  cv::Mat face = picture(cv::Rect(160, 60, 240, 240));
+  cv::Mat noise(face.size(), CV_16SC1);
+  cv::theRNG().state = 7;
+  cv::randn(noise, 0, 6);
+  for (int y = 0; y < face.rows; ++y) {
+    for (int x = 0; x < face.cols; ++x) {
+      const int step = noise.at<int16_t>(y, x);
+      face.at<cv::Vec3b>(y, x) = {cv::saturate_cast<uint8_t>(130 + step), cv::saturate_cast<uint8_t>(160 + step),
+                                  cv::saturate_cast<uint8_t>(205 + step)};
+    }
+  }
+  cv::imwrite(path.string(), picture);
+}
+
+double Unevenness(const cv::Mat &picture, const cv::Rect &part) {
+  cv::Scalar mean, deviation;
+  cv::meanStdDev(picture(part), mean, deviation);
+  return deviation[1];
+}
+
+TEST(RunFiles, PictureRunWritesEveryFileWhole) {
+  const Workplace workplace;
+  WriteSkinPicture(workplace / "skin.png");
+  const ProgramResult result = RunProgram(
+      workplace, {"--input", "skin.png", "--seconds", "2", "--beauty", "smooth=1", "--output", "out.mp4", "--snapshot",
+                  "snap.png", "--compare", "pair.png", "--report", "report.json", "--log", "log.txt"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(workplace.Files(), (Names{"log.txt", "out.mp4", "pair.png", "report.json", "skin.png", "snap.png"}));
+
+  EXPECT_EQ(Probe(workplace, "out.mp4", "stream=codec_name,width,height").rfind("h264,640,360", 0), 0u);
+
+  // Left the frame that went in, right the same frame smoothed, both below their labels.
+  const cv::Mat pair = cv::imread((workplace / "pair.png").string());
+  const cv::Mat skin = cv::imread((workplace / "skin.png").string());
+  ASSERT_GT(pair.cols, 2 * skin.cols);
+  const int strip = pair.rows - skin.rows;
+  ASSERT_GT(strip, 0);
+  const cv::Mat before = pair(cv::Rect(0, strip, skin.cols, skin.rows));
+  const cv::Mat after = pair(cv::Rect(pair.cols - skin.cols, strip, skin.cols, skin.rows));
+  const cv::Rect face(200, 100, 160, 160);
+  EXPECT_NEAR(Unevenness(before, face), Unevenness(skin, face), 1.0);
+  EXPECT_LT(Unevenness(after, face), 0.7 * Unevenness(before, face));
+
+  const nlohmann::json report = ReadReport(workplace / "report.json");
+  EXPECT_EQ(report["engine"]["state"], "running");
+  EXPECT_EQ(report["engine"]["last_applied"]["beauty"]["smooth"], 1.0);
+  EXPECT_GT(report["frames"]["in"], 0);
+  EXPECT_EQ(report["frames"]["in"].get<int>(),
+            report["frames"]["out"].get<int>() + report["frames"]["repeated"].get<int>());
+  EXPECT_GE(report["delay"]["frames"]["mean"].get<double>(), 1.0);
+  EXPECT_EQ(report["cost_us"]["filter_video"]["count"], report["frames"]["out"]);
+  EXPECT_TRUE(report["switches"]["async-commands"].get<bool>());
+  EXPECT_FALSE(report["reports"].empty());
+}
+
+TEST(RunFiles, ReportGoesToStandardOutputForADash) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x64",
+                                                      "--frames", "10", "--report", "-", "--frame-flip", "off"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const nlohmann::json report = nlohmann::json::parse(result.out);
+  EXPECT_GE(report["frames"]["in"].get<int>(), 10);
+  EXPECT_FALSE(report["switches"]["frame-flip"].get<bool>());
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(RunFiles, LibobsFreesAllItsMemory) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(
+      workplace, {"--input", "color:203040", "--seconds", "1", "--output", "o.mkv", "--compare", "c.png", "--verbose"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_NE(result.err.find("Number of memory leaks: 0\n"), std::string::npos) << result.err;
+}
+
+TEST(RunFiles, VideoEndsWithItsFile) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=320x180:r=25:d=1.2", "-pix_fmt", "yuv420p",
+           (workplace / "in.mkv").string()});
+  const ProgramResult result =
+      RunProgram(workplace, {"--input", "in.mkv", "--output", "out.mkv", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const nlohmann::json report = ReadReport(workplace / "r.json");
+  EXPECT_EQ(report["run"]["ended_by"], "end of input");
+  EXPECT_EQ(report["canvas"]["fps"], 25.0);
+  EXPECT_EQ(report["input"]["width"], 320);
+  EXPECT_EQ(Probe(workplace, "out.mkv", "stream=width,height").rfind("320,180", 0), 0u);
+}
+
+TEST(RunFiles, SizeOptionFitsAVideoIntoItsCanvas) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=c=white:s=320x180:r=25:d=1", "-pix_fmt", "yuv420p",
+           (workplace / "in.mkv").string()});
+  const ProgramResult result = RunProgram(
+      workplace, {"--input", "in.mkv", "--size", "200x200", "--loop", "--seconds", "1.5", "--snapshot", "s.png"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const cv::Mat picture = cv::imread((workplace / "s.png").string());
+  ASSERT_EQ(picture.size(), cv::Size(200, 200));
+  EXPECT_LT(cv::mean(picture.rowRange(0, 30))[0], 10) << "above the picture all is black";
+  EXPECT_GT(MiddleColor(picture)[0], 200);
+}
+
+TEST(RunFiles, CtrlCLeavesAPlayableFile) {
+  const Workplace workplace;
+  RunningProgram program(workplace, {"--input", "color:203040", "--loop", "--output", "out.mp4", "--report", "r.json"});
+  ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << "no progress line of the third second";
+  program.Signal(SIGINT);
+  const ProgramResult result = program.Finish();
+  EXPECT_EQ(result.exit_code, 130) << result.err;
+  EXPECT_EQ(workplace.Files(), (Names{"out.mp4", "r.json"}));
+  const std::string frames = Probe(workplace, "out.mp4", "stream=nb_read_frames");
+  EXPECT_GE(std::atoi(frames.c_str()), 5) << frames;
+  EXPECT_EQ(ReadReport(workplace / "r.json")["run"]["ended_by"], "interrupt");
+}
+
+TEST(RunFiles, FullDiskIsAnOutputErrorAndLeavesNoFile) {
+  const Workplace workplace;
+  // Noise, so that the recording outgrows the limit soon.
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=640x360:r=30:d=2,noise=alls=60:allf=t", "-pix_fmt",
+           "yuv420p", (workplace / "in.mkv").string()});
+  const ProgramResult result = RunProgram(
+      workplace, {"--quiet", "--input", "in.mkv", "--loop", "--seconds", "20", "--output", "out.mp4"}, {{}, 65536});
+  EXPECT_EQ(result.exit_code, 6) << result.err;
+  EXPECT_NE(result.err.find("vanta-run: out.mp4: "), std::string::npos) << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_EQ(workplace.Files(), (Names{"in.mkv"}));
+}
+
+TEST(RunFiles, ExistingFileStaysWhenTheRunFails) {
+  const Workplace workplace;
+  cv::imwrite((workplace / "s.png").string(), cv::Mat(4, 4, CV_8UC3, cv::Scalar(1, 2, 3)));
+  RunProgram(workplace, {"--input", "color:203040", "--snapshot", "s.png"},
+             {{{"DISPLAY", std::nullopt}, {"PATH", "/nowhere"}}, {}});
+  EXPECT_EQ(cv::imread((workplace / "s.png").string()).size(), cv::Size(4, 4));
+}
+
+TEST(RunFiles, VirtualDisplayIsAnnouncedAndGoneAtTheEnd) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(workplace, {"--input", "color:203040", "--size", "64x64", "--frames", "5"},
+                                          {{{"DISPLAY", std::nullopt}}, {}});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const std::string announced = "started a virtual one, :";
+  const size_t at = result.err.find(announced);
+  ASSERT_NE(at, std::string::npos) << result.err;
+  const int number = std::atoi(result.err.c_str() + at + announced.size());
+  const std::filesystem::path lock = "/tmp/.X" + std::to_string(number) + "-lock";
+  if (std::filesystem::exists(lock)) {
+    // Another test's server may have taken the number since; ours would still be this program's child.
+    EXPECT_EQ(RunTool({"sh", "-c", "ps -o args= --ppid 1 | grep -c '[X]vfb -displayfd' || true"}), "0\n");
+  }
+}
+
+}  // namespace
+}  // namespace vanta_test

@@ -1,0 +1,131 @@
+// What a run's options do, judged by the colours of the picture.
+#include <gtest/gtest.h>
+
+#include <opencv2/imgcodecs.hpp>
+
+#include "program.h"
+
+namespace vanta_test {
+namespace {
+
+constexpr char kGreen[] = "color:20C040";
+const cv::Scalar kGreenBgr(0x40, 0xC0, 0x20);
+
+double Distance(const cv::Scalar &a, const cv::Scalar &b) {
+  return std::max({std::abs(a[0] - b[0]), std::abs(a[1] - b[1]), std::abs(a[2] - b[2])});
+}
+
+double Light(const cv::Scalar &bgr) {
+  return (bgr[0] + bgr[1] + bgr[2]) / 3;
+}
+
+// The recorded picture in the middle of a run of a plain green picture.
+cv::Mat SnapshotOf(const std::vector<std::string> &more) {
+  const Workplace workplace;
+  std::vector<std::string> arguments = {"--quiet",   "--input", kGreen,       "--size", "320x180",
+                                        "--seconds", "2",       "--snapshot", "s.png"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  const ProgramResult result = RunProgram(workplace, arguments);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  return cv::imread((workplace / "s.png").string());
+}
+
+double CornerLight(const cv::Mat &picture, bool right, bool bottom) {
+  const int width = picture.cols / 3, height = picture.rows / 3;
+  return Light(
+      cv::mean(picture(cv::Rect(right ? picture.cols - width : 0, bottom ? picture.rows - height : 0, width, height))));
+}
+
+TEST(RunPicture, ColorComesThroughUnchangedByANeutralEngine) {
+  EXPECT_LT(Distance(MiddleColor(SnapshotOf({})), kGreenBgr), 4);
+}
+
+TEST(RunPicture, BrightnessReachesTheEngine) {
+  EXPECT_GT(Light(MiddleColor(SnapshotOf({"--beauty", "brightness=0.8"}))), Light(kGreenBgr) + 10);
+}
+
+TEST(RunPicture, CommandsAtOnceWorkAsQueuedOnesDo) {
+  EXPECT_GT(Light(MiddleColor(SnapshotOf({"--beauty", "brightness=0.8", "--async-commands", "off"}))),
+            Light(kGreenBgr) + 10);
+}
+
+TEST(RunPicture, WithoutEngineThePictureStaysPlain) {
+  EXPECT_LT(Distance(MiddleColor(SnapshotOf({"--beauty", "brightness=0.8", "--no-engine"})), kGreenBgr), 4);
+}
+
+TEST(RunPicture, RotationSettingTurnsWhatTheEngineCallsUp) {
+  const cv::Mat upright = SnapshotOf({"--beauty", "relight=1"});
+  EXPECT_GT(CornerLight(upright, false, false), CornerLight(upright, true, true) + 10);
+  const cv::Mat turned =
+      SnapshotOf({"--beauty", "relight=1", "--settings", R"({"sceneitem_orientation_info":{"rot_deg":180}})"});
+  EXPECT_GT(CornerLight(turned, true, true), CornerLight(turned, false, false) + 10);
+}
+
+TEST(RunPicture, FlipSettingsMirrorWhatTheEngineCallsLeftAndUp) {
+  const cv::Mat mirrored =
+      SnapshotOf({"--beauty", "relight=1", "--settings", R"({"sceneitem_orientation_info":{"hor_flip":true}})"});
+  EXPECT_GT(CornerLight(mirrored, true, false), CornerLight(mirrored, false, true) + 10);
+  const cv::Mat flipped =
+      SnapshotOf({"--beauty", "relight=1", "--settings", R"({"sceneitem_orientation_info":{"ver_flip":true}})"});
+  EXPECT_GT(CornerLight(flipped, false, true), CornerLight(flipped, true, false) + 10);
+}
+
+TEST(RunPicture, NoGreenMattingSettingKeepsTheGreenBackdrop) {
+  EXPECT_GT(Distance(MiddleColor(SnapshotOf({"--effect", "green-matting=on"})), kGreenBgr), 60)
+      << "matting replaces the green";
+  EXPECT_LT(
+      Distance(MiddleColor(SnapshotOf({"--effect", "green-matting=on", "--settings", R"({"no_green_matting":true})"})),
+               kGreenBgr),
+      4);
+}
+
+TEST(RunPicture, InteropRequestMakesANewEngineThatIsGivenTheSnapshot) {
+  const Workplace workplace;
+  const ProgramResult result =
+      RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "2", "--beauty", "brightness=0.8",
+                             "--settings", R"({"lx_enable_nvdx_interop":"open"})", "--snapshot", "s.png", "--verbose"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_NE(result.err.find("LumivexProcessor recreate because of LX AB change"), std::string::npos);
+  EXPECT_GT(Light(MiddleColor(cv::imread((workplace / "s.png").string()))), Light(kGreenBgr) + 10);
+}
+
+TEST(RunPicture, RecordingWithoutEngineShowsThePlainPicture) {
+  const Workplace workplace;
+  const ProgramResult result =
+      RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "2", "--beauty", "brightness=0.8",
+                             "--no-engine", "--output", "out.mp4", "--compare", "c.png", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_NE(result.err.find("no effect engine"), std::string::npos) << result.err;
+  EXPECT_LT(Distance(MiddleColor(VideoFrame(workplace, "out.mp4", 0.3)), kGreenBgr), 6);
+  EXPECT_LT(Distance(MiddleColor(VideoFrame(workplace, "out.mp4", -1)), kGreenBgr), 6);
+  const nlohmann::json report = ReadReport(workplace / "r.json");
+  EXPECT_EQ(report["engine"]["state"], "missing");
+  EXPECT_EQ(report["frames"]["repeated"], 0);
+  EXPECT_EQ(report["delay"]["frames"]["max"], 0.0);
+}
+
+TEST(RunPicture, RecordingShowsThePlainPictureOnceTheEngineHasGone) {
+  const Workplace workplace;
+  const ProgramResult result =
+      RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "4", "--beauty", "brightness=0.8",
+                             "--engine-stop-after", "2", "--output", "out.mp4", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_GT(Light(MiddleColor(VideoFrame(workplace, "out.mp4", 0.5))), Light(kGreenBgr) + 10);
+  EXPECT_LT(Distance(MiddleColor(VideoFrame(workplace, "out.mp4", -1)), kGreenBgr), 6);
+  EXPECT_EQ(ReadReport(workplace / "r.json")["engine"]["state"], "missing");
+}
+
+TEST(RunPicture, SlowEngineDelaysAndRepeatsFramesButTheRecordingKeepsItsRate) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "3",
+                                                      "--engine-delay", "200", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const nlohmann::json report = ReadReport(workplace / "r.json");
+  EXPECT_GT(report["frames"]["repeated"].get<int>(), 0);
+  EXPECT_GT(report["frames"]["dropped"].get<int>(), 0);
+  EXPECT_GE(report["delay"]["ms"]["mean"].get<double>(), 200);
+  EXPECT_GE(report["engine"]["frame_ms"]["mean"].get<double>(), 200);
+}
+
+}  // namespace
+}  // namespace vanta_test

@@ -1,0 +1,77 @@
+// Starts vanta-run as a user does and looks at what it leaves behind.
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <opencv2/core.hpp>
+
+namespace vanta_test {
+
+struct ProgramResult {
+  int exit_code = -1;  // 128 + signal where a signal ended it
+  std::string out, err;
+};
+
+struct ProgramSetting {
+  std::map<std::string, std::optional<std::string>> environment;  // empty value: unset
+  std::optional<unsigned long> largest_file;                      // bytes, for the program and what it starts
+};
+
+// A folder of its own for one test, in which the program runs.
+class Workplace {
+ public:
+  Workplace();
+  ~Workplace();
+  Workplace(const Workplace &) = delete;
+  Workplace &operator=(const Workplace &) = delete;
+
+  std::filesystem::path operator/(const std::string &name) const { return folder_ / name; }
+  const std::filesystem::path &folder() const { return folder_; }
+  // Names of all files in it, hidden ones too.
+  std::vector<std::string> Files() const;
+
+ private:
+  std::filesystem::path folder_;
+};
+
+// A program under way. Its standard error can be waited on, line by line.
+class RunningProgram {
+ public:
+  RunningProgram(const Workplace &workplace, const std::vector<std::string> &arguments,
+                 const ProgramSetting &setting = {});
+  ~RunningProgram();
+  RunningProgram(const RunningProgram &) = delete;
+  RunningProgram &operator=(const RunningProgram &) = delete;
+
+  // False when the program ended without such a line.
+  bool WaitForLine(const std::string &part);
+  void Signal(int number) const;
+  ProgramResult Finish();
+
+ private:
+  bool ReadMore();
+
+  pid_t process_ = -1;
+  int out_ = -1, err_ = -1;
+  ProgramResult result_;
+};
+
+ProgramResult RunProgram(const Workplace &workplace, const std::vector<std::string> &arguments,
+                         const ProgramSetting &setting = {});
+// Another program of the machine, by its name; its standard output.
+std::string RunTool(const std::vector<std::string> &command);
+
+nlohmann::json ReadReport(const std::filesystem::path &path);
+// Mean of the middle of a picture, in BGR.
+cv::Scalar MiddleColor(const cv::Mat &picture);
+// One frame of a recording: the first after `seconds`; the last one where `seconds` is negative.
+cv::Mat VideoFrame(const Workplace &workplace, const std::string &name, double seconds);
+
+}  // namespace vanta_test
