@@ -229,11 +229,23 @@ void Open(Gate gate) {
   engines.changed.notify_all();
 }
 
+bool IsClosed(Gate gate) {
+  Engines &engines = GetEngines();
+  std::lock_guard<std::mutex> lock(engines.mutex);
+  return engines.gates[static_cast<size_t>(gate)].closed;
+}
+
 void LetOneThrough(Gate gate) {
   Engines &engines = GetEngines();
   std::lock_guard<std::mutex> lock(engines.mutex);
   ++engines.gates[static_cast<size_t>(gate)].permits;
   engines.changed.notify_all();
+}
+
+int Waiting(Gate gate) {
+  Engines &engines = GetEngines();
+  std::lock_guard<std::mutex> lock(engines.mutex);
+  return engines.gates[static_cast<size_t>(gate)].waiting;
 }
 
 bool WaitAt(Gate gate, int count) {

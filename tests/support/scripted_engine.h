@@ -79,8 +79,10 @@ EngineCallbacks Callbacks(int engine);
 
 void Close(Gate gate);
 void Open(Gate gate);  // for all that stand before it and all that come
+bool IsClosed(Gate gate);
 void LetOneThrough(Gate gate);
 bool WaitAt(Gate gate, int count = 1);  // until so many calls stand before it
+int Waiting(Gate gate);                 // calls that stand before it now
 
 uint64_t FramesTaken();  // from all frame pools
 size_t FramesAlive();    // frames that somebody still holds

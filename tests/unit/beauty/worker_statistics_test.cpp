@@ -28,9 +28,9 @@ TEST_F(WorkerStatistics, NoReportBeforeTheTenthSample) {
 TEST_F(WorkerStatistics, EachReportCoversItsOwnTenSamples) {
   ASSERT_TRUE(Feed());
   Tick(10);
-  EXPECT_FLOAT_EQ(Reports().front().arrived_fps, 0.1F);
+  EXPECT_FLOAT_EQ(Reports().front().render_fps, 0.1F);
   Tick(10);
-  EXPECT_FLOAT_EQ(Reports().front().arrived_fps, 0.0F);
+  EXPECT_FLOAT_EQ(Reports().front().render_fps, 0.0F);
 }
 
 TEST_F(WorkerStatistics, ReportCarriesTheSourcesIdAndTheFramesSize) {

@@ -1,0 +1,492 @@
+// The filter's callbacks: registration, creation, destruction, and the road of a frame through filter_video.
+#include <util/bmem.h>
+
+#include <chrono>
+#include <cstring>
+
+#include "engine/faceless_instance.h"
+#include "filter_bench.h"
+#include "module/host_frame.h"
+#include "support/wait.h"
+
+namespace {
+
+using namespace vanta_test;
+using namespace std::chrono_literals;
+using Texts = std::vector<std::string>;
+
+constexpr int kInfo = 300;
+constexpr int kWarning = 200;
+constexpr char kEnqueueFailed[] = "[beauty][FaceBeautyFilterWorker]  EnqueueFrame failed, return original frame";
+constexpr char kDequeueFailed[] = "[beauty][FaceBeautyFilterWorker]  DequeueFrame failed, return last frame";
+constexpr char kUninited[] = "[beauty][FaceBeautyFilterWorker]  worker is uninited, return original frame";
+
+class BeautyFilter : public FilterBench {};
+
+// ---- Registration ----
+
+TEST_F(BeautyFilter, RegistersOneRecordOf432Bytes) {
+  ASSERT_EQ(host_double::Registrations().size(), 1u);
+  EXPECT_EQ(host_double::Registrations().front().size(), 432u);
+}
+
+TEST_F(BeautyFilter, RecordSetsTheNamedFieldsAndNoOther) {
+  EXPECT_STREQ(record_.id, "face_beauty_filter_v2");
+  EXPECT_EQ(record_.type, OBS_SOURCE_TYPE_FILTER);
+  EXPECT_EQ(record_.output_flags, 1u);
+  // What is not in the list of set offsets must be zero.
+  const std::vector<uint8_t> bytes = host_double::Registrations().front();
+  const std::vector<size_t> set = {0, 8, 16, 24, 32, 64, 80, 128, 136, 216, 424};
+  for (size_t word = 0; word < bytes.size(); word += 8) {
+    uint64_t value;
+    std::memcpy(&value, bytes.data() + word, sizeof(value));
+    const bool expected = std::find(set.begin(), set.end(), word) != set.end();
+    EXPECT_EQ(value != 0, expected) << "at byte " << word;
+  }
+}
+
+TEST_F(BeautyFilter, NameIsTheKeyWhereTheLocaleLacksIt) {
+  EXPECT_STREQ(record_.get_name(nullptr), "FacebeautyFilterV2");
+}
+
+TEST_F(BeautyFilter, HasNoPropertySheet) {
+  CreateFilter();
+  EXPECT_EQ(record_.get_properties(instance_), nullptr);
+}
+
+// ---- Creation and destruction ----
+
+TEST_F(BeautyFilter, CreationCallsTheHostInOrder) {
+  CreateFilter();
+  // The worker's thread looks for its own folder while `create` goes on.
+  EXPECT_EQ(gs_recorder::CallsWithout({"obs_find_module_file(faceless_builtin)", "gs_texture_destroy(null)"}),
+            (Texts{"obs_filter_get_parent(filter)", "obs_source_get_id(filter)", "obs_enter_graphics()",
+                   "obs_find_module_file(vanta_beauty.effect)", "gs_effect_create_from_file(/paper/vanta_filter/file)",
+                   "gs_texture_create(1920, 1080, GS_RGBA, 1, null, GS_DYNAMIC)", "obs_leave_graphics()"}));
+  EXPECT_TRUE(gs_recorder::Misuse().empty());
+}
+
+TEST_F(BeautyFilter, CreationWritesTheDefaultsIntoTheSettings) {
+  CreateFilter();
+  EXPECT_EQ(obs_data_get_int(settings_, "apply_flag"), 255);
+  EXPECT_TRUE(obs_data_has_user_value(settings_, "facepoint_calculator"));
+  EXPECT_EQ(obs_data_get_int(settings_, "facepoint_calculator"), 0);
+  EXPECT_TRUE(obs_data_has_user_value(settings_, "effect_json_ability_handler"));
+  EXPECT_EQ(obs_data_get_int(settings_, "effect_json_ability_handler"), 0);
+}
+
+TEST_F(BeautyFilter, RecordBeginsWithItsDefaults) {
+  CreateFilter();
+  EXPECT_EQ(data().context, &filter_);
+  EXPECT_NE(data().worker, nullptr);
+  EXPECT_EQ(data().last_frame, nullptr);
+  EXPECT_EQ(data().dump_json, "");
+  EXPECT_EQ(data().width, 0u);
+  EXPECT_EQ(data().height, 0u);
+  EXPECT_EQ(data().frame_type, 2);
+  EXPECT_EQ(data().jump_count, 0u);
+  EXPECT_FALSE(data().flip);
+}
+
+TEST_F(BeautyFilter, CreationRegistersTheWorkerForCommands) {
+  CreateFilter();
+  vanta::FacelessInstance::GetInstance()->SetLookupIntensity(0.5F);
+  Pass();
+  // The queued command ran on the processor without an engine; the next one meets an engine.
+  vanta::FacelessInstance::GetInstance()->SetLookupIntensity(0.25F);
+  Pass();
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity(0.25)"), 1u);
+}
+
+TEST_F(BeautyFilter, DestructionTakesTheWorkerOffTheCommands) {
+  CreateFilter();
+  Pass();
+  DestroyFilter();
+  scripted_engine::ClearCalls();
+  vanta::FacelessInstance::GetInstance()->SetLookupIntensity(0.5F);
+  EXPECT_TRUE(scripted_engine::Texts().empty());
+}
+
+TEST_F(BeautyFilter, DestructionReleasesGraphicsInOneSection) {
+  CreateFilter();
+  Pass();
+  gs_recorder::Clear();
+  DestroyFilter();
+  EXPECT_EQ(gs_recorder::CallsWithout({"obs_find_module_file"}),
+            (Texts{"obs_enter_graphics()", "gs_texture_destroy(texture1)", "gs_effect_destroy(effect1)",
+                   "gs_texrender_destroy(null)", "obs_leave_graphics()"}));
+  EXPECT_EQ(gs_recorder::ObjectsAlive(), 0u);
+  EXPECT_TRUE(gs_recorder::Misuse().empty());
+}
+
+TEST_F(BeautyFilter, DestructionLeavesNoFrameAndNoEngine) {
+  CreateFilter();
+  for (int i = 0; i < 3; ++i) Pass();
+  DestroyFilter();
+  EXPECT_EQ(scripted_engine::FramesAlive(), 0u);
+  EXPECT_EQ(scripted_engine::Alive(), 0);
+}
+
+TEST_F(BeautyFilter, FilterRemoveStopsTheWorkerAndFramesPass) {
+  CreateFilter();
+  Pass();
+  record_.filter_remove(instance_, &parent_);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 33);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(frame->data[0][0], 33);
+  EXPECT_FALSE(log_.HasText("uninited"));
+}
+
+TEST_F(BeautyFilter, FilterRemoveBeforeDestroyIsHarmless) {
+  CreateFilter();
+  record_.filter_remove(instance_, &parent_);
+  record_.filter_remove(instance_, &parent_);
+  DestroyFilter();
+  EXPECT_EQ(log_.Count("[beauty] FaceBeautyFilterWorker stop"), 1u);
+}
+
+TEST_F(BeautyFilter, UpdateReachesTheWorker) {
+  CreateFilter();
+  const OBSDataAutoRelease settings = obs_data_create_from_json("{\"sceneitem_orientation_info\":{\"rot_deg\":90}}");
+  record_.update(instance_, settings);
+  EXPECT_EQ(host_double::Reports().back(),
+            (HostReport{19, "{\"flip_hor\":false,\"flip_ver\":false,\"rotate_type\":90}"}));
+}
+
+// ---- filter_video ----
+
+TEST_F(BeautyFilter, FirstFrameYieldsNothingAndIsReleased) {
+  CreateFilter();
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  EXPECT_EQ(Video(frame.get()), nullptr);
+  EXPECT_TRUE(log_.Has(kWarning, kDequeueFailed));
+  EXPECT_EQ(gs_recorder::Count("obs_source_release_frame(parent, frame)"), 1u);
+  EXPECT_EQ(data().frame_type, 2);
+  EXPECT_TRUE(WaitForPasses(1));
+}
+
+TEST_F(BeautyFilter, LaterFrameCarriesEarlierPixelsAndItsOwnClock) {
+  CreateFilter();
+  Pass(1, kWidth, kHeight, 10);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 20, 4711);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(frame->data[0][0], 10);
+  EXPECT_EQ(frame->timestamp, 4711u);
+  EXPECT_EQ(data().frame_type, 1);
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilter, EmptyDequeueKeepsTheTypeOfTheLastDelivery) {
+  CreateFilter();
+  Deliver(3);
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  while (Video(frame.get())) {
+  }
+  EXPECT_EQ(data().frame_type, 3);
+}
+
+TEST_F(BeautyFilter, EnqueueFailureIsLoggedAndTheFlowGoesOn) {
+  CreateFilter();
+  Pass();
+  scripted_engine::Close(Gate::kProcess);
+  TestFrame frames[5];
+  for (TestFrame &frame : frames) frame = MakeFrame(kWidth, kHeight);
+  // One stands in the output; the first call takes it out again.
+  obs_source_frame *results[5];
+  for (int i = 0; i < 5; ++i) results[i] = Video(frames[i].get());
+  EXPECT_EQ(results[0], frames[0].get());
+  EXPECT_EQ(results[4], nullptr);
+  EXPECT_EQ(log_.Count(kEnqueueFailed), 1u);
+  EXPECT_TRUE(log_.Has(kWarning, kEnqueueFailed));
+}
+
+TEST_F(BeautyFilter, EngineOfTwoFramePeriodsDropsInputsAndLeavesGaps) {
+  CreateFilter();
+  Pass();  // the engine is there
+  scripted_engine::Close(Gate::kProcess);
+  size_t delivered = 0;
+  size_t processed = 1;
+  for (int tick = 0; tick < 20; ++tick) {
+    const TestFrame frame = MakeFrame(kWidth, kHeight, 16, static_cast<uint64_t>(tick));
+    if (Video(frame.get())) ++delivered;
+    if (tick % 2 == 1) {
+      ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+      scripted_engine::LetOneThrough(Gate::kProcess);
+      ASSERT_TRUE(WaitForPasses(++processed));
+    }
+  }
+  EXPECT_GT(log_.Count(kEnqueueFailed), 0u);
+  EXPECT_GT(log_.Count(kDequeueFailed), 0u);
+  EXPECT_NEAR(static_cast<double>(delivered), 10.0, 1.0);
+}
+
+TEST_F(BeautyFilter, UninitialisedWorkerPassesFramesAndSaysSo) {
+  CreateFilter();
+  auto running = data().worker;
+  data().worker = std::make_shared<vanta::FaceBeautyFilterWorker>(&filter_);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 21);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(frame->data[0][0], 21);
+  EXPECT_TRUE(log_.Has(kWarning, kUninited));
+  data().worker = running;
+}
+
+TEST_F(BeautyFilter, WithoutAWorkerFramesPass) {
+  CreateFilter();
+  auto running = data().worker;
+  data().worker = nullptr;
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 22);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  record_.update(instance_, settings_);
+  record_.filter_remove(instance_, &parent_);
+  data().worker = running;
+}
+
+TEST_F(BeautyFilter, FlipIsThatOfTheNewestInput) {
+  CreateFilter();
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  frame->flip = true;
+  Video(frame.get());
+  EXPECT_TRUE(data().flip);
+  EXPECT_TRUE(WaitForPasses(1));
+}
+
+TEST_F(BeautyFilter, SlowFilterVideoIsMeasuredByItsRecorder) {
+  CreateFilter();
+  Pass();
+  // The clock moves while the frame is copied: the recorder's own reads bracket the body.
+  MovableClock::Advance(61s);
+  Pass();
+  EXPECT_TRUE(log_.HasText("face_beauty_filter: frame cnt=2"));
+}
+
+// ---- Jump ----
+
+class BeautyFilterJump : public BeautyFilter {
+ protected:
+  void Jump(bool on, int type = 3) { vanta::FacelessInstance::GetInstance()->SetFacelessJumpInfo({on, type}); }
+};
+
+TEST_F(BeautyFilterJump, FramesPassUntouchedAndTheWorkerSeesNone) {
+  CreateFilter();
+  Jump(true);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 23);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(frame->data[0][0], 23);
+  EXPECT_EQ(scripted_engine::Created(), 0);
+}
+
+TEST_F(BeautyFilterJump, OneLineInSixHundredFrames) {
+  CreateFilter();
+  Jump(true, 3);
+  const TestFrame frame = MakeFrame(2, 2);
+  for (int i = 0; i < 599; ++i) Video(frame.get());
+  EXPECT_EQ(log_.CountWith("[beauty][jump]"), 0u);
+  Video(frame.get());
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty][jump][FaceBeautyFilterWorker]  jump_type:3"));
+  for (int i = 0; i < 600; ++i) Video(frame.get());
+  EXPECT_EQ(log_.CountWith("[beauty][jump]"), 2u);
+}
+
+TEST_F(BeautyFilterJump, EndOfTheJumpBeginsTheCountAnew) {
+  CreateFilter();
+  Jump(true);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  for (int i = 0; i < 599; ++i) Video(frame.get());
+  Jump(false);
+  Pass();
+  Jump(true);
+  Video(frame.get());
+  EXPECT_EQ(log_.CountWith("[beauty][jump]"), 0u);
+}
+
+TEST_F(BeautyFilterJump, QueuedFramesAreDeliveredAfterTheJump) {
+  CreateFilter();
+  Pass(1, kWidth, kHeight, 41);
+  Jump(true);
+  const TestFrame jumped = MakeFrame(kWidth, kHeight, 42);
+  Video(jumped.get());
+  Jump(false);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 43);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(frame->data[0][0], 41);
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilterJump, DeinterlaceModeIsReadEvenSo) {
+  CreateFilter();
+  Jump(true);
+  parent_.deinterlace = OBS_DEINTERLACE_MODE_BLEND;
+  gs_recorder::Clear();
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  Video(frame.get());
+  EXPECT_EQ(gs_recorder::CallsWithout({"obs_find_module_file"}),
+            (Texts{"obs_filter_get_parent(filter)", "obs_source_get_deinterlace_mode(parent)"}));
+  EXPECT_EQ(data().last_frame, nullptr);
+}
+
+// ---- Deinterlaced sources ----
+
+class BeautyFilterDeinterlaced : public BeautyFilter {
+ protected:
+  void SetUp() override {
+    parent_.deinterlace = OBS_DEINTERLACE_MODE_LINEAR;
+    CreateFilter();
+  }
+};
+
+TEST_F(BeautyFilterDeinterlaced, FirstFrameComesBackAsACopyOfItself) {
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 51);
+  obs_source_frame *out = Video(frame.get());
+  ASSERT_NE(out, nullptr);
+  EXPECT_EQ(out, data().last_frame);
+  EXPECT_NE(out, frame.get());
+  EXPECT_EQ(out->data[0][0], 51);
+  EXPECT_EQ(gs_recorder::Count("obs_source_release_frame(parent, frame)"), 1u);
+  EXPECT_TRUE(WaitForPasses(1));
+}
+
+TEST_F(BeautyFilterDeinterlaced, LastFrameIsNeverReleasedByTheHost) {
+  Pass();
+  ASSERT_NE(data().last_frame, nullptr);
+  EXPECT_EQ(data().last_frame->refs, 0x7fffffff);
+}
+
+TEST_F(BeautyFilterDeinterlaced, HostIsToldOnEveryFrameAndReportedToOnce) {
+  Pass();
+  Pass();
+  EXPECT_EQ(host_double::Count("SetIsDeinterlace(1)"), 2u);
+  EXPECT_EQ(host_double::Reports(),
+            (std::vector<HostReport>{{12, "{\"fall_back_to_nv12\":true,\"reason\":\"deinterlace\"}"}}));
+  EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] FallbackToNV12"), 1u);
+}
+
+TEST_F(BeautyFilterDeinterlaced, DeliveredFrameIsKeptAsTheLastOne) {
+  Pass(1, kWidth, kHeight, 61);
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 62, 99);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(data().last_frame->data[0][0], 61);
+  EXPECT_EQ(data().last_frame->timestamp, 99u);
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilterDeinterlaced, OnlyTheFirstInstancesFirstFramePrimes) {
+  Pass();
+  obs_source second_filter = filter_;
+  void *second = record_.create(settings_, &second_filter);
+  auto &second_data = *static_cast<face_beauty_filter_data *>(second);
+  ASSERT_TRUE(WaitUntil([&] { return second_data.worker->IsRunning(); }));
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 71);
+  obs_source_frame *out = record_.filter_video(second, frame.get());
+  EXPECT_EQ(out, second_data.last_frame);
+  EXPECT_NE(out->data[0][0], 71) << "a later instance starts with a blank frame";
+  record_.destroy(second);
+}
+
+TEST_F(BeautyFilterDeinterlaced, NewSizeReplacesTheLastFrameBeforeTheEnqueue) {
+  Pass();
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(32, 16);
+  Video(frame.get());
+  EXPECT_EQ(data().last_frame->width, 32u);
+  EXPECT_EQ(data().last_frame->height, 16u);
+  EXPECT_EQ(data().last_frame->refs, 0x7fffffff);
+}
+
+TEST_F(BeautyFilterDeinterlaced, NewFormatOfTheSameSizeReplacesItToo) {
+  Pass();
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 1, VIDEO_FORMAT_I420);
+  Video(frame.get());
+  EXPECT_EQ(data().last_frame->format, VIDEO_FORMAT_I420);
+  EXPECT_NE(data().last_frame->data[2], nullptr);
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilterDeinterlaced, SwitchingTheModeOffFreesItOnTheNextFrame) {
+  Pass();
+  parent_.deinterlace = OBS_DEINTERLACE_MODE_DISABLE;
+  Pass();
+  EXPECT_EQ(data().last_frame, nullptr);
+  EXPECT_TRUE(host_double::Switches().deinterlace) << "the host's flag stays as the last true left it";
+}
+
+TEST_F(BeautyFilterDeinterlaced, LastFrameCarriesNoDumpMark) {
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 5);
+  vanta::SetDumpId(frame.get(), 9);
+  obs_source_frame *out = Video(frame.get());
+  ASSERT_EQ(out, data().last_frame);
+  EXPECT_EQ(vanta::GetDumpId(out), 0u);
+  EXPECT_TRUE(WaitForPasses(1));
+}
+
+TEST_F(BeautyFilterDeinterlaced, NothingOfItLeaks) {
+  Pass();
+  Pass(2, 32, 16);
+  DestroyFilter();
+  passes_ = 0;
+  host_double::ClearCalls();
+  const long before = bnum_allocs();
+  CreateFilter();
+  Pass();
+  Pass(2, 32, 16);
+  DestroyFilter();
+  EXPECT_EQ(bnum_allocs(), before);
+}
+
+// ---- Dump ----
+
+class BeautyFilterDump : public BeautyFilter {
+ protected:
+  void SetUp() override {
+    scripted_engine::Change([](EngineScript &script) { script.dump_text = "{\"a\":1}"; });
+    CreateFilter();
+  }
+};
+
+TEST_F(BeautyFilterDump, MarkedFrameBringsItsTextToTheRecord) {
+  const TestFrame marked = MakeFrame(kWidth, kHeight, 16, 1000);
+  vanta::SetDumpId(marked.get(), 7);
+  Video(marked.get());
+  ASSERT_TRUE(WaitForPasses(1));
+  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 2000);
+  EXPECT_EQ(Video(frame.get()), frame.get());
+  EXPECT_EQ(vanta::GetDumpId(frame.get()), 7u);
+  EXPECT_EQ(data().dump_json, "{\"a\":1}");
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty][vanta dump][FaceBeautyFilterWorker]  vanta_id:7 corvid_dump_json:{\"a\":1} "));
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilterDump, MarkThatRodeOnALaterFrameIsRefused) {
+  Pass();
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  vanta::SetDumpId(frame.get(), 8);  // this very frame is to be dumped; what comes out is an older, unmarked one
+  Video(frame.get());
+  EXPECT_EQ(data().dump_json, "");
+  EXPECT_TRUE(log_.Has(kWarning, "[beauty][DumpImage] beauty_fiter, can not get dump json for 8(0)"));
+  EXPECT_TRUE(WaitForPasses(2));
+}
+
+TEST_F(BeautyFilterDump, CallbackHandsOutTextAndLength) {
+  data().dump_json = "{\"b\":2}";
+  const char *text = nullptr;
+  uint32_t length = 0;
+  record_.get_dump_json(instance_, &text, &length);
+  EXPECT_STREQ(text, "{\"b\":2}");
+  EXPECT_EQ(length, 7u);
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty][vanta dump][FaceBeautyFilterWorker]  corvid_dump_json:{\"b\":2} "));
+}
+
+TEST_F(BeautyFilterDump, CallbackWithANullArgumentDoesNothing) {
+  const char *text = "old";
+  uint32_t length = 99;
+  log_.Clear();
+  record_.get_dump_json(nullptr, &text, &length);
+  record_.get_dump_json(instance_, nullptr, &length);
+  record_.get_dump_json(instance_, &text, nullptr);
+  EXPECT_STREQ(text, "old");
+  EXPECT_EQ(length, 99u);
+  EXPECT_FALSE(log_.HasText("corvid_dump_json"));
+}
+
+}  // namespace
