@@ -48,8 +48,6 @@ class BeautyChain {
 // graphics.
 void RemoveFilterSafely(obs_source_t *source, obs_source_t *filter);
 
-// Whether all of the module's workers are known and idle.
-bool WorkersIdle();
 // Waits until the scripted engine has done `frames` frames and no worker is busy.
 bool WaitForEngine(uint64_t frames);
 
