@@ -17,6 +17,7 @@ std::atomic<int64_t> steady_ns{kSteadyStartNs};
 std::atomic<int64_t> system_ns{kSystemStartMs * 1'000'000};
 std::atomic<size_t> sleepers{0};
 std::atomic<uint64_t> waits_begun{0};
+std::atomic<uint64_t> looks{0};  // of all sleepers at the time
 
 // Notifications so far, by the condition variable's address. Two that share a place wake each other's waiters, which
 // every waiter bears.
@@ -56,6 +57,7 @@ bool CondVar::WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) {
   while (!notified && steady_ns.load() < deadline) {
     cond_.wait_for(held, std::chrono::milliseconds(1));
     notified = count != before;
+    ++looks;
   }
   --sleepers;
   held.release();
@@ -112,6 +114,12 @@ uint64_t MovableClock::WaitsBegun() {
 
 bool MovableClock::WaitForSleepers(size_t count) {
   return WaitUntil([&] { return sleepers.load() >= count; }, "a timed wait");
+}
+
+bool MovableClock::LetSleeperLook() {
+  const uint64_t before = looks;
+  // The first look may have begun before the time was moved.
+  return WaitUntil([&] { return looks.load() >= before + 2; }, "a sleeper's look at the time");
 }
 
 bool MovableClock::AdvanceAndLetOneSleeperWork(std::chrono::nanoseconds by) {

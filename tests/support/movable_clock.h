@@ -28,6 +28,8 @@ class MovableClock {
   static uint64_t WaitsBegun();
   // Waits until `count` timed waits stand; only then does an advance reach them. False fails the test.
   static bool WaitForSleepers(size_t count);
+  // Waits until a sleeper has looked at the time as it now is. Without a sleeper the test fails.
+  static bool LetSleeperLook();
   // Advances by `by`, then waits until the one sleeper has worked and begun its next wait.
   static bool AdvanceAndLetOneSleeperWork(std::chrono::nanoseconds by);
 };
