@@ -17,6 +17,7 @@ constexpr int64_t kLogPeriodMs = 30'000;
 constexpr float kLongDelayMs = 200.0f;
 constexpr int32_t kManyDrops = 4;
 constexpr int32_t kUnprocessedFrames = 5;
+constexpr int32_t kMsPerSecond = 1'000;
 constexpr uint16_t kFirstPort = 12345;
 
 // Process-wide; neither ports nor numbers are given back.
@@ -150,7 +151,8 @@ IntervalFigures DelayStats::TakeInterval() {
   s.render_fps = static_cast<float>(figures.render_count);
   s.jank_count = figures.jank_count;
   s.big_jank_count = figures.big_jank_count;
-  s.jank_seconds = static_cast<float>(figures.jank_time_ms / 1000);
+  const int32_t whole_seconds = figures.jank_time_ms / kMsPerSecond;
+  s.jank_seconds = static_cast<float>(whole_seconds);
   s.enqueue_fail_count = enqueue_fail_count_;
   s.spurious_wake_count = spurious_wake_count_;
   s.empty_dequeue_count = empty_dequeue_count_;
