@@ -1,0 +1,127 @@
+// The control object: its one life, its state and its locks.
+#include "engine/faceless_instance.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "beauty/face_beauty_filter_worker.h"
+#include "support/gs_recorder.h"
+#include "support/host_double.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using namespace vanta_test;
+using vanta::FacelessInstance;
+
+constexpr int kInfo = 300;
+
+TEST(ControlObject, IsOneForTheProcessAndMadeOnce) {
+  const LogCapture log;
+  ILumivex *first = nullptr;
+  ILumivex *second = nullptr;
+  EXPECT_TRUE(FindFacelessInstance(&first));
+  EXPECT_TRUE(FindFacelessInstance(&second));
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(first, FacelessInstance::GetInstance().get());
+  EXPECT_EQ(log.Count("FacelessInstance create"), 1u);
+}
+
+TEST(ControlObject, RefusesANullAddress) {
+  EXPECT_FALSE(FindFacelessInstance(nullptr));
+}
+
+TEST(ControlObject, ManyThreadsFindTheSameOne) {
+  ILumivex *found[4] = {};
+  std::thread threads[4];
+  for (int i = 0; i < 4; ++i) threads[i] = std::thread([&found, i] { FindFacelessInstance(&found[i]); });
+  for (std::thread &thread : threads) thread.join();
+  for (int i = 1; i < 4; ++i) EXPECT_EQ(found[i], found[0]);
+}
+
+TEST(ControlObject, JumpInfoBeginsClearAndIsLoggedWhenSet) {
+  const LogCapture log;
+  const auto instance = FacelessInstance::GetInstance();
+  EXPECT_FALSE(instance->GetFacelessJumpInfo().need_jump);
+  EXPECT_EQ(instance->GetFacelessJumpInfo().jump_type, 0);
+  instance->SetFacelessJumpInfo({true, 4});
+  EXPECT_TRUE(instance->GetFacelessJumpInfo().need_jump);
+  EXPECT_EQ(instance->GetFacelessJumpInfo().jump_type, 4);
+  EXPECT_TRUE(log.Has(kInfo,
+                      "[beauty faceless] entrance FacelessInstance::SetFacelessJumpInfo, "
+                      "jump_info.need_jump=1, jump_info.jump_type=4"));
+}
+
+TEST(ControlObject, SnapshotChangesByTheHostsWordAlone) {
+  const auto instance = FacelessInstance::GetInstance();
+  instance->SetBeautyIntensityWithType(LXBeautyType(1), 0.5F);
+  instance->SetModelRootPath("root");
+  EXPECT_TRUE(instance->GetEngineSnapshot().beauty.empty());
+  EXPECT_EQ(instance->GetEngineSnapshot().model_root_path, "");
+  FacelessEngineSnapshot snapshot;
+  snapshot.beauty = {{LXBeautyType(2), 0.25F}};
+  instance->SetEngineSnapshot(snapshot);
+  EXPECT_EQ(instance->GetEngineSnapshot().beauty, snapshot.beauty);
+}
+
+TEST(ControlObject, BoxInfoBeginsUnloaded) {
+  EXPECT_FALSE(FacelessInstance::GetInstance()->GetInteractiveBoxInfo().loaded);
+}
+
+TEST(ControlObject, StatisticsAreKeptBySourceInKeyOrder) {
+  const auto instance = FacelessInstance::GetInstance();
+  obs_source sources[3];
+  for (const int i : {2, 0, 1}) {
+    StatisticsSample sample;
+    sample.name = std::to_string(i);
+    instance->UpdateStatistics(&sources[i], sample);
+  }
+  const std::vector<StatisticsSample> all = instance->GetBeautyStatistics();
+  ASSERT_EQ(all.size(), 3u);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(all[static_cast<size_t>(i)].name, std::to_string(i));
+}
+
+TEST(ControlObject, NewStatisticsReplaceTheOld) {
+  const auto instance = FacelessInstance::GetInstance();
+  obs_source source;
+  StatisticsSample sample;
+  instance->UpdateStatistics(&source, sample);
+  sample.drop_count = 3;
+  instance->UpdateStatistics(&source, sample);
+  ASSERT_EQ(instance->GetBeautyStatistics().size(), 1u);
+  EXPECT_EQ(instance->GetBeautyStatistics().front().drop_count, 3);
+}
+
+TEST(ControlObject, RemovingUnknownStatisticsIsSilent) {
+  const auto instance = FacelessInstance::GetInstance();
+  const LogCapture log;
+  obs_source source;
+  instance->RemoveStatistics(&source);
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(ControlObject, CommandsWithoutWorkersAreDroppedAfterTheirLine) {
+  const LogCapture log;
+  FacelessInstance::GetInstance()->SetLookupIntensity(0.5F);
+  EXPECT_TRUE(log.Has(kInfo, "[beauty faceless] entrance FacelessInstance::SetLookupIntensity, intensity=0.50"));
+}
+
+TEST(ControlObject, SourcesWithoutAWorkerAreReleasedAllTheSame) {
+  obs_source first, second;
+  first.refs = second.refs = 2;
+  FacelessInstance::GetInstance()->SetMagicEffectForSources({&first, &second}, {"path", kMainEffectSlot, false, ""});
+  EXPECT_EQ(first.refs, 1);
+  EXPECT_EQ(second.refs, 1);
+}
+
+TEST(ControlObject, RemovingAnUnknownWorkerIsSilent) {
+  const auto instance = FacelessInstance::GetInstance();
+  const LogCapture log;
+  obs_source source;
+  instance->RemoveWorker(&source);
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+}  // namespace

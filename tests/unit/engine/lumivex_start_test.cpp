@@ -1,0 +1,139 @@
+// How the wrapper starts and ends an engine.
+#include <util/bmem.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <obs.hpp>
+
+#include "engine/engine_paths.h"
+#include "engine_bench.h"
+
+namespace {
+
+using namespace vanta_test;
+using Texts = std::vector<std::string>;
+
+constexpr int kInfo = 300;
+constexpr int kError = 100;
+
+class LumivexStart : public EngineBench {
+ protected:
+  void SetUp() override {
+    setenv("XDG_CONFIG_HOME", "/config", 1);
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+  }
+};
+
+TEST_F(LumivexStart, EngineIsSetUpInItsFixedOrder) {
+  Start();
+  Texts texts = scripted_engine::Texts();
+  std::erase_if(texts, [](const std::string &text) { return text == "FramePool()"; });
+  EXPECT_EQ(texts,
+            (Texts{"createEngine(/paper/vanta_filter/file, 0, 64, 48)", "setBeautyGroupPath(jingdian, 0)",
+                   "setDebugAlertMode(0)",
+                   "setModelPathDic({magic_rho_model_animoji1=/config/VantaLive/basic/default/CorvidModel/"
+                   "magic_rho_model_animoji1, "
+                   "magic_rho_model_basewhite=/config/VantaLive/basic/default/CorvidModel/magic_rho_model_basewhite, "
+                   "magic_rho_model_faceprop=/config/VantaLive/basic/default/CorvidModel/magic_rho_model_faceprop})",
+                   "setModelRootPath(/config/VantaLive/basic/default/CorvidModel)", "setTesseraCpuDataFunc()",
+                   "setTesseraUploadStatsCallBack()", "setTesseraPostReportCallBack()", "setTesseraLogCallBack()",
+                   "setGameDataCallback()", "setBodySlimmingStatusCallback()", "setEffectDescriptionCallback()"}));
+}
+
+TEST_F(LumivexStart, StartIsLoggedInOrder) {
+  Start();
+  std::vector<LogLine> lines = log_.Lines();
+  std::erase_if(lines, [](const LogLine &line) { return line.text.find("LumivexRender::") != std::string::npos; });
+  EXPECT_EQ(lines, (std::vector<LogLine>{{kInfo, "face_beauty_path= /paper/vanta_filter/file"},
+                                         {kInfo, "ai_path= /config/VantaLive/basic/default/CorvidModel"},
+                                         {kInfo, "[beauty] Initialize  LXEngineConfig"},
+                                         {kInfo, "[beauty] Initialize  gl_window: (nil)"}}));
+}
+
+TEST_F(LumivexStart, LifeIsLoggedWithTheObjectsAddress) {
+  Start();
+  char address[32];
+  std::snprintf(address, sizeof(address), "%p", static_cast<void *>(processor_.get()));
+  EXPECT_TRUE(log_.Has(kInfo, std::string("[beauty] LumivexRender::LumivexRender ") + address));
+  processor_.reset();
+  EXPECT_TRUE(log_.Has(kInfo, std::string("[beauty] LumivexRender::~LumivexRender ") + address));
+}
+
+TEST_F(LumivexStart, HostIsToldThatTheEngineRuns) {
+  Start();
+  EXPECT_EQ(signals(), (Texts{"vanta_filter_callback(1, OnLumivexInit, {\"createEngine\":true})"}));
+  EXPECT_TRUE(host_double::Reports().empty());
+  EXPECT_TRUE(processor_->IsInitialized());
+}
+
+TEST_F(LumivexStart, MachineWithoutADriverIsReportedAndStillGivesTrue) {
+  scripted_engine::Change([](EngineScript &script) { script.create = false; });
+  Start();
+  EXPECT_FALSE(processor_->IsInitialized());
+  EXPECT_EQ(signals(), (Texts{"vanta_filter_callback(1, OnLumivexInit, {\"createEngine\":false})"}));
+  EXPECT_EQ(host_double::Reports(),
+            (std::vector<HostReport>{{8, "{\"createEngine\":\"failed\",\"data\":\"gpu driver is null\"}"}}));
+  EXPECT_TRUE(log_.Has(kError,
+                       "[beauty] LumivexRender::Initialize LX::LumivexSync::createEngine is null,maybe gpu "
+                       "driver is not install "));
+  EXPECT_TRUE(log_.Has(kError, "[beauty] LumivexRender::Initialize Beauty && Magic effect is not effective"));
+  EXPECT_EQ(scripted_engine::Count("setDebugAlertMode"), 0u);
+}
+
+TEST_F(LumivexStart, NoSizeMeansNoEngineNoSignalAndNoReport) {
+  Start(0, 48);
+  EXPECT_TRUE(log_.Has(kError, "[beauty] Initialize  fail width 0,height 48"));
+  Start(64, 0);
+  EXPECT_TRUE(log_.Has(kError, "[beauty] Initialize  fail width 64,height 0"));
+  EXPECT_FALSE(processor_->IsInitialized());
+  EXPECT_TRUE(signals().empty());
+  EXPECT_TRUE(host_double::Reports().empty());
+  EXPECT_EQ(scripted_engine::Created(), 0);
+}
+
+TEST_F(LumivexStart, ProcessorRemembersItsSizeWithoutAnEngineToo) {
+  scripted_engine::Change([](EngineScript &script) { script.create = false; });
+  Start(64, 48);
+  EXPECT_EQ(processor_->width(), 64u);
+  EXPECT_EQ(processor_->height(), 48u);
+}
+
+TEST_F(LumivexStart, MissingDataFolderIsNoLineAndAnEmptyPath) {
+  gs_recorder::SetModuleFile("");
+  Start();
+  EXPECT_FALSE(log_.HasText("face_beauty_path="));
+  EXPECT_EQ(scripted_engine::Count("createEngine(, 0, 64, 48)"), 1u);
+}
+
+TEST_F(LumivexStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
+  gs_recorder::SetModuleFile("/" + std::string(2000, 'x'));
+  Start();
+  const Texts texts = scripted_engine::Texts();
+  const auto created = std::find_if(texts.begin(), texts.end(),
+                                    [](const std::string &text) { return text.rfind("createEngine", 0) == 0; });
+  ASSERT_NE(created, texts.end());
+  EXPECT_EQ(*created, "createEngine(/" + std::string(1022, 'x') + ", 0, 64, 48)");
+}
+
+TEST_F(LumivexStart, EngineGoesBeforeTheRest) {
+  Start();
+  processor_.reset();
+  EXPECT_EQ(scripted_engine::Texts().back(), "~LumivexSync()");
+  EXPECT_EQ(host_double::Calls(), (Texts{"SetBeautySharedTexture(0)", "SetBeautySharedTextureFallback(0)"}));
+}
+
+TEST_F(LumivexStart, SettingsAreKeptByReference) {
+  Start();
+  obs_data_t *settings = obs_data_create();
+  processor_->SetOBSData(settings, nullptr);
+  char line[64];
+  std::snprintf(line, sizeof(line), "LumivexRender[%p] SetOBSData", static_cast<void *>(processor_.get()));
+  EXPECT_TRUE(log_.Has(kInfo, line));
+  const long with_settings = bnum_allocs();
+  obs_data_release(settings);
+  EXPECT_EQ(bnum_allocs(), with_settings) << "the wrapper holds none of its own";
+  processor_->SetOBSData(nullptr, nullptr);
+  EXPECT_LT(bnum_allocs(), with_settings);
+}
+
+}  // namespace
