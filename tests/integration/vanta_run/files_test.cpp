@@ -137,7 +137,7 @@ TEST(RunFiles, CtrlCLeavesAPlayableFile) {
 TEST(RunFiles, FullDiskIsAnOutputErrorAndLeavesNoFile) {
   const Workplace workplace;
   // Noise, so that the recording outgrows the limit soon.
-  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=640x360:r=30:d=2,noise=alls=60:allf=t", "-pix_fmt",
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=320x180:r=30:d=1,noise=alls=80:allf=t", "-pix_fmt",
            "yuv420p", (workplace / "in.mkv").string()});
   const ProgramResult result = RunProgram(
       workplace, {"--quiet", "--input", "in.mkv", "--loop", "--seconds", "20", "--output", "out.mp4"}, {{}, 65536});
