@@ -1,0 +1,234 @@
+// Short lives of the filter by the hundred: created, fed, resized, removed and destroyed while the engine is slow to
+// start, to work and to stop. How slow is decided by gates that the test opens, so each stop falls where it is meant
+// to.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <thread>
+
+#include <obs.hpp>
+
+#include "beauty/beauty_filter_source.h"
+#include "engine/faceless_instance.h"
+#include "module/host_frame.h"
+#include "support/gs_recorder.h"
+#include "support/host_double.h"
+#include "support/scripted_engine.h"
+#include "support/wait.h"
+
+namespace vanta_test {
+namespace {
+
+// Lives with a slow engine: more than a thousand in the three tests that have one.
+constexpr int kSlowLives = 400;
+constexpr int kQuickLives = 200;
+constexpr char kFilterId[] = "face_beauty_filter_v2";
+
+struct FrameDeleter {
+  void operator()(obs_source_frame *frame) const {
+    bfree(frame->data[0]);
+    bfree(frame);
+  }
+};
+using Frame = std::unique_ptr<obs_source_frame, FrameDeleter>;
+
+Frame MakeFrame(uint32_t width, uint32_t height, video_format format) {
+  Frame frame(static_cast<obs_source_frame *>(bzalloc(vanta::kHostFrameSize)));
+  obs_source_frame_init(frame.get(), format, width, height);
+  frame->refs = 2;  // the filter's release leaves it alive
+  return frame;
+}
+
+// One filter on a source, driven as libobs drives it: frames on one thread, settings on another, drawing on a third,
+// and the end on a fourth.
+class Life {
+ public:
+  Life() : callbacks_(host_double::Registered(kFilterId)) {
+    parent_.width = 64;
+    parent_.height = 48;
+    filter_.id = kFilterId;
+    const OBSDataAutoRelease settings = obs_data_create();
+    data_ = callbacks_.create(settings, &filter_);
+    filter_.parent = filter_.target = &parent_;
+  }
+  ~Life() {
+    if (end_.joinable()) end_.join();
+  }
+  Life(const Life &) = delete;
+  Life &operator=(const Life &) = delete;
+
+  // True when the frame went to the worker: then the filter gives out another one or none.
+  bool Feed(uint32_t width = 64, uint32_t height = 48, video_format format = VIDEO_FORMAT_NV12) {
+    const Frame frame = MakeFrame(width, height, format);
+    obs_source_frame *out = callbacks_.filter_video(data_, frame.get());
+    return out == nullptr;
+  }
+  void FeedUntilAt(Gate gate, uint32_t width = 64, uint32_t height = 48) {
+    WaitUntil(
+        [&] {
+          Feed(width, height);
+          return scripted_engine::Waiting(gate) > 0;
+        },
+        "a call at the engine's gate");
+  }
+  void Update(int rot_deg) {
+    const OBSDataAutoRelease settings = obs_data_create();
+    const OBSDataAutoRelease orientation = obs_data_create();
+    obs_data_set_int(orientation, "rot_deg", rot_deg);
+    obs_data_set_obj(settings, "sceneitem_orientation_info", orientation);
+    callbacks_.update(data_, settings);
+  }
+  void Render() {
+    const gs_recorder::InGraphics graphics;
+    callbacks_.video_render(data_, nullptr);
+  }
+  void Remove() { callbacks_.filter_remove(data_, &parent_); }
+  // Begins the destruction on a thread of its own, which may have to wait for the engine.
+  void BeginEnd() {
+    end_ = std::thread([this] { callbacks_.destroy(data_); });
+  }
+
+ private:
+  obs_source parent_;
+  obs_source filter_;
+  const HostSourceInfo callbacks_;
+  void *data_ = nullptr;
+  std::thread end_;
+};
+
+long ThreadsOfProcess() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
+}
+
+class WorkerStress : public testing::Test {
+ protected:
+  WorkerStress() {
+    scripted_engine::SetRecording(false);
+    host_double::SetRecording(false);
+    gs_recorder::SetRecording(false);
+    gs_recorder::SetModuleFile("vanta_beauty.effect");
+    base_set_log_handler([](int, const char *, va_list, void *) {}, nullptr);
+    vanta::RegisterBeautyFilter();
+  }
+  ~WorkerStress() override {
+    for (const Gate gate : {Gate::kCreate, Gate::kProcess, Gate::kDestroy}) scripted_engine::Open(gate);
+    EXPECT_EQ(scripted_engine::Alive(), 0);
+    EXPECT_EQ(scripted_engine::FramesAlive(), 0u);
+    EXPECT_EQ(gs_recorder::ObjectsAlive(), 0u);
+    EXPECT_TRUE(gs_recorder::Misuse().empty());
+    EXPECT_TRUE(WaitUntil([this] { return ThreadsOfProcess() == threads_before_; }, "all threads of the workers gone"));
+  }
+
+  const long threads_before_ = ThreadsOfProcess();
+};
+
+TEST_F(WorkerStress, StopsWhileTheEngineStarts) {
+  for (int life = 0; life < kSlowLives; ++life) {
+    scripted_engine::Close(Gate::kCreate);
+    Life filter;
+    filter.FeedUntilAt(Gate::kCreate);
+    filter.Feed(32, 32);
+    filter.Update(life % 4 * 90);
+    filter.Remove();
+    filter.BeginEnd();
+    scripted_engine::Open(Gate::kCreate);
+  }
+}
+
+TEST_F(WorkerStress, StopsWhileTheEngineWorks) {
+  for (int life = 0; life < kSlowLives; ++life) {
+    scripted_engine::Close(Gate::kProcess);
+    Life filter;
+    filter.FeedUntilAt(Gate::kProcess);
+    for (int frame = 0; frame < 5; ++frame) filter.Feed();
+    filter.Remove();
+    filter.Render();
+    filter.BeginEnd();
+    scripted_engine::Open(Gate::kProcess);
+  }
+}
+
+TEST_F(WorkerStress, StopsWhileTheEngineStopsForAnotherSize) {
+  for (int life = 0; life < kSlowLives; ++life) {
+    Life filter;
+    const int made = scripted_engine::Created();
+    WaitUntil(
+        [&] {
+          filter.Feed();
+          return scripted_engine::Created() > made;
+        },
+        "the first engine");
+    scripted_engine::Close(Gate::kDestroy);
+    filter.FeedUntilAt(Gate::kDestroy, 96, 64);
+    filter.Update(90);
+    filter.Remove();
+    filter.BeginEnd();
+    scripted_engine::Open(Gate::kDestroy);
+  }
+}
+
+TEST_F(WorkerStress, StopsBeforeItsFirstFrame) {
+  for (int life = 0; life < kQuickLives; ++life) {
+    Life filter;
+    if (life % 3 == 0) filter.Remove();
+    if (life % 3 == 1) filter.Update(180);
+    filter.BeginEnd();
+  }
+}
+
+// Nothing is held back here: frames of changing size and format, settings and drawing come as fast as they can, each on
+// a thread of its own, and the end comes in the middle.
+TEST_F(WorkerStress, StopsInTheMiddleOfEverything) {
+  constexpr video_format kFormats[] = {VIDEO_FORMAT_NV12, VIDEO_FORMAT_I420, VIDEO_FORMAT_BGRA, VIDEO_FORMAT_YUY2};
+  for (int life = 0; life < kQuickLives; ++life) {
+    Life filter;
+    std::atomic<bool> stop{false};
+    std::thread settings([&] {
+      for (int step = 0; !stop; ++step) filter.Update(step % 4 * 90);
+    });
+    std::thread drawing([&] {
+      while (!stop) filter.Render();
+    });
+    for (uint32_t frame = 0; frame < 8; ++frame)
+      filter.Feed(16 + 16 * (frame / 3 % 3), 16 + 16 * (frame / 4),
+                  kFormats[(frame + static_cast<uint32_t>(life)) % 4]);
+    filter.Remove();
+    for (uint32_t frame = 0; frame < 2; ++frame) filter.Feed();
+    stop = true;
+    settings.join();
+    drawing.join();
+    filter.BeginEnd();
+  }
+}
+
+// The host application's commands visit all workers while filters come and go.
+TEST_F(WorkerStress, CommandsComeWhileFiltersComeAndGo) {
+  std::atomic<bool> stop{false};
+  std::thread commands([&] {
+    const std::shared_ptr<vanta::FacelessInstance> control = vanta::FacelessInstance::GetInstance();
+    for (int step = 0; !stop; ++step) {
+      control->SetLookupIntensity(static_cast<float>(step % 10) / 10);
+      host_double::Change([step](HostSwitches &switches) { switches.async_beauty = step % 2 == 0; });
+      std::this_thread::yield();
+    }
+  });
+  for (int life = 0; life < kQuickLives; ++life) {
+    Life first;
+    Life second;
+    for (int frame = 0; frame < 4; ++frame) {
+      first.Feed();
+      second.Feed(32, 32);
+    }
+    first.Remove();
+    first.BeginEnd();
+    second.BeginEnd();
+  }
+  stop = true;
+  commands.join();
+}
+
+}  // namespace
+}  // namespace vanta_test
