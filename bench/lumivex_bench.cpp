@@ -1,19 +1,17 @@
 // Smoothing and whitening of a 1920x1080 frame by the open engine, against OpenCV's bilateral filter (d = 9) on the
 // same luma plane, both on one thread, turn by turn in one run.
-#include <algorithm>
-#include <chrono>
+#include <util/base.h>
+
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
-#include <string>
-#include <vector>
 
 #include "engine/lumivex_api.h"
 #include "lumivex/lumivex_values.h"
+#include "ratio.h"
 
 namespace {
 
@@ -43,19 +41,6 @@ Picture MakeSkin() {
   return picture;
 }
 
-template <typename Work>
-double Milliseconds(Work &&work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
 void Fill(const Picture &picture, LX::FrameData &frame) {
   for (int y = 0; y < kHeight; ++y) {
     std::memcpy(frame.planes[0] + ptrdiff_t{frame.strides[0]} * y, picture.luma.ptr(y), kWidth);
@@ -65,10 +50,13 @@ void Fill(const Picture &picture, LX::FrameData &frame) {
   }
 }
 
+void Quiet(int, const char *, va_list, void *) {}
+
 }  // namespace
 
-// lumivex_bench [FILE]: writes the figures to FILE as JSON. Ends with 1 when the bar is missed.
+// lumivex_bench [--out FILE]: writes the figures to FILE as JSON. Ends with 1 when the bar is missed.
 int main(int argc, char **argv) {
+  base_set_log_handler(Quiet, nullptr);
   cv::setNumThreads(1);
   const Picture picture = MakeSkin();
   LXEngineConfig config{};
@@ -80,33 +68,21 @@ int main(int argc, char **argv) {
   LX::FramePool pool;
   cv::Mat smoothed;
 
-  std::vector<double> ours;
-  std::vector<double> theirs;
-  std::vector<double> ratios;
+  vanta_bench::Turns turns;
   for (int round = -kWarmUps; round < kRounds; ++round) {
     std::shared_ptr<LX::FrameData> frame = pool.takeFrameDataNV12(kWidth, kHeight, 0, 0);
     Fill(picture, *frame);
-    const double beauty = Milliseconds([&] { frame = engine->processFrameData(std::move(frame)); });
-    const double bilateral = Milliseconds([&] { cv::bilateralFilter(picture.luma, smoothed, 9, 75, 75); });
-    if (!frame || round < 0) continue;
-    ours.push_back(beauty);
-    theirs.push_back(bilateral);
-    ratios.push_back(beauty / bilateral);
+    const double beauty =
+        vanta_bench::ProcessorMilliseconds([&] { frame = engine->processFrameData(std::move(frame)); });
+    const double bilateral =
+        vanta_bench::ProcessorMilliseconds([&] { cv::bilateralFilter(picture.luma, smoothed, 9, 75, 75); });
+    if (frame && round >= 0) turns.Add(beauty, bilateral);
   }
-  if (ratios.empty()) {
+  if (turns.Count() == 0) {
     std::fprintf(stderr, "lumivex_bench: the engine gave no frame back\n");
     return 2;
   }
-  const double ratio = Median(ratios);
-  std::printf("lumivex smoothing+whitening / bilateral d=9: %.3f (bar %.3f)   %.2f ms / %.2f ms, medians of %zu\n",
-              ratio, kBar, Median(ours), Median(theirs), ratios.size());
-  if (argc > 1) {
-    const nlohmann::ordered_json json = {{"name", "lumivex smoothing+whitening / bilateral d=9"},
-                                         {"ours_ms", Median(ours)},
-                                         {"other_ms", Median(theirs)},
-                                         {"ratio", ratio},
-                                         {"bar", kBar}};
-    std::ofstream(argv[1]) << json.dump(2) << '\n';
-  }
-  return ratio <= kBar ? 0 : 1;
+  const vanta_bench::Row row = turns.Result("engine smoothing + whitening / bilateral filter d = 9", kBar);
+  vanta_bench::PrintRow(row);
+  return vanta_bench::Finish({row}, vanta_bench::OutPath(argc, argv));
 }
