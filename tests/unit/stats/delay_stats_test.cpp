@@ -256,7 +256,7 @@ TEST(DelayStats, JankTimeIsTheMissedFramesShareInWholeSeconds) {
 TEST(DelayStats, FractionalRateCountsNoJankTime) {
   SetVideoRate(30000, 1001);
   DelayStats stats;
-  Miss(stats, 100'000);
+  Miss(stats, 99'999);
   stats.OnFrameOut(10);
   EXPECT_EQ(stats.MakeSample().jank_seconds, 0.0f);
 }
@@ -264,7 +264,7 @@ TEST(DelayStats, FractionalRateCountsNoJankTime) {
 TEST(DelayStats, HostWithoutVideoCountsNoJankTime) {
   vanta_test::LoseVideo();
   DelayStats stats;
-  Miss(stats, 100'000);
+  Miss(stats, 99'999);
   stats.OnFrameOut(10);
   EXPECT_EQ(stats.MakeSample().jank_seconds, 0.0f);
 }
@@ -272,7 +272,7 @@ TEST(DelayStats, HostWithoutVideoCountsNoJankTime) {
 TEST(DelayStats, HostWithARateOfZeroCountsNoJankTime) {
   SetVideoRate(0, 1);
   DelayStats stats;
-  Miss(stats, 100'000);
+  Miss(stats, 99'999);
   stats.OnFrameOut(10);
   EXPECT_EQ(stats.MakeSample().jank_seconds, 0.0f);
 }

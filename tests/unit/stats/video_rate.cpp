@@ -24,8 +24,7 @@ void LoseVideo() {
 }  // namespace vanta_test
 
 extern "C" bool obs_get_video_info(obs_video_info *info) {
-  if (!has_video) return false;
   info->fps_num = num;
   info->fps_den = den;
-  return true;
+  return has_video;
 }

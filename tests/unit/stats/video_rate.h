@@ -7,7 +7,7 @@ namespace vanta_test {
 
 // 30/1 as a process begins.
 void SetVideoRate(uint32_t fps_num, uint32_t fps_den);
-// obs_get_video_info fails from now on.
+// obs_get_video_info fails from now on, whatever it leaves in the record.
 void LoseVideo();
 
 }  // namespace vanta_test
