@@ -51,10 +51,9 @@ video_colorspace video_format_get_colorspace_from_matrix(const float *matrix, co
   const video_range_type said = full_range ? VIDEO_RANGE_FULL : VIDEO_RANGE_PARTIAL;
   const video_range_type other = full_range ? VIDEO_RANGE_PARTIAL : VIDEO_RANGE_FULL;
   Match best;
-  // Sources also hand over matrices made for 8 bits with deeper formats, and a range flag that was set later.
+  // Sources also hand over a range flag that was set later than the matrix.
   for (const video_range_type range : {said, other}) {
     Compare(matrix, range, format, best);
-    Compare(matrix, range, VIDEO_FORMAT_NONE, best);
     if (best.distance <= kTolerance) return best.space;
   }
   return VIDEO_CS_DEFAULT;

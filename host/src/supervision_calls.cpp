@@ -35,8 +35,7 @@ struct WatchdogEnd {
 std::array<std::atomic<uint32_t>, kKinds> sleep_us{};
 
 void Sleep(WorkerKind kind) {
-  const uint32_t us = sleep_us[static_cast<size_t>(kind)];
-  if (us != 0) std::this_thread::sleep_for(std::chrono::microseconds(us));
+  std::this_thread::sleep_for(std::chrono::microseconds(sleep_us[static_cast<size_t>(kind)]));
 }
 
 void AddWorker(WorkerKind kind, uint64_t id) {

@@ -64,18 +64,23 @@ TEST_F(DumpMark, ASecondMarkReplacesTheFirst) {
 
 TEST_F(DumpMark, GoesToItsFilterAlone) {
   OBSSourceAutoRelease other = obs_source_create_private("paper_filter", "other", nullptr);
+  EXPECT_TRUE(vanta_host_mark_next_frame(filter_, 76));
+  Pass();
   EXPECT_TRUE(vanta_host_mark_next_frame(other, 77));
   Pass();
   Pass(obs_obj_get_data(other.Get()), 0);
-  EXPECT_EQ(Paper().dump_ids, (std::vector<uint32_t>{0, 77}));
+  EXPECT_EQ(Paper().dump_ids, (std::vector<uint32_t>{76, 0, 77}));
 }
 
 TEST_F(DumpMark, GoesWithItsFilter) {
+  obs_source_t *gone;
   {
     OBSSourceAutoRelease other = obs_source_create_private("paper_filter", "other", nullptr);
+    gone = other;
     EXPECT_TRUE(vanta_host_mark_next_frame(other, 77));
   }
   ASSERT_TRUE(WaitUntil([] { return Paper().Has("destroy"); }));
+  EXPECT_FALSE(vanta_host_mark_next_frame(gone, 78));
   Pass(5);
   EXPECT_EQ(Paper().dump_ids, std::vector<uint32_t>{0});
 }

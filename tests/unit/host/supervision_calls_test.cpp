@@ -1,4 +1,10 @@
+#include <dlfcn.h>
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -18,6 +24,12 @@ std::vector<vanta_host_worker> Workers() {
   std::vector<vanta_host_worker> workers(vanta_host_get_workers(nullptr, 0));
   workers.resize(vanta_host_get_workers(workers.data(), workers.size()));
   return workers;
+}
+
+// Of the process.
+size_t Threads() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
 // At work since a time long ago.
@@ -110,7 +122,12 @@ TEST(Watchdog, KeepsQuietWhileItIsSwitchedOff) {
   vanta_host_set_watchdog_ms(0);
   LogCapture log;
   BeginStuckFrame(71);
-  vanta_host_detach();  // the thread has had its look
+  // Each of these would give the thread a look.
+  for (int i = 0; i < 500; ++i) {
+    FaceBeautyThreadManagerAddThread(71);
+    std::this_thread::yield();
+  }
+  vanta_host_detach();
   EXPECT_FALSE(log.HasText("(thread 71)"));
   vanta_host_set_watchdog_ms(5000);
   FaceBeautyThreadManagerAddThread(72);
@@ -121,6 +138,7 @@ TEST(Watchdog, SwitchingItOnWakesItsThread) {
   vanta_host_set_watchdog_ms(0);
   LogCapture log;
   BeginStuckFrame(71);
+  for (int i = 0; i < 500; ++i) std::this_thread::yield();  // it falls asleep for good
   vanta_host_set_watchdog_ms(100);
   EXPECT_TRUE(log.WaitForText("(thread 71)"));
 }
@@ -133,6 +151,23 @@ TEST(Watchdog, StartsAgainAfterADetach) {
   vanta_host_detach();
   BeginStuckFrame(72);
   EXPECT_TRUE(log.WaitForText("(thread 72)"));
+}
+
+TEST(Watchdog, EndsBeforeItsLibraryIsClosed) {
+  const std::string copy = testing::TempDir() + "libvanta_host_copy_" + std::to_string(getpid()) + ".so";
+  ASSERT_TRUE(std::filesystem::copy_file(VANTA_HOST_LIBRARY, copy));
+  LogCapture log;
+  void *library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+  std::filesystem::remove(copy);
+  ASSERT_TRUE(library) << dlerror();
+  using Word = void (*)(uint64_t id, uint64_t value);
+  reinterpret_cast<void (*)(uint64_t)>(dlsym(library, "FaceBeautyThreadManagerAddThread"))(71);
+  reinterpret_cast<Word>(dlsym(library, "SetFaceBeautyFilterWorkerThreadId"))(71, 71);
+  reinterpret_cast<Word>(dlsym(library, "SetFaceBeautyFilterWorkerThreadTimestamp"))(71, 1);
+  EXPECT_TRUE(log.WaitForText("(thread 71)"));
+  const size_t threads = Threads();
+  dlclose(library);
+  EXPECT_EQ(Threads(), threads - 1);
 }
 
 TEST(WatchdogDeathTest, ProcessEndsCleanlyWhileItRuns) {
