@@ -48,6 +48,9 @@ class BeautyEffect : public testing::Test {
     const vec4 clear{};
     gs_clear(GS_CLEAR_COLOR, &clear, 0.0f, 0);
     gs_ortho(0.0f, kWidth, 0.0f, kHeight, -100.0f, 100.0f);
+    // The state in which libobs calls a filter; before its first picture it has not set it itself.
+    gs_enable_depth_test(false);
+    gs_set_cull_mode(GS_NEITHER);
     gs_blend_state_push();
     gs_enable_blending(false);
     gs_effect_set_texture(gs_effect_get_param_by_name(effect_, "image"), texture);
