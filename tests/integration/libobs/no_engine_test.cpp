@@ -153,7 +153,7 @@ TEST(NoEngine, AnEngineThatGoesAwayInTheMiddleLeavesThePlainPicture) {
 
   // The next size needs a new engine, and there is none any more.
   NoEngine();
-  chain.before.OnFrame({});
+  chain.LeaveStep();
   ASSERT_TRUE(FeedUntilJump(session, source, chain, 80, 60));
   chain.before.TakeFrames();
   chain.behind.TakeFrames();

@@ -22,7 +22,13 @@ BeautyChain::~BeautyChain() {
   RemoveFilterSafely(source_, behind.Get());
 }
 
+void BeautyChain::LeaveStep() {
+  if (!in_step_.exchange(false)) return;
+  open_gate_();
+}
+
 void BeautyChain::RemoveFilter() {
+  LeaveStep();
   if (!filter_) return;
   RemoveFilterSafely(source_, filter_);
   filter_ = nullptr;

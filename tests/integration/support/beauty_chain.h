@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 #include "integration/support/fed_source.h"
 #include "integration/support/frame_tap.h"
@@ -27,19 +28,26 @@ class BeautyChain {
   // Off the source and released; libobs destroys it on a thread of its own.
   void RemoveFilter();
 
-  // From now on no frame enters the filter before the engine has done all that came earlier and its worker is idle
-  // again: the frame that a call gives out is the one of the call before, whatever the machine's speed. Call it before
+  // From now on the engine works on a frame only when the next one is about to enter the filter, and that one waits
+  // until it is done: each call gives out the frame of the call before, whatever the machine's speed. Call it before
   // frames flow. For the scripted engine, one chain, and commands that go through the queue.
   void GoInStep();
+  // Lets the engine work on the frame that the filter keeps back, and waits for it. No frame may be on its way.
+  void FinishStep();
+  // The engine is its own master again.
+  void LeaveStep();
   // How many frames passed untouched because the worker was not yet running: the index of the first one that the filter
   // kept back. For a chain in step that has kept one back.
-  size_t FirstKept() const { return first_kept_; }
+  size_t FirstKept() const { return static_cast<size_t>(first_kept_.load()); }
 
  private:
-  void WaitForTurn(uint64_t done_before, size_t entered);
+  void FinishFrames(size_t entered);
 
-  std::atomic<size_t> first_kept_{0};
-  bool kept_one_ = false;  // [video]
+  std::atomic<bool> in_step_{false};
+  uint64_t done_before_ = 0;            // frames that the engine had done when the chain went in step
+  std::atomic<size_t> let_through_{0};  // frames since then
+  std::atomic<long> first_kept_{-1};    // -1: none yet
+  std::function<void()> open_gate_;     // set while the chain is in step
   OBSSource source_;
   OBSSourceAutoRelease filter_;
 };

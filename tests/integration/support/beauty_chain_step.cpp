@@ -12,6 +12,8 @@
 namespace vanta_integration {
 namespace {
 
+namespace scripted_engine = vanta_test::scripted_engine;
+
 constexpr size_t kMostWorkers = 64;
 constexpr std::chrono::milliseconds kNudgeAfter{100};
 
@@ -32,24 +34,35 @@ bool WorkersIdle() {
 }  // namespace
 
 void BeautyChain::GoInStep() {
-  const uint64_t done = vanta_test::scripted_engine::FramesProcessed();
-  before.OnFrame([this, done](size_t entered) { WaitForTurn(done, entered); });
+  done_before_ = scripted_engine::FramesProcessed();
+  scripted_engine::Close(vanta_test::Gate::kProcess);
+  open_gate_ = [] { scripted_engine::Open(vanta_test::Gate::kProcess); };
+  in_step_ = true;
+  before.OnFrame([this](size_t entered) {
+    if (in_step_) FinishFrames(entered);
+  });
 }
 
-void BeautyChain::WaitForTurn(uint64_t done_before, size_t entered) {
-  if (!kept_one_) {
+void BeautyChain::FinishStep() {
+  FinishFrames(before.Count());
+}
+
+void BeautyChain::FinishFrames(size_t entered) {
+  if (first_kept_ < 0) {
+    // With the gate closed, nothing but an idle worker lets a frame pass in its own call.
     if (behind.Count() == entered) return;
-    kept_one_ = true;
-    first_kept_ = entered - 1;
+    first_kept_ = static_cast<long>(entered) - 1;
   }
-  WaitForEngine(done_before + entered - first_kept_);
+  const size_t kept = entered - FirstKept();
+  for (; let_through_ < kept; ++let_through_) scripted_engine::LetOneThrough(vanta_test::Gate::kProcess);
+  WaitForEngine(done_before_ + kept);
 }
 
 bool WaitForEngine(uint64_t frames) {
   auto nudge_time = std::chrono::steady_clock::now() + kNudgeAfter;
   return vanta_test::WaitUntil(
       [&] {
-        if (vanta_test::scripted_engine::FramesProcessed() >= frames && WorkersIdle()) return true;
+        if (scripted_engine::FramesProcessed() >= frames && WorkersIdle()) return true;
         if (std::chrono::steady_clock::now() > nudge_time) {
           NudgeWorkers();
           nudge_time += kNudgeAfter;
