@@ -27,6 +27,15 @@ std::atomic<uint64_t> &NotificationsOf(const void *cond) {
   return notifications[reinterpret_cast<uintptr_t>(cond) / 8 % notifications.size()];
 }
 
+std::atomic<int> to_lose{0};
+
+bool LoseThisOne() {
+  int left = to_lose;
+  while (left > 0 && !to_lose.compare_exchange_weak(left, left - 1)) {
+  }
+  return left > 0;
+}
+
 struct MoverEntry {
   MoverEntry() { vanta_test::clock_mover = &vanta_test::MovableClock::Advance; }
 };
@@ -65,11 +74,13 @@ bool CondVar::WaitFor(Mutex &mutex, std::chrono::milliseconds timeout) {
 }
 
 void CondVar::NotifyOne() {
+  if (LoseThisOne()) return;
   ++NotificationsOf(this);
   cond_.notify_one();
 }
 
 void CondVar::NotifyAll() {
+  if (LoseThisOne()) return;
   ++NotificationsOf(this);
   cond_.notify_all();
 }
@@ -102,6 +113,10 @@ int64_t MovableClock::SteadyNs() {
 
 int64_t MovableClock::SystemMs() {
   return system_ns / 1'000'000;
+}
+
+void MovableClock::LoseNotifications(int count) {
+  to_lose = count;
 }
 
 size_t MovableClock::Sleepers() {

@@ -23,6 +23,9 @@ class MovableClock {
   static int64_t SteadyNs();
   static int64_t SystemMs();
 
+  // The next `count` notifications of all condition variables reach nobody, as if they had come just before the wait.
+  static void LoseNotifications(int count);
+
   // Timed waits (CondVar::WaitFor) under way, and how many have begun so far.
   static size_t Sleepers();
   static uint64_t WaitsBegun();

@@ -252,13 +252,30 @@ TEST_F(BeautyFilter, FlipIsThatOfTheNewestInput) {
   EXPECT_TRUE(WaitForPasses(1));
 }
 
-TEST_F(BeautyFilter, SlowFilterVideoIsMeasuredByItsRecorder) {
+TEST_F(BeautyFilter, MinuteOfFilterVideoIsReportedByItsRecorder) {
   CreateFilter();
   Pass();
-  // The clock moves while the frame is copied: the recorder's own reads bracket the body.
   MovableClock::Advance(61s);
   Pass();
   EXPECT_TRUE(log_.HasText("face_beauty_filter: frame cnt=2"));
+}
+
+TEST_F(BeautyFilter, PassedFramesAreMeasuredToo) {
+  CreateFilter();
+  vanta::FacelessInstance::GetInstance()->SetFacelessJumpInfo({true, 1});
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  Video(frame.get());
+  MovableClock::Advance(61s);
+  Video(frame.get());
+  EXPECT_TRUE(log_.HasText("face_beauty_filter: frame cnt=2"));
+}
+
+TEST_F(BeautyFilter, MinuteOfRenderingIsReportedByItsRecorder) {
+  CreateFilter();
+  Render();
+  MovableClock::Advance(61s);
+  Render();
+  EXPECT_TRUE(log_.HasText("face_beauty_render: frame cnt=2"));
 }
 
 // ---- Jump ----
