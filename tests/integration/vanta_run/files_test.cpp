@@ -70,7 +70,7 @@ TEST(RunFiles, PictureRunWritesEveryFileWhole) {
   EXPECT_EQ(report["frames"]["in"].get<int>(),
             report["frames"]["out"].get<int>() + report["frames"]["repeated"].get<int>());
   EXPECT_GE(report["delay"]["frames"]["mean"].get<double>(), 1.0);
-  EXPECT_EQ(report["cost_us"]["filter_video"]["count"], report["frames"]["out"]);
+  EXPECT_GE(report["cost_us"]["filter_video"]["count"].get<int>(), report["frames"]["out"].get<int>());
   EXPECT_TRUE(report["switches"]["async-commands"].get<bool>());
   EXPECT_FALSE(report["reports"].empty());
 }
