@@ -78,12 +78,15 @@ bool FrameScaler::Rebuild(const ScalerParameters &wanted) {
 
 void FrameScaler::MakeStagingFrame() {
   nv12_frame_.reset();  // first, so that the old and the new one never stand side by side
-  nv12_frame_.reset(obs_source_frame_create(VIDEO_FORMAT_NV12, static_cast<uint32_t>(built_for_.width),
-                                            static_cast<uint32_t>(built_for_.height)));
+  const auto width = static_cast<uint32_t>(built_for_.width);
+  const auto height = static_cast<uint32_t>(built_for_.height);
+  // Rows more than the picture has, since the scaler reads past the last one.
+  const uint32_t spare_rows = 2 * (static_cast<uint32_t>(kScalerReadAhead) / width + 1);
+  nv12_frame_.reset(obs_source_frame_create(VIDEO_FORMAT_NV12, width, height + spare_rows));
+  nv12_frame_->height = height;
   // Bytes that neither scaler nor engine writes must not show what the memory held before.
-  const size_t rows = static_cast<size_t>(built_for_.height);
-  std::memset(nv12_frame_->data[0], 0, rows * nv12_frame_->linesize[0]);
-  std::memset(nv12_frame_->data[1], kNeutralChroma, (rows + 1) / 2 * nv12_frame_->linesize[1]);
+  std::memset(nv12_frame_->data[0], 0, size_t{height} * nv12_frame_->linesize[0]);
+  std::memset(nv12_frame_->data[1], kNeutralChroma, (size_t{height} + 1) / 2 * nv12_frame_->linesize[1]);
 }
 
 void FrameScaler::CompleteChroma(size_t offset) {

@@ -11,10 +11,12 @@
 
 namespace vanta {
 
-// The scaler's vector code loads whole registers and so reads up to 32 bytes past the last row (seen with packed
-// formats at widths that are no multiple of 16). It drops what it read there, and inside a page such a read is
-// harmless; where the plane ends with its page, the plane is handed over as a padded copy. Owns: the copies, kept from
-// frame to frame. Borrows: the host's planes, until the next Of. Threads: confined by the owner.
+inline constexpr size_t kScalerReadAhead = 64;  // bytes, twice the longest read past a plane that was seen
+
+// The scaler's vector code loads whole registers and so reads up to 32 bytes past the last row where a row is no
+// multiple of its step. It drops what it read there, and inside a page such a read is harmless; a plane that ends with
+// its page is handed over as a padded copy. Owns: the copies, kept from frame to frame. Borrows: the host's planes,
+// until the next Of. Threads: confined by the owner.
 class ReadablePlanes {
  public:
   // The planes to read `frame` from; null pointers past the format's last plane.

@@ -41,7 +41,7 @@ TEST_P(FrameFactoryBounds, SmallSizesStayInsideTheHostsPlanes) {
 }
 
 TEST_P(FrameFactoryBounds, WideRowsStayInsideTheHostsPlanes) {
-  for (const uint32_t width : {639u, 1918u, 1919u, 1920u, 16383u, 16384u}) {
+  for (const uint32_t width : {64u, 96u, 128u, 639u, 1280u, 1918u, 1919u, 1920u, 16383u, 16384u}) {
     FaceBeautyFrameFactory factory;
     GuardedHostFrame host(GetParam(), width, 3, GuardSide::kBehind);
     RoundTrip(factory, host.get());

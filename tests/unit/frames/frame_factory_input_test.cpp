@@ -202,7 +202,7 @@ TEST(FrameFactoryInput, FormatWithoutAScalerIsRefusedAndTheCarrierComesBack) {
 
 TEST(FrameFactoryInput, FormatBeyondTheHostsListIsRefused) {
   const auto host = MakeHostFrame(VIDEO_FORMAT_BGRA, 16, 16);
-  host->format = static_cast<video_format>(1000);
+  host->format = static_cast<video_format>(31);
   ExpectRefused(host.get(), "[beauty] create ffmpeg scaler failed");
 }
 
