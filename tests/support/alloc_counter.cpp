@@ -71,6 +71,21 @@ void *operator new(size_t size) {
 void *operator new[](size_t size) {
   return operator new(size);
 }
+void *operator new(size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept {
+  CountOne();
+  const auto step = static_cast<size_t>(alignment);
+  return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+void *operator new(size_t size, std::align_val_t alignment) {
+  if (void *block = operator new(size, alignment, std::nothrow)) return block;
+  throw std::bad_alloc();
+}
+void operator delete(void *block, std::align_val_t) noexcept {
+  std::free(block);
+}
+void operator delete(void *block, size_t, std::align_val_t) noexcept {
+  std::free(block);
+}
 void operator delete(void *block) noexcept {
   std::free(block);
 }
