@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
@@ -248,6 +249,18 @@ TEST(PictureTable, ThatIsNoPictureIsOneLogLine) {
   const Picture before = AllCodes();
   EXPECT_TRUE(Looked(before, path) == before);
   EXPECT_EQ(log.CountWith(path), 1u);
+}
+
+TEST(Lookup, OfTheModuleIsFoundByItsName) {
+  int count = 0;
+  for (const auto &entry : std::filesystem::directory_iterator(std::string(LUMIVEX_DATA_DIR) + "/lookups")) {
+    const vanta_test::LogCapture log;
+    const Picture before = AllCodes();
+    EXPECT_FALSE(Looked(before, entry.path().filename().string()) == before) << entry.path();
+    EXPECT_FALSE(log.HasText("lookup table")) << entry.path();
+    ++count;
+  }
+  EXPECT_GE(count, 1);
 }
 
 TEST(Lookup, ThatDoesNotExistIsOneLogLine) {
