@@ -493,13 +493,25 @@ struct GLFWwindow {};
 
 namespace Lumivex {
 
+namespace {
+
+// A window that the host keeps alive stays reachable here.
+std::vector<GLFWwindow *> &Windows() {
+  static auto *windows = new std::vector<GLFWwindow *>;
+  return *windows;
+}
+
+}  // namespace
+
 GLFWwindow *createGLFWWindow(int width, int height, bool visible) {
   Note(0, Format("createGLFWWindow(%d, %d, %d)", width, height, visible));
-  return LX::Script()->window ? new GLFWwindow : nullptr;
+  if (!LX::Script()->window) return nullptr;
+  return Windows().emplace_back(new GLFWwindow);
 }
 
 void destroyGLFWWindow(GLFWwindow *window) {
   Note(0, window ? "destroyGLFWWindow(window)" : "destroyGLFWWindow(null)");
+  std::erase(Windows(), window);
   delete window;
 }
 
