@@ -20,6 +20,7 @@ namespace {
 
 [[noreturn]] void Become(const fs::path &folder, const std::vector<std::string> &command, const ProgramSetting &setting,
                          int out, int err) {
+  setpgid(0, 0);
   dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);

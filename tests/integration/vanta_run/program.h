@@ -52,7 +52,11 @@ class RunningProgram {
 
   // False when the program ended without such a line.
   bool WaitForLine(const std::string &part);
+  // To it and to the programs that it has started, as a terminal does.
   void Signal(int number) const;
+  pid_t process() const { return process_; }
+  // What it has written to standard error so far.
+  const std::string &errors() const { return result_.err; }
   ProgramResult Finish();
 
  private:
