@@ -106,6 +106,7 @@ TEST(Group, MayNamePresetsThatComeWithTheModule) {
   const auto other = MakeEngine();
   SetGroup(*other, "jingdian");
   EXPECT_EQ(Applied(*engine)["beauty"], Applied(*other)["beauty"]);
+  EXPECT_GT(Value(*engine, "smooth"), 0.0);
 }
 
 TEST(Group, ThatHoldsItselfIsRefused) {
