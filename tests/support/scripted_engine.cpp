@@ -111,6 +111,12 @@ void Note(int engine, std::string text) {
   engines.changed.notify_all();
 }
 
+bool WindowsCanBeMade() {
+  Engines &engines = GetEngines();
+  std::lock_guard<std::mutex> lock(engines.mutex);
+  return engines.script->window;
+}
+
 }  // namespace scripted_internal
 
 using scripted_internal::Note;
@@ -488,31 +494,3 @@ void setDebugAlertMode(int mode) {
 }
 
 }  // namespace LX
-
-struct GLFWwindow {};
-
-namespace Lumivex {
-
-namespace {
-
-// A window that the host keeps alive stays reachable here.
-std::vector<GLFWwindow *> &Windows() {
-  static auto *windows = new std::vector<GLFWwindow *>;
-  return *windows;
-}
-
-}  // namespace
-
-GLFWwindow *createGLFWWindow(int width, int height, bool visible) {
-  Note(0, Format("createGLFWWindow(%d, %d, %d)", width, height, visible));
-  if (!LX::Script()->window) return nullptr;
-  return Windows().emplace_back(new GLFWwindow);
-}
-
-void destroyGLFWWindow(GLFWwindow *window) {
-  Note(0, window ? "destroyGLFWWindow(window)" : "destroyGLFWWindow(null)");
-  std::erase(Windows(), window);
-  delete window;
-}
-
-}  // namespace Lumivex

@@ -93,6 +93,7 @@ size_t FramesAlive();    // frames that somebody still holds
 namespace scripted_internal {
 void Note(int engine, std::string text);
 bool Recording();
+bool WindowsCanBeMade();
 void MoveClock(std::chrono::nanoseconds by);
 std::shared_ptr<LX::FrameData> CopyFrame(const LX::FrameData &frame);  // with pixels of its own
 }  // namespace scripted_internal

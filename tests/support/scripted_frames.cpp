@@ -1,9 +1,11 @@
-// The scripted engine's frames, frame pool and shared textures.
+// The scripted engine's frames, frame pool, shared textures and windows.
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "support/movable_clock.h"
 #include "support/scripted_engine.h"
@@ -264,3 +266,32 @@ int ScriptedTexture::Waits() const {
 }
 
 }  // namespace vanta_test
+
+struct GLFWwindow {};
+
+namespace Lumivex {
+
+namespace {
+
+// A window that the host keeps alive stays reachable here.
+std::vector<GLFWwindow *> &Windows() {
+  static auto *windows = new std::vector<GLFWwindow *>;
+  return *windows;
+}
+
+}  // namespace
+
+GLFWwindow *createGLFWWindow(int width, int height, bool visible) {
+  vanta_test::scripted_internal::Note(0, "createGLFWWindow(" + std::to_string(width) + ", " + std::to_string(height) +
+                                             ", " + std::to_string(visible) + ")");
+  if (!vanta_test::scripted_internal::WindowsCanBeMade()) return nullptr;
+  return Windows().emplace_back(new GLFWwindow);
+}
+
+void destroyGLFWWindow(GLFWwindow *window) {
+  vanta_test::scripted_internal::Note(0, window ? "destroyGLFWWindow(window)" : "destroyGLFWWindow(null)");
+  std::erase(Windows(), window);
+  delete window;
+}
+
+}  // namespace Lumivex
