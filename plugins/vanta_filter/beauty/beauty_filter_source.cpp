@@ -3,11 +3,13 @@
 #include <util/base.h>
 #include <util/bmem.h>
 
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "beauty/face_beauty_filter_data.h"
 #include "beauty/render_output.h"
 #include "engine/faceless_instance.h"
+#include "frames/plane_layout.h"
 #include "module/host_extensions.h"
 #include "module/host_frame.h"
 #include "module/module_text.h"
@@ -128,11 +130,23 @@ void DropLastFrame(face_beauty_filter_data &filter) {
   filter.last_frame = nullptr;
 }
 
+// libobs leaves the planes as the memory was; a later filter shows this frame before its first picture is ready.
+void Blank(obs_source_frame &frame) {
+  constexpr int kDark = 0;
+  constexpr int kNeutralChroma = 128;
+  const FrameLayout layout = LayoutOf(frame.format, frame.width, frame.height);
+  for (int i = 0; i < layout.count; ++i) {
+    if (frame.data[i])
+      std::memset(frame.data[i], i == 0 ? kDark : kNeutralChroma, size_t{frame.linesize[i]} * layout.planes[i].rows);
+  }
+}
+
 void PrepareDeinterlaced(face_beauty_filter_data &filter, const obs_source_frame *frame) {
   if (!FitsLastFrame(filter, frame)) {
     DropLastFrame(filter);
     auto *made = static_cast<obs_source_frame *>(bzalloc(kHostFrameSize));
     obs_source_frame_init(made, frame->format, frame->width, frame->height);
+    Blank(*made);
     made->refs = kNeverReleased;
     filter.last_frame = made;
   }
