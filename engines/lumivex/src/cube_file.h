@@ -1,4 +1,4 @@
-// Reads colour tables in the .cube text format ("Cube LUT Specification", version 1.0, 2013), three-dimensional ones.
+// Reads three-dimensional colour tables in the .cube text format (its version 1.0 of 2013).
 #pragma once
 
 #include <string>
