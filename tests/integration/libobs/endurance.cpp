@@ -2,9 +2,11 @@
 // descriptors, threads. Usage: vanta_endurance [MINUTES [WIDTH HEIGHT]]. Not a test: somebody looks at the table.
 #include <gtest/gtest.h>
 #include <unistd.h>
+#include <util/base.h>
 #include <util/platform.h>
 
 #include <chrono>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +48,13 @@ void PrintLine(long minute, size_t in, size_t out) {
   std::fflush(stdout);
 }
 
+// Only what goes wrong: the table is to be read.
+void LogTrouble(int level, const char *format, va_list args, void *) {
+  if (level > LOG_ERROR) return;
+  std::vfprintf(stderr, format, args);
+  std::fputc('\n', stderr);
+}
+
 void Play(long minutes, uint32_t width, uint32_t height) {
   const vanta_integration::ObsSession session({.width = width, .height = height, .fps = kFramesPerSecond});
   vanta_integration::FedSource source;
@@ -81,6 +90,7 @@ int main(int argc, char **argv) {
   const long minutes = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 30;
   const auto width = static_cast<uint32_t>(argc > 3 ? std::strtoul(argv[2], nullptr, 10) : 1280);
   const auto height = static_cast<uint32_t>(argc > 3 ? std::strtoul(argv[3], nullptr, 10) : 720);
+  base_set_log_handler(LogTrouble, nullptr);
   try {
     const vanta_run::VirtualDisplay display;
     opened = display.connection();
