@@ -71,8 +71,8 @@ void BeautyControl::SendCommands() const {
 
 void BeautyControl::StopEngine(obs_source_t *filter) const {
   lumivex_set_available(false);
-  UpdateFilter(filter, vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE) ? R"({"lx_enable_nvdx_interop":"close"})"
-                                                                      : R"({"lx_enable_nvdx_interop":"open"})");
+  const bool shared = vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE);
+  UpdateFilter(filter, {shared ? R"({"lx_enable_nvdx_interop":"close"})" : R"({"lx_enable_nvdx_interop":"open"})"});
 }
 
 std::vector<StatisticsSample> BeautyControl::Statistics() const {
@@ -80,8 +80,13 @@ std::vector<StatisticsSample> BeautyControl::Statistics() const {
   return faceless != nullptr ? faceless->GetBeautyStatistics() : std::vector<StatisticsSample>{};
 }
 
-void UpdateFilter(obs_source_t *filter, const char *json) {
-  OBSDataAutoRelease settings = obs_data_create_from_json(json);
+void UpdateFilter(obs_source_t *filter, const std::vector<std::string> &objects) {
+  if (objects.empty()) return;
+  const OBSDataAutoRelease settings = obs_data_create();
+  for (const std::string &json : objects) {
+    const OBSDataAutoRelease object = obs_data_create_from_json(json.c_str());
+    obs_data_apply(settings, object);
+  }
   obs_source_update(filter, settings);
 }
 

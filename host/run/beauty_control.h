@@ -3,6 +3,7 @@
 
 #include <obs.h>
 
+#include <string>
 #include <vector>
 
 #include "engine/i_faceless.h"
@@ -31,6 +32,8 @@ class BeautyControl {
   const Options &options_;
 };
 
-void UpdateFilter(obs_source_t *filter, const char *json);
+// Sends all of `objects`, later ones over earlier ones, as one update: libobs takes an update on its graphics thread
+// and reads the settings there without a lock, so a second one must not follow at once.
+void UpdateFilter(obs_source_t *filter, const std::vector<std::string> &objects);
 
 }  // namespace vanta_run

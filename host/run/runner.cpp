@@ -69,7 +69,7 @@ bool Runner::WarmUp(RunFigures &figures) {
   if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
     p_.progress.Say("no effect engine: the picture passes untouched");
   }
-  for (const std::string &json : p_.options.settings) UpdateFilter(p_.stage.filter(), json.c_str());
+  UpdateFilter(p_.stage.filter(), p_.options.settings);
   return true;
 }
 
