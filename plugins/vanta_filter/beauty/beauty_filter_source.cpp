@@ -4,9 +4,9 @@
 #include <util/bmem.h>
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "beauty/face_beauty_filter_data.h"
+#include "beauty/fallback_report.h"
 #include "beauty/render_output.h"
 #include "engine/faceless_instance.h"
 #include "frames/plane_layout.h"
@@ -18,7 +18,6 @@ namespace vanta {
 namespace {
 
 constexpr char kFilterId[] = "face_beauty_filter_v2";
-constexpr int32_t kReportFallback = 12;
 constexpr uint32_t kJumpLinePeriod = 600;      // frames
 constexpr long kNeverReleased = 0x7fffffff;    // no release by the host ever frees the frame
 constexpr uint32_t kFirstTextureWidth = 1920;  // until the first render tells the source's size
@@ -151,10 +150,7 @@ void PrepareDeinterlaced(face_beauty_filter_data &filter, const obs_source_frame
     filter.last_frame = made;
   }
   SetIsDeinterlace(true);
-  if (!deinterlace_reported.exchange(true, std::memory_order_relaxed)) {
-    const nlohmann::json report = {{"fall_back_to_nv12", true}, {"reason", "deinterlace"}};
-    blog_user_define_data_report(kReportFallback, report.dump().c_str());
-  }
+  if (!deinterlace_reported.exchange(true, std::memory_order_relaxed)) ReportFallback("deinterlace");
   LumivexRender::FallbackToNV12();
 }
 

@@ -3,15 +3,13 @@
 #include <graphics/vec4.h>
 #include <util/base.h>
 
-#include <nlohmann/json.hpp>
-
+#include "beauty/fallback_report.h"
 #include "module/host_extensions.h"
 #include "platform/fault_guard.h"
 
 namespace vanta {
 namespace {
 
-constexpr int32_t kReportFallback = 12;
 constexpr uint32_t kInfiniteWait = 0xffffffff;
 constexpr int32_t kEngineMemoryFrame = 1;  // LX::FrameData::pixel_format of a memory frame
 
@@ -27,8 +25,7 @@ void SkipFilter(face_beauty_filter_data &filter) {
 
 void FallBack(const char *reason) {
   LumivexRender::FallbackToNV12();
-  const nlohmann::json report = {{"fall_back_to_nv12", true}, {"reason", reason}};
-  blog_user_define_data_report(kReportFallback, report.dump().c_str());
+  ReportFallback(reason);
 }
 
 void MatchSize(face_beauty_filter_data &filter, uint32_t cx, uint32_t cy) VANTA_REQUIRES(graphics_context) {
