@@ -12,8 +12,8 @@ struct Pair {
   std::function<void()> other;
 };
 
-// Registers a comparison of `turns` turns: each times both pieces, by turns one or the other first, in processor time
-// of this thread, so both must do their work on it. `make` is called when its turn comes, so that one comparison's
+// Registers a comparison of `turns` turns: each times both pieces, ours first and then the other first, in processor
+// time of this thread, so both must do their work on it. `make` is called when its turn comes, so that one comparison's
 // memory is gone before the next begins.
 void Compare(const std::string &name, double bar, int turns, std::function<Pair()> make);
 

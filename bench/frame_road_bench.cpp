@@ -25,7 +25,7 @@ constexpr size_t kLumaBytes = size_t{kWidth} * kHeight;
 constexpr size_t kChromaBytes = kLumaBytes / 2;
 constexpr double kRoadBar = 1.2;
 constexpr double kConversionBar = 1.1;
-constexpr int kTurns = 60;
+constexpr int kTurns = 30;
 
 using HostFrame = std::shared_ptr<obs_source_frame>;
 using Scaler = std::shared_ptr<video_scaler_t>;
