@@ -125,6 +125,51 @@ VANTA_HOST_C_API bool vanta_host_mark_next_frame(obs_source_t *filter, uint32_t 
 /* The filter's latest dump JSON, valid until its next dump; false when the filter has no such callback or no text. */
 VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char **text, uint32_t *length);
 
+/* ---- Shared textures, for those who draw beside libobs ---- */
+
+/* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of platform/shared_texture.h.
+ * What follows is the same for a thread with an off-screen GL context of its own. Where libobs does not draw with EGL
+ * no context can be made, and nothing is shared. */
+
+/* A core GL 3.3 context, or newer, that sees libobs's textures; NULL where there is none. Enters graphics and leaves
+ * the calling thread without a context: never call it on a thread that draws in one of its own. */
+typedef struct vanta_host_gl_context vanta_host_gl_context;
+VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create(void);
+/* Makes the context, which must be bound nowhere else, the calling thread's; unbinding gives the thread back what it
+ * had. False when the driver refuses, as after libobs's end. */
+VANTA_HOST_C_API bool vanta_host_gl_context_bind(vanta_host_gl_context *context);
+VANTA_HOST_C_API void vanta_host_gl_context_unbind(vanta_host_gl_context *context);
+/* While it is bound nowhere. May be called after libobs's end. */
+VANTA_HOST_C_API void vanta_host_gl_context_destroy(vanta_host_gl_context *context);
+/* A function of GL by its name, the same for every context; NULL where the driver has none. */
+VANTA_HOST_C_API void *vanta_host_gl_function(const char *name);
+
+/* One end of a shared texture. The picture lives as long as any end shows it, whichever goes first. All calls that take
+ * or make an end need a bound context, but for closing. */
+typedef struct vanta_host_texture vanta_host_texture;
+/* Gives a GL_TEXTURE_2D of the bound context a handle. `width` and `height` are its size in pixels; its format must be
+ * GL_SRGB8_ALPHA8 or GL_RGBA8 and must not change. The caller keeps the GL texture and deletes it after the end is
+ * closed. NULL when the driver refuses. */
+VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_publish(uint32_t gl_texture, uint32_t width, uint32_t height);
+/* Shows a published texture in a new GL texture, which belongs to the end. NULL when the handle names nothing. */
+VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_open(uint32_t handle);
+VANTA_HOST_C_API uint32_t vanta_host_texture_handle(const vanta_host_texture *texture); /* never 0; never used again */
+VANTA_HOST_C_API uint32_t vanta_host_texture_gl_name(const vanta_host_texture *texture);
+/* The keyed lock, free with the key 0 at first. Acquiring waits until the lock is free with this key. 0 is success,
+ * VANTA_TEXTURE_TIMEOUT a time-out, a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already,
+ * VANTA_TEXTURE_ABANDONED, without a wait, when the holder is gone or nobody is left who could release it with this
+ * key. 0xffffffff milliseconds are for ever. */
+#define VANTA_TEXTURE_TIMEOUT 0x102
+#define VANTA_TEXTURE_MISUSE (-1)
+#define VANTA_TEXTURE_ABANDONED (-2)
+VANTA_HOST_C_API int vanta_host_texture_acquire(vanta_host_texture *texture, uint64_t key, uint32_t timeout_ms);
+/* What was drawn until now is done before whoever acquires next draws. An error when this end does not hold the lock.
+ */
+VANTA_HOST_C_API int vanta_host_texture_release(vanta_host_texture *texture, uint64_t key);
+/* Ends the handle if this end published it. A lock that it holds is abandoned: nobody can acquire it any more. An
+ * opened end's GL texture goes with it if a context is bound, else with libobs's graphics. */
+VANTA_HOST_C_API void vanta_host_texture_close(vanta_host_texture *texture);
+
 /* ---- Adapter ---- */
 
 /* Name of the adapter that libobs renders on, in UTF-8; empty before video is up. Valid until the thread's next call.

@@ -9,6 +9,7 @@
 #include "engine_watch.h"
 #include "module/mutex.h"
 #include "supervision.h"
+#include "texture_registry.h"
 #include "vanta_host.h"
 
 namespace {
@@ -70,6 +71,7 @@ void LeavePlainLocale() {
 void ForgetSession() {
   vanta_host::ForgetEngine();
   vanta_host::ForgetAdapter();
+  vanta_host::TextureRegistry::Instance().Clear();
 }
 
 }  // namespace

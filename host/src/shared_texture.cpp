@@ -1,36 +1,151 @@
-// Keyed shared textures, as far as this host has them: it shares none, and says so in libobs's own terms. The module
-// then falls back to pixels in memory.
-#include "platform/shared_texture.h"
+#include "shared_texture.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <string>
 
-#include <util/base.h>
-
+namespace vanta_host {
 namespace {
 
-void LogOnce() {
-  static std::atomic<bool> logged{false};
-  if (!logged.exchange(true)) blog(LOG_INFO, "[vanta_host] shared textures are not available on this host");
+using Clock = std::chrono::steady_clock;
+
+// A party may vanish without a word while another waits: how soon that is noticed.
+constexpr uint32_t kLookAgainMs = 20;
+
+std::string LabelOf(uint64_t end) {
+  return "vanta_host " + std::to_string(end);
+}
+
+// A name alone may have passed on to another texture.
+bool Bears(GLuint name, uint64_t end) {
+  const GlApi &gl = Gl();
+  if (!gl.IsTexture(name)) return false;
+  char text[40] = "";
+  GLsizei length = 0;
+  gl.GetObjectLabel(GL_TEXTURE, name, sizeof(text), &length, text);
+  return LabelOf(end) == text;
+}
+
+// Leaves the present unit's binding as it was: libobs keeps in mind what it has bound.
+class Binding {
+ public:
+  explicit Binding(GLuint name) {
+    Gl().GetIntegerv(GL_TEXTURE_BINDING_2D, &former_);
+    Gl().BindTexture(GL_TEXTURE_2D, name);
+  }
+  ~Binding() { Gl().BindTexture(GL_TEXTURE_2D, static_cast<GLuint>(former_)); }
+  Binding(const Binding &) = delete;
+  Binding &operator=(const Binding &) = delete;
+
+ private:
+  GLint former_ = 0;
+};
+
+void ClearErrors() {
+  while (Gl().GetError() != GL_NO_ERROR) {
+  }
 }
 
 }  // namespace
 
-gs_texture_t *gs_texture_open_shared(uint32_t) {
-  LogOnce();
-  return nullptr;
+std::shared_ptr<SharedTexture> SharedTexture::Of(uint32_t handle, GLuint name, uint32_t width, uint32_t height) {
+  const GlApi &gl = Gl();
+  if (!gl.complete || !HasContext()) return nullptr;
+  std::shared_ptr<SharedTexture> made(new SharedTexture(handle, width, height));
+  made->display_ = eglGetCurrentDisplay();
+  const EGLint attributes[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
+  made->image_ = gl.CreateImage(made->display_, eglGetCurrentContext(), EGL_GL_TEXTURE_2D_KHR,
+                                reinterpret_cast<EGLClientBuffer>(uintptr_t{name}), attributes);
+  return made->image_ == EGL_NO_IMAGE_KHR ? nullptr : made;
 }
 
-uint32_t gs_texture_get_shared_handle(gs_texture_t *) {
-  LogOnce();
-  return GS_INVALID_HANDLE;
+SharedTexture::~SharedTexture() {
+  if (image_ != EGL_NO_IMAGE_KHR) Gl().DestroyImage(display_, image_);
+  // Without a context it stays until libobs's own goes.
+  if (fence_ && HasContext()) Gl().DeleteSync(fence_);
 }
 
-int gs_texture_acquire_sync(gs_texture_t *, uint64_t, uint32_t) {
-  LogOnce();
-  return -1;
+uint64_t SharedTexture::AddEnd(GLuint name) {
+  static std::atomic<uint64_t> last_end{0};
+  const End end{++last_end, name};
+  Gl().ObjectLabel(GL_TEXTURE, name, -1, LabelOf(end.id).c_str());
+  {
+    vanta::MutexLock lock(ends_mutex_);
+    ends_.push_back(end);
+  }
+  lock_.Join(end.id);
+  return end.id;
 }
 
-int gs_texture_release_sync(gs_texture_t *, uint64_t) {
-  LogOnce();
-  return -1;
+uint64_t SharedTexture::ShowIn(GLuint name) {
+  const Binding binding(name);
+  ClearErrors();
+  Gl().ImageTargetTexture2D(GL_TEXTURE_2D, image_);
+  return Gl().GetError() == GL_NO_ERROR ? AddEnd(name) : 0;
 }
+
+void SharedTexture::RemoveEnd(uint64_t end) {
+  {
+    vanta::MutexLock lock(ends_mutex_);
+    if (std::erase_if(ends_, [end](const End &known) { return known.id == end; }) == 0) return;
+  }
+  lock_.Leave(end);
+}
+
+bool SharedTexture::IsAlive(uint64_t end) const {
+  vanta::MutexLock lock(ends_mutex_);
+  return std::any_of(ends_.begin(), ends_.end(),
+                     [end](const End &known) { return known.id == end && Bears(known.name, end); });
+}
+
+// True when there was one. Asked only in a context that sees the asking end's own texture: any other sees none.
+bool SharedTexture::DropDeadEnds(uint64_t asking) {
+  if (!HasContext() || !IsAlive(asking)) return false;
+  std::vector<End> dead;
+  {
+    vanta::MutexLock lock(ends_mutex_);
+    for (const End &end : ends_) {
+      if (end.id != asking && !Bears(end.name, end.id)) dead.push_back(end);
+    }
+  }
+  for (const End &end : dead) RemoveEnd(end.id);
+  return !dead.empty();
+}
+
+int SharedTexture::Acquire(uint64_t end, uint64_t key, uint32_t timeout_ms) {
+  const Clock::time_point start = Clock::now();
+  for (;;) {
+    int result = lock_.Acquire(end, key, 0);
+    if (result == kKeyedTimeout && DropDeadEnds(end)) result = lock_.Acquire(end, key, 0);
+    if (result == kKeyedTimeout && timeout_ms != 0) {
+      const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+      if (timeout_ms != kKeyedInfinite && passed >= int64_t{timeout_ms}) return kKeyedTimeout;
+      const uint32_t left = timeout_ms == kKeyedInfinite ? kLookAgainMs : timeout_ms - static_cast<uint32_t>(passed);
+      result = lock_.Acquire(end, key, std::min(left, kLookAgainMs));
+      if (result == kKeyedTimeout) continue;
+    }
+    if (result == kKeyedSuccess) WaitForDrawing();
+    return result;
+  }
+}
+
+void SharedTexture::WaitForDrawing() {
+  if (!fence_ || !HasContext()) return;
+  Gl().WaitSync(fence_, 0, GL_TIMEOUT_IGNORED);
+  Gl().DeleteSync(fence_);
+  fence_ = nullptr;
+}
+
+int SharedTexture::Release(uint64_t end, uint64_t key) {
+  if (!lock_.Holds(end)) return kKeyedMisuse;
+  if (HasContext()) {
+    if (fence_) Gl().DeleteSync(fence_);
+    fence_ = Gl().FenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
+    // The other side's commands reach the driver on their own: these must not stay behind in this context.
+    Gl().Flush();
+  }
+  return lock_.Release(end, key);
+}
+
+}  // namespace vanta_host

@@ -16,7 +16,7 @@ inline constexpr uint32_t GS_INVALID_HANDLE = UINT32_MAX;
 extern "C" {
 // Null when the handle names no shared texture.
 VANTA_HOST_API gs_texture_t *gs_texture_open_shared(uint32_t handle);
-// GS_INVALID_HANDLE when the texture is not shared.
+// GS_INVALID_HANDLE when the texture cannot be shared.
 VANTA_HOST_API uint32_t gs_texture_get_shared_handle(gs_texture_t *texture);
 VANTA_HOST_API int gs_texture_acquire_sync(gs_texture_t *texture, uint64_t key, uint32_t timeout_ms);
 VANTA_HOST_API int gs_texture_release_sync(gs_texture_t *texture, uint64_t key);

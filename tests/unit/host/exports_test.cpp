@@ -71,6 +71,18 @@ TEST(Exports, AreTheTwoHeadersAndTheWrappedRegistration) {
       "vanta_host_mark_next_frame",
       "vanta_host_get_dump_json",
       "vanta_host_adapter_name",
+      "vanta_host_gl_context_create",
+      "vanta_host_gl_context_bind",
+      "vanta_host_gl_context_unbind",
+      "vanta_host_gl_context_destroy",
+      "vanta_host_gl_function",
+      "vanta_host_texture_publish",
+      "vanta_host_texture_open",
+      "vanta_host_texture_handle",
+      "vanta_host_texture_gl_name",
+      "vanta_host_texture_acquire",
+      "vanta_host_texture_release",
+      "vanta_host_texture_close",
   };
   EXPECT_EQ(Exports(), expected);
 }
