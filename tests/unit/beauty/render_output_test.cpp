@@ -275,6 +275,36 @@ TEST_F(RenderOutput, FailedLockDrawsNothingAndLeavesTheKey) {
   EXPECT_EQ(texture_->Key(), 5u);
 }
 
+TEST_F(RenderOutput, FrameAfterAFailedLockUsesTheSameKey) {
+  DeliverSharedTexture(0x1234, 5);
+  gs_recorder::SetAcquireResult(-1);
+  RenderCalls();
+  gs_recorder::SetAcquireResult(0);
+  RenderCalls();
+  EXPECT_EQ(gs_recorder::Count("gs_texture_acquire_sync(shared1, 5, 4294967295)"), 1u);
+  EXPECT_EQ(gs_recorder::Count("obs_source_draw(shared1"), 1u);
+  EXPECT_EQ(texture_->Key(), 6u);
+}
+
+TEST_F(RenderOutput, FailedLockFallsBackOnNothing) {
+  DeliverSharedTexture(0x1234, 5);
+  const std::vector<HostReport> before = host_double::Reports();
+  gs_recorder::SetAcquireResult(258);
+  RenderCalls();
+  EXPECT_EQ(host_double::Reports(), before);
+  EXPECT_FALSE(vanta::LumivexRender::IsFallbackToNV12());
+}
+
+TEST_F(RenderOutput, HostThatSavesTheChainStillGetsTheSharedTexture) {
+  for (const bool chain : {true, false}) {
+    SetChainRender(chain);
+    DeliverSharedTexture(0x1234, 0);
+    RenderCalls();
+    EXPECT_EQ(gs_recorder::Count("obs_source_video_render(target)"), chain ? 1u : 0u);
+    EXPECT_EQ(gs_recorder::Count("obs_source_draw(shared1"), 1u);
+  }
+}
+
 TEST_F(RenderOutput, FlippedInputIsDrawnFlipped) {
   DeliverSharedTexture(0x1234, 0);
   data().flip = true;

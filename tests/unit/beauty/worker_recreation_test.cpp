@@ -91,6 +91,20 @@ TEST_F(WorkerRecreation, SnapshotSetDuringARunReachesTheNextProcessorOnly) {
   EXPECT_EQ(CommandsOf(2), (Texts{"setBoomGameData(boom)"}));
 }
 
+TEST_F(WorkerRecreation, CommandAheadOfARecreationLivesOnInTheSnapshotAlone) {
+  StartWorker();
+  ASSERT_TRUE(Feed());
+  FacelessEngineSnapshot snapshot;
+  snapshot.beauty = {{LXBeautyType(1), 0.5F}};
+  vanta::FacelessInstance::GetInstance()->SetEngineSnapshot(snapshot);
+  worker_->Command(&IFaceless::SetBeautyIntensityWithType, LXBeautyType(1), 0.5F);
+  worker_->Command(&IFaceless::SetNaturalityIntensity, 0.25F);
+  ASSERT_TRUE(Feed(2, 32, 16));
+  EXPECT_EQ(CommandsOf(1),
+            (Texts{"setBeautyIntensityWithType(1, 0.50)", "setNaturalityIntensity(0.25)", "~LumivexSync()"}));
+  EXPECT_EQ(CommandsOf(2), (Texts{"setBeautyIntensityWithType(1, 0.50)"}));
+}
+
 TEST_F(WorkerRecreation, OldEngineGoesBeforeTheNewOneComes) {
   StartWorker();
   ASSERT_TRUE(Feed());

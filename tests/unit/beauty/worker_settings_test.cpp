@@ -1,7 +1,24 @@
 // Settings: the worker's copy, the orientation, and the request for the shared-texture path.
+#include <dlfcn.h>
+
+#include <atomic>
 #include <obs.hpp>
 
 #include "worker_bench.h"
+
+namespace {
+
+std::atomic<bool> texts_are_null{false};
+
+}  // namespace
+
+// In place of libobs's, which never gives null: other hosts' settings can.
+extern "C" const char *obs_data_get_string(obs_data_t *data, const char *name) {
+  if (texts_are_null) return nullptr;
+  static const auto own =
+      reinterpret_cast<const char *(*)(obs_data_t *, const char *)>(dlsym(RTLD_NEXT, "obs_data_get_string"));
+  return own(data, name);
+}
 
 namespace {
 
@@ -39,6 +56,18 @@ class WorkerSettings : public WorkerBench {
     return texts.empty() ? "none" : texts.back();
   }
 };
+
+// What comes of an update whichever way commands go.
+class WorkerSettingsEitherWay : public WorkerSettings, public testing::WithParamInterface<bool> {
+ protected:
+  void SetUp() override {
+    host_double::Change([](HostSwitches &switches) { switches.async_beauty = GetParam(); });
+    WorkerSettings::SetUp();
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Commands, WorkerSettingsEitherWay, testing::Bool(),
+                         [](const auto &param) { return param.param ? "Queued" : "Direct"; });
 
 TEST_F(WorkerSettings, NullSettingsEndTheCallQuietly) {
   worker_->update(nullptr);
@@ -94,14 +123,14 @@ TEST_F(WorkerSettings, WorkersCopyOutlivesTheHostsSettings) {
   EXPECT_EQ(log_.CountWith("SetOBSData"), 2u);  // by the recreation, and by the task before it, on the old processor
 }
 
-TEST_F(WorkerSettings, NoGreenMattingSendsFramesWithFour) {
+TEST_P(WorkerSettingsEitherWay, NoGreenMattingSendsFramesWithFour) {
   Update("{\"no_green_matting\":true}");
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format 4, rotation 0, flip 0)");
   Update("{\"no_green_matting\":false}");
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
 }
 
-TEST_F(WorkerSettings, AbsentNoGreenMattingMeansOff) {
+TEST_P(WorkerSettingsEitherWay, AbsentNoGreenMattingMeansOff) {
   Update("{\"no_green_matting\":true}");
   NextFrameCall();
   Update("{}");
@@ -115,18 +144,31 @@ TEST_F(WorkerSettings, OrientationIsLoggedAndReported) {
             (std::vector<HostReport>{{19, "{\"flip_hor\":true,\"flip_ver\":false,\"rotate_type\":90}"}}));
 }
 
-TEST_F(WorkerSettings, ReportCarriesRawDegrees) {
+TEST_P(WorkerSettingsEitherWay, ReportCarriesRawDegrees) {
   Update(Orientation(false, false, 450));
   EXPECT_EQ(host_double::Reports().back().body, "{\"flip_hor\":false,\"flip_ver\":false,\"rotate_type\":450}");
 }
 
-TEST_F(WorkerSettings, SettingsWithoutOrientationSendNoReport) {
+TEST_P(WorkerSettingsEitherWay, RawDegreesReachTheEngine) {
+  Update(Orientation(false, false, 450));
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 450, flip 0)");
+  Update(Orientation(false, true, 450));
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 270, flip 1)");
+}
+
+TEST_P(WorkerSettingsEitherWay, QuarterTurnBackWithAVerticalFlipIsAQuarterTurn) {
+  Update(Orientation(false, true, -90));
+  EXPECT_EQ(host_double::Reports().back().body, "{\"flip_hor\":false,\"flip_ver\":true,\"rotate_type\":-90}");
+  EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 90, flip 1)");
+}
+
+TEST_P(WorkerSettingsEitherWay, SettingsWithoutOrientationSendNoReport) {
   Update("{\"no_green_matting\":true}");
   EXPECT_TRUE(host_double::Reports().empty());
   EXPECT_FALSE(log_.HasText("update orientation"));
 }
 
-TEST_F(WorkerSettings, MissingOrientationKeepsTheLastOne) {
+TEST_P(WorkerSettingsEitherWay, MissingOrientationKeepsTheLastOne) {
   Update(Orientation(true, false, 90));
   Update("{}");
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 90, flip 1)");
@@ -138,7 +180,7 @@ TEST_F(WorkerSettings, EmptyOrientationMeansUpright) {
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
 }
 
-TEST_F(WorkerSettings, OrientationTakesEffectOnTheNextFrame) {
+TEST_P(WorkerSettingsEitherWay, OrientationTakesEffectOnTheNextFrame) {
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 0, flip 0)");
   Update(Orientation(false, false, 270));
   EXPECT_EQ(NextFrameCall(), "processFrameData(64x48, format -1, rotation 270, flip 0)");
@@ -148,7 +190,7 @@ TEST_F(WorkerSettings, HostFramesFlipBecomesAHalfTurnAndAMirror) {
   EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 180, flip 1)");
 }
 
-TEST_F(WorkerSettings, HostFramesFlipCancelsTheSceneItems) {
+TEST_P(WorkerSettingsEitherWay, HostFramesFlipCancelsTheSceneItems) {
   Update(Orientation(false, true, 0));
   EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 0, flip 0)");
 }
@@ -160,13 +202,48 @@ TEST_F(WorkerSettings, HostFramesFlipIsIgnoredWithTheSwitchOff) {
 
 // ---- The request for the shared-texture path ----
 
+TEST_F(WorkerSettings, SettingsWithoutARequestAreNoRequest) {
+  Update("{\"no_green_matting\":true}");
+  ASSERT_TRUE(Feed());
+  ASSERT_TRUE(Feed());
+  EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] update"));
+  EXPECT_FALSE(log_.HasText("put open task"));
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
+}
+
+TEST_F(WorkerSettings, StepsOfAnUpdateComeInOrder) {
+  host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
+  log_.Clear();
+  Update(
+      "{\"no_green_matting\":true,\"lx_enable_nvdx_interop\":\"open\","
+      "\"sceneitem_orientation_info\":{\"ver_flip\":true}}");
+  std::vector<LogLine> lines = log_.Lines();
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_NE(lines.front().text.find("] SetOBSData"), std::string::npos);
+  lines.erase(lines.begin());
+  EXPECT_EQ(lines, (std::vector<LogLine>{{kInfo, "SetNoGreenMatting no_green_matting_ :1"},
+                                         {kInfo, "[beauty] fb filter update orientation , flip_hor 0, flip_ver 1"},
+                                         {kInfo, "[lx_enable_nvdx_interop] update [open]"},
+                                         {kInfo, "put open task: open"}}));
+}
+
 TEST_F(WorkerSettings, RequestIsLoggedWhenItIsMade) {
   Update("{\"lx_enable_nvdx_interop\":\"open\"}");
   EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] update [open]"));
   EXPECT_TRUE(log_.Has(kInfo, "put open task: open"));
 }
 
-TEST_F(WorkerSettings, RequestThatDiffersRecreatesTheProcessor) {
+TEST_F(WorkerSettings, RequestThatHoldsANullTextIsPassedOver) {
+  ASSERT_TRUE(Feed());
+  texts_are_null = true;
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  texts_are_null = false;
+  ASSERT_TRUE(Feed());
+  EXPECT_FALSE(log_.HasText("put open task"));
+  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
+}
+
+TEST_P(WorkerSettingsEitherWay, RequestThatDiffersRecreatesTheProcessor) {
   ASSERT_TRUE(Feed());
   Update("{\"lx_enable_nvdx_interop\":\"open\"}");
   ASSERT_TRUE(Feed());
@@ -175,7 +252,7 @@ TEST_F(WorkerSettings, RequestThatDiffersRecreatesTheProcessor) {
   EXPECT_EQ(scripted_engine::Created(), 2);
 }
 
-TEST_F(WorkerSettings, RequestEqualToTheStateIsLoggedAndRecreatesNothing) {
+TEST_P(WorkerSettingsEitherWay, RequestEqualToTheStateIsLoggedAndRecreatesNothing) {
   ASSERT_TRUE(Feed());
   Update("{\"lx_enable_nvdx_interop\":\"close\"}");
   ASSERT_TRUE(Feed());
@@ -184,7 +261,7 @@ TEST_F(WorkerSettings, RequestEqualToTheStateIsLoggedAndRecreatesNothing) {
   EXPECT_EQ(scripted_engine::Created(), 1);
 }
 
-TEST_F(WorkerSettings, OnlyTheLatestRequestCounts) {
+TEST_P(WorkerSettingsEitherWay, OnlyTheLatestRequestCounts) {
   ASSERT_TRUE(Feed());
   Update("{\"lx_enable_nvdx_interop\":\"open\"}");
   Update("{\"lx_enable_nvdx_interop\":\"close\"}");

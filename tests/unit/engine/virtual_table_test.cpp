@@ -152,16 +152,27 @@ TEST_F(RenderTable, BeginsWithTheDestructor) {
 class ControlTable : public WorkerBench {
  protected:
   void SetUp() override {
-    host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
+    SetAsync(false);
     StartWorker();
     ASSERT_TRUE(Feed());
     vanta::FacelessInstance::GetInstance()->AddWorker(&filter_, worker_);
   }
   void TearDown() override { vanta::FacelessInstance::GetInstance()->RemoveWorker(&filter_); }
+  static void SetAsync(bool on) {
+    host_double::Change([on](HostSwitches &switches) { switches.async_beauty = on; });
+  }
 };
 
 TEST_F(ControlTable, ForwardsOperationNToOperationNOfTheProcessor) {
   CallAll(vanta::FacelessInstance::GetInstance().get());
+  EXPECT_EQ(CommandsOf(1), EngineTexts(false));
+}
+
+TEST_F(ControlTable, QueuedOperationsReachTheProcessorInTheirOrderToo) {
+  SetAsync(true);
+  CallAll(vanta::FacelessInstance::GetInstance().get());
+  EXPECT_TRUE(CommandsOf(1).empty());
+  ASSERT_TRUE(Feed());
   EXPECT_EQ(CommandsOf(1), EngineTexts(false));
 }
 
