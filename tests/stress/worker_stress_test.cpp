@@ -9,11 +9,9 @@
 #include <memory>
 #include <thread>
 
-#include <obs.hpp>
-
 #include "beauty/beauty_filter_source.h"
 #include "engine/faceless_instance.h"
-#include "module/host_frame.h"
+#include "filter_life.h"
 #include "support/gs_recorder.h"
 #include "support/host_double.h"
 #include "support/scripted_engine.h"
@@ -25,79 +23,6 @@ namespace {
 // Lives with a slow engine: more than a thousand in the three tests that have one.
 constexpr int kSlowLives = 400;
 constexpr int kQuickLives = 200;
-constexpr char kFilterId[] = "face_beauty_filter_v2";
-
-struct FrameDeleter {
-  void operator()(obs_source_frame *frame) const {
-    bfree(frame->data[0]);
-    bfree(frame);
-  }
-};
-using Frame = std::unique_ptr<obs_source_frame, FrameDeleter>;
-
-Frame MakeFrame(uint32_t width, uint32_t height, video_format format) {
-  Frame frame(static_cast<obs_source_frame *>(bzalloc(vanta::kHostFrameSize)));
-  obs_source_frame_init(frame.get(), format, width, height);
-  frame->refs = 2;  // the filter's release leaves it alive
-  return frame;
-}
-
-// One filter on a source, driven as libobs drives it: frames on one thread, settings on another, drawing on a third,
-// and the end on a fourth.
-class Life {
- public:
-  Life() : callbacks_(host_double::Registered(kFilterId)) {
-    parent_.width = 64;
-    parent_.height = 48;
-    filter_.id = kFilterId;
-    const OBSDataAutoRelease settings = obs_data_create();
-    data_ = callbacks_.create(settings, &filter_);
-    filter_.parent = filter_.target = &parent_;
-  }
-  ~Life() {
-    if (end_.joinable()) end_.join();
-  }
-  Life(const Life &) = delete;
-  Life &operator=(const Life &) = delete;
-
-  // True when the frame went to the worker: then the filter gives out another one or none.
-  bool Feed(uint32_t width = 64, uint32_t height = 48, video_format format = VIDEO_FORMAT_NV12) {
-    const Frame frame = MakeFrame(width, height, format);
-    obs_source_frame *out = callbacks_.filter_video(data_, frame.get());
-    return out == nullptr;
-  }
-  void FeedUntilAt(Gate gate, uint32_t width = 64, uint32_t height = 48) {
-    WaitUntil(
-        [&] {
-          Feed(width, height);
-          return scripted_engine::Waiting(gate) > 0;
-        },
-        "a call at the engine's gate");
-  }
-  void Update(int rot_deg) {
-    const OBSDataAutoRelease settings = obs_data_create();
-    const OBSDataAutoRelease orientation = obs_data_create();
-    obs_data_set_int(orientation, "rot_deg", rot_deg);
-    obs_data_set_obj(settings, "sceneitem_orientation_info", orientation);
-    callbacks_.update(data_, settings);
-  }
-  void Render() {
-    const gs_recorder::InGraphics graphics;
-    callbacks_.video_render(data_, nullptr);
-  }
-  void Remove() { callbacks_.filter_remove(data_, &parent_); }
-  // Begins the destruction on a thread of its own, which may have to wait for the engine.
-  void BeginEnd() {
-    end_ = std::thread([this] { callbacks_.destroy(data_); });
-  }
-
- private:
-  obs_source parent_;
-  obs_source filter_;
-  const HostSourceInfo callbacks_;
-  void *data_ = nullptr;
-  std::thread end_;
-};
 
 long ThreadsOfProcess() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
