@@ -2,6 +2,7 @@
 #include <chrono>
 #include <thread>
 
+#include "engine/faceless_instance.h"
 #include "support/alloc_counter.h"
 #include "support/wait.h"
 #include "worker_bench.h"
@@ -50,6 +51,32 @@ class WorkerAllocation : public WorkerBench {
     }
   }
 };
+
+// The tick runs, once a second; what a sample allocates stands between the seconds.
+TEST_F(WorkerAllocation, FramesBetweenTheSamplesTakeNothingFromTheHeap) {
+  const TestFrame in = MakeFrame(kWidth, kHeight);
+  const TestFrame out = MakeFrame(kWidth, kHeight);
+  ASSERT_TRUE(FeedFrame(in.get()));
+  ASSERT_TRUE(Dequeue().success);
+  scripted_engine::SetRecording(false);
+  host_double::SetRecording(false);
+  gs_recorder::SetRecording(false);
+  // Fewer frames in all than the three hundred after which the engine is asked for a text.
+  constexpr int kSeconds = 25;
+  constexpr int kFramesPerSecond = 10;
+  int undisturbed_seconds = 0;
+  for (int second = 0; second < kSeconds; ++second) {
+    Tick(1);
+    bool undisturbed = true;
+    const AllocCounter counter;
+    for (int frame = 0; frame < kFramesPerSecond; ++frame) undisturbed = Trip(in.get(), out.get()) && undisturbed;
+    if (!undisturbed || second < 2) continue;  // the first samples and frames make room
+    EXPECT_EQ(counter.InProcess(), 0u) << "second " << second;
+    ++undisturbed_seconds;
+  }
+  EXPECT_GT(undisturbed_seconds, 15);
+  EXPECT_EQ(vanta::FacelessInstance::GetInstance()->GetBeautyStatistics().size(), 1u) << "the tick did not run";
+}
 
 TEST_F(WorkerAllocation, Nv12FramesTakeNothingFromTheHeap) {
   EXPECT_EQ(Allocations(VIDEO_FORMAT_NV12), 0u);
