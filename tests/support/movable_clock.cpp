@@ -19,12 +19,23 @@ std::atomic<size_t> sleepers{0};
 std::atomic<uint64_t> waits_begun{0};
 std::atomic<uint64_t> looks{0};  // of all sleepers at the time
 
-// Notifications so far, by the condition variable's address. Two that share a place wake each other's waiters, which
-// every waiter bears.
-std::array<std::atomic<uint64_t>, 64> notifications{};
+// Notifications so far, by the condition variable's address. Each takes the first free place from its own on; only
+// where none of the next is free do two share one and wake each other's waiters, which looks like a wake without cause.
+struct Notifications {
+  std::atomic<const void *> owner{nullptr};
+  std::atomic<uint64_t> count{0};
+};
+std::array<Notifications, 4096> notifications{};
+constexpr size_t kPlacesTried = 64;
 
 std::atomic<uint64_t> &NotificationsOf(const void *cond) {
-  return notifications[reinterpret_cast<uintptr_t>(cond) / 8 % notifications.size()];
+  const size_t home = reinterpret_cast<uintptr_t>(cond) / 8;
+  for (size_t i = 0; i < kPlacesTried; ++i) {
+    Notifications &place = notifications[(home + i) % notifications.size()];
+    const void *owner = nullptr;
+    if (place.owner.compare_exchange_strong(owner, cond) || owner == cond) return place.count;
+  }
+  return notifications[home % notifications.size()].count;
 }
 
 std::atomic<int> to_lose{0};
