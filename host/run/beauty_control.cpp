@@ -3,11 +3,10 @@
 #include <lumivex/lumivex_control.h>
 #include <lumivex/lumivex_values.h>
 
-#include <obs.hpp>
-
 #include <cstring>
 #include <filesystem>
 
+#include "commands/settings_update.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
@@ -72,22 +71,13 @@ void BeautyControl::SendCommands() const {
 void BeautyControl::StopEngine(obs_source_t *filter) const {
   lumivex_set_available(false);
   const bool shared = vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE);
-  UpdateFilter(filter, {shared ? R"({"lx_enable_nvdx_interop":"close"})" : R"({"lx_enable_nvdx_interop":"open"})"});
+  UpdateFilter(filter, {shared ? R"({"lx_enable_nvdx_interop":"close"})" : R"({"lx_enable_nvdx_interop":"open"})"},
+               nullptr);
 }
 
 std::vector<StatisticsSample> BeautyControl::Statistics() const {
   ILumivex *faceless = Faceless();
   return faceless != nullptr ? faceless->GetBeautyStatistics() : std::vector<StatisticsSample>{};
-}
-
-void UpdateFilter(obs_source_t *filter, const std::vector<std::string> &objects) {
-  if (objects.empty()) return;
-  const OBSDataAutoRelease settings = obs_data_create();
-  for (const std::string &json : objects) {
-    const OBSDataAutoRelease object = obs_data_create_from_json(json.c_str());
-    obs_data_apply(settings, object);
-  }
-  obs_source_update(filter, settings);
 }
 
 }  // namespace vanta_run

@@ -26,14 +26,11 @@ class BeautyControl {
   void StopEngine(obs_source_t *filter) const;
 
   std::vector<StatisticsSample> Statistics() const;
+  // The module's control object; null before the module is loaded.
+  static ILumivex *Faceless();
 
  private:
-  static ILumivex *Faceless();
   const Options &options_;
 };
-
-// Sends all of `objects`, later ones over earlier ones, as one update: libobs takes an update on its graphics thread
-// and reads the settings there without a lock, so a second one must not follow at once.
-void UpdateFilter(obs_source_t *filter, const std::vector<std::string> &objects);
 
 }  // namespace vanta_run

@@ -3,13 +3,14 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace vanta_run {
 
 enum ExitCode : int {
   kExitOk = 0,
   kExitInternal = 1,      // something that none of the others names
-  kExitUsage = 2,         // unknown option, bad value
+  kExitUsage = 2,         // unknown option, bad value, bad command line
   kExitInput = 3,         // unreadable, no video in it, or no picture came out of it
   kExitDisplay = 4,       // no display and no way to get one, or no OpenGL on it
   kExitModule = 5,        // the filter or one of libobs's stock plug-ins is missing
@@ -22,9 +23,17 @@ class Failure : public std::runtime_error {
   // The line reads "SUBJECT: REASON; REMEDY".
   Failure(ExitCode code, const std::string &subject, const std::string &reason, const std::string &remedy)
       : std::runtime_error(subject + ": " + reason + "; " + remedy), code_(code) {}
+  // Several such lines at once.
+  Failure(ExitCode code, const std::vector<std::string> &lines) : std::runtime_error(Joined(lines)), code_(code) {}
   ExitCode code() const { return code_; }
 
  private:
+  static std::string Joined(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines) text += (text.empty() ? "" : "\nvanta-run: ") + line;
+    return text;
+  }
+
   ExitCode code_;
 };
 

@@ -5,6 +5,7 @@
 #include <lumivex/lumivex_values.h>
 #include <obs.h>
 
+#include "commands/operations.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
@@ -43,7 +44,14 @@ constexpr char kMiddle[] =
                           beauty, adjust, lookup, relight, green-matting
       --settings JSON     settings for the running filter; may be given more than once. Keys:
                           no_green_matting (true, false), lx_enable_nvdx_interop ("open", "close"),
-                          sceneitem_orientation_info ({"hor_flip":..,"ver_flip":..,"rot_deg":..})
+                          sceneitem_orientation_info ({"hor_flip":..,"ver_flip":..,"rot_deg":..}),
+                          effect_json_ability_handler (true: this program's, false: none)
+
+COMMANDS
+      --commands FILE     sends control operations and settings at given times, one JSON object a line
+      --interactive       takes the same lines from standard input while it runs; "quit" ends the run, the end
+                          of standard input does not. Pictures and colours go on until then
+      --help-commands     how the lines are written, and every operation with its arguments
 
 ENGINE
       --no-engine         run as on a machine without the effect engine: the picture passes untouched
@@ -52,6 +60,42 @@ ENGINE
                           take the engine away S seconds into the run, by a forced restart that fails
 
 HOST SWITCHES, each on or off
+)";
+
+constexpr char kCommands[] =
+    R"(NAME
+  commands of vanta-run - control operations and settings, with times
+
+SYNOPSIS
+  vanta-run --input FILE --commands SCRIPT
+  vanta-run --input FILE --interactive
+
+DESCRIPTION
+  A command is a line with a JSON object. Blank lines, and lines that begin with '#', say nothing.
+
+    {"at": 1.5, "call": "SetBeautyIntensityWithType", "type": "smooth", "intensity": 0.8}
+    {"at": 3, "update": {"sceneitem_orientation_info": {"hor_flip": true}}}
+    {"at": 4, "switch": "async-commands", "on": false}
+    {"at": 9, "quit": true}
+
+  "at" is the time in seconds into the run; a line without it is sent with the line before it, and times never
+  go back. Lines of standard input without it are sent at once. The word quit alone will do, too.
+
+  "call" sends an operation of the module's control object, with its arguments as members of the same line.
+  "update" gives the running filter these settings, all of them as one update. --help names the filter's own
+  keys; others reach the engine. "effect_json_ability_handler" is true for this program's handler, whose calls
+  are shown and reported, or false for none. "switch" sets a host switch, named as in --help.
+
+  A script is read and checked before the run starts: one bad line and nothing is played. A bad line of
+  standard input is refused and changes nothing. Results go to standard output, a JSON object a line.
+
+OPERATIONS, with their arguments; what stands in brackets may be left out
+)";
+
+constexpr char kCommandsTail[] =
+    R"(
+  The type of an intensity or effect is its number, or its name as --beauty and --effect have it. Paths go to
+  the engine as they stand. SetMagicEffectForSources finds the filter under the name "beauty".
 )";
 
 constexpr char kTail[] =
@@ -82,8 +126,8 @@ PLACES
 EXIT STATUS
     0  everything asked for has been written
     1  something unforeseen
-    2  unknown option or bad value
-    3  the input cannot be read, or has no picture
+    2  unknown option, bad value or bad command line
+    3  the input or the command file cannot be read, or the input has no picture
     4  no display and no way to get one, or no OpenGL on it
     5  the filter or a plug-in of libobs is missing
     6  a file could not be written whole; nothing half-written is left under its name
@@ -114,10 +158,32 @@ std::string BeautyLines() {
   return text;
 }
 
+// In lines that fit a terminal, cut behind commas.
+std::vector<std::string> Folded(const std::string &text) {
+  constexpr size_t kWidth = 100;
+  std::vector<std::string> lines;
+  for (size_t at = 0; at < text.size();) {
+    size_t end = text.size() - at <= kWidth ? text.size() : text.rfind(", ", at + kWidth);
+    if (end == std::string::npos || end <= at) end = text.size();
+    lines.push_back(text.substr(at, end - at) + (end < text.size() ? "," : ""));
+    at = end + (end < text.size() ? 2 : 0);
+  }
+  return lines;
+}
+
 }  // namespace
 
 std::string HelpText() {
   return kHead + BeautyLines() + kMiddle + SwitchLines() + kTail;
+}
+
+std::string CommandsHelpText() {
+  std::string text = kCommands;
+  for (const Operation &operation : Operations()) {
+    text += "  " + std::string(operation.name) + "\n";
+    for (const std::string &line : Folded(operation.forms)) text += "      " + line + "\n";
+  }
+  return text + kCommandsTail;
 }
 
 std::string VersionText() {

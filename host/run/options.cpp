@@ -8,6 +8,7 @@
 #include <lumivex/lumivex_values.h>
 #include <nlohmann/json.hpp>
 
+#include "commands/settings_update.h"
 #include "failure.h"
 #include "help_text.h"
 #include "option_values.h"
@@ -20,6 +21,9 @@ enum LongOnly : int {
   kGroup,
   kEffect,
   kSettings,
+  kCommands,
+  kInteractive,
+  kHelpCommands,
   kNoEngine,
   kEngineDelay,
   kEngineStopAfter,
@@ -46,6 +50,9 @@ constexpr option kOptions[] = {
     {"group", required_argument, nullptr, kGroup},
     {"effect", required_argument, nullptr, kEffect},
     {"settings", required_argument, nullptr, kSettings},
+    {"commands", required_argument, nullptr, kCommands},
+    {"interactive", no_argument, nullptr, kInteractive},
+    {"help-commands", no_argument, nullptr, kHelpCommands},
     {"no-engine", no_argument, nullptr, kNoEngine},
     {"engine-delay", required_argument, nullptr, kEngineDelay},
     {"engine-stop-after", required_argument, nullptr, kEngineStopAfter},
@@ -141,6 +148,11 @@ void ReadLookup(const char *value, Options &options) {
 void ReadSettings(const char *value, Options &options) {
   const auto json = nlohmann::json::parse(value, nullptr, false);
   if (!json.is_object()) BadValue("settings", value, "give a JSON object, '{\"no_green_matting\":true}' for instance");
+  try {
+    CheckSettings(json);
+  } catch (const BadCommand &reason) {
+    throw Failure(kExitUsage, "--settings", reason.what(), "see vanta-run --help");
+  }
   options.settings.emplace_back(value);
 }
 
@@ -182,6 +194,12 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
       return;
     case kSettings:
       ReadSettings(value, options);
+      return;
+    case kCommands:
+      options.commands = value;
+      return;
+    case kInteractive:
+      options.interactive = true;
       return;
     case kNoEngine:
       options.engine = false;
@@ -243,6 +261,10 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
     if (which == -1) break;
     if (which == 'h') {
       std::fputs(HelpText().c_str(), stdout);
+      return ParseResult::kShownHelp;
+    }
+    if (which == kHelpCommands) {
+      std::fputs(CommandsHelpText().c_str(), stdout);
       return ParseResult::kShownHelp;
     }
     if (which == kVersion) {

@@ -48,6 +48,10 @@ struct Options {
   std::vector<std::string> settings;  // JSON objects for the filter, in the order given
   std::vector<std::pair<vanta_host_switch, bool>> switches;
 
+  // The host application's part
+  std::string commands;      // a script's file; empty: none
+  bool interactive = false;  // commands come on standard input too
+
   // Output; an empty path means "not wanted"
   std::string output;
   std::string snapshot;

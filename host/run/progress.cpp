@@ -34,16 +34,19 @@ std::string Figures(const ProgressState &state) {
 
 }  // namespace
 
-Progress::Progress(bool quiet) : quiet_(quiet), terminal_(IsTerminal()) {}
+Progress::Progress(bool quiet, bool showing) : quiet_(quiet), showing_(showing && !quiet), terminal_(IsTerminal()) {}
 
 void Progress::Say(const std::string &line) {
-  if (quiet_) return;
+  if (!quiet_) Complain(line);
+}
+
+void Progress::Complain(const std::string &line) {
   Clear();
   std::fprintf(stderr, "vanta-run: %s\n", line.c_str());
 }
 
 void Progress::Show(const ProgressState &state) {
-  if (quiet_ || (last_ >= 0 && state.elapsed - last_ < (terminal_ ? kBarPeriod : kLinePeriod))) return;
+  if (!showing_ || (last_ >= 0 && state.elapsed - last_ < (terminal_ ? kBarPeriod : kLinePeriod))) return;
   last_ = state.elapsed;
   if (!terminal_) {
     std::fprintf(stderr, "vanta-run: %s\n", Figures(state).c_str());

@@ -17,9 +17,12 @@ struct ProgressState {
 // Writes to standard error. Threads: [control].
 class Progress {
  public:
-  explicit Progress(bool quiet);
+  // `showing`: tell how far the run is. Somebody who types would have it written over his line.
+  Progress(bool quiet, bool showing);
   // A line of its own, above the bar.
   void Say(const std::string &line);
+  // The same for what went wrong: quiet or not.
+  void Complain(const std::string &line);
   // Rate-limited by itself.
   void Show(const ProgressState &state);
   // Ends the bar's line.
@@ -29,6 +32,7 @@ class Progress {
   void Clear();
 
   const bool quiet_;
+  const bool showing_;
   const bool terminal_;
   bool bar_shown_ = false;
   double last_ = -1;  // elapsed seconds at the last showing

@@ -7,6 +7,7 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include "commands/command_player.h"
 #include "cost_observer.h"
 #include "failure.h"
 #include "module_paths.h"
@@ -16,14 +17,28 @@ extern "C" {
 #include "virtual_display.h"
 
 namespace vanta_run {
+namespace {
+
+ILumivex &RequireControl() {
+  ILumivex *control = BeautyControl::Faceless();
+  if (control == nullptr) {
+    throw Failure(kExitModule, "vanta_filter", "gives no control object", "install a plug-in of this version");
+  }
+  return *control;
+}
+
+}  // namespace
 
 int Run(const Options &options, Interrupt &interrupt) {
   // What can fail cheaply comes first.
   if (!options.verbose) av_log_set_level(AV_LOG_QUIET);
   const Input input = LookAtInput(options);
+  std::vector<ScriptLine> script;
+  if (!options.commands.empty()) script = ReadScript(options.commands);
+  const RunLimits limits(options, input, script.empty() ? 0 : script.back().at);
   const ModulePaths module = FindFilterModule(options);
   LogSink log(options.log, options.verbose);
-  Progress progress(options.quiet);
+  Progress progress(options.quiet, !options.interactive);
   std::optional<PendingFile> recording;
   if (!options.output.empty()) {
     RequireRecordingFormat(options.output);
@@ -45,14 +60,17 @@ int Run(const Options &options, Interrupt &interrupt) {
   RunFigures figures;
   {
     FrameMeter meter;
+    AbilityHandler abilities;
     Stage stage(input, options.loop, meter);
     stage.AddFilter();
     control.SendCommands();
     stage.Show();
     std::optional<Recorder> recorder;
     if (recording) recorder.emplace(*recording, options.verbose);
-    Runner runner(
-        {options, input, interrupt, progress, log, control, meter, stage, pictures, recorder ? &*recorder : nullptr});
+    CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage, abilities,
+                           RequireControl());
+    Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
+                   pictures, recorder ? &*recorder : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();

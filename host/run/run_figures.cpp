@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "run_figures.h"
+#include "statistics_json.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
@@ -122,26 +123,31 @@ Json EngineJson(const Options &options, const RunFigures &figures) {
   return json;
 }
 
-Json StatisticsJson(const std::vector<StatisticsSample> &samples) {
+Json AggregatesJson(const std::vector<Aggregate> &aggregates) {
   Json all = Json::array();
-  for (const StatisticsSample &sample : samples) {
-    const auto f = [](float value) { return Rounded(static_cast<double>(value)); };
-    all.push_back({{"name", sample.name},
-                   {"resolution", sample.resolution},
-                   {"arrived_fps", f(sample.arrived_fps)},
-                   {"render_fps", f(sample.render_fps)},
-                   {"filter_ms", {{"mean", f(sample.filter_avg)}, {"p95", f(sample.filter_p95)}}},
-                   {"beauty_ms", {{"mean", f(sample.beauty_avg)}, {"p95", f(sample.beauty_p95)}}},
-                   {"tessera_ms", {{"mean", f(sample.tessera_avg)}, {"p95", f(sample.tessera_p95)}}},
-                   {"async_delay_ms", {{"mean", f(sample.async_avg)}, {"p95", f(sample.async_p95)}}},
-                   {"whole_delay_ms", {{"mean", f(sample.whole_avg)}}},
-                   {"janks", sample.jank_count},
-                   {"big_janks", sample.big_jank_count},
-                   {"enqueue_failures", sample.enqueue_fail_count},
-                   {"empty_dequeues", sample.empty_dequeue_count},
-                   {"taken", sample.taken_count},
-                   {"spurious_wakes", sample.spurious_wake_count},
-                   {"drops", sample.drop_count}});
+  for (const Aggregate &aggregate : aggregates) {
+    Json json = StatisticsJson({aggregate.sample})[0];
+    json["seconds"] = Rounded(aggregate.seconds);
+    all.push_back(std::move(json));
+  }
+  return all;
+}
+
+Json CommandsJson(const RunFigures &figures) {
+  Json sent = Json::array();
+  for (const SentCommand &command : figures.commands) {
+    sent.push_back(
+        {{"from", command.from}, {"line", command.line}, {"seconds", command.seconds}, {"name", command.name}});
+  }
+  return {{"sent", std::move(sent)}, {"not_sent", figures.commands_left}};
+}
+
+Json AbilitiesJson(const std::vector<AskedAbility> &asked) {
+  Json all = Json::array();
+  for (const auto &[seconds, call] : asked) {
+    Json json = {{"seconds", seconds}, {"operation", call.operation}};
+    if (!call.raw.empty()) json.update({{"method", call.method}, {"params", call.params}, {"raw", call.raw}});
+    all.push_back(std::move(json));
   }
   return all;
 }
@@ -187,6 +193,9 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
        {{"filter_video", Distribution(figures.filter_costs)}, {"video_render", Distribution(figures.draw_costs)}}},
       {"engine", EngineJson(options, figures)},
       {"statistics", StatisticsJson(figures.statistics)},
+      {"aggregates", AggregatesJson(figures.aggregates)},
+      {"commands", CommandsJson(figures)},
+      {"ability_calls", AbilitiesJson(figures.abilities)},
       {"slow_frames", NotesJson(figures.spikes)},
       {"minute_averages", NotesJson(figures.averages)},
       {"reports", ReportsJson(figures.reports)},

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/ability_handler.h"
 #include "cost_observer.h"
 #include "frame_meter.h"
 #include "input.h"
@@ -28,8 +29,26 @@ struct FollowedFrame {
   std::string applied;  // the engine's JSON
 };
 
+// One ten-second record of the control object.
+struct Aggregate {
+  double seconds = 0;  // into the run, when it was first seen
+  StatisticsSample sample;
+};
+
+struct SentCommand {
+  std::string from;  // the script's file, or "standard input"
+  size_t line = 0;
+  double seconds = 0;  // into the run
+  std::string name;
+};
+
+struct AskedAbility {
+  double seconds = 0;  // into the run
+  AbilityCall call;
+};
+
 struct RunFigures {
-  const char *ended_by = "";   // "end of input", "limit", "interrupt"
+  const char *ended_by = "";   // "end of input", "limit", "interrupt", "quit"
   double warm_up_seconds = 0;  // from showing the source to the first frames after the engine's word
   double seconds = 0;
   FrameCounts frames;
@@ -37,7 +56,11 @@ struct RunFigures {
   std::vector<FollowedFrame> followed;
   std::vector<float> filter_costs, draw_costs;  // microseconds
   std::vector<CostNote> averages, spikes;
-  std::vector<StatisticsSample> statistics;
+  std::vector<StatisticsSample> statistics;  // as of the end
+  std::vector<Aggregate> aggregates;
+  std::vector<SentCommand> commands;
+  size_t commands_left = 0;  // not due when the run ended
+  std::vector<AskedAbility> abilities;
   std::vector<ModuleReport> reports;
   uint32_t canvas_frames = 0, canvas_lagged = 0;
   uint64_t recorded_frames = 0, recorded_bytes = 0;

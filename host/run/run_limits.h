@@ -13,7 +13,8 @@ struct RunLimits {
   uint64_t frames = 0;  // 0: none
   double expected = 0;  // seconds that the run will take; 0: no known end
 
-  RunLimits(const Options &options, const Input &input);
+  // `script_end`: seconds into the run at which the last command of a script is due; 0 without one.
+  RunLimits(const Options &options, const Input &input, double script_end);
   bool Reached(double elapsed, uint64_t entered) const {
     return (seconds > 0 && elapsed >= seconds) || (frames > 0 && entered >= frames);
   }

@@ -2,6 +2,9 @@
 
 #include <util/platform.h>
 
+#include <algorithm>
+
+#include "commands/settings_update.h"
 #include "failure.h"
 #include "vanta_host.h"
 
@@ -16,10 +19,18 @@ constexpr double kLastFramesLimit = 1;  // seconds
 constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's word comes a little before its first frame
+constexpr double kAggregateLook = 1;    // seconds
 constexpr int kPollMs = 20;
 
 double Seconds(uint64_t since_ns) {
   return static_cast<double>(os_gettime_ns() - since_ns) / 1e9;
+}
+
+// Ten seconds of measured times do not come twice alike to the last bit.
+bool SameRecord(const StatisticsSample &a, const StatisticsSample &b) {
+  return a.name == b.name && a.filter_avg == b.filter_avg && a.filter_p95 == b.filter_p95 &&
+         a.async_avg == b.async_avg && a.whole_avg == b.whole_avg && a.taken_count == b.taken_count &&
+         a.empty_dequeue_count == b.empty_dequeue_count && a.spurious_wake_count == b.spurious_wake_count;
 }
 
 double PictureTime(const Options &options, const RunLimits &limits) {
@@ -29,8 +40,7 @@ double PictureTime(const Options &options, const RunLimits &limits) {
 
 }  // namespace
 
-Runner::Runner(const RunParts &parts)
-    : p_(parts), limits_(parts.options, parts.input), at_(PictureTime(parts.options, limits_)) {}
+Runner::Runner(const RunParts &parts) : p_(parts), at_(PictureTime(parts.options, parts.limits)) {}
 
 bool Runner::Go(RunFigures &figures) {
   if (!WarmUp(figures)) return false;
@@ -69,7 +79,7 @@ bool Runner::WarmUp(RunFigures &figures) {
   if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
     p_.progress.Say("no effect engine: the picture passes untouched");
   }
-  UpdateFilter(p_.stage.filter(), p_.options.settings);
+  UpdateFilter(p_.stage.filter(), p_.options.settings, &p_.abilities);
   return true;
 }
 
@@ -96,14 +106,16 @@ const char *Runner::Play(RunFigures &figures) {
     const double elapsed = Seconds(start_ns_);
     const uint64_t entered = p_.meter.Counts().in - counts_at_start_.in;
     if (p_.recorder != nullptr && p_.recorder->Failed()) return "a failed recording";
-    if (limits_.Reached(elapsed, entered)) return "limit";
+    if (p_.limits.Reached(elapsed, entered)) return "limit";
     if (Drained(elapsed, entered)) return "end of input";
+    if (!p_.commands.Advance(elapsed)) return "quit";
     if (!engine_stopped && p_.options.engine_stop_after >= 0 && elapsed >= p_.options.engine_stop_after) {
       p_.control.StopEngine(p_.stage.filter());
       engine_stopped = true;
     }
     MarkWhenDue(elapsed);
     TakePair(figures);
+    TakeAggregates(elapsed, figures);
     p_.pictures.TakeSnapshotWhenDue(elapsed, at_);
     Show(elapsed, figures);
   }
@@ -135,12 +147,24 @@ void Runner::TakePair(RunFigures &figures) {
   p_.pictures.Offer(pair, entered, at_);
 }
 
+// The control object keeps one record for each source: a new one shows in its figures.
+void Runner::TakeAggregates(double elapsed, RunFigures &figures) {
+  if (elapsed < next_look_) return;
+  next_look_ = elapsed + kAggregateLook;
+  for (StatisticsSample &sample : p_.control.Statistics()) {
+    const auto same = [&sample](const Aggregate &known) { return SameRecord(known.sample, sample); };
+    if (std::none_of(figures.aggregates.begin(), figures.aggregates.end(), same)) {
+      figures.aggregates.push_back({elapsed, std::move(sample)});
+    }
+  }
+}
+
 void Runner::Show(double elapsed, const RunFigures &figures) {
   const FrameCounts counts = p_.meter.Counts();
   ProgressState state;
   state.elapsed = elapsed;
-  state.total = limits_.expected;
-  state.part = limits_.expected > 0 ? elapsed / limits_.expected : 0;
+  state.total = p_.limits.expected;
+  state.part = p_.limits.expected > 0 ? elapsed / p_.limits.expected : 0;
   state.in = counts.in - counts_at_start_.in;
   state.out = counts.out - counts_at_start_.out;
   if (!figures.followed.empty()) state.delay_ms = static_cast<int64_t>(figures.followed.back().delay_ms);
@@ -167,6 +191,9 @@ void Runner::End(RunFigures &figures) {
   figures.filter_costs = p_.meter.FilterCosts();
   figures.draw_costs = p_.meter.DrawCosts();
   figures.statistics = p_.control.Statistics();
+  next_look_ = 0;
+  TakeAggregates(figures.seconds, figures);
+  p_.commands.Tell(figures);
   figures.adapter = vanta_host_adapter_name();
   if (p_.recorder != nullptr) p_.recorder->Finish();
   p_.progress.End();

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "beauty_control.h"
+#include "commands/command_player.h"
 #include "frame_meter.h"
 #include "input.h"
 #include "interrupt.h"
@@ -22,12 +23,15 @@ namespace vanta_run {
 struct RunParts {
   const Options &options;
   const Input &input;
+  const RunLimits &limits;
   Interrupt &interrupt;
   Progress &progress;
   LogSink &log;
   BeautyControl &control;
   FrameMeter &meter;
   Stage &stage;
+  AbilityHandler &abilities;
+  CommandPlayer &commands;
   Pictures &pictures;
   Recorder *recorder;  // null: nothing is recorded
 };
@@ -48,10 +52,10 @@ class Runner {
   bool Drained(double elapsed, uint64_t entered);
   void MarkWhenDue(double elapsed);
   void TakePair(RunFigures &figures);
+  void TakeAggregates(double elapsed, RunFigures &figures);
   void Show(double elapsed, const RunFigures &figures);
 
   const RunParts p_;
-  const RunLimits limits_;
   const double at_;  // seconds into the run at which pictures are taken
 
   FrameCounts counts_at_start_;
@@ -59,6 +63,7 @@ class Runner {
   uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
   uint64_t start_ns_ = 0;
   double next_mark_ = 0;  // seconds into the run
+  double next_look_ = 0;  // likewise, at the ten-second records
   bool marked_at_ = false;
   uint64_t last_entered_ = 0;
   double last_entered_time_ = 0;  // seconds into the run

@@ -18,7 +18,7 @@ obs_source_t *CreateMedia(const Input &input, bool loop) {
   obs_data_set_bool(settings, "restart_on_activate", true);
   obs_data_set_bool(settings, "close_when_inactive", false);
   obs_data_set_bool(settings, "clear_on_media_end", false);  // the last picture stays until the run has ended
-  return obs_source_create_private("ffmpeg_source", "video", settings);
+  return obs_source_create_private("ffmpeg_source", kSourceName, settings);
 }
 
 // A size that was only rounded to what libobs wants is stretched by those few pixels; any other keeps its shape.
@@ -64,7 +64,7 @@ Stage::~Stage() {
 
 void Stage::AddFilter() {
   before_ = CreateTap(meter_, TapSide::kBefore);
-  filter_ = obs_source_create(kFilterId, "beauty", nullptr, nullptr);
+  filter_ = obs_source_create(kFilterId, kFilterName, nullptr, nullptr);
   after_ = CreateTap(meter_, TapSide::kAfter);
   if (filter_ == nullptr) {
     throw Failure(kExitModule, kFilterId, "the plug-in cannot make its filter",
@@ -89,6 +89,11 @@ void Stage::Show() {
 
 void Stage::Restart() {
   if (media_ != nullptr) obs_source_media_restart(media_);
+}
+
+obs_source_t *Stage::TakeSource(const std::string &name) const {
+  if (name == kFilterName) return obs_source_get_ref(filter_);
+  return name == kSourceName ? obs_source_get_ref(source_) : nullptr;
 }
 
 bool Stage::Ended() const {

@@ -4,12 +4,17 @@
 #include <obs.hpp>
 
 #include <memory>
+#include <string>
 
 #include "frame_meter.h"
 #include "input.h"
 #include "still_source.h"
 
 namespace vanta_run {
+
+// The sources that a command may name.
+inline constexpr char kSourceName[] = "video";
+inline constexpr char kFilterName[] = "beauty";
 
 // Threads: [control]. The meter must outlive it.
 class Stage {
@@ -27,6 +32,8 @@ class Stage {
   void Restart();
   bool Ended() const;
   obs_source_t *filter() const { return filter_; }
+  // A new reference on the source or the filter; null for another name.
+  obs_source_t *TakeSource(const std::string &name) const;
 
  private:
   const Input &input_;

@@ -19,9 +19,9 @@ namespace vanta_test {
 namespace {
 
 [[noreturn]] void Become(const fs::path &folder, const std::vector<std::string> &command, const ProgramSetting &setting,
-                         int out, int err) {
+                         int in, int out, int err) {
   setpgid(0, 0);
-  dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+  dup2(setting.typed ? in : open("/dev/null", O_RDONLY), STDIN_FILENO);
   dup2(out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   if (chdir(folder.c_str()) != 0) _exit(126);
@@ -71,12 +71,15 @@ RunningProgram::RunningProgram(const Workplace &workplace, const std::vector<std
                                const ProgramSetting &setting) {
   std::vector<std::string> command = {VANTA_TEST_PROGRAM};
   command.insert(command.end(), arguments.begin(), arguments.end());
-  int out[2], err[2];
-  if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("no pipes");
+  int in[2], out[2], err[2];
+  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
+    throw std::runtime_error("no pipes");
   process_ = fork();
-  if (process_ == 0) Become(workplace.folder(), command, setting, out[1], err[1]);
+  if (process_ == 0) Become(workplace.folder(), command, setting, in[0], out[1], err[1]);
+  close(in[0]);
   close(out[1]);
   close(err[1]);
+  in_ = in[1];
   out_ = out[0];
   err_ = err[0];
 }
@@ -86,6 +89,7 @@ RunningProgram::~RunningProgram() {
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
   }
+  EndTyping();
   if (out_ >= 0) close(out_);
   if (err_ >= 0) close(err_);
 }
@@ -117,6 +121,15 @@ bool RunningProgram::WaitForLine(const std::string &part) {
   return true;
 }
 
+void RunningProgram::Type(const std::string &text) const {
+  EXPECT_EQ(write(in_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+void RunningProgram::EndTyping() {
+  if (in_ >= 0) close(in_);
+  in_ = -1;
+}
+
 void RunningProgram::Signal(int number) const {
   kill(process_, number);
 }
@@ -140,7 +153,7 @@ std::string RunTool(const std::vector<std::string> &command) {
   int out[2];
   if (pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   const pid_t process = fork();
-  if (process == 0) Become("/", command, {}, out[1], STDERR_FILENO);
+  if (process == 0) Become("/", command, {}, -1, out[1], STDERR_FILENO);
   close(out[1]);
   std::string text;
   char piece[4096];

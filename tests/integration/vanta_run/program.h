@@ -22,6 +22,7 @@ struct ProgramResult {
 struct ProgramSetting {
   std::map<std::string, std::optional<std::string>> environment;  // empty value: unset
   std::optional<unsigned long> largest_file;                      // bytes, for the program and what it starts
+  bool typed = false;                                             // standard input is what Type() writes
 };
 
 // A folder of its own for one test, in which the program runs.
@@ -52,6 +53,9 @@ class RunningProgram {
 
   // False when the program ended without such a line.
   bool WaitForLine(const std::string &part);
+  // Onto its standard input.
+  void Type(const std::string &text) const;
+  void EndTyping();
   // To it and to the programs that it has started, as a terminal does.
   void Signal(int number) const;
   pid_t process() const { return process_; }
@@ -63,7 +67,7 @@ class RunningProgram {
   bool ReadMore();
 
   pid_t process_ = -1;
-  int out_ = -1, err_ = -1;
+  int in_ = -1, out_ = -1, err_ = -1;
   ProgramResult result_;
 };
 

@@ -1,0 +1,104 @@
+#include "commands/command_player.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+#include "commands/settings_update.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr char kInputName[] = "standard input";
+constexpr size_t kMaxKept = 10000;  // commands and calls in the report
+
+double Rounded(double seconds) {
+  return std::round(seconds * 1000) / 1000;
+}
+
+// At once, so that a program at the other end of the pipe gets it while the run goes on.
+void Answer(const std::string &place, size_t line, const std::string &name, const Json &result) {
+  const Json answer = {{"from", place}, {"line", line}, {"call", name}, {"result", result}};
+  std::printf("%s\n", answer.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+CommandPlayer::CommandPlayer(std::string script_name, std::vector<ScriptLine> script, bool interactive,
+                             Progress &progress, Stage &stage, AbilityHandler &handler, ILumivex &control)
+    : script_name_(std::move(script_name)),
+      interactive_(interactive),
+      progress_(progress),
+      stage_(stage),
+      handler_(handler),
+      control_(control),
+      script_(std::make_move_iterator(script.begin()), std::make_move_iterator(script.end())),
+      input_(STDIN_FILENO) {}
+
+bool CommandPlayer::Advance(double elapsed) {
+  SendDue(script_, script_name_, elapsed);
+  if (interactive_) {
+    ReadInput(elapsed);
+    SendDue(typed_, kInputName, elapsed);
+  }
+  ShowAbilityCalls(elapsed);
+  return !quit_;
+}
+
+void CommandPlayer::ReadInput(double elapsed) {
+  while (const std::optional<std::string> text = input_.Next()) {
+    ++lines_read_;
+    try {
+      std::optional<double> given;
+      std::optional<Command> command = ReadCommand(*text, given);
+      if (!command) continue;
+      const double before = typed_.empty() ? 0 : typed_.back().at;
+      const double at = given.value_or(before);
+      if (given && at < elapsed) throw BadCommand("its time " + Json(at).dump() + " has passed");
+      if (at < before) throw BadCommand("its time " + Json(at).dump() + " goes back, behind " + Json(before).dump());
+      typed_.push_back({lines_read_, at, std::move(*command)});
+    } catch (const BadCommand &reason) {
+      progress_.Complain(ComplainOfLine(kInputName, lines_read_, reason.what()));
+    }
+  }
+}
+
+void CommandPlayer::SendDue(std::deque<ScriptLine> &lines, const std::string &place, double elapsed) {
+  while (!quit_ && !lines.empty() && lines.front().at <= elapsed) {
+    const ScriptLine line = std::move(lines.front());
+    lines.pop_front();
+    const Json result = line.command.action(*this);
+    if (!result.is_null()) Answer(place, line.number, line.command.name, result);
+    if (sent_.size() < kMaxKept) sent_.push_back({place, line.number, Rounded(elapsed), line.command.name});
+  }
+}
+
+void CommandPlayer::Update(const std::string &settings) {
+  UpdateFilter(stage_.filter(), {settings}, &handler_);
+}
+
+void CommandPlayer::ShowAbilityCalls(double elapsed) {
+  for (AbilityCall &call : handler_.TakeCalls()) {
+    std::string line = "ability handler: " + call.operation;
+    if (!call.method.empty()) line += " " + call.method;
+    if (!call.params.empty()) line += " " + call.params;
+    progress_.Say(line);
+    if (asked_.size() < kMaxKept) asked_.push_back({Rounded(elapsed), std::move(call)});
+  }
+}
+
+void CommandPlayer::Tell(RunFigures &figures) {
+  if (!script_.empty() && !quit_) {
+    progress_.Say(script_name_ + ":" + std::to_string(script_.front().number) + ": the run ended before this line's " +
+                  Json(script_.front().at).dump() + " s; " + std::to_string(script_.size()) +
+                  " commands were not sent");
+  }
+  figures.commands_left = script_.size() + typed_.size();
+  figures.commands = std::move(sent_);
+  figures.abilities = std::move(asked_);
+}
+
+}  // namespace vanta_run

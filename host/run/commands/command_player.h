@@ -1,0 +1,54 @@
+// Sends the commands of a script, and of standard input, when their time comes.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "commands/ability_handler.h"
+#include "commands/command_script.h"
+#include "commands/line_input.h"
+#include "progress.h"
+#include "run_figures.h"
+#include "stage.h"
+
+namespace vanta_run {
+
+// Results go to standard output, a JSON object a line. Threads: [control].
+class CommandPlayer final : private CommandTarget {
+ public:
+  // `script_name` stands in the report; `interactive` reads standard input too.
+  CommandPlayer(std::string script_name, std::vector<ScriptLine> script, bool interactive, Progress &progress,
+                Stage &stage, AbilityHandler &handler, ILumivex &control);
+
+  // Sends what is due; false when a line asks for the end.
+  bool Advance(double elapsed);
+  // What was sent, asked and left, for the report.
+  void Tell(RunFigures &figures);
+
+ private:
+  ILumivex &Control() override { return control_; }
+  obs_source_t *TakeSource(const std::string &name) override { return stage_.TakeSource(name); }
+  void Update(const std::string &settings) override;
+  void Quit() override { quit_ = true; }
+
+  void ReadInput(double elapsed);
+  void SendDue(std::deque<ScriptLine> &lines, const std::string &place, double elapsed);
+  void ShowAbilityCalls(double elapsed);
+
+  const std::string script_name_;
+  const bool interactive_;
+  Progress &progress_;
+  Stage &stage_;
+  AbilityHandler &handler_;
+  ILumivex &control_;
+
+  std::deque<ScriptLine> script_, typed_;  // not sent yet, in order of time
+  LineInput input_;
+  size_t lines_read_ = 0;
+  bool quit_ = false;
+  std::vector<SentCommand> sent_;
+  std::vector<AskedAbility> asked_;
+};
+
+}  // namespace vanta_run
