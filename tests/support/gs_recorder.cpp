@@ -20,6 +20,8 @@ struct Recorder {
   std::vector<std::string> misuse;
   int effect_passes = 1;
   bool effect_parameters = true;
+  std::vector<std::string> effect_lacks;
+  std::string compile_error;
   int acquire_result = 0;
   std::string module_file = "/paper/vanta_filter/file";
 };
@@ -50,6 +52,8 @@ void Reset() {
   recorder.misuse.clear();
   recorder.effect_passes = 1;
   recorder.effect_parameters = true;
+  recorder.effect_lacks.clear();
+  recorder.compile_error.clear();
   recorder.acquire_result = 0;
   recorder.module_file = "/paper/vanta_filter/file";
 }
@@ -116,8 +120,11 @@ void AllowAll() {
 size_t ObjectsAlive() {
   Recorder &recorder = Get();
   std::lock_guard<std::mutex> lock(recorder.mutex);
-  return static_cast<size_t>(std::count_if(recorder.alive.begin(), recorder.alive.end(),
-                                           [](const auto &entry) { return entry.second != "base effect"; }));
+  return static_cast<size_t>(std::count_if(recorder.alive.begin(), recorder.alive.end(), [](const auto &entry) {
+    // A render target's texture lives in it, a filter's frame in the filter.
+    const std::string &name = entry.second;
+    return name != "base effect" && !name.ends_with(".texture") && !name.ends_with(".frame");
+  }));
 }
 
 std::vector<std::string> Misuse() {
@@ -142,6 +149,16 @@ void SetEffectPasses(int passes) {
 void SetEffectHasParameters(bool has) {
   std::lock_guard<std::mutex> lock(Get().mutex);
   Get().effect_parameters = has;
+}
+
+void SetEffectLacks(const std::vector<std::string> &names) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().effect_lacks = names;
+}
+
+void SetCompileError(const std::string &text) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().compile_error = text;
 }
 
 void SetAcquireResult(int result) {
@@ -237,6 +254,17 @@ int EffectPasses() {
 bool EffectHasParameters() {
   std::lock_guard<std::mutex> lock(Get().mutex);
   return Get().effect_parameters;
+}
+
+bool EffectLacks(const std::string &effect, const std::string &name) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  if (effect == "base effect") return false;
+  return std::find(Get().effect_lacks.begin(), Get().effect_lacks.end(), name) != Get().effect_lacks.end();
+}
+
+std::string CompileError() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().compile_error;
 }
 
 int AcquireResult() {

@@ -32,6 +32,7 @@ struct obs_source {
   uint32_t height = 0;
   obs_deinterlace_mode deinterlace = OBS_DEINTERLACE_MODE_DISABLE;
   long refs = 1;
+  gs_texture frame;  // what obs_source_process_filter_begin has drawn into
 };
 
 namespace vanta_test::gs_recorder {
@@ -54,9 +55,11 @@ size_t ObjectsAlive();              // textures, render targets and effects not 
 std::vector<std::string> Misuse();  // calls outside graphics, of dead objects, ends without a beginning
 int OpenBrackets();                 // pushes without pop, render targets without end; negative for the reverse
 
-void SetEffectPasses(int passes);             // how often gs_effect_loop gives true for each draw; 1 at first
-void SetEffectHasParameters(bool has);        // false: gs_effect_get_param_by_name gives null
-void SetAcquireResult(int result);            // of gs_texture_acquire_sync
+void SetEffectPasses(int passes);       // how often gs_effect_loop gives true for each draw; 1 at first
+void SetEffectHasParameters(bool has);  // false: gs_effect_get_param_by_name gives null
+void SetEffectLacks(const std::vector<std::string> &names);  // parameters and techniques that no loaded effect has
+void SetCompileError(const std::string &text);               // of a failed gs_effect_create_from_file; empty: none
+void SetAcquireResult(int result);                           // of gs_texture_acquire_sync
 void SetModuleFile(const std::string &path);  // what obs_find_module_file finds for each name; empty: null
 
 // Stands in for the host's graphics thread, which is inside graphics already; writes no notes. Threads: its own.
@@ -82,6 +85,8 @@ void AddMisuse(const std::string &text);
 void ChangeGraphicsDepth(int by);
 int EffectPasses();
 bool EffectHasParameters();
+bool EffectLacks(const std::string &effect, const std::string &name);  // never libobs's own effects
+std::string CompileError();
 int AcquireResult();
 std::string ModuleFile();
 gs_effect_t *MakeEffect();  // without note or count

@@ -1,28 +1,18 @@
 // The recorder's gs_* functions.
 #include <cstring>
-#include <map>
-#include <sstream>
 
 #include <graphics/vec4.h>
 
 #include "platform/shared_texture.h"
 #include "support/gs_recorder.h"
+#include "support/gs_recorder_notes.h"
 
 using namespace vanta_test::gs_recorder;
-
-struct gs_effect_param {
-  std::string name;
-};
-
-struct gs_effect {
-  std::string name;
-  std::map<std::string, gs_effect_param> parameters;
-  int pass = 0;
-};
 
 struct gs_texture_render {
   std::string name;
   gs_texture texture;
+  bool begun = false;  // no texture before that
 };
 
 namespace {
@@ -46,25 +36,7 @@ const char *FormatName(gs_color_format format) {
   }
 }
 
-template <typename... Parts>
-std::string Text(const Parts &...parts) {
-  std::ostringstream out;
-  (out << ... << parts);
-  return out.str();
-}
-
-template <typename Object>
-void Destroy(Object *object, const char *function) {
-  const std::string call = Text(function, "(", NameOf(object), ")");
-  NoteInGraphics(call);
-  if (object && Untrack(object, call)) delete object;
-}
-
 }  // namespace
-
-gs_effect_t *vanta_test::gs_recorder::MakeEffect() {
-  return new gs_effect;
-}
 
 extern "C" {
 
@@ -149,11 +121,14 @@ gs_texrender_t *gs_texrender_create(enum gs_color_format format, enum gs_zstenci
   }
   auto *target = new gs_texture_render;
   target->name = NewName("texrender");
+  target->texture.name = target->name + ".texture";
   Track(target, target->name);
+  Track(&target->texture, target->texture.name);
   return target;
 }
 
 void gs_texrender_destroy(gs_texrender_t *target) {
+  if (target && NameOf(target) != "dead") Untrack(&target->texture, "gs_texrender_destroy");
   Destroy(target, "gs_texrender_destroy");
 }
 
@@ -162,6 +137,7 @@ bool gs_texrender_begin(gs_texrender_t *target, uint32_t width, uint32_t height)
   if (NoteInGraphics(call) || !target) return false;
   CheckAlive(target, call);
   Bracket(1, "render target");
+  target->begun = true;
   return true;
 }
 
@@ -181,48 +157,9 @@ void gs_texrender_reset(gs_texrender_t *target) {
 }
 
 gs_texture_t *gs_texrender_get_texture(const gs_texrender_t *target) {
-  if (NoteInGraphics(Text("gs_texrender_get_texture(", NameOf(target), ")")) || !target) return nullptr;
+  if (NoteInGraphics(Text("gs_texrender_get_texture(", NameOf(target), ")")) || !target || !target->begun)
+    return nullptr;
   return const_cast<gs_texture_t *>(&target->texture);
-}
-
-gs_effect_t *gs_effect_create_from_file(const char *file, char **error) {
-  if (error) *error = nullptr;
-  if (NoteInGraphics(Text("gs_effect_create_from_file(", file ? file : "null", ")")) || !file) return nullptr;
-  auto *effect = new gs_effect;
-  effect->name = NewName("effect");
-  Track(effect, effect->name);
-  return effect;
-}
-
-void gs_effect_destroy(gs_effect_t *effect) {
-  Destroy(effect, "gs_effect_destroy");
-}
-
-gs_eparam_t *gs_effect_get_param_by_name(const gs_effect_t *effect, const char *name) {
-  const bool fail = NoteInGraphics(Text("gs_effect_get_param_by_name(", NameOf(effect), ", ", name, ")"));
-  if (fail || !effect || !EffectHasParameters()) return nullptr;
-  gs_effect_param &param = const_cast<gs_effect_t *>(effect)->parameters[name];
-  param.name = name;
-  return &param;
-}
-
-void gs_effect_set_texture(gs_eparam_t *param, gs_texture_t *texture) {
-  NoteInGraphics(Text("gs_effect_set_texture(", param ? param->name : "null", ", ", NameOf(texture), ")"));
-}
-
-void gs_effect_set_texture_srgb(gs_eparam_t *param, gs_texture_t *texture) {
-  NoteInGraphics(Text("gs_effect_set_texture_srgb(", param ? param->name : "null", ", ", NameOf(texture), ")"));
-}
-
-bool gs_effect_loop(gs_effect_t *effect, const char *name) {
-  const bool fail = NoteInGraphics(Text("gs_effect_loop(", NameOf(effect), ", ", name, ")"));
-  if (!effect) return false;
-  if (fail || effect->pass >= EffectPasses()) {
-    effect->pass = 0;
-    return false;
-  }
-  ++effect->pass;
-  return true;
 }
 
 void gs_viewport_push(void) {
@@ -270,6 +207,9 @@ void gs_clear(uint32_t flags, const struct vec4 *color, float depth, uint8_t ste
 }
 void gs_ortho(float left, float right, float top, float bottom, float znear, float zfar) {
   NoteInGraphics(Text("gs_ortho(", left, ", ", right, ", ", top, ", ", bottom, ", ", znear, ", ", zfar, ")"));
+}
+void gs_set_cull_mode(enum gs_cull_mode mode) {
+  NoteInGraphics(mode == GS_NEITHER ? "gs_set_cull_mode(GS_NEITHER)" : "gs_set_cull_mode(other)");
 }
 void gs_set_viewport(int x, int y, int width, int height) {
   NoteInGraphics(Text("gs_set_viewport(", x, ", ", y, ", ", width, ", ", height, ")"));
