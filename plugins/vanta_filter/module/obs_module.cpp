@@ -4,6 +4,7 @@
 #include <obs.h>
 
 #include "beauty/beauty_filter_source.h"
+#include "greenscreen/green_screen_filter_source.h"
 #include "module/module_text.h"
 #include "platform/export.h"
 
@@ -42,6 +43,7 @@ VANTA_EXPORT bool obs_module_get_string(const char *key, const char **text) {
 
 VANTA_EXPORT bool obs_module_load() {
   vanta::RegisterBeautyFilter();
+  vanta::RegisterGreenScreenFilter();
   return true;
 }
 

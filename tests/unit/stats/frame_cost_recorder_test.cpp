@@ -189,6 +189,14 @@ TEST_F(FrameCostRecorderTest, FirstFrameLongerThanAMinuteReportsItself) {
             (std::vector<Call>{{"spike", "beauty_process", 60'000'001}, {"report", "beauty_process", 60'000'001}}));
 }
 
+TEST_F(FrameCostRecorderTest, ClosingWritesTheCountsSoFar) {
+  Frame(2'000);
+  Frame(4'000);
+  recorder_.Close();
+  ASSERT_EQ(log_.Lines().size(), 1u);
+  EXPECT_EQ(log_.CountWith("beauty_process: frame cnt=2, avg_cost_us=3000, max_cost_us=4000, fps="), 1u);
+}
+
 TEST_F(FrameCostRecorderTest, NextPeriodBeginsEmptyAtTheReport) {
   Frame(2'000);
   FrameAt(60'000'001);  // reports two frames
