@@ -2,12 +2,22 @@
 
 #include <util/base.h>
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
 #include "beauty/face_beauty_filter_worker.h"
 
 namespace vanta {
+namespace {
+
+// A record's text as a log line takes it: no further than its array, should the terminator be missing.
+template <size_t kSize>
+std::string TextOf(const char (&text)[kSize]) {
+  return std::string(text, std::find(text, text + kSize, '\0'));
+}
+
+}  // namespace
 
 std::shared_ptr<FacelessInstance> FacelessInstance::GetInstance() {
   static std::shared_ptr<FacelessInstance> instance = std::make_shared<FacelessInstance>();
@@ -22,7 +32,7 @@ FacelessInstance::FacelessInstance() {
 
 void FacelessInstance::AddWorker(obs_source_t *source, std::shared_ptr<FaceBeautyFilterWorker> worker) {
   MutexLock lock(workers_mutex_);
-  workers_.emplace(source, std::move(worker));
+  workers_.try_emplace(source, std::move(worker));
 }
 
 void FacelessInstance::RemoveWorker(obs_source_t *source) {
@@ -34,10 +44,13 @@ void FacelessInstance::RemoveWorker(obs_source_t *source) {
   workers_.erase(found);
 }
 
-FacelessInstance::WorkerMap FacelessInstance::CollectWorkers() {
+FacelessInstance::Workers FacelessInstance::CollectWorkers() {
+  Workers live;
   MutexLock lock(workers_mutex_);
   std::erase_if(workers_, [](const auto &entry) { return !entry.second; });
-  return workers_;
+  live.reserve(workers_.size());
+  for (const auto &[source, worker] : workers_) live.push_back(worker);
+  return live;
 }
 
 std::shared_ptr<FaceBeautyFilterWorker> FacelessInstance::FindWorker(obs_source_t *source) {
@@ -48,7 +61,7 @@ std::shared_ptr<FaceBeautyFilterWorker> FacelessInstance::FindWorker(obs_source_
 
 template <typename... Params, typename... Args>
 void FacelessInstance::FanOut(void (IFaceless::*operation)(Params...), const Args &...args) {
-  for (const auto &[source, worker] : CollectWorkers()) worker->Command(operation, args...);
+  for (const auto &worker : CollectWorkers()) worker->Command(operation, args...);
 }
 
 // ---- Commands: a log line, then the fan-out ----
@@ -92,7 +105,8 @@ void FacelessInstance::SetLookupInfo(LXLookupInfo info) {
   blog(LOG_INFO,
        "[beauty faceless] entrance %s, lookupInfo.dimension=%d, lookupInfo.intensity=%.2f, lookupInfo.path=%s, "
        "lookupInfo.type=%d",
-       "FacelessInstance::SetLookupInfo", info.dimension, static_cast<double>(info.intensity), info.path, info.type);
+       "FacelessInstance::SetLookupInfo", info.dimension, static_cast<double>(info.intensity),
+       TextOf(info.path).c_str(), info.type);
   FanOut(&IFaceless::SetLookupInfo, info);
 }
 
@@ -106,7 +120,8 @@ void FacelessInstance::SetMakeupInfo(const std::vector<LXMakeupInfo> &layers) {
   for (const LXMakeupInfo &layer : layers)
     blog(LOG_INFO,
          "[beauty faceless] entrance %s, item_info.intensity=%.2f, item_info.key=%s, item_info.resourceDir=%s",
-         "FacelessInstance::SetMakeupInfo", static_cast<double>(layer.intensity), layer.key, layer.resourceDir);
+         "FacelessInstance::SetMakeupInfo", static_cast<double>(layer.intensity), TextOf(layer.key).c_str(),
+         TextOf(layer.resourceDir).c_str());
   FanOut(&IFaceless::SetMakeupInfo, layers);
 }
 
@@ -124,7 +139,7 @@ void FacelessInstance::SetBeautyIntensityWithType(LXBeautyType type, float inten
 
 void FacelessInstance::SetBeautyGroupPath(const LXGroupConfig &config) {
   blog(LOG_INFO, "[beauty faceless] entrance %s, path=%s,is_group=%d", "FacelessInstance::SetBeautyGroupPath",
-       config.path, config.is_group);
+       TextOf(config.path).c_str(), config.is_group);
   FanOut(&IFaceless::SetBeautyGroupPath, config);
 }
 
@@ -185,7 +200,7 @@ void FacelessInstance::SetMediaResource(LXMediaResource resource) {
   // The line has a field for an intensity that the record lacks: it stays empty.
   blog(LOG_INFO,
        "[beauty faceless] entrance %s, item_info.intensity=%s,  mediaResource.type=%d, mediaResource.mediaPath=%s",
-       "FacelessInstance::SetMediaResource", "", resource.type, resource.mediaPath);
+       "FacelessInstance::SetMediaResource", "", resource.type, TextOf(resource.mediaPath).c_str());
   FanOut(&IFaceless::SetMediaResource, resource);
 }
 

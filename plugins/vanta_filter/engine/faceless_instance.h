@@ -71,18 +71,18 @@ class FacelessInstance final : public ILumivex {
   FacelessJumpInfo GetFacelessJumpInfo() override;
 
  private:
-  using WorkerMap = std::map<obs_source_t *, std::shared_ptr<FaceBeautyFilterWorker>>;
+  using Workers = std::vector<std::shared_ptr<FaceBeautyFilterWorker>>;
 
   // Hands one operation and its arguments to every worker, in key order.
   template <typename... Params, typename... Args>
   void FanOut(void (IFaceless::*operation)(Params...), const Args &...args);
-  // The live entries; null ones are erased on the way.
-  WorkerMap CollectWorkers();
+  // The live entries' workers; null entries are erased on the way.
+  Workers CollectWorkers();
   std::shared_ptr<FaceBeautyFilterWorker> FindWorker(obs_source_t *source);
 
   // A leaf lock: public libobs destroys filters on a thread of its own while commands are fanned out.
   Mutex workers_mutex_;
-  WorkerMap workers_ VANTA_GUARDED_BY(workers_mutex_);
+  std::map<obs_source_t *, std::shared_ptr<FaceBeautyFilterWorker>> workers_ VANTA_GUARDED_BY(workers_mutex_);
 
   SharedMutex snapshot_mutex_;
   FacelessEngineSnapshot snapshot_ VANTA_GUARDED_BY(snapshot_mutex_);

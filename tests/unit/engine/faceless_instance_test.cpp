@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string>
 #include <thread>
 
 #include "beauty/face_beauty_filter_worker.h"
@@ -106,6 +108,39 @@ TEST(ControlObject, CommandsWithoutWorkersAreDroppedAfterTheirLine) {
   const LogCapture log;
   FacelessInstance::GetInstance()->SetLookupIntensity(0.5F);
   EXPECT_TRUE(log.Has(kInfo, "[beauty faceless] entrance FacelessInstance::SetLookupIntensity, intensity=0.50"));
+}
+
+// A text that fills its array to the last byte, as a host that forgets the terminator sends it.
+template <size_t kSize>
+std::string Fill(char (&text)[kSize]) {
+  std::fill(text, text + kSize, 'x');
+  return std::string(kSize, 'x');
+}
+
+TEST(ControlObject, TextsWithoutATerminatorAreLoggedNoFurtherThanTheirArrays) {
+  const auto instance = FacelessInstance::GetInstance();
+  const LogCapture log;
+  LXGroupConfig group{};
+  const std::string full = Fill(group.path);
+  instance->SetBeautyGroupPath(group);
+  EXPECT_TRUE(log.HasText("SetBeautyGroupPath, path=" + full + ",is_group=0"));
+  LXLookupInfo lookup{};
+  Fill(lookup.path);
+  lookup.intensity = 0.5F;
+  instance->SetLookupInfo(lookup);
+  EXPECT_TRUE(log.HasText("lookupInfo.path=" + full + ", lookupInfo.type=0"));
+  LXMakeupInfo layer{};
+  Fill(layer.key);
+  Fill(layer.resourceDir);
+  layer.word = -1;
+  layer.intensity = 0.5F;
+  instance->SetMakeupInfo({layer});
+  const LogLine makeup = log.Lines().back();
+  EXPECT_TRUE(makeup.text.ends_with("item_info.key=" + full + ", item_info.resourceDir=" + full));
+  LXMediaResource media{};
+  Fill(media.mediaPath);
+  instance->SetMediaResource(media);
+  EXPECT_TRUE(log.Lines().back().text.ends_with("mediaResource.mediaPath=" + full));
 }
 
 TEST(ControlObject, SourcesWithoutAWorkerAreReleasedAllTheSame) {
