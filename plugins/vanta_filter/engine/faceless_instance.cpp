@@ -30,9 +30,9 @@ FacelessInstance::FacelessInstance() {
 
 // ---- The list of workers ----
 
-void FacelessInstance::AddWorker(obs_source_t *source, std::shared_ptr<FaceBeautyFilterWorker> worker) {
+void FacelessInstance::AddWorker(obs_source_t *source, const std::shared_ptr<FaceBeautyFilterWorker> &worker) {
   MutexLock lock(workers_mutex_);
-  workers_.try_emplace(source, std::move(worker));
+  workers_.try_emplace(source, worker);
 }
 
 void FacelessInstance::RemoveWorker(obs_source_t *source) {

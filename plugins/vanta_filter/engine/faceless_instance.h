@@ -28,7 +28,7 @@ class FacelessInstance final : public ILumivex {
   FacelessInstance();
 
   // An entry that is already there stays.
-  void AddWorker(obs_source_t *source, std::shared_ptr<FaceBeautyFilterWorker> worker);
+  void AddWorker(obs_source_t *source, const std::shared_ptr<FaceBeautyFilterWorker> &worker);
   void RemoveWorker(obs_source_t *source);
   FacelessEngineSnapshot GetEngineSnapshot();
   InteractiveBoxInfo GetInteractiveBoxInfo();

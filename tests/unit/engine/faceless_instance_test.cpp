@@ -110,6 +110,25 @@ TEST(ControlObject, CommandsWithoutWorkersAreDroppedAfterTheirLine) {
   EXPECT_TRUE(log.Has(kInfo, "[beauty faceless] entrance FacelessInstance::SetLookupIntensity, intensity=0.50"));
 }
 
+// "%d" takes the low word of the double that a float becomes on its way into a log line.
+TEST(ControlObject, NaturalityIsLoggedAsTheLowWordOfItsDouble) {
+  const LogCapture log;
+  FacelessInstance::GetInstance()->SetNaturalityIntensity(0.3F);  // 0x3fd33333'40000000
+  EXPECT_TRUE(
+      log.Has(kInfo, "[beauty faceless] entrance FacelessInstance::SetNaturalityIntensity, intensity=1073741824"));
+}
+
+TEST(ControlObject, EmptyListsAreLoggedByTheirSizeOrNotAtAll) {
+  const LogCapture log;
+  FacelessInstance::GetInstance()->SetModelPathDic({});
+  FacelessInstance::GetInstance()->SetMakeupInfo({});
+  FacelessInstance::GetInstance()->SetMagicCustomImage({});
+  FacelessInstance::GetInstance()->CancelMagicEffect();
+  EXPECT_EQ(log.LinesWith("[beauty faceless]"),
+            (std::vector<LogLine>{
+                {kInfo, "[beauty faceless] entrance FacelessInstance::SetModelPathDic, pathDic.size()=0"}}));
+}
+
 // A text that fills its array to the last byte, as a host that forgets the terminator sends it.
 template <size_t kSize>
 std::string Fill(char (&text)[kSize]) {
