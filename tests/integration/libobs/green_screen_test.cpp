@@ -1,30 +1,42 @@
 // The green screen on whole libobs: what a host's screenshot of the keyed source shows.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "integration/support/fed_source.h"
 #include "integration/support/green_screen.h"
 #include "integration/support/obs_session.h"
 #include "integration/support/painted_source.h"
 #include "integration/support/screenshot.h"
+#include "support/log_capture.h"
 
 namespace vanta_integration {
 namespace {
 
+using Pixel = std::array<int, 4>;
+
 constexpr char kRawKey[] = R"({"denoiseEnabled":false})";
 
-// Green, with a red square in the upper left quarter.
-Picture RedOnGreen(uint32_t width = 64, uint32_t height = 48) {
+// `backing`, with a square of `front` in the upper left quarter.
+Picture SquareOn(const Pixel &front, const Pixel &backing, uint32_t width = 64, uint32_t height = 48) {
   Picture picture(width, height);
-  picture.Fill(0, 255, 0);
-  for (uint32_t y = 0; y < height / 2; ++y) {
-    for (uint32_t x = 0; x < width / 2; ++x) {
-      picture.At(x, y)[0] = 200;
-      picture.At(x, y)[1] = 30;
+  for (uint32_t y = 0; y < height; ++y) {
+    for (uint32_t x = 0; x < width; ++x) {
+      const Pixel &pixel = x < width / 2 && y < height / 2 ? front : backing;
+      for (size_t channel = 0; channel < 4; ++channel) picture.At(x, y)[channel] = static_cast<uint8_t>(pixel[channel]);
     }
   }
   return picture;
 }
+
+constexpr Pixel kRed{200, 30, 0, 255};
+constexpr Pixel kGreen{0, 255, 0, 255};
+constexpr Pixel kBlue{0, 0, 255, 255};
 
 Screenshot Shoot(PaintedSource &source, const Picture &picture) {
   source.Paint(picture);
@@ -32,20 +44,299 @@ Screenshot Shoot(PaintedSource &source, const Picture &picture) {
   return TakeScreenshot(source.Get());
 }
 
+void ExpectNear(const Pixel &pixel, const Pixel &wanted, int tolerance) {
+  for (size_t channel = 0; channel < 4; ++channel)
+    EXPECT_NEAR(pixel[channel], wanted[channel], tolerance) << "channel " << channel;
+}
+
 class GreenScreenPicture : public testing::Test {
  protected:
   GreenScreenPicture() { RegisterPaintedSource(); }
+  ~GreenScreenPicture() override { EXPECT_EQ(log_.CountWith("[LX_green_screen_filter]"), 0u); }
 
   const ObsSession session_;
+  vanta_test::LogCapture log_;
 };
 
 TEST_F(GreenScreenPicture, BackingVanishesAndTheRestStays) {
   PaintedSource source;
   const GreenScreen filter(source.Get(), kRawKey);
-  const Screenshot shot = Shoot(source, RedOnGreen());
+  const Screenshot shot = Shoot(source, SquareOn(kRed, kGreen));
   ASSERT_EQ(shot.width, 64u);
   for (const auto &[x, y] : {std::pair{40u, 5u}, {5u, 40u}, {40u, 40u}, {63u, 47u}}) EXPECT_EQ(shot.At(x, y)[3], 0);
-  EXPECT_EQ(shot.At(5, 5), (std::array<int, 4>{200, 30, 0, 255}));
+  EXPECT_EQ(shot.At(5, 5), kRed);
+}
+
+TEST_F(GreenScreenPicture, ABlueBackingVanishesForABlueKey) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), R"({"keyColor":[0,0,1]})");
+  const Screenshot shot = Shoot(source, SquareOn(kGreen, kBlue));
+  EXPECT_EQ(shot.At(40, 40)[3], 0);
+  EXPECT_EQ(shot.At(5, 5)[3], 255);
+}
+
+TEST_F(GreenScreenPicture, ANewKeyIsUsedAtOnce) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  Shoot(source, SquareOn(kBlue, kGreen));
+  filter.Configure(R"({"keyColor":[0,0,1]})");
+  const Screenshot shot = TakeScreenshot(source.Get());
+  EXPECT_EQ(shot.At(5, 5)[3], 0);
+  EXPECT_EQ(shot.At(40, 40)[3], 255);
+}
+
+TEST_F(GreenScreenPicture, AGreyKeyKeysNothing) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), R"({"keyColor":[0.5,0.5,0.5],"denoiseEnabled":false})");
+  const Screenshot shot = Shoot(source, SquareOn(kBlue, kGreen));
+  EXPECT_EQ(shot.At(5, 5)[3], 255);
+  EXPECT_EQ(shot.At(40, 40)[3], 255);
+}
+
+TEST_F(GreenScreenPicture, EverySimilarityLeavesAnOppositeColourAlone) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(SquareOn({255, 0, 255, 255}, kGreen));
+  for (const char *similarity : {"0.1", "0.5", "0.9999", "1"}) {
+    filter.Configure(std::string(R"({"similarity":)") + similarity + "}");
+    const Screenshot shot = TakeScreenshot(source.Get());
+    EXPECT_EQ(shot.At(5, 5)[3], 255) << similarity;
+    EXPECT_EQ(shot.At(40, 40)[3], 0) << similarity;
+  }
+}
+
+TEST_F(GreenScreenPicture, TheFirstKeyedFrameIsReportedToTheHost) {
+  constexpr char kReport[] = R"({"green_screen_cutout_success":true,"height":48,"width":64})";
+  const size_t before = CountReports(12, kReport);
+  PaintedSource source;
+  const GreenScreen filter(source.Get());
+  Shoot(source, SquareOn(kRed, kGreen));
+  TakeScreenshot(source.Get());
+  EXPECT_EQ(CountReports(12, kReport), before + 1);
+}
+
+TEST_F(GreenScreenPicture, AnAsynchronousSourceIsKeyed) {
+  FedSource source;
+  const GreenScreen filter(source.Get());
+  HostFrame frame(VIDEO_FORMAT_NV12, 64, 48);
+  for (uint32_t y = 0; y < 48; ++y) std::fill_n(frame.Get()->data[0] + y * frame.Get()->linesize[0], 64, 173);
+  for (uint32_t y = 0; y < 24; ++y) {
+    for (uint32_t x = 0; x < 32; ++x) {
+      const bool grey = x < 16 && y < 12;
+      frame.Get()->data[1][y * frame.Get()->linesize[1] + x * 2] = grey ? 128 : 42;
+      frame.Get()->data[1][y * frame.Get()->linesize[1] + x * 2 + 1] = grey ? 128 : 26;
+    }
+  }
+  source.Show();
+  source.Feed(frame);
+  WaitForTicks(3);
+  const Screenshot shot = TakeScreenshot(source.Get());
+  ASSERT_EQ(shot.width, 64u);
+  EXPECT_EQ(shot.At(50, 40)[3], 0);
+  EXPECT_EQ(shot.At(5, 5)[3], 255);
+}
+
+// ---- How the source carries alpha and light ----
+
+TEST_F(GreenScreenPicture, ATranslucentSourceKeepsItsColourStraightAndPremultiplied) {
+  for (const Alpha alpha : {Alpha::kStraight, Alpha::kPremultiplied}) {
+    PaintedSource source(alpha);
+    const GreenScreen filter(source.Get(), kRawKey);
+    const Pixel front =
+        alpha == Alpha::kStraight ? Pixel{200, 40, 20, 128} : Pixel{100, 20, 10, 128};  // the same picture
+    const Screenshot shot = Shoot(source, SquareOn(front, kGreen));
+    ExpectNear(shot.At(5, 5), {200, 40, 20, 128}, 2);
+    EXPECT_EQ(shot.At(40, 40)[3], 0);
+  }
+}
+
+TEST_F(GreenScreenPicture, ASourceInLinearLightIsKeyedAsInItsOwnEncoding) {
+  const Picture picture = SquareOn({180, 90, 60, 255}, {60, 180, 80, 255});
+  const std::string config = R"({"keyColor":[0.235,0.706,0.314],"denoiseEnabled":false})";
+  PaintedSource encoded(Alpha::kStraight, Light::kEncoded);
+  const GreenScreen first(encoded.Get(), config);
+  const Screenshot wanted = Shoot(encoded, picture);
+  PaintedSource linear(Alpha::kStraight, Light::kLinear);
+  const GreenScreen second(linear.Get(), config);
+  const Screenshot shot = Shoot(linear, picture);
+  ASSERT_EQ(shot.pixels.size(), wanted.pixels.size());
+  for (const auto &[x, y] : {std::pair{5u, 5u}, {40u, 40u}}) ExpectNear(shot.At(x, y), wanted.At(x, y), 2);
+  EXPECT_EQ(shot.At(40, 40)[3], 0);
+}
+
+// ---- Sizes ----
+
+TEST_F(GreenScreenPicture, EverySizeIsKeyedToItsEdges) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), R"({"alphaShrink":1,"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":1})");
+  for (const auto &[width, height] :
+       {std::pair{1u, 1u}, {2u, 1u}, {1u, 7u}, {3u, 5u}, {17u, 9u}, {333u, 101u}, {1921u, 1081u}}) {
+    Picture picture(width, height);
+    picture.Fill(0, 255, 0);
+    Screenshot shot = Shoot(source, picture);
+    ASSERT_EQ(shot.width, width);
+    ASSERT_EQ(shot.height, height);
+    for (const auto &[x, y] : {std::pair{0u, 0u}, {width - 1, 0u}, {0u, height - 1}, {width - 1, height - 1}})
+      EXPECT_EQ(shot.At(x, y)[3], 0) << width << "x" << height;
+    picture.Fill(200, 30, 0);
+    shot = Shoot(source, picture);
+    // The memory of the key needs a frame to see that everything moved.
+    WaitForTicks(2);
+    shot = TakeScreenshot(source.Get());
+    for (const auto &[x, y] : {std::pair{0u, 0u}, {width - 1, 0u}, {0u, height - 1}, {width - 1, height - 1}})
+      EXPECT_EQ(shot.At(x, y)[3], 255) << width << "x" << height;
+  }
+}
+
+TEST_F(GreenScreenPicture, ASizeThatChangesEachFrameIsKeyedEachTime) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get());
+  for (uint32_t frame = 0; frame < 24; ++frame) {
+    const uint32_t width = 16 + frame * 7 % 31, height = 12 + frame * 5 % 23;
+    const Screenshot shot = Shoot(source, SquareOn(kRed, kGreen, width, height));
+    ASSERT_EQ(shot.width, width);
+    EXPECT_EQ(shot.At(1, 1)[3], 255) << width << "x" << height;
+    EXPECT_EQ(shot.At(width - 2, height - 2)[3], 0) << width << "x" << height;
+  }
+}
+
+// ---- More than one ----
+
+TEST_F(GreenScreenPicture, TwoFiltersOnOneSourceKeyTwoColours) {
+  PaintedSource source;
+  const GreenScreen green(source.Get(), kRawKey);
+  const GreenScreen blue(source.Get(), R"({"keyColor":[0,0,1],"denoiseEnabled":false})");
+  Picture picture = SquareOn(kBlue, kGreen);
+  for (size_t channel = 0; channel < 4; ++channel) picture.At(30, 40)[channel] = static_cast<uint8_t>(kRed[channel]);
+  const Screenshot shot = Shoot(source, picture);
+  EXPECT_EQ(shot.At(5, 5)[3], 0);
+  EXPECT_EQ(shot.At(40, 40)[3], 0);
+  EXPECT_EQ(shot.At(30, 40)[3], 255);
+}
+
+TEST_F(GreenScreenPicture, OneSourceInTwoScenesLooksTheSameInBoth) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get());
+  source.Paint(SquareOn(kRed, kGreen));
+  std::vector<OBSSceneAutoRelease> scenes;
+  for (const char *name : {"one", "two"}) {
+    scenes.emplace_back(obs_scene_create_private(name));
+    obs_scene_add(scenes.back(), source.Get());
+  }
+  WaitForTicks(2);
+  const Screenshot first = TakeScreenshot(obs_scene_get_source(scenes[0]));
+  const Screenshot second = TakeScreenshot(obs_scene_get_source(scenes[1]));
+  EXPECT_EQ(first.pixels, second.pixels);
+  ASSERT_EQ(first.width, 320u);
+  EXPECT_EQ(first.At(40, 40)[3], 0);
+  ExpectNear(first.At(5, 5), kRed, 1);
+  for (const OBSSceneAutoRelease &scene : scenes) {
+    obs_scene_enum_items(
+        scene, [](obs_scene_t *, obs_sceneitem_t *item, void *) { return obs_sceneitem_remove(item), true; }, nullptr);
+  }
+}
+
+// ---- What a host makes of it ----
+
+TEST_F(GreenScreenPicture, ATranslucentEdgeBlendsWithWhatLiesBehind) {
+  PaintedSource behind;
+  Picture white(320, 240);
+  white.Fill(255, 255, 255);
+  behind.Paint(white);
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), R"({"denoiseEnabled":false,"spillSupEnabled":false})");
+  // Half of the key's chroma, over the default levels: partly transparent.
+  const Screenshot plain = Shoot(source, SquareOn({100, 170, 100, 255}, kGreen));
+  const Pixel edge = plain.At(5, 5);
+  ASSERT_GT(edge[3], 20);
+  ASSERT_LT(edge[3], 235);
+  ExpectNear(edge, {100, 170, 100, edge[3]}, 1);
+  const OBSSceneAutoRelease scene = obs_scene_create_private("composite");
+  obs_scene_add(scene, behind.Get());
+  obs_scene_add(scene, source.Get());
+  WaitForTicks(2);
+  const Screenshot shot = TakeScreenshot(obs_scene_get_source(scene));
+  for (size_t channel = 0; channel < 3; ++channel) {
+    const double part = edge[3] / 255.0;
+    EXPECT_NEAR(shot.At(5, 5)[channel], edge[channel] * part + 255 * (1 - part), 2);
+    EXPECT_NEAR(shot.At(50, 40)[channel], 255, 1);
+  }
+  obs_scene_enum_items(
+      scene, [](obs_scene_t *, obs_sceneitem_t *item, void *) { return obs_sceneitem_remove(item), true; }, nullptr);
+}
+
+TEST_F(GreenScreenPicture, ShrinkMovesAStraightEdgeByItsPixels) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(SquareOn(kRed, kGreen));
+  filter.Configure(R"({"alphaShrink":3})");
+  const Screenshot shot = TakeScreenshot(source.Get());
+  EXPECT_EQ(shot.At(28, 10)[3], 255);
+  EXPECT_EQ(shot.At(29, 10)[3], 0);
+  EXPECT_EQ(shot.At(10, 20)[3], 255);
+  EXPECT_EQ(shot.At(10, 21)[3], 0);
+}
+
+TEST_F(GreenScreenPicture, BlurFeathersTheEdgeInwards) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(SquareOn(kRed, kGreen, 256, 192));
+  filter.Configure(R"({"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":0.5})");
+  const Screenshot shot = TakeScreenshot(source.Get());
+  EXPECT_EQ(shot.At(129, 40)[3], 0) << "the backing stays out";
+  EXPECT_LT(shot.At(127, 40)[3], 80);
+  EXPECT_GT(shot.At(124, 40)[3], shot.At(127, 40)[3]);
+  EXPECT_EQ(shot.At(60, 40)[3], 255) << "the middle stays whole";
+}
+
+TEST_F(GreenScreenPicture, SpillTurnsGreenishGreyToGrey) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  const Picture picture = SquareOn({120, 140, 120, 255}, kGreen);
+  const Screenshot treated = Shoot(source, picture);
+  EXPECT_LE(treated.At(5, 5)[1] - treated.At(5, 5)[0], 4);
+  filter.Configure(R"({"spillSupEnabled":false})");
+  ExpectNear(TakeScreenshot(source.Get()).At(5, 5), {120, 140, 120, 255}, 1);
+}
+
+// The mean change of alpha from frame to frame, over frames of a still but noisy half-transparent picture.
+double Flicker(PaintedSource &source) {
+  uint32_t random = 1;
+  double sum = 0;
+  std::vector<int> before;
+  constexpr int kFrames = 20, kSettled = 8;
+  for (int frame = 0; frame < kFrames; ++frame) {
+    Picture picture(48, 48);
+    for (size_t at = 0; at < picture.pixels.size(); ++at) {
+      random = random * 1664525u + 1013904223u;
+      constexpr int kBase[4] = {90, 165, 90, 255};
+      picture.pixels[at] = static_cast<uint8_t>(kBase[at % 4] + (at % 4 == 3 ? 0 : static_cast<int>(random >> 29) - 4));
+    }
+    const Screenshot shot = Shoot(source, picture);
+    std::vector<int> now;
+    for (size_t at = 3; at < shot.pixels.size(); at += 4) now.push_back(shot.pixels[at]);
+    for (size_t i = 0; frame >= kSettled && i < now.size(); ++i) sum += std::abs(now[i] - before[i]);
+    before = now;
+  }
+  return sum / ((kFrames - kSettled) * 48.0 * 48.0);
+}
+
+TEST_F(GreenScreenPicture, DenoiseCalmsAStillEdge) {
+  PaintedSource raw, calm;
+  const GreenScreen without(raw.Get(), kRawKey);
+  const GreenScreen with(calm.Get());
+  const double flicker = Flicker(raw);
+  EXPECT_GT(flicker, 2.0);
+  EXPECT_LT(Flicker(calm), flicker * 0.35);
+}
+
+TEST_F(GreenScreenPicture, DenoiseFollowsAMovingEdgeAtOnce) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get());
+  for (int frame = 0; frame < 5; ++frame) Shoot(source, SquareOn(kRed, kGreen));
+  const Screenshot shot = Shoot(source, SquareOn(kGreen, kRed));
+  EXPECT_EQ(shot.At(5, 5)[3], 0);
+  EXPECT_EQ(shot.At(50, 40)[3], 255);
 }
 
 }  // namespace
