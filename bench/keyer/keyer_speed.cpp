@@ -1,0 +1,155 @@
+#include "keyer/keyer_speed.h"
+
+#include <graphics/vec4.h>
+
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "integration/support/green_screen.h"
+#include "integration/support/obs_session.h"
+#include "integration/support/painted_source.h"
+#include "keyer/stock_key.h"
+#include "ratio.h"
+
+namespace keyer_bench {
+namespace {
+
+using vanta_integration::GreenScreen;
+using vanta_integration::PaintedSource;
+using vanta_integration::Picture;
+
+constexpr uint32_t kWidth = 1920;
+constexpr uint32_t kHeight = 1080;
+constexpr int kTurns = 15;
+
+// Of the whole process: the driver renders on threads of its own.
+double ProcessMilliseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+// Draws sources as a canvas does and waits for the pixels.
+class Target {
+ public:
+  Target() {
+    obs_enter_graphics();
+    target_ = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+    stage_ = gs_stagesurface_create(kWidth, kHeight, GS_RGBA);
+    obs_leave_graphics();
+  }
+  ~Target() {
+    obs_enter_graphics();
+    gs_stagesurface_destroy(stage_);
+    gs_texrender_destroy(target_);
+    obs_leave_graphics();
+  }
+  Target(const Target &) = delete;
+  Target &operator=(const Target &) = delete;
+
+  // Process time of one draw. Inside graphics.
+  double Draw(obs_source_t *source) {
+    const double start = ProcessMilliseconds();
+    gs_texrender_reset(target_);
+    if (gs_texrender_begin(target_, kWidth, kHeight)) {
+      vec4 clear;
+      vec4_zero(&clear);
+      gs_clear(GS_CLEAR_COLOR, &clear, 0.0f, 0);
+      gs_ortho(0.0f, static_cast<float>(kWidth), 0.0f, static_cast<float>(kHeight), -100.0f, 100.0f);
+      obs_source_video_render(source);
+      gs_texrender_end(target_);
+    }
+    gs_stage_texture(stage_, gs_texrender_get_texture(target_));
+    uint8_t *data = nullptr;
+    uint32_t pitch = 0;
+    if (gs_stagesurface_map(stage_, &data, &pitch)) gs_stagesurface_unmap(stage_);
+    return ProcessMilliseconds() - start;
+  }
+
+ private:
+  gs_texrender_t *target_ = nullptr;
+  gs_stagesurf_t *stage_ = nullptr;
+};
+
+Picture TakeAtFullSize(const Scene &scene) {
+  Picture picture(kWidth, kHeight);
+  picture.pixels = scene.Frame(0).rgba;
+  return picture;
+}
+
+struct Times {
+  double bare, ours, cached, stock;
+};
+
+// One draw of each, on a tick of its own; the cached one behind ours in the same tick.
+Times Turn(Target &target, obs_source_t *bare, obs_source_t *ours, obs_source_t *stock) {
+  Times times{};
+  vanta_integration::WaitForTicks(1);
+  obs_enter_graphics();
+  times.bare = target.Draw(bare);
+  times.ours = target.Draw(ours);
+  times.cached = target.Draw(ours);
+  times.stock = target.Draw(stock);
+  obs_leave_graphics();
+  return times;
+}
+
+struct Chain {
+  const char *name;
+  const char *config;
+};
+
+constexpr Chain kChains[] = {
+    {"key and spill alone", R"({"denoiseEnabled":false})"},
+    {"with denoise (default)", R"({"denoiseEnabled":true})"},
+    {"with denoise, shrink 2", R"({"alphaShrink":2})"},
+    {"with denoise, blur of 1 level", R"({"alphaShrink":0,"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":0.25})"},
+    {"with denoise, blur of 3 levels", R"({"fgAlphaBlurIntensity":1})"},
+};
+
+}  // namespace
+
+int MeasureSpeed(int argc, char **argv) {
+  SceneOptions options;
+  options.width = kWidth;
+  options.height = kHeight;
+  const Scene scene(options);
+  const Picture picture = TakeAtFullSize(scene);
+  PaintedSource bare, ours, stock;
+  for (PaintedSource *source : {&bare, &ours, &stock}) source->Paint(picture);
+  GreenScreen filter(ours.Get(), R"({"keyColor":[0.2,0.68,0.28]})");
+  const StockKey stock_filter(stock.Get(), scene.Backing(), {});
+  Target target;
+
+  std::vector<vanta_bench::Row> rows;
+  for (const Chain &chain : kChains) {
+    filter.Configure(chain.config);
+    Turn(target, bare.Get(), ours.Get(), stock.Get());
+    vanta_bench::Turns whole, cached;
+    for (int turn = 0; turn < kTurns; ++turn) {
+      const Times t = Turn(target, bare.Get(), ours.Get(), stock.Get());
+      whole.Add(t.ours - t.bare, t.stock - t.bare);
+      cached.Add(t.cached - t.bare, t.stock - t.bare);
+    }
+    const bool is_default = &chain == &kChains[1];
+    rows.push_back(whole.Result(std::string("green screen 1080p, ") + chain.name, is_default ? 2.0 : 99));
+    vanta_bench::PrintRow(rows.back());
+    if (!is_default) continue;
+    rows.push_back(cached.Result("green screen 1080p, second render in a tick", 0.15));
+    vanta_bench::PrintRow(rows.back());
+  }
+  vanta_bench::Turns table;
+  for (int turn = 0; turn < 6; ++turn) {
+    filter.Configure(turn % 2 == 0 ? R"({"similarity":0.6,"fgAlphaBlurEnabled":false})" : R"({"similarity":0.667})");
+    const Times first = Turn(target, bare.Get(), ours.Get(), stock.Get());
+    const Times second = Turn(target, bare.Get(), ours.Get(), stock.Get());
+    table.Add(first.ours - second.ours, second.stock - second.bare);
+  }
+  rows.push_back(table.Result("green screen, key table made anew", 99));
+  vanta_bench::PrintRow(rows.back());
+  return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));
+}
+
+}  // namespace keyer_bench
