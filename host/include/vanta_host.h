@@ -45,7 +45,7 @@ VANTA_HOST_C_API void vanta_host_detach(void);
 
 enum vanta_host_switch {
   VANTA_SWITCH_ASYNC_BEAUTY,        /* EnableAsyncBeautyOption: commands go through the worker's queue. Default on */
-  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default off: the open engine works without one */
+  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default on: frames stay on the GPU where they can */
   VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
   VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
   VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */

@@ -16,7 +16,7 @@ struct Switch {
 // In the order of vanta_host_switch.
 constinit std::array<Switch, VANTA_SWITCH_COUNT> switches{{
     {"async-commands", true},
-    {"gl-context", false},
+    {"gl-context", true},
     {"destroy-gl-window", true},
     {"frame-flip", true},
     {"skip-chain-render", true},

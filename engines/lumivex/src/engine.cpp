@@ -18,7 +18,6 @@ using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 
 constexpr int32_t kNoGreenMatting = 4;  // in FrameData::pixel_format, going in
-constexpr int32_t kMemoryFrame = 1;     // in FrameData::pixel_format, coming back
 
 // As people write it: 0.7, not the nearest float's 0.699999988.
 double Readable(float value) {
@@ -46,23 +45,33 @@ std::string LookupPath(const std::string &root, const std::string &path) {
 
 }  // namespace
 
-bool Engine::Process(LX::FrameData &frame) {
+std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameData> &frame) {
   const Clock::time_point start = Clock::now();
-  const std::optional<Nv12View> view = ViewOf(frame);
+  const std::optional<Nv12View> view = ViewOf(*frame);
   if (!view) {
     stats_.AddFailure();
-    return false;
+    return nullptr;
   }
   FrameTimes times;
-  RunStages(frame, *view, times);
+  RunStages(*frame, *view, times);
   DelayFrame();
-  frame.pixel_format = kMemoryFrame;
+  std::shared_ptr<LX::FrameData> result = HandOut(frame, *view, times);
   times.beauty = MillisecondsSince(start) - times.vision;
-  frame.tessera_ms = times.vision;
-  frame.beauty_ms = times.beauty;
+  result->tessera_ms = times.vision;
+  result->beauty_ms = times.beauty;
   stats_.AddFrame(times);
-  if (frame.dump_flag != 0) frame.dump_text = DumpText(frame, times);
-  return true;
+  if (result->dump_flag != 0) result->dump_text = DumpText(*result, times);
+  return result;
+}
+
+std::shared_ptr<LX::FrameData> Engine::HandOut(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
+                                               FrameTimes &times) {
+  const int32_t wish = frame->pixel_format;
+  const YuvSpace space = SpaceOf(frame->color_code);
+  if (!output_.Works(wish)) return output_.Hand(frame, view, space, wish);
+  std::shared_ptr<LX::FrameData> result;
+  Timed(times[Stage::kOutput], [&] { result = output_.Hand(frame, view, space, wish); });
+  return result;
 }
 
 void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {

@@ -1,12 +1,15 @@
 // One engine: takes commands, and works on frames.
 #pragma once
 
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "beauty_stage.h"
 #include "effect_settings.h"
 #include "engine/lumivex_api.h"
 #include "engine_stats.h"
+#include "frame_output.h"
 #include "green_matting_stage.h"
 #include "lookup_stage.h"
 #include "nv12_view.h"
@@ -23,10 +26,12 @@ namespace lumivex {
 class Engine {
  public:
   // `root` is the folder faceless_builtin.
-  explicit Engine(std::string root) : root_(std::move(root)) {}
+  Engine(std::string root, FrameOutput output) : root_(std::move(root)), output_(std::move(output)) {}
 
-  // Changes the frame in place. False for a frame that is no NV12 picture.
-  bool Process(LX::FrameData &frame);
+  // Changes the frame in place; the result may be another one. Null for a frame that is no NV12 picture.
+  std::shared_ptr<LX::FrameData> Process(const std::shared_ptr<LX::FrameData> &frame);
+
+  bool HasSharedTextures() const { return output_.HasSharedTextures(); }
 
   void BeginBatch() { ++batch_depth_; }
   void EndBatch();
@@ -44,6 +49,8 @@ class Engine {
  private:
   void Publish();
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  std::shared_ptr<LX::FrameData> HandOut(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
+                                         FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
 
@@ -59,6 +66,7 @@ class Engine {
   ToneStage tone_;
   LookupStage lookup_;
   SharpenStage sharpen_;
+  FrameOutput output_;
 };
 
 }  // namespace lumivex

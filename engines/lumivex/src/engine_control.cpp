@@ -12,6 +12,8 @@ std::atomic<int> g_frame_delay{0};
 std::atomic<int> g_start_delay{0};
 std::atomic<int> g_stop_delay{0};
 std::atomic<int> g_frames_left{-1};  // negative: frames do not fail
+std::atomic<int> g_pixel_buffer_format{0};
+std::atomic<int> g_texture_fault{LUMIVEX_TEXTURE_GOOD};
 
 void Delay(const std::atomic<int> &milliseconds) {
   const int wait = milliseconds.load(std::memory_order_relaxed);
@@ -28,6 +30,13 @@ void DelayStop() {
 }
 void DelayFrame() {
   Delay(g_frame_delay);
+}
+
+int PixelBufferFormat() {
+  return g_pixel_buffer_format.load(std::memory_order_relaxed);
+}
+int TextureFault() {
+  return g_texture_fault.load(std::memory_order_relaxed);
 }
 
 bool FailThisFrame() {
@@ -57,4 +66,10 @@ void lumivex_set_stop_delay_ms(int milliseconds) {
 }
 void lumivex_set_fail_after_frames(int frames) {
   lumivex::g_frames_left = frames;
+}
+void lumivex_set_pixel_buffer_output(int pixel_format) {
+  lumivex::g_pixel_buffer_format = pixel_format == 3 || pixel_format == 4 ? pixel_format : 0;
+}
+void lumivex_set_texture_fault(int fault) {
+  lumivex::g_texture_fault = fault;
 }

@@ -10,6 +10,11 @@ void DelayStart();
 void DelayStop();
 void DelayFrame();
 
+// The format that every frame is to come back with, 3 or 4; 0 for the one that it was asked for. Threads: any.
+int PixelBufferFormat();
+// One of lumivex_texture_fault. Threads: any.
+int TextureFault();
+
 // True when this frame is to fail. Counts the frame. Threads: any.
 bool FailThisFrame();
 

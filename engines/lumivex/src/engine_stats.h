@@ -8,11 +8,11 @@
 
 namespace lumivex {
 
-enum class Stage { kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kCount };
+enum class Stage { kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kOutput, kCount };
 
 inline constexpr size_t kStageCount = static_cast<size_t>(Stage::kCount);
-inline constexpr std::array<const char *, kStageCount> kStageNames = {"green_matting", "skin",   "beauty", "relight",
-                                                                      "tone",          "lookup", "sharpen"};
+inline constexpr std::array<const char *, kStageCount> kStageNames = {"green_matting", "skin",   "beauty",  "relight",
+                                                                      "tone",          "lookup", "sharpen", "output"};
 
 // One frame. Milliseconds; negative for a stage that did not run.
 struct FrameTimes {

@@ -1,6 +1,5 @@
-#include <atomic>
-
 #include "engine/lumivex_api.h"
+#include "shared_texture_state.h"
 
 namespace LX {
 
@@ -28,14 +27,11 @@ FrameData::FrameData(const FrameData &other) = default;
 FrameData &FrameData::operator=(const FrameData &other) = default;
 FrameData::~FrameData() = default;
 
-// The engine's output is memory in this version, so nothing is ever being written when a host looks.
-struct DXGLSharedTexture::State {
-  std::atomic<uint64_t> key{0};
-};
-
 DXGLSharedTexture::DXGLSharedTexture() : state_(std::make_shared<State>()) {}
 DXGLSharedTexture::~DXGLSharedTexture() = default;
-void DXGLSharedTexture::waitSync() {}
+void DXGLSharedTexture::waitSync() {
+  state_->writing.wait(true, std::memory_order_acquire);
+}
 uint64_t DXGLSharedTexture::getKeyValue() {
   return state_->key.load(std::memory_order_acquire);
 }

@@ -1,13 +1,24 @@
+#include "gl_window.h"
+
+#include <util/base.h>
+
+#include <atomic>
+
 #include "engine/lumivex_api.h"
-#include "unavailable.h"
 
 namespace Lumivex {
 
+// It is never shown, so its size does not matter.
 GLFWwindow *createGLFWWindow(int, int, bool) {
-  lumivex::LogUnavailable(lumivex::Feature::kGpuOutput);
+  std::shared_ptr<lumivex::GlContext> context = lumivex::GlContext::Create();
+  if (context) return new GLFWwindow{std::move(context)};
+  static std::atomic<bool> said{false};
+  if (!said.exchange(true)) blog(LOG_INFO, "[lumivex] no GPU output on this host: frames come back in memory");
   return nullptr;
 }
 
-void destroyGLFWWindow(GLFWwindow *) {}
+void destroyGLFWWindow(GLFWwindow *window) {
+  delete window;
+}
 
 }  // namespace Lumivex

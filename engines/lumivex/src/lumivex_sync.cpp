@@ -2,6 +2,7 @@
 #include <util/base.h>
 
 #include <exception>
+#include <utility>
 
 #include "bounded_text.h"
 #include "engine.h"
@@ -27,7 +28,11 @@ void Guarded(const char *command, Work &&work) {
 
 // Owns: the engine, the callbacks. Threads: one at a time, as the caller serialises.
 struct LumivexSync::Impl {
-  explicit Impl(const LXEngineConfig &config) : engine(lumivex::BoundedText(config.path)) {}
+  Impl(const LXEngineConfig &config, std::shared_ptr<GLFWwindow> shown)
+      : window(std::move(shown)),
+        engine(lumivex::BoundedText(config.path), lumivex::FrameOutput(window.get(), config.width, config.height)) {}
+
+  const std::shared_ptr<GLFWwindow> window;  // may be null
 
   lumivex::Engine engine;
   bool failure_said = false;  // since the last good frame
@@ -52,6 +57,11 @@ LumivexSync::~LumivexSync() {
 }
 
 std::shared_ptr<LumivexSync> LumivexSync::createEngine(const LXEngineConfig *config) {
+  return createEngine(config, nullptr);
+}
+
+std::shared_ptr<LumivexSync> LumivexSync::createEngine(const LXEngineConfig *config,
+                                                       std::shared_ptr<GLFWwindow> window) {
   lumivex::DelayStart();
   if (!lumivex_is_available()) {
     blog(LOG_WARNING, "[lumivex] no engine: switched off by the program");
@@ -65,22 +75,19 @@ std::shared_ptr<LumivexSync> LumivexSync::createEngine(const LXEngineConfig *con
   std::shared_ptr<LumivexSync> sync;
   Guarded("createEngine", [&] {
     std::shared_ptr<LumivexSync> made(new LumivexSync);
-    made->impl_ = std::make_unique<Impl>(*config);
+    made->impl_ = std::make_unique<Impl>(*config, std::move(window));
     sync = std::move(made);
-    blog(LOG_INFO, "[lumivex] engine for %dx%d", config->width, config->height);
+    blog(LOG_INFO, "[lumivex] engine for %dx%d%s", config->width, config->height,
+         sync->impl_->engine.HasSharedTextures() ? ", with shared textures" : "");
   });
   return sync;
 }
 
-std::shared_ptr<LumivexSync> LumivexSync::createEngine(const LXEngineConfig *config, std::shared_ptr<GLFWwindow>) {
-  return createEngine(config);
-}
-
 std::shared_ptr<FrameData> LumivexSync::processFrameData(std::shared_ptr<FrameData> frame) {
-  bool good = false;
+  std::shared_ptr<FrameData> result;
   if (frame && !lumivex::FailThisFrame()) {
     try {
-      good = impl_->engine.Process(*frame);
+      result = impl_->engine.Process(frame);
     } catch (const std::exception &error) {
       impl_->engine.Stats().AddFailure();
       if (!impl_->failure_said) blog(LOG_ERROR, "[lumivex] a frame failed: %s", error.what());
@@ -89,13 +96,13 @@ std::shared_ptr<FrameData> LumivexSync::processFrameData(std::shared_ptr<FrameDa
   } else {
     impl_->engine.Stats().AddFailure();
   }
-  if (!good) return nullptr;
-  impl_->failure_said = false;
-  return frame;
+  if (result) impl_->failure_said = false;
+  return result;
 }
 
+// Known since the engine's start, so there is nothing to wait for.
 bool LumivexSync::isNVDXInteropSupported(bool, std::chrono::milliseconds) {
-  return false;
+  return impl_->engine.HasSharedTextures();
 }
 
 std::string LumivexSync::getStats() {

@@ -12,8 +12,8 @@ namespace {
 constexpr size_t kFeatureCount = static_cast<size_t>(Feature::kCount);
 
 constexpr std::array<const char *, kFeatureCount> kNames = {
-    "GPU output",      "makeup",    "face deformation", "body slimming",       "magic effects",
-    "media resources", "game data", "custom images",    "the interactive box", "vision parameters"};
+    "makeup",    "face deformation", "body slimming",       "magic effects",    "media resources",
+    "game data", "custom images",    "the interactive box", "vision parameters"};
 
 }  // namespace
 

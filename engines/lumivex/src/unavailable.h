@@ -4,7 +4,6 @@
 namespace lumivex {
 
 enum class Feature {
-  kGpuOutput,
   kMakeup,
   kDeform,
   kBodySlimming,

@@ -15,7 +15,7 @@ struct Case {
 
 const Case kCases[] = {
     {VANTA_SWITCH_ASYNC_BEAUTY, EnableAsyncBeautyOption, true, "async-commands"},
-    {VANTA_SWITCH_CREATE_GL_CONTEXT, EnableCreateLXGLContext, false, "gl-context"},
+    {VANTA_SWITCH_CREATE_GL_CONTEXT, EnableCreateLXGLContext, true, "gl-context"},
     {VANTA_SWITCH_DESTROY_GL_WINDOW, EnableDestroyGLFWWindow, true, "destroy-gl-window"},
     {VANTA_SWITCH_FRAME_FLIP, EnableOBSFrameFilp, true, "frame-flip"},
     {VANTA_SWITCH_JUMP_TEXTURE_RENDER, JumpTextureRenderEnable, true, "skip-chain-render"},

@@ -20,4 +20,19 @@ LUMIVEX_API void lumivex_set_stop_delay_ms(int milliseconds);   // so does an en
 // never.
 LUMIVEX_API void lumivex_set_fail_after_frames(int frames);
 
+// 3 or 4: every frame comes back as a pixel buffer of that format (red, green, blue, alpha; one byte each), whatever it
+// was asked for. Any other number, as at the start: as asked for.
+LUMIVEX_API void lumivex_set_pixel_buffer_output(int pixel_format);
+
+// How frames that are asked for as shared textures come back.
+enum lumivex_texture_fault {
+  LUMIVEX_TEXTURE_GOOD,            // as at the start
+  LUMIVEX_TEXTURE_MISSING,         // as shared textures, without one
+  LUMIVEX_TEXTURE_NO_HANDLE,       // with a texture whose handle is 0
+  LUMIVEX_TEXTURE_UNKNOWN_HANDLE,  // with one whose handle the host never gave out
+  LUMIVEX_TEXTURE_ABANDONED,       // with one whose lock nobody can acquire any more
+  LUMIVEX_TEXTURE_MEMORY_FRAME,    // in memory
+};
+LUMIVEX_API void lumivex_set_texture_fault(int fault);
+
 }  // extern "C"
