@@ -103,7 +103,7 @@ constexpr char kTail[] =
 OUTPUT
   -o, --output FILE       the recording, H.264 and AAC; the name's ending (.mp4, .mkv, .mov, .flv, .ts) is the format
       --snapshot FILE     PNG of the recorded picture
-      --compare FILE      PNG of one frame before and after the filter, side by side
+      --compare FILE      PNG of one frame before and after the filter, side by side; sets --gl-context off
       --at S              take these pictures S seconds into the run. Default: halfway, or after 2 seconds
       --report FILE       JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's
                           reports, switches, versions. "-" is standard output

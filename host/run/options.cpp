@@ -287,6 +287,9 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
   if (options.input.empty()) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
+  // The pair is taken from frames in memory. First, so that a switch of the command line wins.
+  if (!options.compare.empty())
+    options.switches.insert(options.switches.begin(), {VANTA_SWITCH_CREATE_GL_CONTEXT, false});
   return ParseResult::kRun;
 }
 

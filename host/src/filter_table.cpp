@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "control_door.h"
 #include "module/host_frame.h"
 #include "vanta_host.h"
 
@@ -29,6 +30,7 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
   type.create = record.create;
   type.destroy = record.destroy;
   type.filter_video = record.filter_video;
+  type.video_render = record.video_render;
   type.get_dump_json = record.get_dump_json;
   return index;
 }
@@ -39,6 +41,7 @@ void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *sourc
     MutexLock lock(mutex_);
     instances_.push_back({source, data, type});
   }
+  control_ = FindControl();
   return data;
 }
 
@@ -58,6 +61,23 @@ obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_f
   // libobs recycles frame records with their tail as it was, so an old mark has to go from every frame.
   if (frame) vanta::SetDumpId(frame, TakeMark(data));
   return types_[type].filter_video.load()(data, frame);
+}
+
+void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
+  ILumivex *control = control_;
+  obs_source_t *source = control && control->GetFacelessJumpInfo().need_jump ? SourceOf(type, data) : nullptr;
+  if (source && obs_filter_get_parent(source))
+    obs_source_skip_video_filter(source);
+  else
+    types_[type].video_render.load()(data, effect);
+}
+
+obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {
+  MutexLock lock(mutex_);
+  const auto found = std::find_if(instances_.begin(), instances_.end(), [&](const Instance &instance) {
+    return instance.data == data && instance.type == type;
+  });
+  return found == instances_.end() ? nullptr : found->source;
 }
 
 uint32_t FilterTable::TakeMark(const void *data) {

@@ -10,6 +10,7 @@
 
 #include <obs.h>
 
+#include "engine/i_faceless.h"
 #include "module/mutex.h"
 #include "module/source_record.h"
 
@@ -17,8 +18,8 @@ namespace vanta_host {
 
 // Stands between libobs and the module's callbacks for each registered type.
 // Owns: copies of the callbacks, for the life of the process. Borrows: the instances, from creation to destruction.
-// Threads: AddType [control]; Create [control]; Destroy, FilterVideo as libobs calls them; MarkNextFrame, GetDumpJson
-// any that holds a reference on the source.
+// Threads: AddType [control]; Create [control]; Destroy, FilterVideo, VideoRender as libobs calls them; MarkNextFrame,
+// GetDumpJson any that holds a reference on the source.
 class FilterTable {
  public:
   static constexpr size_t kTypes = 16;
@@ -30,6 +31,8 @@ class FilterTable {
   void *Create(size_t type, obs_data_t *settings, obs_source_t *source);
   void Destroy(size_t type, void *data);
   obs_source_frame *FilterVideo(size_t type, void *data, obs_source_frame *frame);
+  // A filter that is jumped over is not drawn either: what it would draw is the frame before the jump.
+  void VideoRender(size_t type, void *data, gs_effect_t *effect);
 
   bool MarkNextFrame(obs_source_t *source, uint32_t id);
   bool GetDumpJson(obs_source_t *source, const char **text, uint32_t *length) const;
@@ -40,6 +43,7 @@ class FilterTable {
     std::atomic<decltype(HostSourceInfo::create)> create{nullptr};
     std::atomic<decltype(HostSourceInfo::destroy)> destroy{nullptr};
     std::atomic<decltype(HostSourceInfo::filter_video)> filter_video{nullptr};
+    std::atomic<decltype(HostSourceInfo::video_render)> video_render{nullptr};
     std::atomic<decltype(HostSourceInfo::get_dump_json)> get_dump_json{nullptr};
   };
   struct Instance {
@@ -50,9 +54,12 @@ class FilterTable {
   };
 
   uint32_t TakeMark(const void *data);
+  obs_source_t *SourceOf(size_t type, const void *data) const;
 
   std::array<Type, kTypes> types_;
   std::atomic<size_t> marks_{0};  // instances with a mark: a frame of a process without marks takes no lock
+
+  std::atomic<ILumivex *> control_{nullptr};  // the module's, found when it made a filter
 
   mutable vanta::Mutex mutex_;
   std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_);  // by type

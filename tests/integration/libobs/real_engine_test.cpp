@@ -31,6 +31,7 @@ bool FeedUntilOutput(FedSource &source, BeautyChain &chain, const HostFrame &pic
 class RealEngineFormats : public testing::TestWithParam<video_format> {};
 
 TEST_P(RealEngineFormats, BrightnessLiftsThePicture) {
+  vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, false);  // what the tap sees is memory
   const ObsSession session;
   FedSource source;
   BeautyChain chain(source.Get());

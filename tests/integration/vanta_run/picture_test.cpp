@@ -73,20 +73,33 @@ TEST(RunPicture, FlipSettingsMirrorWhatTheEngineCallsLeftAndUp) {
 TEST(RunPicture, NoGreenMattingSettingKeepsTheGreenBackdrop) {
   EXPECT_GT(Distance(MiddleColor(SnapshotOf({"--effect", "green-matting=on"})), kGreenBgr), 60)
       << "matting replaces the green";
-  EXPECT_LT(
-      Distance(MiddleColor(SnapshotOf({"--effect", "green-matting=on", "--settings", R"({"no_green_matting":true})"})),
-               kGreenBgr),
-      4);
+  EXPECT_LT(Distance(MiddleColor(SnapshotOf({"--gl-context", "off", "--effect", "green-matting=on", "--settings",
+                                             R"({"no_green_matting":true})"})),
+                     kGreenBgr),
+            4);
 }
 
 TEST(RunPicture, InteropRequestMakesANewEngineThatIsGivenTheSnapshot) {
   const Workplace workplace;
   const ProgramResult result =
       RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "2", "--beauty", "brightness=0.8",
-                             "--settings", R"({"lx_enable_nvdx_interop":"open"})", "--snapshot", "s.png", "--verbose"});
+                             "--gl-context", "off", "--settings", R"({"lx_enable_nvdx_interop":"open"})", "--snapshot",
+                             "s.png", "--verbose"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_NE(result.err.find("LumivexProcessor recreate because of LX AB change"), std::string::npos);
   EXPECT_GT(Light(MiddleColor(cv::imread((workplace / "s.png").string()))), Light(kGreenBgr) + 10);
+}
+
+// Frames stay on the GPU where they can, so the request to leave it is the one that differs from what is.
+TEST(RunPicture, FramesThatStayOnTheGpuAreRecordedLikeThoseInMemory) {
+  const std::vector<std::string> brighter = {"--beauty", "brightness=0.8"};
+  const auto with = [&](std::vector<std::string> more) {
+    more.insert(more.end(), brighter.begin(), brighter.end());
+    return MiddleColor(SnapshotOf(more));
+  };
+  const cv::Scalar memory = with({"--gl-context", "off"});
+  EXPECT_LT(Distance(with({"--settings", R"({"lx_enable_nvdx_interop":"open"})"}), memory), 3);
+  EXPECT_LT(Distance(with({"--settings", R"({"lx_enable_nvdx_interop":"close"})"}), memory), 3);
 }
 
 TEST(RunPicture, RecordingWithoutEngineShowsThePlainPicture) {
