@@ -1,5 +1,6 @@
 option(VANTA_BUILD_TESTS "Build the tests" ON)
 option(VANTA_BUILD_BENCH "Build the benchmarks" ON)
+option(VANTA_BUILD_FUZZERS "Build the fuzzers; needs clang" OFF)
 option(VANTA_BUILD_RUN "Build vanta-run" ON)
 option(VANTA_WERROR "Treat warnings as errors" ON)
 option(VANTA_THREAD_SAFETY "Let clang check the lock annotations" OFF)

@@ -15,7 +15,7 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang ffmpeg xauth ccache
+      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev ffmpeg xauth ccache
       ;;
     demo)
       vanta_packages run

@@ -83,7 +83,7 @@ Metrics MeasureOurs(const Scene &scene, const Takes &takes, const std::string &c
 
 Metrics MeasureStock(const Scene &scene, const Takes &takes, const StockSettings &stock) {
   PaintedSource source;
-  const StockKey filter(source.Get(), scene.Backing(), stock);
+  const StockKey filter(source.Get(), scene, stock);
   return Measure(source, scene, takes, true);
 }
 
@@ -96,9 +96,9 @@ StockSettings Tune(const Scene &scene) {
   const Takes takes = MakeTakes(small);
   StockSettings best;
   double best_mad = 1e9;
-  for (const int similarity : {30, 60, 90, 120, 160, 200, 260, 320}) {
-    for (const int smoothness : {40, 80, 120, 160, 220, 300}) {
-      const StockSettings stock{similarity, smoothness, 100};
+  for (const int similarity : {1, 10, 20, 30, 45, 60, 90, 120}) {
+    for (const int smoothness : {60, 100, 140, 160, 180, 200, 230, 260}) {
+      const StockSettings stock{true, similarity, smoothness, 100};
       const double mad = MeasureStock(small, takes, stock).mad;
       if (mad < best_mad) {
         best_mad = mad;
@@ -128,7 +128,7 @@ void PrintTable(const Scene &scene) {
   PrintRow("ours, key colour only", MeasureOurs(scene, takes, "{}"));
   PrintRow("ours, without denoise", MeasureOurs(scene, takes, R"({"denoiseEnabled":false})"));
   PrintRow("ours, without spill suppression", MeasureOurs(scene, takes, R"({"spillSupEnabled":false})"));
-  PrintRow("stock chroma key, defaults", MeasureStock(scene, takes, {}));
+  PrintRow("stock chroma key, defaults", MeasureStock(scene, takes, {.picked = false}));
   const StockSettings tuned = Tune(scene);
   char name[64];
   std::snprintf(name, sizeof(name), "stock chroma key, tuned (%d, %d)", tuned.similarity, tuned.smoothness);
@@ -153,7 +153,7 @@ void WritePictures(const Scene &scene, const std::string &folder, const std::vec
     WritePam(folder + "/ours" + std::to_string(i) + ".pam", scene, rgba);
   }
   PaintedSource source;
-  const StockKey filter(source.Get(), scene.Backing(), {});
+  const StockKey filter(source.Get(), scene, {.picked = false});
   std::vector<uint8_t> rgba = Keyed(source, scene, takes.back());
   Unpremultiply(rgba);
   WritePam(folder + "/stock.pam", scene, rgba);

@@ -120,7 +120,7 @@ int MeasureSpeed(int argc, char **argv) {
   PaintedSource bare, ours, stock;
   for (PaintedSource *source : {&bare, &ours, &stock}) source->Paint(picture);
   GreenScreen filter(ours.Get(), R"({"keyColor":[0.2,0.68,0.28]})");
-  const StockKey stock_filter(stock.Get(), scene.Backing(), {});
+  const StockKey stock_filter(stock.Get(), scene, {});
   Target target;
 
   std::vector<vanta_bench::Row> rows;

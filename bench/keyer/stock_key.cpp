@@ -2,10 +2,12 @@
 
 namespace keyer_bench {
 
-StockKey::StockKey(obs_source_t *source, const Colour &key, const StockSettings &stock) : source_(source) {
+StockKey::StockKey(obs_source_t *source, const Scene &scene, const StockSettings &stock) : source_(source) {
   const OBSDataAutoRelease settings = obs_data_create();
   const auto byte = [](float value) { return static_cast<uint32_t>(value * 255 + 0.5f); };
-  obs_data_set_string(settings, "key_color_type", "custom");
+  const Colour key = scene.Backing();
+  const char *own = scene.Options().blue ? "blue" : "green";
+  obs_data_set_string(settings, "key_color_type", stock.picked ? "custom" : own);
   obs_data_set_int(settings, "key_color", byte(key.r) | byte(key.g) << 8 | byte(key.b) << 16);
   obs_data_set_int(settings, "similarity", stock.similarity);
   obs_data_set_int(settings, "smoothness", stock.smoothness);

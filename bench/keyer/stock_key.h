@@ -8,6 +8,7 @@
 namespace keyer_bench {
 
 struct StockSettings {
+  bool picked = true;  // with the picked key colour; else with the filter's own green or blue
   int similarity = 400;
   int smoothness = 80;
   int spill = 100;
@@ -16,7 +17,7 @@ struct StockSettings {
 // Owns: the filter. Its result is premultiplied.
 class StockKey {
  public:
-  StockKey(obs_source_t *source, const Colour &key, const StockSettings &stock);
+  StockKey(obs_source_t *source, const Scene &scene, const StockSettings &stock);
   ~StockKey();
   StockKey(const StockKey &) = delete;
   StockKey &operator=(const StockKey &) = delete;

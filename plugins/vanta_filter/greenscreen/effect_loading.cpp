@@ -5,7 +5,7 @@
 #include <util/bmem.h>
 #include <util/platform.h>
 
-#include <obs-module.h>
+#include <obs.h>
 
 #include "greenscreen/effect_parameters.h"
 #include "module/graphics_scope.h"

@@ -1,10 +1,13 @@
 // The green screen on whole libobs: what a host's screenshot of the keyed source shows.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -14,6 +17,7 @@
 #include "integration/support/painted_source.h"
 #include "integration/support/screenshot.h"
 #include "support/log_capture.h"
+#include "support/wait.h"
 
 namespace vanta_integration {
 namespace {
@@ -277,6 +281,49 @@ TEST_F(GreenScreenPicture, ShrinkMovesAStraightEdgeByItsPixels) {
   EXPECT_EQ(shot.At(10, 21)[3], 0);
 }
 
+// Red beyond a soft edge through the middle, whose normal points in direction `angle`.
+Picture EdgeAt(double angle, uint32_t size) {
+  Picture picture(size, size);
+  for (uint32_t y = 0; y < size; ++y) {
+    for (uint32_t x = 0; x < size; ++x) {
+      const double middle = size / 2.0;
+      const double inside = (x + 0.5 - middle) * std::cos(angle) + (y + 0.5 - middle) * std::sin(angle);
+      const double part = std::clamp(inside / 4 + 0.5, 0.0, 1.0);
+      picture.At(x, y)[0] = static_cast<uint8_t>(std::lround(200 * part));
+      picture.At(x, y)[1] = static_cast<uint8_t>(std::lround(255 - 225 * part));
+      picture.At(x, y)[3] = 255;
+    }
+  }
+  return picture;
+}
+
+// Sum of alpha, from 0 to 1, within a circle around the middle.
+double AlphaInCircle(const Screenshot &shot, double radius) {
+  double sum = 0;
+  for (uint32_t y = 0; y < shot.height; ++y) {
+    for (uint32_t x = 0; x < shot.width; ++x) {
+      if (std::hypot(x + 0.5 - shot.width / 2.0, y + 0.5 - shot.height / 2.0) < radius) sum += shot.At(x, y)[3] / 255.0;
+    }
+  }
+  return sum;
+}
+
+TEST_F(GreenScreenPicture, ShrinkMovesASoftEdgeOfAnyAngleByItsPixels) {
+  constexpr double kRadius = 60;
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  for (const double pixels : {1.0, 2.0, 4.0}) {
+    for (int degrees = 0; degrees < 180; degrees += 15) {
+      source.Paint(EdgeAt(degrees * 3.14159265 / 180, 160));
+      filter.Configure(R"({"alphaShrink":0})");
+      const double before = AlphaInCircle(TakeScreenshot(source.Get()), kRadius);
+      filter.Configure(R"({"alphaShrink":)" + std::to_string(pixels) + "}");
+      const double after = AlphaInCircle(TakeScreenshot(source.Get()), kRadius);
+      EXPECT_NEAR((before - after) / (2 * kRadius), pixels, 0.15) << degrees << " degrees";
+    }
+  }
+}
+
 TEST_F(GreenScreenPicture, BlurFeathersTheEdgeInwards) {
   PaintedSource source;
   GreenScreen filter(source.Get(), kRawKey);
@@ -297,6 +344,56 @@ TEST_F(GreenScreenPicture, SpillTurnsGreenishGreyToGrey) {
   EXPECT_LE(treated.At(5, 5)[1] - treated.At(5, 5)[0], 4);
   filter.Configure(R"({"spillSupEnabled":false})");
   ExpectNear(TakeScreenshot(source.Get()).At(5, 5), {120, 140, 120, 255}, 1);
+}
+
+// Every hue at many strengths, over grey.
+Picture Colours() {
+  Picture picture(96, 64);
+  for (uint32_t y = 0; y < picture.height; ++y) {
+    for (uint32_t x = 0; x < picture.width; ++x) {
+      const double hue = x * 2 * 3.14159265 / picture.width, strength = 127.0 * y / picture.height;
+      for (size_t channel = 0; channel < 3; ++channel)
+        picture.At(x, y)[channel] =
+            static_cast<uint8_t>(128 + strength * std::cos(hue - static_cast<double>(channel) * 2 * 3.14159265 / 3));
+      picture.At(x, y)[3] = 255;
+    }
+  }
+  return picture;
+}
+
+TEST_F(GreenScreenPicture, EverySettingShowsInThePicture) {
+  constexpr std::pair<const char *, const char *> kPairs[] = {
+      {"{}", R"({"keyColor":[0.2,0.7,0.3]})"},
+      {R"({"similarity":0.6})", R"({"similarity":0.4})"},
+      {R"({"spillSupEnabled":true})", R"({"spillSupEnabled":false})"},
+      {R"({"spillSupEnabled":true,"spillSupMethod":1})", R"({"spillSupMethod":2})"},
+      {R"({"spillSupMethod":3})", R"({"spillSupMethod":4})"},
+      {R"({"spillSupMethod":5})", R"({"spillSupMethod":6})"},
+      {R"({"spillSupMethod":7})", R"({"spillSupMethod":8})"},
+      {R"({"spillSupMethod":0})", R"({"spillSupMethod":1})"},
+      {R"({"spillSupMethod":2,"spillSupRedW":0.9})", R"({"spillSupRedW":0.5})"},
+      {R"({"spillSupMethod":5,"spillSupScaleR":0.5})", R"({"spillSupScaleR":0.1})"},
+      {R"({"spillSupScaleG":-1})", R"({"spillSupScaleG":-0.5})"},
+      {R"({"spillSupScaleB":0})", R"({"spillSupScaleB":0.5})"},
+      {R"({"spillSupColorMix":0.5})", R"({"spillSupColorMix":0})"},
+      {R"({"spillSupColorMix":0.5,"spillSupOffset":0.55})", R"({"spillSupOffset":1})"},
+      {R"({"spillSupOffset":0.55,"spillSupYThres":0.9})", R"({"spillSupYThres":0})"},
+      {R"({"spillSupYThres":0.9,"blueBgFlag":0})", R"({"blueBgFlag":1})"},
+      {R"({"blueBgFlag":0,"alphaDown":0.75})", R"({"alphaDown":0.4})"},
+      {R"({"alphaUp":0.25})", R"({"alphaUp":0.5})"},
+      {R"({"alphaShrink":0})", R"({"alphaShrink":2})"},
+      {R"({"fgAlphaBlurEnabled":false,"fgAlphaBlurIntensity":0.4})", R"({"fgAlphaBlurEnabled":true})"},
+      {R"({"fgAlphaBlurIntensity":0.5})", R"({"fgAlphaBlurIntensity":1})"},
+  };
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(Colours());
+  for (const auto &[before, after] : kPairs) {
+    filter.Configure(before);
+    const Screenshot first = TakeScreenshot(source.Get());
+    filter.Configure(after);
+    EXPECT_NE(TakeScreenshot(source.Get()).pixels, first.pixels) << before << " to " << after;
+  }
 }
 
 // The mean change of alpha from frame to frame, over frames of a still but noisy half-transparent picture.
@@ -337,6 +434,29 @@ TEST_F(GreenScreenPicture, DenoiseFollowsAMovingEdgeAtOnce) {
   const Screenshot shot = Shoot(source, SquareOn(kGreen, kRed));
   EXPECT_EQ(shot.At(5, 5)[3], 0);
   EXPECT_EQ(shot.At(50, 40)[3], 255);
+}
+
+// ---- Threads ----
+
+TEST_F(GreenScreenPicture, ScreenshotsFromAnotherThreadMeetUpdatesAndTicks) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(SquareOn(kRed, kGreen));
+  std::atomic<bool> stop{false};
+  std::atomic<int> taken{0}, wrong{0};
+  std::thread thread([&] {
+    while (!stop) {
+      const Screenshot shot = TakeScreenshot(source.Get());
+      if (shot.At(5, 5)[3] != 255 || shot.At(50, 40)[3] != 0) ++wrong;
+      ++taken;
+    }
+  });
+  for (int update = 0; update < 30; ++update)
+    filter.Configure(update % 2 == 0 ? R"({"similarity":0.5,"alphaUp":0.2})" : R"({"similarity":0.6,"alphaUp":0.25})");
+  vanta_test::WaitUntil([&] { return taken >= 20; }, "twenty screenshots");
+  stop = true;
+  thread.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace
