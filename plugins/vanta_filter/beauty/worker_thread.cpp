@@ -1,7 +1,6 @@
 // The worker's thread: its loop and the processing of one frame.
 #include <util/base.h>
 #include <util/platform.h>
-#include <util/threading.h>
 
 #include "beauty/face_beauty_filter_worker.h"
 #include "engine/faceless_instance.h"
@@ -16,7 +15,7 @@ std::atomic<int32_t> render_failures{0};  // shared by all workers of the proces
 }  // namespace
 
 void FaceBeautyFilterWorker::ThreadMain() {
-  os_set_thread_name("FaceBeautyFilterWorker");
+  SetCurrentThreadName("FaceBeautyFilterWorker");
   blog(LOG_INFO, "[beauty] FaceBeautyFilterWorker start");
   const uint64_t id = CurrentThreadId();
   FaceBeautyThreadManagerAddThread(id);

@@ -12,6 +12,10 @@ inline constexpr int kThreadPriorityHighest = 2;  // THREAD_PRIORITY_HIGHEST
 
 // The operating system's id of the calling thread, as the host's supervision wants it.
 uint64_t CurrentThreadId();
+// As debuggers and the host's logs show it.
+void SetCurrentThreadName(const char *name);
+// `priority` as Windows counts it: 0 normal, 2 highest, -2 lowest. False when the system refuses or the thread is gone.
+bool SetThreadPriorityById(uint64_t id, int priority);
 
 // A joinable thread whose priority can be set from outside. The constructor throws std::system_error when no thread
 // can be made; Join throws when called by the thread itself.

@@ -1,11 +1,10 @@
-#include "platform/thread.h"
-
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <utility>
+
+#include "platform/thread.h"
 
 namespace vanta {
 
@@ -27,20 +26,9 @@ uint64_t CurrentThreadId() {
   return static_cast<uint64_t>(syscall(SYS_gettid));
 }
 
-void WorkerThread::Start(std::function<void()> main) {
-  id_.store(0);
-  thread_ = std::thread([this, main = std::move(main)] {
-    id_.store(CurrentThreadId());
-    id_.notify_all();
-    main();
-  });
-}
-
-int WorkerThread::SetPriority(int priority) {
-  if (!Joinable()) return 0;
-  id_.wait(0);
-  // The niceness of one thread, as Linux has it; without the right to raise it the call is refused, which harms nobody.
-  return setpriority(PRIO_PROCESS, static_cast<id_t>(id_.load()), NiceOf(priority)) == 0 ? 1 : 0;
+// The niceness of one thread, as Linux has it; without the right to raise it the call is refused, which harms nobody.
+bool SetThreadPriorityById(uint64_t id, int priority) {
+  return setpriority(PRIO_PROCESS, static_cast<id_t>(id), NiceOf(priority)) == 0;
 }
 
 }  // namespace vanta

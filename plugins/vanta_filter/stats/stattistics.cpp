@@ -3,9 +3,8 @@
 #include <chrono>
 #include <utility>
 
-#include <util/threading.h>
-
 #include "platform/clock.h"
+#include "platform/thread.h"
 
 namespace vanta {
 
@@ -35,7 +34,7 @@ void Stattistics::RequestStop() {
 }
 
 void Stattistics::Run() {
-  os_set_thread_name("Stattistics");
+  SetCurrentThreadName("Stattistics");
   mutex_.Lock();
   bool running = WaitForFrames(kFirstFramesTimeout);
   while (running && WaitForFrames(kPeriod)) {

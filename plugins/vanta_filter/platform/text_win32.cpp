@@ -1,0 +1,9 @@
+#include "platform/text.h"
+
+namespace vanta {
+
+std::string NativePath(std::string host_path) {
+  return host_path;
+}
+
+}  // namespace vanta
