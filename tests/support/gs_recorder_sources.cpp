@@ -39,12 +39,6 @@ gs_effect_t *obs_get_base_effect(enum obs_base_effect which) {
   return effect;
 }
 
-char *obs_find_module_file(obs_module_t *, const char *file) {
-  const bool fail = Note(std::string("obs_find_module_file(") + file + ")");
-  const std::string path = ModuleFile();
-  return fail || path.empty() ? nullptr : bstrdup(path.c_str());
-}
-
 // Thirty frames a second.
 bool obs_get_video_info(struct obs_video_info *info) {
   *info = {};

@@ -6,6 +6,12 @@
 
 namespace vanta_test {
 
+namespace {
+
+constexpr std::chrono::microseconds kPollInterval{200};
+
+}  // namespace
+
 bool WaitUntil(const std::function<bool()> &condition, const char *what) {
   const auto deadline = std::chrono::steady_clock::now() + kWatchdog;
   while (!condition()) {
@@ -13,7 +19,8 @@ bool WaitUntil(const std::function<bool()> &condition, const char *what) {
       ADD_FAILURE() << "waited in vain for: " << what;
       return false;
     }
-    std::this_thread::yield();
+    // Not a mere yield: a condition that takes a lock would keep it from the very thread that it waits for.
+    std::this_thread::sleep_for(kPollInterval);
   }
   return true;
 }
