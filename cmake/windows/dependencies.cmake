@@ -1,0 +1,47 @@
+# On Windows the host, the engine and the vision runner are DLLs beside the module; what is needed of them here is
+# headers and import libraries.
+include(${CMAKE_CURRENT_LIST_DIR}/import_library.cmake)
+
+# Headers that are the same on every system. Debian keeps them below /usr/include, which as a whole holds the headers of
+# another system: each gets an include folder of its own.
+set(VANTA_OBS_INCLUDE_DIR "/usr/include/obs" CACHE PATH "Folder of libobs's headers")
+set(VANTA_NLOHMANN_INCLUDE_DIR "/usr/include/nlohmann" CACHE PATH "nlohmann-json's folder 'nlohmann'")
+set(VANTA_SIMDE_INCLUDE_DIR "/usr/include/simde" CACHE PATH "SIMDe's folder 'simde'; Microsoft's compiler needs none")
+
+# vanta_headers(target FOLDER [NAME]): headers of `folder`, which are included as <NAME/...> where there is a name.
+function(vanta_headers target folder)
+  if(NOT IS_DIRECTORY "${folder}")
+    message(FATAL_ERROR "${folder}: no such folder; install the headers or set the matching VANTA_*_INCLUDE_DIR")
+  endif()
+  set(include "${folder}")
+  if(ARGC GREATER 2)
+    set(include "${PROJECT_BINARY_DIR}/include/${ARGV2}")
+    file(MAKE_DIRECTORY "${include}")
+    file(CREATE_LINK "${folder}" "${include}/${ARGV2}" COPY_ON_ERROR SYMBOLIC)
+  endif()
+  target_include_directories(${target} SYSTEM INTERFACE "${include}")
+endfunction()
+
+set(_lists "${CMAKE_CURRENT_LIST_DIR}/imports")
+vanta_import_library(vanta_import_obs obs "${_lists}/obs.def" "${_lists}/obs.${VANTA_CXX_ABI}.def")
+add_library(OBS::libobs INTERFACE IMPORTED GLOBAL)
+vanta_headers(OBS::libobs "${VANTA_OBS_INCLUDE_DIR}")
+if(NOT MSVC)
+  vanta_headers(OBS::libobs "${VANTA_SIMDE_INCLUDE_DIR}" simde)
+endif()
+
+add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED GLOBAL)
+vanta_headers(nlohmann_json::nlohmann_json "${VANTA_NLOHMANN_INCLUDE_DIR}" nlohmann)
+
+# The engine's methods are C++: with Microsoft's compiler its maker's own import library fits, with this one the list.
+set(VANTA_LUMIVEX_LIBRARY "" CACHE FILEPATH "Import library of Lumivex.dll, where its maker supplies one")
+if(VANTA_LUMIVEX_LIBRARY)
+  add_library(vanta_import_lumivex INTERFACE IMPORTED GLOBAL)
+  target_link_libraries(vanta_import_lumivex INTERFACE "${VANTA_LUMIVEX_LIBRARY}")
+elseif(MSVC)
+  message(FATAL_ERROR "set VANTA_LUMIVEX_LIBRARY to the engine's import library")
+else()
+  vanta_import_library(vanta_import_lumivex Lumivex "${_lists}/Lumivex.${VANTA_CXX_ABI}.def")
+endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/libyuv.cmake)

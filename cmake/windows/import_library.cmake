@@ -1,0 +1,33 @@
+# vanta_import_library(target DLL LISTS...): an imported library `target` for a DLL that is not here. The lists are
+# module definition files without a head: `DLL.def` holds plain C names, `DLL.<abi>.def` the C++ names as this compiler
+# mangles them. They list exactly what the module calls; a test compares them with the built module's import table.
+if(MSVC)
+  set(VANTA_CXX_ABI msvc)
+else()
+  set(VANTA_CXX_ABI itanium)
+endif()
+
+function(vanta_import_library target dll)
+  set(definition "${PROJECT_BINARY_DIR}/imports/${dll}.def")
+  set(library "${PROJECT_BINARY_DIR}/imports/${dll}${CMAKE_STATIC_LIBRARY_SUFFIX}")
+  set(text "LIBRARY ${dll}.dll\nEXPORTS\n")
+  foreach(list IN LISTS ARGN)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+    file(READ "${list}" names)
+    string(REGEX REPLACE "#[^\n]*\n" "" names "${names}")
+    string(APPEND text "${names}")
+  endforeach()
+  file(WRITE "${definition}" "${text}")
+
+  if(MSVC)
+    set(command "${CMAKE_AR}" /nologo /machine:x64 "/def:${definition}" "/out:${library}")
+  else()
+    set(command "${CMAKE_DLLTOOL}" -m i386:x86-64 -d "${definition}" -l "${library}")
+  endif()
+  execute_process(COMMAND ${command} RESULT_VARIABLE failed ERROR_VARIABLE message)
+  if(failed)
+    message(FATAL_ERROR "the import library of ${dll}.dll cannot be made from ${definition}: ${message}")
+  endif()
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  target_link_libraries(${target} INTERFACE "${library}")
+endfunction()

@@ -1,0 +1,122 @@
+// Settings objects: a map with a reference count.
+#include <atomic>
+#include <map>
+#include <string>
+#include <variant>
+
+#include <obs-data.h>
+
+#include "host/paper_host.h"
+
+namespace {
+
+std::atomic<long> alive{0};
+
+class Held;
+
+}  // namespace
+
+struct obs_data {
+  obs_data() { ++alive; }
+  ~obs_data() { --alive; }
+
+  std::atomic<long> refs{1};
+  std::map<std::string, std::variant<long long, bool, std::string, Held>> values;
+};
+
+namespace {
+
+// One reference to an object inside another.
+class Held {
+ public:
+  explicit Held(obs_data_t *data) : data_(data) { obs_data_addref(data_); }
+  Held(const Held &other) : Held(other.data_) {}
+  Held &operator=(const Held &other) {
+    obs_data_addref(other.data_);
+    obs_data_release(data_);
+    data_ = other.data_;
+    return *this;
+  }
+  ~Held() { obs_data_release(data_); }
+  obs_data_t *get() const { return data_; }
+
+ private:
+  obs_data_t *data_;
+};
+
+template <typename Value>
+const Value *Find(obs_data_t *data, const char *name) {
+  if (!data || !name) return nullptr;
+  const auto found = data->values.find(name);
+  return found == data->values.end() ? nullptr : std::get_if<Value>(&found->second);
+}
+
+template <typename Value>
+void Set(obs_data_t *data, const char *name, Value value) {
+  if (data && name) data->values.insert_or_assign(name, std::move(value));
+}
+
+}  // namespace
+
+namespace vanta_test::paper_host {
+
+long SettingsAlive() {
+  return alive;
+}
+
+}  // namespace vanta_test::paper_host
+
+extern "C" {
+
+obs_data_t *obs_data_create() {
+  return new obs_data;
+}
+
+void obs_data_addref(obs_data_t *data) {
+  if (data) ++data->refs;
+}
+
+void obs_data_release(obs_data_t *data) {
+  if (data && --data->refs == 0) delete data;
+}
+
+void obs_data_apply(obs_data_t *target, obs_data_t *from) {
+  if (!target || !from || target == from) return;
+  for (const auto &[name, value] : from->values) target->values.insert_or_assign(name, value);
+}
+
+bool obs_data_has_user_value(obs_data_t *data, const char *name) {
+  return data && name && data->values.count(name) != 0;
+}
+
+void obs_data_set_string(obs_data_t *data, const char *name, const char *value) {
+  Set(data, name, std::string(value ? value : ""));
+}
+void obs_data_set_int(obs_data_t *data, const char *name, long long value) {
+  Set(data, name, value);
+}
+void obs_data_set_bool(obs_data_t *data, const char *name, bool value) {
+  Set(data, name, value);
+}
+void obs_data_set_obj(obs_data_t *data, const char *name, obs_data_t *value) {
+  if (value) Set(data, name, Held(value));
+}
+
+const char *obs_data_get_string(obs_data_t *data, const char *name) {
+  const std::string *value = Find<std::string>(data, name);
+  return value ? value->c_str() : "";
+}
+long long obs_data_get_int(obs_data_t *data, const char *name) {
+  const long long *value = Find<long long>(data, name);
+  return value ? *value : 0;
+}
+bool obs_data_get_bool(obs_data_t *data, const char *name) {
+  const bool *value = Find<bool>(data, name);
+  return value && *value;
+}
+obs_data_t *obs_data_get_obj(obs_data_t *data, const char *name) {
+  const Held *value = Find<Held>(data, name);
+  if (value) obs_data_addref(value->get());
+  return value ? value->get() : nullptr;
+}
+}

@@ -1,0 +1,99 @@
+// What crosses between the host and the module's DLL: entry points, the registration record, the frame record.
+#include <windows.h>  // before libobs, whose vector headers rename what this one includes
+
+#include <cstring>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "host/paper_host.h"
+#include "module/host_frame.h"
+#include "module_dll.h"
+#include "support/host_double.h"
+
+using namespace vanta_test;
+
+namespace {
+
+struct Slots {
+  std::vector<uint8_t> bytes;
+  uint64_t Word(size_t offset) const {
+    uint64_t word;
+    std::memcpy(&word, bytes.data() + offset, sizeof(word));
+    return word;
+  }
+  uint32_t Half(size_t offset) const {
+    uint32_t half;
+    std::memcpy(&half, bytes.data() + offset, sizeof(half));
+    return half;
+  }
+};
+
+class Registration : public testing::Test {
+ protected:
+  Registration() { dll_.Load(); }
+  Slots BeautySlots() const {
+    const std::vector<std::vector<uint8_t>> records = host_double::Registrations();
+    return records.empty() ? Slots{std::vector<uint8_t>(432)} : Slots{records.front()};
+  }
+  ModuleDll dll_;
+};
+
+TEST_F(Registration, EveryRecordHas432Bytes) {
+  ASSERT_FALSE(host_double::Registrations().empty());
+  for (const std::vector<uint8_t> &record : host_double::Registrations()) EXPECT_EQ(record.size(), 432u);
+}
+
+TEST_F(Registration, BeautyFilterComesFirstAsAVideoFilter) {
+  const Slots slots = BeautySlots();
+  EXPECT_STREQ(reinterpret_cast<const char *>(slots.Word(0)), "face_beauty_filter_v2");
+  EXPECT_EQ(slots.Half(8), 1u);
+  EXPECT_EQ(slots.Half(12), 1u);
+}
+
+TEST_F(Registration, EverySlotOfTheBeautyFilterIsAtItsOffset) {
+  const Slots slots = BeautySlots();
+  const std::set<size_t> set = {16, 24, 32, 64, 80, 128, 136, 216, 424};
+  for (size_t offset = 16; offset < 432; offset += 8) {
+    EXPECT_EQ(slots.Word(offset) != 0, set.count(offset) != 0) << "at offset " << offset;
+  }
+}
+
+TEST_F(Registration, SlotsAreTheFunctionsThatTheyAreNamedFor) {
+  const Slots slots = BeautySlots();
+  const auto get_name = reinterpret_cast<const char *(*)(void *)>(slots.Word(16));
+  const auto get_properties = reinterpret_cast<obs_properties_t *(*)(void *)>(slots.Word(64));
+  EXPECT_STREQ(get_name(nullptr), "Face Beauty");
+  EXPECT_EQ(get_properties(nullptr), nullptr);
+}
+
+TEST_F(Registration, NameFollowsTheLocale) {
+  dll_.Find<void(const char *)>("obs_module_set_locale")("zh-CN");
+  EXPECT_STREQ(host_double::Registered("face_beauty_filter_v2").get_name(nullptr), "\xe7\xbe\x8e\xe9\xa2\x9c");
+}
+
+TEST_F(Registration, SecondLocaleLeavesOneTableAlive) {
+  dll_.Find<void(const char *)>("obs_module_set_locale")("zh-CN");
+  EXPECT_EQ(paper_host::TablesAlive(), 1);
+}
+
+TEST_F(Registration, DataWordsAskTheDriversForTheFastAdapter) {
+  EXPECT_EQ(*dll_.Find<uint32_t>("NvOptimusEnablement"), 1u);
+  EXPECT_EQ(*dll_.Find<uint32_t>("AmdPowerXpressRequestHighPerformance"), 1u);
+}
+
+TEST_F(Registration, ControlObjectIsTheSameForEveryCaller) {
+  EXPECT_NE(dll_.Control(), nullptr);
+  EXPECT_EQ(dll_.Control(), dll_.Control());
+}
+
+TEST(FrameRecord, Has224BytesWithTheDumpIdAtByte220) {
+  EXPECT_EQ(sizeof(obs_source_frame), 224u);
+  Frame frame = MakeFrame(16, 1);
+  vanta::SetDumpId(frame.get(), 0x01020304);
+  uint32_t at_220;
+  std::memcpy(&at_220, reinterpret_cast<const char *>(frame.get()) + 220, sizeof(at_220));
+  EXPECT_EQ(at_220, 0x01020304u);
+}
+
+}  // namespace
