@@ -13,18 +13,25 @@ void SetCurrentThreadName(const char *name) {
 }
 
 void WorkerThread::Start(std::function<void()> main) {
-  id_.store(0);
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    id_ = 0;
+  }
   thread_ = std::thread([this, main = std::move(main)] {
-    id_.store(CurrentThreadId());
-    id_.notify_all();
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      id_ = CurrentThreadId();
+    }
+    started_.notify_all();
     main();
   });
 }
 
 int WorkerThread::SetPriority(int priority) {
   if (!Joinable()) return 0;
-  id_.wait(0);
-  return SetThreadPriorityById(id_.load(), priority) ? 1 : 0;
+  std::unique_lock<std::mutex> lock(mutex_);
+  started_.wait(lock, [this] { return id_ != 0; });
+  return SetThreadPriorityById(id_, priority) ? 1 : 0;
 }
 
 }  // namespace vanta

@@ -1,9 +1,10 @@
 // The worker's thread: identity, name and priority as the operating system has them.
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 namespace vanta {
@@ -30,7 +31,10 @@ class WorkerThread {
 
  private:
   std::thread thread_;
-  std::atomic<uint64_t> id_{0};
+  // Not an atomic to wait on: on Windows libstdc++'s was seen to lose the notification, and the wait then never ended.
+  std::mutex mutex_;
+  std::condition_variable started_;
+  uint64_t id_ = 0;  // guarded by mutex_; 0 until the thread runs
 };
 
 }  // namespace vanta

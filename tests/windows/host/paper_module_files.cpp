@@ -7,6 +7,7 @@
 
 #include <obs-module.h>
 #include <util/bmem.h>
+#include <util/platform.h>
 #include <util/text-lookup.h>
 
 #include "host/paper_host.h"
@@ -64,10 +65,14 @@ long TablesAlive() {
 
 extern "C" {
 
+bool os_file_exists(const char *path) {
+  std::error_code error;
+  return fs::exists(PathOf(path), error);
+}
+
 char *obs_find_module_file(obs_module_t *, const char *file) {
   const std::string path = vanta_test::paper_host::ModuleFolder() + "/" + file;
-  std::error_code error;
-  return fs::exists(PathOf(path), error) ? bstrdup(path.c_str()) : nullptr;
+  return os_file_exists(path.c_str()) ? bstrdup(path.c_str()) : nullptr;
 }
 
 lookup_t *obs_module_load_locale(obs_module_t *, const char *default_locale, const char *locale) {

@@ -50,6 +50,17 @@ TEST(WorkerThread, HighestPriorityReachesTheThreadAndNoOther) {
   EXPECT_EQ(GetThreadPriority(GetCurrentThread()), THREAD_PRIORITY_NORMAL);
 }
 
+TEST(WorkerThread, PriorityRightAfterTheStartReachesTheThread) {
+  for (int i = 0; i < 200; ++i) {
+    WorkerThread thread;
+    std::promise<void> leave;
+    thread.Start([&] { leave.get_future().wait(); });
+    EXPECT_EQ(thread.SetPriority(vanta::kThreadPriorityHighest), 1);
+    leave.set_value();
+    thread.Join();
+  }
+}
+
 TEST(WorkerThread, PriorityThatTheSystemDoesNotKnowIsRefused) {
   WaitingWorker worker;
   EXPECT_EQ(worker.thread.SetPriority(99), 0);
