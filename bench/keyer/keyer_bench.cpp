@@ -1,9 +1,12 @@
 // The green screen and libobs's stock chroma key on the same synthetic takes: errors of alpha and colour against the
 // truth, ours with nothing but the picked key colour, the stock filter at its defaults and tuned by a grid search.
-//   keyer_bench [quick]             the table; quick: at one level of noise
-//   keyer_bench ours|ours6 CONFIG... our figures alone, at 3 or 6 levels of noise, for each config (the key colour is
-//   added) keyer_bench speed               time per rendered frame, against the stock filter keyer_bench picture FOLDER
-//   PAM pictures of one frame: the take, and each filter's result over grey
+//
+// - keyer_bench [quick]: the table; quick: at one level of noise.
+// - keyer_bench ours CONFIG..., keyer_bench ours6 CONFIG...: our figures alone, at 3 or 6 levels of noise, for each
+//   config, to which the key colour is added.
+// - keyer_bench speed, keyer_bench --out FILE: time per rendered frame, against the stock filter; FILE takes it as
+// JSON.
+// - keyer_bench picture FOLDER CONFIG...: PAM pictures of the take's last frame and of each config's result.
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -182,7 +185,7 @@ int Run(int argc, char **argv) {
   vanta_integration::RegisterPaintedSource();
   if (!OpenStockFilters()) return 2;
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (!arguments.empty() && arguments[0] == "speed") return MeasureSpeed(argc, argv);
+  if (!arguments.empty() && (arguments[0] == "speed" || arguments[0] == "--out")) return MeasureSpeed(argc, argv);
   if (!arguments.empty() && (arguments[0] == "ours" || arguments[0] == "ours6")) {
     for (const bool blue : {false, true}) {
       SceneOptions scene_options;
