@@ -10,8 +10,8 @@ vanta_packages() {
         libavformat-dev libavcodec-dev libavutil-dev
       ;;
     run)
-      # obs-studio for the muxer, which is a program of its own.
-      printf '%s\n' obs-plugins obs-studio xvfb libgl1-mesa-dri libegl-mesa0
+      # obs-studio for the muxer, gnuplot for --plot: programs of their own.
+      printf '%s\n' obs-plugins obs-studio gnuplot-nox xvfb libgl1-mesa-dri libegl-mesa0
       ;;
     test)
       vanta_packages run

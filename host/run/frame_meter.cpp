@@ -27,20 +27,25 @@ void Keep(std::vector<float> &costs, double microseconds) {
   if (costs.size() < kMaxCosts) costs.push_back(static_cast<float>(microseconds));
 }
 
+// As the module's own statistics have it.
+constexpr uint64_t kBigJank = 3;
+
 }  // namespace
 
 void FrameMeter::Enter(obs_source_frame *frame) {
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    counts_ = {in_, out_};
+    counts_ = tick_counts_;
   }
-  ++in_;
-  if (waiting_ && in_ - marked_at_ > kLostAfterFrames) waiting_ = false;
+  if (!left_) ++withheld_;
+  left_ = false;
+  ++tick_counts_.in;
+  if (waiting_ && tick_counts_.in - marked_at_ > kLostAfterFrames) waiting_ = false;
   if (!waiting_ && requested_.exchange(false)) {
     open_ = {};
     open_.before = Copy(frame);
     open_.entered_ns = os_gettime_ns();
-    marked_at_ = in_;
+    marked_at_ = tick_counts_.in;
     waiting_ = vanta_host_mark_next_frame(filter_, ++mark_);
   }
   enter_time_ns_ = os_gettime_ns();
@@ -48,7 +53,10 @@ void FrameMeter::Enter(obs_source_frame *frame) {
 
 void FrameMeter::Leave(obs_source_frame *frame) {
   const uint64_t now = os_gettime_ns();
-  ++out_;
+  ++tick_counts_.out;
+  if (withheld_ > 0) ++(withheld_ < kBigJank ? tick_counts_.janks : tick_counts_.big_janks);
+  withheld_ = 0;
+  left_ = true;
   {
     std::lock_guard<std::mutex> lock(mutex_);
     Keep(filter_costs_, static_cast<double>(now - enter_time_ns_) / 1000);
@@ -56,7 +64,7 @@ void FrameMeter::Leave(obs_source_frame *frame) {
   if (!waiting_ || vanta::GetDumpId(frame) != mark_) return;
   const char *text = nullptr;
   uint32_t length = 0;
-  if (in_ == marked_at_) {
+  if (tick_counts_.in == marked_at_) {
     // The record in which the marked frame entered carries the mark out again, with the pixels of an older frame,
     // unless the filter let the frame pass.
     const bool untouched =
@@ -73,7 +81,7 @@ void FrameMeter::Leave(obs_source_frame *frame) {
 void FrameMeter::FinishPair(obs_source_frame *frame, bool untouched) {
   open_.after = Copy(frame);
   open_.untouched = untouched;
-  open_.delay_frames = static_cast<uint32_t>(in_ - marked_at_);
+  open_.delay_frames = static_cast<uint32_t>(tick_counts_.in - marked_at_);
   open_.delay_ms = static_cast<double>(os_gettime_ns() - open_.entered_ns) / 1e6;
   std::lock_guard<std::mutex> lock(mutex_);
   done_ = std::move(open_);

@@ -30,6 +30,12 @@ struct FramePair {
 struct FrameCounts {
   uint64_t in = 0;   // frames that entered the filter
   uint64_t out = 0;  // frames that left it; the rest were withheld, and libobs showed the one before again
+  // Times that frames were withheld before one left: one or two in a row, three or more.
+  uint64_t janks = 0, big_janks = 0;
+
+  FrameCounts operator-(const FrameCounts &before) const {
+    return {in - before.in, out - before.out, janks - before.janks, big_janks - before.big_janks};
+  }
 };
 
 // `Enter` and `Leave` are called by the two taps, in the same tick, one directly before and one directly after the
@@ -63,9 +69,11 @@ class FrameMeter {
   std::atomic<bool> requested_{false}, waiting_{false};
 
   // [tick] only.
-  uint64_t in_ = 0, out_ = 0;
+  FrameCounts tick_counts_;
+  uint64_t withheld_ = 0;  // in a row, before the frame that is in the filter now
+  bool left_ = true;       // the last frame that entered
   uint64_t enter_time_ns_ = 0;
-  uint64_t marked_at_ = 0;  // value of in_ when the mark was set
+  uint64_t marked_at_ = 0;  // frames in when the mark was set
   uint32_t mark_ = 0;
   FramePair open_;
 

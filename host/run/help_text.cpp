@@ -17,6 +17,7 @@ constexpr char kHead[] =
 
 SYNOPSIS
   vanta-run --input FILE [options]
+  vanta-run monitor [--ports N] [--seconds S]
 
 DESCRIPTION
   Starts libobs, loads the filter, plays FILE through it in real time, and records what comes out. FILE is
@@ -98,6 +99,37 @@ constexpr char kCommandsTail[] =
   the engine as they stand. SetMagicEffectForSources finds the filter under the name "beauty".
 )";
 
+constexpr char kMonitorHelp[] =
+    R"(NAME
+  vanta-run monitor - shows what every beauty filter on this machine measures
+
+SYNOPSIS
+  vanta-run monitor [--ports N] [--seconds S]
+
+DESCRIPTION
+  Each beauty filter sends a datagram of 56 bytes to 127.0.0.1 once a second: the first filter of a process to port
+  12345, the next one to 12346, and so on. This shows them live, the last minute as small charts with now at the
+  right:
+
+    in, out  frames that entered the filter and that the engine finished, in that second
+    delay    milliseconds that the engine takes for a frame: mean, least and most; in the heading, how much of it
+             goes to its vision and its beauty step
+    jank     times that the filter had no finished frame; big where three or more frames were missed in a row
+
+  Where standard output is no terminal each datagram is one line. A filter that is silent for a minute is no longer
+  shown. Only one monitor can run at a time. A filter's first figures come some 10 s after its first frame and cover
+  more than one second.
+
+      --ports N           listen on N ports, from 12345 upward; 1 to 1000, default 32
+      --seconds S         end after S seconds; else with Ctrl-C
+  -h, --help              this text
+
+EXIT STATUS
+    0  ended by --seconds, Ctrl-C, or because nobody reads its output any more
+    2  unknown option or bad value
+    7  port 12345 is taken: another monitor is running
+)";
+
 constexpr char kTail[] =
     R"(
 OUTPUT
@@ -106,10 +138,14 @@ OUTPUT
       --compare FILE      PNG of one frame before and after the filter, side by side; sets --gl-context off
       --at S              take these pictures S seconds into the run. Default: halfway, or after 2 seconds
       --report FILE       JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's
-                          reports, switches, versions. "-" is standard output
+                          reports, ten-second records, commands sent, switches, versions. "-" is standard output
+      --plot FILE         PNG that draws delay, engine time and jank over the run; needs gnuplot
   Every file is written under another name beside its place and renamed when it is whole.
 
 TALK
+      --monitor           the statistics that the filter sends each second, live: rates, delay and jank as small
+                          charts on a terminal, else a line each, on standard error. "vanta-run monitor" shows those of
+                          every program on this machine; see vanta-run monitor --help
   -q, --quiet             no progress, only errors
   -v, --verbose           libobs's whole log on standard error
       --log FILE          libobs's whole log into FILE
@@ -129,8 +165,9 @@ EXIT STATUS
     2  unknown option, bad value or bad command line
     3  the input or the command file cannot be read, or the input has no picture
     4  no display and no way to get one, or no OpenGL on it
-    5  the filter or a plug-in of libobs is missing
+    5  the filter, a plug-in of libobs or gnuplot is missing
     6  a file could not be written whole; nothing half-written is left under its name
+    7  the monitor cannot listen: another one has its ports
   130  ended by Ctrl-C or SIGTERM; the files are whole, and as long as the run was
 )";
 
@@ -175,6 +212,10 @@ std::vector<std::string> Folded(const std::string &text) {
 
 std::string HelpText() {
   return kHead + BeautyLines() + kMiddle + SwitchLines() + kTail;
+}
+
+std::string MonitorHelpText() {
+  return kMonitorHelp;
 }
 
 std::string CommandsHelpText() {

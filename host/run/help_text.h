@@ -8,6 +8,7 @@ namespace vanta_run {
 std::string HelpText();
 // How command lines are written, with every operation.
 std::string CommandsHelpText();
+std::string MonitorHelpText();
 std::string VersionText();
 
 }  // namespace vanta_run

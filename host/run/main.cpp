@@ -1,14 +1,17 @@
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
 #include "failure.h"
 #include "interrupt.h"
+#include "monitor/monitor_command.h"
 #include "options.h"
 #include "run.h"
 
 int main(int argc, char **argv) {
   using namespace vanta_run;
   try {
+    if (argc > 1 && std::strcmp(argv[1], "monitor") == 0) return RunMonitor(argc - 1, argv + 1);
     Options options;
     if (ParseOptions(argc, argv, options) == ParseResult::kShownHelp) return kExitOk;
     Interrupt interrupt;  // before any thread exists, so that every thread inherits the blocked signals

@@ -24,6 +24,8 @@ enum LongOnly : int {
   kCommands,
   kInteractive,
   kHelpCommands,
+  kMonitor,
+  kPlot,
   kNoEngine,
   kEngineDelay,
   kEngineStopAfter,
@@ -52,6 +54,8 @@ constexpr option kOptions[] = {
     {"settings", required_argument, nullptr, kSettings},
     {"commands", required_argument, nullptr, kCommands},
     {"interactive", no_argument, nullptr, kInteractive},
+    {"monitor", no_argument, nullptr, kMonitor},
+    {"plot", required_argument, nullptr, kPlot},
     {"help-commands", no_argument, nullptr, kHelpCommands},
     {"no-engine", no_argument, nullptr, kNoEngine},
     {"engine-delay", required_argument, nullptr, kEngineDelay},
@@ -197,6 +201,12 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
       return;
     case kCommands:
       options.commands = value;
+      return;
+    case kMonitor:
+      options.monitor = true;
+      return;
+    case kPlot:
+      options.plot = value;
       return;
     case kInteractive:
       options.interactive = true;

@@ -52,11 +52,14 @@ struct Options {
   std::string commands;      // a script's file; empty: none
   bool interactive = false;  // commands come on standard input too
 
+  bool monitor = false;  // the statistics datagrams, live
+
   // Output; an empty path means "not wanted"
   std::string output;
   std::string snapshot;
   std::string compare;
   std::string report;
+  std::string plot;
   double at = -1;  // seconds into the run at which pictures are taken; negative: halfway
 
   // Talk and places

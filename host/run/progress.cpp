@@ -1,11 +1,8 @@
 #include "progress.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <utility>
 
 namespace vanta_run {
 namespace {
@@ -13,11 +10,6 @@ namespace {
 constexpr double kBarPeriod = 0.2;  // seconds between two showings
 constexpr double kLinePeriod = 2.0;
 constexpr int kBarWidth = 28;  // letters
-
-bool IsTerminal() {
-  const char *kind = std::getenv("TERM");
-  return isatty(STDERR_FILENO) == 1 && (kind == nullptr || std::strcmp(kind, "dumb") != 0);
-}
 
 std::string Figures(const ProgressState &state) {
   char text[160];
@@ -34,14 +26,15 @@ std::string Figures(const ProgressState &state) {
 
 }  // namespace
 
-Progress::Progress(bool quiet, bool showing) : quiet_(quiet), showing_(showing && !quiet), terminal_(IsTerminal()) {}
+Progress::Progress(bool quiet, bool showing)
+    : quiet_(quiet), showing_(showing && !quiet), terminal_(IsTerminal(stderr)) {}
 
 void Progress::Say(const std::string &line) {
   if (!quiet_) Complain(line);
 }
 
 void Progress::Complain(const std::string &line) {
-  Clear();
+  region_.Clear();
   std::fprintf(stderr, "vanta-run: %s\n", line.c_str());
 }
 
@@ -58,19 +51,17 @@ void Progress::Show(const ProgressState &state) {
     bar = "[" + std::string(static_cast<size_t>(done), '#') + std::string(static_cast<size_t>(kBarWidth - done), '.') +
           "] ";
   }
-  std::fprintf(stderr, "\r\033[K%s%s", bar.c_str(), Figures(state).c_str());
-  std::fflush(stderr);
-  bar_shown_ = true;
+  std::vector<std::string> lines = above_;
+  lines.push_back(bar + Figures(state));
+  region_.Draw(lines);
+}
+
+void Progress::ShowAbove(std::vector<std::string> lines) {
+  above_ = std::move(lines);
 }
 
 void Progress::End() {
-  if (bar_shown_) std::fputc('\n', stderr);
-  bar_shown_ = false;
-}
-
-void Progress::Clear() {
-  if (bar_shown_) std::fputs("\r\033[K", stderr);
-  bar_shown_ = false;
+  region_.Keep();
 }
 
 }  // namespace vanta_run

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
+
+#include "monitor/live_region.h"
 
 namespace vanta_run {
 
@@ -25,16 +28,18 @@ class Progress {
   void Complain(const std::string &line);
   // Rate-limited by itself.
   void Show(const ProgressState &state);
+  // The monitor's picture, above the bar from now on. On a terminal only; elsewhere its lines are given to Complain.
+  void ShowAbove(std::vector<std::string> lines);
+  bool on_terminal() const { return terminal_ && showing_; }
   // Ends the bar's line.
   void End();
 
  private:
-  void Clear();
-
   const bool quiet_;
   const bool showing_;
   const bool terminal_;
-  bool bar_shown_ = false;
+  LiveRegion region_{stderr};
+  std::vector<std::string> above_;
   double last_ = -1;  // elapsed seconds at the last showing
 };
 

@@ -11,7 +11,10 @@ extern "C" {
 #include "cost_observer.h"
 #include "failure.h"
 #include "module_paths.h"
+#include "monitor/live_monitor.h"
 #include "obs_session.h"
+#include "plot/gnuplot.h"
+#include "plot/plot_script.h"
 #include "report_collector.h"
 #include "runner.h"
 #include "virtual_display.h"
@@ -45,6 +48,16 @@ int Run(const Options &options, Interrupt &interrupt) {
     recording.emplace(options.output);
   }
   Pictures pictures(options);
+  std::optional<LiveMonitor> monitor;
+  if (options.monitor) {
+    monitor.emplace(kMonitoredPorts);
+    if (!monitor->Remark().empty()) progress.Say(monitor->Remark());
+  }
+  std::optional<PendingFile> plot;
+  if (!options.plot.empty()) {
+    RequireGnuplot();
+    plot.emplace(options.plot);
+  }
   std::optional<PendingFile> report;
   if (!options.report.empty() && options.report != "-") report.emplace(options.report);
 
@@ -70,7 +83,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage, abilities,
                            RequireControl());
     Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
-                   pictures, recorder ? &*recorder : nullptr});
+                   pictures, recorder ? &*recorder : nullptr, monitor ? &*monitor : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();
@@ -81,6 +94,10 @@ int Run(const Options &options, Interrupt &interrupt) {
   figures.averages = observer.Averages();
   figures.spikes = observer.Spikes();
   figures.reports = reports.Reports();
+  if (plot) {
+    DrawPlot(PlotScript(figures), *plot);
+    plot->Commit();
+  }
   if (!options.report.empty()) {
     const std::string text = ReportText(options, input, figures);
     if (report) {

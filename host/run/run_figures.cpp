@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "engine_word.h"
 #include "run_figures.h"
 #include "statistics_json.h"
 #include "vanta_host.h"
@@ -86,10 +87,7 @@ Json Applied(const FollowedFrame &frame) {
 std::vector<float> EngineTimes(const RunFigures &figures) {
   std::vector<float> times;
   for (const FollowedFrame &frame : figures.followed) {
-    const Json applied = Applied(frame);
-    if (applied.contains("beauty_ms") && applied["beauty_ms"].is_number()) {
-      times.push_back(applied["beauty_ms"].get<float>());
-    }
+    if (const auto time = EngineMilliseconds(frame.applied)) times.push_back(static_cast<float>(*time));
   }
   return times;
 }
@@ -98,6 +96,8 @@ Json FramesJson(const RunFigures &figures) {
   return {{"in", figures.frames.in},
           {"out", figures.frames.out},
           {"repeated", Repeated(figures)},
+          {"janks", figures.frames.janks},
+          {"big_janks", figures.frames.big_janks},
           {"dropped", Dropped(figures)},
           {"dropped_no_free_carrier", figures.lines.refused},
           {"dropped_to_reduce_delay", figures.lines.reduced}};

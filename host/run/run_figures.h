@@ -23,6 +23,7 @@ struct ModuleReport {
 
 // What one marked frame told on its way.
 struct FollowedFrame {
+  double seconds = 0;  // into the run, when it entered
   uint32_t delay_frames = 0;
   double delay_ms = 0;
   bool untouched = false;
@@ -47,6 +48,12 @@ struct AskedAbility {
   AbilityCall call;
 };
 
+// What went through the filter in one second of the run.
+struct SecondFigures {
+  double end = 0;  // seconds into the run
+  FrameCounts frames;
+};
+
 struct RunFigures {
   const char *ended_by = "";   // "end of input", "limit", "interrupt", "quit"
   double warm_up_seconds = 0;  // from showing the source to the first frames after the engine's word
@@ -54,6 +61,7 @@ struct RunFigures {
   FrameCounts frames;
   LineCounts lines;
   std::vector<FollowedFrame> followed;
+  std::vector<SecondFigures> by_second;
   std::vector<float> filter_costs, draw_costs;  // microseconds
   std::vector<CostNote> averages, spikes;
   std::vector<StatisticsSample> statistics;  // as of the end

@@ -20,6 +20,7 @@ constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's word comes a little before its first frame
 constexpr double kAggregateLook = 1;    // seconds
+constexpr size_t kMaxSeconds = 36000;   // of a run that are kept one by one
 constexpr int kPollMs = 20;
 
 double Seconds(uint64_t since_ns) {
@@ -91,7 +92,7 @@ void Runner::Begin() {
   }
   if (p_.recorder != nullptr) p_.recorder->Start();
   p_.meter.StartOver();
-  counts_at_start_ = p_.meter.Counts();
+  counts_at_start_ = counts_at_second_ = p_.meter.Counts();
   lines_at_start_ = p_.log.Counts();
   canvas_at_start_ = obs_get_total_frames();
   lagged_at_start_ = obs_get_lagged_frames();
@@ -116,7 +117,9 @@ const char *Runner::Play(RunFigures &figures) {
     MarkWhenDue(elapsed);
     TakePair(figures);
     TakeAggregates(elapsed, figures);
+    TakeSecond(elapsed, figures);
     p_.pictures.TakeSnapshotWhenDue(elapsed, at_);
+    ShowMonitor();
     Show(elapsed, figures);
   }
 }
@@ -142,8 +145,8 @@ void Runner::MarkWhenDue(double elapsed) {
 void Runner::TakePair(RunFigures &figures) {
   const FramePair pair = p_.meter.TakePair();
   if (pair.entered_ns == 0) return;
-  figures.followed.push_back({pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
   const double entered = static_cast<double>(pair.entered_ns) / 1e9 - static_cast<double>(start_ns_) / 1e9;
+  figures.followed.push_back({entered, pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
   p_.pictures.Offer(pair, entered, at_);
 }
 
@@ -156,6 +159,24 @@ void Runner::TakeAggregates(double elapsed, RunFigures &figures) {
     if (std::none_of(figures.aggregates.begin(), figures.aggregates.end(), same)) {
       figures.aggregates.push_back({elapsed, std::move(sample)});
     }
+  }
+}
+
+void Runner::TakeSecond(double elapsed, RunFigures &figures) {
+  const double end = figures.by_second.empty() ? 1 : figures.by_second.back().end + 1;
+  if (elapsed < end || figures.by_second.size() >= kMaxSeconds) return;
+  const FrameCounts counts = p_.meter.Counts();
+  figures.by_second.push_back({end, counts - counts_at_second_});
+  counts_at_second_ = counts;
+}
+
+void Runner::ShowMonitor() {
+  if (p_.monitor == nullptr) return;
+  const std::vector<std::string> lines = p_.monitor->Poll();
+  if (p_.progress.on_terminal()) {
+    p_.progress.ShowAbove(p_.monitor->Picture({SizeOf(stderr).columns - 1, SpeaksUtf8()}));
+  } else {
+    for (const std::string &line : lines) p_.progress.Complain(line);
   }
 }
 
@@ -174,7 +195,7 @@ void Runner::Show(double elapsed, const RunFigures &figures) {
 void Runner::End(RunFigures &figures) {
   figures.seconds = Seconds(start_ns_);
   const FrameCounts counts = p_.meter.Counts();
-  figures.frames = {counts.in - counts_at_start_.in, counts.out - counts_at_start_.out};
+  figures.frames = counts - counts_at_start_;
   const LineCounts lines = p_.log.Counts();
   figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
                    lines.reduced - lines_at_start_.reduced, lines.errors};

@@ -9,6 +9,7 @@
 #include "input.h"
 #include "interrupt.h"
 #include "log_sink.h"
+#include "monitor/live_monitor.h"
 #include "options.h"
 #include "pictures.h"
 #include "progress.h"
@@ -33,7 +34,8 @@ struct RunParts {
   AbilityHandler &abilities;
   CommandPlayer &commands;
   Pictures &pictures;
-  Recorder *recorder;  // null: nothing is recorded
+  Recorder *recorder;    // null: nothing is recorded
+  LiveMonitor *monitor;  // null: not wanted
 };
 
 // Threads: [control].
@@ -53,12 +55,14 @@ class Runner {
   void MarkWhenDue(double elapsed);
   void TakePair(RunFigures &figures);
   void TakeAggregates(double elapsed, RunFigures &figures);
+  void TakeSecond(double elapsed, RunFigures &figures);
+  void ShowMonitor();
   void Show(double elapsed, const RunFigures &figures);
 
   const RunParts p_;
   const double at_;  // seconds into the run at which pictures are taken
 
-  FrameCounts counts_at_start_;
+  FrameCounts counts_at_start_, counts_at_second_;
   LineCounts lines_at_start_;
   uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
   uint64_t start_ns_ = 0;

@@ -67,7 +67,7 @@ TEST(RunCommands, CommandChangesThePicture) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":0.2,"call":"SetBeautyIntensityWithType","type":"brightness","intensity":1})");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "2", "--at", "1.8", "--report", "r.json"}));
+      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "3", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(ReadReport(workplace / "r.json")["engine"]["last_applied"]["beauty"]["brightness"], 1.0);
 }
@@ -158,7 +158,7 @@ TEST(RunCommands, AsynchronousCommandsCanBeSwitchedOff) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":0.2,"call":"SetBeautyIntensityWithType","type":"smooth","intensity":1})");
   const ProgramResult result = RunProgram(
-      workplace, With({"--commands", "s.jsonl", "--async-commands", "off", "--seconds", "1.5", "--report", "r.json"}));
+      workplace, With({"--commands", "s.jsonl", "--async-commands", "off", "--seconds", "3", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const json report = ReadReport(workplace / "r.json");
   EXPECT_FALSE(report["switches"]["async-commands"].get<bool>());

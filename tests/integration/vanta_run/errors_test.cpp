@@ -102,6 +102,23 @@ TEST(RunErrors, NoDisplayAndNoXvfbIsADisplayError) {
                 {{{"DISPLAY", std::nullopt}, {"PATH", "/nowhere"}}, {}});
 }
 
+TEST(RunErrors, MissingGnuplotIsAModuleErrorBeforeTheRunStarts) {
+  const Workplace workplace;
+  ExpectRefusal(workplace, {"--input", "color:203040", "--plot", "p.png"}, 5, "install the package gnuplot-nox",
+                {{{"DISPLAY", std::nullopt}, {"PATH", "/nowhere"}}, {}});
+  EXPECT_EQ(workplace.Files(), std::vector<std::string>{});
+}
+
+TEST(RunErrors, MissingCommandFileIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040", "--commands", "missing.jsonl"}, 3, "No such file");
+}
+
+TEST(RunErrors, MonitorKnowsNoOptionsOfARun) {
+  ExpectRefusal(Workplace(), {"monitor", "--input", "x"}, 2, "--input");
+  ExpectRefusal(Workplace(), {"monitor", "clip.mp4"}, 2, "clip.mp4");
+  ExpectRefusal(Workplace(), {"monitor", "--ports", "0"}, 2, "1 to 1000");
+}
+
 TEST(RunErrors, MissingModuleIsAModuleError) {
   ExpectRefusal(Workplace(), {"--input", "color:203040", "--module", "nowhere.so"}, 5, "--module FILE");
 }
@@ -127,6 +144,7 @@ TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
                                      {"--snapshot", "no/s.png"},
                                      {"--compare", "no/c.png"},
                                      {"--report", "no/r.json"},
+                                     {"--plot", "no/p.png"},
                                      {"--log", "no/log.txt"}}) {
     ExpectRefusal(workplace, {"--input", "color:203040", option, name}, 6, name);
   }
@@ -147,10 +165,23 @@ TEST(RunErrors, RefusedRunLeavesNoFileBehind) {
 TEST(RunHelp, ListsEveryExitCodeAndEverySwitch) {
   const ProgramResult result = RunProgram(Workplace(), {"--help"});
   EXPECT_EQ(result.exit_code, 0);
-  for (const char *part : {"\n    0 ", "\n    2 ", "\n    3 ", "\n    4 ", "\n    5 ", "\n    6 ", "\n  130 ",
-                           "--async-commands", "--gl-context", "--frame-flip", "smooth", "whiten"}) {
+  for (const char *part : {"\n    0 ", "\n    2 ", "\n    3 ", "\n    4 ", "\n    5 ", "\n    6 ", "\n    7 ",
+                           "\n  130 ", "--async-commands", "--gl-context", "--frame-flip", "--commands",
+                           "--interactive", "--monitor", "--plot", "smooth", "whiten"}) {
     EXPECT_NE(result.out.find(part), std::string::npos) << part;
   }
+}
+
+TEST(RunHelp, CommandsHaveAPageOfTheirOwn) {
+  const ProgramResult result = RunProgram(Workplace(), {"--help-commands"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.out.find("  SetLookupInfo\n      path: text, intensity: number, "), std::string::npos) << result.out;
+}
+
+TEST(RunHelp, MonitorHasAPageOfItsOwn) {
+  const ProgramResult result = RunProgram(Workplace(), {"monitor", "--help"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_NE(result.out.find("--ports N"), std::string::npos) << result.out;
 }
 
 TEST(RunHelp, VersionNamesLibobs) {

@@ -1,0 +1,12 @@
+// What the engine says of one frame in its JSON.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vanta_run {
+
+// Its beauty time; empty where it told none.
+std::optional<double> EngineMilliseconds(const std::string &applied);
+
+}  // namespace vanta_run
