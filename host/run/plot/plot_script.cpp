@@ -16,6 +16,7 @@ set grid ytics lc rgb "#e0e0e0" lt 1
 set key top right horizontal
 set lmargin 9
 set rmargin 3
+set tmargin 2.5
 )";
 
 constexpr char kPanels[] = R"(set multiplot
