@@ -58,9 +58,11 @@ bool FeedUntilShown(FedSource &source, BeautyChain &chain, const HostFrame &pict
       what);
 }
 
-// The engine's start-up preset would whiten the ramp. Given as a snapshot, since each new engine begins with it again.
-void SetNeutralPreset(const ObsSession &session) {
+// The engine's start-up preset would whiten the ramp. Given as a snapshot, since each new engine begins with it again,
+// and since commands that come before the engine are lost.
+void SetNeutralPreset(const ObsSession &session, float contrast = 0.0f) {
   FacelessEngineSnapshot snapshot;
+  snapshot.beauty[lumivex::kBeautyContrast] = contrast;
   snapshot.group.emplace();
   std::strcpy(snapshot.group->path, "yuantu");
   session.Control().SetEngineSnapshot(snapshot);
@@ -155,7 +157,7 @@ TEST(GpuRoad, LeavesTheFramesInMemoryAsTheyCame) {
   const ObsSession session;
   const HostFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
-  session.Control().SetBeautyIntensityWithType(lumivex::kBeautyBrightness, 1.0f);
+  session.Control().SetBeautyIntensityWithType(lumivex::kBeautyBrightness, 1.0f);  // the engine is there
   EXPECT_TRUE(FeedUntilShown(
       gpu.source, gpu.chain, picture, [&](const Screenshot &shot) { return MeanDifference(shot, gpu.plain) >= 8; },
       "a brighter picture on the canvas"));
@@ -166,11 +168,11 @@ TEST(GpuRoad, LeavesTheFramesInMemoryAsTheyCame) {
 Screenshot PlayClip(const MediaClip &clip, bool on_gpu) {
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, on_gpu);
   const ObsSession session({.stock_media = true});
+  SetNeutralPreset(session, 0.5f);
   const OBSSourceAutoRelease source = clip.MakeSource();
   const OBSDataAutoRelease settings = OpenInterop();
   BeautyChain chain(source, settings);
   obs_set_output_source(0, source);
-  session.Control().SetBeautyIntensityWithType(lumivex::kBeautyContrast, 0.5f);
   EXPECT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= 20; }, "twenty frames"));
   EXPECT_EQ(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE), on_gpu);
   WaitForTicks(2);
