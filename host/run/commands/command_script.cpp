@@ -12,7 +12,7 @@ namespace vanta_run {
 namespace {
 
 constexpr size_t kMaxComplaints = 20;
-constexpr char kRemedy[] = "give a file of commands, one a line; see vanta-run --help-commands";
+constexpr char kRemedy[] = "give a file of commands as vanta-run --help-commands tells";
 
 std::ifstream OpenScript(const std::string &path) {
   std::error_code ignored;

@@ -84,6 +84,17 @@ TEST(RunMonitor, LaterPortThatIsTakenIsNamed) {
   EXPECT_EQ(result.err, "vanta-run: taken by another program, so not shown: port 12346\n");
 }
 
+// An engine that takes five frames' time for one leaves gaps of three frames or more.
+TEST(RunMonitor, SlowEngineShowsAsBigJanksInTheReport) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(workplace, {"--input", "color:c08060", "--size", "320x240", "--seconds", "3",
+                                                      "--engine-delay", "170", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const nlohmann::json frames = ReadReport(workplace / "r.json")["frames"];
+  EXPECT_GT(frames["big_janks"].get<int>(), 3) << frames;
+  EXPECT_LE(3 * frames["big_janks"].get<int>(), frames["repeated"].get<int>()) << frames;
+}
+
 // Long enough for the first ten-second record.
 TEST(RunMonitor, RunShowsItsDatagramsReportsItsRecordsAndDrawsItsPlot) {
   const ListenerTurn turn;
