@@ -38,7 +38,7 @@ TEST_F(BeautyFilterDll, PassesThreeHundredFramesThroughTheEngine) {
     const uint8_t fill = static_cast<uint8_t>(i % 100);
     const Frame frame = MakeFrame(fill, i);
     obs_source_frame *out = filter.VideoThroughEngine(frame.get());
-    ASSERT_EQ(out, frame.get());
+    ASSERT_EQ(out, frame.get()) << "frame " << i << "; the last line: " << log_.Lines().back().text;
     EXPECT_EQ(out->timestamp, i);
     // An older frame's pixels, with the engine's mark in the first byte.
     EXPECT_EQ(out->data[0][0], out->data[0][1] + 100) << i;

@@ -94,9 +94,12 @@ BeautyFilter::BeautyFilter(obs_data_t *settings)
   instance_ = record_.create(settings ? settings : own, &sources_->filter);
   obs_data_release(own);
   EXPECT_NE(instance_, nullptr);
-  // Until the worker runs, frames pass untouched: the first one that it takes shows that it does.
+  // Until the worker runs, frames pass untouched: the first one that it takes shows that it does. The engine is held
+  // meanwhile, or that frame might be back within the same call.
+  scripted_engine::Close(Gate::kProcess);
   const Frame first = MakeFrame(0, 0);
   WaitUntil([&] { return Video(first.get()) != first.get(); }, "a running worker");
+  scripted_engine::Open(Gate::kProcess);
   WaitForPasses(1);
 }
 
