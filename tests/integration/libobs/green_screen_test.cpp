@@ -192,6 +192,20 @@ TEST_F(GreenScreenPicture, EverySizeIsKeyedToItsEdges) {
   }
 }
 
+TEST_F(GreenScreenPicture, AFourThousandPixelsWideSourceIsKeyedToItsEdges) {
+  constexpr uint32_t kWide = 4096, kHigh = 2160;
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), R"({"alphaShrink":1,"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":1})");
+  source.Paint(SquareOn(kRed, kGreen, kWide, kHigh));
+  const Screenshot shot = TakeScreenshot(source.Get());
+  ASSERT_EQ(shot.width, kWide);
+  ASSERT_EQ(shot.height, kHigh);
+  EXPECT_EQ(shot.At(0, 0)[3], 255);
+  EXPECT_EQ(shot.At(kWide / 2 - 200, kHigh / 2 - 200)[3], 255);
+  for (const auto &[x, y] : {std::pair{kWide - 1, 0u}, {0u, kHigh - 1}, {kWide - 1, kHigh - 1}, {kWide / 2, kHigh / 2}})
+    EXPECT_EQ(shot.At(x, y)[3], 0) << x << ", " << y;
+}
+
 TEST_F(GreenScreenPicture, ASizeThatChangesEachFrameIsKeyedEachTime) {
   PaintedSource source;
   const GreenScreen filter(source.Get());
@@ -281,14 +295,14 @@ TEST_F(GreenScreenPicture, ShrinkMovesAStraightEdgeByItsPixels) {
   EXPECT_EQ(shot.At(10, 21)[3], 0);
 }
 
-// Red beyond a soft edge through the middle, whose normal points in direction `angle`.
-Picture EdgeAt(double angle, uint32_t size) {
+// Red beyond a soft edge through the middle, `softness` pixels wide, whose normal points in direction `angle`.
+Picture EdgeAt(double angle, uint32_t size, double softness = 4) {
   Picture picture(size, size);
   for (uint32_t y = 0; y < size; ++y) {
     for (uint32_t x = 0; x < size; ++x) {
       const double middle = size / 2.0;
       const double inside = (x + 0.5 - middle) * std::cos(angle) + (y + 0.5 - middle) * std::sin(angle);
-      const double part = std::clamp(inside / 4 + 0.5, 0.0, 1.0);
+      const double part = std::clamp(inside / softness + 0.5, 0.0, 1.0);
       picture.At(x, y)[0] = static_cast<uint8_t>(std::lround(200 * part));
       picture.At(x, y)[1] = static_cast<uint8_t>(std::lround(255 - 225 * part));
       picture.At(x, y)[3] = 255;
@@ -320,6 +334,35 @@ TEST_F(GreenScreenPicture, ShrinkMovesASoftEdgeOfAnyAngleByItsPixels) {
       filter.Configure(R"({"alphaShrink":)" + std::to_string(pixels) + "}");
       const double after = AlphaInCircle(TakeScreenshot(source.Get()), kRadius);
       EXPECT_NEAR((before - after) / (2 * kRadius), pixels, 0.15) << degrees << " degrees";
+    }
+  }
+}
+
+// The width of a straight edge's ramp through the middle of a circle, in pixels: the integral of alpha (1 - alpha)
+// across a linear ramp is a sixth of its width, wherever the pixels lie.
+double RampWidth(const Screenshot &shot, double radius) {
+  double sum = 0;
+  for (uint32_t y = 0; y < shot.height; ++y) {
+    for (uint32_t x = 0; x < shot.width; ++x) {
+      const double alpha = shot.At(x, y)[3] / 255.0;
+      if (std::hypot(x + 0.5 - shot.width / 2.0, y + 0.5 - shot.height / 2.0) < radius) sum += alpha * (1 - alpha);
+    }
+  }
+  return 6 * sum / (2 * radius);
+}
+
+TEST_F(GreenScreenPicture, ShrinkKeepsTheWidthOfASoftEdgeOfAnyAngle) {
+  constexpr double kRadius = 60;
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  for (int degrees = 0; degrees < 180; degrees += 15) {
+    source.Paint(EdgeAt(degrees * 3.14159265 / 180, 160, 12));
+    filter.Configure(R"({"alphaShrink":0})");
+    const double before = RampWidth(TakeScreenshot(source.Get()), kRadius);
+    for (const double pixels : {1.0, 2.0, 4.0}) {
+      filter.Configure(R"({"alphaShrink":)" + std::to_string(pixels) + "}");
+      const double after = RampWidth(TakeScreenshot(source.Get()), kRadius);
+      EXPECT_NEAR(after / before, 1.0, 0.05) << degrees << " degrees, " << pixels << " pixels, from " << before;
     }
   }
 }
@@ -425,6 +468,37 @@ TEST_F(GreenScreenPicture, DenoiseCalmsAStillEdge) {
   const double flicker = Flicker(raw);
   EXPECT_GT(flicker, 2.0);
   EXPECT_LT(Flicker(calm), flicker * 0.35);
+}
+
+TEST_F(GreenScreenPicture, ALowerKalmanGainIsCalmer) {
+  std::vector<double> flicker;
+  for (const char *config : {R"({"aKalmanQ":0})", R"({"aKalmanQ":30})", R"({"aKalmanQ":100})"}) {
+    PaintedSource source;
+    const GreenScreen filter(source.Get(), config);
+    flicker.push_back(Flicker(source));
+  }
+  EXPECT_LT(flicker[0], flicker[1] * 0.8);
+  EXPECT_LT(flicker[1], flicker[2] * 0.8);
+}
+
+TEST_F(GreenScreenPicture, DenoiseSwitchedOnLaterCalmsTheEdge) {
+  PaintedSource source;
+  GreenScreen filter(source.Get());
+  filter.Configure(R"({"denoiseEnabled":false})");
+  const double raw = Flicker(source);
+  filter.Configure(R"({"denoiseEnabled":true})");
+  EXPECT_LT(Flicker(source), raw * 0.35);
+}
+
+TEST_F(GreenScreenPicture, AdjustmentSwitchedOffGivesThePictureOfItsDefaults) {
+  PaintedSource source;
+  GreenScreen filter(source.Get(), kRawKey);
+  source.Paint(Colours());
+  const Screenshot defaults = TakeScreenshot(source.Get());
+  filter.Configure(R"({"alphaDown":0.3,"alphaUp":0.6,"alphaShrink":2})");
+  EXPECT_NE(TakeScreenshot(source.Get()).pixels, defaults.pixels);
+  filter.Configure(R"({"alphaAdjustEnabled":false})");
+  EXPECT_EQ(TakeScreenshot(source.Get()).pixels, defaults.pixels);
 }
 
 TEST_F(GreenScreenPicture, DenoiseFollowsAMovingEdgeAtOnce) {
