@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -50,21 +51,29 @@ void TakePixels(const cv::Mat &bgra, Input &input) {
   input.pixels.assign(bgra.datastart, bgra.dataend);
 }
 
-void LookAtColor(const Options &options, Input &input) {
+// One option that names something to play.
+struct Wish {
+  const char *option;
+  std::string text;
+  std::optional<PictureSize> size;
+  bool verbose;
+};
+
+void LookAtColor(const Wish &wish, Input &input) {
   const std::string text = input.path.substr(sizeof(kColorPrefix) - 1);
   const auto color = ParseColor(text);
   if (!color) {
-    throw Failure(kExitUsage, "--input", "bad colour '" + text + "'", "write six hexadecimal digits, color:30A060");
+    throw Failure(kExitUsage, wish.option, "bad colour '" + text + "'", "write six hexadecimal digits, color:30A060");
   }
-  const PictureSize size = CanvasSize(options.size.value_or(kColorSize));
+  const PictureSize size = CanvasSize(wish.size.value_or(kColorSize));
   TakePixels(cv::Mat(static_cast<int>(size.height), static_cast<int>(size.width), CV_8UC4,
                      cv::Scalar(*color & 255, *color >> 8 & 255, *color >> 16 & 255, 255)),
              input);
 }
 
-void LookAtPicture(const Options &options, Input &input) {
+void LookAtPicture(const Wish &wish, Input &input) {
   cv::Mat picture;
-  const QuietErrors quiet(options.verbose);  // the decoders write their warnings there
+  const QuietErrors quiet(wish.verbose);  // the decoders write their warnings there
   try {
     picture = cv::imread(input.path, cv::IMREAD_COLOR);
   } catch (const cv::Exception &) {
@@ -72,7 +81,7 @@ void LookAtPicture(const Options &options, Input &input) {
   }
   if (picture.empty()) throw Failure(kExitInput, input.path, "the picture is damaged", "give another file");
   const PictureSize own{static_cast<uint32_t>(picture.cols), static_cast<uint32_t>(picture.rows)};
-  const PictureSize frame = CanvasSize(options.size.value_or(FitInside(own, kLargestPicture)));
+  const PictureSize frame = CanvasSize(wish.size.value_or(FitInside(own, kLargestPicture)));
   // The picture keeps its shape: what is left of the frame stays black.
   const double factor =
       std::min(static_cast<double>(frame.width) / own.width, static_cast<double>(frame.height) / own.height);
@@ -100,7 +109,7 @@ std::string AvReason(int error) {
   return text;
 }
 
-void LookAtMedia(const Options &options, Input &input) {
+void LookAtMedia(const Wish &wish, Input &input) {
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
   if (error < 0) throw Failure(kExitInput, input.path, AvReason(error), "give a video, a picture or color:RRGGBB");
@@ -114,7 +123,7 @@ void LookAtMedia(const Options &options, Input &input) {
     throw Failure(kExitInput, input.path, "holds no video", "give a file with a picture");
   }
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
-  input.canvas = options.size.value_or(FitInside(input.size, kLargestCanvas));
+  input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
   const AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
   if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1) {
     input.rate = av_q2d(rate) <= kFastestDefault
@@ -135,27 +144,36 @@ void RequireReadable(const std::string &path) {
   }
 }
 
-}  // namespace
-
-Input LookAtInput(const Options &options) {
+Input LookAt(const Wish &wish) {
   Input input;
-  input.path = options.input;
+  input.path = wish.text;
   if (input.path.rfind(kColorPrefix, 0) == 0) {
     input.kind = InputKind::kColor;
-    LookAtColor(options, input);
+    LookAtColor(wish, input);
   } else {
     RequireReadable(input.path);
     input.path = std::filesystem::absolute(input.path).string();  // a colon in a bare name would read as a protocol
     if (cv::haveImageReader(input.path)) {
       input.kind = InputKind::kPicture;
-      LookAtPicture(options, input);
+      LookAtPicture(wish, input);
     } else {
-      LookAtMedia(options, input);
+      LookAtMedia(wish, input);
     }
   }
   input.canvas = CanvasSize(input.canvas);
+  return input;
+}
+
+}  // namespace
+
+Input LookAtInput(const Options &options) {
+  Input input = LookAt({"--input", options.input, options.size, options.verbose});
   if (options.rate) input.rate = *options.rate;
   return input;
+}
+
+Input LookAtBackground(const Options &options) {
+  return LookAt({"--background", options.background, std::nullopt, options.verbose});
 }
 
 }  // namespace vanta_run

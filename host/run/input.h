@@ -24,5 +24,7 @@ struct Input {
 
 // Throws Failure(kExitInput), or kExitUsage for a malformed colour.
 Input LookAtInput(const Options &options);
+// What --background names, in its own size; it fills the canvas whatever its shape is. Throws likewise.
+Input LookAtBackground(const Options &options);
 
 }  // namespace vanta_run

@@ -11,6 +11,7 @@
 #include "commands/settings_update.h"
 #include "failure.h"
 #include "help_text.h"
+#include "key_config.h"
 #include "option_values.h"
 
 namespace vanta_run {
@@ -26,6 +27,9 @@ enum LongOnly : int {
   kHelpCommands,
   kMonitor,
   kPlot,
+  kNoBeauty,
+  kGreenScreen,
+  kBackground,
   kNoEngine,
   kEngineDelay,
   kEngineStopAfter,
@@ -57,6 +61,9 @@ constexpr option kOptions[] = {
     {"monitor", no_argument, nullptr, kMonitor},
     {"plot", required_argument, nullptr, kPlot},
     {"help-commands", no_argument, nullptr, kHelpCommands},
+    {"no-beauty", no_argument, nullptr, kNoBeauty},
+    {"green-screen", required_argument, nullptr, kGreenScreen},
+    {"background", required_argument, nullptr, kBackground},
     {"no-engine", no_argument, nullptr, kNoEngine},
     {"engine-delay", required_argument, nullptr, kEngineDelay},
     {"engine-stop-after", required_argument, nullptr, kEngineStopAfter},
@@ -211,6 +218,15 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
     case kInteractive:
       options.interactive = true;
       return;
+    case kNoBeauty:
+      options.beauty_filter = false;
+      return;
+    case kGreenScreen:
+      options.green_screen = ReadKeyConfig(value);
+      return;
+    case kBackground:
+      options.background = value;
+      return;
     case kNoEngine:
       options.engine = false;
       return;
@@ -258,6 +274,28 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
   options.switches.emplace_back(static_cast<vanta_host_switch>(which - kFirstSwitch), *on);
 }
 
+// Without the beauty filter there is nothing that these could be told to, or that they could show.
+void RefuseBeautyOptions(const Options &options) {
+  const std::pair<const char *, bool> needing[] = {
+      {"--beauty", !options.beauty.empty()},
+      {"--lookup", options.lookup.has_value()},
+      {"--group", !options.group.empty()},
+      {"--effect", !options.effects.empty()},
+      {"--settings", !options.settings.empty()},
+      {"--commands", !options.commands.empty()},
+      {"--interactive", options.interactive},
+      {"--monitor", options.monitor},
+      {"--plot", !options.plot.empty()},
+      {"--compare", !options.compare.empty()},
+      {"--engine-delay", options.engine_delay_ms > 0},
+      {"--engine-stop-after", options.engine_stop_after >= 0},
+  };
+  for (const auto &[name, given] : needing) {
+    if (given)
+      throw Failure(kExitUsage, "--no-beauty", std::string(name) + " needs the beauty filter", "drop one of both");
+  }
+}
+
 }  // namespace
 
 ParseResult ParseOptions(int argc, char **argv, Options &options) {
@@ -297,6 +335,7 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
   if (options.input.empty()) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
+  if (!options.beauty_filter) RefuseBeautyOptions(options);
   // The pair is taken from frames in memory. First, so that a switch of the command line wins.
   if (!options.compare.empty())
     options.switches.insert(options.switches.begin(), {VANTA_SWITCH_CREATE_GL_CONTEXT, false});

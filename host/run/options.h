@@ -48,6 +48,12 @@ struct Options {
   std::vector<std::string> settings;  // JSON objects for the filter, in the order given
   std::vector<std::pair<vanta_host_switch, bool>> switches;
 
+  bool beauty_filter = true;
+
+  // Green screen
+  std::optional<std::string> green_screen;  // a JSON object; empty: no such filter
+  std::string background;                   // a file, or "color:RRGGBB"; empty: none
+
   // The host application's part
   std::string commands;      // a script's file; empty: none
   bool interactive = false;  // commands come on standard input too

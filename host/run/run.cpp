@@ -36,6 +36,8 @@ int Run(const Options &options, Interrupt &interrupt) {
   // What can fail cheaply comes first.
   if (!options.verbose) av_log_set_level(AV_LOG_QUIET);
   const Input input = LookAtInput(options);
+  std::optional<Input> background;
+  if (!options.background.empty()) background = LookAtBackground(options);
   std::vector<ScriptLine> script;
   if (!options.commands.empty()) script = ReadScript(options.commands);
   const RunLimits limits(options, input, script.empty() ? 0 : script.back().at);
@@ -71,11 +73,14 @@ int Run(const Options &options, Interrupt &interrupt) {
   control.SendSnapshot();
 
   RunFigures figures;
+  figures.beauty_filter = options.beauty_filter;
   {
     FrameMeter meter;
     AbilityHandler abilities;
     Stage stage(input, options.loop, meter);
-    stage.AddFilter();
+    stage.AddFilters(options.beauty_filter);
+    if (options.green_screen) stage.AddGreenScreen(*options.green_screen);
+    if (background) stage.AddBackground(*background);
     control.SendCommands();
     stage.Show();
     std::optional<Recorder> recorder;

@@ -92,6 +92,14 @@ std::vector<float> EngineTimes(const RunFigures &figures) {
   return times;
 }
 
+// Null where nothing is keyed.
+Json GreenScreenJson(const Options &options) {
+  if (!options.green_screen) return {};
+  Json json = {{"config", Json::parse(*options.green_screen)}};
+  if (!options.background.empty()) json["background"] = options.background;
+  return json;
+}
+
 Json FramesJson(const RunFigures &figures) {
   return {{"in", figures.frames.in},
           {"out", figures.frames.out},
@@ -177,6 +185,15 @@ Json SwitchesJson() {
   return json;
 }
 
+void AddLateLine(const RunFigures &figures, std::vector<std::string> &lines) {
+  if (figures.canvas_lagged * 20 <= figures.canvas_frames) return;
+  char text[200];
+  std::snprintf(text, sizeof(text),
+                "late    %u of %u pictures: the machine is too slow for this; give a smaller --size or --fps",
+                figures.canvas_lagged, figures.canvas_frames);
+  lines.emplace_back(text);
+}
+
 }  // namespace
 
 std::string ReportText(const Options &options, const Input &input, const RunFigures &figures) {
@@ -187,6 +204,8 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
        {{"seconds", Rounded(figures.seconds)},
         {"warm_up_seconds", Rounded(figures.warm_up_seconds)},
         {"ended_by", figures.ended_by}}},
+      {"beauty_filter", options.beauty_filter},
+      {"green_screen", GreenScreenJson(options)},
       {"frames", FramesJson(figures)},
       {"delay", DelayJson(figures)},
       {"cost_us",
@@ -234,6 +253,10 @@ std::vector<std::string> SummaryLines(const RunFigures &figures) {
                 static_cast<unsigned long long>(Repeated(figures)), static_cast<unsigned long long>(Dropped(figures)),
                 figures.seconds);
   lines.emplace_back(text);
+  if (!figures.beauty_filter) {
+    AddLateLine(figures, lines);
+    return lines;
+  }
   if (!delays.empty()) {
     std::snprintf(text, sizeof(text), "delay   %.1f ms, %.1f frames", mean(delays), mean(delay_frames));
     lines.emplace_back(text);
@@ -246,12 +269,7 @@ std::vector<std::string> SummaryLines(const RunFigures &figures) {
   std::snprintf(text, sizeof(text), "filter  %.1f ms a frame in filter_video, %.1f ms in video_render",
                 mean(figures.filter_costs) / 1000, mean(figures.draw_costs) / 1000);
   lines.emplace_back(text);
-  if (figures.canvas_lagged * 20 > figures.canvas_frames) {
-    std::snprintf(text, sizeof(text),
-                  "late    %u of %u pictures: the machine is too slow for this; give a smaller --size or --fps",
-                  figures.canvas_lagged, figures.canvas_frames);
-    lines.emplace_back(text);
-  }
+  AddLateLine(figures, lines);
   return lines;
 }
 

@@ -56,6 +56,7 @@ struct SecondFigures {
 
 struct RunFigures {
   const char *ended_by = "";   // "end of input", "limit", "interrupt", "quit"
+  bool beauty_filter = true;   // in the chain
   double warm_up_seconds = 0;  // from showing the source to the first frames after the engine's word
   double seconds = 0;
   FrameCounts frames;

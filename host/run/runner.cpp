@@ -55,7 +55,7 @@ bool Runner::WarmUp(RunFigures &figures) {
   const uint64_t start = os_gettime_ns();
   uint64_t out_at_word = 0;
   double restarted = 0;
-  bool word = false;
+  bool word = p_.stage.filter() == nullptr;  // without the filter no engine is asked
   for (;;) {
     if (p_.interrupt.Wait(kPollMs)) return false;
     if (p_.stage.Ended() && Seconds(start) - restarted > kRestartPause) {
@@ -77,6 +77,7 @@ bool Runner::WarmUp(RunFigures &figures) {
     }
   }
   figures.warm_up_seconds = Seconds(start);
+  if (p_.stage.filter() == nullptr) return true;
   if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
     p_.progress.Say("no effect engine: the picture passes untouched");
   }
@@ -135,6 +136,7 @@ bool Runner::Drained(double elapsed, uint64_t entered) {
 
 // One frame a second, and one at the time of the pictures.
 void Runner::MarkWhenDue(double elapsed) {
+  if (p_.stage.filter() == nullptr) return;
   const bool due_for_pictures = !marked_at_ && elapsed >= at_;
   if (elapsed < next_mark_ && !due_for_pictures) return;
   p_.meter.RequestPair();
@@ -201,7 +203,7 @@ void Runner::End(RunFigures &figures) {
                    lines.reduced - lines_at_start_.reduced, lines.errors};
   p_.pictures.TakeLast();
   // A short run may have its only marked frame still under way.
-  if (figures.followed.empty()) p_.meter.RequestPair();
+  if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
   const uint64_t asked = os_gettime_ns();
   while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
     os_sleep_ms(kPollMs);

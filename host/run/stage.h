@@ -1,14 +1,14 @@
-// The source, the filter between its two taps, and the scene that shows them.
+// The source, the filters on it, and the scene that shows it, over a background where one is wanted.
 #pragma once
 
 #include <obs.hpp>
 
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "frame_meter.h"
 #include "input.h"
-#include "still_source.h"
+#include "played_source.h"
 
 namespace vanta_run {
 
@@ -25,24 +25,32 @@ class Stage {
   Stage(const Stage &) = delete;
   Stage &operator=(const Stage &) = delete;
 
-  // Throws Failure(kExitModule) when the filter cannot be made.
-  void AddFilter();
+  // The two taps, and between them the beauty filter where it is wanted. Throws Failure(kExitModule) when the filter
+  // cannot be made.
+  void AddFilters(bool beauty);
+  // Behind all other filters. `config`: a JSON object. Throws likewise.
+  void AddGreenScreen(const std::string &config);
+  // Below the source. Before it is shown; the input must outlive the stage.
+  void AddBackground(const Input &background);
   void Show();
-  // From the first frame again. Pictures and colours have no first frame.
-  void Restart();
-  bool Ended() const;
+  void Restart() { source_->Restart(); }
+  bool Ended() const { return source_->Ended(); }
+  // The beauty filter; null where there is none.
   obs_source_t *filter() const { return filter_; }
+  // The source's place on the canvas, once it is shown.
+  obs_sceneitem_t *item() const { return item_; }
   // A new reference on the source or the filter; null for another name.
   obs_source_t *TakeSource(const std::string &name) const;
 
  private:
+  obs_sceneitem_t *Place(obs_source_t *source, obs_bounds_type bounds);
+
   const Input &input_;
   FrameMeter &meter_;
-  std::unique_ptr<StillSource> still_;
-  OBSSourceAutoRelease media_;
-  OBSSourceAutoRelease before_, filter_, after_;
+  std::optional<PlayedSource> source_, background_;
+  OBSSourceAutoRelease before_, filter_, after_, green_screen_;
   OBSSceneAutoRelease scene_;
-  obs_source_t *source_ = nullptr;  // of still_ or media_
+  obs_sceneitem_t *item_ = nullptr;  // of scene_
 };
 
 }  // namespace vanta_run

@@ -67,7 +67,9 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{"Effect", {"--effect", "beauty=perhaps"}},
                     BadValue{"EffectName", {"--effect", "charm=on"}}, BadValue{"Lookup", {"--lookup", "missing.cube"}},
                     BadValue{"Settings", {"--settings", "[1]"}}, BadValue{"Switch", {"--async-commands", "maybe"}},
-                    BadValue{"Color", {"--input", "color:12"}}, BadValue{"Delay", {"--engine-delay", "long"}},
+                    BadValue{"Color", {"--input", "color:12"}}, BadValue{"Background", {"--background", "color:12"}},
+                    BadValue{"KeyText", {"--green-screen", "{\"keyColor\":"}},
+                    BadValue{"KeyEmpty", {"--green-screen", ""}}, BadValue{"Delay", {"--engine-delay", "long"}},
                     BadValue{"Ending", {"--output", "out.doc"}}),
     [](const auto &info) { return std::string(info.param.name); });
 

@@ -1,0 +1,163 @@
+// The green screen's options, judged by the colours of the picture.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "program.h"
+
+namespace vanta_test {
+namespace {
+
+const cv::Scalar kBackingBgr(0x50, 0xA0, 0x30), kFrontBgr(0x30, 0x40, 0xC0), kBackgroundBgr(0xC0, 0x40, 0x20);
+constexpr char kBackground[] = "color:2040C0";
+constexpr char kConfig[] = R"({"keyColor":[0.188,0.627,0.314]})";
+
+double Distance(const cv::Scalar &a, const cv::Scalar &b) {
+  return std::max({std::abs(a[0] - b[0]), std::abs(a[1] - b[1]), std::abs(a[2] - b[2])});
+}
+
+double Light(const cv::Scalar &bgr) {
+  return (bgr[0] + bgr[1] + bgr[2]) / 3;
+}
+
+// A red front in the middle of a green backing.
+void WriteTake(const std::filesystem::path &path) {
+  cv::Mat take(180, 320, CV_8UC3, kBackingBgr);
+  cv::rectangle(take, cv::Rect(100, 50, 120, 80), kFrontBgr, cv::FILLED);
+  cv::imwrite(path.string(), take);
+}
+
+cv::Scalar Center(const cv::Mat &picture) {
+  return cv::mean(picture(cv::Rect(140, 70, 40, 40)));
+}
+
+cv::Scalar Corner(const cv::Mat &picture) {
+  return cv::mean(picture(cv::Rect(10, 10, 40, 20)));
+}
+
+ProgramResult RunTake(const Workplace &workplace, const std::vector<std::string> &more) {
+  WriteTake(workplace / "take.png");
+  std::vector<std::string> arguments = {"--quiet", "--input", "take.png", "--fps", "20", "--seconds", "1.5"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  ProgramResult result = RunProgram(workplace, arguments);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  return result;
+}
+
+cv::Mat Snapshot(const std::vector<std::string> &more) {
+  const Workplace workplace;
+  std::vector<std::string> arguments = {"--snapshot", "s.png"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  RunTake(workplace, arguments);
+  return cv::imread((workplace / "s.png").string());
+}
+
+// One line, with the subject, the reason and the remedy; nothing is left behind.
+void ExpectRefusal(const Workplace &workplace, std::vector<std::string> arguments, int code,
+                   const std::vector<std::string> &parts) {
+  WriteTake(workplace / "take.png");
+  const size_t files = workplace.Files().size();
+  arguments.insert(arguments.begin(), {"--input", "take.png", "--snapshot", "s.png"});
+  const ProgramResult result = RunProgram(workplace, arguments);
+  EXPECT_EQ(result.exit_code, code) << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_NE(result.err.find("; "), std::string::npos) << result.err;
+  for (const std::string &part : parts) EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
+  EXPECT_EQ(workplace.Files().size(), files);
+}
+
+TEST(RunGreenScreen, BackingGivesWayToTheBackgroundAndTheFrontStays) {
+  const cv::Mat picture = Snapshot({"--no-beauty", "--green-screen", kConfig, "--background", kBackground});
+  EXPECT_LT(Distance(Center(picture), kFrontBgr), 8);
+  EXPECT_LT(Distance(Corner(picture), kBackgroundBgr), 8);
+}
+
+TEST(RunGreenScreen, WithoutABackgroundTheBackingIsBlack) {
+  EXPECT_LT(Distance(Corner(Snapshot({"--no-beauty", "--green-screen", kConfig})), cv::Scalar(0, 0, 0)), 8);
+}
+
+TEST(RunGreenScreen, WithoutTheFilterTheBackgroundIsCovered) {
+  EXPECT_LT(Distance(Corner(Snapshot({"--no-beauty", "--background", kBackground})), kBackingBgr), 8);
+}
+
+TEST(RunGreenScreen, StandsInOneChainWithTheBeautyFilter) {
+  const cv::Mat picture =
+      Snapshot({"--beauty", "brightness=0.6", "--green-screen", kConfig, "--background", kBackground});
+  EXPECT_GT(Light(Center(picture)), Light(kFrontBgr) + 5) << "the engine has brightened the front";
+  EXPECT_LT(Distance(Corner(picture), kBackgroundBgr), 8) << "and not the background";
+}
+
+TEST(RunGreenScreen, ConfigComesFromAFileToo) {
+  const Workplace workplace;
+  std::ofstream(workplace / "key.json") << "\n " << kConfig << "\n";
+  RunTake(workplace, {"--no-beauty", "--green-screen", "key.json", "--background", kBackground, "--snapshot", "s.png"});
+  EXPECT_LT(Distance(Corner(cv::imread((workplace / "s.png").string())), kBackgroundBgr), 8);
+}
+
+TEST(RunGreenScreen, PictureFillsTheCanvasAsBackgroundWhateverItsShape) {
+  const Workplace workplace;
+  cv::imwrite((workplace / "tall.png").string(), cv::Mat(200, 60, CV_8UC3, kBackgroundBgr));
+  RunTake(workplace, {"--no-beauty", "--green-screen", kConfig, "--background", "tall.png", "--snapshot", "s.png"});
+  const cv::Mat picture = cv::imread((workplace / "s.png").string());
+  EXPECT_LT(Distance(Corner(picture), kBackgroundBgr), 8);
+  EXPECT_LT(Distance(cv::mean(picture(cv::Rect(270, 150, 40, 20))), kBackgroundBgr), 8);
+}
+
+TEST(RunGreenScreen, VideoIsPlayedAsBackground) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0x2040C0:s=320x180:r=20:d=0.5", "-pix_fmt", "yuv420p",
+           (workplace / "back.mp4").string()});
+  RunTake(workplace, {"--no-beauty", "--green-screen", kConfig, "--background", "back.mp4", "--snapshot", "s.png"});
+  // The file does not say its matrix: the hue may be a little off.
+  EXPECT_LT(Distance(Corner(cv::imread((workplace / "s.png").string())), kBackgroundBgr), 30);
+}
+
+TEST(RunGreenScreen, ReportHoldsTheConfigAndThatNoBeautyFilterWasThere) {
+  const Workplace workplace;
+  RunTake(workplace, {"--no-beauty", "--green-screen", kConfig, "--background", kBackground, "--report", "r.json"});
+  const nlohmann::json report = ReadReport(workplace / "r.json");
+  EXPECT_EQ(report["green_screen"]["config"], nlohmann::json::parse(kConfig));
+  EXPECT_EQ(report["green_screen"]["background"], kBackground);
+  EXPECT_EQ(report["beauty_filter"], false);
+  EXPECT_GT(report["frames"]["out"], 0);
+}
+
+TEST(RunGreenScreenErrors, UnreadableConfigIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--green-screen", "missing.json"}, 3, {"missing.json", "No such file"});
+}
+
+TEST(RunGreenScreenErrors, FolderAsConfigIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--green-screen", "/tmp"}, 3, {"/tmp", "is a folder"});
+}
+
+TEST(RunGreenScreenErrors, BadJsonInAFileIsToldWithTheFileAndThePlace) {
+  const Workplace workplace;
+  std::ofstream(workplace / "key.json") << "{\"keyColor\":\n[1,}";
+  ExpectRefusal(workplace, {"--green-screen", "key.json"}, 2, {"key.json", "line 2"});
+}
+
+TEST(RunGreenScreenErrors, ConfigThatIsNoObjectIsRefused) {
+  const Workplace workplace;
+  std::ofstream(workplace / "key.json") << "[1, 2]";
+  ExpectRefusal(workplace, {"--green-screen", "key.json"}, 2, {"key.json", "no object"});
+}
+
+TEST(RunGreenScreenErrors, MissingBackgroundIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--background", "missing.png"}, 3, {"missing.png"});
+}
+
+TEST(RunGreenScreenErrors, BeautyOptionsNeedTheBeautyFilter) {
+  for (const std::vector<std::string> &option : std::vector<std::vector<std::string>>{
+           {"--beauty", "smooth=1"}, {"--compare", "c.png"}, {"--interactive"}, {"--effect", "beauty=on"}}) {
+    std::vector<std::string> arguments = {"--no-beauty"};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    ExpectRefusal(Workplace(), arguments, 2, {"--no-beauty", option[0]});
+  }
+}
+
+}  // namespace
+}  // namespace vanta_test
