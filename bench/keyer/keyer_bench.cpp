@@ -6,6 +6,7 @@
 //   config, to which the key colour is added.
 // - keyer_bench speed, keyer_bench --out FILE: time per rendered frame, against the stock filter; FILE takes it as
 // JSON.
+// - keyer_bench sheet FILE: before and after of each setting that changes the picture.
 // - keyer_bench picture FOLDER CONFIG...: PAM pictures of the take's last frame and of each config's result.
 #include <cstdio>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include "integration/support/obs_session.h"
 #include "integration/support/painted_source.h"
 #include "integration/support/screenshot.h"
+#include "keyer/key_sheet.h"
 #include "keyer/keyer_metrics.h"
 #include "keyer/keyer_scene.h"
 #include "keyer/keyer_speed.h"
@@ -199,6 +201,7 @@ int Run(int argc, char **argv) {
     }
     return 0;
   }
+  if (arguments.size() == 2 && arguments[0] == "sheet") return WriteKeySheet(arguments[1]);
   if (arguments.size() >= 2 && arguments[0] == "picture") {
     std::vector<std::string> configs(arguments.begin() + 2, arguments.end());
     if (configs.empty()) configs = {"{}"};
