@@ -47,7 +47,6 @@ constexpr char kMiddle[] =
                           no_green_matting (true, false), lx_enable_nvdx_interop ("open", "close"),
                           sceneitem_orientation_info ({"hor_flip":..,"ver_flip":..,"rot_deg":..}),
                           effect_json_ability_handler (true: this program's, false: none)
-
       --no-beauty         leave the beauty filter out, and with it the engine and its cost
 
 GREEN SCREEN
@@ -55,6 +54,8 @@ GREEN SCREEN
                           key the input before a green or blue backing, behind the beauty filter. The value is the
                           filter's config, a file or a text that begins with "{": '{"keyColor":[0.2,0.68,0.28]}'.
                           "{}" takes the defaults, a pure green
+      --pick-key          print a config with the colour of the backing in the input's first frame, and end:
+                          vanta-run --input take.mp4 --pick-key >key.json
       --background FILE|color:RRGGBB
                           a video, a picture or a colour below the input; it fills the canvas. Default: black
 
@@ -173,7 +174,7 @@ EXIT STATUS
     0  everything asked for has been written
     1  something unforeseen
     2  unknown option, bad value or bad command line
-    3  the input, the background, the command file or the key's config cannot be read, or the input has no picture
+    3  the input, the background, the command file or the config cannot be read; no picture or no backing in it
     4  no display and no way to get one, or no OpenGL on it
     5  the filter, a plug-in of libobs or gnuplot is missing
     6  a file could not be written whole; nothing half-written is left under its name

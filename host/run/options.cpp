@@ -30,6 +30,7 @@ enum LongOnly : int {
   kNoBeauty,
   kGreenScreen,
   kBackground,
+  kPickKey,
   kNoEngine,
   kEngineDelay,
   kEngineStopAfter,
@@ -64,6 +65,7 @@ constexpr option kOptions[] = {
     {"no-beauty", no_argument, nullptr, kNoBeauty},
     {"green-screen", required_argument, nullptr, kGreenScreen},
     {"background", required_argument, nullptr, kBackground},
+    {"pick-key", no_argument, nullptr, kPickKey},
     {"no-engine", no_argument, nullptr, kNoEngine},
     {"engine-delay", required_argument, nullptr, kEngineDelay},
     {"engine-stop-after", required_argument, nullptr, kEngineStopAfter},
@@ -226,6 +228,9 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
       return;
     case kBackground:
       options.background = value;
+      return;
+    case kPickKey:
+      options.pick_key = true;
       return;
     case kNoEngine:
       options.engine = false;

@@ -52,6 +52,7 @@ struct Options {
 
   // Green screen
   std::optional<std::string> green_screen;  // a JSON object; empty: no such filter
+  bool pick_key = false;                    // print the backing's colour and end
   std::string background;                   // a file, or "color:RRGGBB"; empty: none
 
   // The host application's part

@@ -10,6 +10,8 @@ extern "C" {
 #include "commands/command_player.h"
 #include "cost_observer.h"
 #include "failure.h"
+#include "first_frame.h"
+#include "key_color.h"
 #include "module_paths.h"
 #include "monitor/live_monitor.h"
 #include "obs_session.h"
@@ -30,12 +32,23 @@ ILumivex &RequireControl() {
   return *control;
 }
 
+int PickKey(const Input &input) {
+  const auto color = FindBackingColor(FirstFrame(input));
+  if (!color) {
+    throw Failure(kExitInput, input.path, "its first frame has no green or blue backing",
+                  "give another input, or write the keyColor yourself");
+  }
+  std::puts(KeyColorConfig(*color).c_str());
+  return kExitOk;
+}
+
 }  // namespace
 
 int Run(const Options &options, Interrupt &interrupt) {
   // What can fail cheaply comes first.
   if (!options.verbose) av_log_set_level(AV_LOG_QUIET);
   const Input input = LookAtInput(options);
+  if (options.pick_key) return PickKey(input);
   std::optional<Input> background;
   if (!options.background.empty()) background = LookAtBackground(options);
   std::vector<ScriptLine> script;

@@ -56,6 +56,29 @@ cv::Mat Snapshot(const std::vector<std::string> &more) {
   return cv::imread((workplace / "s.png").string());
 }
 
+// Uneven light from left to right, noise, and the front that reaches the lower border.
+void WriteNoisyTake(const std::filesystem::path &path, const cv::Scalar &backing) {
+  cv::Mat take(180, 320, CV_8UC3, backing);
+  cv::RNG random(7);
+  for (int y = 0; y < take.rows; ++y) {
+    for (int x = 0; x < take.cols; ++x) {
+      const double light = 0.9 + 0.2 * x / take.cols;
+      for (int c = 0; c < 3; ++c) {
+        take.at<cv::Vec3b>(y, x)[c] = cv::saturate_cast<uint8_t>(backing[c] * light + random.gaussian(6));
+      }
+    }
+  }
+  cv::rectangle(take, cv::Rect(80, 40, 160, 140), kFrontBgr, cv::FILLED);
+  cv::imwrite(path.string(), take);
+}
+
+cv::Scalar PickedBgr(const Workplace &workplace, const std::string &input) {
+  const ProgramResult result = RunProgram(workplace, {"--input", input, "--pick-key"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  const auto color = nlohmann::json::parse(result.out).at("keyColor").get<std::vector<double>>();
+  return {color[2] * 255, color[1] * 255, color[0] * 255};
+}
+
 // One line, with the subject, the reason and the remedy; nothing is left behind.
 void ExpectRefusal(const Workplace &workplace, std::vector<std::string> arguments, int code,
                    const std::vector<std::string> &parts) {
@@ -124,6 +147,50 @@ TEST(RunGreenScreen, ReportHoldsTheConfigAndThatNoBeautyFilterWasThere) {
   EXPECT_EQ(report["green_screen"]["background"], kBackground);
   EXPECT_EQ(report["beauty_filter"], false);
   EXPECT_GT(report["frames"]["out"], 0);
+}
+
+TEST(RunPickKey, FindsTheColorOfANoisyBacking) {
+  const Workplace workplace;
+  for (const cv::Scalar &backing : {cv::Scalar(0x50, 0xA0, 0x30), cv::Scalar(0xB0, 0x50, 0x20)}) {
+    WriteNoisyTake(workplace / "noisy.png", backing);
+    EXPECT_LT(Distance(PickedBgr(workplace, "noisy.png"), backing), 5);
+  }
+}
+
+TEST(RunPickKey, FindsABackingThatDoesNotReachTheBorder) {
+  const Workplace workplace;
+  cv::Mat take(180, 320, CV_8UC3, cv::Scalar(20, 20, 20));
+  cv::rectangle(take, cv::Rect(60, 40, 200, 130), kBackingBgr, cv::FILLED);
+  cv::imwrite((workplace / "framed.png").string(), take);
+  EXPECT_LT(Distance(PickedBgr(workplace, "framed.png"), kBackingBgr), 3);
+}
+
+TEST(RunPickKey, LooksAtTheFirstFrameOfAVideo) {
+  const Workplace workplace;
+  WriteTake(workplace / "take.png");
+  RunTool({"ffmpeg", "-v", "error", "-loop", "1", "-i", (workplace / "take.png").string(), "-t", "0.2", "-vf",
+           "scale=out_color_matrix=bt709:out_range=tv", "-colorspace", "bt709", "-pix_fmt", "yuv420p", "-crf", "10",
+           (workplace / "take.mp4").string()});
+  EXPECT_LT(Distance(PickedBgr(workplace, "take.mp4"), kBackingBgr), 6);
+}
+
+TEST(RunPickKey, WhatItPrintsKeysTheSameInput) {
+  const Workplace workplace;
+  WriteTake(workplace / "take.png");
+  const ProgramResult picked = RunProgram(workplace, {"--input", "take.png", "--pick-key"});
+  ASSERT_EQ(picked.exit_code, 0) << picked.err;
+  const cv::Mat picture = Snapshot({"--no-beauty", "--green-screen", picked.out, "--background", kBackground});
+  EXPECT_LT(Distance(Corner(picture), kBackgroundBgr), 8);
+  EXPECT_LT(Distance(Center(picture), kFrontBgr), 8);
+}
+
+TEST(RunPickKey, NoBackingIsAnInputErrorInOneLine) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(workplace, {"--input", "color:808080", "--pick-key"});
+  EXPECT_EQ(result.exit_code, 3);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+  EXPECT_NE(result.err.find("no green or blue backing"), std::string::npos) << result.err;
 }
 
 TEST(RunGreenScreenErrors, UnreadableConfigIsAnInputError) {
