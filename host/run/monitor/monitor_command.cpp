@@ -74,10 +74,12 @@ int RunMonitor(int argc, char **argv) {
   const bool terminal = IsTerminal(stdout);
   LiveRegion region(stdout);
   double next_draw = 0;
+  bool heard = false;
   // Whoever reads the lines may go away: that ends the monitor too.
   while (std::ferror(stdout) == 0 && (options.seconds == 0 || monitor.Now() < options.seconds)) {
     const bool interrupted = interrupt.Wait(kPollMs);
     const std::vector<std::string> lines = monitor.Poll();
+    heard = heard || !lines.empty();
     if (!terminal) {
       for (const std::string &line : lines) std::printf("%s\n", line.c_str());
       std::fflush(stdout);
@@ -88,6 +90,8 @@ int RunMonitor(int argc, char **argv) {
     if (interrupted) break;
   }
   region.Keep();
+  if (!heard)
+    std::fputs("vanta-run: no beauty filter was heard; it sends once a second while frames come in\n", stderr);
   return kExitOk;
 }
 

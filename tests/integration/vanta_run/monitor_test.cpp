@@ -60,6 +60,7 @@ TEST(RunMonitor, ShowsTheWorkersOfAnyProcessAsLines) {
   EXPECT_EQ(result.exit_code, 0) << result.err;
   EXPECT_NE(result.out.find("in 123456/s"), std::string::npos) << result.out;
   EXPECT_NE(result.out.find("in 234567/s"), std::string::npos) << result.out;
+  EXPECT_EQ(result.err, "");
 }
 
 TEST(RunMonitor, SecondMonitorIsRefused) {
@@ -81,7 +82,14 @@ TEST(RunMonitor, LaterPortThatIsTakenIsNamed) {
   ASSERT_TRUE(other.Bound());
   const ProgramResult result = RunProgram(Workplace(), {"monitor", "--seconds", "0.1"});
   EXPECT_EQ(result.exit_code, 0);
-  EXPECT_EQ(result.err, "vanta-run: taken by another program, so not shown: port 12346\n");
+  EXPECT_EQ(result.err.rfind("vanta-run: taken by another program, so not shown: port 12346\n", 0), 0u) << result.err;
+}
+
+TEST(RunMonitor, SilenceOfAllFiltersIsTold) {
+  const ListenerTurn turn;
+  const ProgramResult result = RunProgram(Workplace(), {"monitor", "--seconds", "0.1"});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.err, "vanta-run: no beauty filter was heard; it sends once a second while frames come in\n");
 }
 
 // An engine that takes five frames' time for one leaves gaps of three frames or more.
