@@ -1,40 +1,54 @@
-// What the engine says back, as far as this version's engine speaks: texts, the body slimming state, and the signals
-// that greet and clear an effect.
+// What the engine says back: each callback becomes a signal, an event, a report or a call of the host's handler.
 #include <callback/calldata.h>
 #include <callback/signal.h>
 #include <util/base.h>
 
 #include "engine/ability_handler.h"
+#include "engine/effect_description.h"
 #include "engine/engine_text_log.h"
+#include "engine/game_data.h"
+#include "engine/gift.h"
 #include "engine/lumivex_render.h"
+#include "engine/magic_signal.h"
 
 namespace vanta {
 
-void LumivexRender::SendMagicFlags(bool beautify, bool deform, bool makeup, bool filter, bool body) {
-  calldata_t data;
-  calldata_init(&data);
-  calldata_set_bool(&data, "disable_beautify", beautify);
-  calldata_set_bool(&data, "disable_deform", deform);
-  calldata_set_bool(&data, "disable_makeup", makeup);
-  calldata_set_bool(&data, "disable_filter", filter);
-  calldata_set_bool(&data, "disable_body", body);
-  signal_handler_signal(obs_get_signal_handler(), "zt_magic_callback", &data);
-  calldata_free(&data);
-}
-
 void LumivexRender::ClearMagicDisableFlags() {
-  SendMagicFlags(false, false, false, false, false);
+  SendMagicFlags(MagicFlags{});
   magic_main_path_.clear();
 }
 
 void LumivexRender::MagicFaceCallBack(const std::string &desc, bool success) {
   LogEngineText("setEffectDescriptionCallback", desc);
-  blog(LOG_INFO, "[beauty] event_name= %s desc=%s success=%d", event_name_.c_str(), desc.c_str(), success);
-  if (!success) blog(LOG_ERROR, "[beauty] %s CallBack failed ", "LumivexRender::MagicFaceCallBack");
+  const std::string event_name = EventName();
+  blog(LOG_INFO, "[beauty] event_name= %s desc=%s success=%d", event_name.c_str(), desc.c_str(), success);
+  if (success)
+    HandleEffectDescription(desc, event_name);
+  else
+    blog(LOG_ERROR, "[beauty] %s CallBack failed ", "LumivexRender::MagicFaceCallBack");
 }
 
+// A malformed message throws, back to the engine that sent it.
 void LumivexRender::GameDataCallback(const LX::BoomGameData &data) {
-  LogEngineText("GameDataCallback", data.json);
+  const std::string text = data.json;
+  LogEngineText("GameDataCallback", text);
+  const std::optional<AbilityRequest> request = ReadGameData(text);
+  if (!request) return;
+  if (request->ends_effect) {
+    if (const std::string event_name = EventName(); !event_name.empty()) {
+      SetHostEvent("kEffectMethodClearEffect", event_name);
+      return;
+    }
+    blog(LOG_INFO, "[beauty] kEffectMethodClearEffect: PostGameDataCallback");
+  }
+  PostGameData(text, *request);
+}
+
+void LumivexRender::PostGameData(const std::string &text, const AbilityRequest &request) {
+  ILiveEffectJsonAbilityHandler *handler = FindAbilityHandler();
+  if (!handler) return;
+  blog(LOG_INFO, "[beauty] PostGameDataCallback: %s %s", request.method.c_str(), request.params.c_str());
+  handler->PostGameData(text, request.method, request.params);
 }
 
 void LumivexRender::BodySlimmingStatusCallback(LXBodySlimmingStatus status) {
@@ -49,6 +63,11 @@ void LumivexRender::BodySlimmingStatusCallback(LXBodySlimmingStatus status) {
 
 // Landmarks are not parsed in this version, so no face is counted.
 void LumivexRender::TesseraCpuDataCallback(const CpuData &) {}
+
+std::string LumivexRender::EventName() {
+  MutexLock lock(event_mutex_);
+  return event_name_;
+}
 
 ILiveEffectJsonAbilityHandler *LumivexRender::FindAbilityHandler() {
   OBSData settings;

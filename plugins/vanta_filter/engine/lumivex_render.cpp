@@ -210,7 +210,10 @@ void LumivexRender::SetModelRootPath(std::string path) {
 
 void LumivexRender::SetMagicEffectWithEvent(std::string path, LXEffectSlot slot, bool flag,
                                             const std::string &event_name) {
-  event_name_ = event_name;
+  {
+    MutexLock lock(event_mutex_);
+    event_name_ = event_name;
+  }
   SetMagicEffectWithPath(std::move(path), slot, flag);
 }
 

@@ -18,6 +18,8 @@ class ILiveEffectJsonAbilityHandler;
 
 namespace vanta {
 
+struct AbilityRequest;
+
 // Owns: the engine, a reference to the settings. Borrows: the parent source.
 // Threads: every operation with the worker's render_mutex held, except the static ones [any] and the engine's
 // callbacks [engine]; a callback never takes render_mutex. Without an engine every operation is a silent no-op.
@@ -99,8 +101,9 @@ class LumivexRender : public IFaceless {
   void BodySlimmingStatusCallback(LXBodySlimmingStatus status);
   void MagicFaceCallBack(const std::string &desc, bool success);
 
-  void SendMagicFlags(bool beautify, bool deform, bool makeup, bool filter, bool body);
   void ClearMagicDisableFlags();
+  void PostGameData(const std::string &text, const AbilityRequest &request);
+  std::string EventName();
   // The host's handler, or null after a line that says so.
   ILiveEffectJsonAbilityHandler *FindAbilityHandler();
 
@@ -108,12 +111,14 @@ class LumivexRender : public IFaceless {
   std::optional<bool> interop_answer_;  // unset: not asked yet
   std::string magic_main_path_;
   std::string magic_recognition_gift_path_;
-  std::string event_name_;  // of the host event that an effect's end must set
   obs_source_t *parent_ = nullptr;
   LXEngineConfig config_{};
 
   Mutex settings_mutex_;  // a leaf: callbacks read the settings on the engine's threads
   OBSData settings_ VANTA_GUARDED_BY(settings_mutex_);
+
+  Mutex event_mutex_;                                      // a leaf: callbacks read the name that a command writes
+  std::string event_name_ VANTA_GUARDED_BY(event_mutex_);  // of the host event that an effect's end must set
 
   std::atomic<int32_t> face_count_{0};
 };

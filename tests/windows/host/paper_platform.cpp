@@ -1,6 +1,7 @@
 // Time, paths, text and thread names as libobs has them on Windows.
 #include <windows.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <mutex>
@@ -70,5 +71,21 @@ size_t os_utf8_to_mbs_ptr(const char *text, size_t size, char **out) {
   *out = nullptr;
   if (size == 0) size = std::strlen(text);
   return Narrow(Wide(text, size, CP_UTF8), CP_ACP, out);
+}
+
+size_t os_mbs_to_wcs(const char *text, size_t size, wchar_t *out, size_t out_size) {
+  const std::wstring wide = Wide(text, size, CP_ACP);
+  if (!out) return wide.size();
+  if (out_size == 0) return 0;
+  const size_t count = std::min(wide.size(), out_size - 1);
+  std::memcpy(out, wide.data(), count * sizeof(wchar_t));
+  out[count] = 0;
+  return count;
+}
+
+size_t os_mbs_to_utf8_ptr(const char *text, size_t size, char **out) {
+  *out = nullptr;
+  if (size == 0) size = std::strlen(text);
+  return Narrow(Wide(text, size, CP_ACP), CP_UTF8, out);
 }
 }
