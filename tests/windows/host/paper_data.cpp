@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include <obs-data.h>
 
@@ -13,6 +14,7 @@ namespace {
 std::atomic<long> alive{0};
 
 class Held;
+class HeldArray;
 
 }  // namespace
 
@@ -21,7 +23,12 @@ struct obs_data {
   ~obs_data() { --alive; }
 
   std::atomic<long> refs{1};
-  std::map<std::string, std::variant<long long, bool, std::string, Held>> values;
+  std::map<std::string, std::variant<long long, bool, double, std::string, Held, HeldArray>> values;
+};
+
+struct obs_data_array {
+  std::atomic<long> refs{1};
+  std::vector<obs_data_t *> items;
 };
 
 namespace {
@@ -42,6 +49,23 @@ class Held {
 
  private:
   obs_data_t *data_;
+};
+
+// The same for an array.
+class HeldArray {
+ public:
+  explicit HeldArray(obs_data_array_t *array) : array_(array) { obs_data_array_addref(array_); }
+  HeldArray(const HeldArray &other) : HeldArray(other.array_) {}
+  HeldArray &operator=(const HeldArray &other) {
+    obs_data_array_addref(other.array_);
+    obs_data_array_release(array_);
+    array_ = other.array_;
+    return *this;
+  }
+  ~HeldArray() { obs_data_array_release(array_); }
+
+ private:
+  obs_data_array_t *array_;
 };
 
 template <typename Value>
@@ -100,6 +124,31 @@ void obs_data_set_bool(obs_data_t *data, const char *name, bool value) {
 }
 void obs_data_set_obj(obs_data_t *data, const char *name, obs_data_t *value) {
   if (value) Set(data, name, Held(value));
+}
+
+void obs_data_set_double(obs_data_t *data, const char *name, double value) {
+  Set(data, name, value);
+}
+void obs_data_set_array(obs_data_t *data, const char *name, obs_data_array_t *value) {
+  if (value) Set(data, name, HeldArray(value));
+}
+
+obs_data_array_t *obs_data_array_create() {
+  return new obs_data_array;
+}
+void obs_data_array_addref(obs_data_array_t *array) {
+  if (array) ++array->refs;
+}
+void obs_data_array_release(obs_data_array_t *array) {
+  if (!array || --array->refs != 0) return;
+  for (obs_data_t *item : array->items) obs_data_release(item);
+  delete array;
+}
+size_t obs_data_array_push_back(obs_data_array_t *array, obs_data_t *item) {
+  if (!array || !item) return 0;
+  obs_data_addref(item);
+  array->items.push_back(item);
+  return array->items.size() - 1;
 }
 
 const char *obs_data_get_string(obs_data_t *data, const char *name) {
