@@ -1,5 +1,5 @@
-# What the module is built with, under the same names on every system: OBS::libobs, nlohmann_json::nlohmann_json and
-# Threads::Threads.
+# What the module is built with, under the same names on every system: OBS::libobs, nlohmann_json::nlohmann_json,
+# libyuv::yuv and Threads::Threads.
 find_package(Threads REQUIRED)
 
 if(WIN32)
@@ -20,3 +20,11 @@ set_target_properties(PkgConfig::libobs PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRE
 add_library(OBS::libobs ALIAS PkgConfig::libobs)
 
 find_package(nlohmann_json 3.6.1 REQUIRED)
+
+# libyuv comes without files for pkg-config or CMake.
+find_path(LIBYUV_INCLUDE_DIR libyuv.h REQUIRED)
+find_library(LIBYUV_LIBRARY yuv REQUIRED)
+add_library(libyuv::yuv UNKNOWN IMPORTED GLOBAL)
+set_target_properties(libyuv::yuv PROPERTIES
+  IMPORTED_LOCATION "${LIBYUV_LIBRARY}"
+  INTERFACE_INCLUDE_DIRECTORIES "${LIBYUV_INCLUDE_DIR}")

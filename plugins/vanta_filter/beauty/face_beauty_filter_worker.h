@@ -54,6 +54,11 @@ class FaceBeautyFilterWorker {
   // The JSON text of the dumped frame `id`; empty when another one was dumped last.
   std::string &GetDumpJson(std::string &out, uint32_t id);
 
+  // An I420 engine frame straight into the host's frame, in its format: I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422
+  // or V210. False, with nothing written, for any other format, which is logged, and where a frame does not hold the
+  // picture. The frame road does not use it. Threads: any.
+  static bool CopyFrame(obs_source_frame *frame, const LX::FrameData &i420);
+
   // Null clears the worker's copy.
   void update(obs_data_t *settings);
   // One operation of the processor, by the host's option: ahead of the next frame, or at once.

@@ -38,6 +38,10 @@ long BlocksAlive() {
 
 extern "C" {
 
+int base_get_alignment(void) {
+  return static_cast<int>(kAlignment);
+}
+
 void *bmalloc(size_t size) {
   ++blocks;
   return _aligned_malloc(size == 0 ? 1 : size, kAlignment);

@@ -1,0 +1,76 @@
+#include "frames/libyuv_to_i420_frame.h"
+
+#include <libyuv/convert.h>
+
+#include "frames/i420_planes.h"
+#include "module/host_extensions.h"
+
+namespace vanta {
+
+namespace {
+
+// libyuv's calls from one packed plane are all alike.
+using FromPacked = int (*)(const uint8_t *, int, uint8_t *, int, uint8_t *, int, uint8_t *, int, int, int);
+
+void CoverFromPacked(FromPacked convert, const obs_source_frame &f, LX::FrameData &d) {
+  if (!HoldsPicture(f, f.width, f.height) || !HoldsI420(d, f.width, f.height)) return;
+  convert(f.data[0], static_cast<int>(f.linesize[0]), d.planes[0], d.strides[0], d.planes[1], d.strides[1], d.planes[2],
+          d.strides[2], static_cast<int>(f.width), static_cast<int>(f.height));
+}
+
+void CoverFromNv12(const obs_source_frame &f, LX::FrameData &d) {
+  if (!HoldsPicture(f, f.width, f.height) || !HoldsI420(d, f.width, f.height)) return;
+  libyuv::NV12ToI420(f.data[0], static_cast<int>(f.linesize[0]), f.data[1], static_cast<int>(f.linesize[1]),
+                     d.planes[0], d.strides[0], d.planes[1], d.strides[1], d.planes[2], d.strides[2],
+                     static_cast<int>(f.width), static_cast<int>(f.height));
+}
+
+void CoverFromI422(const obs_source_frame &f, LX::FrameData &d) {
+  if (!HoldsPicture(f, f.width, f.height) || !HoldsI420(d, f.width, f.height)) return;
+  libyuv::I422ToI420(f.data[0], static_cast<int>(f.linesize[0]), f.data[1], static_cast<int>(f.linesize[1]), f.data[2],
+                     static_cast<int>(f.linesize[2]), d.planes[0], d.strides[0], d.planes[1], d.strides[1], d.planes[2],
+                     d.strides[2], static_cast<int>(f.width), static_cast<int>(f.height));
+}
+
+void CoverFromV210(const obs_source_frame &f, LX::FrameData &d) {
+  if (f.data[0] && HoldsI420InOneBlock(d, f.width, f.height)) {
+    VantaDeckV210to420P(&f, d.planes[0], f.width, f.height);
+  }
+}
+
+}  // namespace
+
+void LibYuvToI420Frame::CoverFrame(const obs_source_frame &frame, LX::FrameData &i420) {
+  switch (static_cast<int>(frame.format)) {
+    case VIDEO_FORMAT_I420:
+      CopyI420(I420PlanesOf(i420), I420PlanesOf(frame));
+      break;
+    case VIDEO_FORMAT_NV12:
+      CoverFromNv12(frame, i420);
+      break;
+    case VIDEO_FORMAT_YUY2:
+      CoverFromPacked(libyuv::YUY2ToI420, frame, i420);
+      break;
+    case VIDEO_FORMAT_UYVY:
+      CoverFromPacked(libyuv::UYVYToI420, frame, i420);
+      break;
+    case VIDEO_FORMAT_RGBA:
+      CoverFromPacked(libyuv::ABGRToI420, frame, i420);
+      break;
+    case VIDEO_FORMAT_BGRA:
+    case VIDEO_FORMAT_BGRX:
+      CoverFromPacked(libyuv::ARGBToI420, frame, i420);
+      break;
+    case VIDEO_FORMAT_I422:
+      CoverFromI422(frame, i420);
+      break;
+    case kHostFormatV210:
+      CoverFromV210(frame, i420);
+      break;
+    default:
+      // The number is the target's layout, not the format: whoever reads these logs knows it so.
+      blog(LOG_ERROR, "LibYuvToI420Frame::CoverFrame unknown format %d", i420.layout_code);
+  }
+}
+
+}  // namespace vanta

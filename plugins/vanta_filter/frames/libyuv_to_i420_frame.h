@@ -1,0 +1,20 @@
+// Host frames straight into planar engine frames, one libyuv call for each format. A library beside the frame road,
+// which goes through the host's scaler and NV12.
+#pragma once
+
+#include <obs.h>
+
+#include "engine/lumivex_api.h"
+
+namespace vanta {
+
+inline constexpr int kHostFormatV210 = 22;  // the customised host's; public libobs has no such format
+
+// Threads: any; the caller keeps both frames to itself.
+struct LibYuvToI420Frame {
+  // I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422 and V210. `i420` stays as it was for any other format, which is
+  // logged, and where either frame does not hold the picture.
+  static void CoverFrame(const obs_source_frame &frame, LX::FrameData &i420);
+};
+
+}  // namespace vanta

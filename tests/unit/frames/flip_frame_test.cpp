@@ -1,0 +1,86 @@
+#include "frames/flip_frame.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <gtest/gtest.h>
+#include <obs.h>
+
+#include "unit/frames/i420_picture.h"
+
+namespace vanta {
+namespace {
+
+using namespace vanta_test;
+
+void ExpectFlipped(const LX::FrameData &to, const LX::FrameData &from, bool vertical, bool horizontal) {
+  for (int plane = 0; plane < 3; ++plane) {
+    const int width = plane ? ChromaSide(from.width) : from.width;
+    const int height = plane ? ChromaSide(from.height) : from.height;
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x)
+        ASSERT_EQ(C(to, plane, x, y), C(from, plane, horizontal ? width - 1 - x : x, vertical ? height - 1 - y : y))
+            << "plane " << plane << " at " << x << "," << y << " of " << from.width << "x" << from.height;
+  }
+}
+
+void ExpectFlips(bool vertical, bool horizontal, bool odd_heights) {
+  for (const auto &[width, height] : PictureSizes()) {
+    if (!odd_heights && height % 2) continue;
+    const FramePtr a = RandomI420(width, height);
+    const FramePtr kept = RandomI420(width, height);
+    const FramePtr b = MakeI420Frame(width, height);
+    FlipFrame(*a, *b, vertical, horizontal);
+    ExpectFlipped(*b, *kept, vertical, horizontal);
+  }
+}
+
+TEST(FlipFrame, BothWaysTurnsThePictureByHalfATurn) {
+  ExpectFlips(true, true, true);
+}
+
+TEST(FlipFrame, HorizontalMirrorsLeftAndRight) {
+  ExpectFlips(false, true, true);
+}
+
+TEST(FlipFrame, VerticalTurnsUpsideDownAlone) {
+  ExpectFlips(true, false, false);
+}
+
+TEST(FlipFrame, VerticalLeavesTheTurnedPictureInTheFirstFrame) {
+  const FramePtr a = RandomI420(16, 6);
+  const FramePtr kept = RandomI420(16, 6);
+  const FramePtr b = MakeI420Frame(16, 6);
+  FlipFrame(*a, *b, true, false);
+  ExpectFlipped(*a, *kept, true, true);
+}
+
+TEST(FlipFrame, NeitherWayExchangesTheRecords) {
+  const long before = bnum_allocs();
+  {
+    const FramePtr a = RandomI420(16, 4);
+    const FramePtr b = MakeNV12Frame(8, 8);
+    a->timestamp = 11;
+    b->timestamp = 22;
+    const uint8_t *const planes_of_a = a->planes[0];
+    const uint8_t *const planes_of_b = b->planes[0];
+    FlipFrame(*a, *b, false, false);
+    EXPECT_EQ(b->planes[0], planes_of_a);
+    EXPECT_EQ(a->planes[0], planes_of_b);
+    EXPECT_EQ(b->width, 16);
+    EXPECT_EQ(a->layout_code, 1);
+    EXPECT_EQ(b->timestamp, 11u);
+    EXPECT_EQ(a->timestamp, 22u);
+  }
+  EXPECT_EQ(bnum_allocs(), before);
+}
+
+TEST(FlipFrame, SecondFrameThatIsTooSmallStaysAsItWas) {
+  const FramePtr a = RandomI420(16, 6);
+  const FramePtr b = MakeI420Frame(16, 4);
+  FlipFrame(*a, *b, true, true);
+  EXPECT_EQ(std::count(b->planes[0], b->planes[0] + 16 * 6, 0), 16 * 6);
+}
+
+}  // namespace
+}  // namespace vanta
