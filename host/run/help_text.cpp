@@ -146,6 +146,8 @@ constexpr char kTail[] =
 OUTPUT
   -o, --output FILE       the recording, H.264 and AAC; the name's ending (.mp4, .mkv, .mov, .flv, .ts) is the format
       --snapshot FILE     PNG of the recorded picture
+      --matte FILE        PNG of the keyed input's alpha, in grey, of the same frame and as large as the snapshot;
+                          white is opaque. Needs --green-screen
       --compare FILE      PNG of one frame before and after the filter, side by side; sets --gl-context off
       --at S              take these pictures S seconds into the run. Default: halfway, or after 2 seconds
       --report FILE       JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's

@@ -35,6 +35,7 @@ enum LongOnly : int {
   kEngineDelay,
   kEngineStopAfter,
   kSnapshot,
+  kMatte,
   kCompare,
   kAt,
   kReport,
@@ -71,6 +72,7 @@ constexpr option kOptions[] = {
     {"engine-stop-after", required_argument, nullptr, kEngineStopAfter},
     {"output", required_argument, nullptr, 'o'},
     {"snapshot", required_argument, nullptr, kSnapshot},
+    {"matte", required_argument, nullptr, kMatte},
     {"compare", required_argument, nullptr, kCompare},
     {"at", required_argument, nullptr, kAt},
     {"report", required_argument, nullptr, kReport},
@@ -247,6 +249,9 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
     case kSnapshot:
       options.snapshot = value;
       return;
+    case kMatte:
+      options.matte = value;
+      return;
     case kCompare:
       options.compare = value;
       return;
@@ -341,6 +346,9 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
   if (!options.beauty_filter) RefuseBeautyOptions(options);
+  if (!options.matte.empty() && !options.green_screen) {
+    throw Failure(kExitUsage, "--matte", "without the green screen there is no matte", "give --green-screen too");
+  }
   // The pair is taken from frames in memory. First, so that a switch of the command line wins.
   if (!options.compare.empty())
     options.switches.insert(options.switches.begin(), {VANTA_SWITCH_CREATE_GL_CONTEXT, false});

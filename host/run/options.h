@@ -64,6 +64,7 @@ struct Options {
   // Output; an empty path means "not wanted"
   std::string output;
   std::string snapshot;
+  std::string matte;
   std::string compare;
   std::string report;
   std::string plot;

@@ -1,6 +1,5 @@
 #include "pictures.h"
 
-#include "canvas_grab.h"
 #include "failure.h"
 #include "frame_picture.h"
 
@@ -8,11 +7,13 @@ namespace vanta_run {
 
 Pictures::Pictures(const Options &options) {
   if (!options.snapshot.empty()) snapshot_.emplace(options.snapshot);
+  if (!options.matte.empty()) matte_.emplace(options.matte);
   if (!options.compare.empty()) compare_.emplace(options.compare);
 }
 
-void Pictures::TakeSnapshotWhenDue(double elapsed, double at) {
-  if (snapshot_ && canvas_.empty() && elapsed >= at) canvas_ = GrabCanvas();
+void Pictures::TakeCanvasWhenDue(double elapsed, double at, obs_sceneitem_t *input) {
+  if ((!snapshot_ && !matte_) || !canvas_.picture.empty() || elapsed < at) return;
+  canvas_ = GrabCanvas(matte_ ? input : nullptr);
 }
 
 void Pictures::Offer(const FramePair &pair, double entered, double at) {
@@ -25,18 +26,24 @@ void Pictures::Offer(const FramePair &pair, double entered, double at) {
   pair_is_late_ = late;
 }
 
-void Pictures::TakeLast() {
-  TakeSnapshotWhenDue(0, 0);
+void Pictures::TakeLast(obs_sceneitem_t *input) {
+  TakeCanvasWhenDue(0, 0, input);
+}
+
+void Pictures::WriteCanvas() {
+  const auto write = [](std::optional<PendingFile> &file, const cv::Mat &picture) {
+    if (!file) return;
+    if (picture.empty()) {
+      throw Failure(kExitOutput, file->final_path(), "libobs delivered no picture", "run longer, or at a lower --fps");
+    }
+    WritePng(*file, picture);
+  };
+  write(snapshot_, canvas_.picture);
+  write(matte_, canvas_.matte);
 }
 
 void Pictures::Write() {
-  if (snapshot_) {
-    if (canvas_.empty()) {
-      throw Failure(kExitOutput, snapshot_->final_path(), "libobs delivered no picture",
-                    "run longer, or at a lower --fps");
-    }
-    WritePng(*snapshot_, canvas_);
-  }
+  WriteCanvas();
   if (!compare_) return;
   if (before_.empty() || after_.empty()) {
     throw Failure(kExitOutput, compare_->final_path(), "no marked frame came back from the filter",

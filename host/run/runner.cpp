@@ -119,7 +119,7 @@ const char *Runner::Play(RunFigures &figures) {
     TakePair(figures);
     TakeAggregates(elapsed, figures);
     TakeSecond(elapsed, figures);
-    p_.pictures.TakeSnapshotWhenDue(elapsed, at_);
+    p_.pictures.TakeCanvasWhenDue(elapsed, at_, p_.stage.item());
     ShowMonitor();
     Show(elapsed, figures);
   }
@@ -201,7 +201,7 @@ void Runner::End(RunFigures &figures) {
   const LineCounts lines = p_.log.Counts();
   figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
                    lines.reduced - lines_at_start_.reduced, lines.errors};
-  p_.pictures.TakeLast();
+  p_.pictures.TakeLast(p_.stage.item());
   // A short run may have its only marked frame still under way.
   if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
   const uint64_t asked = os_gettime_ns();

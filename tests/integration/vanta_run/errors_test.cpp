@@ -144,11 +144,12 @@ TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
   const Workplace workplace;
   for (const auto &[option, name] : {std::pair{"--output", "no/out.mp4"},
                                      {"--snapshot", "no/s.png"},
+                                     {"--matte", "no/m.png"},
                                      {"--compare", "no/c.png"},
                                      {"--report", "no/r.json"},
                                      {"--plot", "no/p.png"},
                                      {"--log", "no/log.txt"}}) {
-    ExpectRefusal(workplace, {"--input", "color:203040", option, name}, 6, name);
+    ExpectRefusal(workplace, {"--input", "color:203040", "--green-screen", "{}", option, name}, 6, name);
   }
 }
 

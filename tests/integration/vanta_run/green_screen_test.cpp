@@ -149,6 +149,76 @@ TEST(RunGreenScreen, ReportHoldsTheConfigAndThatNoBeautyFilterWasThere) {
   EXPECT_GT(report["frames"]["out"], 0);
 }
 
+// The matte of a take that is written as take.png, one byte a pixel.
+cv::Mat Matte(const cv::Mat &take, const std::vector<std::string> &more = {}) {
+  const Workplace workplace;
+  cv::imwrite((workplace / "take.png").string(), take);
+  std::vector<std::string> arguments = {"--quiet",   "--input", "take.png",       "--no-beauty", "--fps",   "20",
+                                        "--seconds", "1",       "--green-screen", kConfig,       "--matte", "m.png"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  const ProgramResult result = RunProgram(workplace, arguments);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  return cv::imread((workplace / "m.png").string(), cv::IMREAD_UNCHANGED);
+}
+
+// The red front before the backing, with a ramp from one to the other over x = 120 to 200.
+cv::Mat SoftTake() {
+  cv::Mat take(180, 320, CV_8UC3);
+  for (int x = 0; x < take.cols; ++x) {
+    const double front = std::clamp((x - 120) / 80.0, 0.0, 1.0);
+    take.col(x) = kBackingBgr * (1 - front) + kFrontBgr * front;
+  }
+  return take;
+}
+
+TEST(RunMatte, IsWhiteInTheFrontBlackInTheBackingAndBetweenAtASoftEdge) {
+  const cv::Mat matte = Matte(SoftTake());
+  ASSERT_EQ(matte.size(), cv::Size(320, 180));
+  ASSERT_EQ(matte.type(), CV_8UC1);
+  EXPECT_GT(cv::mean(matte(cv::Rect(220, 20, 80, 140)))[0], 252);
+  EXPECT_LT(cv::mean(matte(cv::Rect(20, 20, 80, 140)))[0], 3);
+  const cv::Mat between = (matte.row(90) > 40) & (matte.row(90) < 215);
+  EXPECT_GT(cv::countNonZero(between), 5);
+}
+
+TEST(RunMatte, LiesOverTheSnapshotWhereTheInputDoesNotFillTheCanvas) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0xC04030:s=320x180:r=20:d=2", "-pix_fmt", "yuv420p",
+           (workplace / "front.mp4").string()});
+  const ProgramResult result = RunProgram(workplace, {"--quiet", "--input", "front.mp4", "--size", "320x320",
+                                                      "--no-beauty", "--green-screen", kConfig, "--matte", "m.png"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const cv::Mat matte = cv::imread((workplace / "m.png").string(), cv::IMREAD_UNCHANGED);
+  ASSERT_EQ(matte.size(), cv::Size(320, 320));
+  std::vector<cv::Point> opaque;
+  cv::findNonZero(matte > 128, opaque);
+  const cv::Rect place = cv::boundingRect(opaque);
+  EXPECT_EQ(place.width, 320);
+  EXPECT_NEAR(place.height, 180, 2);
+}
+
+// The front moves by 15 pixels with each frame, and the recorder takes every frame at the same time.
+TEST(RunMatte, OfAMovingInputBelongsToTheSnapshotsFrame) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0x30A050:s=320x180:r=20:d=3", "-f", "lavfi", "-i",
+           "color=0xC04030:s=60x90:r=20:d=3", "-filter_complex", "[0][1]overlay=x='mod(n*15,260)':y=45", "-pix_fmt",
+           "yuv420p", (workplace / "moving.mp4").string()});
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "moving.mp4", "--no-beauty", "--green-screen", kConfig, "--output",
+                             "o.mp4", "--snapshot", "s.png", "--matte", "m.png"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const cv::Mat matte = cv::imread((workplace / "m.png").string(), cv::IMREAD_UNCHANGED);
+  cv::Mat red;
+  cv::extractChannel(cv::imread((workplace / "s.png").string()), red, 2);
+  const cv::Mat front = red > 96, opaque = matte > 128;
+  ASSERT_GT(cv::countNonZero(front), 4000);
+  EXPECT_LT(cv::countNonZero(front != opaque), 600) << "one frame of motion is 2700 pixels";
+}
+
+TEST(RunMatte, WithoutTheGreenScreenIsRefusedWithTheRemedy) {
+  ExpectRefusal(Workplace(), {"--matte", "m.png"}, 2, {"--matte", "give --green-screen too"});
+}
+
 TEST(RunPickKey, FindsTheColorOfANoisyBacking) {
   const Workplace workplace;
   for (const cv::Scalar &backing : {cv::Scalar(0x50, 0xA0, 0x30), cv::Scalar(0xB0, 0x50, 0x20)}) {
