@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+
 #include "monitor/clipped.h"
 
 namespace vanta_test {
@@ -22,7 +25,7 @@ Arrival Sample(uint16_t port, uint16_t sender, int32_t in, float delay, int32_t 
   arrival.figures.tessera_avg = 0.5f;
   arrival.figures.beauty_avg = delay - 0.5f;
   arrival.figures.jank_count = janks;
-  arrival.figures.jank_time_ms = janks * 33;
+  arrival.figures.jank_time_ms = static_cast<int32_t>(std::min(int64_t{janks} * 33, int64_t{INT32_MAX}));
   return arrival;
 }
 
