@@ -10,6 +10,7 @@
 #include "support/host_double.h"
 #include "support/log_capture.h"
 #include "support/scripted_engine.h"
+#include "support/wait.h"
 
 using namespace vanta_test;
 
@@ -22,10 +23,17 @@ class BeautyFilterDll : public testing::Test {
   ModuleDll dll_;
 };
 
+// A thread names itself, and so a little after it was made.
 DWORD ThreadNamed(const std::string &name) {
-  for (const paper_host::ThreadName &thread : paper_host::ThreadNames())
-    if (thread.name == name) return thread.thread;
-  return 0;
+  DWORD id = 0;
+  WaitUntil(
+      [&] {
+        for (const paper_host::ThreadName &thread : paper_host::ThreadNames())
+          if (thread.name == name) id = thread.thread;
+        return id != 0;
+      },
+      name.c_str());
+  return id;
 }
 
 TEST_F(BeautyFilterDll, PassesThreeHundredFramesThroughTheEngine) {
