@@ -1,5 +1,5 @@
-// What this module requires of the vision runner: the runner, its configuration, pictures, and the variant tree in which
-// its results come. Declaration only; the runner's library implements it.
+// What this module requires of the vision runner: the runner, its configuration, pictures, and the variant tree in
+// which its results come. Declaration only; the runner's library implements it.
 #pragma once
 
 #include <cstdint>
