@@ -6,12 +6,12 @@ vanta_packages() {
   case "$1" in
     build)
       printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
-        nlohmann-json3-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
+        nlohmann-json3-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev libopencv-objdetect-dev \
         libavformat-dev libavcodec-dev libavutil-dev
       ;;
     run)
-      # obs-studio for the muxer, gnuplot for --plot: programs of their own.
-      printf '%s\n' obs-plugins obs-studio gnuplot-nox xvfb libgl1-mesa-dri libegl-mesa0
+      # obs-studio for the muxer, gnuplot for --plot: programs of their own. opencv-data: the cascades that find faces.
+      printf '%s\n' obs-plugins obs-studio gnuplot-nox xvfb libgl1-mesa-dri libegl-mesa0 opencv-data
       ;;
     test)
       vanta_packages run
