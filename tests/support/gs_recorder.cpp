@@ -16,6 +16,7 @@ struct Recorder {
   std::vector<std::string> fail_prefixes;
   std::map<const void *, std::string> alive;
   std::map<std::string, int> names;
+  uint32_t last_handle = 0;
   std::map<std::string, int> brackets;
   std::vector<std::string> misuse;
   int effect_passes = 1;
@@ -48,6 +49,7 @@ void Reset() {
   recorder.fail_prefixes.clear();
   recorder.alive.clear();
   recorder.names.clear();
+  recorder.last_handle = 0;
   recorder.brackets.clear();
   recorder.misuse.clear();
   recorder.effect_passes = 1;
@@ -220,6 +222,11 @@ std::string NameOf(const void *object) {
 std::string NewName(const std::string &kind) {
   std::lock_guard<std::mutex> lock(Get().mutex);
   return kind + std::to_string(++Get().names[kind]);
+}
+
+uint32_t NewHandle() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return ++Get().last_handle;
 }
 
 void CheckAlive(const void *object, const std::string &call) {

@@ -19,7 +19,7 @@ struct gs_texture {
   uint32_t height = 0;
   gs_color_format format = GS_RGBA;
   std::vector<uint8_t> pixels;  // of the last gs_texture_set_image, rows packed
-  uint32_t shared_handle = 0;   // 0: not opened from a handle
+  uint32_t shared_handle = 0;   // 0: not shared
 };
 
 // A source or filter that a test puts together by hand.
@@ -79,6 +79,7 @@ void Track(const void *object, const std::string &name);
 bool Untrack(const void *object, const std::string &call);  // false: it was not alive
 std::string NameOf(const void *object);
 std::string NewName(const std::string &kind);
+uint32_t NewHandle();
 void CheckAlive(const void *object, const std::string &call);
 void Bracket(int by, const std::string &kind);
 void AddMisuse(const std::string &text);

@@ -36,6 +36,11 @@ const char *FormatName(gs_color_format format) {
   }
 }
 
+std::string FlagText(uint32_t flags) {
+  if (flags == GS_DYNAMIC) return "GS_DYNAMIC";
+  return flags == GS_SHARED_KM_TEX ? "GS_SHARED_KM_TEX" : std::to_string(flags);
+}
+
 }  // namespace
 
 extern "C" {
@@ -43,8 +48,7 @@ extern "C" {
 gs_texture_t *gs_texture_create(uint32_t width, uint32_t height, enum gs_color_format format, uint32_t levels,
                                 const uint8_t **data, uint32_t flags) {
   if (NoteInGraphics(Text("gs_texture_create(", width, ", ", height, ", ", FormatName(format), ", ", levels, ", ",
-                          data ? "data" : "null", ", ", flags == GS_DYNAMIC ? "GS_DYNAMIC" : std::to_string(flags),
-                          ")"))) {
+                          data ? "data" : "null", ", ", FlagText(flags), ")"))) {
     return nullptr;
   }
   auto *texture = new gs_texture;
@@ -52,6 +56,7 @@ gs_texture_t *gs_texture_create(uint32_t width, uint32_t height, enum gs_color_f
   texture->width = width;
   texture->height = height;
   texture->format = format;
+  if (flags & GS_SHARED_KM_TEX) texture->shared_handle = NewHandle();
   Track(texture, texture->name);
   return texture;
 }
@@ -94,8 +99,15 @@ gs_texture_t *gs_texture_open_shared(uint32_t handle) {
 }
 
 uint32_t gs_texture_get_shared_handle(gs_texture_t *texture) {
-  NoteInGraphics(Text("gs_texture_get_shared_handle(", NameOf(texture), ")"));
-  return texture && texture->shared_handle ? texture->shared_handle : static_cast<uint32_t>(-1);
+  const bool fail = NoteInGraphics(Text("gs_texture_get_shared_handle(", NameOf(texture), ")"));
+  return !fail && texture && texture->shared_handle ? texture->shared_handle : static_cast<uint32_t>(-1);
+}
+
+void gs_copy_texture(gs_texture_t *destination, gs_texture_t *source) {
+  const std::string call = Text("gs_copy_texture(", NameOf(destination), ", ", NameOf(source), ")");
+  NoteInGraphics(call);
+  CheckAlive(destination, call);
+  CheckAlive(source, call);
 }
 
 int gs_texture_acquire_sync(gs_texture_t *texture, uint64_t key, uint32_t timeout_ms) {

@@ -222,9 +222,15 @@ void FaceBeautyFilterWorkerThreadSleep(uint64_t id) {
 void SetTesseraLandmarkFilterWorkerThreadId(uint64_t) {}
 void SetTesseraLandmarkFilterWorkerThreadTimestamp(uint64_t) {}
 void TesseraLandmarkFilterWorkerThreadSleep() {}
-void SetTesseraLandmarkFilterGpuWorkerThreadId(uint64_t) {}
-void SetTesseraLandmarkFilterGpuWorkerThreadTimestamp(uint64_t) {}
-void TesseraLandmarkFilterGpuWorkerThreadSleep() {}
+void SetTesseraLandmarkFilterGpuWorkerThreadId(uint64_t id) {
+  Note(id == 0 ? "GpuThreadId(0)" : id == vanta::CurrentThreadId() ? "GpuThreadId(self)" : "GpuThreadId of another");
+}
+void SetTesseraLandmarkFilterGpuWorkerThreadTimestamp(uint64_t timestamp) {
+  Note(timestamp != 0 ? "GpuThreadTimestamp(now)" : "GpuThreadTimestamp(0)");
+}
+void TesseraLandmarkFilterGpuWorkerThreadSleep() {
+  Note("GpuThreadSleep");
+}
 
 void blog_user_define_data_report(int32_t report_id, const char *format, ...) {
   va_list args;

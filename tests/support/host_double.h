@@ -41,7 +41,8 @@ HostSwitches Switches();
 void Change(const std::function<void(HostSwitches &)> &change);
 
 // Thread supervision and flag writes, as text: "AddThread", "ThreadId(self)", "ThreadId(0)", "ThreadTimestamp(now)",
-// "ThreadTimestamp(0)", "ThreadSleep", "RemoveThread", "SetBeautySharedTexture(1)".
+// "ThreadTimestamp(0)", "ThreadSleep", "RemoveThread", "SetBeautySharedTexture(1)"; the landmark filter's GPU worker
+// has "GpuThreadId(self)" and so on.
 std::vector<std::string> Calls();
 void ClearCalls();
 void SetRecording(bool on);

@@ -28,10 +28,13 @@ void WorkerThread::Start(std::function<void()> main) {
 }
 
 int WorkerThread::SetPriority(int priority) {
-  if (!Joinable()) return 0;
+  return Joinable() && SetThreadPriorityById(Id(), priority) ? 1 : 0;
+}
+
+uint64_t WorkerThread::Id() {
   std::unique_lock<std::mutex> lock(mutex_);
-  started_.wait(lock, [this] { return id_ != 0; });
-  return SetThreadPriorityById(id_, priority) ? 1 : 0;
+  if (Joinable()) started_.wait(lock, [this] { return id_ != 0; });
+  return id_;
 }
 
 }  // namespace vanta

@@ -26,6 +26,8 @@ class WorkerThread {
   void Start(std::function<void()> main);
   // 1 when the system granted it, 0 when not. Waits for the new thread's first instruction only.
   int SetPriority(int priority);
+  // Of the last thread started, also when it has ended; 0 before the first. Waits as SetPriority does.
+  uint64_t Id();
   bool Joinable() const { return thread_.joinable(); }
   void Join() { thread_.join(); }
 
