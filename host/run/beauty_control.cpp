@@ -34,6 +34,18 @@ LXGroupConfig GroupConfig(const std::string &group) {
   return config;
 }
 
+std::vector<LXMakeupInfo> MakeupLayers(const std::vector<MakeupOption> &options) {
+  std::vector<LXMakeupInfo> layers;
+  for (const MakeupOption &option : options) {
+    LXMakeupInfo layer{};
+    CopyPath(layer.resourceDir, option.folder);
+    CopyPath(layer.key, std::filesystem::path(option.folder).filename().string());
+    layer.intensity = option.intensity;
+    layers.push_back(layer);
+  }
+  return layers;
+}
+
 }  // namespace
 
 ILumivex *BeautyControl::Faceless() {
@@ -46,15 +58,18 @@ void BeautyControl::SetUpHost() const {
   lumivex_set_delay_ms(static_cast<int>(options_.engine_delay_ms));
 }
 
-void BeautyControl::SendSnapshot() const {
-  ILumivex *faceless = Faceless();
-  if (faceless == nullptr) return;
+FacelessEngineSnapshot BeautyControl::Snapshot() const {
   FacelessEngineSnapshot snapshot;
-  for (const auto &[type, on] : options_.effects) snapshot.effect_enabled[type] = on;
+  for (const auto &[type, on] : options_.stages) snapshot.effect_enabled[type] = on;
   for (const auto &[type, intensity] : options_.beauty) snapshot.beauty[type] = intensity;
   if (options_.lookup) snapshot.lookup = LookupInfo(*options_.lookup);
   if (!options_.group.empty()) snapshot.group = GroupConfig(options_.group);
-  faceless->SetEngineSnapshot(snapshot);
+  snapshot.makeup = MakeupLayers(options_.makeup);
+  return snapshot;
+}
+
+void BeautyControl::SendSnapshot() const {
+  if (ILumivex *faceless = Faceless()) faceless->SetEngineSnapshot(Snapshot());
 }
 
 void BeautyControl::SendCommands() const {
@@ -62,10 +77,20 @@ void BeautyControl::SendCommands() const {
   if (faceless == nullptr) return;
   faceless->BeginBatchCommand();
   if (!options_.group.empty()) faceless->SetBeautyGroupPath(GroupConfig(options_.group));
-  for (const auto &[type, on] : options_.effects) faceless->SetEffectEnabledWithEffectType(type, on);
+  for (const auto &[type, on] : options_.stages) faceless->SetEffectEnabledWithEffectType(type, on);
   if (options_.lookup) faceless->SetLookupInfo(LookupInfo(*options_.lookup));
   for (const auto &[type, intensity] : options_.beauty) faceless->SetBeautyIntensityWithType(type, intensity);
+  if (!options_.makeup.empty()) faceless->SetMakeupInfo(MakeupLayers(options_.makeup));
   faceless->EndBatchCommand();
+}
+
+void BeautyControl::StartEffect(const std::string &event) const {
+  ILumivex *faceless = Faceless();
+  if (faceless == nullptr || options_.effect.empty()) return;
+  FacelessEngineSnapshot snapshot = Snapshot();
+  snapshot.magic_path = options_.effect;
+  faceless->SetEngineSnapshot(snapshot);
+  faceless->SetMagicEffectWithEvent(options_.effect, kMainEffectSlot, true, event);
 }
 
 void BeautyControl::StopEngine(obs_source_t *filter) const {

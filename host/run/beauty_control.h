@@ -22,6 +22,9 @@ class BeautyControl {
   void SendSnapshot() const;
   // The same as live commands, for the engine that runs already. After the filter is made.
   void SendCommands() const;
+  // Plays the effect of the command line from its start; an engine made later plays it again. The effect's end sets the
+  // event, if one is named.
+  void StartEffect(const std::string &event) const;
   // Takes the engine away: the next one cannot be made, and the request makes the worker want a new one.
   void StopEngine(obs_source_t *filter) const;
 
@@ -30,6 +33,8 @@ class BeautyControl {
   static ILumivex *Faceless();
 
  private:
+  FacelessEngineSnapshot Snapshot() const;
+
   const Options &options_;
 };
 

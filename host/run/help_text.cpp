@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kHead[] =
     R"(NAME
-  vanta-run - plays a file through the beauty filter and the green screen, without a window
+  vanta-run - plays a file through the beauty filter, the landmark filter and the green screen, without a window
 
 SYNOPSIS
   vanta-run --input FILE [options]
@@ -41,13 +41,21 @@ BEAUTY
 constexpr char kMiddle[] =
     R"(      --lookup FILE[=I]   colour table, .cube or square PNG, at intensity I from 0 to 1 (default 1)
       --group NAME|FILE   a preset of the engine ("jingdian" is its start-up preset) or a preset file
-      --effect LIST       whole stages, as in 'green-matting=on,relight=off':
+      --stage LIST        whole stages of the engine, as in 'green-matting=on,relight=off':
                           beauty, adjust, lookup, relight, green-matting
+      --makeup DIR[=I]    a layer of makeup at intensity I from 0 to 1 (default 1); may be given more than once. The
+                          layer's key for SetMakeupIntensityWithKey is the folder's name
+      --effect DIR        plays the magic effect in this folder; this program's ability handler shows what it asks for
       --settings JSON     settings for the running filter; may be given more than once. Keys:
                           no_green_matting (true, false), lx_enable_nvdx_interop ("open", "close"),
                           sceneitem_orientation_info ({"hor_flip":..,"ver_flip":..,"rot_deg":..}),
                           effect_json_ability_handler (true: this program's, false: none)
       --no-beauty         leave the beauty filter out, and with it the engine and its cost
+
+FACES
+      --landmarks FILE    adds the landmark filter behind the beauty filter and writes each of its signals as a line of
+                          JSON: seconds into the run, size of the picture, points, boxes. "-" is standard output
+      --draw-landmarks    adds it too, and draws points and boxes over the picture, in the recording and the snapshot
 
 GREEN SCREEN
       --green-screen FILE|JSON
@@ -63,6 +71,12 @@ COMMANDS
       --commands FILE     sends control operations and settings at given times, one JSON object a line
       --interactive       takes the same lines from standard input while it runs; "quit" ends the run, the end
                           of standard input does not. Pictures and colours go on until then
+      --ability-answers FILE
+                          what this program answers when an effect asks for something, one JSON object a line:
+                          {"method": "getPkId", "answer": {"pkId": "7"}}. The answer goes to the engine as game data, with
+                          the request's "seqId" where it has none
+      --event NAME        makes a named event and says when it is set; may be given more than once. The first one is
+                          set by the end of --effect
       --help-commands     how the lines are written, and every operation with its arguments
 
 ENGINE
@@ -106,7 +120,7 @@ OPERATIONS, with their arguments; what stands in brackets may be left out
 
 constexpr char kCommandsTail[] =
     R"(
-  The type of an intensity or effect is its number, or its name as --beauty and --effect have it. Paths go to
+  The type of an intensity or effect is its number, or its name as --beauty and --stage have it. Paths go to
   the engine as they stand. SetMagicEffectForSources finds the filter under the name "beauty".
 )";
 
@@ -151,7 +165,7 @@ OUTPUT
       --compare FILE      PNG of one frame before and after the filter, side by side; sets --gl-context off
       --at S              take these pictures S seconds into the run. Default: halfway, or after 2 seconds
       --report FILE       JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's
-                          reports, ten-second records, commands sent, switches, versions. "-" is standard output
+                          reports, ten-second records, commands sent, events, faces, switches, versions. "-" is standard output
       --plot FILE         PNG that draws delay, engine time and jank over the run; needs gnuplot
   Every file is written under another name beside its place and renamed when it is whole.
 
@@ -176,7 +190,7 @@ EXIT STATUS
     0  everything asked for has been written
     1  something unforeseen
     2  unknown option, bad value or bad command line
-    3  the input, the background, the command file or the config cannot be read; no picture or no backing in it
+    3  the input, the background, an effect, the command file or the config cannot be read; no picture or no backing in it
     4  no display and no way to get one, or no OpenGL on it
     5  the filter, a plug-in of libobs or gnuplot is missing
     6  a file could not be written whole; nothing half-written is left under its name

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/settings_update.h"
+#include "effect_options.h"
 #include "failure.h"
 #include "help_text.h"
 #include "key_config.h"
@@ -20,7 +21,13 @@ namespace {
 enum LongOnly : int {
   kLookup = 256,
   kGroup,
+  kStage,
   kEffect,
+  kMakeup,
+  kLandmarks,
+  kDrawLandmarks,
+  kAbilityAnswers,
+  kEvent,
   kSettings,
   kCommands,
   kInteractive,
@@ -56,7 +63,13 @@ constexpr option kOptions[] = {
     {"beauty", required_argument, nullptr, 'b'},
     {"lookup", required_argument, nullptr, kLookup},
     {"group", required_argument, nullptr, kGroup},
+    {"stage", required_argument, nullptr, kStage},
     {"effect", required_argument, nullptr, kEffect},
+    {"makeup", required_argument, nullptr, kMakeup},
+    {"landmarks", required_argument, nullptr, kLandmarks},
+    {"draw-landmarks", no_argument, nullptr, kDrawLandmarks},
+    {"ability-answers", required_argument, nullptr, kAbilityAnswers},
+    {"event", required_argument, nullptr, kEvent},
     {"settings", required_argument, nullptr, kSettings},
     {"commands", required_argument, nullptr, kCommands},
     {"interactive", no_argument, nullptr, kInteractive},
@@ -128,18 +141,18 @@ void ReadBeauty(const char *value, Options &options) {
   }
 }
 
-void ReadEffects(const char *value, Options &options) {
+void ReadStages(const char *value, Options &options) {
   const auto pairs = ParsePairs(value);
-  if (!pairs) BadValue("effect", value, "write NAME=on or NAME=off, with commas between");
+  if (!pairs) BadValue("stage", value, "write NAME=on or NAME=off, with commas between");
   for (const auto &[name, text] : *pairs) {
     const auto type = FindEffectType(name);
     const auto on = ParseOnOff(text);
     if (!type) {
-      throw Failure(kExitUsage, "--effect", "no effect is called '" + name + "'",
+      throw Failure(kExitUsage, "--stage", "no stage is called '" + name + "'",
                     "known are beauty, adjust, lookup, relight, green-matting");
     }
-    if (!on) BadValue("effect", value, "write NAME=on or NAME=off, with commas between");
-    options.effects.emplace_back(*type, *on);
+    if (!on) BadValue("stage", value, "write NAME=on or NAME=off, with commas between");
+    options.stages.emplace_back(*type, *on);
   }
 }
 
@@ -204,8 +217,26 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
     case kGroup:
       options.group = value;
       return;
+    case kStage:
+      ReadStages(value, options);
+      return;
     case kEffect:
-      ReadEffects(value, options);
+      options.effect = ReadEffectFolder(value);
+      return;
+    case kMakeup:
+      options.makeup.push_back(ReadMakeup(value));
+      return;
+    case kLandmarks:
+      options.landmarks = value;
+      return;
+    case kDrawLandmarks:
+      options.draw_landmarks = true;
+      return;
+    case kAbilityAnswers:
+      options.ability_answers = value;
+      return;
+    case kEvent:
+      options.events.emplace_back(value);
       return;
     case kSettings:
       ReadSettings(value, options);
@@ -290,7 +321,11 @@ void RefuseBeautyOptions(const Options &options) {
       {"--beauty", !options.beauty.empty()},
       {"--lookup", options.lookup.has_value()},
       {"--group", !options.group.empty()},
-      {"--effect", !options.effects.empty()},
+      {"--stage", !options.stages.empty()},
+      {"--effect", !options.effect.empty()},
+      {"--makeup", !options.makeup.empty()},
+      {"--ability-answers", !options.ability_answers.empty()},
+      {"--event", !options.events.empty()},
       {"--settings", !options.settings.empty()},
       {"--commands", !options.commands.empty()},
       {"--interactive", options.interactive},

@@ -28,6 +28,12 @@ struct LookupOption {
   float intensity = 1.0f;  // 0 to 1
 };
 
+// One layer of makeup.
+struct MakeupOption {
+  std::string folder;      // absolute
+  float intensity = 1.0f;  // 0 to 1
+};
+
 struct Options {
   // Input
   std::string input;                // a file, or "color:RRGGBB"
@@ -40,7 +46,9 @@ struct Options {
   // Beauty and engine
   std::vector<std::pair<LXBeautyType, float>> beauty;
   std::optional<LookupOption> lookup;
-  std::vector<std::pair<LXEffectType, bool>> effects;  // whole stages, on or off
+  std::vector<std::pair<LXEffectType, bool>> stages;  // whole stages of the engine, on or off
+  std::string effect;                                 // the folder of a magic effect, absolute; empty: none
+  std::vector<MakeupOption> makeup;
   std::string group;  // a preset's name or a file; empty: the engine's own start-up preset
   bool engine = true;
   uint32_t engine_delay_ms = 0;       // added to every frame
@@ -55,9 +63,16 @@ struct Options {
   bool pick_key = false;                    // print the backing's colour and end
   std::string background;                   // a file, or "color:RRGGBB"; empty: none
 
+  // Faces
+  std::string landmarks;  // file of found faces, "-" for standard output; empty: none
+  bool draw_landmarks = false;
+  bool FindsFaces() const { return !landmarks.empty() || draw_landmarks; }
+
   // The host application's part
-  std::string commands;      // a script's file; empty: none
-  bool interactive = false;  // commands come on standard input too
+  std::string ability_answers;      // a file of answers; empty: none
+  std::vector<std::string> events;  // named events to make and to watch
+  std::string commands;             // a script's file; empty: none
+  bool interactive = false;         // commands come on standard input too
 
   bool monitor = false;  // the statistics datagrams, live
 

@@ -9,6 +9,7 @@ extern "C" {
 
 #include "commands/command_player.h"
 #include "cost_observer.h"
+#include "faces/face_file.h"
 #include "failure.h"
 #include "first_frame.h"
 #include "key_color.h"
@@ -53,6 +54,10 @@ int Run(const Options &options, Interrupt &interrupt) {
   if (!options.background.empty()) background = LookAtBackground(options);
   std::vector<ScriptLine> script;
   if (!options.commands.empty()) script = ReadScript(options.commands);
+  std::vector<AbilityAnswer> answers;
+  if (!options.ability_answers.empty()) answers = ReadAbilityAnswers(options.ability_answers);
+  std::vector<std::unique_ptr<EventWatch>> events;
+  for (const std::string &name : options.events) events.push_back(std::make_unique<EventWatch>(name));
   const RunLimits limits(options, input, script.empty() ? 0 : script.back().at);
   const ModulePaths module = FindFilterModule(options);
   LogSink log(options.log, options.verbose);
@@ -73,6 +78,8 @@ int Run(const Options &options, Interrupt &interrupt) {
     RequireGnuplot();
     plot.emplace(options.plot);
   }
+  std::optional<PendingFile> landmarks;
+  if (!options.landmarks.empty() && options.landmarks != "-") landmarks.emplace(options.landmarks);
   std::optional<PendingFile> report;
   if (!options.report.empty() && options.report != "-") report.emplace(options.report);
 
@@ -90,18 +97,23 @@ int Run(const Options &options, Interrupt &interrupt) {
   {
     FrameMeter meter;
     AbilityHandler abilities;
+    std::optional<FaceFile> faces;
+    if (options.FindsFaces()) faces.emplace(landmarks ? &*landmarks : nullptr, !options.landmarks.empty());
     Stage stage(input, options.loop, meter);
     stage.AddFilters(options.beauty_filter);
+    if (faces) stage.AddLandmarks();
     if (options.green_screen) stage.AddGreenScreen(*options.green_screen);
+    if (options.draw_landmarks) stage.AddFaceOverlay(faces->listener());
     if (background) stage.AddBackground(*background);
     control.SendCommands();
     stage.Show();
     std::optional<Recorder> recorder;
     if (recording) recorder.emplace(*recording, options.verbose);
-    CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage, abilities,
-                           RequireControl());
+    CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,
+                           {abilities, std::move(answers), std::move(events)}, RequireControl());
     Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
-                   pictures, recorder ? &*recorder : nullptr, monitor ? &*monitor : nullptr});
+                   pictures, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
+                   monitor ? &*monitor : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();
@@ -109,6 +121,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     }
   }
   pictures.Write();
+  if (landmarks) landmarks->Commit();
   figures.averages = observer.Averages();
   figures.spikes = observer.Spikes();
   figures.reports = reports.Reports();

@@ -160,6 +160,18 @@ Json AbilitiesJson(const std::vector<AskedAbility> &asked) {
   return all;
 }
 
+Json EventsJson(const std::vector<EventCount> &events) {
+  Json all = Json::array();
+  for (const EventCount &event : events) all.push_back({{"name", event.name}, {"set", event.times}});
+  return all;
+}
+
+// Null where nobody looked for faces.
+Json FacesJson(const std::optional<FaceCounts> &faces) {
+  if (!faces) return {};
+  return {{"signals", faces->signals}, {"with_faces", faces->with_faces}, {"most_faces", faces->most_faces}};
+}
+
 Json NotesJson(const std::vector<CostNote> &notes) {
   Json all = Json::array();
   for (const CostNote &note : notes) all.push_back({{"name", note.name}, {"us", note.microseconds}});
@@ -215,6 +227,8 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
       {"aggregates", AggregatesJson(figures.aggregates)},
       {"commands", CommandsJson(figures)},
       {"ability_calls", AbilitiesJson(figures.abilities)},
+      {"events", EventsJson(figures.events)},
+      {"landmarks", FacesJson(figures.faces)},
       {"slow_frames", NotesJson(figures.spikes)},
       {"minute_averages", NotesJson(figures.averages)},
       {"reports", ReportsJson(figures.reports)},
@@ -253,6 +267,13 @@ std::vector<std::string> SummaryLines(const RunFigures &figures) {
                 static_cast<unsigned long long>(Repeated(figures)), static_cast<unsigned long long>(Dropped(figures)),
                 figures.seconds);
   lines.emplace_back(text);
+  if (figures.faces) {
+    std::snprintf(text, sizeof(text), "faces   looked %llu times, found some %llu times, at most %llu at once",
+                  static_cast<unsigned long long>(figures.faces->signals),
+                  static_cast<unsigned long long>(figures.faces->with_faces),
+                  static_cast<unsigned long long>(figures.faces->most_faces));
+    lines.emplace_back(text);
+  }
   if (!figures.beauty_filter) {
     AddLateLine(figures, lines);
     return lines;

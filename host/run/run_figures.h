@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "commands/ability_handler.h"
 #include "cost_observer.h"
+#include "faces/face_listener.h"
 #include "frame_meter.h"
 #include "input.h"
 #include "log_sink.h"
@@ -54,6 +56,12 @@ struct SecondFigures {
   FrameCounts frames;
 };
 
+// How often a named event was set.
+struct EventCount {
+  std::string name;
+  uint64_t times = 0;
+};
+
 struct RunFigures {
   const char *ended_by = "";   // "end of input", "limit", "interrupt", "quit"
   bool beauty_filter = true;   // in the chain
@@ -70,6 +78,8 @@ struct RunFigures {
   std::vector<SentCommand> commands;
   size_t commands_left = 0;  // not due when the run ended
   std::vector<AskedAbility> abilities;
+  std::vector<EventCount> events;
+  std::optional<FaceCounts> faces;  // empty: nobody looked for any
   std::vector<ModuleReport> reports;
   uint32_t canvas_frames = 0, canvas_lagged = 0;
   uint64_t recorded_frames = 0, recorded_bytes = 0;

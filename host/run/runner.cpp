@@ -81,7 +81,12 @@ bool Runner::WarmUp(RunFigures &figures) {
   if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
     p_.progress.Say("no effect engine: the picture passes untouched");
   }
-  UpdateFilter(p_.stage.filter(), p_.options.settings, &p_.abilities);
+  std::vector<std::string> settings = p_.options.settings;
+  // First, so that --settings wins.
+  if (!p_.options.effect.empty() || !p_.options.ability_answers.empty()) {
+    settings.insert(settings.begin(), R"({"effect_json_ability_handler":true})");
+  }
+  UpdateFilter(p_.stage.filter(), settings, &p_.abilities);
   return true;
 }
 
@@ -91,7 +96,9 @@ void Runner::Begin() {
   const uint64_t asked = os_gettime_ns();
   while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
   }
+  p_.control.StartEffect(p_.options.events.empty() ? std::string() : p_.options.events.front());
   if (p_.recorder != nullptr) p_.recorder->Start();
+  if (p_.faces != nullptr) p_.faces->Start();
   p_.meter.StartOver();
   counts_at_start_ = counts_at_second_ = p_.meter.Counts();
   lines_at_start_ = p_.log.Counts();
@@ -115,6 +122,7 @@ const char *Runner::Play(RunFigures &figures) {
       p_.control.StopEngine(p_.stage.filter());
       engine_stopped = true;
     }
+    if (p_.faces != nullptr) p_.faces->Write();
     MarkWhenDue(elapsed);
     TakePair(figures);
     TakeAggregates(elapsed, figures);
@@ -217,6 +225,7 @@ void Runner::End(RunFigures &figures) {
   next_look_ = 0;
   TakeAggregates(figures.seconds, figures);
   p_.commands.Tell(figures);
+  if (p_.faces != nullptr) figures.faces = p_.faces->Finish();
   figures.adapter = vanta_host_adapter_name();
   if (p_.recorder != nullptr) p_.recorder->Finish();
   p_.progress.End();

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "faces/face_overlay.h"
 #include "failure.h"
 
 namespace vanta_run {
@@ -9,6 +10,7 @@ namespace {
 
 constexpr char kBeautyId[] = "face_beauty_filter_v2";
 constexpr char kGreenScreenId[] = "LX_green_screen_filter";
+constexpr char kLandmarkId[] = "tessera_landmark_filter";
 
 // libobs makes a source even where the plug-in has refused it or is not there.
 obs_source_t *CreateFilter(const char *id, const char *name, obs_data_t *settings) {
@@ -35,7 +37,7 @@ Stage::Stage(const Input &input, bool loop, FrameMeter &meter) : input_(input), 
 
 Stage::~Stage() {
   obs_set_output_source(0, nullptr);
-  obs_source_t *const filters[] = {green_screen_, after_, filter_, before_};
+  obs_source_t *const filters[] = {overlay_, green_screen_, landmarks_, after_, filter_, before_};
   for (obs_source_t *filter : filters) {
     if (filter == nullptr) continue;
     // libobs draws filters without a lock on their list: the graphics lock keeps it from drawing while one leaves.
@@ -43,7 +45,9 @@ Stage::~Stage() {
     obs_source_filter_remove(source_->get(), filter);
     obs_leave_graphics();
   }
+  overlay_ = nullptr;
   green_screen_ = nullptr;
+  landmarks_ = nullptr;
   after_ = nullptr;
   filter_ = nullptr;
   before_ = nullptr;
@@ -64,6 +68,16 @@ void Stage::AddFilters(bool beauty) {
   obs_source_filter_add(source_->get(), before_);
   if (filter_ != nullptr) obs_source_filter_add(source_->get(), filter_);
   obs_source_filter_add(source_->get(), after_);
+}
+
+void Stage::AddLandmarks() {
+  landmarks_ = CreateFilter(kLandmarkId, "landmarks", nullptr);
+  obs_source_filter_add(source_->get(), landmarks_);
+}
+
+void Stage::AddFaceOverlay(FaceListener &listener) {
+  overlay_ = CreateFaceOverlay(listener);
+  obs_source_filter_add(source_->get(), overlay_);
 }
 
 void Stage::AddGreenScreen(const std::string &config) {

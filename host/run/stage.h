@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "faces/face_listener.h"
 #include "frame_meter.h"
 #include "input.h"
 #include "played_source.h"
@@ -28,8 +29,12 @@ class Stage {
   // The two taps, and between them the beauty filter where it is wanted. Throws Failure(kExitModule) when the filter
   // cannot be made.
   void AddFilters(bool beauty);
-  // Behind all other filters. `config`: a JSON object. Throws likewise.
+  // Behind the filters that are there. `config`: a JSON object. Throws likewise.
   void AddGreenScreen(const std::string &config);
+  // Behind the beauty filter and before the green screen: finds faces in what the source shows. Throws likewise.
+  void AddLandmarks();
+  // Behind all others: draws what the listener hears. The listener must outlive the stage.
+  void AddFaceOverlay(FaceListener &listener);
   // Below the source. Before it is shown; the input must outlive the stage.
   void AddBackground(const Input &background);
   void Show();
@@ -48,7 +53,7 @@ class Stage {
   const Input &input_;
   FrameMeter &meter_;
   std::optional<PlayedSource> source_, background_;
-  OBSSourceAutoRelease before_, filter_, after_, green_screen_;
+  OBSSourceAutoRelease before_, filter_, after_, landmarks_, green_screen_, overlay_;
   OBSSceneAutoRelease scene_;
   obs_sceneitem_t *item_ = nullptr;  // of scene_
 };

@@ -28,15 +28,17 @@ void Answer(const std::string &place, size_t line, const std::string &name, cons
 }  // namespace
 
 CommandPlayer::CommandPlayer(std::string script_name, std::vector<ScriptLine> script, bool interactive,
-                             Progress &progress, Stage &stage, AbilityHandler &handler, ILumivex &control)
+                             Progress &progress, Stage &stage, EffectDesk desk, ILumivex &control)
     : script_name_(std::move(script_name)),
       interactive_(interactive),
       progress_(progress),
       stage_(stage),
-      handler_(handler),
+      desk_(std::move(desk)),
       control_(control),
       script_(std::make_move_iterator(script.begin()), std::make_move_iterator(script.end())),
-      input_(STDIN_FILENO) {}
+      input_(STDIN_FILENO) {
+  for (const auto &event : desk_.events) events_.push_back({event->name(), 0});
+}
 
 bool CommandPlayer::Advance(double elapsed) {
   SendDue(script_, script_name_, elapsed);
@@ -44,7 +46,8 @@ bool CommandPlayer::Advance(double elapsed) {
     ReadInput(elapsed);
     SendDue(typed_, kInputName, elapsed);
   }
-  ShowAbilityCalls(elapsed);
+  HandleAbilityCalls(elapsed);
+  LookAtEvents();
   return !quit_;
 }
 
@@ -77,16 +80,30 @@ void CommandPlayer::SendDue(std::deque<ScriptLine> &lines, const std::string &pl
 }
 
 void CommandPlayer::Update(const std::string &settings) {
-  UpdateFilter(stage_.filter(), {settings}, &handler_);
+  UpdateFilter(stage_.filter(), {settings}, &desk_.handler);
 }
 
-void CommandPlayer::ShowAbilityCalls(double elapsed) {
-  for (AbilityCall &call : handler_.TakeCalls()) {
+void CommandPlayer::HandleAbilityCalls(double elapsed) {
+  for (AbilityCall &call : desk_.handler.TakeCalls()) {
     std::string line = "ability handler: " + call.operation;
     if (!call.method.empty()) line += " " + call.method;
     if (!call.params.empty()) line += " " + call.params;
+    const std::optional<std::string> answer = FindAnswer(desk_.answers, call);
+    if (answer) {
+      control_.SetBoomGameData(*answer);
+      line += ", answered " + *answer;
+    }
     progress_.Say(line);
     if (asked_.size() < kMaxKept) asked_.push_back({Rounded(elapsed), std::move(call)});
+  }
+}
+
+void CommandPlayer::LookAtEvents() {
+  for (size_t i = 0; i < events_.size(); ++i) {
+    while (desk_.events[i]->Take()) {
+      ++events_[i].times;
+      progress_.Say("event " + events_[i].name + " was set");
+    }
   }
 }
 
@@ -99,6 +116,8 @@ void CommandPlayer::Tell(RunFigures &figures) {
   figures.commands_left = script_.size() + typed_.size();
   figures.commands = std::move(sent_);
   figures.abilities = std::move(asked_);
+  LookAtEvents();
+  figures.events = std::move(events_);
 }
 
 }  // namespace vanta_run

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "commands/ability_handler.h"
+#include "commands/ability_answers.h"
 #include "commands/command_script.h"
+#include "commands/event_watch.h"
 #include "commands/line_input.h"
 #include "progress.h"
 #include "run_figures.h"
@@ -14,12 +16,19 @@
 
 namespace vanta_run {
 
+// The host application's side of effects: what they ask, what is answered, what they set.
+struct EffectDesk {
+  AbilityHandler &handler;
+  std::vector<AbilityAnswer> answers;
+  std::vector<std::unique_ptr<EventWatch>> events;
+};
+
 // Results go to standard output, a JSON object a line. Threads: [control].
 class CommandPlayer final : private CommandTarget {
  public:
   // `script_name` stands in the report; `interactive` reads standard input too.
   CommandPlayer(std::string script_name, std::vector<ScriptLine> script, bool interactive, Progress &progress,
-                Stage &stage, AbilityHandler &handler, ILumivex &control);
+                Stage &stage, EffectDesk desk, ILumivex &control);
 
   // Sends what is due; false when a line asks for the end.
   bool Advance(double elapsed);
@@ -34,13 +43,14 @@ class CommandPlayer final : private CommandTarget {
 
   void ReadInput(double elapsed);
   void SendDue(std::deque<ScriptLine> &lines, const std::string &place, double elapsed);
-  void ShowAbilityCalls(double elapsed);
+  void HandleAbilityCalls(double elapsed);
+  void LookAtEvents();
 
   const std::string script_name_;
   const bool interactive_;
   Progress &progress_;
   Stage &stage_;
-  AbilityHandler &handler_;
+  EffectDesk desk_;
   ILumivex &control_;
 
   std::deque<ScriptLine> script_, typed_;  // not sent yet, in order of time
@@ -49,6 +59,7 @@ class CommandPlayer final : private CommandTarget {
   bool quit_ = false;
   std::vector<SentCommand> sent_;
   std::vector<AskedAbility> asked_;
+  std::vector<EventCount> events_;  // as in desk_
 };
 
 }  // namespace vanta_run

@@ -64,14 +64,28 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{"Seconds", {"--seconds", "-1"}}, BadValue{"Frames", {"--frames", "1.5"}},
                     BadValue{"BeautyName", {"--beauty", "charm=0.5"}},
                     BadValue{"BeautyRange", {"--beauty", "smooth=1.5"}}, BadValue{"BeautyForm", {"--beauty", "smooth"}},
-                    BadValue{"Effect", {"--effect", "beauty=perhaps"}},
-                    BadValue{"EffectName", {"--effect", "charm=on"}}, BadValue{"Lookup", {"--lookup", "missing.cube"}},
-                    BadValue{"Settings", {"--settings", "[1]"}}, BadValue{"Switch", {"--async-commands", "maybe"}},
-                    BadValue{"Color", {"--input", "color:12"}}, BadValue{"Background", {"--background", "color:12"}},
+                    BadValue{"Stage", {"--stage", "beauty=perhaps"}}, BadValue{"StageName", {"--stage", "charm=on"}},
+                    BadValue{"Lookup", {"--lookup", "missing.cube"}}, BadValue{"Settings", {"--settings", "[1]"}},
+                    BadValue{"Switch", {"--async-commands", "maybe"}}, BadValue{"Color", {"--input", "color:12"}},
+                    BadValue{"Background", {"--background", "color:12"}},
                     BadValue{"KeyText", {"--green-screen", "{\"keyColor\":"}},
                     BadValue{"KeyEmpty", {"--green-screen", ""}}, BadValue{"Delay", {"--engine-delay", "long"}},
-                    BadValue{"Ending", {"--output", "out.doc"}}),
+                    BadValue{"Ending", {"--output", "out.doc"}}, BadValue{"EventName", {"--event", ""}},
+                    BadValue{"EffectFolder", {"--effect", ""}}, BadValue{"MakeupIntensity", {"--makeup", ".=2"}}),
     [](const auto &info) { return std::string(info.param.name); });
+
+TEST(RunErrors, FolderThatHoldsNoEffectIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "color:000000", "--effect", "missing"}, 3, "no such folder");
+  ExpectRefusal(Workplace(), {"--input", "color:000000", "--effect", "."}, 3, "no effect.json");
+}
+
+TEST(RunErrors, MissingMakeupFolderIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "color:000000", "--makeup", "missing=0.5"}, 3, "no such folder");
+}
+
+TEST(RunErrors, MissingAnswersAreAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "color:000000", "--ability-answers", "missing"}, 3, "No such file");
+}
 
 TEST(RunErrors, MissingFileIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "missing.mp4"}, 3, "No such file");

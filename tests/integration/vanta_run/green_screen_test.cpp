@@ -289,7 +289,7 @@ TEST(RunGreenScreenErrors, MissingBackgroundIsAnInputError) {
 
 TEST(RunGreenScreenErrors, BeautyOptionsNeedTheBeautyFilter) {
   for (const std::vector<std::string> &option : std::vector<std::vector<std::string>>{
-           {"--beauty", "smooth=1"}, {"--compare", "c.png"}, {"--interactive"}, {"--effect", "beauty=on"}}) {
+           {"--beauty", "smooth=1"}, {"--compare", "c.png"}, {"--interactive"}, {"--stage", "beauty=on"}}) {
     std::vector<std::string> arguments = {"--no-beauty"};
     arguments.insert(arguments.end(), option.begin(), option.end());
     ExpectRefusal(Workplace(), arguments, 2, {"--no-beauty", option[0]});

@@ -71,9 +71,9 @@ TEST(RunPicture, FlipSettingsMirrorWhatTheEngineCallsLeftAndUp) {
 }
 
 TEST(RunPicture, NoGreenMattingSettingKeepsTheGreenBackdrop) {
-  EXPECT_GT(Distance(MiddleColor(SnapshotOf({"--effect", "green-matting=on"})), kGreenBgr), 60)
+  EXPECT_GT(Distance(MiddleColor(SnapshotOf({"--stage", "green-matting=on"})), kGreenBgr), 60)
       << "matting replaces the green";
-  EXPECT_LT(Distance(MiddleColor(SnapshotOf({"--gl-context", "off", "--effect", "green-matting=on", "--settings",
+  EXPECT_LT(Distance(MiddleColor(SnapshotOf({"--gl-context", "off", "--stage", "green-matting=on", "--settings",
                                              R"({"no_green_matting":true})"})),
                      kGreenBgr),
             4);
