@@ -9,6 +9,7 @@
 
 #include "engine_control.h"
 #include "orientation.h"
+#include "vision_params.h"
 #include "yuv_space.h"
 
 namespace lumivex {
@@ -76,6 +77,7 @@ std::shared_ptr<LX::FrameData> Engine::HandOut(const std::shared_ptr<LX::FrameDa
 
 void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
   const YuvSpace space = SpaceOf(frame.color_code);
+  FindFaces(frame, view, times);
   // The backdrop goes first, while its colour is still the camera's.
   if (applied_.Enabled(kEffectGreenMatting) && frame.pixel_format != kNoGreenMatting) {
     Timed(times[Stage::kGreenMatting], [&] { green_matting_.Apply(view, space); });
@@ -99,11 +101,26 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   }
 }
 
+FaceNeed Engine::NeedOfFaces() const {
+  return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
+}
+
+void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
+  const FaceNeed need = NeedOfFaces();
+  const Clock::time_point start = Clock::now();
+  const bool looked = faces_.Find(view, OrientationOf(frame.rotation, frame.flip != 0), frame.timestamp, need);
+  times.faces = faces_.Found().size();
+  if (!looked) return;
+  times[Stage::kFaces] = MillisecondsSince(start);
+  times.vision += times[Stage::kFaces];
+  landmarks_ = reports_faces_ ? faces_.Result() : nullptr;
+}
+
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   const BeautyStrength strength = applied_.SkinStrength();
   if (!strength.Any()) return;
   Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space); });
-  times.vision = times[Stage::kSkin];
+  times.vision += times[Stage::kSkin];
   if (!times.skin_found) return;
   Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
 }
@@ -161,6 +178,15 @@ void Engine::SetLookupIntensity(float intensity) {
   Publish();
 }
 
+void Engine::SetVisionParams(const std::string &json) {
+  const VisionParams read = ReadVisionParams(json);
+  if (!read.values) {
+    blog(LOG_WARNING, "[lumivex] vision parameters '%s': %s; they stay as they are", json.c_str(), read.reason.c_str());
+    return;
+  }
+  faces_.SetParams(*read.values);
+}
+
 void Engine::SetGroup(const std::string &text, bool is_group) {
   if (text.empty()) return;
   const PresetFile file = ReadPreset(root_, text, is_group);
@@ -194,6 +220,7 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"beauty", std::move(beauty)},
       {"naturality", Readable(applied_.naturality)},
       {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
+      {"faces", times.faces},
       {"stages_ms", std::move(stages)},
       {"tessera_ms", Readable(times.vision)},
       {"beauty_ms", Readable(times.beauty)},

@@ -9,6 +9,7 @@
 #include "effect_settings.h"
 #include "engine/lumivex_api.h"
 #include "engine_stats.h"
+#include "face_finder.h"
 #include "frame_output.h"
 #include "green_matting_stage.h"
 #include "lookup_stage.h"
@@ -43,6 +44,13 @@ class Engine {
   void SetLookupIntensity(float intensity);
   void SetGroup(const std::string &text, bool is_group);
 
+  // From now on the host is told of faces, so they are looked for even when nothing is drawn on them.
+  void ReportFaces(bool report) { reports_faces_ = report; }
+  void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
+  void SetVisionParams(const std::string &json);
+  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones.
+  std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
+
   EngineStats &Stats() { return stats_; }
   const EngineStats &Stats() const { return stats_; }
 
@@ -51,6 +59,8 @@ class Engine {
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> HandOut(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
+  FaceNeed NeedOfFaces() const;
+  void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
 
@@ -59,6 +69,9 @@ class Engine {
   EffectSettings applied_;
   int batch_depth_ = 0;
   EngineStats stats_;
+  bool reports_faces_ = false;
+  FaceFinder faces_;
+  std::shared_ptr<tessera::TesseraOut> landmarks_;
 
   GreenMattingStage green_matting_;
   BeautyStage beauty_;

@@ -31,11 +31,11 @@ void EngineStats::AddFrame(const FrameTimes &times) {
   for (size_t i = 0; i < kStageCount; ++i) {
     if (times.stages[i] >= 0.0f) stages_[i].Add(times.stages[i]);
   }
-  if (times[Stage::kSkin] >= 0.0f) {
-    vision_in_frames_.Add(times.vision);
-    vision_.Add(times.vision);
-    skin_frames_ += times.skin_found;
-  }
+  if (times[Stage::kSkin] < 0.0f && times[Stage::kFaces] < 0.0f) return;
+  vision_in_frames_.Add(times.vision);
+  vision_.Add(times.vision);
+  skin_frames_ += times.skin_found;
+  face_frames_ += times[Stage::kFaces] >= 0.0f && times.faces > 0;
 }
 
 void EngineStats::Clear() {
@@ -61,8 +61,9 @@ std::string EngineStats::Text() const {
 
 std::string EngineStats::VisionText() const {
   Json json = ToJson(vision_);
-  json["vision"] = "skin chroma";
+  json["vision"] = "skin chroma, faces";
   json["skin_frames"] = skin_frames_;
+  json["face_frames"] = face_frames_;
   return json.dump();
 }
 

@@ -8,11 +8,11 @@
 
 namespace lumivex {
 
-enum class Stage { kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kOutput, kCount };
+enum class Stage { kFaces, kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kOutput, kCount };
 
 inline constexpr size_t kStageCount = static_cast<size_t>(Stage::kCount);
-inline constexpr std::array<const char *, kStageCount> kStageNames = {"green_matting", "skin",   "beauty",  "relight",
-                                                                      "tone",          "lookup", "sharpen", "output"};
+inline constexpr std::array<const char *, kStageCount> kStageNames = {
+    "faces", "green_matting", "skin", "beauty", "relight", "tone", "lookup", "sharpen", "output"};
 
 // One frame. Milliseconds; negative for a stage that did not run.
 struct FrameTimes {
@@ -25,6 +25,7 @@ struct FrameTimes {
   float vision = 0.0f;
   float beauty = 0.0f;
   bool skin_found = false;
+  size_t faces = 0;  // found last
 };
 
 struct TimeSum {
@@ -53,6 +54,7 @@ class EngineStats {
   std::array<TimeSum, kStageCount> stages_;
   TimeSum vision_;
   uint64_t skin_frames_ = 0;
+  uint64_t face_frames_ = 0;
 };
 
 }  // namespace lumivex

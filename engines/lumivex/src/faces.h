@@ -30,13 +30,25 @@ enum class FaceAnchor {
   kLeftCheek,
   kRightCheek,
   kFaceCenter,
+  kMouthLeft,  // corners
+  kMouthRight,
+  kUpperLip,  // outer edges, in the middle
+  kLowerLip,
+  kLeftEyeOuter,  // corners
+  kLeftEyeInner,
+  kRightEyeInner,
+  kRightEyeOuter,
+  kLeftBrow,
+  kRightBrow,
   kCount
 };
 inline constexpr size_t kFaceAnchorCount = static_cast<size_t>(FaceAnchor::kCount);
 
 // As resources write them, in the order of FaceAnchor.
 inline constexpr std::array<std::string_view, kFaceAnchorCount> kFaceAnchorNames = {
-    "forehead", "left_eye", "right_eye", "nose", "mouth", "chin", "left_cheek", "right_cheek", "face_center"};
+    "forehead",       "left_eye",        "right_eye",       "nose",        "mouth",     "chin",      "left_cheek",
+    "right_cheek",    "face_center",     "mouth_left",      "mouth_right", "upper_lip", "lower_lip", "left_eye_outer",
+    "left_eye_inner", "right_eye_inner", "right_eye_outer", "left_brow",   "right_brow"};
 
 // Empty for a name that no anchor has.
 std::optional<FaceAnchor> FindFaceAnchor(std::string_view name);
@@ -66,6 +78,9 @@ struct Face {
             from.y + eye_distance * (to_right * right.y + to_down * down.y)};
   }
 };
+
+// Empty when the points make no face: a number that is not finite, or eyes in one place.
+std::optional<Face> MakeFace(const FacePoints &points, const FaceBox &box);
 
 using Faces = std::vector<Face>;
 

@@ -8,6 +8,7 @@
 #include "engine.h"
 #include "engine/lumivex_api.h"
 #include "engine_control.h"
+#include "landmark/tessera_api.h"
 #include "lumivex/lumivex_values.h"
 #include "unavailable.h"
 
@@ -24,6 +25,31 @@ void Guarded(const char *command, Work &&work) {
   }
 }
 
+// Calls the host back; a callback that throws costs no frame, and one line in the log until it returns again.
+template <typename Callback>
+void CallBack(const char *name, bool &said, Callback &&callback) {
+  try {
+    callback();
+    said = false;
+    return;
+  } catch (const std::exception &error) {
+    if (!said) blog(LOG_ERROR, "[lumivex] the host's callback for %s failed: %s", name, error.what());
+  } catch (...) {
+    if (!said) blog(LOG_ERROR, "[lumivex] the host's callback for %s failed", name);
+  }
+  said = true;
+}
+
+using CpuData = std::map<std::string, std::shared_ptr<tessera::Any>>;
+
+std::shared_ptr<CpuData> ToCpuData(std::shared_ptr<tessera::TesseraOut> landmarks) {
+  auto object = std::make_shared<tessera::Any>();
+  object->tag = tessera::Any::kObject;
+  object->object_name = "tessera::TesseraOut";
+  object->payload = std::move(landmarks);
+  return std::make_shared<CpuData>(CpuData{{"landmarks", std::move(object)}});
+}
+
 }  // namespace
 
 // Owns: the engine, the callbacks. Threads: one at a time, as the caller serialises.
@@ -35,12 +61,14 @@ struct LumivexSync::Impl {
   const std::shared_ptr<GLFWwindow> window;  // may be null
 
   lumivex::Engine engine;
-  bool failure_said = false;  // since the last good frame
+  bool failure_said = false;   // since the last good frame
+  bool cpu_data_said = false;  // since the callback last returned
 
-  // This version has no models, no games and no bodies to report on; what is given is kept for those that do.
+  void TellLandmarks();
+
+  std::function<void(std::shared_ptr<CpuData>)> cpu_data;
+  // This version has no use for them; what is given is kept for those that have.
   std::map<std::string, std::string> models;
-  std::string model_root;
-  std::function<void(std::shared_ptr<std::map<std::string, std::shared_ptr<tessera::Any>>>)> cpu_data;
   std::function<void(const std::string &)> upload_stats;
   std::string upload_stats_name;
   std::function<void(const std::string &, const std::string &)> post_report;
@@ -49,6 +77,14 @@ struct LumivexSync::Impl {
   std::function<void(LXBodySlimmingStatus)> body_slimming_status;
   std::function<void(const std::string &, bool)> effect_description;
 };
+
+// A copy of the callback is called, since it may set another one.
+void LumivexSync::Impl::TellLandmarks() {
+  std::shared_ptr<tessera::TesseraOut> landmarks = engine.TakeLandmarks();
+  if (!landmarks || !cpu_data) return;
+  const auto callback = cpu_data;
+  CallBack("landmarks", cpu_data_said, [&] { callback(ToCpuData(std::move(landmarks))); });
+}
 
 LumivexSync::LumivexSync() = default;
 
@@ -97,6 +133,7 @@ std::shared_ptr<FrameData> LumivexSync::processFrameData(std::shared_ptr<FrameDa
     impl_->engine.Stats().AddFailure();
   }
   if (result) impl_->failure_said = false;
+  impl_->TellLandmarks();
   return result;
 }
 
@@ -156,12 +193,13 @@ void LumivexSync::setModelPathDic(const std::map<std::string, std::string> &path
   impl_->models = path_dic;
 }
 void LumivexSync::setModelRootPath(std::string path) {
-  impl_->model_root = std::move(path);
+  Guarded("setModelRootPath", [&] { impl_->engine.SetModelFolder(std::move(path)); });
 }
 
 void LumivexSync::setTesseraCpuDataFunc(
     std::function<void(std::shared_ptr<std::map<std::string, std::shared_ptr<tessera::Any>>>)> callback) {
   impl_->cpu_data = std::move(callback);
+  impl_->engine.ReportFaces(impl_->cpu_data != nullptr);
 }
 
 void LumivexSync::setTesseraUploadStatsCallBack(std::function<void(const std::string &)> callback,
@@ -190,8 +228,8 @@ void LumivexSync::setEffectDescriptionCallback(std::function<void(const std::str
   impl_->effect_description = std::move(callback);
 }
 
-void LumivexSync::updateTesseraParams(const std::string &) {
-  lumivex::LogUnavailable(lumivex::Feature::kVisionParameters);
+void LumivexSync::updateTesseraParams(const std::string &json) {
+  Guarded("updateTesseraParams", [&] { impl_->engine.SetVisionParams(json); });
 }
 void LumivexSync::setMakeupInfo(const std::vector<LXMakeupInfo> &) {
   lumivex::LogUnavailable(lumivex::Feature::kMakeup);

@@ -39,4 +39,24 @@ constexpr Place ToUpright(const Orientation &orientation, Place stored) {
   }
 }
 
+// The way back.
+constexpr Place FromUpright(const Orientation &orientation, Place upright) {
+  Place stored = upright;
+  switch (orientation.quarter_turns) {
+    case 1:
+      stored = {upright.y, 1.0f - upright.x};
+      break;
+    case 2:
+      stored = {1.0f - upright.x, 1.0f - upright.y};
+      break;
+    case 3:
+      stored = {1.0f - upright.y, upright.x};
+      break;
+    default:
+      break;
+  }
+  if (orientation.mirror) stored.x = 1.0f - stored.x;
+  return stored;
+}
+
 }  // namespace lumivex

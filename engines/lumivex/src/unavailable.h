@@ -12,7 +12,6 @@ enum class Feature {
   kGame,
   kCustomImage,
   kInteractiveBox,
-  kVisionParameters,
   kCount
 };
 

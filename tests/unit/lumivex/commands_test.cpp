@@ -188,12 +188,10 @@ TEST(Unavailable, IsSaidOnceForEachFeature) {
       each->setBoomGameData("{}");
       each->setMagicCustomImage({"picture"});
       each->loadInteractiveBoxResource("box");
-      each->updateTesseraParams("{}");
     }
   }
-  const char *const features[] = {"makeup",        "face deformation",    "body slimming",
-                                  "magic effects", "media resources",     "game data",
-                                  "custom images", "the interactive box", "vision parameters"};
+  const char *const features[] = {"makeup",          "face deformation", "body slimming", "magic effects",
+                                  "media resources", "game data",        "custom images", "the interactive box"};
   for (const char *feature : features) {
     EXPECT_EQ(
         log.Count(std::string("[lumivex] not available in this version of the engine, commands have no effect: ") +

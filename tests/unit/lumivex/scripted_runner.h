@@ -1,0 +1,49 @@
+// A vision runner that finds the faces it is told of, in place of the open one: a program that has this file's object
+// wins over the library.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <opencv2/core.hpp>
+#include <string>
+#include <vector>
+
+namespace lumivex_test {
+
+struct ScriptedFace {
+  cv::Point2f eyes;  // between the pupils, pixels of the picture that the runner sees
+  float eye_distance = 100.0f;
+  float roll = 0.0f;  // radians, clockwise
+};
+
+// Points of the mean shape at that place, in the published order.
+std::vector<cv::Point2f> PointsOf(const ScriptedFace &face);
+
+// What the runners of this process do, and what was asked of them. Threads: one at a time.
+struct RunnerScript {
+  bool refuses = false;  // createTesseraRunner gives null
+  int init_result = 0;
+  bool throws = false;
+  bool is_mute = false;                             // run leaves its result null
+  std::vector<ScriptedFace> faces;                  // found in each picture
+  std::vector<std::vector<cv::Point2f>> raw_faces;  // points in the published order, after those
+
+  int created = 0;
+  int runs = 0;
+  std::string model_folder;                   // of the last one created
+  std::map<std::string, std::string> params;  // set last
+  cv::Mat luma;                               // of the last picture, copied
+  cv::Mat u;
+  cv::Mat v;
+};
+
+RunnerScript &Script();
+
+// Each test starts with a new script.
+class WithScriptedRunner : public ::testing::Test {
+ protected:
+  WithScriptedRunner() { Script() = {}; }
+};
+
+}  // namespace lumivex_test
