@@ -135,6 +135,9 @@ VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char 
  * the calling thread without a context: never call it on a thread that draws in one of its own. */
 typedef struct vanta_host_gl_context vanta_host_gl_context;
 VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create(void);
+/* The same without entering graphics, for threads that must not, with nothing but what the last creation of a filter of
+ * the module has learnt of libobs's context. */
+VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create_for_worker(void);
 /* Makes the context, which must be bound nowhere else, the calling thread's; unbinding gives the thread back what it
  * had. False when the driver refuses, as after libobs's end. */
 VANTA_HOST_C_API bool vanta_host_gl_context_bind(vanta_host_gl_context *context);

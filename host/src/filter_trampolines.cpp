@@ -4,6 +4,7 @@
 
 #include "adapter.h"
 #include "filter_table.h"
+#include "gl_context.h"
 
 namespace vanta_host {
 namespace {
@@ -12,7 +13,9 @@ constexpr char kBeautyFilterId[] = "face_beauty_filter_v2";
 
 template <size_t kType>
 void *Create(obs_data_t *settings, obs_source_t *source) {
-  LearnAdapter();  // the module's workers ask for it, and must not enter the graphics context
+  // The module's workers ask for both, and must not enter the graphics context.
+  LearnAdapter();
+  LearnRenderer();
   return Filters().Create(kType, settings, source);
 }
 

@@ -5,6 +5,9 @@
 #include <util/base.h>
 
 #include "gl_api.h"
+#include "gl_context.h"
+#include "module/host_gl.h"
+#include "module/mutex.h"
 #include "vanta_host.h"
 
 struct vanta_host_gl_context {
@@ -20,40 +23,95 @@ struct vanta_host_gl_context {
 
 namespace {
 
+using vanta::Mutex;
+using vanta::MutexLock;
+
 constexpr EGLint kContextAttributes[] = {
     EGL_CONTEXT_MAJOR_VERSION,           3,       EGL_CONTEXT_MINOR_VERSION, 3, EGL_CONTEXT_OPENGL_PROFILE_MASK,
     EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
 
-// Only a context of libobs's own display and configuration can share its objects. Inside graphics.
-EGLContext MakeBeside(EGLDisplay display, EGLContext other) {
-  EGLint id = 0;
-  if (!eglQueryContext(display, other, EGL_CONFIG_ID, &id)) return EGL_NO_CONTEXT;
-  const EGLint wanted[] = {EGL_CONFIG_ID, id, EGL_NONE};
+// libobs's own context, as far as another must know it to share its objects.
+struct Renderer {
+  EGLDisplay display = EGL_NO_DISPLAY;
   EGLConfig config = nullptr;
+  EGLContext context = EGL_NO_CONTEXT;  // none: libobs does not draw with EGL, or nobody has looked yet
+
+  explicit operator bool() const { return context != EGL_NO_CONTEXT; }
+};
+
+struct KnownRenderer {
+  Mutex mutex;
+  Renderer renderer VANTA_GUARDED_BY(mutex);
+};
+
+KnownRenderer &TheRenderer() {
+  static KnownRenderer *known = new KnownRenderer;
+  return *known;
+}
+
+// Inside graphics.
+Renderer PresentRenderer() {
+  Renderer found;
+  EGLContext context = eglGetCurrentContext();
+  if (context == EGL_NO_CONTEXT || !vanta_host::Gl().complete) return found;
+  found.display = eglGetCurrentDisplay();
+  EGLint id = 0;
+  if (!eglQueryContext(found.display, context, EGL_CONFIG_ID, &id)) return found;
+  const EGLint wanted[] = {EGL_CONFIG_ID, id, EGL_NONE};
   EGLint count = 0;
-  if (!eglChooseConfig(display, wanted, &config, 1, &count) || count < 1) return EGL_NO_CONTEXT;
-  eglBindAPI(EGL_OPENGL_API);
-  return eglCreateContext(display, config, other, kContextAttributes);
+  if (eglChooseConfig(found.display, wanted, &found.config, 1, &count) && count > 0) found.context = context;
+  return found;
+}
+
+vanta_host_gl_context *MakeBeside(const Renderer &renderer) {
+  auto made = std::make_unique<vanta_host_gl_context>();
+  if (renderer) {
+    eglBindAPI(EGL_OPENGL_API);
+    made->display = renderer.display;
+    made->context = eglCreateContext(renderer.display, renderer.config, renderer.context, kContextAttributes);
+    if (made->context != EGL_NO_CONTEXT) return made.release();
+  }
+  blog(LOG_INFO, "[vanta_host] no off-screen GL context: %s",
+       renderer ? "the driver gave none beside libobs's own" : "libobs does not draw with EGL");
+  return nullptr;
 }
 
 }  // namespace
 
+namespace vanta_host {
+
+void LearnRenderer() {
+  if (!obs_initialized()) return;
+  obs_enter_graphics();
+  const Renderer present = PresentRenderer();
+  obs_leave_graphics();
+  KnownRenderer &known = TheRenderer();
+  MutexLock lock(known.mutex);
+  known.renderer = present;
+}
+
+void ForgetRenderer() {
+  KnownRenderer &known = TheRenderer();
+  MutexLock lock(known.mutex);
+  known.renderer = Renderer();
+}
+
+}  // namespace vanta_host
+
 vanta_host_gl_context *vanta_host_gl_context_create(void) {
   if (!obs_initialized()) return nullptr;
-  auto made = std::make_unique<vanta_host_gl_context>();
-  obs_enter_graphics();
-  const EGLContext host = eglGetCurrentContext();
-  if (host != EGL_NO_CONTEXT && vanta_host::Gl().complete) {
-    made->display = eglGetCurrentDisplay();
-    made->context = MakeBeside(made->display, host);
+  vanta_host::LearnRenderer();
+  return vanta_host_gl_context_create_for_worker();
+}
+
+vanta_host_gl_context *vanta_host_gl_context_create_for_worker(void) {
+  KnownRenderer &known = TheRenderer();
+  Renderer renderer;
+  {
+    MutexLock lock(known.mutex);
+    renderer = known.renderer;
   }
-  obs_leave_graphics();
-  if (made->context == EGL_NO_CONTEXT) {
-    blog(LOG_INFO, "[vanta_host] no off-screen GL context: %s",
-         host == EGL_NO_CONTEXT ? "libobs does not draw with EGL" : "the driver gave none beside libobs's own");
-    return nullptr;
-  }
-  return made.release();
+  return MakeBeside(renderer);
 }
 
 bool vanta_host_gl_context_bind(vanta_host_gl_context *context) {

@@ -7,6 +7,7 @@
 
 #include "adapter.h"
 #include "engine_watch.h"
+#include "gl_context.h"
 #include "module/mutex.h"
 #include "supervision.h"
 #include "texture_registry.h"
@@ -71,6 +72,7 @@ void LeavePlainLocale() {
 void ForgetSession() {
   vanta_host::ForgetEngine();
   vanta_host::ForgetAdapter();
+  vanta_host::ForgetRenderer();
   vanta_host::TextureRegistry::Instance().Clear();
 }
 

@@ -1,6 +1,7 @@
 // The C calls for those who share textures from contexts of their own.
 #include <memory>
 
+#include "module/host_gl.h"
 #include "texture_registry.h"
 #include "vanta_host.h"
 

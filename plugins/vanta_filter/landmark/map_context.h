@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-// Direct3D's own on Windows. Elsewhere map_context_egl.cpp says what they are.
+// Direct3D's own on Windows. Elsewhere map_context_gl.cpp says what they are.
 struct ID3D11Device;
 struct ID3D11DeviceContext;
 struct ID3D11Texture2D;

@@ -1,0 +1,188 @@
+// Reading back on OpenGL: the device is a context beside the host's, the staging texture plain memory.
+#include <GL/glcorearb.h>
+
+#include <memory>
+#include <new>
+
+#include <util/base.h>
+
+#include "landmark/map_context.h"
+#include "module/host_extensions.h"
+#include "module/host_gl.h"
+
+struct ID3D11Device {
+  vanta_host_gl_context *const gl_context;
+};
+
+// One with the device, but for the framebuffer: that is made where it is first used, and goes with the GL context.
+struct ID3D11DeviceContext {
+  GLuint framebuffer = 0;
+};
+
+struct ID3D11Texture2D {
+  uint32_t width;   // pixels
+  uint32_t height;  // pixels
+  std::unique_ptr<uint8_t[]> pixels;
+};
+
+namespace vanta {
+namespace {
+
+constexpr int32_t kReportId = 19;
+constexpr uint32_t kAcquireWaitMs = 200;
+constexpr uint32_t kBytesPerPixel = 4;
+
+struct GlApi {
+  PFNGLGENFRAMEBUFFERSPROC GenFramebuffers;
+  PFNGLBINDFRAMEBUFFERPROC BindFramebuffer;
+  PFNGLFRAMEBUFFERTEXTURE2DPROC FramebufferTexture2D;
+  PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus;
+  PFNGLREADPIXELSPROC ReadPixels;
+  PFNGLGETERRORPROC GetError;
+  bool complete;  // every function is there
+};
+
+template <typename Function>
+bool Load(Function &function, const char *name) {
+  function = reinterpret_cast<Function>(vanta_host_gl_function(name));
+  return function != nullptr;
+}
+
+GlApi LoadAll() {
+  GlApi gl{};
+  gl.complete = Load(gl.GenFramebuffers, "glGenFramebuffers") && Load(gl.BindFramebuffer, "glBindFramebuffer") &&
+                Load(gl.FramebufferTexture2D, "glFramebufferTexture2D") &&
+                Load(gl.CheckFramebufferStatus, "glCheckFramebufferStatus") && Load(gl.ReadPixels, "glReadPixels") &&
+                Load(gl.GetError, "glGetError");
+  return gl;
+}
+
+const GlApi &Gl() {
+  static const GlApi gl = LoadAll();
+  return gl;
+}
+
+class BoundContext {
+ public:
+  explicit BoundContext(vanta_host_gl_context *context)
+      : context_(context), bound_(vanta_host_gl_context_bind(context)) {}
+  ~BoundContext() {
+    if (bound_) vanta_host_gl_context_unbind(context_);
+  }
+  BoundContext(const BoundContext &) = delete;
+  BoundContext &operator=(const BoundContext &) = delete;
+  explicit operator bool() const { return bound_; }
+
+ private:
+  vanta_host_gl_context *const context_;
+  const bool bound_;
+};
+
+struct CloseTexture {
+  void operator()(vanta_host_texture *texture) const { vanta_host_texture_close(texture); }
+};
+using OpenedTexture = std::unique_ptr<vanta_host_texture, CloseTexture>;
+
+void LogResult(const char *format, int result) {
+  blog(LOG_ERROR, format, static_cast<unsigned>(result));
+}
+
+// Top row first, as libobs draws into its textures. Returns when the pixels are there: 0 or GL's word for the failure.
+GLenum ReadTexture(ID3D11DeviceContext &context, GLuint name, ID3D11Texture2D &staging) {
+  const GlApi &gl = Gl();
+  while (gl.GetError() != GL_NO_ERROR) {
+  }
+  if (context.framebuffer == 0) gl.GenFramebuffers(1, &context.framebuffer);
+  gl.BindFramebuffer(GL_READ_FRAMEBUFFER, context.framebuffer);
+  gl.FramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, name, 0);
+  GLenum result = gl.CheckFramebufferStatus(GL_READ_FRAMEBUFFER);
+  if (result == GL_FRAMEBUFFER_COMPLETE) {
+    gl.ReadPixels(0, 0, static_cast<GLsizei>(staging.width), static_cast<GLsizei>(staging.height), GL_RGBA,
+                  GL_UNSIGNED_BYTE, staging.pixels.get());
+    result = gl.GetError();
+  }
+  gl.FramebufferTexture2D(GL_READ_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
+  return result;
+}
+
+template <typename Object>
+void Destroy(Object **object, const char *format) {
+  blog(LOG_INFO, format, static_cast<void *>(*object));
+  blog_user_define_data_report(kReportId, format, static_cast<void *>(*object));
+  delete *object;
+  *object = nullptr;
+}
+
+}  // namespace
+
+bool CreateD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
+  if (!device || !context) return false;
+  if (!Gl().complete) {
+    blog(LOG_ERROR, "Failed to load OpenGL procedures");
+    return false;
+  }
+  vanta_host_gl_context *gl_context = vanta_host_gl_context_create_for_worker();
+  if (!gl_context) {
+    blog(LOG_ERROR, "no GL context beside the host's");
+    return false;
+  }
+  *device = new ID3D11Device{gl_context};
+  *context = new ID3D11DeviceContext;
+  blog(LOG_INFO, "Create D3D Device %p", static_cast<void *>(*device));
+  blog_user_define_data_report(kReportId, "Create D3D Device %p", static_cast<void *>(*device));
+  return true;
+}
+
+bool CreateStagingTexture(uint32_t width, uint32_t height, ID3D11Device *device, ID3D11Texture2D **texture) {
+  if (!device || !texture) return false;
+  const size_t size = size_t{width} * height * kBytesPerPixel;
+  std::unique_ptr<uint8_t[]> pixels(size == 0 ? nullptr : new (std::nothrow) uint8_t[size]);
+  if (!pixels) {
+    blog(LOG_ERROR, "Failed to create texture");
+    return false;
+  }
+  *texture = new ID3D11Texture2D{width, height, std::move(pixels)};
+  return true;
+}
+
+bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t release_key, ID3D11Device *device,
+                          ID3D11DeviceContext *context, ID3D11Texture2D *staging, uint8_t **data, uint32_t *pitch) {
+  if (!device || !context || !staging || !data || !pitch) return false;
+  const BoundContext bound(device->gl_context);
+  const OpenedTexture opened(bound ? vanta_host_texture_open(shared_handle) : nullptr);
+  if (!opened) {
+    LogResult("OpenSharedResource failed: 0x%08X", -1);
+    return false;
+  }
+  // A time-out is a positive result and passes: the picture may be any, the chain of keys goes on.
+  const int acquired = vanta_host_texture_acquire(opened.get(), acquire_key, kAcquireWaitMs);
+  if (acquired < 0) {
+    LogResult("AcquireSync failed: 0x%08X", acquired);
+    return false;
+  }
+  const GLenum failure = ReadTexture(*context, vanta_host_texture_gl_name(opened.get()), *staging);
+  vanta_host_texture_release(opened.get(), release_key);
+  if (failure != GL_NO_ERROR) {
+    LogResult("Map failed: 0x%08X", static_cast<int>(failure));
+    return true;
+  }
+  *data = staging->pixels.get();
+  *pitch = staging->width * kBytesPerPixel;
+  return true;
+}
+
+void ReleaseStagingTexture(ID3D11Texture2D **texture) {
+  if (!texture) return;
+  delete *texture;
+  *texture = nullptr;
+}
+
+void DestroyD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
+  if (context && *context) Destroy(context, "Destroy D3D Context %p");
+  if (!device || !*device) return;
+  vanta_host_gl_context *const gl_context = (*device)->gl_context;
+  Destroy(device, "Destroy D3D Device %p");
+  vanta_host_gl_context_destroy(gl_context);
+}
+
+}  // namespace vanta
