@@ -17,7 +17,7 @@ std::set<std::string> Exports() {
   return names;
 }
 
-TEST(Exports, AreTheTwoHeadersAndTheWrappedRegistration) {
+TEST(Exports, AreThoseOfTheHeadersAndTheWrappedRegistration) {
   const std::set<std::string> expected = {
       "EnableAsyncBeautyOption",
       "EnableCreateLXGLContext",
@@ -72,6 +72,7 @@ TEST(Exports, AreTheTwoHeadersAndTheWrappedRegistration) {
       "vanta_host_get_dump_json",
       "vanta_host_adapter_name",
       "vanta_host_gl_context_create",
+      "vanta_host_gl_context_create_for_worker",
       "vanta_host_gl_context_bind",
       "vanta_host_gl_context_unbind",
       "vanta_host_gl_context_destroy",
