@@ -1,6 +1,8 @@
 #include "frames/pack_v210.h"
 
-#include <cstring>
+#include <libyuv/cpu_id.h>
+
+#include "frames/pack_v210_avx2.h"
 
 namespace vanta {
 
@@ -39,9 +41,14 @@ void PackPartGroup(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint32_
   }
 }
 
-void PackRow(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint32_t width, uint8_t *out) {
+void PackRow(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint32_t width, bool avx2, uint8_t *out) {
   const uint32_t groups = width / kGroupPixels;
-  for (uint32_t i = 0; i < groups; ++i) {
+  const uint32_t vectors = avx2 ? PackV210GroupsAvx2(y, u, v, groups, out) : 0;
+  y += vectors * kGroupPixels;
+  u += vectors * (kGroupPixels / 2);
+  v += vectors * (kGroupPixels / 2);
+  out += vectors * kGroupBytes;
+  for (uint32_t i = vectors; i < groups; ++i) {
     PackGroup(y, u, v, out);
     y += kGroupPixels;
     u += kGroupPixels / 2;
@@ -58,8 +65,9 @@ void PackV210Rows(const uint8_t *src, uint8_t *dst, size_t pitch, uint32_t width
   const uint8_t *y = src;
   const uint8_t *u = src + pixels;
   const uint8_t *v = u + pixels / 4;
+  const bool avx2 = libyuv::TestCpuFlag(libyuv::kCpuHasAVX2) != 0;
   for (uint32_t row = 0; row < height; ++row) {
-    PackRow(y, u, v, width, dst);
+    PackRow(y, u, v, width, avx2, dst);
     y += width;
     dst += pitch;
     if (row % 2 == 1) {

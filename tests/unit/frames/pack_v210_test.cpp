@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <libyuv/cpu_id.h>
 
 #include "unit/frames/guarded_memory.h"
 #include "unit/frames/i420_picture.h"
@@ -54,8 +55,18 @@ std::vector<uint32_t> ReferenceRow(const Packing &p, uint32_t row) {
   return words;
 }
 
-TEST(PackV210, EveryWidthIsAsTheReferenceHasItAndTheRestOfARowStays) {
-  for (const uint32_t height : {2u, 4u, 6u}) {
+// With the processor's vectors, where it has them, and without.
+class PackV210Roads : public testing::TestWithParam<bool> {
+ protected:
+  PackV210Roads() { libyuv::MaskCpuFlags(GetParam() ? -1 : 1); }
+  ~PackV210Roads() override { libyuv::MaskCpuFlags(-1); }
+};
+
+INSTANTIATE_TEST_SUITE_P(PackV210, PackV210Roads, testing::Bool(),
+                         [](const auto &vectors) { return vectors.param ? "Vectors" : "Plain"; });
+
+TEST_P(PackV210Roads, EveryWidthIsAsTheReferenceHasItAndTheRestOfARowStays) {
+  for (const uint32_t height : {1u, 2u, 3u, 6u}) {
     std::vector<uint32_t> widths{1920, 1922, 3840};
     for (uint32_t width = 2; width <= 66; ++width) widths.push_back(width);
     for (const uint32_t width : widths) {
@@ -91,7 +102,7 @@ TEST(PackV210, OddRestWritesOneWordAlone) {
   }
 }
 
-TEST(PackV210, ReadsNothingBehindAPictureOfEvenSides) {
+TEST_P(PackV210Roads, ReadAndWriteNothingOutsideAPictureOfEvenSides) {
   for (uint32_t width = 2; width <= 66; width += 2) {
     const vanta_test::GuardedMemory src(width * 2 * 3 / 2, vanta_test::GuardSide::kBehind);
     const vanta_test::GuardedMemory dst(V210RowBytes(width) * 2, vanta_test::GuardSide::kBehind);
