@@ -47,6 +47,19 @@ TEST(FlipFrame, VerticalTurnsUpsideDownAlone) {
   ExpectFlips(true, false, false);
 }
 
+// Half of the last chroma row is not copied back between the two mirrors, and so comes out unmirrored.
+TEST(FlipFrame, VerticalOfAnOddHeightIsWholeButForTheLastChromaRow) {
+  const FramePtr a = RandomI420(16, 5);
+  const FramePtr kept = RandomI420(16, 5);
+  const FramePtr b = MakeI420Frame(16, 5);
+  FlipFrame(*a, *b, true, false);
+  for (int y = 0; y < 5; ++y)
+    for (int x = 0; x < 16; ++x) ASSERT_EQ(Y(*b, x, y), Y(*kept, x, 4 - y)) << x << "," << y;
+  for (int plane = 1; plane <= 2; ++plane)
+    for (int y = 0; y < 2; ++y)
+      for (int x = 0; x < 8; ++x) ASSERT_EQ(C(*b, plane, x, y), C(*kept, plane, x, 2 - y)) << x << "," << y;
+}
+
 TEST(FlipFrame, VerticalLeavesTheTurnedPictureInTheFirstFrame) {
   const FramePtr a = RandomI420(16, 6);
   const FramePtr kept = RandomI420(16, 6);

@@ -155,13 +155,15 @@ TEST(CoverFrame, BgrxIsBt601) {
 
 TEST(CoverFrame, I422KeepsLumaAndAveragesChromaRows) {
   ExpectCovers(VIDEO_FORMAT_I422, [](const obs_source_frame &f) -> Reference {
-    const bool averaged = f.height % 2 == 0 && f.width > 2;
-    // libyuv does not filter a plane one sample wide, and weighs the rows of an odd height in its own way: there luma
-    // alone is looked at.
-    return {
-        [&f](int x, int y) { return At(f, 0, x, y); },
-        [&f](int plane, int x, int y) { return (At(f, plane, x, y * 2) + At(f, plane, x, Below(f, y * 2)) + 1) / 2; },
-        averaged ? 1 : 255};
+    return {[&f](int x, int y) { return At(f, 0, x, y); },
+            [&f](int plane, int x, int y) {
+              const double at = (y + 0.5) * f.height / ChromaSide(static_cast<int>(f.height)) - 0.5;
+              const int above = static_cast<int>(at);
+              // libyuv does not filter a plane one sample wide.
+              const double part = f.width > 2 ? at - above : 0;
+              return Clamp8(At(f, plane, x, above) * (1 - part) + At(f, plane, x, Below(f, above)) * part);
+            },
+            1};
   });
 }
 
@@ -248,6 +250,15 @@ TEST(CopyFrame, I420IsCopied) {
                [](const LX::FrameData &s, int plane, int x, int y) { return plane ? C(s, plane, x, y) : Y(s, x, y); });
 }
 
+TEST(CopyFrame, I420OfAnOddHeightLosesHalfOfTheLastChromaRow) {
+  const HostFrame host = MakeHostFrame(VIDEO_FORMAT_I420, 8, 5, Fill::kZero);
+  const FramePtr i420 = RandomI420(8, 5);
+  i420->planes[1][2 * i420->strides[1] + 2] = 9;
+  ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(host.get(), *i420));
+  EXPECT_EQ(At(*host, 1, 1, 2), C(*i420, 1, 1, 2));
+  EXPECT_EQ(At(*host, 1, 2, 2), 0);
+}
+
 TEST(CopyFrame, Nv12IsPutTogether) {
   ExpectCopies(VIDEO_FORMAT_NV12, 0, true, [](const LX::FrameData &s, int plane, int x, int y) {
     return plane ? C(s, 1 + x % 2, x / 2, y) : Y(s, x, y);
@@ -261,7 +272,7 @@ TEST(CopyFrame, Yuy2TakesEachChromaRowTwice) {
 }
 
 TEST(CopyFrame, UyvyTakesEachChromaRowTwice) {
-  ExpectCopies(VIDEO_FORMAT_UYVY, 0, false, [](const LX::FrameData &s, int, int x, int y) {
+  ExpectCopies(VIDEO_FORMAT_UYVY, 0, true, [](const LX::FrameData &s, int, int x, int y) {
     return x % 2 == 1 ? Y(s, x / 2, y) : C(s, x % 4 == 0 ? 1 : 2, x / 4, y / 2);
   });
 }
@@ -283,7 +294,7 @@ TEST(CopyFrame, BgrxIsBt601) {
 
 // The first and the last chroma row become the first and the last one; the others are weighed by distance.
 TEST(CopyFrame, I422SpreadsChromaRows) {
-  ExpectCopies(VIDEO_FORMAT_I422, 2, false, [](const LX::FrameData &s, int plane, int x, int y) {
+  ExpectCopies(VIDEO_FORMAT_I422, 2, true, [](const LX::FrameData &s, int plane, int x, int y) {
     if (!plane) return Y(s, x, y);
     const int rows = ChromaSide(s.height);
     if (rows == 1) return C(s, plane, x, 0);
@@ -316,7 +327,9 @@ TEST(CopyFrame, FrameThatIsTooSmallIsRefused) {
 }
 
 TEST(CopyFrame, V210GoesThereAndComesBackThroughTheHost) {
-  for (const int width : {2, 4, 6, 8, 48, 64, 66, 1920, 1922}) {
+  std::vector<int> widths{1920, 1922, 3840};
+  for (int width = 2; width <= 66; width += 2) widths.push_back(width);
+  for (const int width : widths) {
     const uint32_t columns = static_cast<uint32_t>(width);
     for (const size_t pitch : {V210RowBytes(columns), V210RowBytes(columns) + 256}) {
       std::vector<uint8_t> packed(pitch * 4);

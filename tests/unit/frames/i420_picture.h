@@ -16,8 +16,11 @@ namespace vanta_test {
 // The sizes at which whole vectors, their rests and odd sides meet.
 inline std::vector<std::pair<int, int>> PictureSizes() {
   std::vector<std::pair<int, int>> sizes;
-  for (int width = 2; width <= 66; width += width < 20 ? 1 : 7) sizes.emplace_back(width, 2 + width % 5);
-  for (const int width : {64, 65, 66, 1920, 1922, 3840})
+  for (int width = 2; width <= 66; ++width) {
+    sizes.emplace_back(width, 2 + width % 5);
+    sizes.emplace_back(width, 68 - width);
+  }
+  for (const int width : {1920, 1922, 3840})
     for (const int height : {2, 4, 5}) sizes.emplace_back(width, height);
   return sizes;
 }
