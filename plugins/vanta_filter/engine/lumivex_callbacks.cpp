@@ -10,6 +10,9 @@
 #include "engine/gift.h"
 #include "engine/lumivex_render.h"
 #include "engine/magic_signal.h"
+#include "landmark/face_point_signal.h"
+#include "landmark/landmark_parsing.h"
+#include "module/host_extensions.h"
 
 namespace vanta {
 
@@ -61,8 +64,20 @@ void LumivexRender::BodySlimmingStatusCallback(LXBodySlimmingStatus status) {
   calldata_free(&data);
 }
 
-// Landmarks are not parsed in this version, so no face is counted.
-void LumivexRender::TesseraCpuDataCallback(const CpuData &) {}
+// A value that holds no result of the vision runner throws, back to the engine that sent it.
+void LumivexRender::TesseraCpuDataCallback(const CpuData &data) {
+  if (!data) return;
+  const auto landmarks = data->find("landmarks");
+  if (landmarks == data->end()) return;
+  const auto width = static_cast<uint32_t>(config_.width);
+  const auto height = static_cast<uint32_t>(config_.height);
+  const auto detect_key = reinterpret_cast<uintptr_t>(parent_.load(std::memory_order_relaxed));
+  MutexLock lock(face_mutex_);
+  faces_ = FacePointResult();
+  ParseLandmarkOut(landmarks->second, faces_, width, height, orientation_, detect_key);
+  face_count_.store(faces_.face_count, std::memory_order_relaxed);
+  if (FacePointByLX()) PublishFacePoints(faces_, width, height);
+}
 
 std::string LumivexRender::EventName() {
   MutexLock lock(event_mutex_);

@@ -119,7 +119,7 @@ void LumivexRender::SetOBSData(obs_data_t *settings, obs_source_t *parent) {
     MutexLock lock(settings_mutex_);
     std::swap(settings_, kept);
   }
-  parent_ = parent;
+  parent_.store(parent, std::memory_order_relaxed);
 }
 
 // ---- Commands that reach the engine unchanged ----

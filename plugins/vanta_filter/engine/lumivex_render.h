@@ -12,6 +12,7 @@
 
 #include "engine/i_faceless.h"
 #include "engine/lumivex_api.h"
+#include "landmark/face_points.h"
 #include "module/mutex.h"
 
 class ILiveEffectJsonAbilityHandler;
@@ -111,8 +112,9 @@ class LumivexRender : public IFaceless {
   std::optional<bool> interop_answer_;  // unset: not asked yet
   std::string magic_main_path_;
   std::string magic_recognition_gift_path_;
-  obs_source_t *parent_ = nullptr;
+  std::atomic<obs_source_t *> parent_{nullptr};  // never followed: its address marks the faces that come from it
   LXEngineConfig config_{};
+  const int32_t orientation_ = 0;  // degrees by which faces turn; the engine gets its frames upright
 
   Mutex settings_mutex_;  // a leaf: callbacks read the settings on the engine's threads
   OBSData settings_ VANTA_GUARDED_BY(settings_mutex_);
@@ -120,6 +122,8 @@ class LumivexRender : public IFaceless {
   Mutex event_mutex_;                                      // a leaf: callbacks read the name that a command writes
   std::string event_name_ VANTA_GUARDED_BY(event_mutex_);  // of the host event that an effect's end must set
 
+  Mutex face_mutex_;                                     // taken by the callback alone, around parsing and publishing
+  FacePointResult faces_ VANTA_GUARDED_BY(face_mutex_);  // of the last callback
   std::atomic<int32_t> face_count_{0};
 };
 
