@@ -8,10 +8,11 @@ namespace tessera {
 
 inline constexpr const char *kFaceCascade = "haarcascade_frontalface_alt2.xml";
 inline constexpr const char *kEyeCascade = "haarcascade_eye.xml";
-inline constexpr const char *kCascadePackageFolder = "/usr/share/opencv4/haarcascades";
+// The folder of Debian's package opencv-data, or the one that the environment variable TESSERA_CASCADES names instead.
+std::string CascadePackageFolder();
 
-// The first readable file of that name: among the model files themselves, in the model folder, beside the model files,
-// in the folder of Debian's package opencv-data. Empty when there is none.
+// The first file of that name: among the model files themselves, in the model folder, beside the model files, in the
+// package's folder. Empty when there is none.
 std::string FindCascade(const std::string &name, const std::string &model_folder,
                         const std::vector<std::string> &model_files);
 

@@ -1,22 +1,37 @@
 // The runner: from a picture to a tree of faces.
 #include <util/base.h>
 
-#include <algorithm>
 #include <exception>
-#include <opencv2/objdetect.hpp>
 #include <utility>
 
 #include "cascade_files.h"
-#include "mean_shape.h"
-#include "picture_view.h"
+#include "face_finder.h"
+#include "landmark_params.h"
 #include "result_tree.h"
 #include "states.h"
 
 namespace tessera {
+namespace {
+
+// The planes of an I420 picture, when there is a whole luma plane. Without whole chroma planes it is a grey picture.
+bool ViewOf(int width, int height, unsigned char *const planes[3], const int strides[3], PictureView &view) {
+  if (width < 1 || height < 1 || !planes[0] || strides[0] < width) return false;
+  view.y = cv::Mat(height, width, CV_8UC1, planes[0], static_cast<size_t>(strides[0]));
+  const int half_width = (width + 1) / 2;
+  const int half_height = (height + 1) / 2;
+  if (!planes[1] || !planes[2] || strides[1] < half_width || strides[2] < half_width) return true;
+  view.u = cv::Mat(half_height, half_width, CV_8UC1, planes[1], static_cast<size_t>(strides[1]));
+  view.v = cv::Mat(half_height, half_width, CV_8UC1, planes[2], static_cast<size_t>(strides[2]));
+  return true;
+}
+
+}  // namespace
 
 struct TesseraRunner::State {
   TesseraConfig::State config;
-  cv::CascadeClassifier faces;
+  FaceFinder finder;
+  bool ready = false;
+  bool failure_said = false;
 };
 
 TesseraRunner::TesseraRunner() : state_(std::make_shared<State>()) {}
@@ -29,44 +44,55 @@ std::shared_ptr<TesseraRunner> TesseraRunner::createTesseraRunner(std::shared_pt
   return runner;
 }
 
+// What there is to log is said once: no level is too quiet for it.
 void TesseraRunner::setLogLevel(int) {}
 
 int TesseraRunner::init() {
-  const std::string file = FindCascade(kFaceCascade, state_->config.model_folder, state_->config.model_files);
-  try {
-    if (!file.empty() && state_->faces.load(file)) return 0;
-  } catch (const std::exception &error) {
-    blog(LOG_ERROR, "[tessera] %s: %s", file.c_str(), error.what());
+  const TesseraConfig::State &config = state_->config;
+  const std::string faces = FindCascade(kFaceCascade, config.model_folder, config.model_files);
+  const std::string eyes = FindCascade(kEyeCascade, config.model_folder, config.model_files);
+  state_->ready = false;
+  if (faces.empty()) {
+    blog(LOG_ERROR,
+         "[tessera] no faces will be found: %s is neither in the model folder '%s' nor in %s; install opencv-data",
+         kFaceCascade, config.model_folder.c_str(), CascadePackageFolder().c_str());
+    return 1;
   }
-  blog(LOG_ERROR, "[tessera] no faces will be found: no %s in the model folder '%s' nor in %s; install opencv-data",
-       kFaceCascade, state_->config.model_folder.c_str(), kCascadePackageFolder);
-  return 1;
+  try {
+    state_->ready = state_->finder.Load(faces, eyes);
+  } catch (const std::exception &error) {
+    blog(LOG_ERROR, "[tessera] %s", error.what());
+  }
+  if (!state_->ready) {
+    blog(LOG_ERROR, "[tessera] no faces will be found: %s or %s is no cascade", faces.c_str(), eyes.c_str());
+    return 2;
+  }
+  if (eyes.empty()) blog(LOG_WARNING, "[tessera] no %s: the eyes are found less well", kEyeCascade);
+  blog(LOG_INFO, "[tessera] faces by %s", faces.c_str());
+  return 0;
 }
 
-void TesseraRunner::setParam(std::shared_ptr<Any>) {}
+void TesseraRunner::setParam(std::shared_ptr<Any> param) {
+  if (param) state_->finder.SetMaxFaces(ReadLandmarkParams(*param).max_faces);
+}
 
 int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out) {
   out = nullptr;
-  if (!frame || !frame->state_->image || state_->faces.empty()) return 1;
+  if (!state_->ready || !frame || !frame->state_->image) return 1;
   const TesseraImage::State &image = *frame->state_->image->state_;
-  if (image.width < 1 || image.height < 1 || !image.planes[0] || image.strides[0] < image.width) return 1;
+  PictureView view;
+  if (image.format != kTesseraI420 || image.ten_bit != kTesseraEightBit ||
+      !ViewOf(image.width, image.height, image.planes, image.strides, view)) {
+    return 1;
+  }
   try {
-    const cv::Mat luma(image.height, image.width, CV_8UC1, image.planes[0], image.strides[0]);
-    std::vector<cv::Rect> boxes;
-    state_->faces.detectMultiScale(luma, boxes, 1.2, 3, 0, cv::Size(48, 48));
-    std::vector<FoundFace> faces;
-    for (const cv::Rect &box : boxes) {
-      FoundFace face;
-      const cv::Point2f middle(box.x + box.width * 0.5F, box.y + box.height * 0.39F);
-      for (const cv::Point2f &point : MeanShape()) face.points.push_back(middle + point * (box.width * 0.42F));
-      face.box = box;
-      faces.push_back(std::move(face));
-    }
-    out = std::make_shared<TesseraOut>();
-    out->getAny() = std::make_shared<Any>(ResultTree(faces));
+    auto result = std::make_shared<TesseraOut>();
+    result->getAny() = std::make_shared<Any>(ResultTree(state_->finder.Find(view)));
+    out = std::move(result);
     return 0;
   } catch (const std::exception &error) {
-    blog(LOG_ERROR, "[tessera] a picture failed: %s", error.what());
+    if (!state_->failure_said) blog(LOG_ERROR, "[tessera] a picture failed: %s", error.what());
+    state_->failure_said = true;
     return 1;
   }
 }

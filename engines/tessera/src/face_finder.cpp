@@ -1,0 +1,129 @@
+#include "face_finder.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "face_features.h"
+#include "shape_fit.h"
+
+namespace tessera {
+namespace {
+
+// A whole search while there are faces: newcomers are seen within a second or two.
+constexpr int kWholeSearchEvery = 20;
+
+// Without an eye in it only a box of many votes is a face.
+constexpr float kScoreWithoutEyes = 12;
+
+// How much of a new place counts: a face that stands still is held, one that moves is followed at once. Distances are
+// parts of that between the eyes.
+constexpr float kStillPart = 0.3F;
+constexpr float kStillMove = 0.015F;
+constexpr float kFastMove = 0.10F;
+constexpr float kJump = 0.3F;
+
+bool Overlap(const Placement &a, const Placement &b) {
+  const cv::Point2f apart = a.origin - b.origin;
+  return std::hypot(apart.x, apart.y) < 1.2F * std::max(a.unit, b.unit);
+}
+
+cv::Rect2d ExpandedBox(const std::vector<cv::Point2f> &points, const Placement &placement, cv::Size size) {
+  float left = points[0].x;
+  float right = left;
+  float top = points[0].y;
+  float bottom = top;
+  for (const cv::Point2f &point : points) {
+    left = std::min(left, point.x);
+    right = std::max(right, point.x);
+    top = std::min(top, point.y);
+    bottom = std::max(bottom, point.y);
+  }
+  const float margin = 0.25F * placement.unit;
+  const float forehead = 0.6F * placement.unit;  // above the brows
+  const cv::Rect2d box(left - margin, top - forehead, right - left + 2 * margin, bottom - top + forehead + margin);
+  return box & cv::Rect2d(0, 0, size.width, size.height);
+}
+
+}  // namespace
+
+bool FaceFinder::Load(const std::string &face_cascade, const std::string &eye_cascade) {
+  return search_.Load(face_cascade) && (eye_cascade.empty() || eyes_.Load(eye_cascade));
+}
+
+void FaceFinder::SetMaxFaces(int faces) {
+  max_faces_ = faces;
+  if (tracks_.size() > static_cast<size_t>(faces)) tracks_.resize(static_cast<size_t>(faces));
+  until_whole_search_ = 0;
+}
+
+void FaceFinder::Smooth(Track &track, const std::vector<cv::Point2f> &points) const {
+  if (track.points.size() != points.size()) {
+    track.points = points;
+    return;
+  }
+  float sum = 0;
+  for (size_t i = 0; i < points.size(); ++i) {
+    const cv::Point2f move = points[i] - track.points[i];
+    sum += std::hypot(move.x, move.y);
+  }
+  const float moved = sum / static_cast<float>(points.size()) / track.placement.unit;
+  float part = 1;
+  if (moved < kJump) {
+    part = kStillPart + (1 - kStillPart) * std::clamp((moved - kStillMove) / (kFastMove - kStillMove), 0.0F, 1.0F);
+  }
+  for (size_t i = 0; i < points.size(); ++i) track.points[i] += (points[i] - track.points[i]) * part;
+}
+
+void FaceFinder::FollowFaces(const PictureView &picture) {
+  std::vector<Track> followed;
+  for (Track &track : tracks_) {
+    const auto face = search_.Near(picture.y, track.placement);
+    if (!face) continue;
+    const Eyes eyes = eyes_.Find(picture.y, face->placement);
+    const bool known = std::any_of(followed.begin(), followed.end(),
+                                   [&eyes](const Track &other) { return Overlap(other.placement, eyes.placement); });
+    if (known) continue;
+    track.placement = eyes.placement;
+    Smooth(track, FitShape(eyes.placement, FindFeatures(picture, eyes.placement)));
+    last_angle_ = eyes.placement.angle;
+    followed.push_back(std::move(track));
+  }
+  tracks_ = std::move(followed);
+}
+
+void FaceFinder::LookForMore(const PictureView &picture) {
+  for (const CoarseFace &face : search_.Whole(picture.y, last_angle_, max_faces_)) {
+    if (tracks_.size() >= static_cast<size_t>(max_faces_)) break;
+    const Eyes eyes = eyes_.Find(picture.y, face.placement);
+    if (eyes.seen == 0 && face.score < kScoreWithoutEyes) continue;
+    const bool known = std::any_of(tracks_.begin(), tracks_.end(),
+                                   [&eyes](const Track &track) { return Overlap(track.placement, eyes.placement); });
+    if (known) continue;
+    Track track{eyes.placement, FitShape(eyes.placement, FindFeatures(picture, eyes.placement))};
+    last_angle_ = eyes.placement.angle;
+    tracks_.push_back(std::move(track));
+  }
+}
+
+std::vector<FoundFace> FaceFinder::Find(const PictureView &picture) {
+  if (picture.y.size() != size_) {
+    tracks_.clear();
+    size_ = picture.y.size();
+  }
+  FollowFaces(picture);
+  const bool room = tracks_.size() < static_cast<size_t>(max_faces_);
+  if (tracks_.empty() || (room && --until_whole_search_ <= 0)) {
+    LookForMore(picture);
+    until_whole_search_ = kWholeSearchEvery;
+  }
+  std::vector<FoundFace> faces;
+  for (const Track &track : tracks_) {
+    FoundFace face;
+    face.points = track.points;
+    face.box = ExpandedBox(track.points, track.placement, size_);
+    faces.push_back(std::move(face));
+  }
+  return faces;
+}
+
+}  // namespace tessera

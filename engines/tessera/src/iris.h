@@ -1,0 +1,14 @@
+// Where a round dark thing stands in a small picture.
+#pragma once
+
+#include <opencv2/core.hpp>
+#include <optional>
+
+namespace tessera {
+
+// The point, at most `reach` from `start` (pixels), on which the most edges from dark to bright look back, as those of
+// an iris do (the means of gradients of Timm and Barth); dark points and points near `start` count more. None where
+// the picture has no edges.
+std::optional<cv::Point2f> FindIris(const cv::Mat &luma, cv::Point2f start, float reach, float iris_radius);
+
+}  // namespace tessera
