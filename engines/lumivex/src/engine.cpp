@@ -36,6 +36,18 @@ void Timed(float &milliseconds, Work &&work) {
   milliseconds = MillisecondsSince(start);
 }
 
+Json EffectsJson(const std::vector<RunningEffect> &running) {
+  Json effects = Json::array();
+  for (const RunningEffect &effect : running) {
+    effects.push_back({{"slot", effect.slot},
+                       {"path", effect.path},
+                       {"state", static_cast<int>(effect.player.State())},
+                       {"time_ms", effect.player.ElapsedMs()},
+                       {"layers", effect.player.ShownLayers()}});
+  }
+  return effects;
+}
+
 // Relative names that are not found as they stand are looked up among the tables that come with the engine.
 std::string LookupPath(const std::string &root, const std::string &path) {
   std::error_code error;
@@ -54,6 +66,7 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
     return nullptr;
   }
   FrameTimes times;
+  effects_.Begin(frame->timestamp);
   RunStages(*frame, *view, times);
   DelayFrame();
   std::shared_ptr<LX::FrameData> result = HandOut(frame, *view, times);
@@ -99,9 +112,18 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   if (const float sharpen = applied_.Beauty(kBeautySharpen); adjust && sharpen > 0.0f) {
     Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen); });
   }
+  DrawEffects(frame, view, space, times);
+}
+
+// Last, so that no other stage changes their colours.
+void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
+  if (!applied_.Enabled(kEffectMagic) || !effects_.Visible()) return;
+  const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
+  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found()); });
 }
 
 FaceNeed Engine::NeedOfFaces() const {
+  if (applied_.Enabled(kEffectMagic) && effects_.NeedsFaces()) return FaceNeed::kPicture;
   return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
 }
 
@@ -131,7 +153,14 @@ void Engine::EndBatch() {
 }
 
 void Engine::Publish() {
-  if (batch_depth_ == 0) applied_ = edited_;
+  if (batch_depth_ != 0) return;
+  applied_ = edited_;
+  for (const auto &change : std::exchange(batched_changes_, {})) change(effects_);
+}
+
+void Engine::ChangeEffects(std::function<void(MagicEffects &)> change) {
+  batched_changes_.push_back(std::move(change));
+  Publish();
 }
 
 void Engine::SetBeautyIntensity(LXBeautyType type, float intensity) {
@@ -221,6 +250,7 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"naturality", Readable(applied_.naturality)},
       {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
       {"faces", times.faces},
+      {"effects", EffectsJson(effects_.Running())},
       {"stages_ms", std::move(stages)},
       {"tessera_ms", Readable(times.vision)},
       {"beauty_ms", Readable(times.beauty)},

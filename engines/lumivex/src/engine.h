@@ -1,9 +1,11 @@
 // One engine: takes commands, and works on frames.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "beauty_stage.h"
 #include "effect_settings.h"
@@ -13,6 +15,7 @@
 #include "frame_output.h"
 #include "green_matting_stage.h"
 #include "lookup_stage.h"
+#include "magic/magic_effects.h"
 #include "nv12_view.h"
 #include "preset.h"
 #include "relight_stage.h"
@@ -51,6 +54,10 @@ class Engine {
   // The landmarks that the last frame brought and that nobody has taken yet; null without new ones.
   std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
 
+  // Commands that change effects wait for a batch's end, too.
+  void ChangeEffects(std::function<void(MagicEffects &)> change);
+  MagicEffects &Effects() { return effects_; }
+
   EngineStats &Stats() { return stats_; }
   const EngineStats &Stats() const { return stats_; }
 
@@ -61,6 +68,7 @@ class Engine {
                                          FrameTimes &times);
   FaceNeed NeedOfFaces() const;
   void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
 
@@ -68,6 +76,7 @@ class Engine {
   EffectSettings edited_;
   EffectSettings applied_;
   int batch_depth_ = 0;
+  std::vector<std::function<void(MagicEffects &)>> batched_changes_;
   EngineStats stats_;
   bool reports_faces_ = false;
   FaceFinder faces_;
@@ -79,6 +88,7 @@ class Engine {
   ToneStage tone_;
   LookupStage lookup_;
   SharpenStage sharpen_;
+  MagicEffects effects_;
   FrameOutput output_;
 };
 

@@ -15,6 +15,8 @@
 namespace LX {
 namespace {
 
+using lumivex::MagicEffects;
+
 // Runs a command; one that fails is a log line.
 template <typename Work>
 void Guarded(const char *command, Work &&work) {
@@ -50,6 +52,11 @@ std::shared_ptr<CpuData> ToCpuData(std::shared_ptr<tessera::TesseraOut> landmark
   return std::make_shared<CpuData>(CpuData{{"landmarks", std::move(object)}});
 }
 
+template <typename Change>
+void ChangeEffects(const char *command, lumivex::Engine &engine, Change change) {
+  Guarded(command, [&] { engine.ChangeEffects(std::move(change)); });
+}
+
 }  // namespace
 
 // Owns: the engine, the callbacks. Threads: one at a time, as the caller serialises.
@@ -73,9 +80,7 @@ struct LumivexSync::Impl {
   std::string upload_stats_name;
   std::function<void(const std::string &, const std::string &)> post_report;
   std::function<void(const std::string &, const std::string &)> log;
-  std::function<void(const BoomGameData &)> game_data;
   std::function<void(LXBodySlimmingStatus)> body_slimming_status;
-  std::function<void(const std::string &, bool)> effect_description;
 };
 
 // A copy of the callback is called, since it may set another one.
@@ -134,6 +139,7 @@ std::shared_ptr<FrameData> LumivexSync::processFrameData(std::shared_ptr<FrameDa
   }
   if (result) impl_->failure_said = false;
   impl_->TellLandmarks();
+  impl_->engine.Effects().Deliver();
   return result;
 }
 
@@ -217,7 +223,7 @@ void LumivexSync::setTesseraLogCallBack(std::function<void(const std::string &, 
 }
 
 void LumivexSync::setGameDataCallback(std::function<void(const BoomGameData &)> callback) {
-  impl_->game_data = std::move(callback);
+  impl_->engine.Effects().Outbox().SetGameDataCallback(std::move(callback));
 }
 
 void LumivexSync::setBodySlimmingStatusCallback(const std::function<void(LXBodySlimmingStatus)> &callback) {
@@ -225,7 +231,7 @@ void LumivexSync::setBodySlimmingStatusCallback(const std::function<void(LXBodyS
 }
 
 void LumivexSync::setEffectDescriptionCallback(std::function<void(const std::string &, bool)> callback) {
-  impl_->effect_description = std::move(callback);
+  impl_->engine.Effects().Outbox().SetDescriptionCallback(std::move(callback));
 }
 
 void LumivexSync::updateTesseraParams(const std::string &json) {
@@ -246,33 +252,42 @@ void LumivexSync::setBodySlimmingIntensityWithType(LXBodySlimmingType, float) {
 void LumivexSync::setBodySlimmingManualLegHeightRangeAndDir(float, float, int) {
   lumivex::LogUnavailable(lumivex::Feature::kBodySlimming);
 }
-void LumivexSync::setMagicEffectWithPath(std::string, LXEffectSlot, bool) {
-  lumivex::LogUnavailable(lumivex::Feature::kMagicEffect);
+// Nothing here gives the flag a meaning.
+void LumivexSync::setMagicEffectWithPath(std::string path, LXEffectSlot slot, bool) {
+  ChangeEffects("setMagicEffectWithPath", impl_->engine,
+                [path = std::move(path), slot](MagicEffects &effects) { effects.SetEffect(path, slot); });
 }
-// There is never an effect to cancel.
-void LumivexSync::cancelMagicEffect() {}
-void LumivexSync::setEffectStateWithState(LXEffectState) {
-  lumivex::LogUnavailable(lumivex::Feature::kMagicEffect);
+void LumivexSync::cancelMagicEffect() {
+  ChangeEffects("cancelMagicEffect", impl_->engine, [](MagicEffects &effects) { effects.Cancel(); });
 }
-void LumivexSync::setEffectIntensityWithType(LXEffectAdjustType, float) {
-  lumivex::LogUnavailable(lumivex::Feature::kMagicEffect);
+void LumivexSync::setEffectStateWithState(LXEffectState state) {
+  ChangeEffects("setEffectStateWithState", impl_->engine, [state](MagicEffects &effects) { effects.SetState(state); });
+}
+void LumivexSync::setEffectIntensityWithType(LXEffectAdjustType type, float intensity) {
+  ChangeEffects("setEffectIntensityWithType", impl_->engine,
+                [type, intensity](MagicEffects &effects) { effects.SetIntensity(type, intensity); });
 }
 // The caller itself stops handing frames over while a resource of the type kMediaTypeSkipEngine is set.
 void LumivexSync::setMediaResource(LXMediaResource resource) {
-  if (resource.type == lumivex::kMediaNone || resource.type == kMediaTypeSkipEngine) return;
-  lumivex::LogUnavailable(lumivex::Feature::kMedia);
+  ChangeEffects("setMediaResource", impl_->engine,
+                [type = resource.type, path = lumivex::BoundedText(resource.mediaPath)](MagicEffects &effects) {
+                  effects.SetMedia(type, path);
+                });
 }
-void LumivexSync::setBoomGameData(const std::string &) {
-  lumivex::LogUnavailable(lumivex::Feature::kGame);
+void LumivexSync::setBoomGameData(const std::string &json) {
+  ChangeEffects("setBoomGameData", impl_->engine, [json](MagicEffects &effects) { effects.ReceiveGameData(json); });
 }
-void LumivexSync::setMagicCustomImage(const std::vector<std::string> &) {
-  lumivex::LogUnavailable(lumivex::Feature::kCustomImage);
+void LumivexSync::setMagicCustomImage(const std::vector<std::string> &paths) {
+  ChangeEffects("setMagicCustomImage", impl_->engine,
+                [paths](MagicEffects &effects) { effects.SetCustomImages(paths); });
 }
-void LumivexSync::loadInteractiveBoxResource(std::string) {
-  lumivex::LogUnavailable(lumivex::Feature::kInteractiveBox);
+void LumivexSync::loadInteractiveBoxResource(std::string path) {
+  ChangeEffects("loadInteractiveBoxResource", impl_->engine,
+                [path = std::move(path)](MagicEffects &effects) { effects.LoadBox(path); });
 }
-// There is never a resource to unload.
-void LumivexSync::unloadInteractiveBoxResource() {}
+void LumivexSync::unloadInteractiveBoxResource() {
+  ChangeEffects("unloadInteractiveBoxResource", impl_->engine, [](MagicEffects &effects) { effects.UnloadBox(); });
+}
 
 // Alerts are for the developers of an engine with a screen of its own; this one only logs.
 void setDebugAlertMode(int) {}

@@ -11,9 +11,7 @@ namespace {
 
 constexpr size_t kFeatureCount = static_cast<size_t>(Feature::kCount);
 
-constexpr std::array<const char *, kFeatureCount> kNames = {"makeup",        "face deformation",   "body slimming",
-                                                            "magic effects", "media resources",    "game data",
-                                                            "custom images", "the interactive box"};
+constexpr std::array<const char *, kFeatureCount> kNames = {"makeup", "face deformation", "body slimming"};
 
 }  // namespace
 

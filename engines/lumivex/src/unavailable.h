@@ -3,17 +3,7 @@
 
 namespace lumivex {
 
-enum class Feature {
-  kMakeup,
-  kDeform,
-  kBodySlimming,
-  kMagicEffect,
-  kMedia,
-  kGame,
-  kCustomImage,
-  kInteractiveBox,
-  kCount
-};
+enum class Feature { kMakeup, kDeform, kBodySlimming, kCount };
 
 // Threads: any.
 void LogUnavailable(Feature feature);

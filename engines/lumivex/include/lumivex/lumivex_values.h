@@ -19,7 +19,7 @@ inline constexpr LXEffectType kEffectGreenMatting{4};  // green backdrop replace
 inline constexpr LXEffectType kEffectMakeup{5};        // not available in this version
 inline constexpr LXEffectType kEffectDeform{6};        // not available in this version
 inline constexpr LXEffectType kEffectBodySlimming{7};  // not available in this version
-inline constexpr LXEffectType kEffectMagic{8};         // not available in this version
+inline constexpr LXEffectType kEffectMagic{8};         // effects, gifts, media, the interactive box
 inline constexpr size_t kEffectTypeCount = 9;
 
 // Intensities, set by setBeautyIntensityWithType. 0 is off for every one; values outside the range are clamped to it.
@@ -66,8 +66,8 @@ inline constexpr int32_t kLookupPicture = 2;     // square picture of t*t tiles,
 
 // LXMediaResource::type; 1 is kMediaTypeSkipEngine.
 inline constexpr int32_t kMediaNone = 0;
-inline constexpr int32_t kMediaPicture = 2;  // not available in this version
-inline constexpr int32_t kMediaVideo = 3;    // not available in this version
+inline constexpr int32_t kMediaPicture = 2;
+inline constexpr int32_t kMediaVideo = 3;  // a folder of pictures, 25 a second; video files cannot be played
 
 // The third member of LXMakeupInfo: how a layer is mixed with the skin below it. Not available in this version.
 inline constexpr int32_t kMakeupBlendNormal = 0;

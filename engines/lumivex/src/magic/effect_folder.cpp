@@ -1,0 +1,118 @@
+#include "magic/effect_folder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <utility>
+
+namespace lumivex {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kEffectFile[] = "effect.json";
+constexpr size_t kMaxFolderEntries = 4096;  // that are looked at
+
+// As far as the limit and a byte beyond, so that a longer text is seen to be one.
+bool ReadText(const fs::path &file, std::string &text) {
+  std::error_code error;
+  if (!fs::is_regular_file(file, error)) return false;
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) return false;
+  text.resize(kMaxEffectTextBytes + 1);
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<size_t>(stream.gcount()));
+  return !stream.bad();
+}
+
+// Where the name leads, symbolic links followed; empty when that is outside the folder.
+fs::path Inside(const fs::path &folder, const std::string &name) {
+  const fs::path relative(name);
+  if (relative.is_absolute() || name.find('\\') != std::string::npos || name.find('\0') != std::string::npos) return {};
+  std::error_code error;
+  const fs::path root = fs::canonical(folder, error);
+  if (error) return {};
+  const fs::path whole = fs::weakly_canonical(root / relative, error);
+  if (error) return {};
+  const auto [end, ignored] = std::mismatch(root.begin(), root.end(), whole.begin(), whole.end());
+  return end == root.end() ? whole : fs::path();
+}
+
+bool IsPictureName(const fs::path &file) {
+  const std::string extension = file.extension().string();
+  return extension == ".png" || extension == ".PNG" || extension == ".jpg" || extension == ".jpeg";
+}
+
+// Sorted; empty where there are none or too many.
+std::vector<fs::path> PictureNames(const fs::path &folder) {
+  std::vector<fs::path> names;
+  std::error_code error;
+  size_t seen = 0;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    if (++seen > kMaxFolderEntries) return {};
+    if (IsPictureName(entry->path())) names.push_back(entry->path());
+  }
+  if (names.size() > kMaxPicturesInLayer) return {};
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// `root`: where links in a folder of pictures must not lead out of; empty: anywhere.
+Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudget &budget,
+                          const std::atomic<bool> &cancelled) {
+  std::error_code error;
+  const bool folder = fs::is_directory(path, error);
+  const std::vector<fs::path> names = folder ? PictureNames(path) : std::vector<fs::path>{path};
+  if (names.empty())
+    return {nullptr, path.string(), "it is a folder without pictures or with more than 256", "give 1 to 256 PNG files"};
+  auto pictures = std::make_shared<Pictures>();
+  for (const fs::path &name : names) {
+    if (cancelled.load(std::memory_order_relaxed)) return {};
+    if (!root.empty() && Inside(root, fs::relative(name, root, error).string()).empty())
+      return {nullptr, name.string(), "it leads out of the effect's folder", "put the picture into the folder"};
+    PictureFile file = ReadPicture(name, budget);
+    if (!file.picture) return {nullptr, name.string(), std::move(file.reason), std::move(file.remedy)};
+    pictures->push_back(std::move(file.picture));
+  }
+  return {std::move(pictures), {}, {}, {}};
+}
+
+}  // namespace
+
+Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, const std::atomic<bool> &cancelled) {
+  return LoadFrom(path, {}, budget, cancelled);
+}
+
+Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled) {
+  const fs::path json = fs::path(folder) / kEffectFile;
+  std::string text;
+  if (!ReadText(json, text))
+    return {nullptr, json.string(), "it cannot be read", "give the path of a folder that holds an effect.json"};
+  EffectText parsed = ParseEffect(text);
+  if (!parsed.plan) return {nullptr, json.string(), std::move(parsed.reason), "see docs/effects.md for the format"};
+
+  auto effect = std::make_shared<Effect>();
+  effect->plan = std::move(*parsed.plan);
+  PixelBudget budget;
+  std::error_code error;
+  const fs::path root = fs::canonical(folder, error);
+  std::map<fs::path, Pictures> known;  // layers may share their pictures
+  for (const LayerPlan &layer : effect->plan.layers) {
+    Pictures &pictures = effect->pictures.emplace_back();
+    if (layer.source != LayerSource::kFile) continue;
+    const fs::path file = Inside(root, layer.file);
+    if (file.empty())
+      return {nullptr, layer.file, "it leads out of the effect's folder", "name a file inside the folder"};
+    if (const auto same = known.find(file); same != known.end()) {
+      pictures = same->second;
+      continue;
+    }
+    Loaded<Pictures> loaded = LoadFrom(file, root, budget, cancelled);
+    if (!loaded.content) return {nullptr, std::move(loaded.file), std::move(loaded.reason), std::move(loaded.remedy)};
+    pictures = known[file] = *loaded.content;
+  }
+  return {std::move(effect), {}, {}, {}};
+}
+
+}  // namespace lumivex

@@ -1,0 +1,39 @@
+// Loads a magic effect from its folder: effect.json and the pictures that it names.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "magic/effect_plan.h"
+#include "magic/picture.h"
+
+namespace lumivex {
+
+using Pictures = std::vector<PicturePointer>;
+
+struct Effect {
+  EffectPlan plan;
+  std::vector<Pictures> pictures;  // by layer; empty for a layer that draws no file
+};
+
+template <typename Content>
+struct Loaded {
+  static Loaded Failed(std::string reason) { return {nullptr, {}, std::move(reason), "try again"}; }
+
+  std::shared_ptr<const Content> content;  // null: no good
+  std::string file;                        // then the file that is to blame,
+  std::string reason;                      // why,
+  std::string remedy;                      // and what to do about it
+};
+
+inline constexpr size_t kMaxPicturesInLayer = 256;
+
+// Both stop early, with nothing, once `cancelled` is set. Threads: any.
+Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled);
+// One picture file, or a folder of them in the order of their names.
+Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, const std::atomic<bool> &cancelled);
+
+}  // namespace lumivex

@@ -1,0 +1,119 @@
+#include "magic/picture.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "magic/picture_size.h"
+
+namespace lumivex {
+namespace {
+
+constexpr int kSmallestLevel = 8;  // pixels a side
+constexpr char kSaveAsPng[] = "save it as a PNG picture of 8 bits a channel";
+
+std::vector<uint8_t> ReadBytes(const std::filesystem::path &file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+// Blue, green, red and alpha; empty for what is not 8 or 16 bits deep.
+cv::Mat ToBgra(cv::Mat picture) {
+  if (picture.depth() == CV_16U) picture.convertTo(picture, CV_8U, 1.0 / 257.0);
+  if (picture.depth() != CV_8U) return {};
+  cv::Mat bgra;
+  switch (picture.channels()) {
+    case 1:
+      cv::cvtColor(picture, bgra, cv::COLOR_GRAY2BGRA);
+      break;
+    case 3:
+      cv::cvtColor(picture, bgra, cv::COLOR_BGR2BGRA);
+      break;
+    case 4:
+      bgra = std::move(picture);
+      break;
+    default:
+      break;
+  }
+  return bgra;
+}
+
+uint8_t Product(uint8_t color, uint8_t alpha) {
+  return static_cast<uint8_t>((color * alpha + 127) / 255);
+}
+
+std::string Sized(const PictureSize &size) {
+  return std::to_string(size.width) + " by " + std::to_string(size.height) + " pixels";
+}
+
+}  // namespace
+
+Picture::Picture(const cv::Mat &pixels) {
+  cv::Mat level(pixels.rows, pixels.cols, CV_8UC4);
+  for (int row = 0; row < pixels.rows; ++row) {
+    const auto *from = pixels.ptr<cv::Vec4b>(row);
+    auto *to = level.ptr<cv::Vec4b>(row);
+    for (int x = 0; x < pixels.cols; ++x) {
+      const uint8_t alpha = from[x][3];
+      to[x] = {Product(from[x][2], alpha), Product(from[x][1], alpha), Product(from[x][0], alpha), alpha};
+    }
+  }
+  levels_.push_back(level);
+  while (std::min(level.cols, level.rows) >= 2 * kSmallestLevel) {
+    cv::Mat half;
+    cv::resize(level, half, {level.cols / 2, level.rows / 2}, 0, 0, cv::INTER_AREA);
+    levels_.push_back(half);
+    level = half;
+  }
+}
+
+const cv::Mat &Picture::LevelFor(float shrink) const {
+  size_t index = 0;
+  for (float rest = shrink; rest >= 1.9f && index + 1 < levels_.size(); rest /= 2.0f) ++index;
+  return levels_[index];
+}
+
+PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) {
+  std::error_code error;
+  const uintmax_t bytes = std::filesystem::is_regular_file(file, error) ? std::filesystem::file_size(file, error) : 0;
+  if (error || bytes == 0) return {nullptr, "it is no file that can be read", "check the name"};
+  if (bytes > kMaxPictureBytes) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
+  const std::vector<uint8_t> content = ReadBytes(file);
+  const auto size = ReadPictureSize(content);
+  if (!size) return {nullptr, "it is no PNG or JPEG picture", kSaveAsPng};
+  if (size->width < 1 || size->height < 1 || size->width > kMaxPictureSide || size->height > kMaxPictureSide)
+    return {nullptr, "it has " + Sized(*size), "make it at most 4096 pixels a side"};
+  if (size->width * size->height > budget.left)
+    return {nullptr, "with it the pictures have more than 32 million pixels", "use fewer or smaller pictures"};
+  budget.left -= size->width * size->height;
+  cv::Mat pixels;
+  try {
+    pixels = ToBgra(cv::imdecode(content, cv::IMREAD_UNCHANGED));
+  } catch (const cv::Exception &) {
+    // Broken pictures are the same whether the decoder gives nothing or throws.
+  }
+  if (pixels.empty()) return {nullptr, "it is a broken picture", kSaveAsPng};
+  return {std::make_shared<const Picture>(pixels), {}, {}};
+}
+
+PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color) {
+  if (text.empty()) return nullptr;
+  constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
+  constexpr double kScale = 2.0;
+  constexpr int kThickness = 4;
+  constexpr int kMargin = 2 * kThickness;
+  int below = 0;
+  const cv::Size size = cv::getTextSize(text, kFont, kScale, kThickness, &below);
+  cv::Mat alpha(size.height + below + 2 * kMargin, size.width + 2 * kMargin, CV_8U, cv::Scalar(0));
+  cv::putText(alpha, text, {kMargin, kMargin + size.height}, kFont, kScale, cv::Scalar(255), kThickness, cv::LINE_AA);
+  const cv::Mat solid(alpha.rows, alpha.cols, CV_8UC3, cv::Scalar(color[2], color[1], color[0]));
+  cv::Mat bgra(alpha.rows, alpha.cols, CV_8UC4);
+  const cv::Mat parts[] = {solid, alpha};
+  const int from_to[] = {0, 0, 1, 1, 2, 2, 3, 3};
+  cv::mixChannels(parts, 2, &bgra, 1, from_to, 4);
+  return std::make_shared<const Picture>(bgra);
+}
+
+}  // namespace lumivex

@@ -1,0 +1,52 @@
+#include "magic/picture_size.h"
+
+#include <algorithm>
+#include <array>
+
+namespace lumivex {
+namespace {
+
+constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr size_t kPngSizeAt = 16;  // behind the signature and the head of the first chunk
+
+int64_t BigEndian(std::span<const uint8_t> file, size_t at, size_t count) {
+  int64_t value = 0;
+  for (size_t i = 0; i < count; ++i) value = value << 8 | file[at + i];
+  return value;
+}
+
+std::optional<PictureSize> ReadPng(std::span<const uint8_t> file) {
+  if (file.size() < kPngSizeAt + 8) return std::nullopt;
+  return PictureSize{BigEndian(file, kPngSizeAt, 4), BigEndian(file, kPngSizeAt + 4, 4)};
+}
+
+bool IsFrameHeader(uint8_t marker) {
+  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+std::optional<PictureSize> ReadJpeg(std::span<const uint8_t> file) {
+  size_t at = 2;
+  while (at + 9 <= file.size()) {
+    if (file[at] != 0xFF) return std::nullopt;
+    const uint8_t marker = file[at + 1];
+    if (marker == 0xFF) {  // a fill byte
+      ++at;
+      continue;
+    }
+    if (IsFrameHeader(marker)) return PictureSize{BigEndian(file, at + 7, 2), BigEndian(file, at + 5, 2)};
+    if (marker == 0xDA) return std::nullopt;
+    at += 2 + static_cast<size_t>(BigEndian(file, at + 2, 2));
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<PictureSize> ReadPictureSize(std::span<const uint8_t> file) {
+  if (file.size() >= kPngSignature.size() && std::equal(kPngSignature.begin(), kPngSignature.end(), file.begin()))
+    return ReadPng(file);
+  if (file.size() >= 2 && file[0] == 0xFF && file[1] == 0xD8) return ReadJpeg(file);
+  return std::nullopt;
+}
+
+}  // namespace lumivex
