@@ -259,7 +259,7 @@ void __wrap_obs_register_source_s(const obs_source_info *info, size_t size) {
 }
 
 HostAdapterDesc GetD3DAdapterInfo() {
-  return {};
+  return vanta_test::host_double::Switches().adapter;
 }
 void VantaDeckV210to420P(const obs_source_frame *, uint8_t *, uint32_t, uint32_t) {}
 video_colorspace video_format_get_colorspace_from_matrix(const float *, const float *, const float *, video_format,

@@ -25,6 +25,7 @@ struct HostSwitches {
   bool shared_texture_fallback = false;
   bool deinterlace = false;
   video_colorspace colorspace = VIDEO_CS_709;  // of every matrix
+  HostAdapterDesc adapter{};
 };
 
 struct HostReport {
