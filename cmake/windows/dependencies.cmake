@@ -33,15 +33,22 @@ endif()
 add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED GLOBAL)
 vanta_headers(nlohmann_json::nlohmann_json "${VANTA_NLOHMANN_INCLUDE_DIR}" nlohmann)
 
-# The engine's methods are C++: with Microsoft's compiler its maker's own import library fits, with this one the list.
+# The engine's and the runner's methods are C++: with Microsoft's compiler their maker's own import libraries fit, with
+# this one the lists.
 set(VANTA_LUMIVEX_LIBRARY "" CACHE FILEPATH "Import library of Lumivex.dll, where its maker supplies one")
-if(VANTA_LUMIVEX_LIBRARY)
-  add_library(vanta_import_lumivex INTERFACE IMPORTED GLOBAL)
-  target_link_libraries(vanta_import_lumivex INTERFACE "${VANTA_LUMIVEX_LIBRARY}")
-elseif(MSVC)
-  message(FATAL_ERROR "set VANTA_LUMIVEX_LIBRARY to the engine's import library")
-else()
-  vanta_import_library(vanta_import_lumivex Lumivex "${_lists}/Lumivex.${VANTA_CXX_ABI}.def")
-endif()
+set(VANTA_TESSERA_LIBRARY "" CACHE FILEPATH "Import library of tessera.dll, likewise")
+
+function(vanta_import_neighbour target dll own)
+  if(${own})
+    add_library(${target} INTERFACE IMPORTED GLOBAL)
+    target_link_libraries(${target} INTERFACE "${${own}}")
+  elseif(MSVC)
+    message(FATAL_ERROR "set ${own} to the import library of ${dll}.dll")
+  else()
+    vanta_import_library(${target} ${dll} "${_lists}/${dll}.${VANTA_CXX_ABI}.def")
+  endif()
+endfunction()
+vanta_import_neighbour(vanta_import_lumivex Lumivex VANTA_LUMIVEX_LIBRARY)
+vanta_import_neighbour(vanta_import_tessera tessera VANTA_TESSERA_LIBRARY)
 
 include(${CMAKE_CURRENT_LIST_DIR}/libyuv.cmake)

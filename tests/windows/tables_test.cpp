@@ -45,11 +45,16 @@ TEST_F(Tables, ImportsFromTheEngineAreTheListedOnes) {
   EXPECT_EQ(tables_.imports.at("lumivex.dll"), expected_);
 }
 
+TEST_F(Tables, ImportsFromTheRunnerAreTheListedOnes) {
+  ReadNames(VANTA_TEST_IMPORTS_FOLDER "/tessera.itanium.def", expected_);
+  EXPECT_EQ(tables_.imports.at("tessera.dll"), expected_);
+}
+
 TEST_F(Tables, OtherDllsAreTheSystemsOwn) {
   ReadNames(VANTA_TEST_TABLES_FOLDER "/system_dlls.txt", expected_);
   Names others;
   for (const auto &[dll, functions] : tables_.imports)
-    if (dll != "obs.dll" && dll != "lumivex.dll") others.insert(dll);
+    if (dll != "obs.dll" && dll != "lumivex.dll" && dll != "tessera.dll") others.insert(dll);
   EXPECT_EQ(others, expected_);
 }
 
