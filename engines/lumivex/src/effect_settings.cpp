@@ -21,6 +21,14 @@ BeautyStrength EffectSettings::SkinStrength() const {
   return {Beauty(kBeautySmooth) * part, Beauty(kBeautyWhiten) * part, Beauty(kBeautyRuddy) * part};
 }
 
+WarpWish EffectSettings::Warp() const {
+  WarpWish wish;
+  if (Enabled(kEffectDeform)) wish.deform = face.deform;
+  if (Enabled(kEffectBodySlimming)) wish.slimming = face.slimming;
+  wish.legs = face.legs;
+  return wish;
+}
+
 float Clamped(float value, float minimum, float maximum) {
   return std::isnan(value) ? 0.0f : std::clamp(value, minimum, maximum);
 }
@@ -29,6 +37,19 @@ bool SetBeauty(BeautyValues &values, LXBeautyType type, float intensity) {
   if (!InRange(type, kBeautyTypeCount)) return false;
   const BeautyTypeInfo &info = kBeautyTypes[static_cast<size_t>(type)];
   values[static_cast<size_t>(type)] = Clamped(intensity, info.minimum, info.maximum);
+  return true;
+}
+
+bool SetDeform(DeformValues &values, int mode, float intensity) {
+  if (!InRange(mode, kDeformModeCount)) return false;
+  const DeformModeInfo &info = kDeformModes[static_cast<size_t>(mode)];
+  values[static_cast<size_t>(mode)] = Clamped(intensity, info.minimum, info.maximum);
+  return true;
+}
+
+bool SetSlimming(SlimmingValues &values, LXBodySlimmingType type, float intensity) {
+  if (!InRange(type, kSlimTypeCount)) return false;
+  values[static_cast<size_t>(type)] = Clamped(intensity, 0.0f, 1.0f);
   return true;
 }
 

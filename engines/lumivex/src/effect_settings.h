@@ -6,8 +6,10 @@
 #include <string>
 
 #include "beauty_stage.h"
+#include "face_settings.h"
 #include "lookup_table.h"
 #include "lumivex/lumivex_values.h"
+#include "warp_stage.h"
 
 namespace lumivex {
 
@@ -21,18 +23,23 @@ struct EffectSettings {
   std::string lookup_name;                    // for reports
   float lookup_intensity = 1.0f;              // 0 to 1
   std::string group;                          // preset or group in use, for reports
+  FaceSettings face;
 
   float Beauty(LXBeautyType type) const { return beauty[static_cast<size_t>(type)]; }
   bool Enabled(LXEffectType type) const { return enabled[static_cast<size_t>(type)]; }
   // What the skin gets once the stage's switch and naturality have had their say.
   BeautyStrength SkinStrength() const;
+  // What is moved in the picture, without what is switched off.
+  WarpWish Warp() const;
 };
 
 // The value within the range; not-a-number reads as 0.
 float Clamped(float value, float minimum, float maximum);
 
-// Both false for a type that does not exist.
+// False for a type that does not exist.
 bool SetBeauty(BeautyValues &values, LXBeautyType type, float intensity);
+bool SetDeform(DeformValues &values, int mode, float intensity);
+bool SetSlimming(SlimmingValues &values, LXBodySlimmingType type, float intensity);
 bool SetEnabled(EffectSettings &settings, LXEffectType type, bool enabled);
 
 }  // namespace lumivex

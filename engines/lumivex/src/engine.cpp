@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "body_warps.h"
 #include "engine_control.h"
 #include "orientation.h"
 #include "vision_params.h"
@@ -109,6 +110,7 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   if (applied_.lookup && applied_.lookup_intensity > 0.0f && applied_.Enabled(kEffectLookup)) {
     Timed(times[Stage::kLookup], [&] { lookup_.Apply(view, space, applied_.lookup, applied_.lookup_intensity); });
   }
+  RunWarp(frame, view, times);
   if (const float sharpen = applied_.Beauty(kBeautySharpen); adjust && sharpen > 0.0f) {
     Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen); });
   }
@@ -124,6 +126,7 @@ void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const
 
 FaceNeed Engine::NeedOfFaces() const {
   if (applied_.Enabled(kEffectMagic) && effects_.NeedsFaces()) return FaceNeed::kPicture;
+  if (applied_.Warp().NeedsFaces()) return FaceNeed::kPicture;
   return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
 }
 
@@ -136,6 +139,24 @@ void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTi
   times[Stage::kFaces] = MillisecondsSince(start);
   times.vision += times[Stage::kFaces];
   landmarks_ = reports_faces_ ? faces_.Result() : nullptr;
+}
+
+// After everything that knows the faces' places.
+void Engine::RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
+  const WarpWish wish = applied_.Warp();
+  bool slimmed = false;
+  if (wish.Any() && (!wish.NeedsFaces() || !faces_.Found().empty())) {
+    const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
+    Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), wish); });
+  }
+  slimming_status_ = kSlimmingIdle;
+  if (AnySlimming(wish.slimming)) slimming_status_ = slimmed ? kSlimmingActive : kSlimmingNoBody;
+}
+
+std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
+  if (slimming_status_ == told_slimming_status_) return std::nullopt;
+  told_slimming_status_ = slimming_status_;
+  return slimming_status_;
 }
 
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
@@ -207,6 +228,38 @@ void Engine::SetLookupIntensity(float intensity) {
   Publish();
 }
 
+void Engine::SetDeform(int mode, float intensity) {
+  if (!lumivex::SetDeform(edited_.face.deform, mode, intensity)) {
+    blog(LOG_WARNING, "[lumivex] no deform mode %d, modes go from 0 to %d", mode,
+         static_cast<int>(kDeformModeCount) - 1);
+    return;
+  }
+  Publish();
+}
+
+void Engine::SetSlimming(LXBodySlimmingType type, float intensity) {
+  if (!lumivex::SetSlimming(edited_.face.slimming, type, intensity)) {
+    blog(LOG_WARNING, "[lumivex] no body slimming type %d, types go from 0 to %d", static_cast<int>(type),
+         static_cast<int>(kSlimTypeCount) - 1);
+    return;
+  }
+  Publish();
+}
+
+void Engine::SetLegRange(float top, float bottom, int direction) {
+  if (top == 0.0f && bottom == 0.0f) {
+    edited_.face.legs.reset();
+    return Publish();
+  }
+  if (!(top >= 0.0f && top < bottom && bottom <= 1.0f)) {
+    blog(LOG_WARNING, "[lumivex] no leg range from %g to %g: it goes down within 0 to 1; the range stays as it is",
+         static_cast<double>(top), static_cast<double>(bottom));
+    return;
+  }
+  edited_.face.legs = LegRange{top, bottom, direction == kLegsToTheRight};
+  Publish();
+}
+
 void Engine::SetVisionParams(const std::string &json) {
   const VisionParams read = ReadVisionParams(json);
   if (!read.values) {
@@ -236,6 +289,12 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
   }
   Json beauty = Json::object();
   for (const BeautyTypeInfo &info : kBeautyTypes) beauty[std::string(info.name)] = Readable(applied_.Beauty(info.type));
+  Json deform = Json::object();
+  for (const DeformModeInfo &info : kDeformModes)
+    deform[std::string(info.name)] = Readable(applied_.face.deform[static_cast<size_t>(info.mode)]);
+  Json slimming = Json::object();
+  for (size_t i = 0; i < kSlimTypeCount; ++i)
+    slimming[std::string(kSlimNames[i])] = Readable(applied_.face.slimming[i]);
   const Json json = {
       {"engine", "lumivex"},
       {"frame",
@@ -251,6 +310,8 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
       {"faces", times.faces},
       {"effects", EffectsJson(effects_.Running())},
+      {"deform", std::move(deform)},
+      {"body_slimming", std::move(slimming)},
       {"stages_ms", std::move(stages)},
       {"tessera_ms", Readable(times.vision)},
       {"beauty_ms", Readable(times.beauty)},

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,6 +22,7 @@
 #include "relight_stage.h"
 #include "sharpen_stage.h"
 #include "tone_stage.h"
+#include "warp_stage.h"
 
 namespace lumivex {
 
@@ -45,6 +47,10 @@ class Engine {
   void SetNaturality(float naturality);
   void SetLookup(const std::string &path, float intensity, int32_t type);
   void SetLookupIntensity(float intensity);
+  void SetDeform(int mode, float intensity);
+  void SetSlimming(LXBodySlimmingType type, float intensity);
+  // Of the upright picture's height or width; both 0: by the face again.
+  void SetLegRange(float top, float bottom, int direction);
   void SetGroup(const std::string &text, bool is_group);
 
   // From now on the host is told of faces, so they are looked for even when nothing is drawn on them.
@@ -57,6 +63,8 @@ class Engine {
   // Commands that change effects wait for a batch's end, too.
   void ChangeEffects(std::function<void(MagicEffects &)> change);
   MagicEffects &Effects() { return effects_; }
+  // What has become of body slimming, if that has changed since the last call.
+  std::optional<LXBodySlimmingStatus> TakeSlimmingStatus();
 
   EngineStats &Stats() { return stats_; }
   const EngineStats &Stats() const { return stats_; }
@@ -67,6 +75,7 @@ class Engine {
   std::shared_ptr<LX::FrameData> HandOut(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
   FaceNeed NeedOfFaces() const;
+  void RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
@@ -82,11 +91,15 @@ class Engine {
   FaceFinder faces_;
   std::shared_ptr<tessera::TesseraOut> landmarks_;
 
+  LXBodySlimmingStatus slimming_status_ = kSlimmingIdle;
+  LXBodySlimmingStatus told_slimming_status_ = kSlimmingIdle;
+
   GreenMattingStage green_matting_;
   BeautyStage beauty_;
   RelightStage relight_;
   ToneStage tone_;
   LookupStage lookup_;
+  WarpStage warp_;
   SharpenStage sharpen_;
   MagicEffects effects_;
   FrameOutput output_;

@@ -8,11 +8,26 @@
 
 namespace lumivex {
 
-enum class Stage { kFaces, kGreenMatting, kSkin, kBeauty, kRelight, kTone, kLookup, kSharpen, kMagic, kOutput, kCount };
+enum class Stage {
+  kFaces,
+  kGreenMatting,
+  kSkin,
+  kBeauty,
+  kMakeup,
+  kRelight,
+  kTone,
+  kLookup,
+  kWarp,
+  kSharpen,
+  kMagic,
+  kOutput,
+  kCount
+};
 
 inline constexpr size_t kStageCount = static_cast<size_t>(Stage::kCount);
 inline constexpr std::array<const char *, kStageCount> kStageNames = {
-    "faces", "green_matting", "skin", "beauty", "relight", "tone", "lookup", "sharpen", "magic_effects", "output"};
+    "faces", "green_matting", "skin", "beauty",  "makeup",        "relight",
+    "tone",  "lookup",        "warp", "sharpen", "magic_effects", "output"};
 
 // One frame. Milliseconds; negative for a stage that did not run.
 struct FrameTimes {

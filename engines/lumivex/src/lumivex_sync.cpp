@@ -71,7 +71,10 @@ struct LumivexSync::Impl {
   bool failure_said = false;   // since the last good frame
   bool cpu_data_said = false;  // since the callback last returned
 
+  bool slimming_said = false;
+
   void TellLandmarks();
+  void TellSlimmingStatus();
 
   std::function<void(std::shared_ptr<CpuData>)> cpu_data;
   // This version has no use for them; what is given is kept for those that have.
@@ -89,6 +92,13 @@ void LumivexSync::Impl::TellLandmarks() {
   if (!landmarks || !cpu_data) return;
   const auto callback = cpu_data;
   CallBack("landmarks", cpu_data_said, [&] { callback(ToCpuData(std::move(landmarks))); });
+}
+
+void LumivexSync::Impl::TellSlimmingStatus() {
+  const std::optional<LXBodySlimmingStatus> status = engine.TakeSlimmingStatus();
+  if (!status || !body_slimming_status) return;
+  const auto callback = body_slimming_status;
+  CallBack("body slimming", slimming_said, [&] { callback(*status); });
 }
 
 LumivexSync::LumivexSync() = default;
@@ -139,6 +149,7 @@ std::shared_ptr<FrameData> LumivexSync::processFrameData(std::shared_ptr<FrameDa
   }
   if (result) impl_->failure_said = false;
   impl_->TellLandmarks();
+  impl_->TellSlimmingStatus();
   impl_->engine.Effects().Deliver();
   return result;
 }
@@ -243,14 +254,14 @@ void LumivexSync::setMakeupInfo(const std::vector<LXMakeupInfo> &) {
 void LumivexSync::setMakeupIntensityWithKey(std::string, float) {
   lumivex::LogUnavailable(lumivex::Feature::kMakeup);
 }
-void LumivexSync::setDeformIntensityWithMode(int, float) {
-  lumivex::LogUnavailable(lumivex::Feature::kDeform);
+void LumivexSync::setDeformIntensityWithMode(int mode, float intensity) {
+  Guarded("setDeformIntensityWithMode", [&] { impl_->engine.SetDeform(mode, intensity); });
 }
-void LumivexSync::setBodySlimmingIntensityWithType(LXBodySlimmingType, float) {
-  lumivex::LogUnavailable(lumivex::Feature::kBodySlimming);
+void LumivexSync::setBodySlimmingIntensityWithType(LXBodySlimmingType type, float intensity) {
+  Guarded("setBodySlimmingIntensityWithType", [&] { impl_->engine.SetSlimming(type, intensity); });
 }
-void LumivexSync::setBodySlimmingManualLegHeightRangeAndDir(float, float, int) {
-  lumivex::LogUnavailable(lumivex::Feature::kBodySlimming);
+void LumivexSync::setBodySlimmingManualLegHeightRangeAndDir(float top, float bottom, int dir) {
+  Guarded("setBodySlimmingManualLegHeightRangeAndDir", [&] { impl_->engine.SetLegRange(top, bottom, dir); });
 }
 // Nothing here gives the flag a meaning.
 void LumivexSync::setMagicEffectWithPath(std::string path, LXEffectSlot slot, bool) {

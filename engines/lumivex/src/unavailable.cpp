@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t kFeatureCount = static_cast<size_t>(Feature::kCount);
 
-constexpr std::array<const char *, kFeatureCount> kNames = {"makeup", "face deformation", "body slimming"};
+constexpr std::array<const char *, kFeatureCount> kNames = {"makeup"};
 
 }  // namespace
 

@@ -3,7 +3,7 @@
 
 namespace lumivex {
 
-enum class Feature { kMakeup, kDeform, kBodySlimming, kCount };
+enum class Feature { kMakeup, kCount };
 
 // Threads: any.
 void LogUnavailable(Feature feature);

@@ -13,7 +13,7 @@ namespace lumivex {
 // use. Threads: one at a time.
 class UprightPicture {
  public:
-  static constexpr int kLongestSide = 1280;  // pixels; longer sides are divided by a whole number
+  static constexpr int kLongestSide = 640;  // pixels; longer sides are divided by a whole number
 
   void Make(const Nv12View &view, const Orientation &orientation);
 

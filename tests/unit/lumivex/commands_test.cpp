@@ -178,12 +178,9 @@ TEST(Unavailable, IsSaidOnceForEachFeature) {
     for (LX::LumivexSync *each : {engine.get(), other.get()}) {
       each->setMakeupInfo({});
       each->setMakeupIntensityWithKey("lips", 0.5f);
-      each->setDeformIntensityWithMode(1, 0.5f);
-      each->setBodySlimmingIntensityWithType(lumivex::kSlimWaist, 0.5f);
-      each->setBodySlimmingManualLegHeightRangeAndDir(0.1f, 0.9f, 0);
     }
   }
-  const char *const features[] = {"makeup", "face deformation", "body slimming"};
+  const char *const features[] = {"makeup"};
   for (const char *feature : features) {
     EXPECT_EQ(
         log.Count(std::string("[lumivex] not available in this version of the engine, commands have no effect: ") +

@@ -269,19 +269,19 @@ TEST_F(FaceFinder, GivesPointsAndBoxesInTheFramesPixels) {
 }
 
 TEST_F(FaceFinder, DividesALargePictureAndGivesItsOwnPixelsBack) {
-  Script().faces = {{{480, 270}, 100}};
+  Script().faces = {{{320, 180}, 100}};
   const auto engine = MakeEngine(1920, 1080);
   Host host;
   host.Listen(*engine);
   Picture picture(1920, 1080, kGrey);
   Process(*engine, picture);
-  EXPECT_EQ(Script().luma.size(), cv::Size(960, 540));
-  EXPECT_EQ(Script().u.size(), cv::Size(480, 270));
+  EXPECT_EQ(Script().luma.size(), cv::Size(640, 360));
+  EXPECT_EQ(Script().u.size(), cv::Size(320, 180));
   EXPECT_NEAR(host.Points(0)[99].x, 960.0f, 2.0f) << "the tip of the nose";
 }
 
 TEST_F(FaceFinder, BearsOddAndTinyPictures) {
-  for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(2, 5), cv::Size(1281, 3)}) {
+  for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(2, 5), cv::Size(641, 3)}) {
     const auto engine = MakeEngine(size.width, size.height);
     Host host;
     host.Listen(*engine);

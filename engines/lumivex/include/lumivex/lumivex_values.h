@@ -16,9 +16,9 @@ inline constexpr LXEffectType kEffectAdjust{1};        // sharpen, brightness, c
 inline constexpr LXEffectType kEffectLookup{2};        // colour lookup table
 inline constexpr LXEffectType kEffectRelight{3};       // soft key light
 inline constexpr LXEffectType kEffectGreenMatting{4};  // green backdrop replaced by a dark grey one; off at the start
-inline constexpr LXEffectType kEffectMakeup{5};        // not available in this version
-inline constexpr LXEffectType kEffectDeform{6};        // not available in this version
-inline constexpr LXEffectType kEffectBodySlimming{7};  // not available in this version
+inline constexpr LXEffectType kEffectMakeup{5};        // makeup layers
+inline constexpr LXEffectType kEffectDeform{6};        // deform modes
+inline constexpr LXEffectType kEffectBodySlimming{7};  // body slimming types
 inline constexpr LXEffectType kEffectMagic{8};         // effects, gifts, media, the interactive box
 inline constexpr size_t kEffectTypeCount = 9;
 
@@ -59,6 +59,31 @@ constexpr const BeautyTypeInfo *FindBeautyType(std::string_view name) {
   return nullptr;
 }
 
+// Modes of setDeformIntensityWithMode. 0 is off for every one; values outside the range are clamped to it.
+inline constexpr int kDeformSlimFace = 0;
+inline constexpr int kDeformEyeSize = 1;
+inline constexpr int kDeformSlimNose = 2;
+inline constexpr int kDeformChin = 3;
+inline constexpr int kDeformMouthSize = 4;
+inline constexpr size_t kDeformModeCount = 5;
+
+struct DeformModeInfo {
+  int mode;
+  std::string_view name;  // as written in reports
+  float minimum;
+  float maximum;
+  std::string_view what;
+};
+
+// Indexed by the mode's number.
+inline constexpr DeformModeInfo kDeformModes[kDeformModeCount] = {
+    {kDeformSlimFace, "slim_face", 0.0f, 1.0f, "cheeks and jaw drawn in"},
+    {kDeformEyeSize, "eye_size", 0.0f, 1.0f, "larger eyes"},
+    {kDeformSlimNose, "slim_nose", 0.0f, 1.0f, "a narrower nose"},
+    {kDeformChin, "chin", -1.0f, 1.0f, "a longer or shorter chin"},
+    {kDeformMouthSize, "mouth_size", -1.0f, 1.0f, "a larger or smaller mouth"},
+};
+
 // LXLookupInfo::type.
 inline constexpr int32_t kLookupByFileName = 0;  // ".cube" is a text table, everything else a picture
 inline constexpr int32_t kLookupCube = 1;        // .cube text, 3D
@@ -69,11 +94,12 @@ inline constexpr int32_t kMediaNone = 0;
 inline constexpr int32_t kMediaPicture = 2;
 inline constexpr int32_t kMediaVideo = 3;  // a folder of pictures, 25 a second; video files cannot be played
 
-// The third member of LXMakeupInfo: how a layer is mixed with the skin below it. Not available in this version.
-inline constexpr int32_t kMakeupBlendNormal = 0;
+// The third member of LXMakeupInfo: how a makeup's layers are mixed with the skin below them.
+inline constexpr int32_t kMakeupBlendOfResource = 0;  // each as its resource says
 inline constexpr int32_t kMakeupBlendMultiply = 1;
 inline constexpr int32_t kMakeupBlendScreen = 2;
 inline constexpr int32_t kMakeupBlendSoftLight = 3;
+inline constexpr int32_t kMakeupBlendNormal = 4;
 
 // Slots beside kMainEffectSlot (0) and kRecognitionGiftSlot (2).
 inline constexpr LXEffectSlot kGiftSlot{1};
@@ -88,6 +114,7 @@ inline constexpr LXEffectAdjustType kAdjustEffectLookup{1};
 inline constexpr LXEffectAdjustType kAdjustEffectMakeup{2};
 inline constexpr LXEffectAdjustType kAdjustEffectDeform{3};
 
+// 0 is off for every type, 1 the most.
 inline constexpr LXBodySlimmingType kSlimWhole{0};
 inline constexpr LXBodySlimmingType kSlimWaist{1};
 inline constexpr LXBodySlimmingType kSlimHip{2};
@@ -95,9 +122,16 @@ inline constexpr LXBodySlimmingType kSlimArm{3};
 inline constexpr LXBodySlimmingType kSlimShoulder{4};
 inline constexpr LXBodySlimmingType kSlimHead{5};
 inline constexpr LXBodySlimmingType kSlimLegLength{6};
+inline constexpr size_t kSlimTypeCount = 7;
+inline constexpr std::string_view kSlimNames[kSlimTypeCount] = {"whole",    "waist", "hip",       "arm",
+                                                                "shoulder", "head",  "leg_length"};
 
-inline constexpr LXBodySlimmingStatus kSlimmingIdle{0};
-inline constexpr LXBodySlimmingStatus kSlimmingActive{1};
-inline constexpr LXBodySlimmingStatus kSlimmingNoBody{2};
+// The direction of setBodySlimmingManualLegHeightRangeAndDir: how the body stands in the upright picture.
+inline constexpr int kLegsDownwards = 0;   // the range counts from the upper edge, in picture heights
+inline constexpr int kLegsToTheRight = 1;  // from the left edge, in picture widths
+
+inline constexpr LXBodySlimmingStatus kSlimmingIdle{0};    // nothing is on
+inline constexpr LXBodySlimmingStatus kSlimmingActive{1};  // the picture is changed
+inline constexpr LXBodySlimmingStatus kSlimmingNoBody{2};  // something is on, and there is nobody to slim
 
 }  // namespace lumivex
