@@ -55,6 +55,7 @@ HostFrame::HostFrame(video_format format, uint32_t width, uint32_t height)
 HostFrame::HostFrame(const obs_source_frame &other)
     : frame_(obs_source_frame_create(other.format, other.width, other.height)) {
   obs_source_frame_copy(frame_.get(), &other);
+  vanta::SetDumpId(frame_.get(), vanta::GetDumpId(&other));
 }
 
 uint8_t *HostFrame::LumaByte(uint32_t x, uint32_t y) const {

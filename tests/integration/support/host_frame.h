@@ -7,6 +7,8 @@
 #include <memory>
 #include <utility>
 
+#include "module/host_frame.h"
+
 namespace vanta_integration {
 
 struct HostFrameDeleter {
@@ -17,13 +19,14 @@ struct HostFrameDeleter {
 class HostFrame {
  public:
   HostFrame(video_format format, uint32_t width, uint32_t height);
-  explicit HostFrame(const obs_source_frame &other);  // a copy, pixels and all
+  explicit HostFrame(const obs_source_frame &other);  // a copy, pixels, dump mark and all
 
   obs_source_frame *Get() const { return frame_.get(); }
   uint32_t Width() const { return frame_->width; }
   uint32_t Height() const { return frame_->height; }
   video_format Format() const { return frame_->format; }
   uint64_t Timestamp() const { return frame_->timestamp; }
+  uint32_t DumpId() const { return vanta::GetDumpId(frame_.get()); }  // 0: not marked
 
   // A ramp from left to right that begins at `first`, in one pale colour; grey in RGB formats.
   void Draw(int first);
