@@ -40,13 +40,14 @@ void FrameMeter::Enter(obs_source_frame *frame) {
   if (!left_) ++withheld_;
   left_ = false;
   ++tick_counts_.in;
-  if (waiting_ && tick_counts_.in - marked_at_ > kLostAfterFrames) waiting_ = false;
-  if (!waiting_ && requested_.exchange(false)) {
-    open_ = {};
-    open_.before = Copy(frame);
-    open_.entered_ns = os_gettime_ns();
-    marked_at_ = tick_counts_.in;
-    waiting_ = vanta_host_mark_next_frame(filter_, ++mark_);
+  if (pair_.waiting && tick_counts_.in - pair_.marked_at > kLostAfterFrames) pair_.waiting = false;
+  // A frame carries one mark: the other one waits for the next frame.
+  const uint64_t until_dump = dump_in_;
+  if (until_dump > 0) dump_in_ = until_dump - 1;
+  if (until_dump == 1) {
+    Mark(dump_, frame);
+  } else if (!pair_.waiting && requested_.exchange(false)) {
+    Mark(pair_, frame);
   }
   enter_time_ns_ = os_gettime_ns();
 }
@@ -61,31 +62,46 @@ void FrameMeter::Leave(obs_source_frame *frame) {
     std::lock_guard<std::mutex> lock(mutex_);
     Keep(filter_costs_, static_cast<double>(now - enter_time_ns_) / 1000);
   }
-  if (!waiting_ || vanta::GetDumpId(frame) != mark_) return;
-  const char *text = nullptr;
-  uint32_t length = 0;
-  if (tick_counts_.in == marked_at_) {
+  for (Followed *followed : {&pair_, &dump_}) {
+    if (followed->waiting && vanta::GetDumpId(frame) == followed->mark) return ComeBack(*followed, frame);
+  }
+}
+
+void FrameMeter::Mark(Followed &followed, obs_source_frame *frame) {
+  followed.open = {};
+  followed.open.before = Copy(frame);
+  followed.open.entered_ns = os_gettime_ns();
+  followed.marked_at = tick_counts_.in;
+  followed.mark = ++last_mark_;
+  followed.waiting = vanta_host_mark_next_frame(filter_, followed.mark);
+}
+
+void FrameMeter::ComeBack(Followed &followed, obs_source_frame *frame) {
+  FramePair &open = followed.open;
+  if (tick_counts_.in == followed.marked_at) {
     // The record in which the marked frame entered carries the mark out again, with the pixels of an older frame,
     // unless the filter let the frame pass.
     const bool untouched =
-        open_.before->format == frame->format && open_.before->linesize[0] == frame->linesize[0] &&
-        std::memcmp(open_.before->data[0], frame->data[0], size_t{frame->linesize[0]} * frame->height) == 0;
-    const bool jumped = untouched && vanta_host_get_engine_state() != VANTA_ENGINE_RUNNING;
-    if (jumped) FinishPair(frame, true);
+        open.before->format == frame->format && open.before->linesize[0] == frame->linesize[0] &&
+        std::memcmp(open.before->data[0], frame->data[0], size_t{frame->linesize[0]} * frame->height) == 0;
+    if (untouched && vanta_host_get_engine_state() != VANTA_ENGINE_RUNNING) Finish(followed, frame, true);
     return;
   }
-  if (vanta_host_get_dump_json(filter_, &text, &length)) open_.applied.assign(text, length);
-  FinishPair(frame, false);
+  const char *text = nullptr;
+  uint32_t length = 0;
+  if (vanta_host_get_dump_json(filter_, &text, &length)) open.applied.assign(text, length);
+  Finish(followed, frame, false);
 }
 
-void FrameMeter::FinishPair(obs_source_frame *frame, bool untouched) {
-  open_.after = Copy(frame);
-  open_.untouched = untouched;
-  open_.delay_frames = static_cast<uint32_t>(tick_counts_.in - marked_at_);
-  open_.delay_ms = static_cast<double>(os_gettime_ns() - open_.entered_ns) / 1e6;
+void FrameMeter::Finish(Followed &followed, obs_source_frame *frame, bool untouched) {
+  FramePair &open = followed.open;
+  open.after = Copy(frame);
+  open.untouched = untouched;
+  open.delay_frames = static_cast<uint32_t>(tick_counts_.in - followed.marked_at);
+  open.delay_ms = static_cast<double>(os_gettime_ns() - open.entered_ns) / 1e6;
   std::lock_guard<std::mutex> lock(mutex_);
-  done_ = std::move(open_);
-  waiting_ = false;
+  followed.done = std::move(open);
+  followed.waiting = false;
 }
 
 void FrameMeter::Drawn(double microseconds) {
@@ -108,9 +124,21 @@ void FrameMeter::RequestPair() {
   requested_ = true;
 }
 
-FramePair FrameMeter::TakePair() {
+void FrameMeter::RequestDump(uint64_t count) {
+  dump_in_ = count;
+}
+
+FramePair FrameMeter::Take(Followed &followed) {
   std::lock_guard<std::mutex> lock(mutex_);
-  return std::exchange(done_, {});
+  return std::exchange(followed.done, {});
+}
+
+FramePair FrameMeter::TakePair() {
+  return Take(pair_);
+}
+
+FramePair FrameMeter::TakeDump() {
+  return Take(dump_);
 }
 
 std::vector<float> FrameMeter::FilterCosts() const {

@@ -54,32 +54,45 @@ class FrameMeter {
   void StartOver();
   // Marks the next frame; the last pair that came back whole is kept until another one has.
   void RequestPair();
-  bool PairPending() const { return requested_ || waiting_; }
   FramePair TakePair();
+  // Marks the frame that enters as the `count`th from now on, whatever else is under way; 1 is the next one. Once.
+  void RequestDump(uint64_t count);
+  FramePair TakeDump();
 
   std::vector<float> FilterCosts() const;  // microseconds from tap to tap, for frames that left
   std::vector<float> DrawCosts() const;    // microseconds
 
  private:
-  void FinishPair(obs_source_frame *frame, bool untouched);
+  // A marked frame and what it looked like.
+  struct Followed {
+    std::atomic<bool> waiting{false};  // it is in the filter
+    uint64_t marked_at = 0;            // [tick]; frames in when the mark was set
+    uint32_t mark = 0;                 // [tick]
+    FramePair open;                    // [tick]
+    FramePair done;                    // guarded by mutex_
+  };
+
+  void Mark(Followed &followed, obs_source_frame *frame);
+  void ComeBack(Followed &followed, obs_source_frame *frame);
+  void Finish(Followed &followed, obs_source_frame *frame, bool untouched);
+  FramePair Take(Followed &followed);
 
   // Constant once frames flow.
   obs_source_t *filter_ = nullptr;
 
-  std::atomic<bool> requested_{false}, waiting_{false};
+  std::atomic<bool> requested_{false};
+  std::atomic<uint64_t> dump_in_{0};  // frames until the one to dump; 0: none is wanted, or it has entered
+  Followed pair_, dump_;
 
   // [tick] only.
   FrameCounts tick_counts_;
   uint64_t withheld_ = 0;  // in a row, before the frame that is in the filter now
   bool left_ = true;       // the last frame that entered
   uint64_t enter_time_ns_ = 0;
-  uint64_t marked_at_ = 0;  // frames in when the mark was set
-  uint32_t mark_ = 0;
-  FramePair open_;
+  uint32_t last_mark_ = 0;
 
   mutable std::mutex mutex_;  // guards what follows
   FrameCounts counts_;
-  FramePair done_;
   std::vector<float> filter_costs_, draw_costs_;
 };
 

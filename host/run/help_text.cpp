@@ -164,6 +164,10 @@ OUTPUT
                           white is opaque. Needs --green-screen
       --compare FILE      PNG of one frame before and after the filter, side by side; sets --gl-context off
       --at S              take these pictures S seconds into the run. Default: halfway, or after 2 seconds
+      --dump-frame N[=PREFIX]
+                          the Nth frame that enters the filter, as PREFIX-before.png and PREFIX-after.png, and as
+                          PREFIX.json the engine's own word of what it did to it, "{}" where there is none; sets
+                          --gl-context off. Default: frame-N
       --report FILE       JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's
                           reports, ten-second records, commands sent, events, faces, switches, versions. "-" is standard output
       --plot FILE         PNG that draws delay, engine time and jank over the run; needs gnuplot

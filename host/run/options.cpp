@@ -44,6 +44,7 @@ enum LongOnly : int {
   kSnapshot,
   kMatte,
   kCompare,
+  kDumpFrame,
   kAt,
   kReport,
   kLog,
@@ -87,6 +88,7 @@ constexpr option kOptions[] = {
     {"snapshot", required_argument, nullptr, kSnapshot},
     {"matte", required_argument, nullptr, kMatte},
     {"compare", required_argument, nullptr, kCompare},
+    {"dump-frame", required_argument, nullptr, kDumpFrame},
     {"at", required_argument, nullptr, kAt},
     {"report", required_argument, nullptr, kReport},
     {"quiet", no_argument, nullptr, 'q'},
@@ -171,6 +173,18 @@ void ReadLookup(const char *value, Options &options) {
     throw Failure(kExitUsage, "--lookup", "no file '" + lookup.path + "'", "give a .cube file or a square PNG");
   }
   options.lookup = lookup;
+}
+
+void ReadDumpFrame(const std::string &value, Options &options) {
+  const size_t equals = value.find('=');
+  const auto count = ParseCount(value.substr(0, equals));
+  DumpOption dump;
+  if (count) dump = {*count, "frame-" + std::to_string(*count)};
+  if (equals != std::string::npos) dump.prefix = value.substr(equals + 1);
+  if (!count || dump.prefix.empty()) {
+    BadValue("dump-frame", value.c_str(), "give a whole number, 1 or more, or NUMBER=PREFIX for the files' names");
+  }
+  options.dump = dump;
 }
 
 void ReadSettings(const char *value, Options &options) {
@@ -286,6 +300,9 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
     case kCompare:
       options.compare = value;
       return;
+    case kDumpFrame:
+      ReadDumpFrame(value, options);
+      return;
     case kAt:
       options.at = NumberFrom(name, value, 0);
       return;
@@ -332,6 +349,7 @@ void RefuseBeautyOptions(const Options &options) {
       {"--monitor", options.monitor},
       {"--plot", !options.plot.empty()},
       {"--compare", !options.compare.empty()},
+      {"--dump-frame", options.dump.has_value()},
       {"--engine-delay", options.engine_delay_ms > 0},
       {"--engine-stop-after", options.engine_stop_after >= 0},
   };
@@ -384,8 +402,12 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
   if (!options.matte.empty() && !options.green_screen) {
     throw Failure(kExitUsage, "--matte", "without the green screen there is no matte", "give --green-screen too");
   }
-  // The pair is taken from frames in memory. First, so that a switch of the command line wins.
-  if (!options.compare.empty())
+  if (options.dump && options.frames > 0 && options.dump->frame > options.frames) {
+    throw Failure(kExitUsage, "--dump-frame", "the run ends before that frame enters, by --frames",
+                  "give a smaller number");
+  }
+  // Before and after are taken from frames in memory. First, so that a switch of the command line wins.
+  if (!options.compare.empty() || options.dump)
     options.switches.insert(options.switches.begin(), {VANTA_SWITCH_CREATE_GL_CONTEXT, false});
   return ParseResult::kRun;
 }

@@ -34,6 +34,11 @@ struct MakeupOption {
   float intensity = 1.0f;  // 0 to 1
 };
 
+struct DumpOption {
+  uint64_t frame = 1;  // counted from 1, as they enter the filter
+  std::string prefix;  // of the files' names
+};
+
 struct Options {
   // Input
   std::string input;                // a file, or "color:RRGGBB"
@@ -81,6 +86,7 @@ struct Options {
   std::string snapshot;
   std::string matte;
   std::string compare;
+  std::optional<DumpOption> dump;
   std::string report;
   std::string plot;
   double at = -1;  // seconds into the run at which pictures are taken; negative: halfway

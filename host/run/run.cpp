@@ -12,6 +12,7 @@ extern "C" {
 #include "faces/face_file.h"
 #include "failure.h"
 #include "first_frame.h"
+#include "frame_dump.h"
 #include "key_color.h"
 #include "module_paths.h"
 #include "monitor/live_monitor.h"
@@ -68,6 +69,8 @@ int Run(const Options &options, Interrupt &interrupt) {
     recording.emplace(options.output);
   }
   Pictures pictures(options);
+  std::optional<FrameDump> dump;
+  if (options.dump) dump.emplace(*options.dump);
   std::optional<LiveMonitor> monitor;
   if (options.monitor) {
     monitor.emplace(kMonitoredPorts);
@@ -112,7 +115,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,
                            {abilities, std::move(answers), std::move(events)}, RequireControl());
     Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
-                   pictures, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
+                   pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
                    monitor ? &*monitor : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
@@ -121,6 +124,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     }
   }
   pictures.Write();
+  if (dump) dump->Write(figures.frames.in);
   if (landmarks) landmarks->Commit();
   figures.averages = observer.Averages();
   figures.spikes = observer.Spikes();

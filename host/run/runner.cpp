@@ -104,6 +104,7 @@ void Runner::Begin() {
   lines_at_start_ = p_.log.Counts();
   canvas_at_start_ = obs_get_total_frames();
   lagged_at_start_ = obs_get_lagged_frames();
+  if (p_.dump != nullptr) p_.meter.RequestDump(p_.options.dump->frame);
   next_mark_ = kFirstMark;
   start_ns_ = os_gettime_ns();
 }
@@ -125,6 +126,7 @@ const char *Runner::Play(RunFigures &figures) {
     if (p_.faces != nullptr) p_.faces->Write();
     MarkWhenDue(elapsed);
     TakePair(figures);
+    if (p_.dump != nullptr) p_.dump->Take(p_.meter);
     TakeAggregates(elapsed, figures);
     TakeSecond(elapsed, figures);
     p_.pictures.TakeCanvasWhenDue(elapsed, at_, p_.stage.item());
@@ -216,6 +218,10 @@ void Runner::End(RunFigures &figures) {
   while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
     os_sleep_ms(kPollMs);
     TakePair(figures);
+  }
+  while (p_.dump != nullptr && p_.dump->IsDue(figures.frames.in) && Seconds(asked) < kLastFramesLimit) {
+    os_sleep_ms(kPollMs);
+    p_.dump->Take(p_.meter);
   }
   figures.canvas_frames = obs_get_total_frames() - canvas_at_start_;
   figures.canvas_lagged = obs_get_lagged_frames() - lagged_at_start_;

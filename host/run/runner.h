@@ -6,6 +6,7 @@
 #include "beauty_control.h"
 #include "commands/command_player.h"
 #include "faces/face_file.h"
+#include "frame_dump.h"
 #include "frame_meter.h"
 #include "input.h"
 #include "interrupt.h"
@@ -35,6 +36,7 @@ struct RunParts {
   AbilityHandler &abilities;
   CommandPlayer &commands;
   Pictures &pictures;
+  FrameDump *dump;       // null: no frame is dumped
   Recorder *recorder;    // null: nothing is recorded
   FaceFile *faces;       // null: no faces are looked for
   LiveMonitor *monitor;  // null: not wanted

@@ -70,6 +70,10 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{"Background", {"--background", "color:12"}},
                     BadValue{"KeyText", {"--green-screen", "{\"keyColor\":"}},
                     BadValue{"KeyEmpty", {"--green-screen", ""}}, BadValue{"Delay", {"--engine-delay", "long"}},
+                    BadValue{"DumpFrame", {"--dump-frame", "0"}}, BadValue{"DumpFrameText", {"--dump-frame", "last"}},
+                    BadValue{"DumpFramePrefix", {"--dump-frame", "3="}},
+                    BadValue{"DumpFramePastTheEnd", {"--dump-frame", "9", "--frames", "8"}},
+                    BadValue{"DumpFrameWithoutFilter", {"--no-beauty", "--dump-frame", "9"}},
                     BadValue{"Ending", {"--output", "out.doc"}}, BadValue{"EventName", {"--event", ""}},
                     BadValue{"EffectFolder", {"--effect", ""}}, BadValue{"MakeupIntensity", {"--makeup", ".=2"}}),
     [](const auto &info) { return std::string(info.param.name); });
@@ -165,6 +169,7 @@ TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
                                      {"--log", "no/log.txt"}}) {
     ExpectRefusal(workplace, {"--input", "color:203040", "--green-screen", "{}", option, name}, 6, name);
   }
+  ExpectRefusal(workplace, {"--input", "color:203040", "--dump-frame", "1=no/d"}, 6, "no/d-before.png");
 }
 
 TEST(RunErrors, DeviceIsNotReplacedByAFile) {
@@ -184,7 +189,7 @@ TEST(RunHelp, ListsEveryExitCodeAndEverySwitch) {
   EXPECT_EQ(result.exit_code, 0);
   for (const char *part : {"\n    0 ", "\n    2 ", "\n    3 ", "\n    4 ", "\n    5 ", "\n    6 ", "\n    7 ",
                            "\n  130 ", "--async-commands", "--gl-context", "--frame-flip", "--commands",
-                           "--interactive", "--monitor", "--plot", "smooth", "whiten"}) {
+                           "--interactive", "--dump-frame", "--monitor", "--plot", "smooth", "whiten"}) {
     EXPECT_NE(result.out.find(part), std::string::npos) << part;
   }
 }
