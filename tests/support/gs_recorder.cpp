@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <set>
 
 namespace vanta_test::gs_recorder {
 namespace {
@@ -24,6 +25,11 @@ struct Recorder {
   std::vector<std::string> effect_lacks;
   std::string compile_error;
   int acquire_result = 0;
+  int device_type = GS_DEVICE_DIRECT3D_11;
+  uint8_t next_paint = 0;
+  uint8_t painted = 0;
+  uint32_t stage_padding = 0;
+  std::set<std::thread::id> in_graphics;
   std::string module_file = "/paper/vanta_filter/file";
 };
 
@@ -57,6 +63,10 @@ void Reset() {
   recorder.effect_lacks.clear();
   recorder.compile_error.clear();
   recorder.acquire_result = 0;
+  recorder.device_type = GS_DEVICE_DIRECT3D_11;
+  recorder.next_paint = recorder.painted = 0;
+  recorder.stage_padding = 0;
+  recorder.in_graphics.clear();
   recorder.module_file = "/paper/vanta_filter/file";
 }
 
@@ -168,6 +178,21 @@ void SetAcquireResult(int result) {
   Get().acquire_result = result;
 }
 
+void SetDeviceType(int type) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().device_type = type;
+}
+
+void SetPaint(uint8_t value) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().next_paint = value;
+}
+
+void SetStagePadding(uint32_t bytes) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().stage_padding = bytes;
+}
+
 void SetModuleFile(const std::string &path) {
   std::lock_guard<std::mutex> lock(Get().mutex);
   Get().module_file = path;
@@ -248,7 +273,16 @@ void AddMisuse(const std::string &text) {
   Get().misuse.push_back(text);
 }
 
+std::vector<std::thread::id> ThreadsInGraphics() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return {Get().in_graphics.begin(), Get().in_graphics.end()};
+}
+
 void ChangeGraphicsDepth(int by) {
+  {
+    std::lock_guard<std::mutex> lock(Get().mutex);
+    Get().in_graphics.insert(std::this_thread::get_id());
+  }
   graphics_depth += by;
   if (graphics_depth < 0) AddMisuse("obs_leave_graphics without obs_enter_graphics");
 }
@@ -277,6 +311,26 @@ std::string CompileError() {
 int AcquireResult() {
   std::lock_guard<std::mutex> lock(Get().mutex);
   return Get().acquire_result;
+}
+
+int DeviceType() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().device_type;
+}
+
+void Paint() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().painted = Get().next_paint;
+}
+
+uint8_t Painted() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().painted;
+}
+
+uint32_t StagePadding() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().stage_padding;
 }
 
 std::string ModuleFile() {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <graphics/graphics.h>
@@ -60,6 +61,9 @@ void SetEffectHasParameters(bool has);  // false: gs_effect_get_param_by_name gi
 void SetEffectLacks(const std::vector<std::string> &names);  // parameters and techniques that no loaded effect has
 void SetCompileError(const std::string &text);               // of a failed gs_effect_create_from_file; empty: none
 void SetAcquireResult(int result);                           // of gs_texture_acquire_sync
+void SetDeviceType(int type);                                // of gs_get_device_type; Direct3D at first
+void SetPaint(uint8_t value);                 // with which the next obs_source_video_render fills the picture
+void SetStagePadding(uint32_t bytes);         // behind each row of stage surfaces made from now on
 void SetModuleFile(const std::string &path);  // what obs_find_module_file finds for each name; empty: null
 
 // Stands in for the host's graphics thread, which is inside graphics already; writes no notes. Threads: its own.
@@ -70,7 +74,8 @@ class InGraphics {
   InGraphics(const InGraphics &) = delete;
   InGraphics &operator=(const InGraphics &) = delete;
 };
-int GraphicsDepth();  // of the calling thread
+int GraphicsDepth();                               // of the calling thread
+std::vector<std::thread::id> ThreadsInGraphics();  // that called obs_enter_graphics, each once
 
 // Parts of the recorder itself, for its other source files. True: this call must fail.
 bool Note(const std::string &text);
@@ -89,6 +94,10 @@ bool EffectHasParameters();
 bool EffectLacks(const std::string &effect, const std::string &name);  // never libobs's own effects
 std::string CompileError();
 int AcquireResult();
+int DeviceType();
+void Paint();  // the picture is drawn
+uint8_t Painted();
+uint32_t StagePadding();
 std::string ModuleFile();
 gs_effect_t *MakeEffect();  // without note or count
 

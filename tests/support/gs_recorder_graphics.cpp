@@ -150,6 +150,8 @@ bool gs_texrender_begin(gs_texrender_t *target, uint32_t width, uint32_t height)
   CheckAlive(target, call);
   Bracket(1, "render target");
   target->begun = true;
+  target->texture.width = width;
+  target->texture.height = height;
   return true;
 }
 

@@ -104,7 +104,7 @@ void obs_source_skip_video_filter(obs_source_t *filter) {
 }
 
 void obs_source_video_render(obs_source_t *source) {
-  NoteInGraphics("obs_source_video_render(" + Source(source) + ")");
+  if (!NoteInGraphics("obs_source_video_render(" + Source(source) + ")")) Paint();
 }
 
 void obs_source_draw(gs_texture_t *image, int x, int y, uint32_t cx, uint32_t cy, bool flip) {

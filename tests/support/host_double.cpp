@@ -219,9 +219,17 @@ void SetFaceBeautyFilterWorkerThreadTimestamp(uint64_t id, uint64_t value) {
 void FaceBeautyFilterWorkerThreadSleep(uint64_t id) {
   Note(id == vanta::CurrentThreadId() ? "ThreadSleep" : "ThreadSleep of another");
 }
-void SetTesseraLandmarkFilterWorkerThreadId(uint64_t) {}
-void SetTesseraLandmarkFilterWorkerThreadTimestamp(uint64_t) {}
-void TesseraLandmarkFilterWorkerThreadSleep() {}
+void SetTesseraLandmarkFilterWorkerThreadId(uint64_t id) {
+  Note(id == 0                          ? "LandmarkThreadId(0)"
+       : id == vanta::CurrentThreadId() ? "LandmarkThreadId(self)"
+                                        : "LandmarkThreadId of another");
+}
+void SetTesseraLandmarkFilterWorkerThreadTimestamp(uint64_t timestamp) {
+  Note(timestamp != 0 ? "LandmarkThreadTimestamp(now)" : "LandmarkThreadTimestamp(0)");
+}
+void TesseraLandmarkFilterWorkerThreadSleep() {
+  Note("LandmarkThreadSleep");
+}
 void SetTesseraLandmarkFilterGpuWorkerThreadId(uint64_t id) {
   Note(id == 0 ? "GpuThreadId(0)" : id == vanta::CurrentThreadId() ? "GpuThreadId(self)" : "GpuThreadId of another");
 }

@@ -150,6 +150,11 @@ void LetOneThrough() {
   Get().changed.notify_all();
 }
 
+bool AtGate() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().waiting > 0;
+}
+
 bool WaitAtGate() {
   return WaitOn([] { return Get().waiting > 0 && Get().permits == 0; }, "a run at the gate");
 }

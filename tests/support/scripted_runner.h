@@ -59,6 +59,7 @@ bool WaitForRuns(uint64_t count);  // false fails the test
 void Close();
 void Open();
 void LetOneThrough();
+bool AtGate();      // a run stands there
 bool WaitAtGate();  // until a run stands there; false fails the test
 
 }  // namespace scripted_runner

@@ -5,6 +5,7 @@
 
 #include "beauty/beauty_filter_source.h"
 #include "greenscreen/green_screen_filter_source.h"
+#include "landmark/landmark_filter_source.h"
 #include "module/module_text.h"
 #include "platform/export.h"
 
@@ -44,6 +45,7 @@ VANTA_EXPORT bool obs_module_get_string(const char *key, const char **text) {
 VANTA_EXPORT bool obs_module_load() {
   vanta::RegisterBeautyFilter();
   vanta::RegisterGreenScreenFilter();
+  vanta::RegisterLandmarkFilter();
   return true;
 }
 

@@ -193,7 +193,7 @@ TEST_F(ModuleTest, LoadRegistersTheFiltersInTheirOrder) {
     ASSERT_EQ(registration.bytes.size(), 432u);
     ids.emplace_back(registration.Record().id);
   }
-  EXPECT_EQ(ids, (Strings{"face_beauty_filter_v2", "LX_green_screen_filter"}));
+  EXPECT_EQ(ids, (Strings{"face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"}));
 }
 
 TEST_F(ModuleTest, BeautyRecordSetsItsSlotsAndNoOther) {
