@@ -270,6 +270,7 @@ TEST_F(LandmarkGpuRoad, WorkerEndsWithTexturesQueued) {
     const gs_recorder::InGraphics graphics;
     for (size_t i = 1; i < kTextures; ++i) worker_->CopyTexture(target_);
   }
+  worker_->Stop();
   End();
   EXPECT_EQ(scripted_runner::Runs(), 1u);
 }

@@ -269,6 +269,7 @@ TEST_F(LandmarkSource, RendersSixtyFiveMillisecondsApartGiveOneCapture) {
 }
 
 TEST_F(LandmarkSource, NoMoreThanFifteenCapturesASecondAtAnyVideoRate) {
+  SetSize(16, 8);
   Create();
   for (const int rate : {25, 30, 50, 60, 144}) {
     int captures = 0;

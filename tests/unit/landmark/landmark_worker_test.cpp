@@ -283,6 +283,7 @@ TEST_F(LandmarkWorker, RunWithoutAResultSendsNothing) {
 
 TEST_F(LandmarkWorker, ResultThatCannotBeReadIsAMessageOfNoFace) {
   for (const bool tree : {false, true}) {
+    scripted_runner::Reset();
     RunnerScript script;
     if (tree) script.tree = [] { return std::make_shared<tessera::Any>("no map"); };
     scripted_runner::SetScript(script);
