@@ -45,7 +45,7 @@ bool Plausible(const Placement &found, const Placement &expected) {
 }  // namespace
 
 bool EyeFinder::Load(const std::string &file) {
-  return cascade_.load(file);
+  return cascade_.Load(file);
 }
 
 std::optional<cv::Point2f> EyeFinder::CascadeEye(const cv::Mat &patch, bool right) {
@@ -53,19 +53,16 @@ std::optional<cv::Point2f> EyeFinder::CascadeEye(const cv::Mat &patch, bool righ
   const int middle = patch.cols / 2;
   const cv::Rect half =
       right ? cv::Rect(middle, 0, patch.cols - middle, patch.rows) : cv::Rect(0, 0, middle, patch.rows);
-  std::vector<cv::Rect> boxes;
-  std::vector<int> votes;
-  cascade_.detectMultiScale(patch(half), boxes, votes, 1.15, 2, 0, cv::Size(kLeastBox, kLeastBox),
-                            cv::Size(kMostBox, kMostBox));
   std::optional<cv::Point2f> best;
   float best_score = 0;
-  for (size_t i = 0; i < boxes.size(); ++i) {
-    const cv::Point2f pixel(static_cast<float>(half.x + boxes[i].x) + 0.5F * static_cast<float>(boxes[i].width - 1),
-                            static_cast<float>(half.y + boxes[i].y) + 0.5F * static_cast<float>(boxes[i].height - 1));
+  for (const VotedBox &found : cascade_.Find(patch(half), 1.15, 2, kLeastBox, kMostBox)) {
+    const cv::Rect box = found.box + half.tl();
+    const cv::Point2f pixel(static_cast<float>(box.x) + 0.5F * static_cast<float>(box.width - 1),
+                            static_cast<float>(box.y) + 0.5F * static_cast<float>(box.height - 1));
     const cv::Point2f place = ToUnits(pixel, kCascadeDensity);
     const cv::Point2f off = place - (right ? kUsualRight : kUsualLeft);
     const float away = std::hypot(off.x, off.y);
-    const float score = static_cast<float>(std::min(votes[i], 12)) * std::exp(-away * away / (2 * 0.2F * 0.2F));
+    const float score = static_cast<float>(std::min(found.votes, 12)) * std::exp(-away * away / (2 * 0.2F * 0.2F));
     if (away > 0.45F || score <= best_score) continue;
     best = place;
     best_score = score;

@@ -1,10 +1,10 @@
 // Finds the pupils of a face whose place is roughly known.
 #pragma once
 
-#include <opencv2/objdetect.hpp>
 #include <optional>
 #include <string>
 
+#include "cascade.h"
 #include "picture_view.h"
 
 namespace tessera {
@@ -18,13 +18,14 @@ struct Eyes {
 class EyeFinder {
  public:
   bool Load(const std::string &file);
+  bool CanSee() const { return !cascade_.empty(); }
   Eyes Find(const cv::Mat &luma, const Placement &expected);
 
  private:
   std::optional<cv::Point2f> CascadeEye(const cv::Mat &patch, bool right);  // in units of the expected placement
   Eyes FindOnce(const cv::Mat &luma, const Placement &expected);
 
-  cv::CascadeClassifier cascade_;
+  Cascade cascade_;
 };
 
 }  // namespace tessera

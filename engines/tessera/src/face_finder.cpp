@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "face_features.h"
+#include "numbers.h"
 #include "shape_fit.h"
 
 namespace tessera {
@@ -12,15 +13,15 @@ namespace {
 // A whole search while there are faces: newcomers are seen within a second or two.
 constexpr int kWholeSearchEvery = 20;
 
-// Without an eye in it only a box of many votes is a face.
-constexpr float kScoreWithoutEyes = 12;
+// The fewer eyes are seen in it, the more votes a box needs to be a face.
+constexpr float kScoreWithoutEyes = 16;
+constexpr float kScoreWithOneEye = 6;
 
 // How much of a new place counts: a face that stands still is held, one that moves is followed at once. Distances are
 // parts of that between the eyes.
 constexpr float kStillPart = 0.3F;
 constexpr float kStillMove = 0.015F;
 constexpr float kFastMove = 0.10F;
-constexpr float kJump = 0.3F;
 
 bool Overlap(const Placement &a, const Placement &b) {
   const cv::Point2f apart = a.origin - b.origin;
@@ -67,11 +68,13 @@ void FaceFinder::Smooth(Track &track, const std::vector<cv::Point2f> &points) co
     sum += std::hypot(move.x, move.y);
   }
   const float moved = sum / static_cast<float>(points.size()) / track.placement.unit;
-  float part = 1;
-  if (moved < kJump) {
-    part = kStillPart + (1 - kStillPart) * std::clamp((moved - kStillMove) / (kFastMove - kStillMove), 0.0F, 1.0F);
-  }
+  const float part = Mixed(kStillPart, 1, Clamped01((moved - kStillMove) / (kFastMove - kStillMove)));
   for (size_t i = 0; i < points.size(); ++i) track.points[i] += (points[i] - track.points[i]) * part;
+}
+
+bool FaceFinder::IsFace(const CoarseFace &face, const Eyes &eyes) const {
+  if (eyes.seen == 2 || face.score >= kScoreWithoutEyes) return true;
+  return (eyes.seen == 1 || !eyes_.CanSee()) && face.score >= kScoreWithOneEye;
 }
 
 void FaceFinder::FollowFaces(const PictureView &picture) {
@@ -95,7 +98,7 @@ void FaceFinder::LookForMore(const PictureView &picture) {
   for (const CoarseFace &face : search_.Whole(picture.y, last_angle_, max_faces_)) {
     if (tracks_.size() >= static_cast<size_t>(max_faces_)) break;
     const Eyes eyes = eyes_.Find(picture.y, face.placement);
-    if (eyes.seen == 0 && face.score < kScoreWithoutEyes) continue;
+    if (!IsFace(face, eyes)) continue;
     const bool known = std::any_of(tracks_.begin(), tracks_.end(),
                                    [&eyes](const Track &track) { return Overlap(track.placement, eyes.placement); });
     if (known) continue;

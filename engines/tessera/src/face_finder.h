@@ -27,6 +27,7 @@ class FaceFinder {
     std::vector<cv::Point2f> points;  // smoothed
   };
 
+  bool IsFace(const CoarseFace &face, const Eyes &eyes) const;
   void FollowFaces(const PictureView &picture);
   void LookForMore(const PictureView &picture);
   void Smooth(Track &track, const std::vector<cv::Point2f> &points) const;

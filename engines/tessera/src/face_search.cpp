@@ -48,7 +48,7 @@ void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
 }  // namespace
 
 bool FaceSearch::Load(const std::string &file) {
-  return cascade_.load(file);
+  return cascade_.Load(file);
 }
 
 std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass) {
@@ -78,19 +78,16 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass
                    cv::mean(small));
   }
 
-  std::vector<cv::Rect> boxes;
-  std::vector<int> votes;
-  cascade_.detectMultiScale(upright, boxes, votes, 1.15, 3, 0, cv::Size(kSmallestBox, kSmallestBox));
   std::vector<CoarseFace> faces;
-  for (size_t i = 0; i < boxes.size(); ++i) {
-    Placement placement = PlacementOfBox(boxes[i]);
+  for (const VotedBox &found : cascade_.Find(upright, 1.15, 3, kSmallestBox)) {
+    Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
       placement.angle = pass.angle;
     }
     placement.origin = (placement.origin + cv::Point2f(0.5F, 0.5F)) * (1 / scale) - cv::Point2f(0.5F, 0.5F);
     placement.unit /= scale;
-    faces.push_back({placement, static_cast<float>(votes[i])});
+    faces.push_back({placement, static_cast<float>(found.votes)});
   }
   return faces;
 }
@@ -125,17 +122,14 @@ std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement 
     Placement place = last;
     place.angle += turn;
     const cv::Mat patch = CutUpright(luma, place, window, density);
-    std::vector<cv::Rect> boxes;
-    std::vector<int> votes;
-    cascade_.detectMultiScale(patch, boxes, votes, 1.1, 3, 0, cv::Size(34, 34), cv::Size(70, 70));
+    const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
     if (boxes.empty()) continue;
-    const size_t best = static_cast<size_t>(std::max_element(votes.begin(), votes.end()) - votes.begin());
-    const Placement in_patch = PlacementOfBox(boxes[best]);
+    const Placement in_patch = PlacementOfBox(boxes[0].box);
     CoarseFace face;
     face.placement.origin = place.ToPicture((in_patch.origin + cv::Point2f(0.5F, 0.5F)) * (1 / density) + window.tl());
     face.placement.unit = in_patch.unit / density * place.unit;
     face.placement.angle = place.angle;
-    face.score = static_cast<float>(votes[best]);
+    face.score = static_cast<float>(boxes[0].votes);
     return face;
   }
   return std::nullopt;

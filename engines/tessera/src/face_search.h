@@ -1,11 +1,11 @@
 // Finds faces by OpenCV's frontal face cascade, on pictures turned by several angles.
 #pragma once
 
-#include <opencv2/objdetect.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cascade.h"
 #include "picture_view.h"
 
 namespace tessera {
@@ -36,7 +36,7 @@ class FaceSearch {
   };
   std::vector<CoarseFace> Search(const cv::Mat &luma, const Pass &pass);
 
-  cv::CascadeClassifier cascade_;
+  Cascade cascade_;
   size_t fruitless_ = 0;  // searches of the whole picture without a face, in a row
 };
 

@@ -8,6 +8,8 @@
 namespace tessera {
 namespace {
 
+constexpr float kFaintest = 3;  // of what counts as an edge; below it is noise of the codes
+
 struct Edge {
   cv::Point2f place;
   cv::Point2f direction;  // to the bright side, length 1
@@ -27,7 +29,7 @@ std::vector<Edge> EdgesNear(const cv::Mat &smooth, cv::Point2f start, float radi
       if (std::hypot(place.x - start.x, place.y - start.y) > radius) continue;
       const cv::Point2f gradient(dx.at<float>(y, x), dy.at<float>(y, x));
       const float strength = std::hypot(gradient.x, gradient.y);
-      if (strength < 8) continue;
+      if (strength < kFaintest) continue;
       strongest = std::max(strongest, strength);
       edges.push_back({place, gradient * (1 / strength), strength});
     }

@@ -4,14 +4,11 @@
 #include <cmath>
 
 #include "mean_shape.h"
+#include "numbers.h"
 #include "tessera/point_layout.h"
 
 namespace tessera {
 namespace {
-
-float Mixed(float usual, float found, float confidence) {
-  return usual + (found - usual) * confidence;
-}
 
 bool In(const PointRange &range, size_t point) {
   return point >= range.first && point <= range.last;
@@ -76,33 +73,56 @@ cv::Point2f MouthPoint(const std::vector<cv::Point2f> &mean, size_t point, const
   return {on_line.x, on_line.y + (found - line_middle) * arch + own};
 }
 
+// An eye is stretched from its pupil to the outer corner.
+cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const EyeCorner &corner) {
+  const float side = mean[point].x < 0 ? -1.0F : 1.0F;
+  const float pupil = mean[kRightPupil].x;
+  const float from_pupil = mean[point].x * side - pupil;
+  if (from_pupil <= 0) return mean[point];
+  const float usual = mean[kRightEyeOuterCorner].x - pupil;
+  const float stretched = from_pupil * Mixed(usual, corner.x - pupil, corner.confidence) / usual;
+  return {side * (pupil + stretched), mean[point].y};
+}
+
+// Mean height of a brow of the mean shape.
+float BrowHeight(const std::vector<cv::Point2f> &mean) {
+  float sum = 0;
+  for (size_t i = kLeftBrow.first; i <= kLeftBrow.last; ++i) sum += mean[i].y;
+  return sum / static_cast<float>(kLeftBrow.last - kLeftBrow.first + 1);
+}
+
 }  // namespace
 
 std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &features) {
   const std::vector<cv::Point2f> &mean = MeanShape();
   const MouthShape mouth = ShapeOf(mean, features.mouth);
-  const float usual_mouth = mean[kMouthLeftCorner].y;
-  const float line = Mixed(usual_mouth, features.mouth.line, features.mouth.confidence);
   const float mouth_aside = (mouth.left.x + mouth.right.x) * 0.5F;
+  // The chin goes with the lower lip when the mouth opens, and in a long face.
+  const float chin_down = mouth.lower_bottom - mean[kLowerLipBottom].y;
 
   const float usual_nostrils = mean[kNoseTip].y + 0.07F;
   const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);
   const float nose_down = nose_off * features.nose.confidence;
   const float nose_aside = std::clamp(features.nose.nostrils.x, -0.12F, 0.12F) * features.nose.confidence;
+  const float usual_brow = BrowHeight(mean);
 
   std::vector<cv::Point2f> points;
   points.reserve(mean.size());
   for (size_t i = 0; i < mean.size(); ++i) {
     cv::Point2f point = mean[i];
+    const size_t side = point.x < 0 ? 0 : 1;
     if (In(kMouthOuter, i) || In(kUpperLipInner, i) || In(kLowerLipInner, i)) {
       point = MouthPoint(mean, i, mouth);
+    } else if (In(kLeftEye, i) || In(kRightEye, i)) {
+      point = EyePoint(mean, i, features.eye_corners[side]);
+    } else if (In(kLeftBrow, i) || In(kRightBrow, i)) {
+      point.y += (features.brows[side].height - usual_brow) * features.brows[side].confidence;
     } else if (In(kNoseSides, i) || In({kNoseRoot, kNoseBase}, i)) {
-      const float part = std::clamp(point.y / mean[kNoseTip].y, 0.0F, 1.0F);  // the root stays between the eyes
+      const float part = Clamped01(point.y / mean[kNoseTip].y);  // the root stays between the eyes
       point += cv::Point2f(nose_aside, nose_down) * part;
     } else if (In(kContour, i)) {
-      // A long lower face has its chin further down; a smile does not move it, so only half of that counts.
-      const float part = std::clamp(point.y / mean[kChin].y, 0.0F, 1.0F);
-      point += cv::Point2f(mouth_aside * 0.5F, (line - usual_mouth) * 0.5F) * part;
+      const float part = Clamped01(point.y / mean[kChin].y);  // the ends stay beside the eyes
+      point += cv::Point2f(mouth_aside * 0.5F, chin_down) * part;
     }
     points.push_back(placement.ToPicture(point));
   }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 #include <thread>
 #include <vector>
 
@@ -99,6 +100,19 @@ TEST(TesseraRunner, PictureWithoutAFaceGivesAnEmptyList) {
   const auto tree = reader.RunTree(picture);
   ASSERT_NE(tree, nullptr);
   EXPECT_TRUE(reader.Run(picture).empty());
+}
+
+TEST(TesseraRunner, NoiseHasNoFaces) {
+  FaceReader reader(4);
+  for (uint64_t seed = 1; seed <= 4; ++seed) {
+    PortraitPicture picture = Empty();
+    cv::RNG random(seed);
+    cv::Mat blobs(15 * static_cast<int>(seed), 20 * static_cast<int>(seed), CV_8UC1);
+    random.fill(blobs, cv::RNG::UNIFORM, 20, 235);
+    cv::Mat luma = picture.i420.rowRange(0, 480);
+    cv::resize(blobs, luma, luma.size(), 0, 0, cv::INTER_CUBIC);
+    EXPECT_TRUE(reader.Run(picture).empty()) << seed;
+  }
 }
 
 TEST(TesseraRunner, SmallestPicturesAreAnalysed) {

@@ -1,0 +1,30 @@
+// One of OpenCV's cascades, always with the same answer to the same picture.
+#pragma once
+
+#include <opencv2/objdetect.hpp>
+#include <string>
+#include <vector>
+
+namespace tessera {
+
+struct VotedBox {
+  cv::Rect box;
+  int votes = 0;  // how many windows agreed
+};
+
+// Threads: one at a time for each object.
+class Cascade {
+ public:
+  // False, or an exception of OpenCV's, when the file is no cascade.
+  bool Load(const std::string &file);
+  bool empty() const { return classifier_.empty(); }
+
+  // Boxes from `least` to `most` pixels wide (0: as large as the picture), each size `step` times the one before,
+  // where more than `votes` windows agree; in a fixed order. On the calling thread alone.
+  std::vector<VotedBox> Find(const cv::Mat &picture, double step, int votes, int least, int most = 0);
+
+ private:
+  cv::CascadeClassifier classifier_;
+};
+
+}  // namespace tessera

@@ -1,0 +1,23 @@
+// Small functions of numbers that the searches share.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+
+namespace tessera {
+
+// 1 at 0, falling to both sides.
+inline float Bell(float off, float spread) {
+  return std::exp(-off * off / (2 * spread * spread));
+}
+
+inline float Clamped01(float value) {
+  return std::clamp(value, 0.0F, 1.0F);
+}
+
+// From `usual` to `found` as far as that is trusted.
+inline float Mixed(float usual, float found, float confidence) {
+  return usual + (found - usual) * confidence;
+}
+
+}  // namespace tessera
