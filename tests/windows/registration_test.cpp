@@ -32,9 +32,16 @@ struct Slots {
 class Registration : public testing::Test {
  protected:
   Registration() { dll_.Load(); }
-  Slots BeautySlots() const {
+  // Of the record in that place, in the order of registration.
+  static Slots SlotsOf(size_t place) {
     const std::vector<std::vector<uint8_t>> records = host_double::Registrations();
-    return records.empty() ? Slots{std::vector<uint8_t>(432)} : Slots{records.front()};
+    return place < records.size() ? Slots{records[place]} : Slots{std::vector<uint8_t>(432)};
+  }
+  static Slots BeautySlots() { return SlotsOf(0); }
+  static void ExpectSet(const Slots &slots, const std::set<size_t> &set) {
+    for (size_t offset = 16; offset < 432; offset += 8) {
+      EXPECT_EQ(slots.Word(offset) != 0, set.count(offset) != 0) << "at offset " << offset;
+    }
   }
   ModuleDll dll_;
 };
@@ -52,11 +59,28 @@ TEST_F(Registration, BeautyFilterComesFirstAsAVideoFilter) {
 }
 
 TEST_F(Registration, EverySlotOfTheBeautyFilterIsAtItsOffset) {
-  const Slots slots = BeautySlots();
-  const std::set<size_t> set = {16, 24, 32, 64, 80, 128, 136, 216, 424};
-  for (size_t offset = 16; offset < 432; offset += 8) {
-    EXPECT_EQ(slots.Word(offset) != 0, set.count(offset) != 0) << "at offset " << offset;
-  }
+  ExpectSet(BeautySlots(), {16, 24, 32, 64, 80, 128, 136, 216, 424});
+}
+
+TEST_F(Registration, ThreeFiltersComeInTheirOrder) {
+  ASSERT_EQ(host_double::Registrations().size(), 3u);
+  std::vector<std::string> ids;
+  for (size_t i = 0; i < 3; ++i) ids.emplace_back(reinterpret_cast<const char *>(SlotsOf(i).Word(0)));
+  EXPECT_EQ(ids,
+            (std::vector<std::string>{"face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"}));
+}
+
+TEST_F(Registration, EverySlotOfTheLandmarkFilterIsAtItsOffset) {
+  const Slots slots = SlotsOf(2);
+  EXPECT_EQ(slots.Half(8), 1u);
+  EXPECT_EQ(slots.Half(12), 1u);
+  ExpectSet(slots, {16, 24, 32, 56, 64, 80, 128, 216});
+}
+
+TEST_F(Registration, LandmarkFilterHasAFixedNameAndNoProperties) {
+  const HostSourceInfo record = host_double::Registered("tessera_landmark_filter");
+  EXPECT_STREQ(record.get_name(nullptr), "tessera landmark filter");
+  EXPECT_EQ(record.get_properties(nullptr), nullptr);
 }
 
 TEST_F(Registration, SlotsAreTheFunctionsThatTheyAreNamedFor) {

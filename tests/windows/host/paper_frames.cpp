@@ -1,5 +1,5 @@
-// Host frames in the two formats that the tests here feed, NV12 and packed 32 bit. The scaler copies and can do
-// nothing else: a frame of another format passes the filter untouched.
+// Host frames in the formats that the tests here feed or the module makes, NV12, I420 and packed 32 bit. The scaler
+// copies and can do nothing else: a frame of another format passes the filter untouched.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -20,6 +20,8 @@ struct Plane {
 Plane PlaneOf(video_format format, uint32_t width, uint32_t height, size_t plane) {
   if (format == VIDEO_FORMAT_NV12 && plane == 0) return {width, height};
   if (format == VIDEO_FORMAT_NV12 && plane == 1) return {(width + 1) / 2 * 2, (height + 1) / 2};
+  if (format == VIDEO_FORMAT_I420 && plane == 0) return {width, height};
+  if (format == VIDEO_FORMAT_I420 && plane < 3) return {(width + 1) / 2, (height + 1) / 2};
   const bool packed = format == VIDEO_FORMAT_RGBA || format == VIDEO_FORMAT_BGRA || format == VIDEO_FORMAT_BGRX;
   if (packed && plane == 0) return {size_t{width} * 4, height};
   return {0, 0};

@@ -15,6 +15,7 @@
 #include "landmark/com_doubles.h"
 #include "landmark/device_loss.h"
 #include "landmark/map_context.h"
+#include "landmark/paper_graphics.h"
 #include "support/host_double.h"
 #include "support/log_capture.h"
 
@@ -63,26 +64,10 @@ class Direct3D : public testing::Test {
 
 // ---- Creation, with DLLs on paper ----
 
-template <typename Call>
-void LoadPaperDll(const char *file, const char *name, Call target) {
-  HMODULE module = LoadLibraryA(file);
-  ASSERT_NE(module, nullptr) << file;
-  ASSERT_EQ(GetModuleHandleA(name), module) << "another " << name << " was there before";
-  if (!target) return;
-  auto *place = reinterpret_cast<Call *>(reinterpret_cast<void *>(GetProcAddress(module, "vanta_test_target")));
-  ASSERT_NE(place, nullptr);
-  *place = target;
-}
-
-using CreateFactory = int32_t (*)(const void *, void **);
-using CreateDevice = int32_t (*)(void *, int, void *, unsigned, const void *, unsigned, unsigned, void **, void *,
-                                 void **);
-
 class DeviceOnPaper : public Direct3D {
  protected:
   void SetUp() override {
-    LoadPaperDll<CreateFactory>(VANTA_TEST_PAPER_DXGI, "DXGI.dll", &com_create_factory);
-    LoadPaperDll<CreateDevice>(VANTA_TEST_PAPER_D3D11, "D3D11.dll", &com_create_device);
+    LoadPaperGraphics();
     com_script.adapters = 1;
     com_script.vendor_ids[0] = kVendor;
     com_script.device_ids[0] = kDevice;
@@ -185,8 +170,7 @@ TEST_F(Direct3D, EndOfNoDeviceIsNotTold) {
 }
 
 TEST_F(Direct3D, LibraryWithoutTheCallGivesNoDevice) {
-  LoadPaperDll<CreateFactory>(VANTA_TEST_PAPER_DXGI, "DXGI.dll", &com_create_factory);
-  LoadPaperDll<CreateDevice>(VANTA_TEST_EMPTY_D3D11, "D3D11.dll", nullptr);
+  LoadPaperGraphicsWithoutDevices();
   EXPECT_FALSE(CreateD3DDevice(&device_, &context_));
   EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_ERROR, "Failed to load D3D11/DXGI procedures"}}));
 }
