@@ -229,6 +229,16 @@ TEST_F(EffectDescriptions, TellWhatTheEffectTakesOver) {
                                          {"description", "Katzenohren für alle"}}));
 }
 
+TEST_F(EffectDescriptions, SpeakForEveryEffectThatPlays) {
+  Play(WriteEffect("main", {{"format", 1}, {"disables", {{"makeup", true}}}}));
+  Play(WriteEffect("one", {{"format", 1}, {"disables", {{"deform", true}}}}), lumivex::kGiftSlot);
+  EXPECT_EQ(descriptions_[1].text["disableCustomMakeup"], true);
+  EXPECT_EQ(descriptions_[1].text["disableCustomDeform"], true);
+  Play(WriteEffect("other", {{"format", 1}}));
+  EXPECT_EQ(descriptions_[2].text["disableCustomMakeup"], false);
+  EXPECT_EQ(descriptions_[2].text["disableCustomDeform"], true);
+}
+
 TEST_F(EffectDescriptions, OfAGiftTellItsTime) {
   Play(WriteEffect("gift", {{"format", 1}, {"gift_display_time", 500}, {"layers", {RedLayer()}}}),
        kRecognitionGiftSlot);

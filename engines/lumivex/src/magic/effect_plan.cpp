@@ -262,12 +262,12 @@ EffectText ParseEffect(const std::string &text) {
   return {std::move(reader.plan), {}};
 }
 
-std::string DescriptionOf(const EffectPlan &plan) {
+std::string DescriptionOf(const EffectPlan &plan, const Disables &disables) {
   Json json = Json::object();
   if (plan.gift_display_time) {
     json["giftDisplayTime"] = *plan.gift_display_time;
   } else {
-    for (size_t i = 0; i < kDisableKeys.size(); ++i) json[std::string(kDisableKeys[i])] = plan.disables[i];
+    for (size_t i = 0; i < kDisableKeys.size(); ++i) json[std::string(kDisableKeys[i])] = disables[i];
   }
   if (!plan.description.empty()) json["description"] = plan.description;
   return Dumped(json);

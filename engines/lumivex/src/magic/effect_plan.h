@@ -79,11 +79,13 @@ struct ReactionPlan {
   bool end_effect = false;
 };
 
+using Disables = std::array<bool, 5>;  // in the order of kDisableNames
+
 struct EffectPlan {
   std::string description;                   // free text
   int64_t duration_ms = 0;                   // 0: until it is replaced or cancelled
   std::optional<int64_t> gift_display_time;  // milliseconds; set: the effect is a gift
-  std::array<bool, 5> disables = {};         // in the order of kDisableNames
+  Disables disables = {};
   std::vector<LayerPlan> layers;
   std::vector<MessagePlan> messages;  // those with a time in order of it
   std::vector<ReactionPlan> reactions;
@@ -114,7 +116,7 @@ struct EffectText {
 // Reads the text of an effect.json. Opens no file. Threads: any.
 EffectText ParseEffect(const std::string &text);
 
-// What the engine tells of an effect when it starts: JSON in UTF-8. Threads: any.
-std::string DescriptionOf(const EffectPlan &plan);
+// What the engine tells of an effect when it starts: JSON in UTF-8. `disables`: of all effects that play. Threads: any.
+std::string DescriptionOf(const EffectPlan &plan, const Disables &disables);
 
 }  // namespace lumivex

@@ -46,8 +46,8 @@ void EffectPlayer::Rewind() {
   }
 }
 
-void EffectPlayer::Start(EffectOutbox &outbox) const {
-  outbox.Describe(DescriptionOf(Plan()), true);
+void EffectPlayer::Start(const Disables &disables, EffectOutbox &outbox) const {
+  outbox.Describe(DescriptionOf(Plan(), disables), true);
   SendAll(MessagePlan::When::kStart, outbox);
 }
 

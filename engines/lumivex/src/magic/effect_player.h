@@ -38,7 +38,8 @@ class EffectPlayer {
  public:
   explicit EffectPlayer(std::shared_ptr<const Effect> effect);
 
-  void Start(EffectOutbox &outbox) const;  // says what the effect is, sends its first messages
+  // Says what the effect is, sends its first messages. `disables`: of all effects that play.
+  void Start(const Disables &disables, EffectOutbox &outbox) const;
   void Advance(int64_t nanoseconds, EffectOutbox &outbox);
   void SetState(LXEffectState state);
   // A message of the host's.

@@ -192,7 +192,17 @@ void MagicEffects::TakeEffect(EffectSlot &slot) {
     return;
   }
   slot.player = std::make_unique<EffectPlayer>(std::move(loaded->content));
-  slot.player->Start(outbox_);
+  slot.player->Start(DisablesOfAll(), outbox_);
+}
+
+// A description says anew what the host's user may set, so it speaks for every effect. A gift's takes nothing over.
+Disables MagicEffects::DisablesOfAll() const {
+  Disables all = {};
+  for (const EffectSlot &slot : slots_) {
+    if (!slot.player || slot.player->Plan().gift_display_time) continue;
+    for (size_t i = 0; i < all.size(); ++i) all[i] = all[i] || slot.player->Plan().disables[i];
+  }
+  return all;
 }
 
 bool MagicEffects::NeedsFaces() const {

@@ -74,6 +74,7 @@ class MagicEffects {
   static void Clear(EffectSlot &slot);
   void TakeLoaded();
   void TakeEffect(EffectSlot &slot);
+  Disables DisablesOfAll() const;
   bool ShowsMediaItself() const;
   void DrawMedia(const Nv12View &view, const YuvSpace &space, const Orientation &orientation);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 
 namespace lumivex {
 namespace {
@@ -59,13 +60,37 @@ struct Neighbours {
     const float from_middle = std::clamp(place - 0.5f, 0.0f, static_cast<float>(last));
     first = static_cast<int>(from_middle);
     second = std::min(first + 1, last);
-    weight = static_cast<int>((from_middle - static_cast<float>(first)) * 256.0f);
+    weight = static_cast<uint32_t>((from_middle - static_cast<float>(first)) * 256.0f);
   }
 
   int first;
   int second;
-  int weight;  // of the second, in 256ths
+  uint32_t weight;  // of the second, in 256ths
 };
+
+uint32_t PixelAt(const cv::Mat &level, int row, int column) {
+  uint32_t pixel;
+  std::memcpy(&pixel, level.ptr<uint8_t>(row) + ptrdiff_t{4} * column, sizeof(pixel));
+  return pixel;
+}
+
+// Of all four bytes; `weight` is b's, in 256ths.
+uint32_t Mixed(uint32_t a, uint32_t b, uint32_t weight) {
+  constexpr uint32_t kEven = 0x00FF00FF;
+  constexpr uint32_t kHalf = 0x00800080;
+  const uint32_t even = ((a & kEven) * (256 - weight) + (b & kEven) * weight + kHalf) >> 8;
+  const uint32_t odd = (a >> 8 & kEven) * (256 - weight) + (b >> 8 & kEven) * weight + kHalf;
+  return (even & kEven) | (odd & ~kEven);
+}
+
+uint32_t Sample(const cv::Mat &level, const Neighbours &columns, const Neighbours &rows) {
+  const uint32_t a = PixelAt(level, rows.first, columns.first);
+  const uint32_t b = PixelAt(level, rows.first, columns.second);
+  const uint32_t c = PixelAt(level, rows.second, columns.first);
+  const uint32_t d = PixelAt(level, rows.second, columns.second);
+  if ((a | b | c | d) == 0) return 0;  // most of most pictures
+  return Mixed(Mixed(a, b, columns.weight), Mixed(c, d, columns.weight), rows.weight);
+}
 
 }  // namespace
 
@@ -159,32 +184,24 @@ void Stamp::SampleRow(const cv::Mat &level, int row, uint8_t *rgba) const {
     const float x = static_cast<float>(left_ + i) + 0.5f;
     const float u = across.At(x, y);
     const float v = down.At(x, y);
-    const int part = static_cast<int>(across.Coverage(u) * down.Coverage(v) * opacity + 0.5f);
-    if (part == 0) {
-      std::fill_n(rgba, 4, uint8_t{0});
-      continue;
-    }
-    const Neighbours columns(u, across.last);
-    const Neighbours rows(v, down.last);
-    const uint8_t *upper = level.ptr<uint8_t>(rows.first);
-    const uint8_t *lower = level.ptr<uint8_t>(rows.second);
-    for (int c = 0; c < 4; ++c) {
-      const int a =
-          upper[4 * columns.first + c] * (256 - columns.weight) + upper[4 * columns.second + c] * columns.weight;
-      const int b =
-          lower[4 * columns.first + c] * (256 - columns.weight) + lower[4 * columns.second + c] * columns.weight;
-      const int mixed = (a * (256 - rows.weight) + b * rows.weight + (1 << 15)) >> 16;
-      rgba[c] = static_cast<uint8_t>((mixed * part + 128) >> 8);
-    }
+    const float covered = across.Coverage(u) * down.Coverage(v);
+    uint32_t pixel = 0;
+    if (covered > 0.0f) pixel = Sample(level, Neighbours(u, across.last), Neighbours(v, down.last));
+    const auto part = static_cast<uint32_t>(covered * opacity + 0.5f);
+    if (part != 256) pixel = Mixed(0, pixel, part);
+    std::memcpy(rgba, &pixel, sizeof(pixel));
   }
 }
 
 void Stamp::FillLuma(const CodeWeights &weights, int row, const uint8_t *rgba) {
   const size_t start = static_cast<size_t>(row) * static_cast<size_t>(columns_);
   for (int i = 0; i < columns_; ++i, rgba += 4) {
+    const size_t at = start + static_cast<size_t>(i);
+    luma_alpha_[at] = rgba[3];
+    luma_[at] = 0;
+    if (rgba[3] == 0) continue;
     const int sample[4] = {rgba[0], rgba[1], rgba[2], rgba[3]};
-    luma_[start + static_cast<size_t>(i)] = static_cast<uint8_t>(weights.Code(0, sample));
-    luma_alpha_[start + static_cast<size_t>(i)] = rgba[3];
+    luma_[at] = static_cast<uint8_t>(weights.Code(0, sample));
   }
 }
 
@@ -206,7 +223,7 @@ void Stamp::FillChroma(const CodeWeights &weights, int chroma_row, int luma_rows
     for (int &value : mean) value = (value + count / 2) / count;
     const size_t at = start + 2 * static_cast<size_t>(pair);
     for (size_t i = 0; i < 2; ++i) {
-      chroma_[at + i] = static_cast<uint8_t>(weights.Code(1 + i, mean));
+      chroma_[at + i] = mean[3] == 0 ? uint8_t{0} : static_cast<uint8_t>(weights.Code(1 + i, mean));
       chroma_alpha_[at + i] = static_cast<uint8_t>(mean[3]);
     }
   }
