@@ -43,7 +43,15 @@ PendingFile::~PendingFile() {
 }
 
 void PendingFile::Write(const void *data, size_t size) {
-  const int file = open(path_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  Put(data, size, O_TRUNC);
+}
+
+void PendingFile::Append(const void *data, size_t size) {
+  Put(data, size, O_APPEND);
+}
+
+void PendingFile::Put(const void *data, size_t size, int mode) {
+  const int file = open(path_.c_str(), O_WRONLY | mode | O_CLOEXEC);
   bool good = file >= 0;
   const auto *bytes = static_cast<const uint8_t *>(data);
   while (good && size > 0) {

@@ -17,13 +17,16 @@ class PendingFile {
 
   const std::string &path() const { return path_; }
   const std::string &final_path() const { return final_path_; }
-  // Throws Failure(kExitOutput).
+  // In place of what is there, or behind it. Both throw Failure(kExitOutput).
   void Write(const void *data, size_t size);
+  void Append(const void *data, size_t size);
   void Commit();
   // Why writing there may have failed: "no space left on device", or an empty text.
   std::string GuessedReason() const;
 
  private:
+  void Put(const void *data, size_t size, int mode);
+
   const std::string final_path_;
   std::string path_;  // keeps the ending of the final name: the muxer reads the format from it
   bool committed_ = false;

@@ -5,16 +5,16 @@
 namespace vanta_run {
 
 void FaceFile::Write() {
-  for (std::string &line : listener_.TakeLines()) {
-    line += '\n';
-    if (file_ != nullptr) {
-      file_->Write(line.data(), line.size());
-    } else {
-      std::fputs(line.c_str(), stdout);
-    }
+  std::string text;
+  for (const std::string &line : listener_.TakeLines()) text += line + '\n';
+  if (text.empty()) return;
+  if (file_ != nullptr) {
+    file_->Append(text.data(), text.size());
+    return;
   }
   // At once, so that a program at the other end of the pipe gets it while the run goes on.
-  if (file_ == nullptr) std::fflush(stdout);
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
 }
 
 FaceCounts FaceFile::Finish() {
