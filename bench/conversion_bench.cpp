@@ -177,9 +177,9 @@ int main(int argc, char **argv) {
   for (const Conversion &conversion : Conversions()) {
     const std::string name = get_video_format_name(conversion.format);
     const std::string bare = conversion.format == VIDEO_FORMAT_I420 ? " / three copies" : " / libyuv";
-    vanta_bench::Compare(name + " to I420, direct" + bare, kConversionBar, kTurns,
+    vanta_bench::Compare(name + " to the engine's I420" + bare, kConversionBar, kTurns,
                          [conversion] { return MakeCover(conversion); });
-    vanta_bench::Compare("I420 to " + name + ", direct" + bare, kConversionBar, kTurns,
+    vanta_bench::Compare("the engine's I420 to " + name + bare, kConversionBar, kTurns,
                          [conversion] { return MakeCopy(conversion); });
   }
   vanta_bench::Compare("flip left to right / I420Mirror", kConversionBar, kTurns, [] { return MakeFlip(false, true); });
