@@ -22,6 +22,7 @@ std::vector<Point> PointsOf(obs_data_t *face) {
 
 FaceMessage Read(obs_data_t *data) {
   FaceMessage message;
+  message.thread = std::this_thread::get_id();
   message.faces = obs_data_get_int(data, "face_cont");
   message.width = obs_data_get_int(data, "width");
   message.height = obs_data_get_int(data, "height");
@@ -42,10 +43,12 @@ LandmarkFilter::LandmarkFilter(obs_source_t *source, Road road) : source_(source
 }
 
 // Inside graphics: libobs may be drawing the source.
-LandmarkFilter::~LandmarkFilter() {
+void LandmarkFilter::Remove() {
+  if (!filter_) return;
   obs_enter_graphics();
   obs_source_filter_remove(source_, filter_);
   obs_leave_graphics();
+  filter_ = nullptr;
 }
 
 FaceReceiver::FaceReceiver() {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 namespace vanta_integration {
@@ -20,6 +21,7 @@ struct FaceMessage {
   long long width = 0;   // pixels, of the analysed picture
   long long height = 0;  // pixels
   std::vector<Point> points;
+  std::thread::id thread;  // on which it came
 };
 
 // The road that a landmark filter takes is the host's choice when it is made.
@@ -29,11 +31,13 @@ enum class Road { kCpu, kGpu };
 class LandmarkFilter {
  public:
   LandmarkFilter(obs_source_t *source, Road road);
-  ~LandmarkFilter();
+  ~LandmarkFilter() { Remove(); }
   LandmarkFilter(const LandmarkFilter &) = delete;
   LandmarkFilter &operator=(const LandmarkFilter &) = delete;
 
   obs_source_t *Get() const { return filter_; }
+  // Off the source and released; libobs destroys it on a thread of its own.
+  void Remove();
 
  private:
   obs_source_t *const source_;
