@@ -18,6 +18,7 @@ namespace {
 struct GlHost {
   std::mutex mutex;
   GlHostScript script;
+  bool recording = true;
   std::vector<std::string> calls;
   int contexts = 0;
   int ends = 0;
@@ -31,7 +32,7 @@ GlHost &Host() {
 
 void Note(const std::string &call) {
   std::lock_guard<std::mutex> lock(Host().mutex);
-  Host().calls.push_back(call);
+  if (Host().recording) Host().calls.push_back(call);
 }
 
 void GenFramebuffers(GLsizei, GLuint *names) {
@@ -70,6 +71,7 @@ void Reset() {
   GlHost &host = Host();
   std::lock_guard<std::mutex> lock(host.mutex);
   host.script = GlHostScript();
+  host.recording = true;
   host.calls.clear();
   host.contexts = host.ends = 0;
   host.error = GL_NO_ERROR;
@@ -81,6 +83,11 @@ std::vector<std::string> Calls() {
   std::lock_guard<std::mutex> lock(Host().mutex);
   return Host().calls;
 }
+void SetRecording(bool on) {
+  std::lock_guard<std::mutex> lock(Host().mutex);
+  Host().recording = on;
+}
+
 void ClearCalls() {
   std::lock_guard<std::mutex> lock(Host().mutex);
   Host().calls.clear();

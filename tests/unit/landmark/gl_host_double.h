@@ -26,6 +26,7 @@ void Reset();
 GlHostScript &Script();
 std::vector<std::string> Calls();
 void ClearCalls();
+void SetRecording(bool on);  // of calls; off for long runs
 int ContextsAlive();
 int EndsOpen();
 
