@@ -13,7 +13,6 @@
 #include "support/movable_clock.h"
 #include "support/scripted_runner.h"
 #include "support/wait.h"
-#include "vanta_host.h"
 
 namespace vanta_integration {
 namespace {
@@ -26,7 +25,7 @@ int Lives() {
   return lives ? std::atoi(lives) : 60;
 }
 
-class LandmarkLibobsStress : public testing::TestWithParam<bool> {};
+class LandmarkLibobsStress : public testing::TestWithParam<Road> {};
 
 TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   MovableClock::Reset();
@@ -34,7 +33,6 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   vanta_test::RunnerScript script;
   script.tree = [] { return vanta_test::FaceTree({{}}); };
   scripted_runner::SetScript(script);
-  vanta_host_set_switch(VANTA_SWITCH_ASYNC_GPU_MAP, GetParam());
   const ObsSession session({.fps = 250, .module = VANTA_TEST_CLOCK_MODULE});
   RegisterPaintedSource();
   {
@@ -49,7 +47,7 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
         obs_wait_for_destroy_queue();
         scripted_runner::Close();
       }
-      LandmarkFilter filter(source.Get());
+      LandmarkFilter filter(source.Get(), GetParam());
       const uint32_t captures = chance() % 6;
       for (uint32_t i = 0; i < captures; ++i) {
         if (chance() % 2 == 0) source.Paint(Picture(16 + 16 * (chance() % 4), 16 + 8 * (chance() % 4)));
@@ -60,7 +58,7 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
       scripted_runner::Open();
     }
     // The road still works.
-    const LandmarkFilter filter(source.Get());
+    const LandmarkFilter filter(source.Get(), GetParam());
     const uint64_t runs = scripted_runner::Runs();
     EXPECT_TRUE(vanta_test::WaitUntil(
         [&] {
@@ -75,8 +73,8 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   EXPECT_EQ(scripted_runner::Alive(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, LandmarkLibobsStress, testing::Values(false, true),
-                         [](const auto &road) { return std::string(road.param ? "Gpu" : "Cpu"); });
+INSTANTIATE_TEST_SUITE_P(Roads, LandmarkLibobsStress, testing::Values(Road::kCpu, Road::kGpu),
+                         [](const auto &road) { return std::string(road.param == Road::kGpu ? "Gpu" : "Cpu"); });
 
 }  // namespace
 }  // namespace vanta_integration
