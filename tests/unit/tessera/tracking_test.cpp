@@ -54,6 +54,19 @@ TEST(Tracking, StillFaceInNoiseTremblesLessThanPictureByPicture) {
   EXPECT_LT(Tremble(followed), 0.7F * Tremble(single));
 }
 
+TEST(Tracking, SmallMoveIsFollowedInSteps) {
+  FaceReader reader;
+  PortraitSetup setup;
+  for (int i = 0; i < 3; ++i) ASSERT_EQ(RunOn(reader, setup).size(), 1U);
+  const float before = RunOn(reader, setup)[0].points[tessera::kNoseTip].x;
+  setup.middle.x += 2;
+  const float first = RunOn(reader, setup)[0].points[tessera::kNoseTip].x - before;
+  for (int i = 0; i < 20; ++i) RunOn(reader, setup);
+  const float last = RunOn(reader, setup)[0].points[tessera::kNoseTip].x - before;
+  EXPECT_NEAR(last, 2, 0.7);
+  EXPECT_LT(first, 0.7F * last);
+}
+
 TEST(Tracking, FollowsAFaceThatMovesAndTurns) {
   FaceReader reader;
   for (int i = 0; i <= 20; ++i) {
@@ -114,9 +127,9 @@ TEST(Tracking, TurnedFaceThatComesIsFoundWithinAFewPictures) {
   empty.i420.setTo(128);
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(reader.Run(empty).empty());
   PortraitSetup setup;
-  setup.degrees = 22;
+  setup.degrees = 36;
   size_t found = 0;
-  for (int i = 0; i < 6 && found == 0; ++i) found = RunOn(reader, setup).size();
+  for (int i = 0; i < 7 && found == 0; ++i) found = RunOn(reader, setup).size();
   EXPECT_EQ(found, 1U);
 }
 
