@@ -71,7 +71,7 @@ std::optional<cv::Point2f> EyeFinder::CascadeEye(const cv::Mat &patch, bool righ
 }
 
 Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
-  const cv::Mat coarse = CutUpright(luma, expected, kWindow, kCascadeDensity);
+  const cv::Mat coarse = Lit(CutUpright(luma, expected, kWindow, kCascadeDensity));
   const std::optional<cv::Point2f> left = CascadeEye(coarse, false);
   const std::optional<cv::Point2f> right = CascadeEye(coarse, true);
   // An eye that was not seen stands as far beside its usual place as the other one, mirrored in part.
@@ -82,7 +82,7 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
     const cv::Point2f off = *other - other_usual;
     return usual + cv::Point2f(off.x * 0.5F, off.y);
   };
-  const cv::Mat fine = CutUpright(luma, expected, kWindow, kIrisDensity);
+  const cv::Mat fine = Lit(CutUpright(luma, expected, kWindow, kIrisDensity));
   const auto pupil = [&fine, &expected](cv::Point2f from) {
     const auto iris =
         FindIris(fine, ToPixels(from, kIrisDensity), kPupilReach * kIrisDensity, kIrisRadius * kIrisDensity);

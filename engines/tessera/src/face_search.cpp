@@ -60,6 +60,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass
                         std::max(1, cvRound(static_cast<float>(luma.rows) * scale)));
     cv::resize(luma, small, size, 0, 0, cv::INTER_AREA);
   }
+  small = Lit(small);
   // The turned picture has room for all of it; a flat border costs the cascade next to nothing.
   const float c = std::cos(pass.angle);
   const float s = std::sin(pass.angle);
@@ -121,7 +122,7 @@ std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement 
   for (const float turn : {0.0F, -15 * kDegree, 15 * kDegree}) {
     Placement place = last;
     place.angle += turn;
-    const cv::Mat patch = CutUpright(luma, place, window, density);
+    const cv::Mat patch = Lit(CutUpright(luma, place, window, density));
     const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
     if (boxes.empty()) continue;
     const Placement in_patch = PlacementOfBox(boxes[0].box);

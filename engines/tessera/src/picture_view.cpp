@@ -65,4 +65,17 @@ cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::R
   return patch;
 }
 
+cv::Mat Lit(const cv::Mat &luma) {
+  constexpr double kBlack = 16;
+  constexpr double kDark = 70;  // mean luma code above black
+  constexpr double kRaised = 100;
+  constexpr double kMostGain = 5;
+  const double mean = std::max(1.0, cv::mean(luma)[0] - kBlack);
+  if (mean >= kDark) return luma;
+  const double gain = std::min(kMostGain, kRaised / mean);
+  cv::Mat lit;
+  luma.convertTo(lit, CV_8U, gain, -kBlack * gain);
+  return lit;
+}
+
 }  // namespace tessera

@@ -34,4 +34,7 @@ cv::Point2f Turned(cv::Point2f point, float angle);
 cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::Rect2f &window, float density,
                    bool halved = false);
 
+// The picture as it is, or raised where it is dark: a cascade passes over places without contrast.
+cv::Mat Lit(const cv::Mat &luma);
+
 }  // namespace tessera

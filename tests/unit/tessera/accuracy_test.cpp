@@ -1,5 +1,5 @@
-// Bounds on the distance between the points and the hand marks, as parts of the distance between the eyes. They stand
-// half as far again as what bench/tessera_accuracy.cpp measures; the picture is each time the first of its runner.
+// Bounds on the distance between the points and the hand marks, as parts of the distance between the eyes. They are
+// nearly twice the worst that bench/tessera_accuracy.cpp measures; each picture is the first of its runner.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -65,10 +65,13 @@ TEST(Accuracy, NoisyFace) {
 }
 
 TEST(Accuracy, DarkFace) {
-  PortraitSetup setup;
-  setup.gain = 0.3F;
-  setup.noise = 3;
-  ExpectAccurate(setup);
+  for (const float gain : {0.35F, 0.2F}) {
+    SCOPED_TRACE(gain);
+    PortraitSetup setup;
+    setup.gain = gain;
+    setup.noise = 2;
+    ExpectAccurate(setup);
+  }
 }
 
 TEST(Accuracy, FaceWithoutColour) {

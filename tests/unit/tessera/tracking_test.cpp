@@ -157,9 +157,9 @@ TEST(Tracking, FacesKeepTheirPlaceInTheList) {
   PortraitSetup right = left;
   right.middle = {950, 240};
   float first_x = 0;
-  for (int i = 0; i < 25; ++i) {
-    left.middle.x += 3;
-    right.eye_distance += 1;
+  for (int i = 0; i < 8; ++i) {
+    left.middle.x += 9;
+    right.eye_distance += 3;
     PortraitPicture picture = PlacePortrait(Portrait(), left);
     AddPortrait(picture, Portrait(), right);
     const auto faces = reader.Run(picture);
