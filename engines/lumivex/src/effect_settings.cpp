@@ -29,6 +29,11 @@ WarpWish EffectSettings::Warp() const {
   return wish;
 }
 
+bool EffectSettings::ShowsMakeup() const {
+  return Enabled(kEffectMakeup) && std::any_of(face.makeup.begin(), face.makeup.end(),
+                                               [](const MakeupChoice &choice) { return choice.intensity > 0.0f; });
+}
+
 float Clamped(float value, float minimum, float maximum) {
   return std::isnan(value) ? 0.0f : std::clamp(value, minimum, maximum);
 }

@@ -31,6 +31,8 @@ struct EffectSettings {
   BeautyStrength SkinStrength() const;
   // What is moved in the picture, without what is switched off.
   WarpWish Warp() const;
+  // Whether there is makeup to be seen on a face.
+  bool ShowsMakeup() const;
 };
 
 // The value within the range; not-a-number reads as 0.

@@ -97,6 +97,10 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
     Timed(times[Stage::kGreenMatting], [&] { green_matting_.Apply(view, space); });
   }
   RunBeauty(view, space, times);
+  // Over the skin, which would be smoothed with it.
+  if (applied_.ShowsMakeup() && !faces_.Found().empty()) {
+    Timed(times[Stage::kMakeup], [&] { makeup_.Apply(view, space, faces_.Found(), applied_.face.makeup); });
+  }
   if (const float relight = applied_.Beauty(kBeautyRelight); relight > 0.0f && applied_.Enabled(kEffectRelight)) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
     Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, relight); });
@@ -126,7 +130,7 @@ void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const
 
 FaceNeed Engine::NeedOfFaces() const {
   if (applied_.Enabled(kEffectMagic) && effects_.NeedsFaces()) return FaceNeed::kPicture;
-  if (applied_.Warp().NeedsFaces()) return FaceNeed::kPicture;
+  if (applied_.ShowsMakeup() || applied_.Warp().NeedsFaces()) return FaceNeed::kPicture;
   return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
 }
 
@@ -228,6 +232,39 @@ void Engine::SetLookupIntensity(float intensity) {
   Publish();
 }
 
+// A folder that is in use already is not read again.
+std::shared_ptr<const MakeupResource> Engine::FindMakeup(const std::string &folder) const {
+  for (const MakeupChoice &choice : edited_.face.makeup) {
+    if (choice.resource->folder == folder) return choice.resource;
+  }
+  const MakeupLoad load = LoadMakeup(folder);
+  if (!load.resource) {
+    blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
+  }
+  return load.resource;
+}
+
+void Engine::SetMakeup(const std::vector<MakeupWish> &wishes) {
+  std::vector<MakeupChoice> choices;
+  for (const MakeupWish &wish : wishes) {
+    if (auto resource = FindMakeup(wish.folder))
+      choices.push_back({wish.key, std::move(resource), wish.blend, Clamped(wish.intensity, 0.0f, 1.0f)});
+  }
+  edited_.face.makeup = std::move(choices);
+  Publish();
+}
+
+void Engine::SetMakeupIntensity(const std::string &key, float intensity) {
+  bool found = false;
+  for (MakeupChoice &choice : edited_.face.makeup) {
+    if (choice.key != key) continue;
+    choice.intensity = Clamped(intensity, 0.0f, 1.0f);
+    found = true;
+  }
+  if (!found) blog(LOG_WARNING, "[lumivex] no makeup has the key '%s'", key.c_str());
+  Publish();
+}
+
 void Engine::SetDeform(int mode, float intensity) {
   if (!lumivex::SetDeform(edited_.face.deform, mode, intensity)) {
     blog(LOG_WARNING, "[lumivex] no deform mode %d, modes go from 0 to %d", mode,
@@ -292,6 +329,8 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
   Json deform = Json::object();
   for (const DeformModeInfo &info : kDeformModes)
     deform[std::string(info.name)] = Readable(applied_.face.deform[static_cast<size_t>(info.mode)]);
+  Json makeup = Json::object();
+  for (const MakeupChoice &choice : applied_.face.makeup) makeup[choice.key] = Readable(choice.intensity);
   Json slimming = Json::object();
   for (size_t i = 0; i < kSlimTypeCount; ++i)
     slimming[std::string(kSlimNames[i])] = Readable(applied_.face.slimming[i]);
@@ -310,6 +349,7 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
       {"faces", times.faces},
       {"effects", EffectsJson(effects_.Running())},
+      {"makeup", std::move(makeup)},
       {"deform", std::move(deform)},
       {"body_slimming", std::move(slimming)},
       {"stages_ms", std::move(stages)},

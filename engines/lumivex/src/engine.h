@@ -17,6 +17,7 @@
 #include "green_matting_stage.h"
 #include "lookup_stage.h"
 #include "magic/magic_effects.h"
+#include "makeup_stage.h"
 #include "nv12_view.h"
 #include "preset.h"
 #include "relight_stage.h"
@@ -25,6 +26,14 @@
 #include "warp_stage.h"
 
 namespace lumivex {
+
+// A makeup as a host asks for it.
+struct MakeupWish {
+  std::string folder;
+  std::string key;
+  int32_t blend = kMakeupBlendOfResource;
+  float intensity = 1.0f;
+};
 
 // Commands change the edited settings; frames are worked on with the applied ones. The two are the same except between
 // BeginBatch and EndBatch.
@@ -47,6 +56,9 @@ class Engine {
   void SetNaturality(float naturality);
   void SetLookup(const std::string &path, float intensity, int32_t type);
   void SetLookupIntensity(float intensity);
+  // Replaces all makeup in use. What cannot be loaded is left out.
+  void SetMakeup(const std::vector<MakeupWish> &wishes);
+  void SetMakeupIntensity(const std::string &key, float intensity);
   void SetDeform(int mode, float intensity);
   void SetSlimming(LXBodySlimmingType type, float intensity);
   // Of the upright picture's height or width; both 0: by the face again.
@@ -71,6 +83,7 @@ class Engine {
 
  private:
   void Publish();
+  std::shared_ptr<const MakeupResource> FindMakeup(const std::string &folder) const;
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> HandOut(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
@@ -99,6 +112,7 @@ class Engine {
   RelightStage relight_;
   ToneStage tone_;
   LookupStage lookup_;
+  MakeupStage makeup_;
   WarpStage warp_;
   SharpenStage sharpen_;
   MagicEffects effects_;

@@ -58,6 +58,8 @@ void SetAnchors(Face &face) {
   set(FaceAnchor::kMouthRight, points[tessera::kMouthRightCorner]);
   set(FaceAnchor::kUpperLip, points[tessera::kUpperLipTop]);
   set(FaceAnchor::kLowerLip, points[tessera::kLowerLipBottom]);
+  set(FaceAnchor::kUpperLipInner, points[tessera::kUpperLipMiddle]);
+  set(FaceAnchor::kLowerLipInner, points[tessera::kLowerLipMiddle]);
   set(FaceAnchor::kLeftEyeOuter, points[tessera::kLeftEyeOuterCorner]);
   set(FaceAnchor::kLeftEyeInner, points[tessera::kLeftEyeInnerCorner]);
   set(FaceAnchor::kRightEyeInner, points[tessera::kRightEyeInnerCorner]);

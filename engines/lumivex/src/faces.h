@@ -34,6 +34,8 @@ enum class FaceAnchor {
   kMouthRight,
   kUpperLip,  // outer edges, in the middle
   kLowerLip,
+  kUpperLipInner,  // inner edges, in the middle
+  kLowerLipInner,
   kLeftEyeOuter,  // corners
   kLeftEyeInner,
   kRightEyeInner,
@@ -46,9 +48,10 @@ inline constexpr size_t kFaceAnchorCount = static_cast<size_t>(FaceAnchor::kCoun
 
 // As resources write them, in the order of FaceAnchor.
 inline constexpr std::array<std::string_view, kFaceAnchorCount> kFaceAnchorNames = {
-    "forehead",       "left_eye",        "right_eye",       "nose",        "mouth",     "chin",      "left_cheek",
-    "right_cheek",    "face_center",     "mouth_left",      "mouth_right", "upper_lip", "lower_lip", "left_eye_outer",
-    "left_eye_inner", "right_eye_inner", "right_eye_outer", "left_brow",   "right_brow"};
+    "forehead",        "left_eye",        "right_eye",       "nose",           "mouth",          "chin",
+    "left_cheek",      "right_cheek",     "face_center",     "mouth_left",     "mouth_right",    "upper_lip",
+    "lower_lip",       "upper_lip_inner", "lower_lip_inner", "left_eye_outer", "left_eye_inner", "right_eye_inner",
+    "right_eye_outer", "left_brow",       "right_brow"};
 
 // Empty for a name that no anchor has.
 std::optional<FaceAnchor> FindFaceAnchor(std::string_view name);

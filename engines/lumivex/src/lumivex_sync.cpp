@@ -10,7 +10,6 @@
 #include "engine_control.h"
 #include "landmark/tessera_api.h"
 #include "lumivex/lumivex_values.h"
-#include "unavailable.h"
 
 namespace LX {
 namespace {
@@ -248,11 +247,18 @@ void LumivexSync::setEffectDescriptionCallback(std::function<void(const std::str
 void LumivexSync::updateTesseraParams(const std::string &json) {
   Guarded("updateTesseraParams", [&] { impl_->engine.SetVisionParams(json); });
 }
-void LumivexSync::setMakeupInfo(const std::vector<LXMakeupInfo> &) {
-  lumivex::LogUnavailable(lumivex::Feature::kMakeup);
+void LumivexSync::setMakeupInfo(const std::vector<LXMakeupInfo> &layers) {
+  Guarded("setMakeupInfo", [&] {
+    std::vector<lumivex::MakeupWish> wishes;
+    for (const LXMakeupInfo &layer : layers) {
+      wishes.push_back(
+          {lumivex::BoundedText(layer.resourceDir), lumivex::BoundedText(layer.key), layer.word, layer.intensity});
+    }
+    impl_->engine.SetMakeup(wishes);
+  });
 }
-void LumivexSync::setMakeupIntensityWithKey(std::string, float) {
-  lumivex::LogUnavailable(lumivex::Feature::kMakeup);
+void LumivexSync::setMakeupIntensityWithKey(std::string key, float intensity) {
+  Guarded("setMakeupIntensityWithKey", [&] { impl_->engine.SetMakeupIntensity(key, intensity); });
 }
 void LumivexSync::setDeformIntensityWithMode(int mode, float intensity) {
   Guarded("setDeformIntensityWithMode", [&] { impl_->engine.SetDeform(mode, intensity); });

@@ -170,28 +170,7 @@ TEST(Batch, AnUnpairedEndDoesNoHarm) {
   EXPECT_FALSE(After(*engine, before) == before);
 }
 
-TEST(Unavailable, IsSaidOnceForEachFeature) {
-  const auto engine = MakeEngine();
-  const auto other = MakeEngine();
-  const vanta_test::LogCapture log;
-  for (int i = 0; i < 3; ++i) {
-    for (LX::LumivexSync *each : {engine.get(), other.get()}) {
-      each->setMakeupInfo({});
-      each->setMakeupIntensityWithKey("lips", 0.5f);
-    }
-  }
-  const char *const features[] = {"makeup"};
-  for (const char *feature : features) {
-    EXPECT_EQ(
-        log.Count(std::string("[lumivex] not available in this version of the engine, commands have no effect: ") +
-                  feature),
-        1u)
-        << feature;
-  }
-  EXPECT_EQ(log.LinesWith("[lumivex]").size(), std::size(features));
-}
-
-TEST(Unavailable, WhatStopsNothingSaysNothing) {
+TEST(Commands, ThatStopNothingSayNothing) {
   const auto engine = MakeEngine();
   const vanta_test::LogCapture log;
   engine->cancelMagicEffect();
