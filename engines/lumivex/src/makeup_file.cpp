@@ -1,7 +1,9 @@
 #include "makeup_file.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -45,12 +47,21 @@ class MakeupReader {
     return false;
   }
 
+  // A misspelt member never passes silently.
+  bool HasOnly(const Json &json, std::initializer_list<std::string_view> names) {
+    for (const auto &[name, value] : json.items()) {
+      if (std::find(names.begin(), names.end(), name) == names.end()) return Fail("\"" + name + "\" means nothing");
+    }
+    return true;
+  }
+
   bool ReadAll(std::string_view text) {
     if (text.size() > kMostMakeupTextBytes) return Fail("it is longer than 1 MiB");
     const Json json = Json::parse(text, nullptr, false);
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
     if (format == json.end() || *format != kFormat) return Fail("its \"format\" is not 1");
+    if (!HasOnly(json, {"format", "about", "layers"})) return false;
     const auto layers = json.find("layers");
     if (layers == json.end() || !layers->is_array() || layers->empty()) return Fail("it has no \"layers\"");
     if (layers->size() > kMostMakeupLayers) return Fail("it has more than 32 layers");
@@ -65,6 +76,7 @@ class MakeupReader {
 
   bool ReadLayer(const Json &json) {
     if (!json.is_object()) return Fail("it is no object");
+    if (!HasOnly(json, {"image", "blend", "opacity", "anchors"})) return false;
     MakeupLayerText layer;
     const auto image = json.find("image");
     if (image == json.end() || !image->is_string()) return Fail("it names no \"image\"");

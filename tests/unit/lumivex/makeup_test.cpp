@@ -268,6 +268,8 @@ TEST_F(Makeup, SaysWhatIsWrongWithADescription) {
       {R"({"format": 2, "layers": []})", "its \"format\" is not 1"},
       {R"({"format": 1})", "it has no \"layers\""},
       {R"({"format": 1, "layers": {}})", "it has no \"layers\""},
+      {R"({"format": 1, "layer": []})", "\"layer\" means nothing"},
+      {R"({"format": 1, "layers": [{"image": "a", "opacty": 1}]})", "layer 1: \"opacty\" means nothing"},
       {R"({"format": 1, "layers": [3]})", "layer 1: it is no object"},
       {R"({"format": 1, "layers": [{}]})", "layer 1: it names no \"image\""},
       {R"({"format": 1, "layers": [{"image": "../layer.png"}]})", "its \"image\" is no plain file name"},
