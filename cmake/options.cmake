@@ -18,6 +18,17 @@ if(VANTA_THREAD_SAFETY)
 endif()
 if(VANTA_SANITIZE)
   target_compile_options(vanta_flags INTERFACE -fsanitize=${VANTA_SANITIZE} -fno-omit-frame-pointer)
+  if(VANTA_SANITIZE MATCHES "undefined")
+    # What is found ends the process anyway. Null and ill-sized objects, which cost as much as all other checks, are the
+    # address sanitizer's where it is at hand.
+    define_property(TARGET PROPERTY VANTA_NO_UBSAN INHERITED BRIEF_DOCS "Not checked for undefined behaviour" FULL_DOCS "-")
+    set(_unchecked $<BOOL:$<TARGET_PROPERTY:VANTA_NO_UBSAN>>)
+    target_compile_options(vanta_flags INTERFACE -fno-sanitize-recover=undefined
+      "$<${_unchecked}:-fno-sanitize=undefined>")
+    if(VANTA_SANITIZE MATCHES "address")
+      target_compile_options(vanta_flags INTERFACE -fno-sanitize=null -fno-sanitize=object-size)
+    endif()
+  endif()
   target_link_options(vanta_flags INTERFACE -fsanitize=${VANTA_SANITIZE})
 endif()
 
