@@ -162,7 +162,7 @@ TEST_F(EffectGameData, CallbacksThatThrowAreBorneAndToldOnce) {
 TEST_F(EffectGameData, CallbacksMayCallTheEngineBack) {
   engine_->setGameDataCallback([&](const LX::BoomGameData &data) {
     messages_.push_back(json::parse(data.json));
-    if (messages_.size() < 4) engine_->setBoomGameData(R"({"reqType":1})");
+    engine_->setBoomGameData(R"({"reqType":1})");
     if (messages_.size() == 4) {
       engine_->setGameDataCallback(nullptr);
       engine_->cancelMagicEffect();
@@ -170,8 +170,23 @@ TEST_F(EffectGameData, CallbacksMayCallTheEngineBack) {
   });
   PlayEffect({{"messages", {{{"at", "start"}, {"game_data", {{"reqType", 0}}}}}},
               {"on", {{{"reqType", 1}, {"send", {{"reqType", 2}}}}}}});
-  EXPECT_EQ(messages_.size(), 4u) << "each answer went out after the one before";
+  EXPECT_EQ(messages_.size(), 1u) << "the answer to the answer waits for the next frame";
+  Show();
+  EXPECT_EQ(messages_.size(), 2u);
+  Show();
+  Show();
+  EXPECT_EQ(messages_.size(), 4u);
   EXPECT_TRUE(Is(Show(), 63, 47, kGrey));
+  EXPECT_EQ(messages_.size(), 4u);
+}
+
+TEST_F(EffectGameData, WithoutFramesIsKeptUpToALimit) {
+  PlayEffect({{"on", {{{"reqType", 1}, {"send", {{"reqType", 2}}}}}}});
+  const vanta_test::LogCapture log;
+  for (int i = 0; i < 1000; ++i) engine_->setBoomGameData(R"({"reqType":1})");
+  Show();
+  EXPECT_EQ(messages_.size(), 256u);
+  EXPECT_EQ(log.CountWith("effects say more than frames carry away"), 1u);
 }
 
 }  // namespace

@@ -170,6 +170,21 @@ TEST_F(EffectLayers, AreDrawnInTheirOrder) {
   EXPECT_TRUE(Is(picture, 20, 20, kRedCodes));
 }
 
+TEST_F(EffectLayers, AreDrawnUpToTheirLimit) {
+  json effect = {{"format", 1}, {"layers", json::array()}};
+  for (int i = 0; i < 32; ++i) {
+    effect["layers"].push_back(RedLayer({{"size", 4.0 / 48}, {"offset", {(i % 8) * 8.0 / 48, (i / 8) * 12.0 / 48}}}));
+  }
+  Play(WriteEffect("effect", effect));
+  for (int frame = 0; frame < 2; ++frame) {
+    const Picture picture = Show();
+    for (int i = 0; i < 32; ++i) {
+      EXPECT_TRUE(Is(picture, i % 8 * 8 + 1, i / 8 * 12 + 1, kRedCodes)) << i;
+      EXPECT_TRUE(Is(picture, i % 8 * 8 + 6, i / 8 * 12 + 1, kGrey)) << i;
+    }
+  }
+}
+
 TEST_F(EffectLayers, ShrinkLargePicturesByTheirMean) {
   const std::string folder = WriteEffect("effect", OneLayer({{"image", "fine.png"}}));
   cv::Mat fine(512, 512, CV_8UC4, cv::Scalar(255, 255, 255, 255));

@@ -18,14 +18,14 @@ constexpr int64_t kClearEffectRequest = 3010;
 }  // namespace
 
 void EffectOutbox::Describe(std::string description, bool success) {
-  items_.push_back({false, std::move(description), success});
+  Keep({false, std::move(description), success});
 }
 
 void EffectOutbox::SendGameData(const std::string &json) {
   Json message = Json::parse(json, nullptr, false);
   if (!message.is_object()) return;
   if (!message.contains("seqId")) message["seqId"] = next_sequence_++;
-  items_.push_back({true, message.dump(-1, ' ', false, Json::error_handler_t::replace), true});
+  Keep({true, message.dump(-1, ' ', false, Json::error_handler_t::replace), true});
 }
 
 void EffectOutbox::SendClearEffect() {
@@ -33,13 +33,22 @@ void EffectOutbox::SendClearEffect() {
       {"reqType", kClearEffectRequest},
       {"seqId", next_sequence_++},
       {"data", {{"ability", "LiveEffectAbility"}, {"method", "clearEffect"}, {"params", Json::object()}}}};
-  items_.push_back({true, message.dump(), true});
+  Keep({true, message.dump(), true});
+}
+
+void EffectOutbox::Keep(Item item) {
+  if (items_.size() < kMaxItems) {
+    items_.push_back(std::move(item));
+    return;
+  }
+  if (!overflow_said_) blog(LOG_WARNING, "[lumivex] effects say more than frames carry away, some of it is lost");
+  overflow_said_ = true;
 }
 
 void EffectOutbox::Deliver() {
-  if (delivering_) return;  // a callback is at work further up, and the rest follows there
+  if (delivering_) return;  // a callback is at work further up
   delivering_ = true;
-  while (!items_.empty()) {
+  for (size_t left = items_.size(); left > 0; --left) {
     const Item item = std::move(items_.front());
     items_.pop_front();
     Say(item);

@@ -1,6 +1,7 @@
 // What effects have to say to the caller, kept until it can be said.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -12,7 +13,8 @@ struct BoomGameData;
 
 namespace lumivex {
 
-// The callbacks come from Deliver alone, in the order in which things were said, and may call the engine back.
+// The callbacks come from Deliver alone, in the order in which things were said, and may call the engine back. What is
+// said meanwhile waits for the next Deliver, so that two who answer each other cannot hold a frame up.
 // Owns: the callbacks, what is not yet said. Threads: one at a time.
 class EffectOutbox {
  public:
@@ -38,6 +40,9 @@ class EffectOutbox {
     bool success;
   };
 
+  static constexpr size_t kMaxItems = 256;
+
+  void Keep(Item item);
   void Say(const Item &item);
   void SayOnce(bool &said, const char *callback, const char *error);
 
@@ -46,6 +51,7 @@ class EffectOutbox {
   std::deque<Item> items_;
   bool delivering_ = false;
   int64_t next_sequence_ = 1;
+  bool overflow_said_ = false;
   bool description_failure_said_ = false;
   bool game_data_failure_said_ = false;
 };

@@ -149,7 +149,7 @@ void EffectPlayer::Draw(const Canvas &canvas, const SharedPictures &shared) {
 
 void EffectPlayer::DrawLayer(size_t index, const PicturePointer &picture, const Canvas &canvas) {
   const LayerPlan &plan = Plan().layers[index];
-  Stamp &stamp = layers_[index].stamp;
+  Stamp &stamp = stamps_[std::min(index, kStampCount - 1)];
   const Nv12View &view = canvas.view;
   const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
   const auto press = [&](const Placement &placement) {

@@ -1,6 +1,8 @@
 // `EffectPlayer`: one effect from its start to its end.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
@@ -61,8 +63,9 @@ class EffectPlayer {
     bool shown = true;
     int64_t zero_ms = 0;  // when its times began to count
     PicturePointer text;
-    Stamp stamp;
   };
+  // A stamp may take as much memory as the frame. Each of the first layers has its own, the others share the last one.
+  static constexpr size_t kStampCount = 8;
 
   void Rewind();
   void End(EffectOutbox &outbox);
@@ -77,6 +80,7 @@ class EffectPlayer {
 
   const std::shared_ptr<const Effect> effect_;
   std::vector<LayerState> layers_;
+  std::array<Stamp, kStampCount> stamps_;
   int64_t elapsed_ns_ = 0;
   size_t next_message_ = 0;
   LXEffectState state_ = kEffectStatePlaying;

@@ -14,9 +14,18 @@ namespace {
 constexpr int kSmallestLevel = 8;  // pixels a side
 constexpr char kSaveAsPng[] = "save it as a PNG picture of 8 bits a channel";
 
-std::vector<uint8_t> ReadBytes(const std::filesystem::path &file) {
+std::vector<uint8_t> ReadBytes(const std::filesystem::path &file, uintmax_t count) {
   std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::vector<uint8_t> content(static_cast<size_t>(count));
+  stream.read(reinterpret_cast<char *>(content.data()), static_cast<std::streamsize>(content.size()));
+  content.resize(static_cast<size_t>(stream.gcount()));
+  return content;
+}
+
+// A JPEG picture is turned as its camera noted; that note is not read with IMREAD_UNCHANGED, which alone keeps alpha.
+cv::Mat Decoded(const std::vector<uint8_t> &content) {
+  const bool jpeg = content.front() == 0xFF;
+  return cv::imdecode(content, jpeg ? cv::IMREAD_COLOR : cv::IMREAD_UNCHANGED);
 }
 
 // Blue, green, red and alpha; empty for what is not 8 or 16 bits deep.
@@ -80,7 +89,7 @@ PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) 
   const uintmax_t bytes = std::filesystem::is_regular_file(file, error) ? std::filesystem::file_size(file, error) : 0;
   if (error || bytes == 0) return {nullptr, "it is no file that can be read", "check the name"};
   if (bytes > kMaxPictureBytes) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
-  const std::vector<uint8_t> content = ReadBytes(file);
+  const std::vector<uint8_t> content = ReadBytes(file, bytes);
   const auto size = ReadPictureSize(content);
   if (!size) return {nullptr, "it is no PNG or JPEG picture", kSaveAsPng};
   if (size->width < 1 || size->height < 1 || size->width > kMaxPictureSide || size->height > kMaxPictureSide)
@@ -90,7 +99,7 @@ PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) 
   budget.left -= size->width * size->height;
   cv::Mat pixels;
   try {
-    pixels = ToBgra(cv::imdecode(content, cv::IMREAD_UNCHANGED));
+    pixels = ToBgra(Decoded(content));
   } catch (const cv::Exception &) {
     // Broken pictures are the same whether the decoder gives nothing or throws.
   }
