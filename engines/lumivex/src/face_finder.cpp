@@ -41,7 +41,11 @@ bool FaceFinder::Find(const Nv12View &view, const Orientation &orientation, uint
     has_looked_ = false;
     return false;
   }
-  if (!IsDue(timestamp, need) || !MakeRunner()) return false;
+  if (!IsDue(timestamp, need)) return false;
+  if (!MakeRunner()) {
+    faces_.clear();  // those of a runner that is gone
+    return false;
+  }
   has_looked_ = true;
   looked_at_ = timestamp;
   faces_.clear();

@@ -270,6 +270,20 @@ TEST_F(Deform, OfATurnedFrameIsThatOfTheUprightOneTurned) {
   }
 }
 
+TEST_F(Deform, EndsWithTheRunner) {
+  Script().faces = {kFace};
+  const auto engine = MakeEngine(kWidth, kHeight);
+  engine->setDeformIntensityWithMode(lumivex::kDeformEyeSize, 1.0f);
+  Picture picture = Noisy();
+  Process(*engine, picture);
+  Script().init_result = 1;
+  engine->setModelRootPath("nothing there");
+  const Picture before = Noisy();
+  picture = before;
+  Process(*engine, picture);
+  EXPECT_TRUE(picture == before) << "no face of a runner that is gone";
+}
+
 TEST_F(Deform, OfAModeThatDoesNotExistIsSaid) {
   const auto engine = MakeEngine();
   const vanta_test::LogCapture log;
