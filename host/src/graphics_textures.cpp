@@ -40,3 +40,7 @@ int gs_texture_release_sync(gs_texture_t *texture, uint64_t key) {
   const TextureEnd end = TextureRegistry::Instance().FindGraphics(texture);
   return end ? end.texture->Release(end.id, key) : vanta_host::kKeyedMisuse;
 }
+
+bool vanta_host_texture_exchange(gs_texture_t *keyed, gs_texture_t *drawn) {
+  return TextureRegistry::Instance().Exchange(keyed, drawn);
+}

@@ -54,10 +54,22 @@ std::shared_ptr<SharedTexture> SharedTexture::Of(uint32_t handle, GLuint name, u
   if (!gl.complete || !HasContext()) return nullptr;
   std::shared_ptr<SharedTexture> made(new SharedTexture(handle, width, height));
   made->display_ = eglGetCurrentDisplay();
-  const EGLint attributes[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
-  made->image_ = gl.CreateImage(made->display_, eglGetCurrentContext(), EGL_GL_TEXTURE_2D_KHR,
-                                reinterpret_cast<EGLClientBuffer>(uintptr_t{name}), attributes);
+  vanta::MutexLock lock(made->image_mutex_);
+  made->image_ = made->ImageOf(name);
   return made->image_ == EGL_NO_IMAGE_KHR ? nullptr : made;
+}
+
+EGLImageKHR SharedTexture::ImageOf(GLuint name) const {
+  const EGLint attributes[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_NONE};
+  return Gl().CreateImage(display_, eglGetCurrentContext(), EGL_GL_TEXTURE_2D_KHR,
+                          reinterpret_cast<EGLClientBuffer>(uintptr_t{name}), attributes);
+}
+
+bool SharedTexture::Show(GLuint name, EGLImageKHR image) {
+  const Binding binding(name);
+  ClearErrors();
+  Gl().ImageTargetTexture2D(GL_TEXTURE_2D, image);
+  return Gl().GetError() == GL_NO_ERROR;
 }
 
 SharedTexture::~SharedTexture() {
@@ -79,10 +91,25 @@ uint64_t SharedTexture::AddEnd(GLuint name) {
 }
 
 uint64_t SharedTexture::ShowIn(GLuint name) {
-  const Binding binding(name);
-  ClearErrors();
-  Gl().ImageTargetTexture2D(GL_TEXTURE_2D, image_);
-  return Gl().GetError() == GL_NO_ERROR ? AddEnd(name) : 0;
+  {
+    vanta::MutexLock lock(image_mutex_);
+    if (!Show(name, image_)) return 0;
+  }
+  return AddEnd(name);
+}
+
+bool SharedTexture::Exchange(uint64_t end, GLuint name, GLuint other) {
+  if (!lock_.Holds(end) || !HasContext()) return false;
+  vanta::MutexLock lock(image_mutex_);
+  const EGLImageKHR picture = ImageOf(other);
+  if (picture == EGL_NO_IMAGE_KHR) return false;
+  if (!Show(other, image_) || !Show(name, picture)) {
+    Gl().DestroyImage(display_, picture);
+    return false;
+  }
+  Gl().DestroyImage(display_, image_);
+  image_ = picture;
+  return true;
 }
 
 void SharedTexture::RemoveEnd(uint64_t end) {

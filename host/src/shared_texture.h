@@ -30,6 +30,9 @@ class SharedTexture {
   uint64_t AddEnd(GLuint name);
   // The same for one that has none yet. 0 where the driver refuses. Needs a context.
   uint64_t ShowIn(GLuint name);
+  // The picture of `other`, a texture of the same kind, without a copy: the two exchange their storage. Ends opened
+  // before show what they showed. `end` must hold the lock, and `name` be its texture. Needs a context.
+  bool Exchange(uint64_t end, GLuint name, GLuint other);
   // Abandons the lock if the end holds it.
   void RemoveEnd(uint64_t end);
   // False when the end's texture has been destroyed. Needs a context.
@@ -52,8 +55,12 @@ class SharedTexture {
   const uint32_t handle_;
   const uint32_t width_;   // pixels
   const uint32_t height_;  // pixels
+  EGLImageKHR ImageOf(GLuint name) const;
+  static bool Show(GLuint name, EGLImageKHR image);
+
   EGLDisplay display_ = EGL_NO_DISPLAY;
-  EGLImageKHR image_ = EGL_NO_IMAGE_KHR;
+  vanta::Mutex image_mutex_;
+  EGLImageKHR image_ VANTA_GUARDED_BY(image_mutex_) = EGL_NO_IMAGE_KHR;
   KeyedLock lock_;
   GLsync fence_ = nullptr;  // whoever holds lock_ may touch it
   mutable vanta::Mutex ends_mutex_;

@@ -17,6 +17,12 @@ bool IsPlain2D(gs_texture_t *texture) {
   return texture && gs_get_texture_type(texture) == GS_TEXTURE_2D && !gs_texture_is_rect(texture);
 }
 
+bool AreAlike(gs_texture_t *one, gs_texture_t *other) {
+  return gs_texture_get_width(one) == gs_texture_get_width(other) &&
+         gs_texture_get_height(one) == gs_texture_get_height(other) &&
+         gs_texture_get_color_format(one) == gs_texture_get_color_format(other);
+}
+
 }  // namespace
 
 TextureRegistry &TextureRegistry::Instance() {
@@ -99,6 +105,12 @@ TextureEnd TextureRegistry::FindGraphics(gs_texture_t *texture) {
   }
   // The address may have passed on to another texture.
   return HasContext() && end.texture->IsAlive(end.id) ? end : TextureEnd{};
+}
+
+bool TextureRegistry::Exchange(gs_texture_t *keyed, gs_texture_t *drawn) {
+  const TextureEnd end = FindGraphics(keyed);
+  return end && IsPlain2D(drawn) && AreAlike(keyed, drawn) &&
+         end.texture->Exchange(end.id, NameOf(keyed), NameOf(drawn));
 }
 
 void TextureRegistry::CloseDestroyedGraphics() {

@@ -39,6 +39,10 @@ class TextureRegistry {
   // Empty for a texture that is no end of anything.
   TextureEnd FindGraphics(gs_texture_t *texture);
 
+  // Gives `keyed`, whose lock is held, the picture of `drawn` in exchange for its own storage. False where they are not
+  // alike or cannot be exchanged.
+  bool Exchange(gs_texture_t *keyed, gs_texture_t *drawn);
+
   // libobs's context is about to go, or has gone.
   void Clear();
 

@@ -75,7 +75,7 @@ bool TesseraLandmarkFilterGpuWorker::CopyPicture(SharedTex &texture, gs_texture_
   texture.release_key = texture.acquire_key + 1;
   if (texture.release_key == handlers + 1) texture.release_key = 0;
   if (gs_texture_acquire_sync(texture.texture, texture.acquire_key, kAcquireWaitMs) != 0) return false;
-  gs_copy_texture(texture.texture, source);
+  MoveToShared(texture.texture, source);
   gs_texture_release_sync(texture.texture, texture.release_key);
   texture.acquire_key = texture.release_key;
   return true;

@@ -9,6 +9,14 @@
 
 #include "platform/export.h"
 
+namespace vanta {
+
+// Puts the picture of `source` into `shared`, a texture of the same kind whose lock is held. What `source` shows from
+// then on is undefined, until its owner draws into it anew. Threads: [render].
+void MoveToShared(gs_texture_t *shared, gs_texture_t *source);
+
+}  // namespace vanta
+
 #if !defined(_WIN32)
 // As in libobs for Windows.
 inline constexpr uint32_t GS_INVALID_HANDLE = UINT32_MAX;
@@ -20,5 +28,8 @@ VANTA_HOST_API gs_texture_t *gs_texture_open_shared(uint32_t handle);
 VANTA_HOST_API uint32_t gs_texture_get_shared_handle(gs_texture_t *texture);
 VANTA_HOST_API int gs_texture_acquire_sync(gs_texture_t *texture, uint64_t key, uint32_t timeout_ms);
 VANTA_HOST_API int gs_texture_release_sync(gs_texture_t *texture, uint64_t key);
+// `keyed`, whose lock is held, gets the picture of `drawn` and gives its own storage for it. False, with nothing done,
+// where the host cannot.
+VANTA_HOST_API bool vanta_host_texture_exchange(gs_texture_t *keyed, gs_texture_t *drawn);
 }
 #endif

@@ -77,6 +77,7 @@ TEST(Exports, AreThoseOfTheHeadersAndTheWrappedRegistration) {
       "vanta_host_gl_context_unbind",
       "vanta_host_gl_context_destroy",
       "vanta_host_gl_function",
+      "vanta_host_texture_exchange",
       "vanta_host_texture_publish",
       "vanta_host_texture_open",
       "vanta_host_texture_handle",

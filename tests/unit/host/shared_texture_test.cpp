@@ -126,6 +126,55 @@ TEST_F(SharedTextures, OpenedByLibobsShowThePicture) {
   gs_texture_destroy(texture);
 }
 
+TEST_F(SharedTextures, ExchangeHandsThePictureOverAndTakesTheStorage) {
+  uint32_t handle = 0;
+  gs_texture_t *keyed = nullptr;
+  gs_texture_t *drawn = nullptr;
+  const std::vector<Colour> red = All(kRed);
+  const std::vector<Colour> green = All(kGreen);
+  {
+    const Graphics graphics;
+    const auto *old_pixels = reinterpret_cast<const uint8_t *>(red.data());
+    const auto *new_pixels = reinterpret_cast<const uint8_t *>(green.data());
+    keyed = gs_texture_create(kSide, kSide, GS_RGBA, 1, &old_pixels, GS_SHARED_KM_TEX);
+    drawn = gs_texture_create(kSide, kSide, GS_RGBA, 1, &new_pixels, 0);
+    handle = gs_texture_get_shared_handle(keyed);
+    ASSERT_EQ(gs_texture_acquire_sync(keyed, 0, 0), 0);
+    EXPECT_TRUE(vanta_host_texture_exchange(keyed, drawn));
+    EXPECT_EQ(LookAt(drawn), red);
+    EXPECT_EQ(LookAt(keyed), green);
+    EXPECT_EQ(gs_texture_release_sync(keyed, 1), 0);
+  }
+  {
+    const Bound bound(*context);
+    vanta_host_texture *opened = vanta_host_texture_open(handle);
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(vanta_host_texture_acquire(opened, 1, 0), 0);
+    EXPECT_EQ(Look(vanta_host_texture_gl_name(opened), kSide, kSide), green);
+    vanta_host_texture_close(opened);
+  }
+  const Graphics graphics;
+  gs_texture_destroy(drawn);
+  gs_texture_destroy(keyed);
+}
+
+TEST_F(SharedTextures, ExchangeIsRefusedWithoutTheLockAndBetweenUnlikeTextures) {
+  const Graphics graphics;
+  gs_texture_t *keyed = gs_texture_create(kSide, kSide, GS_RGBA, 1, nullptr, GS_SHARED_KM_TEX);
+  gs_texture_t *like = gs_texture_create(kSide, kSide, GS_RGBA, 1, nullptr, 0);
+  gs_texture_t *wider = gs_texture_create(kSide * 2, kSide, GS_RGBA, 1, nullptr, 0);
+  gs_texture_t *other_format = gs_texture_create(kSide, kSide, GS_R8, 1, nullptr, 0);
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, like)) << "not shared";
+  gs_texture_get_shared_handle(keyed);
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, like)) << "the lock is not held";
+  ASSERT_EQ(gs_texture_acquire_sync(keyed, 0, 0), 0);
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, wider));
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, other_format));
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, nullptr));
+  EXPECT_TRUE(vanta_host_texture_exchange(keyed, like));
+  for (gs_texture_t *texture : {keyed, like, wider, other_format}) gs_texture_destroy(texture);
+}
+
 TEST_F(SharedTextures, KeepTheirHandleWhereTheyAreOpen) {
   Published engine(*context);
   const Graphics graphics;
