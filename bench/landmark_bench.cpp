@@ -31,14 +31,16 @@ constexpr int kTurns = 60;
 constexpr double kBar = 0.2;
 constexpr std::chrono::milliseconds kPastTheInterval{80};  // of 66 ms between two captures
 
+constexpr uint32_t kCanvasWidth = 640;
+constexpr uint32_t kCanvasHeight = 360;
 constexpr int kRounds = 5;  // of each kind
 constexpr std::chrono::seconds kRound{3};
 constexpr double kMoreLost = 0.01;  // of all pictures: what two runs of one kind may differ by
 
 _XDisplay *display = nullptr;
 
-Picture Gradient() {
-  Picture picture(kWidth, kHeight);
+Picture Gradient(uint32_t width = kWidth, uint32_t height = kHeight) {
+  Picture picture(width, height);
   for (size_t i = 0; i < picture.pixels.size(); ++i) picture.pixels[i] = static_cast<uint8_t>(i * 7 >> 4);
   return picture;
 }
@@ -110,10 +112,10 @@ void Play(const PaintedSource &source, bool filtered, Pictures &pictures) {
 
 // The canvas at 30 pictures a second, turn by turn.
 bool LosesNoMore() {
-  const ObsSession session({640, 360, 30, false});
+  const ObsSession session({kCanvasWidth, kCanvasHeight, 30, false});
   RegisterPaintedSource();
   PaintedSource source;
-  source.Paint(Gradient());
+  source.Paint(Gradient(kCanvasWidth, kCanvasHeight));
   obs_set_output_source(0, source.Get());
   Pictures with, without;
   for (int round = 0; round < kRounds; ++round) {
