@@ -99,17 +99,22 @@ double CpuMilliseconds() {
   return total(usage.ru_utime) + total(usage.ru_stime);
 }
 
-// Marks 0..3 are eye corners, 4 and 5 pupils, 6 the nose, 7 and 8 the mouth.
-constexpr size_t kGroupOf[kMarks] = {0, 0, 0, 0, 1, 1, 2, 3, 3};
+// Marks 0..3 are eye corners, 4 and 5 pupils, 6 the nose, 7 and 8 the mouth, 9 and 10 the lips. The jaw is the last.
+constexpr size_t kGroups = 6;
+constexpr size_t kGroupOf[kMarks] = {0, 0, 0, 0, 1, 1, 2, 3, 3, 4, 4};
+constexpr size_t kJaw = 5;
 
 void PrintTable(const cv::Mat &portrait) {
-  std::printf("%-34s | %7s | %-15s | %-15s | %-15s | %-15s\n", "", "found", "eye corners", "pupils", "nose tip",
-              "mouth corners");
-  std::printf("%-34s | %7s | %-15s | %-15s | %-15s | %-15s\n", "1280x720, eyes 80 pixels apart", "", "mean   worst",
-              "mean   worst", "mean   worst", "mean   worst");
+  std::printf("%-34s | %7s", "", "found");
+  for (const char *group : {"eye corners", "pupils", "nose tip", "mouth corners", "lips", "jaw"}) {
+    std::printf(" | %-14s", group);
+  }
+  std::printf("\n%-34s | %7s", "1280x720, eyes 80 pixels apart", "");
+  for (size_t group = 0; group < kGroups; ++group) std::printf(" | %-14s", "  mean   worst");
+  std::printf("\n");
   Errors points[kMarks];
   for (const Row &row : Rows()) {
-    Errors groups[4];
+    Errors groups[kGroups];
     size_t found = 0;
     for (const PortraitSetup &setup : row.setups) {
       vanta_test::PortraitPicture picture = vanta_test::PlacePortrait(portrait, setup);
@@ -122,9 +127,10 @@ void PrintTable(const cv::Mat &portrait) {
         groups[kGroupOf[i]].Add(static_cast<double>(errors[i]));
         points[i].Add(static_cast<double>(errors[i]));
       }
+      for (const float error : vanta_test::JawErrors(faces[0], picture)) groups[kJaw].Add(static_cast<double>(error));
     }
     std::printf("%-34s | %3zu/%-3zu", row.name.c_str(), found, row.setups.size());
-    for (const Errors &group : groups) std::printf(" | %6.3f  %6.3f ", group.Mean(), group.worst);
+    for (const Errors &group : groups) std::printf(" | %6.3f  %6.3f", group.Mean(), group.worst);
     std::printf("\n");
   }
   std::printf("\n%-34s |    mean   worst\n", "all of these");

@@ -1,8 +1,11 @@
 #include "support/face_reader.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "landmark/point_order.h"
+#include "tessera/point_layout.h"
 
 namespace vanta_test {
 
@@ -66,6 +69,22 @@ std::array<float, kMarks> MarkErrors(const ReadFace &face, const PortraitPicture
   for (size_t i = 0; i < kMarks; ++i) {
     const cv::Point2f off = face.points[PortraitMarks()[i].point] - picture.marks[i];
     errors[i] = std::hypot(off.x, off.y) / picture.eye_distance;
+  }
+  return errors;
+}
+
+std::array<float, kJawMarks> JawErrors(const ReadFace &face, const PortraitPicture &picture) {
+  std::array<float, kJawMarks> errors{};
+  for (size_t i = 0; i < kJawMarks; ++i) {
+    float nearest = std::numeric_limits<float>::max();
+    for (size_t point = tessera::kContour.first; point < tessera::kContour.last; ++point) {
+      const cv::Point2f start = face.points[point];
+      const cv::Point2f along = face.points[point + 1] - start;
+      const cv::Point2f to_mark = picture.jaw[i] - start;
+      const cv::Point2f off = to_mark - along * std::clamp(to_mark.dot(along) / along.dot(along), 0.0F, 1.0F);
+      nearest = std::min(nearest, std::hypot(off.x, off.y));
+    }
+    errors[i] = nearest / picture.eye_distance;
   }
   return errors;
 }

@@ -36,4 +36,7 @@ class FaceReader {
 // Distance of each marked point from its mark, as a part of the distance between the eyes.
 std::array<float, kMarks> MarkErrors(const ReadFace &face, const PortraitPicture &picture);
 
+// Distance of each mark of the jaw from the face's contour, likewise.
+std::array<float, kJawMarks> JawErrors(const ReadFace &face, const PortraitPicture &picture);
+
 }  // namespace vanta_test

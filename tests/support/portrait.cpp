@@ -20,17 +20,27 @@ const std::array<cv::Point2f, kMarks> kPlaces = {{
     {159.5F, 127.5F},  // tip of the nose
     {136.9F, 138.5F},  // mouth, left corner
     {179.5F, 140.4F},  // mouth, right corner
+    {157.6F, 139.7F},  // upper lip, top of its middle
+    {157.0F, 154.2F},  // lower lip, bottom of its middle
+}};
+const std::array<cv::Point2f, kJawMarks> kJaw = {{
+    {117.4F, 139.6F},  // beside the mouth
+    {134.6F, 168.6F},
+    {157.5F, 177.7F},  // chin
+    {180.6F, 171.6F},
+    {201.3F, 139.6F},
 }};
 constexpr size_t kLeftPupilMark = 4;
 constexpr size_t kRightPupilMark = 5;
 
 // The mirrored picture's marks are those of the other side.
-constexpr std::array<size_t, kMarks> kMirrored = {3, 2, 1, 0, 5, 4, 6, 8, 7};
+constexpr std::array<size_t, kMarks> kMirrored = {3, 2, 1, 0, 5, 4, 6, 8, 7, 9, 10};
 
 struct Placed {
   cv::Mat bgr;   // only the portrait, the rest is 0
   cv::Mat mask;  // where it stands
   std::array<cv::Point2f, kMarks> marks;
+  std::array<cv::Point2f, kJawMarks> jaw;
 };
 
 Placed Warp(const cv::Mat &portrait, const PortraitSetup &setup, int border) {
@@ -54,11 +64,12 @@ Placed Warp(const cv::Mat &portrait, const PortraitSetup &setup, int border) {
   cv::warpAffine(source, placed.bgr, from_source, setup.size, scale > 1 ? cv::INTER_CUBIC : cv::INTER_LINEAR, border);
   cv::warpAffine(cv::Mat(portrait.size(), CV_8UC1, cv::Scalar(255)), placed.mask, matrix, setup.size,
                  cv::INTER_NEAREST);
-  for (size_t i = 0; i < kMarks; ++i) {
-    const cv::Point2f place = kPlaces[setup.mirror ? kMirrored[i] : i];
-    const cv::Vec2d moved = turn * cv::Vec2d(place.x, place.y) + shift;
-    placed.marks[i] = cv::Point2f(static_cast<float>(moved[0]), static_cast<float>(moved[1]));
-  }
+  const auto moved = [&turn, &shift](cv::Point2f place) {
+    const cv::Vec2d to = turn * cv::Vec2d(place.x, place.y) + shift;
+    return cv::Point2f(static_cast<float>(to[0]), static_cast<float>(to[1]));
+  };
+  for (size_t i = 0; i < kMarks; ++i) placed.marks[i] = moved(kPlaces[setup.mirror ? kMirrored[i] : i]);
+  for (size_t i = 0; i < kJawMarks; ++i) placed.jaw[i] = moved(kJaw[i]);
   return placed;
 }
 
@@ -99,6 +110,8 @@ const std::array<Mark, kMarks> &PortraitMarks() {
       {"tip of the nose", tessera::kNoseTip},
       {"mouth, left corner", tessera::kMouthLeftCorner},
       {"mouth, right corner", tessera::kMouthRightCorner},
+      {"upper lip, top", tessera::kUpperLipTop},
+      {"lower lip, bottom", tessera::kLowerLipBottom},
   }};
   return marks;
 }
@@ -109,7 +122,7 @@ cv::Mat ReadPortrait(const std::string &file) {
 
 PortraitPicture PlacePortrait(const cv::Mat &portrait, const PortraitSetup &setup) {
   const Placed placed = Warp(portrait, setup, cv::BORDER_REPLICATE);
-  PortraitPicture picture{placed.bgr, {}, placed.marks, setup.eye_distance};
+  PortraitPicture picture{placed.bgr, {}, placed.marks, placed.jaw, setup.eye_distance};
   Finish(picture, setup);
   return picture;
 }

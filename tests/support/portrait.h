@@ -14,7 +14,8 @@ struct Mark {
   size_t point;  // its index in the published list
 };
 
-inline constexpr size_t kMarks = 9;
+inline constexpr size_t kMarks = 11;
+inline constexpr size_t kJawMarks = 5;
 
 struct PortraitSetup {
   cv::Size size{640, 480};       // of the picture, pixels
@@ -34,13 +35,14 @@ struct PortraitPicture {
   cv::Mat bgr;
   cv::Mat i420;
   std::array<cv::Point2f, kMarks> marks;
+  std::array<cv::Point2f, kJawMarks> jaw;  // places on the edge of the face, no points of it
   float eye_distance = 0;
 
   unsigned char *Plane(int index);  // 0 is Y, 1 is U, 2 is V
 };
 
-// The marks of the portrait itself: eye corners, pupils, nose tip, corners of the mouth. Marked by hand on an
-// enlargement of 16, as points of the upright picture from left to right.
+// The marks of the portrait itself: eye corners, pupils, nose tip, corners of the mouth, edges of the lips. Marked by
+// hand on an enlargement of 16.
 const std::array<Mark, kMarks> &PortraitMarks();
 
 // Reads the file; an empty picture when it is not there.

@@ -78,8 +78,9 @@ void FaceCues::AddColour(const PictureView &picture, const Placement &placement)
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
   };
-  // Lips are redder than skin, teeth paler; both are less yellow.
-  colour = (cv::abs(v - skin(v)) + cv::max(u - skin(u), 0)) * std::min(gain_, 2.0F);
+  const double gain = static_cast<double>(std::min(gain_, 2.0F));
+  red = (v - skin(v)) * gain;
+  blue = (u - skin(u)) * gain;
 }
 
 }  // namespace tessera

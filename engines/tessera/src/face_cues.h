@@ -33,9 +33,11 @@ class FaceCues {
   float X(float column) const;
   float Y(float row) const;
 
-  cv::Mat lines;   // how much darker than its wider surroundings, luma codes
-  cv::Mat spots;   // the same for small dark places
-  cv::Mat colour;  // how far from the skin's colour, chroma codes; empty without colour
+  cv::Mat lines;  // how much darker than its wider surroundings, luma codes
+  cv::Mat spots;  // the same for small dark places
+  // How far from the skin's colour, chroma codes: V (towards red) and U (towards blue). Empty without colour.
+  cv::Mat red;
+  cv::Mat blue;
 
  private:
   cv::Mat Blurred(const cv::Mat &picture, float units) const;

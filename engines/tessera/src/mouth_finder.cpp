@@ -89,18 +89,26 @@ Corner LineEnd(const FaceCues &face, const MouthLine &line, int side) {
       dark(peak)};
 }
 
-// Mean over the middle columns for each row.
-std::vector<float> MiddleProfile(const cv::Mat &cue, const FaceCues &face, float reach) {
-  const cv::Mat columns = cue.colRange(cvRound(face.Column(-reach)), cvRound(face.Column(reach)) + 1);
-  cv::Mat means;
-  cv::reduce(columns, means, 1, cv::REDUCE_AVG);
-  return {means.begin<float>(), means.end<float>()};
+// How far each row of the mouth is from the skin's colour. Lips are redder than skin, teeth paler; both are less
+// yellow. Means of rows come first: noise in them is small, and does not look like colour.
+std::vector<float> ColourProfile(const FaceCues &face, float middle) {
+  constexpr float kReach = 0.17F;
+  const cv::Range columns(face.NearestColumn(middle - kReach), face.NearestColumn(middle + kReach) + 1);
+  cv::Mat red;
+  cv::Mat blue;
+  cv::reduce(face.red.colRange(columns), red, 1, cv::REDUCE_AVG);
+  cv::reduce(face.blue.colRange(columns), blue, 1, cv::REDUCE_AVG);
+  std::vector<float> profile;
+  for (int row = 0; row < red.rows; ++row) {
+    profile.push_back(std::abs(red.at<float>(row)) + std::max(blue.at<float>(row), 0.0F));
+  }
+  return profile;
 }
 
 // The lips' outer edges by their colour.
 void FindLips(const FaceCues &face, Mouth &mouth) {
-  if (face.colour.empty()) return;
-  const std::vector<float> profile = MiddleProfile(face.colour, face, 0.2F);
+  if (face.red.empty()) return;
+  const std::vector<float> profile = ColourProfile(face, (mouth.left.x + mouth.right.x) * 0.5F);
   const auto mean = [&](float from, float to) {
     float sum = 0;
     int count = 0;
@@ -109,22 +117,26 @@ void FindLips(const FaceCues &face, Mouth &mouth) {
     }
     return sum / static_cast<float>(count);
   };
-  const float skin = std::max(mean(0.78F, 0.82F), mean(1.4F, 1.52F));
-  const int first = std::max(1, cvRound(face.Row(mouth.line - 0.22F)));
+  const int first = std::max(1, cvRound(face.Row(mouth.line - 0.19F)));
   const int last = std::min(face.lines.rows - 2, cvRound(face.Row(mouth.line + 0.42F)));
   const auto begin = profile.begin();
-  const float peak = *std::max_element(begin + first, begin + last + 1);
-  const float contrast = peak - skin;
-  mouth.lips_confidence = Clamped01((contrast - 1.5F) / 3);
+  const float skin_above = *std::min_element(begin + first, begin + face.NearestRow(mouth.line - 0.06F) + 1);
+  const float skin_below = mean(mouth.line + 0.45F, 1.52F);
+  const float peak = *std::max_element(begin + face.NearestRow(mouth.line - 0.12F), begin + last + 1);
+  mouth.lips_confidence = Clamped01((peak - std::max(skin_above, skin_below) - 1.5F) / 3);
   if (mouth.lips_confidence <= 0) return;
-  const float level = skin + 0.4F * contrast;
-  int top = first;
-  while (top < last && profile[static_cast<size_t>(top)] < level) ++top;
+  const float level_above = Mixed(skin_above, peak, 0.4F);
+  const float level_below = Mixed(skin_below, peak, 0.4F);
+  // The upper lip ends where its colour does above the line (higher up comes the nose); below, teeth may lie between.
+  int top = std::max(first + 1, cvRound(face.Row(mouth.line)));
+  const int start = std::max(first + 1, top - 4);
+  while (top > start && profile[static_cast<size_t>(top)] < level_above) --top;
+  while (top > first && profile[static_cast<size_t>(top - 1)] >= level_above) --top;
   int bottom = last;
-  while (bottom > top && profile[static_cast<size_t>(bottom)] < level) --bottom;
+  while (bottom > top && profile[static_cast<size_t>(bottom)] < level_below) --bottom;
   const auto at = [&profile](int row) { return profile[static_cast<size_t>(row)]; };
-  mouth.top = face.Y(static_cast<float>(top) - Crossing(at(top), at(top - 1), level));
-  mouth.bottom = face.Y(static_cast<float>(bottom) + Crossing(at(bottom), at(bottom + 1), level));
+  mouth.top = face.Y(static_cast<float>(top) - Crossing(at(top), at(top - 1), level_above));
+  mouth.bottom = face.Y(static_cast<float>(bottom) + Crossing(at(bottom), at(bottom + 1), level_below));
 }
 
 }  // namespace
