@@ -149,7 +149,9 @@ Mouth FindMouth(const FaceCues &face) {
   mouth.left = left.place;
   mouth.right = right.place;
   const auto middle = static_cast<size_t>(cvRound(face.Column((left.place.x + right.place.x) * 0.5F)) - line.first);
-  mouth.line = face.Y(static_cast<float>(line.rows[middle]));
+  // Between teeth and lower lip lies another line; it is further below the corners than that of a closed mouth.
+  const float corners = (left.place.y + right.place.y) * 0.5F;
+  mouth.line = std::min(face.Y(static_cast<float>(line.rows[middle])), corners + 0.08F);
   mouth.confidence = Clamped01((std::min(left.strength, right.strength) - 4) / 12);
   FindLips(face, mouth);
   return mouth;

@@ -1,11 +1,12 @@
-// Bounds on the distance between the points and the hand marks, as parts of the distance between the eyes. They are
-// nearly twice the worst that bench/tessera_accuracy.cpp measures; each picture is the first of its runner.
+// Bounds on the distance between the points and the hand marks, as parts of the distance between the eyes: well above
+// the worst that bench/tessera_accuracy.cpp measures. Each picture is the first of its runner.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "support/face_reader.h"
 #include "support/portrait.h"
+#include "tessera/point_layout.h"
 
 namespace {
 
@@ -15,6 +16,8 @@ using vanta_test::PortraitPicture;
 using vanta_test::PortraitSetup;
 
 constexpr float kBound = 0.11F;
+constexpr float kJawBound = 0.16F;
+constexpr float kBoundOfGreyLips = 0.2F;  // they are told by colour
 
 void ExpectAccurate(const PortraitSetup &setup) {
   static const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
@@ -23,7 +26,12 @@ void ExpectAccurate(const PortraitSetup &setup) {
   const auto faces = reader.Run(picture);
   ASSERT_EQ(faces.size(), 1U);
   const auto errors = MarkErrors(faces[0], picture);
-  for (size_t i = 0; i < errors.size(); ++i) EXPECT_LT(errors[i], kBound) << vanta_test::PortraitMarks()[i].name;
+  for (size_t i = 0; i < errors.size(); ++i) {
+    const bool lip = vanta_test::PortraitMarks()[i].point == tessera::kUpperLipTop ||
+                     vanta_test::PortraitMarks()[i].point == tessera::kLowerLipBottom;
+    EXPECT_LT(errors[i], lip && setup.grey ? kBoundOfGreyLips : kBound) << vanta_test::PortraitMarks()[i].name;
+  }
+  for (const float error : JawErrors(faces[0], picture)) EXPECT_LT(error, kJawBound);
 }
 
 TEST(Accuracy, UprightFace) {
