@@ -1,4 +1,4 @@
-# `cpack` in a Windows build folder: one zip for each of the two layouts in which hosts look for plug-ins.
+# `cpack` in a build folder. On Windows: one zip for each of the two layouts in which hosts look for plug-ins.
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_NAME vanta_filter)
@@ -10,5 +10,23 @@ if(WIN32)
   set(CPACK_ARCHIVE_CLASSIC_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-classic)
   set(CPACK_ARCHIVE_PLUGIN_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-plugin)
   set(CPACK_STRIP_FILES ON)  # debug information is four fifths of the DLL
+  include(CPack)
+elseif(UNIX AND NOT APPLE)
+  # `cpack` in a Linux build folder: a Debian package, below /usr, where Debian's OBS Studio finds the plug-in.
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_PACKAGE_NAME vanta-filter)
+  set(CPACK_PACKAGE_CONTACT "vanta_filter maintainers <vanta-filter@localhost>")
+  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_STRIP_FILES ON)
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SECTION video)
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS opencv-data)  # the cascades that find faces
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  # The package's own libraries belong to no package yet.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+    ${PROJECT_BINARY_DIR}/host ${PROJECT_BINARY_DIR}/engines/lumivex ${PROJECT_BINARY_DIR}/engines/tessera)
+  # A host, and what vanta-run plays with where there is no display.
+  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "obs-studio, obs-plugins, xvfb, libgl1-mesa-dri, libegl-mesa0")
+  set(CPACK_DEBIAN_PACKAGE_SUGGESTS gnuplot-nox)
   include(CPack)
 endif()

@@ -1,0 +1,163 @@
+"""The Debian package's plug-in in the distribution's own OBS Studio: filters are added to a playing video, set, looked at,
+removed, saved and found again by the next run."""
+import argparse
+import glob
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+
+from obs_client import Obs, await_value
+
+WIDTH, HEIGHT = 160, 90
+BEAUTY, GREEN_SCREEN, LANDMARK = "face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"
+RED, GREEN = (200, 40, 40), (40, 180, 70)
+
+
+def make_package(arguments, folder):
+    subprocess.run([arguments.cpack, "-G", "DEB", "--config", os.path.join(arguments.build, "CPackConfig.cmake"),
+                    "-B", folder], cwd=arguments.build, check=True, stdout=subprocess.DEVNULL)
+    packages = glob.glob(os.path.join(folder, "vanta-filter_*.deb"))
+    assert len(packages) == 1, packages
+    return packages[0]
+
+
+def check_package(package):
+    def field(name):
+        return subprocess.run(["dpkg-deb", "-f", package, name], check=True, stdout=subprocess.PIPE, text=True).stdout
+
+    assert field("Package").strip() == "vanta-filter"
+    depends = [entry.split()[0] for entry in field("Depends").split(",")]
+    for name in "libobs0", "libc6", "libyuv0", "opencv-data":
+        assert name in depends, (name, depends)
+
+
+def make_clip(path):
+    """Three seconds of a red block before a green backing, which moves a little so that every frame is another."""
+    subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                    f"color=0x{bytes(GREEN).hex()}:s=640x360:r=30:d=3", "-f", "lavfi", "-i",
+                    f"color=0x{bytes(RED).hex()}:s=240x240:r=30:d=3", "-filter_complex",
+                    "[0][1]overlay=200+8*sin(t*4):60,scale=out_color_matrix=bt709:out_range=tv", "-colorspace", "bt709",
+                    "-color_range", "tv", "-c:v", "libx264", "-crf", "12", "-pix_fmt", "yuv420p", path], check=True)
+
+
+def near(pixel, colour):
+    return all(abs(a - b) <= 30 for a, b in zip(pixel, colour))
+
+
+class Picture:
+    def __init__(self, rows):
+        self.middle, self.corner = rows[HEIGHT // 2][WIDTH // 2], rows[4][4]
+
+    def plain(self):
+        return near(self.middle, RED) and near(self.corner, GREEN) and self.middle[3] == self.corner[3] == 255
+
+    def keyed(self):
+        return near(self.middle, RED) and self.middle[3] > 240 and self.corner[3] < 16
+
+
+def look(obs, source, kind):
+    """Awaits a picture of that kind, and says what there was instead."""
+    seen = []
+
+    def attempt():
+        seen[:] = [Picture(obs.screenshot(source, WIDTH, HEIGHT))]
+        return getattr(seen[0], kind)()
+
+    try:
+        await_value(f"the picture is {kind}", attempt)
+    except AssertionError as error:
+        raise AssertionError(f"{error}; middle {seen[0].middle}, corner {seen[0].corner}") from None
+
+
+def filters(obs):
+    return [(entry["filterName"], entry["filterKind"]) for entry in
+            obs.ask("GetSourceFilterList", sourceName="clip")["filters"]]
+
+
+def end(obs):
+    status = obs.interrupt()
+    assert status == 0, f"exit status {status}"
+    log = obs.log()
+    assert "Number of memory leaks: 0" in log, [line for line in log.splitlines() if "leaks" in line]
+
+
+def first_run(obs, clip):
+    obs.connect()
+    scene = obs.scene()
+    kinds = obs.ask("GetSourceFilterKindList")["sourceFilterKinds"]
+    for kind in BEAUTY, GREEN_SCREEN, LANDMARK:
+        assert kind in kinds, kinds
+    obs.ask("CreateInput", sceneName=scene, inputName="clip", inputKind="ffmpeg_source",
+            inputSettings={"local_file": clip, "looping": True}, sceneItemEnabled=True)
+    look(obs, "clip", "plain")
+
+    for name, kind in ("beauty", BEAUTY), ("landmarks", LANDMARK):
+        obs.ask("CreateSourceFilter", sourceName="clip", filterName=name, filterKind=kind, filterSettings={})
+        look(obs, "clip", "plain")
+    obs.ask("SetSourceFilterSettings", sourceName="clip", filterName="beauty",
+            filterSettings={"sceneitem_orientation_info": {"hor_flip": False, "rot_deg": 0}})
+
+    # A key that keys nothing, then the backing's.
+    obs.ask("CreateSourceFilter", sourceName="clip", filterName="green", filterKind=GREEN_SCREEN,
+            filterSettings={"config": '{"keyColor":[0.5,0.5,0.5]}'})
+    look(obs, "clip", "plain")
+    key = ",".join(f"{part / 255:.3f}" for part in GREEN)
+    obs.ask("SetSourceFilterSettings", sourceName="clip", filterName="green",
+            filterSettings={"config": f'{{"keyColor":[{key}]}}'})
+    look(obs, "clip", "keyed")
+
+    # Removed and added again while the video plays.
+    for _ in range(3):
+        for name in "green", "beauty", "landmarks":
+            obs.ask("RemoveSourceFilter", sourceName="clip", filterName=name)
+        assert filters(obs) == [], filters(obs)
+        look(obs, "clip", "plain")
+        for name, kind in ("beauty", BEAUTY), ("landmarks", LANDMARK):
+            obs.ask("CreateSourceFilter", sourceName="clip", filterName=name, filterKind=kind, filterSettings={})
+        obs.ask("CreateSourceFilter", sourceName="clip", filterName="green", filterKind=GREEN_SCREEN,
+                filterSettings={"config": f'{{"keyColor":[{key}]}}'})
+        look(obs, "clip", "keyed")
+    end(obs)
+
+
+def second_run(obs):
+    obs.connect()
+    obs.scene()
+    names = {"beauty": BEAUTY, "landmarks": LANDMARK, "green": GREEN_SCREEN}
+    await_value("the saved filters are back", lambda: dict(filters(obs)) == names)
+    look(obs, "clip", "keyed")
+    end(obs)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    for name in "build", "cpack", "libdir":
+        parser.add_argument(f"--{name}", required=True)
+    arguments = parser.parse_args()
+    home = tempfile.mkdtemp(prefix="vanta_stock_obs_")
+    runs = []
+    try:
+        package = make_package(arguments, os.path.join(home, "package"))
+        check_package(package)
+        root = os.path.join(home, "root")
+        subprocess.run(["dpkg-deb", "-x", package, root], check=True)
+        clip = os.path.join(home, "clip.mp4")
+        make_clip(clip)
+        prefix = os.path.join(root, "usr")
+        runs.append(Obs(home, prefix, arguments.libdir))
+        first_run(runs[-1], clip)
+        runs.append(Obs(home, prefix, arguments.libdir))
+        second_run(runs[-1])
+    except BaseException:
+        for run in runs[-1:]:
+            print("\n".join(run.log().splitlines()[-80:]), file=sys.stderr)
+        raise
+    finally:
+        for run in runs:
+            run.kill()
+        shutil.rmtree(home, ignore_errors=True)
+
+
+main()
