@@ -107,10 +107,10 @@ class Obs:
         return [[tuple(raw[(y * width + x) * 4:(y * width + x) * 4 + 4]) for x in range(width)] for y in range(height)]
 
     def main_loop_waits(self):
-        """Whether the main thread is in the poll of its event loop; xcb, too, polls, but a single descriptor."""
+        """Whether the main thread is in the poll of its event loop. That has a timer; xcb polls without a time limit."""
         with open(f"/proc/{self.process.pid}/syscall") as file:
             words = file.read().split()
-        return words[0] == "7" and int(words[2], 16) > 1
+        return words[0] == "7" and 0 < int(words[3], 16) < 0x80000000
 
     def interrupt(self):
         """Ends it as Ctrl-C does. The exit status.
@@ -118,7 +118,6 @@ class Obs:
         OBS Studio 29 closes its window inside the signal's handler: where that interrupts Xlib or xcb, whose locks are
         then held, it hangs or crashes by itself. So the signal is sent while the main loop waits."""
         self.connection.close()
-        time.sleep(0.2)  # for what the disconnection is to the main loop; where it comes late, the test below sees it
         await_value("the main loop waits", self.main_loop_waits)
         self.process.send_signal(signal.SIGINT)
         return self.process.wait(60)
