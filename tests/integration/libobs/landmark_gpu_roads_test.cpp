@@ -23,10 +23,10 @@ using vanta_test::RunnerPicture;
 
 constexpr uint32_t kWidth = 320;
 constexpr uint32_t kHeight = 240;
-constexpr int kPictures = 8;
+constexpr int kPictures = 5;
 constexpr double kHalfAPixel = 0.5;
-// One capture may be under way with the picture before, and one with its texture queued.
-constexpr size_t kMessagesForANewPicture = 3;
+// Six captures of the picture before may be under way, a seventh begun.
+constexpr size_t kMessagesForANewPicture = 8;
 
 // A bright round patch on grey, with soft edges: its middle lies between pixels.
 Picture Patch(Point middle) {
