@@ -143,6 +143,7 @@ TEST_F(LandmarkFilter, WithoutTheHostsAdapterItShowsThePictureAndFindsNothing) {
   Create(true);  // on Wine's own Direct3D, whose adapter has another number
   ASSERT_TRUE(log_.WaitFor(LOG_ERROR, "Create D3D device or context failed!"));
   EXPECT_TRUE(log_.Has(LOG_ERROR, "Find Adapters failed"));
+  ASSERT_TRUE(WaitUntil([] { return host_double::Reports().size() >= 2; }, "reports"));  // each after its line
   const std::vector<HostReport> reports = host_double::Reports();
   EXPECT_EQ(reports, (std::vector<HostReport>{{19, "use gpu map."}, {19, "Create D3D device or context failed!"}}));
   RenderUntil([] { return gs_recorder::Count("gs_texrender_begin(") >= 2; }, "captures");
