@@ -5,13 +5,6 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VANTA_TEST_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VANTA_TEST_SANITIZED 1
-#endif
-#endif
 #if defined(__GLIBC__) && !defined(VANTA_TEST_SANITIZED)
 #define VANTA_TEST_COUNT_MALLOC 1
 #endif

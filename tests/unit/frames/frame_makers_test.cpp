@@ -67,7 +67,7 @@ TEST(MakePackedFrame, HasOnePlaneOfFourBytesAPixel) {
   EXPECT_EQ(frame->strides[0], 28);
 }
 
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(VANTA_TEST_SANITIZED)
 // What lay in the memory before shows through: the allocator fills fresh memory with the complement of a byte.
 TEST(MakePackedFrame, BufferIsNotCleared) {
   ASSERT_EQ(mallopt(M_PERTURB, 0x5A), 1);
