@@ -56,13 +56,19 @@ void *__libc_memalign(size_t alignment, size_t size);
 }
 #else
 // Under a sanitizer malloc stays its own, and operator new counts in its place.
-void *operator new(size_t size) {
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
   CountOne();
-  if (void *block = std::malloc(size ? size : 1)) return block;
+  return std::malloc(size ? size : 1);
+}
+void *operator new(size_t size) {
+  if (void *block = operator new(size, std::nothrow)) return block;
   throw std::bad_alloc();
 }
 void *operator new[](size_t size) {
   return operator new(size);
+}
+void *operator new[](size_t size, const std::nothrow_t &) noexcept {
+  return operator new(size, std::nothrow);
 }
 void *operator new(size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept {
   CountOne();
