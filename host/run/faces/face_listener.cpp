@@ -43,16 +43,25 @@ void FaceListener::OnFaces(void *param, calldata_t *data) {
   if (message != nullptr) static_cast<FaceListener *>(param)->Keep(message);
 }
 
+// The lines are made outside the lock: the graphics thread takes it for every picture that is drawn over.
 void FaceListener::Keep(obs_data_t *message) {
   FaceMessage read = ReadFaceMessage(message);
+  const uint64_t faces = read.points.size();
+  const uint64_t now = os_gettime_ns();
+  uint64_t start = 0;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    newest_ns_ = now;
+    newest_ = std::move(read);
+    start = start_ns_;
+  }
+  if (start == 0 || now < start) return;
+  std::string line = keep_lines_ ? FaceLine(message, static_cast<double>(now - start) / 1e9) : std::string();
   const std::lock_guard<std::mutex> lock(mutex_);
-  newest_ns_ = os_gettime_ns();
-  newest_ = std::move(read);
-  if (start_ns_ == 0) return;
   ++counts_.signals;
-  if (!newest_.points.empty()) ++counts_.with_faces;
-  counts_.most_faces = std::max<uint64_t>(counts_.most_faces, newest_.points.size());
-  if (keep_lines_) lines_.push_back(FaceLine(message, static_cast<double>(newest_ns_ - start_ns_) / 1e9));
+  if (faces > 0) ++counts_.with_faces;
+  counts_.most_faces = std::max(counts_.most_faces, faces);
+  if (keep_lines_) lines_.push_back(std::move(line));
 }
 
 }  // namespace vanta_run
