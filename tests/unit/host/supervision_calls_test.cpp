@@ -1,6 +1,8 @@
 #include <dlfcn.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -105,6 +107,24 @@ TEST(Supervision, LandmarkWorkersOfTwoThreadsStandApart) {
   }).join();
   ASSERT_EQ(Workers().size(), 1u);
   EXPECT_EQ(Workers()[0].id, 61u);
+}
+
+TEST(Supervision, LandmarkWorkersYieldToTheThreadsThatDraw) {
+  for (const auto set_id : {SetTesseraLandmarkFilterWorkerThreadId, SetTesseraLandmarkFilterGpuWorkerThreadId}) {
+    std::thread([set_id] {
+      const int before = getpriority(PRIO_PROCESS, 0);
+      set_id(51);
+      EXPECT_EQ(getpriority(PRIO_PROCESS, 0), std::max(before, 10));
+    }).join();
+  }
+}
+
+TEST(Supervision, LandmarkWorkerThatIsNicerAlreadyStaysSo) {
+  std::thread([] {
+    ASSERT_EQ(setpriority(PRIO_PROCESS, 0, 15), 0);
+    SetTesseraLandmarkFilterWorkerThreadId(51);
+    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 15);
+  }).join();
 }
 
 TEST(Watchdog, LogsAStuckWorkerFromAThreadOfItsOwn) {
