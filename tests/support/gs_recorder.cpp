@@ -5,6 +5,8 @@
 #include <mutex>
 #include <set>
 
+#include "support/fresh_start.h"
+
 namespace vanta_test::gs_recorder {
 namespace {
 
@@ -69,6 +71,8 @@ void Reset() {
   recorder.in_graphics.clear();
   recorder.module_file = "/paper/vanta_filter/file";
 }
+
+const FreshStart fresh_start(&Reset);
 
 std::vector<std::string> Calls() {
   Recorder &recorder = Get();

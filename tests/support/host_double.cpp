@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/thread.h"
+#include "support/fresh_start.h"
 #include "support/wait.h"
 
 namespace vanta_test {
@@ -74,6 +75,8 @@ void Reset() {
   host.corvid.clear();
   host.registrations.clear();
 }
+
+const FreshStart fresh_start(&Reset);
 
 HostSwitches Switches() {
   Host &host = GetHost();

@@ -6,6 +6,7 @@
 
 #include "module/mutex.h"
 #include "platform/clock.h"
+#include "support/fresh_start.h"
 #include "support/wait.h"
 
 namespace {
@@ -104,6 +105,8 @@ void MovableClock::Reset() {
   steady_ns = kSteadyStartNs;
   system_ns = kSystemStartMs * 1'000'000;
 }
+
+const FreshStart fresh_start(&MovableClock::Reset);
 
 void MovableClock::Advance(std::chrono::nanoseconds by) {
   system_ns += by.count();

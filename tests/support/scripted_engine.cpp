@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fresh_start.h"
 #include "support/wait.h"
 
 namespace vanta_test {
@@ -136,6 +137,8 @@ void Reset() {
   for (GateState &gate : engines.gates) gate.closed = false;
   engines.changed.notify_all();
 }
+
+const FreshStart fresh_start(&Reset);
 
 void SetScript(const EngineScript &script) {
   Engines &engines = GetEngines();

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fresh_start.h"
 #include "support/wait.h"
 
 namespace vanta_test {
@@ -91,6 +92,8 @@ void Reset() {
   runners.closed = false;
   runners.permits = 0;
 }
+
+const FreshStart fresh_start(&Reset);
 
 void SetScript(const RunnerScript &script) {
   std::lock_guard<std::mutex> lock(Get().mutex);
