@@ -4,6 +4,7 @@
 
 #include "faces/face_overlay.h"
 #include "failure.h"
+#include "vanta_host.h"
 
 namespace vanta_run {
 namespace {
@@ -71,6 +72,7 @@ void Stage::AddFilters(bool beauty) {
 }
 
 void Stage::AddLandmarks() {
+  vanta_host_set_landmark_in_background(true);  // here the processors also draw
   landmarks_ = CreateFilter(kLandmarkId, "landmarks", nullptr);
   obs_source_filter_add(source_->get(), landmarks_);
 }

@@ -1,7 +1,6 @@
 // Thread supervision as the module calls it and as the host application reads it.
-#include <sys/resource.h>
+#include <sched.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -46,12 +45,13 @@ void AddWorker(WorkerKind kind, uint64_t id) {
   Dog().Wake();
 }
 
-// Of the calling thread. Looking for faces takes half a processor where there is none, and drawing comes first: without
-// a GPU it is done by the same processors. Not the lowest niceness, since the thread holds locks of the driver's for
-// moments. A thread that is nicer already stays so.
-void YieldToDrawing() {
-  constexpr int kNiceness = 10;
-  setpriority(PRIO_PROCESS, 0, std::max(kNiceness, getpriority(PRIO_PROCESS, 0)));
+std::atomic<bool> landmark_in_background{false};
+
+// The calling thread from now on. A lower priority within the usual policy was measured not to be enough: where two
+// processors draw in software, its thread still kept those that draw waiting up to a tick at each of their wakings.
+void GoIntoBackground() {
+  const sched_param no_priority{};
+  sched_setscheduler(0, SCHED_IDLE, &no_priority);
 }
 
 // Landmark workers give no id with their timestamps and never say that they end. Their entry goes by the thread that
@@ -69,7 +69,7 @@ class LandmarkEntry {
     if (id != 0 && id != id_) {
       if (id_ != 0) Table().Remove(kind_, id_);
       id_ = id;
-      YieldToDrawing();
+      if (landmark_in_background) GoIntoBackground();
       AddWorker(kind_, id);
     }
     if (id_ != 0) Table().SetBusy(kind_, id_, id != 0);
@@ -134,6 +134,10 @@ void TesseraLandmarkFilterGpuWorkerThreadSleep() {
 
 size_t vanta_host_get_workers(vanta_host_worker *out, size_t capacity) {
   return Table().Copy(out, capacity);
+}
+
+void vanta_host_set_landmark_in_background(bool on) {
+  landmark_in_background = on;
 }
 
 void vanta_host_set_watchdog_ms(uint32_t busy_ms) {

@@ -61,6 +61,7 @@ TEST(Exports, AreThoseOfTheHeadersAndTheWrappedRegistration) {
       "vanta_host_set_flag",
       "vanta_host_get_flag",
       "vanta_host_get_workers",
+      "vanta_host_set_landmark_in_background",
       "vanta_host_set_watchdog_ms",
       "vanta_host_set_worker_sleep_us",
       "vanta_host_set_report_callback",

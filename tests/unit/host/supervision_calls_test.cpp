@@ -1,8 +1,7 @@
 #include <dlfcn.h>
-#include <sys/resource.h>
+#include <sched.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -109,22 +108,25 @@ TEST(Supervision, LandmarkWorkersOfTwoThreadsStandApart) {
   EXPECT_EQ(Workers()[0].id, 61u);
 }
 
-TEST(Supervision, LandmarkWorkersYieldToTheThreadsThatDraw) {
+TEST(Supervision, LandmarkWorkersAreScheduledAsOthersUnlessToldOtherwise) {
   for (const auto set_id : {SetTesseraLandmarkFilterWorkerThreadId, SetTesseraLandmarkFilterGpuWorkerThreadId}) {
     std::thread([set_id] {
-      const int before = getpriority(PRIO_PROCESS, 0);
+      const int before = sched_getscheduler(0);
       set_id(51);
-      EXPECT_EQ(getpriority(PRIO_PROCESS, 0), std::max(before, 10));
+      EXPECT_EQ(sched_getscheduler(0), before);
     }).join();
   }
 }
 
-TEST(Supervision, LandmarkWorkerThatIsNicerAlreadyStaysSo) {
-  std::thread([] {
-    ASSERT_EQ(setpriority(PRIO_PROCESS, 0, 15), 0);
-    SetTesseraLandmarkFilterWorkerThreadId(51);
-    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 15);
-  }).join();
+TEST(Supervision, LandmarkWorkersThatBeginInTheBackgroundHaveIdleTimeOnly) {
+  vanta_host_set_landmark_in_background(true);
+  for (const auto set_id : {SetTesseraLandmarkFilterWorkerThreadId, SetTesseraLandmarkFilterGpuWorkerThreadId}) {
+    std::thread([set_id] {
+      set_id(51);
+      EXPECT_EQ(sched_getscheduler(0), SCHED_IDLE);
+    }).join();
+  }
+  vanta_host_set_landmark_in_background(false);
 }
 
 TEST(Watchdog, LogsAStuckWorkerFromAThreadOfItsOwn) {
