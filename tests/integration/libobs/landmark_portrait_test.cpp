@@ -1,10 +1,16 @@
-// Both roads of the landmark filter on whole libobs, with the open vision runner and a portrait: the same points.
+// The landmark filter's two roads and the engine's own on whole libobs, with the open vision runner and a portrait: the
+// same points.
 #include <gtest/gtest.h>
+
+#include <libyuv/convert.h>
 
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "integration/support/beauty_chain.h"
+#include "integration/support/fed_source.h"
+#include "integration/support/host_frame.h"
 #include "integration/support/landmark_filter.h"
 #include "integration/support/obs_session.h"
 #include "integration/support/painted_source.h"
@@ -27,6 +33,14 @@ Picture PortraitAsPicture() {
   return picture;
 }
 
+// Of the newest message with a face, once there were enough for the points to settle. Nothing before.
+Points SettledPoints(const FaceReceiver &receiver) {
+  std::vector<Points> with_face;
+  for (const FaceMessage &message : receiver.Messages())
+    if (message.faces == 1) with_face.push_back(message.points);
+  return with_face.size() < 10 ? Points() : with_face.back();
+}
+
 // The published points of a still portrait, once they have settled.
 Points PointsOnRoad(const Picture &picture, Road road) {
   PaintedSource source;
@@ -34,20 +48,54 @@ Points PointsOnRoad(const Picture &picture, Road road) {
   FaceReceiver receiver;
   const LandmarkFilter filter(source.Get(), road);
   obs_set_output_source(0, source.Get());
-  Points newest;
-  vanta_test::WaitUntil(
-      [&] {
-        std::vector<Points> with_face;
-        for (const FaceMessage &message : receiver.Messages())
-          if (message.faces == 1) with_face.push_back(message.points);
-        if (with_face.size() < 10) return false;
-        newest = with_face.back();
-        return true;
-      },
-      "faces");
+  EXPECT_TRUE(vanta_test::WaitUntil([&] { return !SettledPoints(receiver).empty(); }, "faces"));
+  const Points newest = SettledPoints(receiver);
   EXPECT_EQ(receiver.Messages().back().width, picture.width);
   obs_set_output_source(0, nullptr);
   return newest;
+}
+
+// The engine looks at the frames that pass through the beauty filter.
+Points PointsOnTheEnginesRoad(const Picture &picture) {
+  const auto width = static_cast<int>(picture.width);
+  const auto height = static_cast<int>(picture.height);
+  const HostFrame frame = MakeFrame(0, VIDEO_FORMAT_I420, picture.width, picture.height);
+  obs_source_frame &i420 = *frame.Get();
+  libyuv::ABGRToI420(picture.pixels.data(), width * 4, i420.data[0], static_cast<int>(i420.linesize[0]), i420.data[1],
+                     static_cast<int>(i420.linesize[1]), i420.data[2], static_cast<int>(i420.linesize[2]), width, height);
+  vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, true);
+  FedSource source;
+  BeautyChain chain(source.Get());
+  FaceReceiver receiver;
+  EXPECT_TRUE(vanta_test::WaitUntil(
+      [&] {
+        FeedThrough(source, chain, frame);
+        return !SettledPoints(receiver).empty();
+      },
+      "faces"));
+  vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, false);
+  return SettledPoints(receiver);
+}
+
+// The module cuts the engine's points to whole pixels before it sends them.
+void ExpectCutWithinHalfAPixel(double cut, double whole) {
+  EXPECT_EQ(cut, std::floor(cut));
+  EXPECT_GE(whole - cut, -0.5);
+  EXPECT_LE(whole - cut, 1.5);
+}
+
+TEST(LandmarkPortrait, TheEnginesOwnRoadGivesThesePointsCutToWholePixels) {
+  const ObsSession session;
+  RegisterPaintedSource();
+  const Picture picture = PortraitAsPicture();
+  const Points gpu = PointsOnRoad(picture, Road::kGpu);
+  const Points engine = PointsOnTheEnginesRoad(picture);
+  ASSERT_EQ(gpu.size(), 5u);
+  ASSERT_EQ(engine.size(), 5u);
+  for (size_t i = 0; i < gpu.size(); ++i) {
+    ExpectCutWithinHalfAPixel(engine[i].x, gpu[i].x);
+    ExpectCutWithinHalfAPixel(engine[i].y, gpu[i].y);
+  }
 }
 
 TEST(LandmarkPortrait, BothRoadsGiveTheSamePointsWithinHalfAPixel) {
