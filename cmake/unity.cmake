@@ -1,6 +1,6 @@
 # Fewer and bigger compilations where the same sources are compiled again, under a sanitizer or by another compiler: what
-# the files of a group include is read, and its templates made, once for all of them. The plain build takes each file by
-# itself, so that a missing #include shows there.
+# the files of a group include is read, and its templates made, once for all of them. Off, each file is taken by itself,
+# so that a missing #include shows.
 option(VANTA_UNITY "Compile the sources in groups" OFF)
 
 # vanta_unity(target GROUP FILES...): FILES, sources of `target` listed in the same folder's list, as one compilation.
