@@ -10,9 +10,9 @@
 namespace lumivex {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
-constexpr int kFormat = 1;
+constexpr int kMakeupFormat = 1;
 constexpr float kFarthest = 16384.0f;  // pixels from a picture's corner
 
 constexpr std::array<std::pair<std::string_view, MakeupBlend>, 4> kBlends = {{{"normal", MakeupBlend::kNormal},
@@ -60,7 +60,7 @@ class MakeupReader {
     const Json json = Json::parse(text, nullptr, false);
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
-    if (format == json.end() || *format != kFormat) return Fail("its \"format\" is not 1");
+    if (format == json.end() || *format != kMakeupFormat) return Fail("its \"format\" is not 1");
     if (!HasOnly(json, {"format", "about", "layers"})) return false;
     const auto layers = json.find("layers");
     if (layers == json.end() || !layers->is_array() || layers->empty()) return Fail("it has no \"layers\"");

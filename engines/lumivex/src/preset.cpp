@@ -7,10 +7,10 @@
 namespace lumivex {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 namespace fs = std::filesystem;
 
-constexpr int kFormat = 1;
+constexpr int kPresetFormat = 1;
 constexpr int kDeepestGroup = 4;  // groups within groups
 
 bool IsBareName(const std::string &text) {
@@ -41,7 +41,7 @@ class PresetReader {
     const Json json = Json::parse(stream, nullptr, false);
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
-    if (format == json.end() || *format != kFormat) return Fail("its \"format\" is not 1");
+    if (format == json.end() || *format != kPresetFormat) return Fail("its \"format\" is not 1");
     if (const auto presets = json.find("presets"); presets != json.end()) return ReadMembers(file, *presets, depth);
     const auto beauty = json.find("beauty");
     if (beauty == json.end() || !beauty->is_object()) return Fail("it has neither \"beauty\" nor \"presets\"");

@@ -5,7 +5,7 @@
 namespace lumivex {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 // Empty for what no parameter can be.
 std::optional<std::string> TextOf(const Json &value) {

@@ -11,7 +11,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int64_t kFormat = 1;
+constexpr int64_t kEffectFormat = 1;
 constexpr size_t kMaxNameBytes = 256;
 constexpr size_t kMaxDescriptionBytes = 4096;
 constexpr float kLargestSize = 20.0f;
@@ -43,8 +43,8 @@ class PlanReader {
   std::string Read(const Json &json) {
     JsonMembers members(json, "the effect");
     int64_t format = 0;
-    members.Whole("format", kFormat, kFormat, format);
-    if (members.Good() && format != kFormat) members.Fail("format", "is missing; it must be 1");
+    members.Whole("format", kEffectFormat, kEffectFormat, format);
+    if (members.Good() && format != kEffectFormat) members.Fail("format", "is missing; it must be 1");
     std::string about;
     members.Text("about", kMaxDescriptionBytes, about);
     members.Text("description", kMaxDescriptionBytes, plan.description);
