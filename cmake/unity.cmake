@@ -2,12 +2,11 @@
 # the files of a group include is read, and its templates made, once for all of them. Off, each file is taken by itself,
 # so that a missing #include shows.
 option(VANTA_UNITY "Compile the sources in groups" OFF)
-set(VANTA_UNITY_EXCEPT "" CACHE STRING "Targets whose sources are taken one by one all the same")
 
 # vanta_unity(target GROUP FILES...): FILES, sources of `target` listed in the same folder's list, as one compilation.
 # Names in their anonymous namespaces must differ; a file where they cannot stays outside.
 function(vanta_unity target group)
-  if(VANTA_UNITY AND NOT target IN_LIST VANTA_UNITY_EXCEPT)
+  if(VANTA_UNITY)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
     set_source_files_properties(${ARGN} PROPERTIES UNITY_GROUP ${group})
   endif()

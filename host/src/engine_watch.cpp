@@ -81,11 +81,12 @@ void OnFilterSignal(void *, calldata_t *data) {
   if (!started) return;
   Jump &jump = TheJump();
   MutexLock lock(jump.mutex);
-  engine_state = *started ? VANTA_ENGINE_RUNNING : VANTA_ENGINE_MISSING;
   if (*started)
     TakeJumpBack(jump);
   else
     SetJump(jump);
+  // Last: whoever sees that the engine is missing finds the jump in its place.
+  engine_state = *started ? VANTA_ENGINE_RUNNING : VANTA_ENGINE_MISSING;
 }
 
 void ForgetEngine() {

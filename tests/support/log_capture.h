@@ -6,6 +6,11 @@
 
 namespace vanta_test {
 
+// The levels of blog(), by their numbers: those are the contract.
+inline constexpr int kError = 100;
+inline constexpr int kWarning = 200;
+inline constexpr int kInfo = 300;
+
 struct LogLine {
   int level = 0;
   std::string text;

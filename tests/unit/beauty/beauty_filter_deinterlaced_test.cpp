@@ -6,14 +6,15 @@
 
 #include "filter_bench.h"
 #include "module/host_frame.h"
+#include "support/log_capture.h"
 #include "support/wait.h"
 
 namespace {
 
 using namespace vanta_test;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
 
 class BeautyFilterDeinterlaced : public FilterBench {
  protected:

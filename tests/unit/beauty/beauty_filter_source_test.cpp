@@ -7,6 +7,7 @@
 #include "engine/faceless_instance.h"
 #include "filter_bench.h"
 #include "module/host_frame.h"
+#include "support/log_capture.h"
 #include "support/wait.h"
 
 namespace {
@@ -15,8 +16,8 @@ using namespace vanta_test;
 using namespace std::chrono_literals;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
 constexpr char kEnqueueFailed[] = "[beauty][FaceBeautyFilterWorker]  EnqueueFrame failed, return original frame";
 constexpr char kDequeueFailed[] = "[beauty][FaceBeautyFilterWorker]  DequeueFrame failed, return last frame";
 constexpr char kUninited[] = "[beauty][FaceBeautyFilterWorker]  worker is uninited, return original frame";

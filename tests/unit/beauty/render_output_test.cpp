@@ -1,15 +1,16 @@
 // What video_render draws, call by call.
 #include "engine/lumivex_render.h"
 #include "filter_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
+using vanta_test::kError;
 constexpr char kTag[] = "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  ";
 
 class RenderOutput : public FilterBench {

@@ -3,13 +3,14 @@
 
 #include "module/host_frame.h"
 #include "worker_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using std::chrono::milliseconds;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 constexpr char kStart[] = "[beauty] ReduceBeautyDelay, reduce beauty delay start";
 constexpr char kDone[] = "[beauty] DoneReduceBeautyDelay, reduce beauty delay done";
 

@@ -1,13 +1,14 @@
 // The dump road: a frame that the host marked comes back under its id, with the engine's text.
 #include "module/host_frame.h"
 #include "worker_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
 
 class WorkerDump : public WorkerBench {
  protected:

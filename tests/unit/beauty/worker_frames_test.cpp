@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "module/host_frame.h"
+#include "support/log_capture.h"
 #include "support/wait.h"
 #include "worker_bench.h"
 
@@ -11,8 +12,8 @@ namespace {
 using namespace vanta_test;
 using namespace std::chrono_literals;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
 
 class WorkerFrames : public WorkerBench {
  protected:

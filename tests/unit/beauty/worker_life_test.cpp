@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "engine/faceless_instance.h"
+#include "support/log_capture.h"
 #include "support/wait.h"
 #include "worker_bench.h"
 
@@ -12,8 +13,8 @@ namespace {
 using namespace vanta_test;
 using Lines = std::vector<LogLine>;
 
-constexpr int kInfo = 300;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kError;
 
 class WorkerLife : public WorkerBench {};
 

@@ -5,13 +5,14 @@
 
 #include "engine/faceless_instance.h"
 #include "worker_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 
 FacelessEngineSnapshot FullSnapshot() {
   FacelessEngineSnapshot snapshot;

@@ -5,6 +5,7 @@
 #include <obs.hpp>
 
 #include "worker_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ namespace {
 
 using namespace vanta_test;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 
 OBSDataAutoRelease Settings(const char *json) {
   OBSDataAutoRelease settings = obs_data_create_from_json(json);

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 bool code_page_refuses = false;
@@ -42,8 +43,8 @@ namespace {
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kError;
 constexpr char kTakesOver[] = R"("disableCustomBeautify":true,"disableCustomDeform":false,"disableCustomMakeup":true,)"
                               R"("disableCustomColorFilter":false,"disableCustomSlimming":true)";
 constexpr char kFirstTry[] = "[beauty] LumivexRender::MagicFaceCallBack failed to parse config json ";

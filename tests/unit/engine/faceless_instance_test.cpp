@@ -17,7 +17,7 @@ namespace {
 using namespace vanta_test;
 using vanta::FacelessInstance;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 
 TEST(ControlObject, IsOneForTheProcessAndMadeOnce) {
   const LogCapture log;

@@ -8,15 +8,16 @@
 
 #include "engine/ability_handler.h"
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
+using vanta_test::kError;
 
 struct Handler final : ILiveEffectJsonAbilityHandler {
   void Reserved() override { calls.push_back("Reserved"); }

@@ -1,13 +1,14 @@
 // The choice between shared texture and memory, with its process-wide state: a process for each case.
 #include "engine/lumivex_render.h"
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using vanta::LumivexRender;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 
 class InteropChoice : public EngineBench {
  protected:

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "engine_bench.h"
+#include "support/log_capture.h"
 #include "support/scripted_runner.h"
 
 namespace {
@@ -13,8 +14,8 @@ namespace {
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kError;
 
 class LumivexCallbacks : public EngineBench {
  protected:

@@ -4,14 +4,15 @@
 
 #include "engine/ability_handler.h"
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kWarning = 200;
+using vanta_test::kInfo;
+using vanta_test::kWarning;
 
 struct AbilityHandler final : ILiveEffectJsonAbilityHandler {
   void Reserved() override { calls.push_back("Reserved"); }

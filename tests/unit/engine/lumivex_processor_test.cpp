@@ -2,13 +2,14 @@
 #include <cstring>
 
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using vanta::LumivexProcessor;
 
-constexpr int kInfo = 300;
+using vanta_test::kInfo;
 
 class Processor : public EngineBench {
  protected:

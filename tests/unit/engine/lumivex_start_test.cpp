@@ -7,14 +7,15 @@
 
 #include "engine/engine_paths.h"
 #include "engine_bench.h"
+#include "support/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-constexpr int kInfo = 300;
-constexpr int kError = 100;
+using vanta_test::kInfo;
+using vanta_test::kError;
 
 class LumivexStart : public EngineBench {
  protected:
