@@ -47,11 +47,11 @@ void AddWorker(WorkerKind kind, uint64_t id) {
 
 std::atomic<bool> landmark_in_background{false};
 
-// The calling thread from now on. A lower priority within the usual policy was measured not to be enough: where two
-// processors draw in software, its thread still kept those that draw waiting up to a tick at each of their wakings.
-void GoIntoBackground() {
+// The calling thread from now on. The policy keeps it from displacing a thread that draws, and tells a vision runner
+// that looks that its caller can wait.
+void BecomeBatchWork() {
   const sched_param no_priority{};
-  sched_setscheduler(0, SCHED_IDLE, &no_priority);
+  sched_setscheduler(0, SCHED_BATCH, &no_priority);
 }
 
 // Landmark workers give no id with their timestamps and never say that they end. Their entry goes by the thread that
@@ -69,7 +69,7 @@ class LandmarkEntry {
     if (id != 0 && id != id_) {
       if (id_ != 0) Table().Remove(kind_, id_);
       id_ = id;
-      if (landmark_in_background) GoIntoBackground();
+      if (landmark_in_background) BecomeBatchWork();
       AddWorker(kind_, id);
     }
     if (id_ != 0) Table().SetBusy(kind_, id_, id != 0);

@@ -45,19 +45,7 @@ cv::Rect2d ExpandedBox(const std::vector<cv::Point2f> &points, const Placement &
   return box & cv::Rect2d(0, 0, size.width, size.height);
 }
 
-}  // namespace
-
-bool FaceFinder::Load(const std::string &face_cascade, const std::string &eye_cascade) {
-  return search_.Load(face_cascade) && (eye_cascade.empty() || eyes_.Load(eye_cascade));
-}
-
-void FaceFinder::SetMaxFaces(int faces) {
-  max_faces_ = faces;
-  if (tracks_.size() > static_cast<size_t>(faces)) tracks_.resize(static_cast<size_t>(faces));
-  until_whole_search_ = 0;
-}
-
-void FaceFinder::Smooth(Track &track, const std::vector<cv::Point2f> &points) const {
+void Smooth(FaceTrack &track, const std::vector<cv::Point2f> &points) {
   if (track.points.size() != points.size()) {
     track.points = points;
     return;
@@ -72,58 +60,72 @@ void FaceFinder::Smooth(Track &track, const std::vector<cv::Point2f> &points) co
   for (size_t i = 0; i < points.size(); ++i) track.points[i] += (points[i] - track.points[i]) * part;
 }
 
+}  // namespace
+
+void FaceMemory::SetMaxFaces(int faces) {
+  max_faces = faces;
+  if (tracks.size() > static_cast<size_t>(faces)) tracks.resize(static_cast<size_t>(faces));
+  until_whole_search = 0;
+}
+
+bool FaceFinder::Load(const std::string &face_cascade, const std::string &eye_cascade) {
+  return search_.Load(face_cascade) && (eye_cascade.empty() || eyes_.Load(eye_cascade));
+}
+
 bool FaceFinder::IsFace(const CoarseFace &face, const Eyes &eyes) const {
   if (eyes.seen == 2 || face.score >= kScoreWithoutEyes) return true;
   return (eyes.seen == 1 || !eyes_.CanSee()) && face.score >= kScoreWithOneEye;
 }
 
-void FaceFinder::FollowFaces(const PictureView &picture) {
-  std::vector<Track> followed;
-  for (Track &track : tracks_) {
+void FaceFinder::FollowFaces(const PictureView &picture, FaceMemory &memory) {
+  std::vector<FaceTrack> followed;
+  for (FaceTrack &track : memory.tracks) {
     const auto face = search_.Near(picture.y, track.placement);
     if (!face) continue;
     const Eyes eyes = eyes_.Find(picture.y, face->placement);
-    const bool known = std::any_of(followed.begin(), followed.end(),
-                                   [&eyes](const Track &other) { return Overlap(other.placement, eyes.placement); });
+    const bool known = std::any_of(followed.begin(), followed.end(), [&eyes](const FaceTrack &other) {
+      return Overlap(other.placement, eyes.placement);
+    });
     if (known) continue;
     track.placement = eyes.placement;
     Smooth(track, FitShape(eyes.placement, FindFeatures(picture, eyes.placement)));
-    last_angle_ = eyes.placement.angle;
+    memory.last_angle = eyes.placement.angle;
     followed.push_back(std::move(track));
   }
-  tracks_ = std::move(followed);
+  memory.tracks = std::move(followed);
 }
 
-void FaceFinder::LookForMore(const PictureView &picture) {
-  for (const CoarseFace &face : search_.Whole(picture.y, last_angle_, max_faces_)) {
-    if (tracks_.size() >= static_cast<size_t>(max_faces_)) break;
+void FaceFinder::LookForMore(const PictureView &picture, FaceMemory &memory) {
+  for (const CoarseFace &face : search_.Whole(picture.y, memory.last_angle, memory.max_faces, memory.fruitless)) {
+    if (memory.tracks.size() >= static_cast<size_t>(memory.max_faces)) break;
     const Eyes eyes = eyes_.Find(picture.y, face.placement);
     if (!IsFace(face, eyes)) continue;
-    const bool known = std::any_of(tracks_.begin(), tracks_.end(),
-                                   [&eyes](const Track &track) { return Overlap(track.placement, eyes.placement); });
+    const bool known = std::any_of(memory.tracks.begin(), memory.tracks.end(), [&eyes](const FaceTrack &track) {
+      return Overlap(track.placement, eyes.placement);
+    });
     if (known) continue;
-    Track track{eyes.placement, FitShape(eyes.placement, FindFeatures(picture, eyes.placement))};
-    last_angle_ = eyes.placement.angle;
-    tracks_.push_back(std::move(track));
+    FaceTrack track{eyes.placement, FitShape(eyes.placement, FindFeatures(picture, eyes.placement))};
+    memory.last_angle = eyes.placement.angle;
+    memory.tracks.push_back(std::move(track));
   }
 }
 
-std::vector<FoundFace> FaceFinder::Find(const PictureView &picture) {
-  if (picture.y.size() != size_) {
-    tracks_.clear();
-    size_ = picture.y.size();
+std::vector<FoundFace> FaceFinder::Find(const PictureView &picture, FaceMemory &memory) {
+  if (picture.y.size() != memory.size) {
+    memory.tracks.clear();
+    memory.size = picture.y.size();
   }
-  FollowFaces(picture);
-  const bool room = tracks_.size() < static_cast<size_t>(max_faces_);
-  if (tracks_.empty() || (room && --until_whole_search_ <= 0)) {
-    LookForMore(picture);
-    until_whole_search_ = kWholeSearchEvery;
+  FollowFaces(picture, memory);
+  const bool room = memory.tracks.size() < static_cast<size_t>(memory.max_faces);
+  if (memory.tracks.empty() || (room && --memory.until_whole_search <= 0)) {
+    LookForMore(picture, memory);
+    memory.until_whole_search = kWholeSearchEvery;
   }
   std::vector<FoundFace> faces;
-  for (const Track &track : tracks_) {
+  for (const FaceTrack &track : memory.tracks) {
     FoundFace face;
     face.points = track.points;
-    face.box = ExpandedBox(track.points, track.placement, size_);
+    face.box = ExpandedBox(track.points, track.placement, memory.size);
     faces.push_back(std::move(face));
   }
   return faces;

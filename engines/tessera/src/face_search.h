@@ -22,9 +22,9 @@ class FaceSearch {
   bool Load(const std::string &file);
 
   // Searches the whole picture, at `first_angle` (radians), upright, turned to either side, and for small faces, until
-  // `wanted` good faces are found. A search that keeps finding nothing tries two of these a call, in turn. Best faces
-  // first, one for each place.
-  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted);
+  // `wanted` good faces are found. A search that keeps finding nothing tries two of these a call, in turn: `fruitless`
+  // counts such calls in a row. Best faces first, one for each place.
+  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless);
 
   // Searches near where a face was seen, at its angle and at two beside it.
   std::optional<CoarseFace> Near(const cv::Mat &luma, const Placement &last);
@@ -37,7 +37,6 @@ class FaceSearch {
   std::vector<CoarseFace> Search(const cv::Mat &luma, const Pass &pass);
 
   Cascade cascade_;
-  size_t fruitless_ = 0;  // searches of the whole picture without a face, in a row
 };
 
 }  // namespace tessera

@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "background_finder.h"
 #include "cascade_files.h"
 #include "face_finder.h"
 #include "landmark_params.h"
@@ -29,10 +30,33 @@ bool ViewOf(int width, int height, unsigned char *const planes[3], const int str
 
 struct TesseraRunner::State {
   TesseraConfig::State config;
+  std::string face_cascade;
+  std::string eye_cascade;  // empty: there is none
   FaceFinder finder;
+  FaceMemory memory;
+  std::unique_ptr<BackgroundFinder> background;  // for a caller that is batch work, from its first picture on
   bool ready = false;
   bool failure_said = false;
+
+  void MakeBackground();
+  std::vector<FoundFace> Find(const PictureView &picture);
 };
+
+void TesseraRunner::State::MakeBackground() {
+  const auto other = std::make_shared<FaceFinder>();  // cascades are for one thread
+  if (!other->Load(face_cascade, eye_cascade)) return;
+  background = std::make_unique<BackgroundFinder>(
+      [other](const PictureView &picture, FaceMemory &its_memory) { return other->Find(picture, its_memory); });
+}
+
+std::vector<FoundFace> TesseraRunner::State::Find(const PictureView &picture) {
+  std::vector<FoundFace> faces;
+  if (CallerIsBatchWork()) {
+    if (!background) MakeBackground();
+    if (background && background->Find(picture, memory, faces)) return faces;
+  }
+  return finder.Find(picture, memory);
+}
 
 TesseraRunner::TesseraRunner() : state_(std::make_shared<State>()) {}
 TesseraRunner::~TesseraRunner() = default;
@@ -49,8 +73,11 @@ void TesseraRunner::setLogLevel(int) {}
 
 int TesseraRunner::init() {
   const TesseraConfig::State &config = state_->config;
-  const std::string faces = FindCascade(kFaceCascade, config.model_folder, config.model_files);
-  const std::string eyes = FindCascade(kEyeCascade, config.model_folder, config.model_files);
+  state_->face_cascade = FindCascade(kFaceCascade, config.model_folder, config.model_files);
+  state_->eye_cascade = FindCascade(kEyeCascade, config.model_folder, config.model_files);
+  const std::string &faces = state_->face_cascade;
+  const std::string &eyes = state_->eye_cascade;
+  state_->background.reset();
   state_->ready = false;
   if (faces.empty()) {
     blog(LOG_ERROR,
@@ -73,7 +100,7 @@ int TesseraRunner::init() {
 }
 
 void TesseraRunner::setParam(std::shared_ptr<Any> param) {
-  if (param) state_->finder.SetMaxFaces(ReadLandmarkParams(*param).max_faces);
+  if (param) state_->memory.SetMaxFaces(ReadLandmarkParams(*param).max_faces);
 }
 
 int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out) {
@@ -87,7 +114,7 @@ int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<Tess
   }
   try {
     auto result = std::make_shared<TesseraOut>();
-    result->getAny() = std::make_shared<Any>(ResultTree(state_->finder.Find(view)));
+    result->getAny() = std::make_shared<Any>(ResultTree(state_->Find(view)));
     out = std::move(result);
     return 0;
   } catch (const std::exception &error) {

@@ -118,12 +118,12 @@ TEST(Supervision, LandmarkWorkersAreScheduledAsOthersUnlessToldOtherwise) {
   }
 }
 
-TEST(Supervision, LandmarkWorkersThatBeginInTheBackgroundHaveIdleTimeOnly) {
+TEST(Supervision, LandmarkWorkersThatBeginInTheBackgroundAreBatchWork) {
   vanta_host_set_landmark_in_background(true);
   for (const auto set_id : {SetTesseraLandmarkFilterWorkerThreadId, SetTesseraLandmarkFilterGpuWorkerThreadId}) {
     std::thread([set_id] {
       set_id(51);
-      EXPECT_EQ(sched_getscheduler(0), SCHED_IDLE);
+      EXPECT_EQ(sched_getscheduler(0), SCHED_BATCH);
     }).join();
   }
   vanta_host_set_landmark_in_background(false);
