@@ -359,6 +359,19 @@ void RefuseBeautyOptions(const Options &options) {
   }
 }
 
+// Before and after are taken from frames in memory: one handed over as a texture would show the former twice.
+void KeepFramesInMemory(Options &options) {
+  bool textures = false;  // what is said last counts
+  for (const auto &[which, on] : options.switches) {
+    if (which == VANTA_SWITCH_CREATE_GL_CONTEXT) textures = on;
+  }
+  if (textures) {
+    throw Failure(kExitUsage, options.dump ? "--dump-frame" : "--compare", "needs frames in memory",
+                  "drop it, or --gl-context on");
+  }
+  options.switches.emplace_back(VANTA_SWITCH_CREATE_GL_CONTEXT, false);
+}
+
 }  // namespace
 
 ParseResult ParseOptions(int argc, char **argv, Options &options) {
@@ -406,9 +419,7 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
     throw Failure(kExitUsage, "--dump-frame", "the run ends before that frame enters, by --frames",
                   "give a smaller number");
   }
-  // Before and after are taken from frames in memory. First, so that a switch of the command line wins.
-  if (!options.compare.empty() || options.dump)
-    options.switches.insert(options.switches.begin(), {VANTA_SWITCH_CREATE_GL_CONTEXT, false});
+  if (!options.compare.empty() || options.dump) KeepFramesInMemory(options);
   return ParseResult::kRun;
 }
 

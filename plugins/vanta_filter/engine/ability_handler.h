@@ -5,6 +5,8 @@
 
 // Implemented by the host application, called through its table of virtual functions: the order is a contract.
 // Threads: [engine], or the thread of the command that led to the call.
+// Answer from another thread: with asynchronous commands off, a command sent from inside of a call waits for the worker's
+// lock, which may be held for that very call.
 class ILiveEffectJsonAbilityHandler {
  public:
   virtual void Reserved() = 0;  // the host's own; this module never calls it

@@ -73,6 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
                     BadValue{"DumpFrame", {"--dump-frame", "0"}}, BadValue{"DumpFrameText", {"--dump-frame", "last"}},
                     BadValue{"DumpFramePrefix", {"--dump-frame", "3="}},
                     BadValue{"DumpFramePastTheEnd", {"--dump-frame", "9", "--frames", "8"}},
+                    BadValue{"DumpFrameOfTextures", {"--dump-frame", "9", "--gl-context", "on"}},
+                    BadValue{"CompareOfTextures", {"--compare", "c.png", "--gl-context", "on"}},
                     BadValue{"DumpFrameWithoutFilter", {"--no-beauty", "--dump-frame", "9"}},
                     BadValue{"Ending", {"--output", "out.doc"}}, BadValue{"EventName", {"--event", ""}},
                     BadValue{"EffectFolder", {"--effect", ""}}, BadValue{"MakeupIntensity", {"--makeup", ".=2"}}),
