@@ -169,12 +169,18 @@ Screenshot PlayClip(const MediaClip &clip, bool on_gpu) {
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, on_gpu);
   const ObsSession session({.stock_media = true});
   SetNeutralPreset(session, 0.5f);
-  const OBSSourceAutoRelease source = clip.MakeSource();
+  const OBSSourceAutoRelease source = clip.MakeSource(true);
   const OBSDataAutoRelease settings = OpenInterop();
   BeautyChain chain(source, settings);
   obs_set_output_source(0, source);
-  EXPECT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= 20; }, "twenty frames"));
-  EXPECT_EQ(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE), on_gpu);
+  EXPECT_TRUE(vanta_test::WaitUntil(
+      [on_gpu] {
+        return vanta_host_get_engine_state() == VANTA_ENGINE_RUNNING &&
+               vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE) == on_gpu;
+      },
+      "the engine's road"));
+  const size_t before = chain.behind.Count();
+  EXPECT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= before + 20; }, "twenty frames"));
   WaitForTicks(2);
   const Screenshot shot = TakeScreenshot(source);
   chain.RemoveFilter();

@@ -56,7 +56,7 @@ TEST(RealEngine, AMediaFileIsPlayedThroughIt) {
   const MediaClip clip(VIDEO_FORMAT_I420, 30, 60, 3, 320, 180);
   ASSERT_TRUE(clip.Made());
   const ObsSession session({.stock_media = true});
-  const OBSSourceAutoRelease source = clip.MakeSource();
+  const OBSSourceAutoRelease source = clip.MakeSource(true);  // an engine may take longer to start than the clip does
   BeautyChain chain(source);
   obs_set_output_source(0, source);
   ASSERT_TRUE(vanta_test::WaitUntil(

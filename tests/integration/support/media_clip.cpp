@@ -84,11 +84,11 @@ MediaClip::~MediaClip() {
   if (!folder_.empty()) std::filesystem::remove_all(folder_, ignored);
 }
 
-OBSSourceAutoRelease MediaClip::MakeSource() const {
+OBSSourceAutoRelease MediaClip::MakeSource(bool looping) const {
   const OBSDataAutoRelease settings = obs_data_create();
   obs_data_set_string(settings, "local_file", clip_.c_str());
   obs_data_set_bool(settings, "is_local_file", true);
-  obs_data_set_bool(settings, "looping", false);
+  obs_data_set_bool(settings, "looping", looping);
   obs_data_set_bool(settings, "restart_on_activate", true);
   obs_data_set_bool(settings, "clear_on_media_end", false);
   obs_data_set_bool(settings, "hw_decode", false);

@@ -18,8 +18,8 @@ class MediaClip {
   MediaClip &operator=(const MediaClip &) = delete;
 
   bool Made() const { return made_; }
-  // A stock media source that plays the clip once it is shown.
-  OBSSourceAutoRelease MakeSource() const;
+  // A stock media source that plays the clip when it is shown, once or over and over.
+  OBSSourceAutoRelease MakeSource(bool looping = false) const;
 
  private:
   std::string folder_;
