@@ -12,6 +12,14 @@ function(vanta_unity target group)
   endif()
 endfunction()
 
+# vanta_unity_tests(target): a test's sources by fives. One whose names collide with another's has the property
+# SKIP_UNITY_BUILD_INCLUSION.
+function(vanta_unity_tests target)
+  if(VANTA_UNITY)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+  endif()
+endfunction()
+
 # vanta_unity_folders(target FOLDERS...): each folder's sources of `target` as one group.
 function(vanta_unity_folders target)
   get_target_property(sources ${target} SOURCES)
