@@ -64,77 +64,72 @@ class HeldSearch {
   pid_t thread_ = 0;
 };
 
-TEST(BackgroundFinder, GivesWhatTheSearchFindsAndRemembers) {
+class BackgroundFinding : public testing::Test {
+ protected:
+  FaceMemory memory_;
+  std::vector<FoundFace> faces_;
+};
+
+TEST_F(BackgroundFinding, GivesWhatTheSearchFindsAndRemembers) {
   BackgroundFinder finder(WidthAsFace);
-  FaceMemory memory;
-  std::vector<FoundFace> faces;
   for (const int side : {16, 32, 48}) {
-    ASSERT_TRUE(finder.Find(Picture(side), memory, faces, kLong));
-    ASSERT_EQ(faces.size(), 1U);
-    EXPECT_EQ(faces[0].box.width, side);
+    ASSERT_TRUE(finder.Find(Picture(side), memory_, faces_, kLong));
+    ASSERT_EQ(faces_.size(), 1U);
+    EXPECT_EQ(faces_[0].box.width, side);
   }
-  EXPECT_EQ(memory.until_whole_search, 3);
+  EXPECT_EQ(memory_.until_whole_search, 3);
 }
 
-TEST(BackgroundFinder, SearchesOnAThreadWithIdleTimeOnly) {
+TEST_F(BackgroundFinding, SearchesOnAThreadWithIdleTimeOnly) {
   int policy = -1;
   BackgroundFinder finder([&policy](const PictureView &, FaceMemory &) {
     policy = sched_getscheduler(0);
     return std::vector<FoundFace>();
   });
-  FaceMemory memory;
-  std::vector<FoundFace> faces;
-  ASSERT_TRUE(finder.Find(Picture(16), memory, faces, kLong));
+  ASSERT_TRUE(finder.Find(Picture(16), memory_, faces_, kLong));
   EXPECT_EQ(policy, SCHED_IDLE);
 }
 
-TEST(BackgroundFinder, SearchThatTakesTooLongLeavesMemoryAndFacesAsTheyWere) {
+TEST_F(BackgroundFinding, SearchThatTakesTooLongLeavesMemoryAndFacesAsTheyWere) {
   HeldSearch search;
   BackgroundFinder finder(search);
-  FaceMemory memory;
-  std::vector<FoundFace> faces(2);
-  EXPECT_FALSE(finder.Find(Picture(16), memory, faces, 0ms));
+  faces_.resize(2);
+  EXPECT_FALSE(finder.Find(Picture(16), memory_, faces_, 0ms));
   search.AwaitBegin();
-  EXPECT_FALSE(finder.Find(Picture(32), memory, faces, 0ms));
-  EXPECT_EQ(memory.until_whole_search, 0);
-  EXPECT_EQ(faces.size(), 2U);
+  EXPECT_FALSE(finder.Find(Picture(32), memory_, faces_, 0ms));
+  EXPECT_EQ(memory_.until_whole_search, 0);
+  EXPECT_EQ(faces_.size(), 2U);
   search.LetThrough();
 }
 
-TEST(BackgroundFinder, WhatComesTooLateIsDropped) {
+TEST_F(BackgroundFinding, WhatComesTooLateIsDropped) {
   HeldSearch search;
   BackgroundFinder finder(search);
-  FaceMemory memory;
-  std::vector<FoundFace> faces;
-  EXPECT_FALSE(finder.Find(Picture(16), memory, faces, 0ms));
+  EXPECT_FALSE(finder.Find(Picture(16), memory_, faces_, 0ms));
   search.AwaitBegin();
   search.LetThrough();
-  ASSERT_TRUE(finder.Find(Picture(32), memory, faces, kLong));
-  EXPECT_EQ(faces[0].box.width, 32);
-  EXPECT_EQ(memory.until_whole_search, 1);
+  ASSERT_TRUE(finder.Find(Picture(32), memory_, faces_, kLong));
+  EXPECT_EQ(faces_[0].box.width, 32);
+  EXPECT_EQ(memory_.until_whole_search, 1);
 }
 
-TEST(BackgroundFinder, PictureMayChangeWhileTheThreadIsStillAtIt) {
+TEST_F(BackgroundFinding, PictureMayChangeWhileTheThreadIsStillAtIt) {
   HeldSearch search;
   BackgroundFinder finder(search);
-  FaceMemory memory;
-  std::vector<FoundFace> faces;
   std::vector<uchar> pixels(size_t{64} * 64, 7);
   const PictureView borrowed{cv::Mat(64, 64, CV_8UC1, pixels.data()), cv::Mat(), cv::Mat()};
-  EXPECT_FALSE(finder.Find(borrowed, memory, faces, 0ms));
+  EXPECT_FALSE(finder.Find(borrowed, memory_, faces_, 0ms));
   search.AwaitBegin();
   std::fill(pixels.begin(), pixels.end(), uchar{9});
   search.LetThrough();
   EXPECT_EQ(search.AwaitFirstPixel(), 7);
 }
 
-TEST(BackgroundFinder, EndDoesNotWaitForTheSearch) {
+TEST_F(BackgroundFinding, EndDoesNotWaitForTheSearch) {
   HeldSearch search;
   {
     BackgroundFinder finder(search);
-    FaceMemory memory;
-    std::vector<FoundFace> faces;
-    EXPECT_FALSE(finder.Find(Picture(16), memory, faces, 0ms));
+    EXPECT_FALSE(finder.Find(Picture(16), memory_, faces_, 0ms));
     search.AwaitBegin();
   }
   search.LetThrough();
@@ -150,14 +145,12 @@ bool MayReturnFromIdleTime() {
   return may;
 }
 
-TEST(BackgroundFinder, LastSearchEndsAtTheUsualPriorityWhereThatIsAllowed) {
+TEST_F(BackgroundFinding, LastSearchEndsAtTheUsualPriorityWhereThatIsAllowed) {
   if (!MayReturnFromIdleTime()) GTEST_SKIP() << "neither CAP_SYS_NICE nor a limit of niceness";
   HeldSearch search;
   {
     BackgroundFinder finder(search);
-    FaceMemory memory;
-    std::vector<FoundFace> faces;
-    EXPECT_FALSE(finder.Find(Picture(16), memory, faces, 0ms));
+    EXPECT_FALSE(finder.Find(Picture(16), memory_, faces_, 0ms));
     search.AwaitBegin();
     ASSERT_EQ(sched_getscheduler(search.Thread()), SCHED_IDLE);
   }
@@ -165,15 +158,13 @@ TEST(BackgroundFinder, LastSearchEndsAtTheUsualPriorityWhereThatIsAllowed) {
   search.LetThrough();
 }
 
-TEST(BackgroundFinder, FailureOfTheSearchIsItsCallers) {
+TEST_F(BackgroundFinding, FailureOfTheSearchIsItsCallers) {
   BackgroundFinder finder([](const PictureView &picture, FaceMemory &memory) {
     if (picture.y.cols == 16) throw std::runtime_error("no such picture");
     return WidthAsFace(picture, memory);
   });
-  FaceMemory memory;
-  std::vector<FoundFace> faces;
-  EXPECT_THROW(finder.Find(Picture(16), memory, faces, kLong), std::runtime_error);
-  EXPECT_TRUE(finder.Find(Picture(32), memory, faces, kLong));
+  EXPECT_THROW(finder.Find(Picture(16), memory_, faces_, kLong), std::runtime_error);
+  EXPECT_TRUE(finder.Find(Picture(32), memory_, faces_, kLong));
 }
 
 }  // namespace
