@@ -2,6 +2,7 @@
 #include <util/base.h>
 
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "background_finder.h"
@@ -35,6 +36,7 @@ struct TesseraRunner::State {
   FaceFinder finder;
   FaceMemory memory;
   std::unique_ptr<BackgroundFinder> background;  // for a caller that is batch work, from its first picture on
+  bool background_tried = false;
   bool ready = false;
   bool failure_said = false;
 
@@ -42,17 +44,23 @@ struct TesseraRunner::State {
   std::vector<FoundFace> Find(const PictureView &picture);
 };
 
+// Once: without it the caller searches itself.
 void TesseraRunner::State::MakeBackground() {
-  const auto other = std::make_shared<FaceFinder>();  // cascades are for one thread
-  if (!other->Load(face_cascade, eye_cascade)) return;
-  background = std::make_unique<BackgroundFinder>(
-      [other](const PictureView &picture, FaceMemory &its_memory) { return other->Find(picture, its_memory); });
+  background_tried = true;
+  try {
+    const auto other = std::make_shared<FaceFinder>();  // cascades are for one thread
+    if (!other->Load(face_cascade, eye_cascade)) throw std::runtime_error("the cascades cannot be read again");
+    background = std::make_unique<BackgroundFinder>(
+        [other](const PictureView &picture, FaceMemory &its_memory) { return other->Find(picture, its_memory); });
+  } catch (const std::exception &error) {
+    blog(LOG_WARNING, "[tessera] no search in idle time: %s", error.what());
+  }
 }
 
 std::vector<FoundFace> TesseraRunner::State::Find(const PictureView &picture) {
   std::vector<FoundFace> faces;
   if (CallerIsBatchWork()) {
-    if (!background) MakeBackground();
+    if (!background_tried) MakeBackground();
     if (background && background->Find(picture, memory, faces)) return faces;
   }
   return finder.Find(picture, memory);
@@ -78,6 +86,7 @@ int TesseraRunner::init() {
   const std::string &faces = state_->face_cascade;
   const std::string &eyes = state_->eye_cascade;
   state_->background.reset();
+  state_->background_tried = false;
   state_->ready = false;
   if (faces.empty()) {
     blog(LOG_ERROR,

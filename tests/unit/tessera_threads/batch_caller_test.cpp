@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/face_reader.h"
+#include "support/log_capture.h"
 #include "support/portrait.h"
 
 namespace {
@@ -75,6 +77,22 @@ TEST(BatchCaller, ThatBecomesAUsualOneFindsWhatWasRemembered) {
   ASSERT_EQ(expected.size(), 1U);
   ASSERT_EQ(found.size(), 1U);
   EXPECT_EQ(found[0].points, expected[0].points);
+}
+
+TEST(BatchCaller, IsServedAtItsOwnPriorityWhereTheCascadesCannotBeReadAgain) {
+  std::string folder = (std::filesystem::temp_directory_path() / "vanta_cascades_XXXXXX").string();
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  for (const char *name : {"haarcascade_frontalface_alt2.xml", "haarcascade_eye.xml"}) {
+    std::filesystem::copy(std::filesystem::path("/usr/share/opencv4/haarcascades") / name, folder);
+  }
+  FaceReader reader(1, folder);
+  EXPECT_EQ(reader.init_result(), 0);
+  std::filesystem::remove_all(folder);
+  PortraitPicture picture = Portrait();
+  vanta_test::LogCapture log;
+  for (int run = 0; run < 2; ++run) EXPECT_EQ(RunAsBatchWork(reader, picture).size(), 1U);
+  EXPECT_FALSE(HasIdleThread());
+  EXPECT_EQ(log.CountWith("no search in idle time"), 1U);
 }
 
 TEST(BatchCaller, OfARunnerWithoutCascadesGetsNoResult) {
