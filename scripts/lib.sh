@@ -15,7 +15,7 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache
+      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools
       ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
