@@ -20,7 +20,8 @@ std::string TextOf(const char (&text)[kSize]) {
 }  // namespace
 
 std::shared_ptr<FacelessInstance> FacelessInstance::GetInstance() {
-  static std::shared_ptr<FacelessInstance> instance = std::make_shared<FacelessInstance>();
+  // Never destroyed: workers and the host's threads may outlast the end of static objects.
+  static const auto &instance = *new std::shared_ptr<FacelessInstance>(std::make_shared<FacelessInstance>());
   return instance;
 }
 

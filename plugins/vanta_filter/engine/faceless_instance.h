@@ -18,7 +18,7 @@ namespace vanta {
 
 class FaceBeautyFilterWorker;
 
-// Owns: a shared reference to each worker. Lives to the end of the process.
+// Owns: a shared reference to each worker. Never destroyed.
 // Threads: commands, AddWorker [control]; RemoveWorker [control] or libobs's destruction thread; the getters,
 // statistics and jump info [any]. One caller of GetBeautyStatistics at a time.
 class FacelessInstance final : public ILumivex {
