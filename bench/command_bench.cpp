@@ -45,7 +45,7 @@ class Bench {
         ++frames_;
       };
     });
-    worker_ = std::make_shared<vanta::FaceBeautyFilterWorker>(&source_);
+    worker_ = vanta::FaceBeautyFilterWorker::Create(&source_);
     worker_->start();
     control_->AddWorker(&source_, worker_);
   }

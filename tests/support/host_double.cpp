@@ -165,6 +165,7 @@ using vanta_test::Write;
 extern "C" {
 
 bool EnableAsyncBeautyOption() {
+  if (const std::function<void()> asked = vanta_test::host_double::Switches().on_async_asked) asked();
   return Read(&HostSwitches::async_beauty);
 }
 bool EnableCreateLXGLContext() {

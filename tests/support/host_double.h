@@ -26,6 +26,7 @@ struct HostSwitches {
   bool deinterlace = false;
   video_colorspace colorspace = VIDEO_CS_709;  // of every matrix
   HostAdapterDesc adapter{};
+  std::function<void()> on_async_asked;  // called before each answer of EnableAsyncBeautyOption
 };
 
 struct HostReport {

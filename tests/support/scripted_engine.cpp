@@ -408,7 +408,9 @@ bool LumivexSync::isNVDXInteropSupported(bool wait, std::chrono::milliseconds ti
 }
 std::string LumivexSync::getStats() {
   Note(impl_->number, "getStats()");
-  return Script()->stats;
+  const std::shared_ptr<const EngineScript> script = Script();
+  if (script->on_stats) script->on_stats();
+  return script->stats;
 }
 void LumivexSync::clearStats() {
   Note(impl_->number, "clearStats()");

@@ -33,6 +33,7 @@ struct EngineScript {
   std::shared_ptr<LX::DXGLSharedTexture> shared_texture;  // set on returned frames
   // Called inside processFrameData before the answer, with the frame that came in.
   std::function<void(LX::FrameData &)> on_frame;
+  std::function<void()> on_stats;  // called inside getStats
 };
 
 struct EngineCall {

@@ -274,9 +274,14 @@ namespace Lumivex {
 namespace {
 
 // A window that the host keeps alive stays reachable here.
-std::vector<GLFWwindow *> &Windows() {
-  static auto *windows = new std::vector<GLFWwindow *>;
-  return *windows;
+struct WindowList {
+  std::mutex mutex;
+  std::vector<GLFWwindow *> windows;
+};
+
+WindowList &Windows() {
+  static auto *list = new WindowList;
+  return *list;
 }
 
 }  // namespace
@@ -285,12 +290,14 @@ GLFWwindow *createGLFWWindow(int width, int height, bool visible) {
   vanta_test::scripted_internal::Note(0, "createGLFWWindow(" + std::to_string(width) + ", " + std::to_string(height) +
                                              ", " + std::to_string(visible) + ")");
   if (!vanta_test::scripted_internal::WindowsCanBeMade()) return nullptr;
-  return Windows().emplace_back(new GLFWwindow);
+  const std::lock_guard<std::mutex> lock(Windows().mutex);
+  return Windows().windows.emplace_back(new GLFWwindow);
 }
 
 void destroyGLFWWindow(GLFWwindow *window) {
   vanta_test::scripted_internal::Note(0, window ? "destroyGLFWWindow(window)" : "destroyGLFWWindow(null)");
-  std::erase(Windows(), window);
+  const std::lock_guard<std::mutex> lock(Windows().mutex);
+  std::erase(Windows().windows, window);
   delete window;
 }
 

@@ -34,7 +34,7 @@ face_beauty_filter_data &Filter(void *data) {
 // ---- Creation and destruction ----
 
 std::shared_ptr<FaceBeautyFilterWorker> StartWorker(obs_source_t *source) {
-  auto worker = std::make_shared<FaceBeautyFilterWorker>(source);
+  auto worker = FaceBeautyFilterWorker::Create(source);
   return worker->start() ? worker : nullptr;
 }
 

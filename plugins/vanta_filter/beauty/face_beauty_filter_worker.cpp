@@ -3,11 +3,30 @@
 
 #include <util/base.h>
 
+#include <system_error>
+#include <thread>
+
 #include "engine/faceless_instance.h"
 #include "module/host_frame.h"
 #include "platform/clock.h"
 
 namespace vanta {
+
+std::shared_ptr<FaceBeautyFilterWorker> FaceBeautyFilterWorker::Create(obs_source_t *source) {
+  return std::shared_ptr<FaceBeautyFilterWorker>(new FaceBeautyFilterWorker(source), EndLife);
+}
+
+void FaceBeautyFilterWorker::EndLife(FaceBeautyFilterWorker *worker) noexcept {
+  if (!NoJoinScope::Stands()) {
+    delete worker;
+    return;
+  }
+  try {
+    std::thread([worker] { delete worker; }).detach();
+  } catch (const std::system_error &) {
+    worker->stop();  // without a thread that waits the object stays, but its threads and the engine go
+  }
+}
 
 FaceBeautyFilterWorker::FaceBeautyFilterWorker(obs_source_t *source)
     : source_(source), parent_(obs_filter_get_parent(source)) {
@@ -55,6 +74,7 @@ void FaceBeautyFilterWorker::stop() {
 }
 
 FaceBeautyFilterWorker::~FaceBeautyFilterWorker() {
+  stop();  // a start that failed half-way leaves a thread that nobody has stopped
   stattistics_.reset();
   if (thread_.Joinable()) thread_.Join();
   FacelessInstance::GetInstance()->RemoveStatistics(source_);
@@ -164,6 +184,7 @@ std::string &FaceBeautyFilterWorker::GetDumpJson(std::string &out, uint32_t id) 
 }
 
 void FaceBeautyFilterWorker::CollectStatistics() {
+  const NoJoinScope no_join;
   stat_samples_.push_back(delay_stats_.MakeSample());
   ++stat_batch_count_;
   ++stat_ability_count_;

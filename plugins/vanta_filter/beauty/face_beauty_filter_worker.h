@@ -29,13 +29,14 @@ namespace vanta {
 // Nothing on [video] waits for the engine: EnqueueFrame and DequeueFrame take the factory's short queue locks only.
 // Delay is the number of frames standing in the output queue.
 // Owns: the thread, the processor, the factory, a copy of the settings. Borrows: the source and its parent.
-// Threads: constructor, start, destructor [control]; EnqueueFrame, DequeueFrame, GetDumpJson [video]; update, stop,
-// Command [any]. render_mutex and tasks_mutex are never held together, wake_mutex never under render_mutex.
+// Threads: Create, start [control]; EnqueueFrame, DequeueFrame, GetDumpJson [video]; update, stop, Command [any]; the
+// last reference may go on any. render_mutex and tasks_mutex are never held together, wake_mutex never under
+// render_mutex.
 class FaceBeautyFilterWorker {
  public:
-  explicit FaceBeautyFilterWorker(obs_source_t *source);
-  // Waits for the tick and for the frame in progress. An error on the worker thread itself.
-  ~FaceBeautyFilterWorker();
+  // When the last reference goes the worker is stopped and its threads are joined, which waits for the frame in
+  // progress. Where a NoJoinScope stands, a thread made for it waits instead and the reference goes at once.
+  static std::shared_ptr<FaceBeautyFilterWorker> Create(obs_source_t *source);
   FaceBeautyFilterWorker(const FaceBeautyFilterWorker &) = delete;
   FaceBeautyFilterWorker &operator=(const FaceBeautyFilterWorker &) = delete;
 
@@ -72,8 +73,11 @@ class FaceBeautyFilterWorker {
  private:
   enum State : uint32_t { kUninitialised = 0, kStopped = 1, kRunning = 2 };
 
-  // Construction.
+  // Construction and end.
+  explicit FaceBeautyFilterWorker(obs_source_t *source);
+  ~FaceBeautyFilterWorker();
   void CreateGlWindow();
+  static void EndLife(FaceBeautyFilterWorker *worker) noexcept;  // of the last reference
 
   // The thread, in the order of its life.
   void ThreadMain();

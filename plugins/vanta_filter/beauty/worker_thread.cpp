@@ -15,6 +15,7 @@ std::atomic<int32_t> render_failures{0};  // shared by all workers of the proces
 }  // namespace
 
 void FaceBeautyFilterWorker::ThreadMain() {
+  const NoJoinScope no_join;
   SetCurrentThreadName("FaceBeautyFilterWorker");
   blog(LOG_INFO, "[beauty] FaceBeautyFilterWorker start");
   const uint64_t id = CurrentThreadId();

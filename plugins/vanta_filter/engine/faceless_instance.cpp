@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "beauty/face_beauty_filter_worker.h"
+#include "platform/thread.h"
 
 namespace vanta {
 namespace {
@@ -20,7 +21,8 @@ std::string TextOf(const char (&text)[kSize]) {
 }  // namespace
 
 std::shared_ptr<FacelessInstance> FacelessInstance::GetInstance() {
-  static std::shared_ptr<FacelessInstance> instance = std::make_shared<FacelessInstance>();
+  // Never destroyed: workers and the host's threads may outlast the end of static objects.
+  static const auto &instance = *new std::shared_ptr<FacelessInstance>(std::make_shared<FacelessInstance>());
   return instance;
 }
 
@@ -44,13 +46,13 @@ void FacelessInstance::RemoveWorker(obs_source_t *source) {
   workers_.erase(found);
 }
 
-FacelessInstance::Workers FacelessInstance::CollectWorkers() {
-  Workers live;
+std::shared_ptr<FaceBeautyFilterWorker> FacelessInstance::NextWorker(std::optional<obs_source_t *> &visited) {
   MutexLock lock(workers_mutex_);
-  std::erase_if(workers_, [](const auto &entry) { return !entry.second; });
-  live.reserve(workers_.size());
-  for (const auto &[source, worker] : workers_) live.push_back(worker);
-  return live;
+  auto entry = visited ? workers_.upper_bound(*visited) : workers_.begin();
+  while (entry != workers_.end() && !entry->second) entry = workers_.erase(entry);
+  if (entry == workers_.end()) return nullptr;
+  visited = entry->first;
+  return entry->second;
 }
 
 std::shared_ptr<FaceBeautyFilterWorker> FacelessInstance::FindWorker(obs_source_t *source) {
@@ -61,7 +63,10 @@ std::shared_ptr<FaceBeautyFilterWorker> FacelessInstance::FindWorker(obs_source_
 
 template <typename... Params, typename... Args>
 void FacelessInstance::FanOut(void (IFaceless::*operation)(Params...), const Args &...args) {
-  for (const auto &worker : CollectWorkers()) worker->Command(operation, args...);
+  const NoJoinScope no_join;  // a command waits for no frame, though its reference be a worker's last
+  std::optional<obs_source_t *> visited;
+  while (const std::shared_ptr<FaceBeautyFilterWorker> worker = NextWorker(visited))
+    worker->Command(operation, args...);
 }
 
 // ---- Commands: a log line, then the fan-out ----
@@ -273,6 +278,7 @@ std::vector<StatisticsSample> FacelessInstance::GetBeautyStatistics() {
 
 void FacelessInstance::SetMagicEffectForSources(std::list<obs_source_t *> sources, MagicEffectRequest request) {
   for (obs_source_t *source : sources) {
+    const NoJoinScope no_join;
     const std::shared_ptr<FaceBeautyFilterWorker> worker = FindWorker(source);
     if (!worker) continue;
     if (request.event_name.empty())

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <obs.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ namespace vanta {
 
 class FaceBeautyFilterWorker;
 
-// Owns: a shared reference to each worker. Lives to the end of the process.
+// Owns: a shared reference to each worker. Never destroyed.
 // Threads: commands, AddWorker [control]; RemoveWorker [control] or libobs's destruction thread; the getters,
 // statistics and jump info [any]. One caller of GetBeautyStatistics at a time.
 class FacelessInstance final : public ILumivex {
@@ -71,13 +72,12 @@ class FacelessInstance final : public ILumivex {
   FacelessJumpInfo GetFacelessJumpInfo() override;
 
  private:
-  using Workers = std::vector<std::shared_ptr<FaceBeautyFilterWorker>>;
-
-  // Hands one operation and its arguments to every worker, in key order.
+  // Hands one operation and its arguments to every worker, in key order. One worker at a time is kept alive.
   template <typename... Params, typename... Args>
   void FanOut(void (IFaceless::*operation)(Params...), const Args &...args);
-  // The live entries' workers; null entries are erased on the way.
-  Workers CollectWorkers();
+  // The worker behind the source `visited`, or the first one where it is unset, and its source in `visited`. Null when
+  // there is none. Null entries are erased on the way.
+  std::shared_ptr<FaceBeautyFilterWorker> NextWorker(std::optional<obs_source_t *> &visited);
   std::shared_ptr<FaceBeautyFilterWorker> FindWorker(obs_source_t *source);
 
   // A leaf lock: public libobs destroys filters on a thread of its own while commands are fanned out.

@@ -13,12 +13,23 @@
 #include "engine/engine_paths.h"
 #include "engine/engine_text_log.h"
 #include "module/host_extensions.h"
+#include "platform/thread.h"
 
 namespace vanta {
 namespace {
 
 constexpr int32_t kReportEngineFailed = 8;
 constexpr char kDefaultBeautyGroup[] = "jingdian";
+
+// A worker's end waits for its engine's, and that may wait for callbacks: what a callback leads to must not wait for
+// the worker.
+template <typename Body>
+auto AsCallback(Body body) {
+  return [body](const auto &...args) {
+    const NoJoinScope no_join;
+    body(args...);
+  };
+}
 
 }  // namespace
 
@@ -95,21 +106,22 @@ void LumivexRender::SetDefaultBeautyGroup() {
 }
 
 void LumivexRender::BindCallbacks() {
-  engine_->setTesseraCpuDataFunc([this](const CpuData &data) { TesseraCpuDataCallback(data); });
+  engine_->setTesseraCpuDataFunc(AsCallback([this](const CpuData &data) { TesseraCpuDataCallback(data); }));
   engine_->setTesseraUploadStatsCallBack(
-      [](const std::string &text) { LogEngineText("setTesseraUploadStatsCallBack", text); }, std::string());
-  engine_->setTesseraPostReportCallBack([](const std::string &first, const std::string &second) {
+      AsCallback([](const std::string &text) { LogEngineText("setTesseraUploadStatsCallBack", text); }), std::string());
+  engine_->setTesseraPostReportCallBack(AsCallback([](const std::string &first, const std::string &second) {
     LogEngineText("setTesseraPostReportCallBack", first);
     LogEngineText("setTesseraPostReportCallBack", second);
-  });
-  engine_->setTesseraLogCallBack([](const std::string &first, const std::string &second) {
+  }));
+  engine_->setTesseraLogCallBack(AsCallback([](const std::string &first, const std::string &second) {
     LogEngineText("setTesseraLogCallBack", first);
     LogEngineText("setTesseraLogCallBack", second);
-  });
-  engine_->setGameDataCallback([this](const LX::BoomGameData &data) { GameDataCallback(data); });
-  engine_->setBodySlimmingStatusCallback([this](LXBodySlimmingStatus status) { BodySlimmingStatusCallback(status); });
+  }));
+  engine_->setGameDataCallback(AsCallback([this](const LX::BoomGameData &data) { GameDataCallback(data); }));
+  engine_->setBodySlimmingStatusCallback(
+      AsCallback([this](LXBodySlimmingStatus status) { BodySlimmingStatusCallback(status); }));
   engine_->setEffectDescriptionCallback(
-      [this](const std::string &desc, bool success) { MagicFaceCallBack(desc, success); });
+      AsCallback([this](const std::string &desc, bool success) { MagicFaceCallBack(desc, success); }));
 }
 
 void LumivexRender::SetOBSData(obs_data_t *settings, obs_source_t *parent) {

@@ -7,6 +7,23 @@
 extern "C" void os_set_thread_name(const char *name);
 
 namespace vanta {
+namespace {
+
+thread_local int no_join_scopes = 0;
+
+}  // namespace
+
+NoJoinScope::NoJoinScope() {
+  ++no_join_scopes;
+}
+
+NoJoinScope::~NoJoinScope() {
+  --no_join_scopes;
+}
+
+bool NoJoinScope::Stands() {
+  return no_join_scopes > 0;
+}
 
 void SetCurrentThreadName(const char *name) {
   os_set_thread_name(name);

@@ -18,6 +18,18 @@ void SetCurrentThreadName(const char *name);
 // `priority` as Windows counts it: 0 normal, 2 highest, -2 lowest. False when the system refuses or the thread is gone.
 bool SetThreadPriorityById(uint64_t id, int priority);
 
+// While one stands, its thread must not wait for the end of a worker: that end may be waiting for this very thread.
+// Such are a worker's own threads, every thread inside a callback of the engine, and one that sends a command.
+class NoJoinScope {
+ public:
+  NoJoinScope();
+  ~NoJoinScope();
+  NoJoinScope(const NoJoinScope &) = delete;
+  NoJoinScope &operator=(const NoJoinScope &) = delete;
+
+  static bool Stands();  // on the calling thread
+};
+
 // A joinable thread whose priority can be set from outside. The constructor throws std::system_error when no thread
 // can be made; Join throws when called by the thread itself.
 class WorkerThread {

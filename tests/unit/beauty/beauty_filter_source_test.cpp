@@ -225,12 +225,35 @@ TEST_F(BeautyFilter, EngineOfTwoFramePeriodsDropsInputsAndLeavesGaps) {
 TEST_F(BeautyFilter, UninitialisedWorkerPassesFramesAndSaysSo) {
   CreateFilter();
   auto running = data().worker;
-  data().worker = std::make_shared<vanta::FaceBeautyFilterWorker>(&filter_);
+  data().worker = vanta::FaceBeautyFilterWorker::Create(&filter_);
   const TestFrame frame = MakeFrame(kWidth, kHeight, 21);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 21);
   EXPECT_TRUE(log_.Has(kWarning, kUninited));
   data().worker = running;
+}
+
+// As by an ability handler that answers where it is asked.
+TEST_F(BeautyFilter, MayBeDestroyedOnItsWorkersOwnThread) {
+  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+  CreateFilter();
+  scripted_engine::Change(
+      [this](EngineScript &script) { script.on_frame = [this](LX::FrameData &) { DestroyFilter(); }; });
+  scripted_engine::Close(Gate::kProcess);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  record_.filter_video(instance_, frame.get());
+  ASSERT_TRUE(WaitUntil(
+      [&] {
+        if (scripted_engine::Waiting(Gate::kProcess) > 0) return true;
+        data().worker->Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);  // wakes it, should the wake be lost
+        return false;
+      },
+      "a frame in the engine"));
+  scripted_engine::Open(Gate::kProcess);
+  ASSERT_TRUE(scripted_engine::WaitForCalls("destroyGLFWWindow(window)", 1));
+  EXPECT_EQ(scripted_engine::Alive(), 0);
+  EXPECT_EQ(scripted_engine::FramesAlive(), 0u);
+  EXPECT_EQ(gs_recorder::ObjectsAlive(), 0u);
 }
 
 TEST_F(BeautyFilter, WithoutAWorkerFramesPass) {

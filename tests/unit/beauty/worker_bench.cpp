@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <iterator>
 
 #include "engine/faceless_instance.h"
 #include "support/wait.h"
@@ -9,6 +11,14 @@
 namespace vanta_test {
 
 using namespace std::chrono_literals;
+
+// The letter behind the thread's bracketed name says so.
+bool IsAsleep(uint64_t thread) {
+  std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const size_t state = text.rfind(") ");
+  return state != std::string::npos && text.compare(state + 2, 1, "S") == 0;
+}
 
 WorkerBench::WorkerBench() {
   parent_.name = "parent";
@@ -25,7 +35,7 @@ WorkerBench::~WorkerBench() {
 }
 
 void WorkerBench::MakeWorker() {
-  worker_ = std::make_shared<vanta::FaceBeautyFilterWorker>(&filter_);
+  worker_ = vanta::FaceBeautyFilterWorker::Create(&filter_);
 }
 
 void WorkerBench::StartWorker() {
@@ -54,18 +64,30 @@ bool WorkerBench::FeedFrame(obs_source_frame *frame) {
 }
 
 bool WorkerBench::WaitForPasses(size_t passes) {
+  return WaitWithNudge([passes] { return host_double::Count("ThreadSleep") >= passes; },
+                       "the worker's passes over frames");
+}
+
+bool WorkerBench::HoldAt(Gate gate, uint32_t width, uint32_t height) {
+  scripted_engine::Close(gate);
+  const TestFrame frame = MakeFrame(width, height);
+  return worker_->EnqueueFrame(frame.get()) &&
+         WaitWithNudge([gate] { return scripted_engine::Waiting(gate) > 0; }, "the worker at a gate of the engine");
+}
+
+bool WorkerBench::WaitWithNudge(const std::function<bool()> &condition, const char *what) {
   const auto nudge_time = std::chrono::steady_clock::now() + 500ms;
   bool nudged = false;
   return WaitUntil(
       [&] {
-        if (host_double::Count("ThreadSleep") >= passes) return true;
+        if (condition()) return true;
         if (!nudged && std::chrono::steady_clock::now() > nudge_time) {
           nudged = true;
           Nudge();
         }
         return false;
       },
-      "the worker's passes over frames");
+      what);
 }
 
 // The one command that reaches no engine; it only wakes the worker.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,9 @@ namespace vanta_test {
 inline constexpr uint32_t kWidth = 64;
 inline constexpr uint32_t kHeight = 48;
 
+// Whether a thread of this process sleeps, as one does that waits for a lock.
+bool IsAsleep(uint64_t thread);
+
 class WorkerBench : public testing::Test {
  protected:
   WorkerBench();
@@ -34,6 +38,8 @@ class WorkerBench : public testing::Test {
   bool FeedFrame(obs_source_frame *frame);
   // Waits for the worker's passes over frames, counted from its start; nudges it where a wake-up was lost.
   bool WaitForPasses(size_t passes);
+  // Sends a frame towards a closed gate and waits until the worker stands there.
+  bool HoldAt(Gate gate, uint32_t width = kWidth, uint32_t height = kHeight);
   // Wakes the worker and changes nothing.
   void Nudge();
   int nudges() const { return nudges_; }
@@ -61,6 +67,9 @@ class WorkerBench : public testing::Test {
   size_t passes_ = 0;
 
  private:
+  // A wake-up that was lost is made good by a nudge.
+  bool WaitWithNudge(const std::function<bool()> &condition, const char *what);
+
   bool first_tick_ = true;
   int entered_ = 0;
   int nudges_ = 0;

@@ -1,6 +1,5 @@
 // Commands on their way to the engine: queued ahead of the next frame, or at once.
 #include <atomic>
-#include <fstream>
 #include <string>
 #include <thread>
 
@@ -12,14 +11,6 @@ namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
-
-// Whether a thread of this process sleeps: the letter behind its bracketed name says so.
-bool IsAsleep(uint64_t thread) {
-  std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  const size_t state = text.rfind(") ");
-  return state != std::string::npos && text.compare(state + 2, 1, "S") == 0;
-}
 
 class WorkerCommands : public WorkerBench {
  protected:
@@ -58,11 +49,14 @@ TEST_F(WorkerCommands, QueuedCommandRunsOnTheWorkersThread) {
   ASSERT_TRUE(Feed());
   worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
   ASSERT_TRUE(Feed());
+  std::thread::id command, frame;
   for (const EngineCall &call : scripted_engine::Calls()) {
-    if (call.text == "setLookupIntensity(0.50)") {
-      EXPECT_NE(call.thread, std::this_thread::get_id());
-    }
+    if (call.text == "setLookupIntensity(0.50)") command = call.thread;
+    if (call.text.rfind("processFrameData", 0) == 0) frame = call.thread;
   }
+  EXPECT_NE(command, std::thread::id()) << "the command never came";
+  EXPECT_NE(command, std::this_thread::get_id());
+  EXPECT_EQ(command, frame);
 }
 
 TEST_F(WorkerCommands, DirectCommandRunsAtOnceOnTheCallersThread) {

@@ -1,11 +1,14 @@
 // A new processor knows nothing: what the worker gives it, and in which order.
+#include <atomic>
 #include <cstring>
 #include <obs.hpp>
 #include <thread>
 
 #include "engine/faceless_instance.h"
-#include "worker_bench.h"
+#include "platform/thread.h"
 #include "support/log_capture.h"
+#include "support/wait.h"
+#include "worker_bench.h"
 
 namespace {
 
@@ -186,18 +189,43 @@ TEST_F(WorkerRecreation, HostForgetsTheSharedTextureStateWithEachProcessor) {
                           "SetBeautySharedTexture(1)"}));
 }
 
-TEST_F(WorkerRecreation, DirectCommandNeverMeetsAGapBetweenProcessors) {
+// The worker loads a box anew at a recreation during a run alone.
+TEST_F(WorkerRecreation, FirstProcessorLoadsNoBox) {
+  constexpr char kLoaded[] = "[beauty][MagicTreasureChest] PostSignalAfterLoadInteractiveBoxResource";
+  vanta::FacelessInstance::GetInstance()->SetInteractiveBoxInfo({"box", true});
+  MakeWorker();
+  const OBSDataAutoRelease settings = obs_data_create();
+  worker_->update(settings);
+  StartWorker();
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 1u) << "the first processor was given no settings";
+  EXPECT_EQ(log_.Count(kLoaded), 0u);
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(log_.Count(kLoaded), 1u);
+}
+
+// A command that comes while the old engine ends or the new one starts waits for the new one.
+class WorkerRecreationGap : public WorkerRecreation, public testing::WithParamInterface<Gate> {};
+
+INSTANTIATE_TEST_SUITE_P(Gates, WorkerRecreationGap, testing::Values(Gate::kDestroy, Gate::kCreate),
+                         [](const auto &param) { return param.param == Gate::kDestroy ? "OldEnds" : "NewStarts"; });
+
+TEST_P(WorkerRecreationGap, DirectCommandNeverMeetsAGapBetweenProcessors) {
   host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
   StartWorker();
   ASSERT_TRUE(Feed());
-  scripted_engine::Close(Gate::kCreate);
-  const TestFrame frame = MakeFrame(32, 16);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kCreate));
-  std::thread control([&] { worker_->Command(&IFaceless::SetLookupIntensity, 0.5F); });
-  scripted_engine::Open(Gate::kCreate);
+  ASSERT_TRUE(HoldAt(GetParam(), 32, 16));
+  std::atomic<uint64_t> thread{0};
+  std::atomic<bool> returned{false};
+  std::thread control([&] {
+    thread = vanta::CurrentThreadId();
+    worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+    returned = true;
+  });
+  EXPECT_TRUE(WaitUntil([&] { return returned || (thread != 0 && IsAsleep(thread)); }, "the command's wait"));
+  EXPECT_FALSE(returned);
+  scripted_engine::Open(GetParam());
   control.join();
-  EXPECT_EQ(scripted_engine::Count("setLookupIntensity(0.50)"), 1u);
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 1u);
   EXPECT_EQ(CommandsOf(2), (Texts{"setLookupIntensity(0.50)"}));
 }
 

@@ -1,23 +1,54 @@
 // What becomes of an effect's description of itself.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <semaphore.h>
 #include <unistd.h>
 #include <util/bmem.h>
 #include <util/platform.h>
 
+#include <cerrno>
 #include <cstring>
+#include <ctime>
+#include <mutex>
+#include <thread>
 
 #include "engine_bench.h"
 #include "support/log_capture.h"
 
 namespace {
 bool code_page_refuses = false;
-}
+
+thread_local bool slept = false;  // this thread, ever
+
+// An event that was set, and by whom.
+struct Post {
+  const sem_t *semaphore;
+  std::thread::id thread;
+  bool slept;  // the thread that set it, before
+};
+std::mutex posts_mutex;
+std::vector<Post> posts;
+}  // namespace
 
 // A system whose code page is Latin-1, in place of whatever locale the test runs in.
 extern "C" {
 size_t os_mbs_to_wcs(const char *, size_t size, wchar_t *, size_t) {
   return code_page_refuses ? static_cast<size_t>(-1) : size;
+}
+
+__attribute__((visibility("default"))) int nanosleep(const timespec *time, timespec *left) {
+  slept = true;
+  errno = clock_nanosleep(CLOCK_REALTIME, 0, time, left);
+  return errno == 0 ? 0 : -1;
+}
+
+__attribute__((visibility("default"))) int sem_post(sem_t *semaphore) noexcept {
+  {
+    std::lock_guard<std::mutex> lock(posts_mutex);
+    posts.push_back({semaphore, std::this_thread::get_id(), slept});
+  }
+  static const auto real = reinterpret_cast<int (*)(sem_t *)>(dlsym(RTLD_NEXT, "sem_post"));
+  return real(semaphore);
 }
 
 size_t os_mbs_to_utf8_ptr(const char *text, size_t size, char **out) {
@@ -54,13 +85,22 @@ constexpr char kSecondTry[] = "[beauty] LumivexRender::MagicFaceCallBack ansi_to
 class HostEvent {
  public:
   explicit HostEvent(const std::string &name)
-      : name_(name + std::to_string(getpid())), handle_(sem_open(("/" + name_).c_str(), O_CREAT | O_EXCL, 0600, 0)) {}
+      : name_(name + std::to_string(getpid())), handle_(sem_open(("/" + name_).c_str(), O_CREAT | O_EXCL, 0600, 0)) {
+    std::lock_guard<std::mutex> lock(posts_mutex);
+    posts.clear();  // an earlier event may have stood at the same address
+  }
   ~HostEvent() {
     sem_close(handle_);
     sem_unlink(("/" + name_).c_str());
   }
   bool Take() const { return sem_trywait(handle_) == 0; }
   const std::string &name() const { return name_; }
+  std::vector<Post> Posts() const {
+    std::lock_guard<std::mutex> lock(posts_mutex);
+    std::vector<Post> own = posts;
+    std::erase_if(own, [this](const Post &post) { return post.semaphore != handle_; });
+    return own;
+  }
 
  private:
   std::string name_;
@@ -71,6 +111,7 @@ class EffectDescription : public EngineBench {
  protected:
   void SetUp() override {
     Start();
+    code_page_refuses = false;
     describe_ = scripted_engine::Callbacks(1).effect_description;
   }
   void ExpectBothTriesFailed(const std::string &desc) {
@@ -163,18 +204,25 @@ TEST_F(EffectDescription, GiftIsReportedAndSetsItsEventAtItsEnd) {
   EXPECT_TRUE(log_.WaitFor(kInfo, "[beauty] ExecGiftCallBack: open event Success:" + event.name()));
   EXPECT_TRUE(event.Take());
   EXPECT_FALSE(event.Take()) << "once";
+  ASSERT_EQ(event.Posts().size(), 1u);
+  EXPECT_TRUE(event.Posts()[0].slept);
   EXPECT_EQ(host_double::Reports(),
             (std::vector<HostReport>{{8, "{\"displaytime\":\"20\",\"event_name\":\"" + event.name() + "\"}"}}));
   EXPECT_EQ(signals().size(), 1u) << "no flags from a gift";
 }
 
-TEST_F(EffectDescription, GiftWithoutTimeSetsItsEventAtOnce) {
+TEST_F(EffectDescription, GiftWithoutTimeSetsItsEventAtOnceFromItsThread) {
   const HostEvent event("vanta_gift");
   PlayWithEvent(event.name());
   describe_(R"({"giftDisplayTime":0})", true);
   EXPECT_TRUE(log_.WaitForText("open event Success:"));
   describe_(R"({"giftDisplayTime":-9223372036854775808})", true);
   EXPECT_TRUE(log_.WaitForText("open event Success:", 2));
+  ASSERT_EQ(event.Posts().size(), 2u);
+  for (const Post &post : event.Posts()) {
+    EXPECT_FALSE(post.slept);
+    EXPECT_NE(post.thread, std::this_thread::get_id());
+  }
 }
 
 TEST_F(EffectDescription, GiftOutlivesTheProcessor) {

@@ -1,10 +1,32 @@
 #include "engine_bench.h"
 
 #include <callback/signal.h>
+#include <dlfcn.h>
 
 #include <algorithm>
+#include <cstddef>
+
+namespace {
+bool config_path_fails = false;
+}
+
+// libobs's own ends the process where the user has no home.
+extern "C" __attribute__((visibility("default"))) int os_get_config_path(char *path, size_t size, const char *name) {
+  if (config_path_fails) return -1;
+  static const auto real =
+      reinterpret_cast<int (*)(char *, size_t, const char *)>(dlsym(RTLD_NEXT, "os_get_config_path"));
+  return real(path, size, name);
+}
 
 namespace vanta_test {
+
+NoConfigFolder::NoConfigFolder() {
+  config_path_fails = true;
+}
+
+NoConfigFolder::~NoConfigFolder() {
+  config_path_fails = false;
+}
 
 EngineBench::EngineBench() {
   signal_handler_t *handler = obs_get_signal_handler();
@@ -52,6 +74,7 @@ void EngineBench::OnMagicCallback(void *param, calldata_t *data) {
     text += calldata_get_bool(data, name, &value) ? (value ? "1" : "0") : "?";
   }
   static_cast<EngineBench *>(param)->signals_.push_back(text + ")");
+  static_cast<EngineBench *>(param)->calls_at_signal_ = CallsAfterStart();
 }
 
 void EngineBench::OnBodySlimming(void *param, calldata_t *data) {

@@ -16,6 +16,15 @@
 
 namespace vanta_test {
 
+// While one lives, libobs has no folder for configurations.
+class NoConfigFolder {
+ public:
+  NoConfigFolder();
+  ~NoConfigFolder();
+  NoConfigFolder(const NoConfigFolder &) = delete;
+  NoConfigFolder &operator=(const NoConfigFolder &) = delete;
+};
+
 class EngineBench : public testing::Test {
  protected:
   EngineBench();
@@ -28,6 +37,8 @@ class EngineBench : public testing::Test {
 
   // The signals that came, as text: "vanta_filter_callback(1, OnLumivexInit, {...})".
   const std::vector<std::string> &signals() const { return signals_; }
+  // What the engine had been told when the last zt_magic_callback came.
+  const std::vector<std::string> &calls_at_signal() const { return calls_at_signal_; }
 
   LogCapture log_;
   LX::FramePool pool_;
@@ -39,6 +50,7 @@ class EngineBench : public testing::Test {
   static void OnBodySlimming(void *param, calldata_t *data);
 
   std::vector<std::string> signals_;
+  std::vector<std::string> calls_at_signal_;
 };
 
 }  // namespace vanta_test

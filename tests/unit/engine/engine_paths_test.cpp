@@ -5,7 +5,7 @@
 #include <clocale>
 #include <cstdlib>
 
-#include "support/gs_recorder.h"
+#include "engine_bench.h"
 
 namespace {
 
@@ -48,6 +48,16 @@ TEST_F(EnginePaths, ModelFolderLiesBelowTheHostsConfigurationAsARealFolder) {
 TEST_F(EnginePaths, ModelFolderIsCutAtTheLimitOfThePath) {
   setenv("XDG_CONFIG_HOME", ("/" + std::string(600, 'c')).c_str(), 1);
   EXPECT_EQ(vanta::ModelFolder().size(), 499u);
+}
+
+TEST_F(EnginePaths, WithoutAConfigurationFolderTheDictionaryHoldsTheTailsAlone) {
+  const NoConfigFolder none;
+  EXPECT_EQ(vanta::ModelFolder(), "");
+  EXPECT_EQ(vanta::AiPath(), "");
+  EXPECT_EQ(vanta::BuildModelDictionary(),
+            (std::map<std::string, std::string>{{"magic_rho_model_animoji1", "/magic_rho_model_animoji1"},
+                                                {"magic_rho_model_basewhite", "/magic_rho_model_basewhite"},
+                                                {"magic_rho_model_faceprop", "/magic_rho_model_faceprop"}}));
 }
 
 TEST_F(EnginePaths, DictionaryHasItsThreeRows) {

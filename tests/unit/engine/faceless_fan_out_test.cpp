@@ -1,4 +1,10 @@
 // Commands on their way to several workers, queued and direct.
+#include <atomic>
+#include <functional>
+#include <obs.hpp>
+#include <thread>
+
+#include "engine/ability_handler.h"
 #include "engine/faceless_instance.h"
 #include "support/wait.h"
 #include "worker_bench.h"
@@ -29,7 +35,7 @@ class FanOut : public WorkerBench {
   // A second worker with an engine of its own, number 2.
   void AddSecond() {
     second_source_.parent = &parent_;
-    second_ = std::make_shared<FaceBeautyFilterWorker>(&second_source_);
+    second_ = FaceBeautyFilterWorker::Create(&second_source_);
     ASSERT_TRUE(second_->start());
     ASSERT_TRUE(PassFramesUntil([] { return scripted_engine::Created() == 2; }));
     control_->AddWorker(&second_source_, second_);
@@ -89,7 +95,7 @@ TEST_P(FanOutEitherWay, EveryWorkerGetsTheCommand) {
 }
 
 TEST_P(FanOutEitherWay, SecondWorkerOfOneSourceIsNotTaken) {
-  const auto other = std::make_shared<FaceBeautyFilterWorker>(&filter_);
+  const auto other = FaceBeautyFilterWorker::Create(&filter_);
   control_->AddWorker(&filter_, other);
   EXPECT_EQ(other.use_count(), 1);
   control_->SetLookupIntensity(0.5F);
@@ -168,6 +174,109 @@ TEST_F(FanOut, OptionIsAskedAnewForEachCommand) {
   EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 1u);
   ASSERT_TRUE(Feed());
   EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 2u);
+}
+
+TEST_F(FanOut, OptionIsAskedAnewForEachWorker) {
+  AddSecond();
+  const bool own_first = std::less<obs_source_t *>()(&filter_, &second_source_);
+  int asked = 0;
+  host_double::Change([&](HostSwitches &switches) { switches.on_async_asked = [&] { SetAsync(++asked == 2); }; });
+  control_->SetLookupIntensity(0.5F);
+  host_double::Change([](HostSwitches &switches) { switches.on_async_asked = nullptr; });
+  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(Heard(own_first ? 1 : 2), (Texts{"setLookupIntensity(0.50)"})) << "at once, as the first answer said";
+  EXPECT_TRUE(Heard(own_first ? 2 : 1).empty()) << "queued, as the second one said";
+  Settle();
+  EXPECT_EQ(Heard(own_first ? 2 : 1), (Texts{"setLookupIntensity(0.50)"}));
+}
+
+TEST_F(FanOut, WorkerRemovedDuringACommandIsNotKeptForIt) {
+  AddSecond();
+  const bool own_first = std::less<obs_source_t *>()(&filter_, &second_source_);
+  std::shared_ptr<FaceBeautyFilterWorker> &later = own_first ? second_ : worker_;
+  obs_source *const later_source = own_first ? &second_source_ : &filter_;
+  const std::weak_ptr<FaceBeautyFilterWorker> watch = later;
+  host_double::Change([&](HostSwitches &switches) {
+    switches.on_async_asked = [&] {
+      control_->RemoveWorker(later_source);
+      later.reset();
+      EXPECT_TRUE(watch.expired());
+    };
+  });
+  control_->SetLookupIntensity(0.5F);
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 1u);
+  EXPECT_TRUE(WaitUntil([] { return scripted_engine::Alive() == 1; }, "the removed worker's end"));
+}
+
+// All other references go while a command holds a worker.
+class FanOutHoldingTheLastReference : public FanOut {
+ protected:
+  void SetUp() override {
+    host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+    FanOut::SetUp();
+    host_double::Change([this](HostSwitches &switches) {
+      switches.async_beauty = true;
+      switches.on_async_asked = [this] {
+        control_->RemoveWorker(&filter_);
+        worker_.reset();
+      };
+    });
+  }
+  // While a frame is in progress.
+  void ExpectNoWait(const std::function<void()> &command) {
+    std::atomic<bool> returned{false};
+    std::thread control([&] {
+      command();
+      returned = true;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return returned.load(); }, "the command's return"));
+    scripted_engine::Open(Gate::kProcess);
+    control.join();
+    ExpectItsEnd();
+  }
+  static void ExpectItsEnd() {
+    EXPECT_TRUE(scripted_engine::WaitForCalls("destroyGLFWWindow(window)", 1));
+    EXPECT_EQ(scripted_engine::Alive(), 0);
+    EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 0u);
+  }
+};
+
+TEST_F(FanOutHoldingTheLastReference, CommandDoesNotWaitForTheFrameInProgress) {
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
+  ExpectNoWait([this] { control_->SetLookupIntensity(0.5F); });
+}
+
+TEST_F(FanOutHoldingTheLastReference, EffectForItsSourceDoesNotWaitForTheFrameInProgress) {
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
+  filter_.refs = 2;
+  ExpectNoWait([this] { control_->SetMagicEffectForSources({&filter_}, {"cat", kMainEffectSlot, true, ""}); });
+}
+
+TEST_F(FanOutHoldingTheLastReference, AbilityHandlerMayAnswerOnTheWorkersOwnThread) {
+  struct Handler final : ILiveEffectJsonAbilityHandler {
+    void Reserved() override {}
+    void PostGameData(const std::string &, const std::string &, const std::string &) override {
+      FacelessInstance::GetInstance()->SetLookupIntensity(0.5F);
+    }
+    void PostSignalAfterLoadInteractiveBoxResource() override {}
+    void PostSignalAfterUnloadInteractiveBoxResource() override {}
+  } handler;
+  const std::function<void()> drop_the_others = host_double::Switches().on_async_asked;
+  host_double::Change([](HostSwitches &switches) { switches.on_async_asked = nullptr; });
+  const OBSDataAutoRelease settings = obs_data_create();
+  obs_data_set_int(settings, "effect_json_ability_handler",
+                   static_cast<long long>(reinterpret_cast<intptr_t>(&handler)));
+  worker_->update(settings);
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
+  scripted_engine::Change([](EngineScript &script) {
+    script.on_frame = [](LX::FrameData &) {
+      scripted_engine::Callbacks(1).game_data(LX::BoomGameData{R"({"reqType":10005})"});
+    };
+  });
+  host_double::Change([&](HostSwitches &switches) { switches.on_async_asked = drop_the_others; });
+  scripted_engine::Open(Gate::kProcess);
+  ExpectItsEnd();
+  EXPECT_EQ(worker_, nullptr) << "the handler was not asked";
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -41,6 +43,28 @@ TEST(ControlObject, ManyThreadsFindTheSameOne) {
   for (int i = 0; i < 4; ++i) threads[i] = std::thread([&found, i] { FindFacelessInstance(&found[i]); });
   for (std::thread &thread : threads) thread.join();
   for (int i = 1; i < 4; ++i) EXPECT_EQ(found[i], found[0]);
+}
+
+// What the host's threads find while static objects end. Plain pointers: this must outlast them too.
+std::weak_ptr<FacelessInstance> *watch = nullptr;
+ILumivex *control = nullptr;
+
+void LookAtTheControlObject() {
+  const bool good = !watch->expired() && control->GetFacelessJumpInfo().jump_type == 7;
+  std::_Exit(good ? 0 : 1);
+}
+
+TEST(ControlObject, StaysGoodWhileTheProcessEnds) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a process of its own, in which nobody has asked for the object
+  EXPECT_EXIT(
+      {
+        std::atexit(LookAtTheControlObject);  // registered before all that the object registers, and so run behind it
+        watch = new std::weak_ptr<FacelessInstance>(FacelessInstance::GetInstance());
+        FindFacelessInstance(&control);
+        control->SetFacelessJumpInfo({true, 7});
+        std::exit(2);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(ControlObject, JumpInfoBeginsClearAndIsLoggedWhenSet) {

@@ -54,6 +54,11 @@ TEST_F(LumivexCommands, MediaTypeCountsBeforeAnyEngineExists) {
   vanta::LumivexProcessor sleeping;
   sleeping.SetMediaResource(Media(1));
   EXPECT_TRUE(log_.Has(kInfo, "[beauty][lumivex] skip_lumivex_ true"));
+  sleeping.Initialize(64, 48, nullptr);
+  ASSERT_TRUE(sleeping.IsInitialized());
+  vanta::PooledFrame frame = MakePooled();
+  EXPECT_EQ(sleeping.Process(frame), vanta::LumivexProcessor::kFinished);
+  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u) << "the engine got a frame that was to pass it by";
 }
 
 TEST_F(LumivexCommands, BasicAdjustmentReachesNoEngine) {
@@ -79,12 +84,25 @@ TEST_F(LumivexCommands, WithoutAnEngineEveryCommandIsSilent) {
   sleeping.UpdateTesseraParams("{}");
   sleeping.BeginBatchCommand();
   sleeping.EndBatchCommand();
+  sleeping.SetEffectEnabledWithEffectType(LXEffectType(1), true);
   sleeping.SetLookupInfo({});
+  sleeping.SetLookupIntensity(0.5F);
   sleeping.SetMakeupInfo({});
+  sleeping.SetMakeupIntensityWithKey("k", 0.5F);
+  sleeping.SetBeautyIntensityWithType(LXBeautyType(1), 0.5F);
   sleeping.SetBeautyGroupPath({});
+  sleeping.SetNaturalityIntensity(0.5F);
+  sleeping.SetDeformIntensityWithMode(1, 0.5F);
+  sleeping.SetBodySlimmingIntensityWithType(LXBodySlimmingType(1), 0.5F);
+  sleeping.SetBodySlimmingManualLegHeightRangeAndDir(0.25F, 0.5F, 1);
   sleeping.SetMagicEffectWithEvent("p", kMainEffectSlot, false, "e");
+  sleeping.SetMagicEffectWithPath("p", kMainEffectSlot, false);
   sleeping.CancelMagicEffect();
+  sleeping.SetEffectStateWithState(LXEffectState(1));
+  sleeping.SetEffectIntensityWithType(LXEffectAdjustType(1), 0.5F);
   sleeping.SetMediaResource({});
+  sleeping.SetBasicAdjustIntensity(1, 0.5F);
+  sleeping.SetBoomGameData("{}");
   sleeping.SetMagicCustomImage({});
   sleeping.LoadInteractiveBoxResource("b");
   sleeping.UnloadInteractiveBoxResource();
@@ -130,6 +148,7 @@ TEST_F(LumivexCommands, CancelClearsTheFlagsBeforeTheEngineHearsOfIt) {
   processor_->SetMagicEffectWithPath("cat", kMainEffectSlot, true);
   processor_->CancelMagicEffect();
   EXPECT_EQ(signals().back(), "zt_magic_callback(00000)");
+  EXPECT_EQ(calls_at_signal(), (Texts{"setMagicEffectWithPath(cat, 0, 1)"})) << "the engine heard of it first";
   processor_->SetMagicEffectWithPath("", kRecognitionGiftSlot, true);  // the main path is forgotten
   EXPECT_EQ(CallsAfterStart(),
             (Texts{"setMagicEffectWithPath(cat, 0, 1)", "cancelMagicEffect()", "setMagicEffectWithPath(, 0, 1)"}));

@@ -4,6 +4,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <obs.hpp>
+#include <thread>
 
 #include "engine/engine_paths.h"
 #include "engine_bench.h"
@@ -106,6 +107,18 @@ TEST_F(LumivexStart, MissingDataFolderIsNoLineAndAnEmptyPath) {
   EXPECT_EQ(scripted_engine::Count("createEngine(, 0, 64, 48)"), 1u);
 }
 
+TEST_F(LumivexStart, MissingConfigurationFolderIsNoLineAndAnEmptyModelFolder) {
+  const NoConfigFolder none;
+  Start();
+  EXPECT_FALSE(log_.HasText("ai_path="));
+  EXPECT_EQ(scripted_engine::Count("setModelPathDic({magic_rho_model_animoji1=/magic_rho_model_animoji1, "
+                                   "magic_rho_model_basewhite=/magic_rho_model_basewhite, "
+                                   "magic_rho_model_faceprop=/magic_rho_model_faceprop})"),
+            1u);
+  EXPECT_EQ(scripted_engine::Count("setModelRootPath()"), 1u);
+  EXPECT_TRUE(processor_->IsInitialized());
+}
+
 TEST_F(LumivexStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
   gs_recorder::SetModuleFile("/" + std::string(2000, 'x'));
   Start();
@@ -118,7 +131,13 @@ TEST_F(LumivexStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
 
 TEST_F(LumivexStart, EngineGoesBeforeTheRest) {
   Start();
-  processor_.reset();
+  scripted_engine::Close(Gate::kDestroy);
+  std::thread end([this] { processor_.reset(); });
+  EXPECT_TRUE(scripted_engine::WaitAt(Gate::kDestroy));
+  EXPECT_EQ(host_double::Calls(), Texts{}) << "before the engine's end";
+  EXPECT_FALSE(log_.HasText("LumivexRender::~LumivexRender")) << "before the engine's end";
+  scripted_engine::Open(Gate::kDestroy);
+  end.join();
   EXPECT_EQ(scripted_engine::Texts().back(), "~LumivexSync()");
   EXPECT_EQ(host_double::Calls(), (Texts{"SetBeautySharedTexture(0)", "SetBeautySharedTextureFallback(0)"}));
 }
