@@ -103,7 +103,9 @@ bool SharedTexture::Exchange(uint64_t end, GLuint name, GLuint other) {
   vanta::MutexLock lock(image_mutex_);
   const EGLImageKHR picture = ImageOf(other);
   if (picture == EGL_NO_IMAGE_KHR) return false;
-  if (!Show(other, image_) || !Show(name, picture)) {
+  const bool given = Show(other, image_);
+  if (!given || !Show(name, picture)) {
+    if (given) Show(other, picture);  // its own storage again
     Gl().DestroyImage(display_, picture);
     return false;
   }

@@ -175,6 +175,29 @@ TEST_F(SharedTextures, ExchangeIsRefusedWithoutTheLockAndBetweenUnlikeTextures) 
   for (gs_texture_t *texture : {keyed, like, wider, other_format}) gs_texture_destroy(texture);
 }
 
+// The driver gives `other` the shared storage and then refuses to put anything else into `keyed`.
+TEST_F(SharedTextures, ExchangeThatFailsHalfWayLeavesBothAsTheyWere) {
+  const std::vector<Colour> red = All(kRed);
+  const std::vector<Colour> green = All(kGreen);
+  const auto *green_pixels = reinterpret_cast<const uint8_t *>(green.data());
+  const Graphics graphics;
+  gs_texture_t *keyed = gs_texture_create(kSide, kSide, GS_RGBA, 1, nullptr, GS_SHARED_KM_TEX);
+  gs_texture_t *drawn = gs_texture_create(kSide, kSide, GS_RGBA, 1, &green_pixels, 0);
+  const GLuint keyed_name = *static_cast<const GLuint *>(gs_texture_get_obj(keyed));
+  const GLuint drawn_name = *static_cast<const GLuint *>(gs_texture_get_obj(drawn));
+  MakeStorageFixed(keyed_name, kSide, kSide);
+  Paint(keyed_name, kRed);
+  gs_texture_get_shared_handle(keyed);
+  ASSERT_EQ(gs_texture_acquire_sync(keyed, 0, 0), 0);
+  EXPECT_FALSE(vanta_host_texture_exchange(keyed, drawn));
+  EXPECT_EQ(LookAt(drawn), green);
+  EXPECT_EQ(LookAt(keyed), red);
+  Paint(drawn_name, {1, 2, 3, 4});
+  EXPECT_EQ(LookAt(keyed), red) << "they share a storage";
+  gs_texture_destroy(drawn);
+  gs_texture_destroy(keyed);
+}
+
 TEST_F(SharedTextures, KeepTheirHandleWhereTheyAreOpen) {
   Published engine(*context);
   const Graphics graphics;
