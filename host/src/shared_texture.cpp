@@ -50,8 +50,7 @@ void ClearErrors() {
 }  // namespace
 
 std::shared_ptr<SharedTexture> SharedTexture::Of(uint32_t handle, GLuint name, uint32_t width, uint32_t height) {
-  const GlApi &gl = Gl();
-  if (!gl.complete || !HasContext()) return nullptr;
+  if (!SharingObstacle().empty()) return nullptr;
   std::shared_ptr<SharedTexture> made(new SharedTexture(handle, width, height));
   made->display_ = eglGetCurrentDisplay();
   vanta::MutexLock lock(made->image_mutex_);

@@ -15,8 +15,8 @@
 namespace vanta_host {
 namespace {
 
-// A thread begins with the policy and the niceness of the one that made it, here a worker. Leaving SCHED_BATCH or a
-// raised niceness needs no right; the niceness of the process is that of its first thread.
+// A thread begins with the policy and the niceness of the one that made it, here a worker. Leaving SCHED_BATCH or
+// giving up a priority needs no right. The niceness of the process is that of its first thread.
 void TakeSchedulingOfTheProcess() {
   const sched_param no_priority{};
   sched_setscheduler(0, SCHED_OTHER, &no_priority);
