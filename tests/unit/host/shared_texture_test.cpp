@@ -11,8 +11,8 @@
 #include "obs_session.h"
 #include "platform/shared_texture.h"
 #include "private_drawing.h"
-#include "scripted_driver.h"
 #include "support/log_capture.h"
+#include "support/scripted_driver.h"
 #include "support/wait.h"
 #include "vanta_host.h"
 

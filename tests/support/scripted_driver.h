@@ -1,4 +1,5 @@
-// What the GL driver says of itself, as a test changes it. The drawing stays the driver's own.
+// What the GL driver says of itself, as a test changes it. The drawing stays the driver's own; without GL_KHR_debug no
+// object has a label.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "scripted_driver.h"
+#include "support/scripted_driver.h"
 
 #include <dlfcn.h>
 
@@ -38,6 +38,12 @@ const GLubyte *GetStringi(GLenum name, GLuint index) {
   return reinterpret_cast<const GLubyte *>("GL_HIDDEN");
 }
 
+// As a loader's entry that leads nowhere.
+void GetObjectLabel(GLenum kind, GLuint name, GLsizei size, GLsizei *length, GLchar *label) {
+  if (IsHidden("GL_KHR_debug")) return;
+  reinterpret_cast<PFNGLGETOBJECTLABELPROC>(DriversFunction("glGetObjectLabel"))(kind, name, size, length, label);
+}
+
 }  // namespace
 
 namespace vanta_test {
@@ -58,6 +64,7 @@ extern "C" {
 __attribute__((visibility("default"))) EglFunction eglGetProcAddress(const char *name) {
   if (std::strcmp(name, "glGetString") == 0) return reinterpret_cast<EglFunction>(&GetString);
   if (std::strcmp(name, "glGetStringi") == 0) return reinterpret_cast<EglFunction>(&GetStringi);
+  if (std::strcmp(name, "glGetObjectLabel") == 0) return reinterpret_cast<EglFunction>(&GetObjectLabel);
   return DriversFunction(name);
 }
 
