@@ -49,7 +49,7 @@ enum vanta_host_switch {
   VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
   VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
   VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */
-  VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap. Default on */
+  VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap, while textures can be shared. Default on */
   VANTA_SWITCH_FACE_POINT_BY_LX,    /* FacePointByLX. Default off: the landmark filter finds the points */
   VANTA_SWITCH_COUNT
 };
@@ -133,7 +133,8 @@ VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char 
 
 /* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of platform/shared_texture.h.
  * What follows is the same for a thread with an off-screen GL context of its own. Where libobs does not draw with EGL
- * no context can be made, and nothing is shared. */
+ * or its driver lacks what sharing needs (fences, object labels and EGL images of textures) no context can be made, and
+ * nothing is shared; the log says why. */
 
 /* A core GL 3.3 context, or newer, that sees libobs's textures; NULL where there is none. Enters graphics and leaves
  * the calling thread without a context: never call it on a thread that draws in one of its own. */
@@ -148,7 +149,8 @@ VANTA_HOST_C_API bool vanta_host_gl_context_bind(vanta_host_gl_context *context)
 VANTA_HOST_C_API void vanta_host_gl_context_unbind(vanta_host_gl_context *context);
 /* While it is bound nowhere. May be called after libobs's end. */
 VANTA_HOST_C_API void vanta_host_gl_context_destroy(vanta_host_gl_context *context);
-/* A function of GL by its name, the same for every context; NULL where the driver has none. */
+/* A function of GL by its name, the same for every context. Drivers answer for any name: before a function is called
+ * that is not of GL 3.3, ask the context for its version or for the extension. NULL where there is none for sure. */
 VANTA_HOST_C_API void *vanta_host_gl_function(const char *name);
 
 /* One end of a shared texture. The picture lives as long as any end shows it, whichever goes first. All calls that take

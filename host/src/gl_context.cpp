@@ -1,5 +1,6 @@
 // Off-screen contexts beside libobs's own, for those who draw on threads of theirs.
 #include <memory>
+#include <string>
 
 #include <obs.h>
 #include <util/base.h>
@@ -34,7 +35,8 @@ constexpr EGLint kContextAttributes[] = {
 struct Renderer {
   EGLDisplay display = EGL_NO_DISPLAY;
   EGLConfig config = nullptr;
-  EGLContext context = EGL_NO_CONTEXT;  // none: libobs does not draw with EGL, or nobody has looked yet
+  EGLContext context = EGL_NO_CONTEXT;  // none: textures cannot be shared, or nobody has looked yet
+  std::string obstacle;                 // to sharing them, for the log
 
   explicit operator bool() const { return context != EGL_NO_CONTEXT; }
 };
@@ -42,6 +44,7 @@ struct Renderer {
 struct KnownRenderer {
   Mutex mutex;
   Renderer renderer VANTA_GUARDED_BY(mutex);
+  bool was_useless VANTA_GUARDED_BY(mutex) = false;  // at some look in this session
 };
 
 KnownRenderer &TheRenderer() {
@@ -52,8 +55,9 @@ KnownRenderer &TheRenderer() {
 // Inside graphics.
 Renderer PresentRenderer() {
   Renderer found;
+  found.obstacle = vanta_host::SharingObstacle();
+  if (!found.obstacle.empty()) return found;
   EGLContext context = eglGetCurrentContext();
-  if (context == EGL_NO_CONTEXT || !vanta_host::Gl().complete) return found;
   found.display = eglGetCurrentDisplay();
   EGLint id = 0;
   if (!eglQueryContext(found.display, context, EGL_CONFIG_ID, &id)) return found;
@@ -61,6 +65,11 @@ Renderer PresentRenderer() {
   EGLint count = 0;
   if (eglChooseConfig(found.display, wanted, &found.config, 1, &count) && count > 0) found.context = context;
   return found;
+}
+
+const char *ObstacleTo(const Renderer &renderer) {
+  if (renderer) return "the driver gave none beside libobs's own";
+  return renderer.obstacle.empty() ? "libobs does not draw with EGL" : renderer.obstacle.c_str();
 }
 
 vanta_host_gl_context *MakeBeside(const Renderer &renderer) {
@@ -71,8 +80,7 @@ vanta_host_gl_context *MakeBeside(const Renderer &renderer) {
     made->context = eglCreateContext(renderer.display, renderer.config, renderer.context, kContextAttributes);
     if (made->context != EGL_NO_CONTEXT) return made.release();
   }
-  blog(LOG_INFO, "[vanta_host] no off-screen GL context: %s",
-       renderer ? "the driver gave none beside libobs's own" : "libobs does not draw with EGL");
+  blog(LOG_INFO, "[vanta_host] no off-screen GL context: %s", ObstacleTo(renderer));
   return nullptr;
 }
 
@@ -88,12 +96,20 @@ void LearnRenderer() {
   KnownRenderer &known = TheRenderer();
   MutexLock lock(known.mutex);
   known.renderer = present;
+  if (!present) known.was_useless = true;
 }
 
 void ForgetRenderer() {
   KnownRenderer &known = TheRenderer();
   MutexLock lock(known.mutex);
   known.renderer = Renderer();
+  known.was_useless = false;
+}
+
+bool HasRendererBeenUseless() {
+  KnownRenderer &known = TheRenderer();
+  MutexLock lock(known.mutex);
+  return known.was_useless;
 }
 
 }  // namespace vanta_host

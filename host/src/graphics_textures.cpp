@@ -2,6 +2,7 @@
 #include "platform/shared_texture.h"
 
 #include <atomic>
+#include <string>
 
 #include <util/base.h>
 
@@ -12,23 +13,28 @@ namespace {
 using vanta_host::TextureEnd;
 using vanta_host::TextureRegistry;
 
-void SayOnceWithoutEgl() {
-  static std::atomic<bool> said{false};
-  if (vanta_host::HasContext() && vanta_host::Gl().complete) return;
-  if (!said.exchange(true)) blog(LOG_INFO, "[vanta_host] no shared textures: libobs does not draw with EGL");
+// Called where something could not be shared, which may have other reasons.
+void LogObstacleOnce() {
+  static std::atomic<bool> logged{false};
+  if (logged) return;
+  const std::string obstacle = vanta_host::SharingObstacle();
+  if (!obstacle.empty() && !logged.exchange(true))
+    blog(LOG_INFO, "[vanta_host] no shared textures: %s", obstacle.c_str());
 }
 
 }  // namespace
 
 gs_texture_t *gs_texture_open_shared(uint32_t handle) {
-  SayOnceWithoutEgl();
-  return TextureRegistry::Instance().OpenGraphics(handle);
+  gs_texture_t *texture = TextureRegistry::Instance().OpenGraphics(handle);
+  if (!texture) LogObstacleOnce();
+  return texture;
 }
 
 uint32_t gs_texture_get_shared_handle(gs_texture_t *texture) {
-  SayOnceWithoutEgl();
   const TextureEnd end = TextureRegistry::Instance().PublishGraphics(texture);
-  return end ? end.texture->Handle() : GS_INVALID_HANDLE;
+  if (end) return end.texture->Handle();
+  LogObstacleOnce();
+  return GS_INVALID_HANDLE;
 }
 
 int gs_texture_acquire_sync(gs_texture_t *texture, uint64_t key, uint32_t timeout_ms) {

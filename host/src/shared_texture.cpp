@@ -50,8 +50,7 @@ void ClearErrors() {
 }  // namespace
 
 std::shared_ptr<SharedTexture> SharedTexture::Of(uint32_t handle, GLuint name, uint32_t width, uint32_t height) {
-  const GlApi &gl = Gl();
-  if (!gl.complete || !HasContext()) return nullptr;
+  if (!SharingObstacle().empty()) return nullptr;
   std::shared_ptr<SharedTexture> made(new SharedTexture(handle, width, height));
   made->display_ = eglGetCurrentDisplay();
   vanta::MutexLock lock(made->image_mutex_);
@@ -103,7 +102,9 @@ bool SharedTexture::Exchange(uint64_t end, GLuint name, GLuint other) {
   vanta::MutexLock lock(image_mutex_);
   const EGLImageKHR picture = ImageOf(other);
   if (picture == EGL_NO_IMAGE_KHR) return false;
-  if (!Show(other, image_) || !Show(name, picture)) {
+  const bool given = Show(other, image_);
+  if (!given || !Show(name, picture)) {
+    if (given) Show(other, picture);  // its own storage again
     Gl().DestroyImage(display_, picture);
     return false;
   }

@@ -31,7 +31,8 @@ class SharedTexture {
   // The same for one that has none yet. 0 where the driver refuses. Needs a context.
   uint64_t ShowIn(GLuint name);
   // The picture of `other`, a texture of the same kind, without a copy: the two exchange their storage. Ends opened
-  // before show what they showed. `end` must hold the lock, and `name` be its texture. Needs a context.
+  // before show what they showed. `end` must hold the lock, and `name` be its texture. False, with each texture as it
+  // was, where the driver refuses. Needs a context.
   bool Exchange(uint64_t end, GLuint name, GLuint other);
   // Abandons the lock if the end holds it.
   void RemoveEnd(uint64_t end);

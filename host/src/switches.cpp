@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 
+#include "gl_context.h"
 #include "module/host_extensions.h"
 #include "vanta_host.h"
 
@@ -70,7 +71,8 @@ bool JumpTextureRenderEnable() {
   return switches[VANTA_SWITCH_JUMP_TEXTURE_RENDER].on;
 }
 bool EnableAsyncGpuTextureMap() {
-  return switches[VANTA_SWITCH_ASYNC_GPU_MAP].on;
+  // The module maps shared textures, and a landmark filter that cannot set up its map finds no points.
+  return switches[VANTA_SWITCH_ASYNC_GPU_MAP].on && !vanta_host::HasRendererBeenUseless();
 }
 bool FacePointByLX() {
   return switches[VANTA_SWITCH_FACE_POINT_BY_LX].on;

@@ -65,7 +65,7 @@ void TextureRegistry::Close(const TextureEnd &end) {
 }
 
 TextureEnd TextureRegistry::PublishGraphics(gs_texture_t *texture) {
-  if (!HasContext() || !Gl().complete || !IsPlain2D(texture)) return {};
+  if (!HasContext() || !IsPlain2D(texture)) return {};
   CloseDestroyedGraphics();
   if (TextureEnd known = FindGraphics(texture)) return known;
   TextureEnd end = Publish(NameOf(texture), gs_texture_get_width(texture), gs_texture_get_height(texture));
@@ -76,7 +76,7 @@ TextureEnd TextureRegistry::PublishGraphics(gs_texture_t *texture) {
 }
 
 gs_texture_t *TextureRegistry::OpenGraphics(uint32_t handle) {
-  if (!HasContext() || !Gl().complete) return nullptr;
+  if (!HasContext()) return nullptr;
   CloseDestroyedGraphics();
   TextureEnd end;
   end.texture = Find(handle);

@@ -22,7 +22,8 @@ class Watchdog {
   Watchdog &operator=(const Watchdog &) = delete;
 
   void SetLimitMs(uint32_t limit_ms);  // 0: watch nobody
-  // There is a worker to watch: starts the thread where none runs. A system that grants no thread goes unwatched.
+  // There is a worker to watch: starts the thread where none runs. A system that grants no thread goes unwatched. The
+  // thread is scheduled as the process is, whatever the caller's policy.
   void Wake();
   // Ends the thread and waits for it, unless it is the caller. The next Wake starts another.
   void Stop();

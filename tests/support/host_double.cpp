@@ -22,7 +22,7 @@ struct Host {
   bool recording = true;
   std::vector<std::string> calls;
   std::vector<HostReport> reports;
-  std::vector<std::string> corvid;
+  std::vector<LogLine> corvid;
   std::vector<std::vector<uint8_t>> registrations;
 };
 
@@ -130,7 +130,7 @@ std::vector<HostReport> Reports() {
   return host.reports;
 }
 
-std::vector<std::string> CorvidLines() {
+std::vector<LogLine> CorvidLines() {
   Host &host = GetHost();
   std::lock_guard<std::mutex> lock(host.mutex);
   return host.corvid;
@@ -253,13 +253,13 @@ void blog_user_define_data_report(int32_t report_id, const char *format, ...) {
   GetHost().reports.push_back({report_id, std::move(body)});
 }
 
-void blog_corvid(int32_t, const char *format, ...) {
+void blog_corvid(int32_t level, const char *format, ...) {
   va_list args;
   va_start(args, format);
   std::string line = vanta_test::Print(format, args);
   va_end(args);
   std::lock_guard<std::mutex> lock(GetHost().mutex);
-  GetHost().corvid.push_back(std::move(line));
+  GetHost().corvid.push_back({level, std::move(line)});
 }
 
 // What the module's registrations turn into at link time.

@@ -9,6 +9,7 @@
 
 #include "module/host_extensions.h"
 #include "module/source_record.h"
+#include "support/log_capture.h"
 
 namespace vanta_test {
 
@@ -52,7 +53,7 @@ size_t Count(const std::string &text);
 bool WaitForCalls(const std::string &text, size_t count);  // false fails the test
 
 std::vector<HostReport> Reports();
-std::vector<std::string> CorvidLines();
+std::vector<LogLine> CorvidLines();
 
 // The registration records that reached the host, byte for byte.
 std::vector<std::vector<uint8_t>> Registrations();

@@ -1,4 +1,5 @@
-// OpenGL as the engine uses it. The host's library is the one that finds it: the engine links none.
+// OpenGL as the engine uses it. The host's library is the one that finds it: the engine links none. All functions are
+// of OpenGL 3.0, and the host's contexts of 3.3 or later: a driver that makes one has them.
 #pragma once
 
 #include <GL/glcorearb.h>
@@ -38,7 +39,7 @@ struct GlApi {
   PFNGLBINDVERTEXARRAYPROC BindVertexArray;
   PFNGLDRAWARRAYSPROC DrawArrays;
 
-  bool complete;  // every function is there
+  bool complete;  // every function was found
 };
 
 const GlApi &Gl();

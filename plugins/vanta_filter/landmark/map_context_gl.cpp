@@ -32,6 +32,7 @@ constexpr int32_t kReportId = 19;
 constexpr uint32_t kAcquireWaitMs = 200;
 constexpr uint32_t kBytesPerPixel = 4;
 
+// All of OpenGL 3.0; the host's contexts are of 3.3 or later.
 struct GlApi {
   PFNGLGENFRAMEBUFFERSPROC GenFramebuffers;
   PFNGLBINDFRAMEBUFFERPROC BindFramebuffer;
@@ -39,7 +40,7 @@ struct GlApi {
   PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus;
   PFNGLREADPIXELSPROC ReadPixels;
   PFNGLGETERRORPROC GetError;
-  bool complete;  // every function is there
+  bool complete;  // every function was found
 };
 
 template <typename Function>

@@ -6,8 +6,9 @@
 
 namespace vanta {
 
-// Measures each frame between Start and Stop, warns of slow ones, and once a minute writes a line with count, cost and
-// rate. Slow frames and the minute's figures also go to the observers of FrameRateCalcCenter.
+// Measures each frame between Start and Stop, warns of those above a tenth of a second, and once a minute writes a line
+// with count, cost and rate. The observers of FrameRateCalcCenter are told of frames above half a second, and of the
+// minute's average unless every frame took less than a millisecond.
 // Threads: the one that runs the timed callback.
 class FrameCostRecorder {
  public:
@@ -18,7 +19,7 @@ class FrameCostRecorder {
   void Start();
   // At the end, on every way out.
   void Stop();
-  // Before its owner goes: the minute's figures so far go to the log.
+  // Before its owner goes: the minute so far is reported as a whole one is, to the log and to the observers.
   void Close() { Report(); }
 
  private:

@@ -14,6 +14,7 @@
 #include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
 #include "support/log_capture.h"
+#include "support/scripted_driver.h"
 #include "support/wait.h"
 #include "vanta_host.h"
 
@@ -226,6 +227,26 @@ TEST(GpuRoad, ServesTwoSourcesAtOnce) {
   EXPECT_TRUE(one.ShowsPlain(MakeFrame(kFirst)));
   EXPECT_TRUE(other.ShowsPlain(MakeFrame(kSecond)));
   EXPECT_LE(MeanDifference(TakeScreenshot(one.source.Get()), one.plain), kSame);
+}
+
+// A texture without a label counts as destroyed: shared ones would draw nothing.
+TEST(GpuRoad, LeadsThroughMemoryWhereTheDriverHasNoLabels) {
+  const vanta_test::ScriptedDriver driver({{"GL_KHR_debug"}, "4.2"});
+  const ObsSession session;
+  const HostFrame picture = MakeFrame(kFirst);
+  const Screenshot plain = Plain(picture);
+  SetNeutralPreset(session, 0.5f);
+  FedSource source("without labels");
+  const OBSDataAutoRelease settings = OpenInterop();
+  BeautyChain chain(source.Get(), settings);
+  source.Show();
+  const auto is_the_engines = [&](const Screenshot &shot) {
+    return !NothingDrawn(shot) && MeanDifference(shot, plain) >= 2 * kSame;
+  };
+  EXPECT_TRUE(FeedUntilShown(source, chain, picture, is_the_engines, "the engine's picture"));
+  for (int frame = 0; frame < 50; ++frame) FeedThrough(source, chain, picture);
+  EXPECT_TRUE(is_the_engines(TakeScreenshot(source.Get())));
+  EXPECT_FALSE(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE));
 }
 
 // ---- Textures that fail ----

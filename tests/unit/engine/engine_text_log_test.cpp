@@ -13,7 +13,7 @@ TEST(EngineTextLog, PlainTextGoesToTheVisionLog) {
   const LogCapture log;
   vanta::LogEngineText("name", "text");
   vanta::LogEngineText("name", "");
-  EXPECT_EQ(host_double::CorvidLines(), (std::vector<std::string>{"name: text", "name: "}));
+  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, "name: text"}, {kInfo, "name: "}}));
   EXPECT_TRUE(log.Lines().empty());
 }
 

@@ -63,7 +63,7 @@ class GameData : public EngineBench {
 
 TEST_F(GameData, TextIsLoggedByTheRuleForEngineTexts) {
   Request(R"({"a":1})");
-  EXPECT_EQ(host_double::CorvidLines(), (Texts{R"(GameDataCallback: {"a":1})"}));
+  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, R"(GameDataCallback: {"a":1})"}}));
   Request(R"(["%"])");
   EXPECT_TRUE(log_.Has(kError, "GameDataCallback____base64: WyIlIl0="));
 }

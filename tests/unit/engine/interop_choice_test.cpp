@@ -156,7 +156,7 @@ TEST_F(InteropChoice, RunnersStatisticsComeOnEvery301stCallOverAllProcessors) {
   for (int i = 0; i < 100; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
   EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 0u);
   processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(host_double::CorvidLines(), (std::vector<std::string>{"[beauty][Corvid][Tessera] GetStat faces 2"}));
+  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, "[beauty][Corvid][Tessera] GetStat faces 2"}}));
   for (int i = 0; i < 300; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
   EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 1u);
   processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));

@@ -40,9 +40,11 @@ TEST_F(LumivexCallbacks, TextsGoToTheVisionLogUnderTheirNames) {
   callbacks_.upload_stats("stats");
   callbacks_.post_report("a", "b");
   callbacks_.log("c", "d");
-  EXPECT_EQ(host_double::CorvidLines(),
-            (Texts{"setTesseraUploadStatsCallBack: stats", "setTesseraPostReportCallBack: a",
-                   "setTesseraPostReportCallBack: b", "setTesseraLogCallBack: c", "setTesseraLogCallBack: d"}));
+  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, "setTesseraUploadStatsCallBack: stats"},
+                                                              {kInfo, "setTesseraPostReportCallBack: a"},
+                                                              {kInfo, "setTesseraPostReportCallBack: b"},
+                                                              {kInfo, "setTesseraLogCallBack: c"},
+                                                              {kInfo, "setTesseraLogCallBack: d"}}));
 }
 
 TEST_F(LumivexCallbacks, BodySlimmingStatusBecomesASignal) {

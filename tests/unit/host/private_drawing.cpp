@@ -54,9 +54,15 @@ GLuint MakeTexture(uint32_t width, uint32_t height) {
   GLuint name = 0;
   TheGl().gen_textures(1, &name);
   TheGl().bind_texture(GL_TEXTURE_2D, name);
+  TheGl().bind_texture(GL_TEXTURE_2D, 0);
+  MakeStorageFixed(name, width, height);
+  return name;
+}
+
+void MakeStorageFixed(GLuint name, uint32_t width, uint32_t height) {
+  TheGl().bind_texture(GL_TEXTURE_2D, name);
   TheGl().tex_storage_2d(GL_TEXTURE_2D, 1, GL_SRGB8_ALPHA8, static_cast<GLsizei>(width), static_cast<GLsizei>(height));
   TheGl().bind_texture(GL_TEXTURE_2D, 0);
-  return name;
 }
 
 void DeleteTexture(GLuint name) {

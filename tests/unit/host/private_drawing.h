@@ -45,6 +45,8 @@ class Bound {
 
 // All of these need a bound context.
 GLuint MakeTexture(uint32_t width, uint32_t height);
+// A new storage, which the driver lets nobody replace.
+void MakeStorageFixed(GLuint name, uint32_t width, uint32_t height);
 void DeleteTexture(GLuint name);
 void Paint(GLuint name, Colour colour);
 std::vector<Colour> Look(GLuint name, uint32_t width, uint32_t height);

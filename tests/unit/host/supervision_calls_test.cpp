@@ -1,9 +1,12 @@
 #include <dlfcn.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <string>
 #include <thread>
@@ -133,6 +136,62 @@ TEST(Watchdog, LogsAStuckWorkerFromAThreadOfItsOwn) {
   LogCapture log;
   BeginStuckFrame(71);
   EXPECT_TRUE(log.WaitForText("FaceBeautyFilterWorker (thread 71)"));
+}
+
+struct Scheduling {
+  int policy = -1;
+  int niceness = 0;
+};
+
+// Notes how the thread of the first log line is scheduled: the watchdog's, where a worker is stuck.
+class LoggingThread {
+ public:
+  LoggingThread() {
+    base_get_log_handler(&former_, &former_param_);
+    base_set_log_handler(
+        [](int, const char *, va_list, void *param) {
+          auto *self = static_cast<LoggingThread *>(param);
+          self->seen_.set_value({sched_getscheduler(0), getpriority(PRIO_PROCESS, 0)});
+        },
+        this);
+  }
+  ~LoggingThread() {
+    vanta_host_detach();  // ends the watchdog
+    base_set_log_handler(former_, former_param_);
+  }
+  LoggingThread(const LoggingThread &) = delete;
+  LoggingThread &operator=(const LoggingThread &) = delete;
+
+  Scheduling Seen() { return seen_.get_future().get(); }
+
+ private:
+  std::promise<Scheduling> seen_;
+  log_handler_t former_ = nullptr;
+  void *former_param_ = nullptr;
+};
+
+TEST(Watchdog, IsNoBatchWorkWhereABatchWorkerStartsIt) {
+  vanta_host_set_landmark_in_background(true);
+  LoggingThread log;
+  std::thread([&log] {
+    SetTesseraLandmarkFilterWorkerThreadId(51);
+    SetTesseraLandmarkFilterWorkerThreadTimestamp(1);
+    ASSERT_EQ(sched_getscheduler(0), SCHED_BATCH);
+    EXPECT_EQ(log.Seen().policy, SCHED_OTHER);
+  }).join();
+  vanta_host_set_landmark_in_background(false);
+}
+
+// The worker keeps its own niceness and the process gets another: a test may raise neither without a right.
+TEST(Watchdog, HasTheNicenessOfTheProcessAndNotOfTheWorkerThatStartsIt) {
+  LoggingThread log;
+  std::thread([&log] {
+    const auto process = static_cast<id_t>(getpid());
+    const int niceness = std::min(getpriority(PRIO_PROCESS, process) + 1, 19);
+    ASSERT_EQ(setpriority(PRIO_PROCESS, process, niceness), 0);
+    BeginStuckFrame(71);
+    EXPECT_EQ(log.Seen().niceness, niceness);
+  }).join();
 }
 
 TEST(Watchdog, WatchesAWorkerThatComesLater) {

@@ -1,8 +1,14 @@
 #include <dlfcn.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +21,7 @@
 
 #include "module/module_text.h"
 #include "module/source_record.h"
+#include "support/scripted_engine.h"
 
 extern "C" {
 extern uint32_t NvOptimusEnablement;
@@ -194,6 +201,38 @@ TEST_F(ModuleTest, LoadRegistersTheFiltersInTheirOrder) {
     ids.emplace_back(registration.Record().id);
   }
   EXPECT_EQ(ids, (Strings{"face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"}));
+}
+
+// From here on each of these system calls ends the process.
+bool ForbidThreadsSocketsAndFiles() {
+  std::vector<long> forbidden{SYS_clone, SYS_clone3, SYS_socket, SYS_openat};
+#if defined(SYS_open)  // newer processors have none of these
+  forbidden.insert(forbidden.end(), {SYS_open, SYS_fork, SYS_vfork});
+#endif
+  std::vector<sock_filter> program{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+  for (const long number : forbidden) {
+    program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<uint32_t>(number), 0, 1));
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS));
+  }
+  program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+TEST(ModuleDeathTest, LoadStartsNoThreadAndOpensNoSocketAndNoFile) {
+  if (prctl(PR_GET_SECCOMP) < 0) GTEST_SKIP() << "the kernel filters no system calls";
+  EXPECT_EXIT(
+      {
+        if (!ForbidThreadsSocketsAndFiles()) std::_Exit(2);
+        std::_Exit(obs_module_load() ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ModuleTest, LoadMakesNeitherEngineNorWindow) {
+  obs_module_load();
+  EXPECT_EQ(vanta_test::scripted_engine::Texts(), Strings());
+  EXPECT_EQ(vanta_test::scripted_engine::Created(), 0);
 }
 
 TEST_F(ModuleTest, BeautyRecordSetsItsSlotsAndNoOther) {

@@ -373,6 +373,57 @@ TEST(DelayStats, SixUnprocessedFramesAreAnExceptionWithTheReportLine) {
                  "arrived_fps: 6, render_fps: 0, render_jank_count: 1, render_big_jank_count: 1, jank_time: 132]"}}));
 }
 
+// Each figure is another one.
+TEST(DelayStats, ReportLineHasEachFigureInItsPlace) {
+  DelayStats stats;
+  stats.OnFrameProcessed(10.0f, 1.5f, 100.0f, 0);
+  stats.OnFrameProcessed(32.0f, 3.5f, 700.0f, 0);
+  Arrive(stats, 9);
+  for (int i = 0; i < 5; ++i) {
+    Miss(stats, 1);
+    stats.OnFrameOut(10);
+  }
+  for (int i = 0; i < 4; ++i) {
+    Miss(stats, 3);
+    stats.OnFrameOut(10);
+  }
+  const LogCapture log;
+  stats.MakeSample();
+  EXPECT_EQ(log.Lines(),
+            (std::vector<LogLine>{
+                {LOG_WARNING,
+                 "beauty process exception(jank) [filter: avg: 21.000000, max: 32.000000, min: 10.000000, tessera: "
+                 "avg: 2.500000, max: 3.500000, min: 1.500000, beauty: avg: 400.000000, max: 700.000000, min: "
+                 "100.000000, arrived_fps: 9, render_fps: 2, render_jank_count: 5, render_big_jank_count: 4, "
+                 "jank_time: 561]"}}));
+}
+
+TEST(DelayStats, ExceptionsAreLoggedAtMostEveryThirtySeconds) {
+  DelayStats stats;
+  stats.MakeSample();
+  const LogCapture log;
+  MovableClock::Advance(milliseconds(30'000));
+  Arrive(stats, 6);
+  stats.MakeSample();
+  EXPECT_TRUE(log.Lines().empty());
+  for (size_t lines = 1; lines <= 2; ++lines) {
+    MovableClock::Advance(milliseconds(30'001));
+    Arrive(stats, 6);
+    stats.MakeSample();
+    EXPECT_EQ(log.CountWith("beauty process exception(jank)"), lines);
+  }
+}
+
+TEST(DelayStats, DropForcesTheExceptionsCheckToo) {
+  DelayStats stats;
+  stats.MakeSample();
+  const LogCapture log;
+  Arrive(stats, 6);
+  Drop(stats, 1);
+  stats.MakeSample();
+  EXPECT_EQ(log.CountWith("beauty process exception(jank)"), 1u);
+}
+
 TEST(DelayStats, FiveFramesBehindAreNoException) {
   DelayStats stats;
   Arrive(stats, 30);

@@ -197,6 +197,13 @@ TEST_F(FrameCostRecorderTest, ClosingWritesTheCountsSoFar) {
   EXPECT_EQ(log_.CountWith("beauty_process: frame cnt=2, avg_cost_us=3000, max_cost_us=4000, fps="), 1u);
 }
 
+TEST_F(FrameCostRecorderTest, ClosingTellsTheObserversTheAverageSoFar) {
+  Frame(2'000);
+  Frame(4'000);
+  recorder_.Close();
+  EXPECT_EQ(calls_, (std::vector<Call>{{"report", "beauty_process", 3'000}}));
+}
+
 TEST_F(FrameCostRecorderTest, NextPeriodBeginsEmptyAtTheReport) {
   Frame(2'000);
   FrameAt(60'000'001);  // reports two frames

@@ -2,11 +2,21 @@
 
 #include <obs.h>
 
+#include "support/fresh_start.h"
+
 namespace {
 
 bool has_video = true;
 uint32_t num = 30;
 uint32_t den = 1;
+
+void Reset() {
+  has_video = true;
+  num = 30;
+  den = 1;
+}
+
+const vanta_test::FreshStart fresh_start(&Reset);
 
 }  // namespace
 
