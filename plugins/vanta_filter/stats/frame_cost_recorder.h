@@ -18,7 +18,7 @@ class FrameCostRecorder {
   void Start();
   // At the end, on every way out.
   void Stop();
-  // Before its owner goes: the minute's figures so far go to the log.
+  // At its owner's end, where the last figures are wanted: those of the minute so far go to the log.
   void Close() { Report(); }
 
  private:
