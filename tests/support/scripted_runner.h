@@ -1,5 +1,5 @@
 // A vision runner that follows a test's script and notes every call: linked in place of the runner's library. The
-// variant value is the library's own.
+// variant value is the library's own, but for addMapItem: an item for a value that is no map fails the test.
 #pragma once
 
 #include <cstdint>

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -25,6 +25,7 @@ namespace {
 
 constexpr uint32_t kVendor = 0x10de;
 constexpr uint32_t kDevice = 0x1234;
+constexpr char kConfigFolder[] = "C:\\config\\";
 // Small enough for the paper staging texture.
 constexpr uint32_t kSourceWidth = 4;
 constexpr uint32_t kSourceHeight = 2;
@@ -48,10 +49,27 @@ class LandmarkFilter : public testing::Test {
   }
   ~LandmarkFilter() override {
     Destroy();
+    paper_host::SetConfigFolder(kConfigFolder);
     EXPECT_EQ(scripted_runner::Alive(), 0);
     EXPECT_EQ(gs_recorder::Misuse(), std::vector<std::string>{});
   }
 
+  // With an adapter that is the host's, and every pixel red.
+  void UsePaperGraphics() {
+    LoadPaperGraphics();
+    com_script.adapters = 1;
+    com_script.vendor_ids[0] = kVendor;
+    com_script.device_ids[0] = kDevice;
+    host_double::Change([](HostSwitches &host) {
+      host.adapter.vendor_id = kVendor;
+      host.adapter.device_id = kDevice;
+    });
+    for (size_t i = 0; i < sizeof(com_pixels); ++i) com_pixels[i] = i % 4 == 0 || i % 4 == 3 ? 255 : 0;
+  }
+  void SetSize(uint32_t width, uint32_t height) {
+    parent_.width = width;
+    parent_.height = height;
+  }
   void Create(bool gpu_road) {
     host_double::Change([=](HostSwitches &host) { host.async_gpu_map = gpu_road; });
     record_ = host_double::Registered("tessera_landmark_filter");
@@ -113,23 +131,34 @@ TEST_F(LandmarkFilter, ModelsAreLookedForInTheCodePage) {
       texts.end());
 }
 
+TEST_F(LandmarkFilter, ModelFolderOutsideAsciiIsGivenInTheCodePage) {
+  const std::string config = "C:\\K\xC3\xB6nfig\\";
+  char in_code_page[32] = {};
+  ASSERT_NE(
+      WideCharToMultiByte(CP_ACP, 0, L"C:\\K\u00F6nfig\\", -1, in_code_page, sizeof(in_code_page), nullptr, nullptr),
+      0);
+  ASSERT_NE(in_code_page, config) << "the code page is UTF-8";
+  paper_host::SetConfigFolder(config);
+  Create(false);
+  RenderUntil(HasRun, "a run");
+  const std::string models = std::string(in_code_page) + "VantaLive\\basic\\default\\CorvidModel";
+  const std::vector<std::string> texts = scripted_runner::Texts();
+  for (const std::string &text : {"setModelFolderPath(" + models + "/magic_qnet_model_landmark)",
+                                  "setModelFilePaths(" + models + "/magic_qnet_model_landmark/landmarks_cfg.txt)"})
+    EXPECT_NE(std::find(texts.begin(), texts.end(), text), texts.end()) << text;
+}
+
 TEST_F(LandmarkFilter, PictureGoesToTheRunnerThroughDirect3D) {
-  LoadPaperGraphics();
-  com_script.adapters = 1;
-  com_script.vendor_ids[0] = kVendor;
-  com_script.device_ids[0] = kDevice;
-  host_double::Change([](HostSwitches &host) {
-    host.adapter.vendor_id = kVendor;
-    host.adapter.device_id = kDevice;
-  });
-  std::fill(std::begin(com_pixels), std::end(com_pixels), uint8_t{255});
+  UsePaperGraphics();
   Create(true);
   RenderUntil(HasRun, "a run");
   Destroy();
   const RunnerPicture picture = scripted_runner::Pictures().front();
   EXPECT_EQ(picture.width, static_cast<int>(kSourceWidth));
   EXPECT_EQ(picture.height, static_cast<int>(kSourceHeight));
-  EXPECT_EQ(picture.y, std::vector<uint8_t>(size_t{kSourceWidth} * kSourceHeight, 235));
+  for (const uint8_t byte : picture.y) EXPECT_NEAR(byte, 82, 1);
+  for (const uint8_t byte : picture.u) EXPECT_NEAR(byte, 90, 1);
+  for (const uint8_t byte : picture.v) EXPECT_NEAR(byte, 240, 1);
   const std::string calls = com_calls();
   EXPECT_NE(calls.find("OpenSharedResource(6, ID3D11Texture2D)\nQueryInterface(IDXGIKeyedMutex)\nAcquireSync(1, 200)\n"
                        "CopyResource(staging, shared)\nReleaseSync(0)\nMap(staging, 0, read, 0)\nUnmap(staging, 0)\n"),
@@ -137,6 +166,40 @@ TEST_F(LandmarkFilter, PictureGoesToTheRunnerThroughDirect3D) {
       << calls;
   EXPECT_EQ(com_references(), 0);
   EXPECT_TRUE(HasThread("TesseraLandmarkFilterGpuWorker"));
+}
+
+TEST_F(LandmarkFilter, NewSizeReplacesTheStagingTextureBeforeTheTextureIsOpened) {
+  UsePaperGraphics();
+  Create(true);
+  RenderUntil(HasRun, "a run");
+  for (const auto &[width, height] : {std::pair{4, 4}, {8, 4}}) {
+    SetSize(static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+    RenderUntil(
+        [w = width, h = height] {
+          const RunnerPicture picture = scripted_runner::Pictures().back();
+          return picture.width == w && picture.height == h;
+        },
+        "a run in the new size");
+  }
+  Destroy();
+  const std::string calls = com_calls();
+  const std::string made = "GetDeviceRemovedReason\nCreateTexture2D(";
+  const std::string opened = ")\nSetEvictionPriority(0xC8000000)\nOpenSharedResource(";
+  for (const std::string &part : {made + "4, 2" + opened, "staging.Release\n" + made + "4, 4" + opened,
+                                  "staging.Release\n" + made + "8, 4" + opened})
+    EXPECT_NE(calls.find(part), std::string::npos) << part << "is not in\n" << calls;
+  EXPECT_EQ(com_references(), 0);
+}
+
+TEST_F(LandmarkFilter, TextureWithoutAStagingTextureKeepsItsKey) {
+  UsePaperGraphics();
+  com_script.texture_result = E_OUTOFMEMORY;
+  Create(true);
+  // The first texture comes round again after the six of the pool.
+  RenderUntil([] { return gs_recorder::Count("gs_texture_acquire_sync(") >= 7; }, "a second round");
+  Destroy();
+  EXPECT_EQ(gs_recorder::Count("gs_texture_acquire_sync(texture6, 1, "), 1u);
+  EXPECT_EQ(scripted_runner::Runs(), 0u);
 }
 
 TEST_F(LandmarkFilter, WithoutTheHostsAdapterItShowsThePictureAndFindsNothing) {

@@ -84,8 +84,9 @@ bool FaceFinder::MakeRunner() {
 }
 
 void FaceFinder::HandParams() {
-  tessera::Any map;
-  for (const auto &[name, value] : params_) map.addMapItem(name, tessera::Any(value));
+  auto param = params_.begin();  // never empty
+  tessera::Any map = tessera::Any::newMap(param->first, param->second);
+  while (++param != params_.end()) map.addMapItem(param->first, param->second);
   runner_->setParam(std::make_shared<tessera::Any>("landmarks_param", map));
 }
 

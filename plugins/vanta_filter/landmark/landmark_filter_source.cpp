@@ -33,7 +33,6 @@ void Destroy(void *data) {
   if (filter->worker) filter->worker->Stop();
   const GraphicsScope graphics;
   DestroyCaptureTarget(*filter);
-  filter->render_cost.Close();
   filter.reset();
 }
 

@@ -41,8 +41,9 @@ std::shared_ptr<tessera::TesseraConfig> MakeConfig(const std::string &model_fold
 }
 
 std::shared_ptr<Any> MakeParam() {
-  Any map;
-  for (const auto &[key, value] : kParams) map.addMapItem(key, Any(value));
+  const auto &[first_key, first_value] = kParams.front();
+  Any map = Any::newMap(first_key, Any(first_value));
+  for (size_t i = 1; i < kParams.size(); ++i) map.addMapItem(kParams[i].first, Any(kParams[i].second));
   return std::make_shared<Any>("landmarks_param", map);
 }
 

@@ -19,7 +19,8 @@ class FrameCostRecorder {
   void Start();
   // At the end, on every way out.
   void Stop();
-  // Before its owner goes: the minute so far is reported as a whole one is, to the log and to the observers.
+  // At its owner's end, where the last figures are wanted: the minute so far is reported as a whole one is, to the log
+  // and to the observers.
   void Close() { Report(); }
 
  private:

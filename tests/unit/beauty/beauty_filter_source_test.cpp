@@ -302,6 +302,14 @@ TEST_F(BeautyFilter, MinuteOfRenderingIsReportedByItsRecorder) {
   EXPECT_TRUE(log_.HasText("face_beauty_render: frame cnt=2"));
 }
 
+TEST_F(BeautyFilter, EndWritesNoLineOfCosts) {
+  CreateFilter();
+  Pass();
+  Render();
+  DestroyFilter();
+  EXPECT_FALSE(log_.HasText(": frame cnt="));
+}
+
 // ---- Jump ----
 
 class BeautyFilterJump : public BeautyFilter {

@@ -45,6 +45,15 @@ TEST_F(EnginePaths, ModelFolderLiesBelowTheHostsConfigurationAsARealFolder) {
   EXPECT_EQ(vanta::AiPath(), vanta::ModelFolder());
 }
 
+TEST_F(EnginePaths, ModelFolderIsInTheCodePageForTheRunnerAndInUtf8ForTheDictionary) {
+  setenv("XDG_CONFIG_HOME", "/k\xc3\xb6nfig", 1);
+  const std::string folder = "/k\xc3\xb6nfig/VantaLive/basic/default/CorvidModel";
+  EXPECT_EQ(vanta::AiPath(), folder);
+  std::setlocale(LC_CTYPE, "C");
+  EXPECT_EQ(vanta::AiPath(), "") << "no name in this code page";
+  EXPECT_EQ(vanta::ModelFolder(), folder);
+}
+
 TEST_F(EnginePaths, ModelFolderIsCutAtTheLimitOfThePath) {
   setenv("XDG_CONFIG_HOME", ("/" + std::string(600, 'c')).c_str(), 1);
   EXPECT_EQ(vanta::ModelFolder().size(), 499u);

@@ -55,7 +55,8 @@ void ReadPixels(GLint, GLint, GLsizei width, GLsizei height, GLenum, GLenum, voi
   auto *out = static_cast<uint8_t *>(pixels);
   for (uint32_t y = 0; y < static_cast<uint32_t>(height); ++y)
     for (uint32_t x = 0; x < static_cast<uint32_t>(width); ++x)
-      for (uint32_t channel = 0; channel < 4; ++channel) *out++ = gl_host_double::Pixel(x, y, channel);
+      for (uint32_t channel = 0; channel < 4; ++channel)
+        *out++ = static_cast<uint8_t>(gl_host_double::Pixel(x, y, channel) + Host().script.brighter);
 }
 GLenum GetError() {
   const GLenum error = Host().error;

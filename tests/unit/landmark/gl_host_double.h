@@ -16,6 +16,7 @@ struct GlHostScript {
   int release_result = 0;           // likewise
   bool complete = true;             // a framebuffer with the texture is complete
   uint32_t read_error = 0;          // GL's word after reading; 0: none
+  uint8_t brighter = 0;             // what is read: this much more than Pixel in every byte
   std::vector<std::string> misses;  // GL functions that the driver lacks
 };
 

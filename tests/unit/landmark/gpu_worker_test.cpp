@@ -319,12 +319,28 @@ TEST_P(RefusedLock, IsToldOfInEverySixtiethCall) {
 
 INSTANTIATE_TEST_SUITE_P(TimeOutAndError, RefusedLock, testing::Values(0x102, -1));
 
-TEST_F(GpuWorker, ChangeOfSizeReplacesThePool) {
+struct Size {
+  uint32_t width;
+  uint32_t height;
+};
+
+class ChangeOfSize : public GpuWorker, public testing::WithParamInterface<Size> {
+ protected:
+  void ChangeSize() {
+    source_.width = GetParam().width;
+    source_.height = GetParam().height;
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(WidthAndHeight, ChangeOfSize, testing::Values(Size{32, kHeight}, Size{kWidth, 24}));
+
+TEST_P(ChangeOfSize, ReplacesThePool) {
   EnqueueAndWait();
   gs_recorder::Clear();
-  source_.width = 32;
+  ChangeSize();
   Enqueue();
-  EXPECT_EQ(gs_recorder::Count("gs_texture_create(32, 48, GS_RGBA"), 6u);
+  const std::string size = std::to_string(GetParam().width) + ", " + std::to_string(GetParam().height);
+  EXPECT_EQ(gs_recorder::Count("gs_texture_create(" + size + ", GS_RGBA"), 6u);
   EXPECT_EQ(gs_recorder::Count("gs_texture_destroy("), 6u);
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 7u);  // the source is one
 }
@@ -350,11 +366,11 @@ TEST_F(GpuWorker, TexturesQueuedBeforeAChangeOfSizeReachTheHandlerInTheOldOne) {
   EXPECT_EQ(widths, (std::vector<uint32_t>{64, 64, 64, 32}));
 }
 
-TEST_F(GpuWorker, TexturesOfTheOldSizeAreDestroyedWhereTheyWouldBeTakenNext) {
+TEST_P(ChangeOfSize, DestroysTexturesOfTheOldOneWhereTheyWouldBeTakenNext) {
   handler_.Block();
   AddHandler();
   EnqueueTimes(3);
-  source_.width = 32;
+  ChangeSize();
   Enqueue();
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 10u);  // three old ones, six new ones, the source
   handler_.Open();
@@ -362,7 +378,8 @@ TEST_F(GpuWorker, TexturesOfTheOldSizeAreDestroyedWhereTheyWouldBeTakenNext) {
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 10u);
   for (int i = 0; i < kTextures; ++i) EnqueueAndWait();
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 7u);
-  EXPECT_EQ(handler_.Last().width, 32u);
+  EXPECT_EQ(handler_.Last().width, GetParam().width);
+  EXPECT_EQ(handler_.Last().height, GetParam().height);
 }
 
 TEST_F(GpuWorker, MissingTextureOfThePoolLeavesItSmaller) {
@@ -427,6 +444,17 @@ TEST_F(GpuWorker, StoppedWorkerHandsOutNothingMore) {
   worker_->StopAndJoin();
   EnqueueTimes(2);
   EXPECT_EQ(handler_.Calls().size(), 0u);
+}
+
+TEST_F(GpuWorker, EachPictureAfterTheEndCostsATextureUntilNoneIsLeft) {
+  worker_->StopAndJoin();
+  for (size_t left = kTextures; left-- > 0;) {
+    Enqueue();
+    EXPECT_EQ(gs_recorder::ObjectsAlive(), left + 1);  // the source is one
+  }
+  gs_recorder::Clear();
+  Enqueue();
+  EXPECT_EQ(gs_recorder::Calls(), Texts{});
 }
 
 // Keeps six textures in the queue and the handler, and ends while the handler is at work.

@@ -2,6 +2,8 @@
 
 #include <callback/signal.h>
 
+#include <dlfcn.h>
+
 #include <atomic>
 #include <cstdio>
 
@@ -11,14 +13,25 @@
 
 namespace {
 
-std::atomic<bool> config_folder{true};
+constexpr char kConfigFolder[] = "/config";
+
+std::string config_folder = kConfigFolder;  // set before the worker's thread reads it
 std::atomic<bool> hold{false};
+std::atomic<bool> fail_conversion{false};
 
 }  // namespace
 
 extern "C" int os_get_config_path(char *path, size_t size, const char *name) {
   while (hold) std::this_thread::yield();
-  return config_folder ? std::snprintf(path, size, "/config/%s", name) : -1;
+  return config_folder.empty() ? -1 : std::snprintf(path, size, "%s/%s", config_folder.c_str(), name);
+}
+
+// libyuv's own, unless it is to fail.
+extern "C" int ABGRToI420(const uint8_t *pixels, int stride, uint8_t *y, int stride_y, uint8_t *u, int stride_u,
+                          uint8_t *v, int stride_v, int width, int height) {
+  static const auto convert = reinterpret_cast<decltype(&ABGRToI420)>(dlsym(RTLD_NEXT, "ABGRToI420"));
+  if (fail_conversion) return -1;
+  return convert(pixels, stride, y, stride_y, u, stride_u, v, stride_v, width, height);
 }
 
 namespace vanta_test {
@@ -36,7 +49,8 @@ LandmarkBench::LandmarkBench() {
 
 LandmarkBench::~LandmarkBench() {
   HoldInConfigFolder(false);
-  ConfigFolder(true);
+  ConfigFolder(kConfigFolder);
+  FailConversion(false);
   signal_handler_disconnect(obs_get_signal_handler(), "TesseraFacePointRet", Receive, this);
   EXPECT_EQ(gs_recorder::Misuse(), std::vector<std::string>{});
   EXPECT_EQ(gs_recorder::OpenBrackets(), 0);
@@ -59,8 +73,12 @@ void LandmarkBench::FacesFound(size_t count) {
   scripted_runner::SetScript(script);
 }
 
-void LandmarkBench::ConfigFolder(bool exists) {
-  config_folder = exists;
+void LandmarkBench::ConfigFolder(const std::string &path) {
+  config_folder = path;
+}
+
+void LandmarkBench::FailConversion(bool fail) {
+  fail_conversion = fail;
 }
 
 void LandmarkBench::HoldInConfigFolder(bool on) {

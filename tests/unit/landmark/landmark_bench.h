@@ -35,11 +35,12 @@ class LandmarkBench : public testing::Test {
   ~LandmarkBench() override;
 
   static void UseGpuRoad(bool on);
-  static void FacesFound(size_t count);       // by each run from now on
-  static void ConfigFolder(bool exists);      // false: the host has none
-  static void HoldInConfigFolder(bool hold);  // the worker's thread stands where it looks for its models
+  static void FacesFound(size_t count);               // by each run from now on
+  static void ConfigFolder(const std::string &path);  // the host's, in UTF-8; empty: it has none
+  static void HoldInConfigFolder(bool hold);          // the worker's thread stands where it looks for its models
   std::vector<Message> Messages();
   void WaitForMessages(size_t count);
+  static void FailConversion(bool fail);  // of pixels into the runner's format, by libyuv
   // What a grey picture's bytes become in the runner's first plane.
   static uint8_t Luma(uint8_t grey);
 

@@ -39,10 +39,14 @@ class LandmarkGpuRoad : public LandmarkBench {
     const gs_recorder::InGraphics graphics;
     target_ = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
     SetSize(kWidth, kHeight);
+    WaitForSetUp(*worker_);
+  }
+  void WaitForSetUp(Worker &worker) {
+    const gs_recorder::InGraphics graphics;
     WaitUntil(
         [&] {
           log_.Clear();
-          worker_->CopyTexture(nullptr);
+          worker.CopyTexture(nullptr);
           return !log_.HasText("not init yet");
         },
         "the worker's set-up");
@@ -62,11 +66,12 @@ class LandmarkGpuRoad : public LandmarkBench {
     gs_texrender_end(target_);
   }
   // The texture is back in the pool when this returns.
-  void Copy() {
+  void Copy() { CopyBy(*worker_); }
+  void CopyBy(Worker &worker) {
     const size_t sleeps = host_double::Count("GpuThreadSleep");
     {
       const gs_recorder::InGraphics graphics;
-      worker_->CopyTexture(target_);
+      worker.CopyTexture(target_);
     }
     host_double::WaitForCalls("GpuThreadSleep", sleeps + 1);
   }
@@ -116,7 +121,10 @@ TEST_F(LandmarkGpuRoad, RunnerGetsThePixelsOfTheTexture) {
   ASSERT_TRUE(vanta::RGBAtoI420(rgba.data(), kWidth * 4, frame.get()));
   const std::vector<RunnerPicture> pictures = scripted_runner::Pictures();
   ASSERT_EQ(pictures.size(), 1u);
-  EXPECT_EQ(pictures[0].y, std::vector<uint8_t>(frame->data[0], frame->data[0] + kWidth * kHeight));
+  constexpr size_t kPixels = kWidth * kHeight;
+  EXPECT_EQ(pictures[0].y, std::vector<uint8_t>(frame->data[0], frame->data[0] + kPixels));
+  EXPECT_EQ(pictures[0].u, std::vector<uint8_t>(frame->data[1], frame->data[1] + kPixels / 4));
+  EXPECT_EQ(pictures[0].v, std::vector<uint8_t>(frame->data[2], frame->data[2] + kPixels / 4));
 }
 
 TEST_F(LandmarkGpuRoad, PicturesOfBothRoadsAreFoundByOneRunnerThatDiesOnItsThread) {
@@ -190,7 +198,33 @@ TEST_F(LandmarkGpuRoad, PictureThatCannotBeMappedIsSkippedButItsKeysAdvance) {
   EXPECT_THAT(AcquireKeys(), testing::Each("0"));
 }
 
-TEST_F(LandmarkGpuRoad, AfterAStopTexturesKeepTheirKeysAndReachNoRunner) {
+TEST_F(LandmarkGpuRoad, TextureWithoutAStagingTextureKeepsItsKey) {
+  Start();
+  SetSize(0, 0);  // of which none is made
+  CopyTimes(kTextures + 1);
+  EXPECT_EQ(log_.Count("Failed to create texture"), kTextures + 1);
+  EXPECT_THAT(AcquireKeys(), ElementsAre("0", "0", "0", "0", "0", "0", "1"));
+}
+
+// The worker's own thread stands in a run, so that the GPU worker goes on after the stop.
+TEST_F(LandmarkGpuRoad, TextureAfterAStopKeepsItsKey) {
+  Start();
+  scripted_runner::Close();
+  const std::vector<uint8_t> pixels(kWidth * kHeight * 4, 50);
+  WaitUntil(
+      [&] {
+        worker_->PushFrame(pixels.data(), kWidth, kHeight, kWidth * 4);
+        return scripted_runner::AtGate();
+      },
+      "a run at the gate");
+  worker_->Stop();
+  CopyTimes(kTextures + 1);
+  EXPECT_THAT(AcquireKeys(), ElementsAre("0", "0", "0", "0", "0", "0", "1"));
+  End();
+  EXPECT_EQ(scripted_runner::Runs(), 1u);
+}
+
+TEST_F(LandmarkGpuRoad, AfterAStopTexturesReachNoRunner) {
   Start();
   scripted_runner::Close();
   {
@@ -210,13 +244,20 @@ TEST_F(LandmarkGpuRoad, AfterAStopTexturesKeepTheirKeysAndReachNoRunner) {
 TEST_F(LandmarkGpuRoad, NewSizeGetsAStagingTextureAndAFrameOfItsOwn) {
   Start();
   Copy();
+  SetSize(kWidth, 10);
+  Copy();
   SetSize(20, 10);
   Copy();
   SetSize(3, 5);
   CopyTimes(2);
-  std::vector<int> widths;
-  for (const RunnerPicture &picture : scripted_runner::Pictures()) widths.push_back(picture.width);
-  EXPECT_THAT(widths, ElementsAre(8, 20, 3, 3));
+  Strings sizes;
+  for (const RunnerPicture &picture : scripted_runner::Pictures())
+    sizes.push_back(std::to_string(picture.width) + ", " + std::to_string(picture.height));
+  EXPECT_THAT(sizes, ElementsAre("8, 4", "8, 10", "20, 10", "3, 5", "3, 5"));
+  Strings read;
+  for (const std::string &call : gl_host_double::Calls())
+    if (call.rfind("glReadPixels(", 0) == 0) read.push_back(call.substr(13, call.size() - 14));
+  EXPECT_EQ(read, sizes);
 }
 
 TEST_F(LandmarkGpuRoad, TextureOfNoSizeIsSkipped) {
@@ -247,6 +288,52 @@ TEST_F(LandmarkGpuRoad, OneFailureInThirtySecondsIsToldOf) {
   CopyTimes(3);
   EXPECT_EQ(log_.Count("MapSharedHandleToCPU failed!"), 1u);
   EXPECT_TRUE(log_.Has(LOG_ERROR, "MapSharedHandleToCPU failed!"));
+}
+
+TEST_F(LandmarkGpuRoad, OnePictureOfAllWorkersInThirtySecondsIsToldOf) {
+  Start();
+  auto other = std::make_unique<Worker>();
+  WaitForSetUp(*other);
+  const auto copy_by_both = [&] {
+    Copy();
+    CopyBy(*other);
+  };
+  copy_by_both();
+  MovableClock::Advance(std::chrono::seconds(30));
+  copy_by_both();
+  EXPECT_EQ(scripted_runner::Runs(), 4u);
+  EXPECT_EQ(log_.Count("Send data to corvid."), 1u);
+  other->Stop();
+  const gs_recorder::InGraphics graphics;
+  other.reset();
+}
+
+TEST_F(LandmarkGpuRoad, OneFailedConversionInThirtySecondsIsToldOf) {
+  Start();
+  Copy();
+  FailConversion(true);
+  Copy();
+  EXPECT_FALSE(log_.HasText("RGBAtoI420 failed!"));
+  MovableClock::Advance(std::chrono::seconds(30));
+  CopyTimes(2);
+  EXPECT_EQ(log_.Count("RGBAtoI420 failed!"), 1u);
+  EXPECT_TRUE(log_.Has(LOG_ERROR, "RGBAtoI420 failed!"));
+}
+
+TEST_F(LandmarkGpuRoad, PictureThatCannotBeConvertedRunsTheOneBeforeAgain) {
+  Start();
+  Copy();
+  FailConversion(true);
+  gl_host_double::Script().brighter = 50;
+  Copy();
+  FailConversion(false);
+  Copy();
+  const std::vector<RunnerPicture> pictures = scripted_runner::Pictures();
+  ASSERT_EQ(pictures.size(), 3u);
+  EXPECT_EQ(pictures[1].y, pictures[0].y);
+  EXPECT_EQ(pictures[1].u, pictures[0].u);
+  EXPECT_EQ(pictures[1].v, pictures[0].v);
+  EXPECT_NE(pictures[2].y, pictures[0].y);
 }
 
 TEST_F(LandmarkGpuRoad, DeviceGoesWithTheWorker) {

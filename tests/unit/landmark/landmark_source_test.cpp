@@ -152,8 +152,45 @@ TEST_F(LandmarkSource, DestructionEndsTheWorkerInsideGraphics) {
               ElementsAre("obs_enter_graphics()", "gs_stagesurface_unmap(stage1)", "gs_stagesurface_destroy(stage1)",
                           "gs_texrender_destroy(texrender1)", "obs_leave_graphics()"));
   EXPECT_TRUE(log_.HasText("TesseraLandmarkFilterWorker stop thread["));
-  EXPECT_TRUE(log_.HasText("landmark_filter: frame cnt=1"));
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 0u);
+}
+
+TEST_F(LandmarkSource, ThreadIsJoinedBeforeGraphicsAreLeft) {
+  SetSize(16, 8);
+  Create();
+  Strings calls_until_the_join;
+  RunnerScript script;
+  script.on_run = [&](const RunnerPicture &) {
+    log_.WaitForText("TesseraLandmarkFilterWorker stop thread[");
+    calls_until_the_join = gs_recorder::Calls();
+  };
+  scripted_runner::SetScript(script);
+  scripted_runner::Close();
+  WaitUntil(
+      [&] {
+        Capture();
+        return scripted_runner::AtGate();
+      },
+      "a run");
+  gs_recorder::Clear();
+  Destroy();
+  EXPECT_THAT(calls_until_the_join, Contains("obs_enter_graphics()"));
+  EXPECT_THAT(calls_until_the_join, Not(Contains("obs_leave_graphics()")));
+}
+
+TEST_F(LandmarkSource, EndWritesNoLineOfCosts) {
+  Create();
+  Capture();
+  Destroy();
+  EXPECT_FALSE(log_.HasText("landmark_filter: frame cnt="));
+}
+
+TEST_F(LandmarkSource, MinuteOfRendersIsReportedByItsRecorder) {
+  SetSize(16, 8);
+  Create();
+  Capture();
+  RenderAfter(std::chrono::seconds(61));
+  EXPECT_TRUE(log_.HasText("landmark_filter: frame cnt=2"));
 }
 
 TEST_F(LandmarkSource, DestructionOfNothingDoesNothing) {
@@ -243,6 +280,15 @@ TEST_F(LandmarkSource, NewSizeMakesTargetAndSurfaceAnewBeforeTheRender) {
                                 "gs_texrender_get_texture(texrender2)", "gs_stage_texture(stage2, texrender2.texture)",
                                 "gs_stagesurface_unmap(stage2)", "gs_stagesurface_map(stage2)"},
                                after_})));
+}
+
+TEST_F(LandmarkSource, ChangeOfOneSideAloneIsANewSize) {
+  Create();
+  Capture();
+  SetSize(1920, 360);
+  EXPECT_THAT(Capture(), Contains("gs_texrender_begin(texrender2, 1920, 360)"));
+  SetSize(640, 360);
+  EXPECT_THAT(Capture(), Contains("gs_texrender_begin(texrender3, 640, 360)"));
 }
 
 TEST_F(LandmarkSource, NewSizeBeforeTheFirstCaptureHasNoSurfaceToUnmap) {

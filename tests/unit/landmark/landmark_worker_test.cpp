@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 
 #include <pthread.h>
+#include <sys/mman.h>
 
+#include <clocale>
 #include <memory>
 #include <string>
 #include <vector>
@@ -128,12 +130,30 @@ TEST_F(LandmarkWorker, ThreadHasItsName) {
 }
 
 TEST_F(LandmarkWorker, WithoutAModelFolderThereIsNoRunnerAndTheEndIsClean) {
-  ConfigFolder(false);
+  ConfigFolder("");
   Start();
   End();
   EXPECT_TRUE(log_.Has(LOG_ERROR, "can not find model dir"));
   EXPECT_THAT(scripted_runner::Texts(), IsEmpty());
   EXPECT_FALSE(log_.HasText("tessera landmark reset"));
+}
+
+TEST_F(LandmarkWorker, ModelFolderOutsideAsciiIsGivenInTheCodePage) {
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  ConfigFolder("/k\xc3\xb6nfig");
+  Start();
+  End();
+  std::setlocale(LC_CTYPE, "C");
+  EXPECT_THAT(scripted_runner::Texts(), Contains("setModelFolderPath(/k\xc3\xb6nfig/VantaLive/basic/default/CorvidModel"
+                                                 "/magic_qnet_model_landmark)"));
+}
+
+TEST_F(LandmarkWorker, ModelFolderThatTheCodePageCannotNameIsNone) {
+  ConfigFolder("/k\xc3\xb6nfig");
+  Start();
+  End();
+  EXPECT_TRUE(log_.Has(LOG_ERROR, "can not find model dir"));
+  EXPECT_THAT(scripted_runner::Texts(), IsEmpty());
 }
 
 TEST_F(LandmarkWorker, WithoutARunnerPicturesArePreparedAndNothingIsSent) {
@@ -193,6 +213,23 @@ TEST_F(LandmarkWorker, RunnerGetsAnI420PictureWithoutATime) {
   EXPECT_EQ(picture.u.size(), 4u * 3u);
   EXPECT_THAT(picture.u, Each(128));
   EXPECT_THAT(picture.v, Each(128));
+}
+
+TEST_F(LandmarkWorker, RunnerGetsTheColourOfThePicture) {
+  Start();
+  std::vector<uint8_t> red;
+  for (int i = 0; i < 4 * 2; ++i) red.insert(red.end(), {255, 0, 0, 255});
+  const uint64_t runs = scripted_runner::Runs();
+  WaitUntil(
+      [&] {
+        EXPECT_TRUE(worker_->PushFrame(red.data(), 4, 2, 16));
+        return scripted_runner::Runs() >= runs + 2;
+      },
+      "a run on the picture");
+  const RunnerPicture picture = LastPicture();
+  EXPECT_NEAR(picture.y.front(), 82, 1);
+  EXPECT_NEAR(picture.u.front(), 90, 1);
+  EXPECT_NEAR(picture.v.front(), 240, 1);
 }
 
 TEST_F(LandmarkWorker, PictureOfAnotherSizeGetsAFrameOfItsOwn) {
@@ -265,6 +302,19 @@ TEST_F(LandmarkWorker, OnlyTheNewestOfPicturesThatComeTooFastIsSeen) {
   }
 }
 
+TEST_F(LandmarkWorker, PicturesThatComeTooFastVanishWithoutAMessage) {
+  Start();
+  PushUntilAtGate(4, 2, 50);
+  const std::vector<LogLine> lines = log_.Lines();
+  for (const uint8_t grey : {90, 130, 170, 250}) Push(4, 2, grey);
+  scripted_runner::Open();
+  PushUntilRun(4, 2, 250);
+  EXPECT_EQ(log_.Lines(), lines);
+  End();
+  EXPECT_EQ(Messages().size(), scripted_runner::Runs());
+  EXPECT_EQ(host_double::Reports(), std::vector<HostReport>{});
+}
+
 TEST_F(LandmarkWorker, PictureComesInWhileTheRunnerWorks) {
   Start();
   PushUntilAtGate(4, 2, 50);
@@ -321,6 +371,19 @@ TEST_F(LandmarkWorker, PushAfterAStopIsRefused) {
   EXPECT_FALSE(Push(4, 2, 50));
   End();
   EXPECT_THAT(LastPicture().y, Each(Luma(200)));
+}
+
+// A process of its own: who reads the page all the same ends it.
+TEST_F(LandmarkWorker, PixelsOfAPushAfterAStopAreNotRead) {
+  constexpr uint32_t kLinesize = 1024;
+  constexpr uint32_t kHeight = 4;
+  void *const page = mmap(nullptr, kLinesize * kHeight, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(page, MAP_FAILED);
+  Start();
+  worker_->Stop();
+  EXPECT_FALSE(worker_->PushFrame(static_cast<const uint8_t *>(page), kLinesize / 4, kHeight, kLinesize));
+  End();
+  munmap(page, kLinesize * kHeight);
 }
 
 TEST_F(LandmarkWorker, StopMayComeTwice) {

@@ -144,11 +144,21 @@ class MapSharedHandle : public MapContext {
   uint32_t pitch_ = 0;
 };
 
+const Texts kReadUnderLock = {"bind",
+                              "open(7)",
+                              "acquire(1, 200)",
+                              "glGenFramebuffers",
+                              "glBindFramebuffer(5)",
+                              "glFramebufferTexture2D(107)",
+                              "glReadPixels(4, 3)",
+                              "glFramebufferTexture2D(0)",
+                              "release(2)",
+                              "close",
+                              "unbind"};
+
 TEST_F(MapSharedHandle, ReadsThePictureUnderItsLock) {
   EXPECT_TRUE(Map());
-  EXPECT_EQ(gl_host_double::Calls(), (Texts{"bind", "open(7)", "acquire(1, 200)", "glGenFramebuffers",
-                                            "glBindFramebuffer(5)", "glFramebufferTexture2D(107)", "glReadPixels(4, 3)",
-                                            "glFramebufferTexture2D(0)", "release(2)", "close", "unbind"}));
+  EXPECT_EQ(gl_host_double::Calls(), kReadUnderLock);
 }
 
 TEST_F(MapSharedHandle, GivesEveryPixelTopRowFirst) {
@@ -204,6 +214,7 @@ TEST_F(MapSharedHandle, LockThatTimesOutPassesAsHeld) {
   Script().acquire_result = 0x102;
   Script().release_result = -1;
   EXPECT_TRUE(Map());
+  EXPECT_EQ(gl_host_double::Calls(), kReadUnderLock);
   EXPECT_NE(data_, nullptr);
   EXPECT_EQ(Errors(), std::vector<LogLine>{});
 }

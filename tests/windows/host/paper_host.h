@@ -12,6 +12,9 @@ namespace vanta_test::paper_host {
 void SetModuleFolder(const std::string &folder);
 std::string ModuleFolder();
 
+// The host's configuration folder, in UTF-8 with a separator at its end. "C:\config\" at first.
+void SetConfigFolder(const std::string &folder);
+
 struct ThreadName {
   uint32_t thread = 0;  // the system's id
   std::string name;

@@ -19,7 +19,7 @@ namespace {
 std::mutex mutex;
 std::vector<vanta_test::paper_host::ThreadName> names;
 
-constexpr char kConfigFolder[] = "C:\\config\\";
+std::string config_folder = "C:\\config\\";  // guarded by mutex
 
 std::wstring Wide(const char *text, size_t size, UINT code_page) {
   const int count = MultiByteToWideChar(code_page, 0, text, static_cast<int>(size), nullptr, 0);
@@ -41,6 +41,11 @@ size_t Narrow(const std::wstring &wide, UINT code_page, char **out) {
 
 namespace vanta_test::paper_host {
 
+void SetConfigFolder(const std::string &folder) {
+  std::lock_guard<std::mutex> lock(mutex);
+  config_folder = folder;
+}
+
 std::vector<ThreadName> ThreadNames() {
   std::lock_guard<std::mutex> lock(mutex);
   return names;
@@ -55,7 +60,8 @@ uint64_t os_gettime_ns(void) {
 }
 
 int os_get_config_path(char *out, size_t size, const char *name) {
-  const std::string path = std::string(kConfigFolder) + name;
+  std::lock_guard<std::mutex> lock(mutex);
+  const std::string path = config_folder + name;
   if (path.size() + 1 > size) return -1;
   std::memcpy(out, path.c_str(), path.size() + 1);
   return static_cast<int>(path.size());

@@ -12,7 +12,7 @@
 struct com_script com_script;
 unsigned char com_pixels[256];
 
-static char calls[4096];
+static char calls[16384];
 static int references;
 static struct com_texture_desc texture_desc;
 
@@ -98,7 +98,7 @@ static HRESULT STDMETHODCALLTYPE device_removed_reason(ID3D11Device *self) {
 static HRESULT STDMETHODCALLTYPE device_create_texture(ID3D11Device *self, const D3D11_TEXTURE2D_DESC *desc,
                                                        const D3D11_SUBRESOURCE_DATA *data, ID3D11Texture2D **out) {
   (void)self;
-  note("CreateTexture2D");
+  note("CreateTexture2D(%u, %u)", desc->Width, desc->Height);
   const struct com_texture_desc seen = {
       desc->Width,     desc->Height,           desc->MipLevels,          desc->ArraySize,
       desc->Format,    desc->SampleDesc.Count, desc->SampleDesc.Quality, desc->Usage,

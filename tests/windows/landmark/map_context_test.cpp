@@ -204,7 +204,8 @@ TEST_F(StagingOnPaper, IsMadeReadableAndKeptInMemory) {
   EXPECT_EQ(desc.cpu_access, 0x20000u);
   EXPECT_EQ(desc.misc_flags, 0u);
   EXPECT_EQ(desc.with_data, 0);
-  EXPECT_EQ(ComCalls(), (Texts{"GetDeviceRemovedReason", "CreateTexture2D", "SetEvictionPriority(0xC8000000)"}));
+  EXPECT_EQ(ComCalls(),
+            (Texts{"GetDeviceRemovedReason", "CreateTexture2D(640, 360)", "SetEvictionPriority(0xC8000000)"}));
 }
 
 TEST_F(StagingOnPaper, NeedsADeviceAndAnAddress) {
@@ -252,11 +253,19 @@ class MapOnPaper : public Direct3D {
   uint32_t pitch_ = 0;
 };
 
+const Texts kCopiedUnderLock = {"OpenSharedResource(7, ID3D11Texture2D)",
+                                "QueryInterface(IDXGIKeyedMutex)",
+                                "AcquireSync(5, 200)",
+                                "CopyResource(staging, shared)",
+                                "ReleaseSync(6)",
+                                "Map(staging, 0, read, 0)",
+                                "Unmap(staging, 0)",
+                                "mutex.Release",
+                                "shared.Release"};
+
 TEST_F(MapOnPaper, CopiesUnderTheLockThenMapsAndUnmapsAtOnce) {
   EXPECT_TRUE(Map());
-  EXPECT_EQ(ComCalls(), (Texts{"OpenSharedResource(7, ID3D11Texture2D)", "QueryInterface(IDXGIKeyedMutex)",
-                               "AcquireSync(5, 200)", "CopyResource(staging, shared)", "ReleaseSync(6)",
-                               "Map(staging, 0, read, 0)", "Unmap(staging, 0)", "mutex.Release", "shared.Release"}));
+  EXPECT_EQ(ComCalls(), kCopiedUnderLock);
   EXPECT_EQ(data_, com_pixels);
   EXPECT_EQ(pitch_, COM_PITCH);
   EXPECT_EQ(Lines(), std::vector<LogLine>{});
@@ -300,6 +309,7 @@ TEST_F(MapOnPaper, RefusedLockIsToldOfAndNothingIsCopied) {
 TEST_F(MapOnPaper, LockThatTimesOutPassesAsHeld) {
   com_script.acquire_result = WAIT_TIMEOUT;
   EXPECT_TRUE(Map());
+  EXPECT_EQ(ComCalls(), kCopiedUnderLock);
   EXPECT_EQ(data_, com_pixels);
   EXPECT_EQ(Lines(), std::vector<LogLine>{});
 }
