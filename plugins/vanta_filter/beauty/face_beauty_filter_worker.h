@@ -29,17 +29,18 @@ namespace vanta {
 // Nothing on [video] waits for the engine: EnqueueFrame and DequeueFrame take the factory's short queue locks only.
 // Delay is the number of frames standing in the output queue.
 // Owns: the thread, the processor, the factory, a copy of the settings. Borrows: the source and its parent.
-// Threads: constructor, start, destructor [control]; EnqueueFrame, DequeueFrame, GetDumpJson [video]; update, stop,
-// Command [any]. render_mutex and tasks_mutex are never held together, wake_mutex never under render_mutex.
+// Threads: constructor, start [control]; EnqueueFrame, DequeueFrame, GetDumpJson [video]; update, stop, Command [any];
+// destructor any but [worker] and [tick-1s]: it comes with the last reference, and a command under way holds one.
+// render_mutex and tasks_mutex are never held together, wake_mutex never under render_mutex.
 class FaceBeautyFilterWorker {
  public:
   explicit FaceBeautyFilterWorker(obs_source_t *source);
-  // Waits for the tick and for the frame in progress. An error on the worker thread itself.
+  // Stops, then waits for the tick and for the frame in progress. An error on the worker thread itself.
   ~FaceBeautyFilterWorker();
   FaceBeautyFilterWorker(const FaceBeautyFilterWorker &) = delete;
   FaceBeautyFilterWorker &operator=(const FaceBeautyFilterWorker &) = delete;
 
-  // Always true; throws std::system_error when no thread can be made.
+  // Always true; throws std::system_error when a thread cannot be made.
   bool start();
   // Joins nothing, may come more than once.
   void stop() VANTA_EXCLUDES(wake_mutex_);

@@ -18,8 +18,8 @@ void SetCurrentThreadName(const char *name);
 // `priority` as Windows counts it: 0 normal, 2 highest, -2 lowest. False when the system refuses or the thread is gone.
 bool SetThreadPriorityById(uint64_t id, int priority);
 
-// A joinable thread whose priority can be set from outside. The constructor throws std::system_error when no thread
-// can be made; Join throws when called by the thread itself.
+// A joinable thread whose priority can be set from outside. Start throws std::system_error when no thread can be made;
+// Join throws it when called by the thread itself, or without one.
 class WorkerThread {
  public:
   WorkerThread() = default;
