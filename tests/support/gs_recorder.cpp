@@ -5,6 +5,7 @@
 #include <mutex>
 #include <set>
 
+#include "support/call_order.h"
 #include "support/fresh_start.h"
 
 namespace vanta_test::gs_recorder {
@@ -28,6 +29,8 @@ struct Recorder {
   std::string compile_error;
   int acquire_result = 0;
   int device_type = GS_DEVICE_DIRECT3D_11;
+  std::function<void()> on_map;
+  std::vector<uint8_t> drawn;
   uint8_t next_paint = 0;
   uint8_t painted = 0;
   uint32_t stage_padding = 0;
@@ -66,6 +69,8 @@ void Reset() {
   recorder.compile_error.clear();
   recorder.acquire_result = 0;
   recorder.device_type = GS_DEVICE_DIRECT3D_11;
+  recorder.on_map = nullptr;
+  recorder.drawn.clear();
   recorder.next_paint = recorder.painted = 0;
   recorder.stage_padding = 0;
   recorder.in_graphics.clear();
@@ -192,6 +197,16 @@ void SetPaint(uint8_t value) {
   Get().next_paint = value;
 }
 
+void SetOnMap(std::function<void()> action) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().on_map = std::move(action);
+}
+
+std::vector<uint8_t> DrawnPixels() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().drawn;
+}
+
 void SetStagePadding(uint32_t bytes) {
   std::lock_guard<std::mutex> lock(Get().mutex);
   Get().stage_padding = bytes;
@@ -215,7 +230,10 @@ int GraphicsDepth() {
 bool Note(const std::string &text) {
   Recorder &recorder = Get();
   std::lock_guard<std::mutex> lock(recorder.mutex);
-  if (recorder.recording) recorder.calls.push_back(text);
+  if (recorder.recording) {
+    recorder.calls.push_back(text);
+    call_order::Note(text);
+  }
   ++recorder.since_fail_call;
   if (recorder.fail_call != 0 && recorder.since_fail_call == recorder.fail_call) return true;
   return std::any_of(recorder.fail_prefixes.begin(), recorder.fail_prefixes.end(),
@@ -320,6 +338,16 @@ int AcquireResult() {
 int DeviceType() {
   std::lock_guard<std::mutex> lock(Get().mutex);
   return Get().device_type;
+}
+
+std::function<void()> OnMap() {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  return Get().on_map;
+}
+
+void KeepDrawn(const std::vector<uint8_t> &pixels) {
+  std::lock_guard<std::mutex> lock(Get().mutex);
+  Get().drawn = pixels;
 }
 
 void Paint() {

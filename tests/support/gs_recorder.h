@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +22,7 @@ struct gs_texture {
   gs_color_format format = GS_RGBA;
   std::vector<uint8_t> pixels;  // of the last gs_texture_set_image, rows packed
   uint32_t shared_handle = 0;   // 0: not shared
+  bool mapped = false;
 };
 
 // A source or filter that a test puts together by hand.
@@ -62,6 +64,8 @@ void SetEffectLacks(const std::vector<std::string> &names);  // parameters and t
 void SetCompileError(const std::string &text);               // of a failed gs_effect_create_from_file; empty: none
 void SetAcquireResult(int result);                           // of gs_texture_acquire_sync
 void SetDeviceType(int type);                                // of gs_get_device_type; Direct3D at first
+void SetOnMap(std::function<void()> action);  // inside gs_texture_set_image, once the texture is mapped; null: none
+std::vector<uint8_t> DrawnPixels();           // of the texture as the last gs_draw_sprite showed it
 void SetPaint(uint8_t value);                 // with which the next obs_source_video_render fills the picture
 void SetStagePadding(uint32_t bytes);         // behind each row of stage surfaces made from now on
 void SetModuleFile(const std::string &path);  // what obs_find_module_file finds for each name; empty: null
@@ -95,6 +99,8 @@ bool EffectLacks(const std::string &effect, const std::string &name);  // never 
 std::string CompileError();
 int AcquireResult();
 int DeviceType();
+std::function<void()> OnMap();
+void KeepDrawn(const std::vector<uint8_t> &pixels);
 void Paint();  // the picture is drawn
 uint8_t Painted();
 uint32_t StagePadding();

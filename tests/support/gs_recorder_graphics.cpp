@@ -71,12 +71,25 @@ void gs_texture_set_image(gs_texture_t *texture, const uint8_t *data, uint32_t l
   NoteInGraphics(call);
   CheckAlive(texture, call);
   if (!data) return;
+  // As libobs does: it maps the texture, copies and unmaps, and a texture that is mapped cannot be mapped.
+  if (texture->mapped) return AddMisuse(call + " of a mapped texture");
+  texture->mapped = true;
+  if (const std::function<void()> action = OnMap()) action();
   // As a driver does: whole rows of the texture's own width, so that a short buffer shows under the sanitizer.
   const size_t row = size_t{texture->width} * 4;
   texture->pixels.resize(row * texture->height);
   for (uint32_t y = 0; y < texture->height; ++y) {
     std::memcpy(texture->pixels.data() + y * row, data + size_t{y} * linesize, row < linesize ? row : linesize);
   }
+  texture->mapped = false;
+}
+
+void gs_texture_unmap(gs_texture_t *texture) {
+  const std::string call = Text("gs_texture_unmap(", NameOf(texture), ")");
+  NoteInGraphics(call);
+  CheckAlive(texture, call);
+  if (!texture->mapped) AddMisuse(call + " of a texture that is not mapped");
+  texture->mapped = false;
 }
 
 uint32_t gs_texture_get_width(const gs_texture_t *texture) {
@@ -230,5 +243,6 @@ void gs_set_viewport(int x, int y, int width, int height) {
 }
 void gs_draw_sprite(gs_texture_t *texture, uint32_t flip, uint32_t width, uint32_t height) {
   NoteInGraphics(Text("gs_draw_sprite(", NameOf(texture), ", ", flip, ", ", width, ", ", height, ")"));
+  if (texture) KeepDrawn(texture->pixels);
 }
 }

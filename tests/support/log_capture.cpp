@@ -21,6 +21,8 @@ struct Store {
   std::condition_variable changed;
   std::vector<LogLine> lines;
   bool keeping = false;
+  std::string awaited;
+  std::function<void()> action;
   log_handler_t former = nullptr;
   void *former_param = nullptr;
 };
@@ -38,10 +40,15 @@ void Handle(int level, const char *format, va_list args, void *) {
   std::string text(length < 0 ? 0 : static_cast<size_t>(length), '\0');
   if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, args);
   Store &store = GetStore();
-  std::lock_guard<std::mutex> lock(store.mutex);
-  if (!store.keeping) return;
-  store.lines.push_back({level, std::move(text)});
-  store.changed.notify_all();
+  std::function<void()> action;
+  {
+    std::lock_guard<std::mutex> lock(store.mutex);
+    if (!store.keeping) return;
+    if (text == store.awaited) action = store.action;
+    store.lines.push_back({level, std::move(text)});
+    store.changed.notify_all();
+  }
+  if (action) action();
 }
 
 template <typename Predicate>
@@ -72,6 +79,7 @@ LogCapture::LogCapture() {
   {
     std::lock_guard<std::mutex> lock(store.mutex);
     store.lines.clear();
+    store.action = nullptr;
     store.keeping = true;
   }
   base_get_log_handler(&store.former, &store.former_param);
@@ -119,6 +127,13 @@ bool LogCapture::WaitFor(int level, const std::string &text, size_t count) const
 
 bool LogCapture::WaitForText(const std::string &part, size_t count) const {
   return WaitForCount(count, part, [&](const LogLine &line) { return line.text.find(part) != std::string::npos; });
+}
+
+void LogCapture::OnLine(const std::string &text, std::function<void()> action) {
+  Store &store = GetStore();
+  std::lock_guard<std::mutex> lock(store.mutex);
+  store.awaited = text;
+  store.action = std::move(action);
 }
 
 void LogCapture::Clear() {

@@ -1,6 +1,7 @@
 // Captures what goes through blog() while it lives.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ class LogCapture {
   size_t CountWith(const std::string &part) const;                           // lines that contain it
   bool WaitFor(int level, const std::string &text, size_t count = 1) const;  // fails the test when it never comes
   bool WaitForText(const std::string &part, size_t count = 1) const;
+  // Called on the thread that logs, each time when a line has that text. Null: no more.
+  void OnLine(const std::string &text, std::function<void()> action);
   void Clear();
 };
 

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/call_order.h"
 #include "support/fresh_start.h"
 #include "support/wait.h"
 
@@ -108,6 +109,7 @@ void Note(int engine, std::string text) {
   Engines &engines = GetEngines();
   std::lock_guard<std::mutex> lock(engines.mutex);
   if (!engines.recording) return;
+  call_order::Note(text);
   engines.calls.push_back({engine, std::move(text), std::this_thread::get_id()});
   engines.changed.notify_all();
 }
@@ -116,6 +118,16 @@ bool WindowsCanBeMade() {
   Engines &engines = GetEngines();
   std::lock_guard<std::mutex> lock(engines.mutex);
   return engines.script->window;
+}
+
+void ChangePoolSize(int &width, int &height) {
+  Engines &engines = GetEngines();
+  std::shared_ptr<const EngineScript> script;
+  {
+    std::lock_guard<std::mutex> lock(engines.mutex);
+    script = engines.script;
+  }
+  if (script->pool_size) script->pool_size(width, height);
 }
 
 }  // namespace scripted_internal

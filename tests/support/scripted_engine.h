@@ -31,6 +31,8 @@ struct EngineScript {
   std::string tessera_stat;
   std::chrono::nanoseconds process_time{0};               // by which a call of processFrameData moves the movable clock
   std::shared_ptr<LX::DXGLSharedTexture> shared_texture;  // set on returned frames
+  // May change the size of a pooled frame that is asked for.
+  std::function<void(int &width, int &height)> pool_size;
   // Called inside processFrameData before the answer, with the frame that came in.
   std::function<void(LX::FrameData &)> on_frame;
   std::function<void()> on_stats;  // called inside getStats
@@ -96,6 +98,7 @@ void Note(int engine, std::string text);
 bool Recording();
 bool WindowsCanBeMade();
 void MoveClock(std::chrono::nanoseconds by);
+void ChangePoolSize(int &width, int &height);
 std::shared_ptr<LX::FrameData> CopyFrame(const LX::FrameData &frame);  // with pixels of its own
 }  // namespace scripted_internal
 

@@ -194,6 +194,7 @@ std::shared_ptr<FrameData> FramePool::takeFrameDataNV12(int width, int height, i
     vanta_test::scripted_internal::Note(
         0, "takeFrameDataNV12(" + std::to_string(width) + ", " + std::to_string(height) + ")");
   }
+  vanta_test::scripted_internal::ChangePoolSize(width, height);
   const size_t bytes = FrameBytes(width, height);
   Storage *storage = nullptr;
   {

@@ -1,5 +1,7 @@
 // An engine that loses the memory of its frame under the graphics thread's hands.
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -29,9 +31,10 @@ class UploadFault : public testing::Test {
   }
   ~UploadFault() override { VirtualFree(pages_, 0, MEM_RELEASE); }
 
-  void Protect(DWORD protection) {
+  void Protect(DWORD protection) { ProtectFrom(0, protection); }
+  void ProtectFrom(size_t begin, DWORD protection) {
     DWORD before;
-    ASSERT_TRUE(VirtualProtect(pages_, kSize, protection, &before));
+    ASSERT_TRUE(VirtualProtect(pages_ + begin, kSize - begin, protection, &before));
   }
   // The latest frame is a pixel buffer, and its texture has the source's size.
   void DeliverAndRender(BeautyFilter &filter) {
@@ -78,6 +81,52 @@ TEST_F(UploadFault, PictureIsUploadedAgainWhenThePixelsAreBack) {
   filter.Render();
   EXPECT_EQ(log_.Count(kFaultLine), 0u);
   EXPECT_EQ(gs_recorder::Count("gs_texture_set_image("), 1u);
+}
+
+TEST_F(UploadFault, OldPictureStaysWhereTheNextOneIsLostInPart) {
+  BeautyFilter filter;
+  std::memset(pages_, 1, kSize);
+  DeliverAndRender(filter);
+  std::memset(pages_, 2, kSize);
+  ProtectFrom(kSize - 4096, PAGE_NOACCESS);
+  filter.Render();
+  EXPECT_TRUE(log_.Has(LOG_INFO, kFaultLine));
+  EXPECT_EQ(gs_recorder::DrawnPixels(), std::vector<uint8_t>(kSize, 1));
+}
+
+TEST_F(UploadFault, TextureIsUnmappedWhenThePixelsAreLostDuringTheUpload) {
+  BeautyFilter filter;
+  DeliverAndRender(filter);
+  const size_t draws = Draws();
+  gs_recorder::SetOnMap([this] { Protect(PAGE_NOACCESS); });
+  filter.Render();
+  EXPECT_TRUE(log_.Has(LOG_INFO, kFaultLine));
+  EXPECT_EQ(gs_recorder::Count("gs_texture_unmap("), 1u);
+  EXPECT_EQ(Draws(), draws + 1);
+}
+
+TEST_F(UploadFault, PictureIsUploadedAgainAfterPixelsWereLostDuringAnUpload) {
+  BeautyFilter filter;
+  DeliverAndRender(filter);
+  gs_recorder::SetOnMap([this] { Protect(PAGE_NOACCESS); });
+  filter.Render();
+  gs_recorder::SetOnMap(nullptr);
+  Protect(PAGE_READWRITE);
+  std::memset(pages_, 3, kSize);
+  filter.Render();
+  EXPECT_EQ(gs_recorder::DrawnPixels(), std::vector<uint8_t>(kSize, 3));
+  EXPECT_EQ(gs_recorder::Misuse(), std::vector<std::string>());
+}
+
+TEST_F(UploadFault, SourceIsSkippedThroughWhereNoPictureHasReachedTheTextureYet) {
+  BeautyFilter filter;
+  filter.VideoThroughEngine(MakeFrame(16, 1).get());
+  filter.VideoThroughEngine(MakeFrame(16, 2).get());
+  Protect(PAGE_NOACCESS);
+  filter.Render();
+  EXPECT_TRUE(log_.Has(LOG_INFO, kFaultLine));
+  EXPECT_EQ(gs_recorder::Count("obs_source_skip_video_filter(filter)"), 1u);
+  EXPECT_EQ(Draws(), 0u);
 }
 
 TEST_F(UploadFault, EveryFrameThatFaultsIsLogged) {

@@ -46,6 +46,7 @@ struct face_beauty_filter_data {
   gs_texrender_t *texrender VANTA_GUARDED_BY(vanta::graphics_context) = nullptr;
   gs_effect_t *effect VANTA_GUARDED_BY(vanta::graphics_context) = nullptr;
   gs_texture_t *texture VANTA_GUARDED_BY(vanta::graphics_context) = nullptr;  // upload target
+  bool texture_written VANTA_GUARDED_BY(vanta::graphics_context) = false;     // a frame has filled it since it was made
   std::atomic<int32_t> frame_type{kFrameTypeNone};
   vanta::FrameCostRecorder filter_cost{"face_beauty_filter"};  // [video]
   vanta::FrameCostRecorder render_cost{"face_beauty_render"};  // [render]

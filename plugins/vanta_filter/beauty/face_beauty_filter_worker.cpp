@@ -74,7 +74,8 @@ void FaceBeautyFilterWorker::stop() {
 }
 
 FaceBeautyFilterWorker::~FaceBeautyFilterWorker() {
-  stop();  // a start that failed half-way leaves a thread that nobody has stopped
+  // A start that threw half-way has left a running thread that nobody stopped: joining it would never end.
+  stop();
   stattistics_.reset();
   if (thread_.Joinable()) thread_.Join();
   FacelessInstance::GetInstance()->RemoveStatistics(source_);

@@ -40,7 +40,7 @@ class FaceBeautyFilterWorker {
   FaceBeautyFilterWorker(const FaceBeautyFilterWorker &) = delete;
   FaceBeautyFilterWorker &operator=(const FaceBeautyFilterWorker &) = delete;
 
-  // Always true; throws std::system_error when no thread can be made.
+  // Always true; throws std::system_error when a thread cannot be made.
   bool start();
   // Joins nothing, may come more than once.
   void stop() VANTA_EXCLUDES(wake_mutex_);

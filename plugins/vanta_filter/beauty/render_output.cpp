@@ -11,6 +11,7 @@ namespace vanta {
 namespace {
 
 constexpr uint32_t kInfiniteWait = 0xffffffff;
+constexpr uint32_t kBytesPerPixel = 4;     // of an uploaded pixel buffer
 constexpr int32_t kEngineMemoryFrame = 1;  // LX::FrameData::pixel_format of a memory frame
 
 std::shared_ptr<LX::FrameData> LatestFrame(face_beauty_filter_data &filter) {
@@ -37,6 +38,7 @@ void MatchSize(face_beauty_filter_data &filter, uint32_t cx, uint32_t cy) VANTA_
   obs_enter_graphics();
   gs_texture_destroy(filter.texture);
   filter.texture = gs_texture_create(cx, cy, GS_RGBA, 1, nullptr, GS_DYNAMIC);
+  filter.texture_written = false;
   obs_leave_graphics();
 }
 
@@ -57,33 +59,62 @@ void RenderChain(face_beauty_filter_data &filter, obs_source_t *target, uint32_t
 
 struct Upload {
   gs_texture_t *texture;
-  const LX::FrameData *frame;
+  const uint8_t *pixels;
+  uint32_t stride;  // bytes
+  size_t size;      // bytes from the first pixel to the end of the last
   bool flip;
 };
 
-void RunUpload(void *param) {
+void ReadEveryPage(void *param) {
+  constexpr size_t kSmallestPage = 4096;
   const Upload &upload = *static_cast<Upload *>(param);
-  gs_texture_set_image(upload.texture, upload.frame->planes[0], static_cast<uint32_t>(upload.frame->strides[0]),
-                       upload.flip);
+  const volatile uint8_t *const pixels = upload.pixels;
+  for (size_t at = 0; at < upload.size; at += kSmallestPage) static_cast<void>(pixels[at]);
+  static_cast<void>(pixels[upload.size - 1]);
+}
+
+void SetImage(void *param) {
+  const Upload &upload = *static_cast<Upload *>(param);
+  gs_texture_set_image(upload.texture, upload.pixels, upload.stride, upload.flip);
+}
+
+// The pixels belong to the engine, which can lose the memory under us. False: a fault was caught.
+bool RunUpload(Upload upload) VANTA_REQUIRES(graphics_context) {
+  // Mapping gives up what the texture holds, so lost memory must show before it.
+  if (!RunGuarded(ReadEveryPage, &upload)) return false;
+  if (RunGuarded(SetImage, &upload)) return true;
+  // Lost meanwhile: the call was left between its map and its unmap, and a mapped texture takes no further picture.
+  gs_texture_unmap(upload.texture);
+  return false;
 }
 
 // The texture has the source's present size and the pixels may come from an older frame: what does not fill the texture
 // would be read past its end.
 bool CanUpload(const LX::FrameData &frame, uint32_t width, uint32_t height) {
-  return frame.planes[0] && frame.strides[0] > 0 && static_cast<uint32_t>(frame.strides[0]) >= width * 4 &&
+  return frame.planes[0] && frame.strides[0] > 0 && static_cast<uint32_t>(frame.strides[0]) >= width * kBytesPerPixel &&
          frame.height > 0 && static_cast<uint32_t>(frame.height) >= height;
+}
+
+void UploadLatestFrame(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_context) {
+  const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
+  const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
+  if (!frame || (type != kFrameTypePixelBuffer && type != kFrameTypePixelBuffer4)) return;
+  if (filter.width == 0 || filter.height == 0 || !CanUpload(*frame, filter.width, filter.height)) return;
+  const auto stride = static_cast<uint32_t>(frame->strides[0]);
+  const size_t size = size_t{stride} * (filter.height - 1) + size_t{filter.width} * kBytesPerPixel;
+  if (RunUpload({filter.texture, frame->planes[0], stride, size, filter.flip.load(std::memory_order_relaxed)}))
+    filter.texture_written = true;
+  else
+    blog(LOG_INFO, "[beauty][Gpu copy][FaceBeautyFilterWorker] Exception caught in gs_texture_set_image");
 }
 
 void draw_memory_copy(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_context) {
   if (!filter.texture) return;
-  const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
-  const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
-  if (frame && (type == kFrameTypePixelBuffer || type == kFrameTypePixelBuffer4) && filter.height != 0 &&
-      CanUpload(*frame, filter.width, filter.height)) {
-    // The pixels belong to the engine, which can lose the memory under us.
-    Upload upload{filter.texture, frame.get(), filter.flip.load(std::memory_order_relaxed)};
-    if (!RunGuarded(RunUpload, &upload))
-      blog(LOG_INFO, "[beauty][Gpu copy][FaceBeautyFilterWorker] Exception caught in gs_texture_set_image");
+  UploadLatestFrame(filter);
+  // A texture made for a new size holds nothing until a frame of that size comes.
+  if (!filter.texture_written) {
+    SkipFilter(filter);
+    return;
   }
   gs_effect_set_texture(gs_effect_get_param_by_name(filter.effect, "image"), filter.texture);
   while (gs_effect_loop(filter.effect, "Draw")) gs_draw_sprite(filter.texture, 0, filter.width, filter.height);

@@ -11,6 +11,13 @@ namespace {
 constexpr int32_t kReportOrientation = 19;
 constexpr char kInteropKey[] = "lx_enable_nvdx_interop";
 
+bool HoldsText(obs_data_t *settings, const char *key) {
+  obs_data_item_t *item = obs_data_item_byname(settings, key);
+  const bool text = obs_data_item_gettype(item) == OBS_DATA_STRING;
+  obs_data_item_release(&item);
+  return text;
+}
+
 }  // namespace
 
 void FaceBeautyFilterWorker::update(obs_data_t *settings) {
@@ -74,7 +81,8 @@ void FaceBeautyFilterWorker::UpdateOrientation(obs_data_t *orientation) {
 }
 
 void FaceBeautyFilterWorker::RequestInterop(obs_data_t *settings) {
-  if (!obs_data_has_user_value(settings, kInteropKey)) return;
+  // Of another type its text would read as empty, which asks for the path's end.
+  if (!obs_data_has_user_value(settings, kInteropKey) || !HoldsText(settings, kInteropKey)) return;
   const char *text = obs_data_get_string(settings, kInteropKey);
   if (!text) return;
   blog(LOG_INFO, "[lx_enable_nvdx_interop] update [%s]", text);

@@ -26,7 +26,9 @@ struct Guard {
 };
 
 LONG CALLBACK JumpBack(EXCEPTION_POINTERS *fault) {
-  if (!innermost || !IsProcessorFault(fault->ExceptionRecord->ExceptionCode)) return EXCEPTION_CONTINUE_SEARCH;
+  // The code first: every exception of the process comes by, and a thread's first look at `innermost` takes memory,
+  // which the thread may not be able to get just then.
+  if (!IsProcessorFault(fault->ExceptionRecord->ExceptionCode) || !innermost) return EXCEPTION_CONTINUE_SEARCH;
   std::longjmp(innermost->back, 1);
 }
 

@@ -30,8 +30,8 @@ class NoJoinScope {
   static bool Stands();  // on the calling thread
 };
 
-// A joinable thread whose priority can be set from outside. The constructor throws std::system_error when no thread
-// can be made; Join throws when called by the thread itself.
+// A joinable thread whose priority can be set from outside. Start throws std::system_error when no thread can be made;
+// Join throws it when called by the thread itself, or without one.
 class WorkerThread {
  public:
   WorkerThread() = default;

@@ -8,6 +8,7 @@
 #include "filter_bench.h"
 #include "module/host_frame.h"
 #include "support/log_capture.h"
+#include "support/recording_handler.h"
 #include "support/wait.h"
 
 namespace {
@@ -22,7 +23,13 @@ constexpr char kEnqueueFailed[] = "[beauty][FaceBeautyFilterWorker]  EnqueueFram
 constexpr char kDequeueFailed[] = "[beauty][FaceBeautyFilterWorker]  DequeueFrame failed, return last frame";
 constexpr char kUninited[] = "[beauty][FaceBeautyFilterWorker]  worker is uninited, return original frame";
 
-class BeautyFilter : public FilterBench {};
+class BeautyFilter : public FilterBench {
+ protected:
+  void PutOrientationIntoTheSettings() {
+    const OBSDataAutoRelease orientation = obs_data_create_from_json("{\"rot_deg\":90}");
+    obs_data_set_obj(settings_, "sceneitem_orientation_info", orientation);
+  }
+};
 
 // ---- Registration ----
 
@@ -74,6 +81,34 @@ TEST_F(BeautyFilter, CreationWritesTheDefaultsIntoTheSettings) {
   EXPECT_EQ(obs_data_get_int(settings_, "facepoint_calculator"), 0);
   EXPECT_TRUE(obs_data_has_user_value(settings_, "effect_json_ability_handler"));
   EXPECT_EQ(obs_data_get_int(settings_, "effect_json_ability_handler"), 0);
+}
+
+TEST_F(BeautyFilter, CreationGivesTheSettingsToTheWorker) {
+  PutOrientationIntoTheSettings();
+  CreateFilter();
+  EXPECT_EQ(host_double::Reports(),
+            (std::vector<HostReport>{{19, "{\"flip_hor\":false,\"flip_ver\":false,\"rotate_type\":90}"}}));
+}
+
+TEST_F(BeautyFilter, CreationWritesItsDefaultsBeforeTheWorkerGetsTheSettings) {
+  RecordingHandler of_an_earlier_life;
+  obs_data_set_int(settings_, "effect_json_ability_handler", of_an_earlier_life.Address());
+  CreateFilter();
+  Pass();
+  scripted_engine::Callbacks(1).game_data(LX::BoomGameData{kPlayEffect});
+  EXPECT_EQ(of_an_earlier_life.calls, Texts{});
+}
+
+TEST_F(BeautyFilter, CreationUpdatesTheWorkerBeforeItIsRegisteredForCommands) {
+  PutOrientationIntoTheSettings();
+  // A worker that were registered by then would be so no more.
+  log_.OnLine("[beauty] fb filter update orientation , flip_hor 0, flip_ver 0",
+              [this] { vanta::FacelessInstance::GetInstance()->RemoveWorker(&filter_); });
+  CreateFilter();
+  Pass();
+  vanta::FacelessInstance::GetInstance()->SetLookupIntensity(0.25F);
+  Pass();
+  EXPECT_EQ(scripted_engine::Count("setLookupIntensity(0.25)"), 1u);
 }
 
 TEST_F(BeautyFilter, RecordBeginsWithItsDefaults) {

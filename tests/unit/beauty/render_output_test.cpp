@@ -1,6 +1,7 @@
 // What video_render draws, call by call.
 #include "engine/lumivex_render.h"
 #include "filter_bench.h"
+#include "support/call_order.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -19,13 +20,16 @@ class RenderOutput : public FilterBench {
 
   // A pixel buffer of RGBA at the source's size.
   void DeliverPixelBuffer(int32_t format = 3) {
+    AnswerWithPixels();
+    Deliver(format);
+  }
+  void AnswerWithPixels() {
     scripted_engine::Change([this](EngineScript &script) {
       script.on_frame = [this](LX::FrameData &frame) {
         frame.planes[0] = pixels_.data();
-        frame.strides[0] = static_cast<int32_t>(kWidth * 4);
+        frame.strides[0] = frame.width * 4;
       };
     });
-    Deliver(format);
   }
   void DeliverSharedTexture(uint64_t handle, uint64_t key) {
     texture_ = std::make_shared<ScriptedTexture>(handle, key);
@@ -40,6 +44,17 @@ class RenderOutput : public FilterBench {
     EXPECT_EQ(gs_recorder::OpenBrackets(), 0);
     EXPECT_EQ(gs_recorder::Misuse(), Texts{});
     return gs_recorder::CallsWithout({"obs_find_module_file"});
+  }
+  // Of the calls of one render, those that begin so, the engine's texture's and the host's in one order.
+  Texts CallsInOrder(const Texts &prefixes) {
+    call_order::Clear();
+    Render();
+    Texts calls = call_order::Calls();
+    std::erase_if(calls, [&](const std::string &call) {
+      return std::none_of(prefixes.begin(), prefixes.end(),
+                          [&](const std::string &prefix) { return call.rfind(prefix, 0) == 0; });
+    });
+    return calls;
   }
   static HostReport FallbackReport(const char *reason) {
     return {12, std::string("{\"fall_back_to_nv12\":true,\"reason\":\"") + reason + "\"}"};
@@ -148,17 +163,45 @@ TEST_F(RenderOutput, PixelsTooFewForTheTextureAreNotRead) {
   DeliverPixelBuffer();
   parent_.width = kWidth * 2;  // the source has grown, the pixels are of an older frame
   parent_.height = kHeight * 2;
-  const Texts calls = RenderCalls();
+  RenderCalls();
   EXPECT_EQ(gs_recorder::Count("gs_texture_set_image"), 0u);
-  EXPECT_EQ(gs_recorder::Count("gs_draw_sprite"), 1u) << "the texture is drawn all the same";
+}
+
+TEST_F(RenderOutput, SourceThatHasGrownIsSkippedThroughUntilAFrameOfItsSizeComes) {
+  DeliverPixelBuffer();
+  RenderCalls();
+  parent_.width = kWidth * 2;
+  parent_.height = kHeight * 2;
+  for (int i = 0; i < 2; ++i) {
+    RenderCalls();
+    EXPECT_EQ(gs_recorder::Count("obs_source_skip_video_filter(filter)"), 1u) << i;
+    EXPECT_EQ(gs_recorder::Count("gs_draw_sprite"), 0u) << "the new texture holds nothing yet";
+  }
+  pixels_.assign(size_t{parent_.width} * parent_.height * 4, 9);
+  Pass(3, parent_.width, parent_.height);  // takes the last frame of the old size out
+  ASSERT_TRUE(Pass(4, parent_.width, parent_.height));
+  RenderCalls();
+  EXPECT_EQ(gs_recorder::Count("obs_source_skip_video_filter"), 0u);
+  EXPECT_EQ(gs_recorder::Count("gs_draw_sprite(texture3, 0, 128, 96)"), 1u);
+  EXPECT_EQ(gs_recorder::DrawnPixels(), pixels_);
 }
 
 TEST_F(RenderOutput, PixelBufferWithoutPixelsIsDrawnWithTheOldContent) {
   DeliverPixelBuffer();
+  RenderCalls();
   data().bgra_frame->planes[0] = nullptr;
   RenderCalls();
   EXPECT_EQ(gs_recorder::Count("gs_texture_set_image"), 0u);
   EXPECT_EQ(gs_recorder::Count("gs_draw_sprite"), 1u);
+  EXPECT_EQ(gs_recorder::DrawnPixels(), pixels_);
+}
+
+TEST_F(RenderOutput, PixelBufferWithoutPixelsIsSkippedThroughBeforeTheFirstUpload) {
+  DeliverPixelBuffer();
+  data().bgra_frame->planes[0] = nullptr;
+  RenderCalls();
+  EXPECT_EQ(gs_recorder::Count("obs_source_skip_video_filter(filter)"), 1u);
+  EXPECT_EQ(gs_recorder::Count("gs_draw_sprite"), 0u);
 }
 
 TEST_F(RenderOutput, SourceOfNoHeightUploadsNothing) {
@@ -232,9 +275,15 @@ TEST_F(RenderOutput, SharedTextureIsDrawnUnderItsKey) {
 
 TEST_F(RenderOutput, EngineIsWaitedForBeforeTheTextureIsOpenedAndItsKeyReadAfter) {
   DeliverSharedTexture(0x1234, 5);
-  Render();
-  EXPECT_EQ(scripted_engine::Texts(), (Texts{"waitSync()", "getKeyValue()", "setKeyValue(6)"}));
-  EXPECT_EQ(gs_recorder::Count("gs_texture_open_shared(4660)"), 1u);
+  EXPECT_EQ(CallsInOrder({"waitSync", "gs_texture_open_shared", "getKeyValue"}),
+            (Texts{"waitSync()", "gs_texture_open_shared(4660)", "getKeyValue()"}));
+}
+
+TEST_F(RenderOutput, TextureIsReleasedBeforeTheEngineLearnsOfTheNextKey) {
+  DeliverSharedTexture(0x1234, 5);
+  EXPECT_EQ(
+      CallsInOrder({"obs_source_draw", "gs_texture_release_sync", "setKeyValue"}),
+      (Texts{"obs_source_draw(shared1, 0, 0, 0, 0, 0)", "gs_texture_release_sync(shared1, 6)", "setKeyValue(6)"}));
 }
 
 TEST_F(RenderOutput, HandleIsOpenedOnceAndStaysOpenUntilDestroy) {

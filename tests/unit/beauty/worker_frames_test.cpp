@@ -86,6 +86,24 @@ TEST_F(WorkerFrames, EngineSeesTheFrameAsTheHostSentIt) {
   EXPECT_EQ(seen.dump_flag, 0);
 }
 
+TEST_F(WorkerFrames, PooledFrameOfAnotherSizeIsAWarningAndTheFrameGoesOn) {
+  constexpr char kWarningText[] = "[beauty] intput frame size != need size!";
+  for (const bool wider : {true, false}) {
+    SCOPED_TRACE(wider ? "wider" : "higher");
+    log_.Clear();
+    scripted_engine::Change([&, asked = 0](EngineScript &script) {
+      script.pool_size = [=](int &width, int &height) mutable {
+        if (asked++ == 0) (wider ? width : height) += 2;
+      };
+    });
+    ASSERT_TRUE(Feed(1, kWidth, kHeight, 33));
+    EXPECT_EQ(log_.LinesWith(kWarningText), (std::vector<LogLine>{{kWarning, kWarningText}}));
+    const Dequeued out = Dequeue();
+    ASSERT_TRUE(out.success);
+    EXPECT_EQ(out.frame->data[0][0], 33);
+  }
+}
+
 TEST_F(WorkerFrames, FrameUnderTwoPixelsNeverReachesTheEngine) {
   ASSERT_TRUE(Feed(1, 1, 48));
   ASSERT_TRUE(Feed(1, 64, 1));

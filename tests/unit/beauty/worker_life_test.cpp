@@ -1,29 +1,50 @@
 // How a worker begins and ends.
 #include <callback/signal.h>
+#include <dlfcn.h>
+#include <pthread.h>
 #include <util/bmem.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <obs.hpp>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 #include "engine/ability_handler.h"
 #include "engine/faceless_instance.h"
+#include "platform/export.h"
 #include "support/log_capture.h"
 #include "support/wait.h"
 #include "worker_bench.h"
 
 namespace {
 
+thread_local int threads_left = -1;  // that the calling thread can make; negative: no limit
+
+}  // namespace
+
+// In place of the C library's, which runs out of threads at no test's bidding.
+extern "C" VANTA_EXPORT int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*main)(void *),
+                                           void *argument) noexcept {
+  if (threads_left == 0) return EAGAIN;
+  if (threads_left > 0) --threads_left;
+  static const auto own = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  return own(thread, attributes, main, argument);
+}
+
+namespace {
+
 using namespace vanta_test;
 using Lines = std::vector<LogLine>;
 
-using vanta_test::kInfo;
 using vanta_test::kError;
+using vanta_test::kInfo;
 
 class WorkerLife : public WorkerBench {};
 
@@ -202,6 +223,75 @@ TEST_F(WorkerLife, StopBeforeTheFirstProcessorLeavesStateRunningAndProcessesNoth
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_EQ(scripted_engine::Created(), 0);
   EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
+}
+
+TEST_F(WorkerLife, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcessesNothing) {
+  MakeWorker();
+  std::promise<void> making, go_on;
+  log_.OnLine("[beauty] LumivexProcessor init successful 0 0", [&] {
+    making.set_value();
+    go_on.get_future().wait();
+  });
+  worker_->start();
+  making.get_future().wait();
+  EXPECT_TRUE(worker_->IsUninited());
+  worker_->stop();  // the worker holds its engine lock: a wait would never end
+  EXPECT_TRUE(worker_->IsUninited());
+  go_on.set_value();
+  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
+  EXPECT_TRUE(worker_->IsRunning());
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
+  EXPECT_EQ(scripted_engine::Created(), 0);
+  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
+}
+
+TEST_F(WorkerLife, StopWhileAnEngineIsMadeFinishesItsFrameAndTakesNoOther) {
+  StartWorker();
+  scripted_engine::Close(Gate::kCreate);
+  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
+  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kCreate));
+  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
+  worker_->stop();  // the gate is still closed: a wait would never end
+  scripted_engine::Open(Gate::kCreate);
+  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
+  EXPECT_FALSE(worker_->IsRunning());
+  EXPECT_EQ(scripted_engine::FramesProcessed(), 1u);
+}
+
+TEST_F(WorkerLife, SettingsThatStandBeforeTheStartReachTheFirstProcessor) {
+  MakeWorker();
+  const OBSDataAutoRelease settings = obs_data_create();
+  worker_->update(settings);
+  EXPECT_FALSE(log_.HasText("SetOBSData"));
+  StartWorker();
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 1u);
+}
+
+TEST_F(WorkerLife, StartWithoutAThreadThrows) {
+  MakeWorker();
+  threads_left = 0;
+  EXPECT_THROW(worker_->start(), std::system_error);
+  threads_left = -1;
+  StopWorker();
+  EXPECT_FALSE(log_.HasText("[beauty] FaceBeautyFilterWorker start"));
+}
+
+TEST_F(WorkerLife, StartWithoutAStatisticsThreadThrowsAndTheWorkerEndsUnstopped) {
+  MakeWorker();
+  threads_left = 1;
+  EXPECT_THROW(worker_->start(), std::system_error);
+  threads_left = -1;
+  vanta::FaceBeautyFilterWorker *const worker = worker_.get();
+  std::atomic<bool> gone{false};
+  std::thread unwinding([&] {
+    worker_.reset();
+    gone = true;
+  });
+  if (!WaitUntil([&] { return gone.load(); }, "the worker's end")) worker->stop();
+  unwinding.join();
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
 }
 
 TEST_F(WorkerLife, EngineDiesOnTheThreadThatMadeIt) {

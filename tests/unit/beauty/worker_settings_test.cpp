@@ -1,11 +1,15 @@
 // Settings: the worker's copy, the orientation, and the request for the shared-texture path.
+#include <callback/signal.h>
 #include <dlfcn.h>
 
 #include <atomic>
+#include <map>
 #include <obs.hpp>
 
-#include "worker_bench.h"
 #include "support/log_capture.h"
+#include "support/recording_handler.h"
+#include "support/scripted_runner.h"
+#include "worker_bench.h"
 
 namespace {
 
@@ -55,6 +59,28 @@ class WorkerSettings : public WorkerBench {
     std::erase_if(texts, [](const std::string &text) { return text.rfind("processFrameData", 0) != 0; });
     EXPECT_TRUE(Dequeue().success);
     return texts.empty() ? "none" : texts.back();
+  }
+  // What the engine's effect asks for goes to the handler whose address the processor's settings hold.
+  static void AskForPlayEffect() { scripted_engine::Callbacks(1).game_data(LX::BoomGameData{kPlayEffect}); }
+  // The engine's faces go out under the address of the parent that the processor was given.
+  static const void *ParentOfTheProcessor() {
+    host_double::Change([](HostSwitches &switches) { switches.face_point_by_lx = true; });
+    const void *parent = nullptr;
+    const signal_callback_t receive = [](void *out, calldata_t *signal) {
+      auto *message = static_cast<obs_data_t *>(calldata_ptr(signal, "face_point"));
+      *static_cast<const void **>(out) =
+          reinterpret_cast<const void *>(static_cast<uintptr_t>(obs_data_get_int(message, "detect_key")));
+    };
+    signal_handler_connect(obs_get_signal_handler(), "TesseraFacePointRet", receive, &parent);
+    auto out = std::make_shared<tessera::TesseraOut>();
+    out->getAny() = FaceTree({{}});
+    auto landmarks = std::make_shared<tessera::Any>();
+    landmarks->tag = tessera::Any::kObject;
+    landmarks->payload = out;
+    using CpuData = std::map<std::string, std::shared_ptr<tessera::Any>>;
+    scripted_engine::Callbacks(1).cpu_data(std::make_shared<CpuData>(CpuData{{"landmarks", landmarks}}));
+    signal_handler_disconnect(obs_get_signal_handler(), "TesseraFacePointRet", receive, &parent);
+    return parent;
   }
 };
 
@@ -115,13 +141,44 @@ TEST_F(WorkerSettings, SettingsComeBeforeTheMattingWish) {
 }
 
 TEST_F(WorkerSettings, WorkersCopyOutlivesTheHostsSettings) {
+  RecordingHandler handler;
   {
-    const OBSDataAutoRelease settings = Settings("{\"apply_flag\":255}");
+    const OBSDataAutoRelease settings = Settings("{}");
+    obs_data_set_int(settings, "effect_json_ability_handler", handler.Address());
     worker_->update(settings);
-    obs_data_set_string(settings, "lx_enable_nvdx_interop", "changed later");
+    obs_data_set_int(settings, "effect_json_ability_handler", 0);
   }
+  ASSERT_TRUE(Feed());  // the recreation gives the copy to the engine's processor
+  AskForPlayEffect();
+  EXPECT_EQ(handler.calls, (std::vector<std::string>{"playEffect()"}));
+}
+
+TEST_P(WorkerSettingsEitherWay, ProcessorGetsTheCopyAndNotTheHostsSettings) {
   ASSERT_TRUE(Feed());
-  EXPECT_EQ(log_.CountWith("SetOBSData"), 2u);  // by the recreation, and by the task before it, on the old processor
+  RecordingHandler handler;
+  {
+    const OBSDataAutoRelease settings = Settings("{}");
+    obs_data_set_int(settings, "effect_json_ability_handler", handler.Address());
+    worker_->update(settings);
+    obs_data_set_int(settings, "effect_json_ability_handler", 0);
+  }
+  ASSERT_TRUE(Feed(2));
+  AskForPlayEffect();
+  EXPECT_EQ(handler.calls, (std::vector<std::string>{"playEffect()"}));
+}
+
+TEST_P(WorkerSettingsEitherWay, ProcessorGetsTheParentWithAnUpdate) {
+  ASSERT_TRUE(Feed());
+  ASSERT_EQ(ParentOfTheProcessor(), nullptr);
+  Update("{}");
+  ASSERT_TRUE(Feed(2));
+  EXPECT_EQ(ParentOfTheProcessor(), &parent_);
+}
+
+TEST_F(WorkerSettings, RecreatedProcessorGetsTheParentWithTheStoredSettings) {
+  Update("{}");
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(ParentOfTheProcessor(), &parent_);
 }
 
 TEST_P(WorkerSettingsEitherWay, NoGreenMattingSendsFramesWithFour) {
@@ -242,6 +299,28 @@ TEST_F(WorkerSettings, RequestThatHoldsANullTextIsPassedOver) {
   ASSERT_TRUE(Feed());
   EXPECT_FALSE(log_.HasText("put open task"));
   EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
+}
+
+TEST_F(WorkerSettings, RequestOfAnotherTypeThanTextIsPassedOver) {
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(Dequeue().success);
+  for (const char *value : {"true", "false", "1", "0.5", "{}", "[]", "null"}) {
+    SCOPED_TRACE(value);
+    Update(std::string("{\"lx_enable_nvdx_interop\":") + value + "}");
+    ASSERT_TRUE(Feed());
+    EXPECT_TRUE(Dequeue().success);
+    EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] update"));
+    EXPECT_FALSE(log_.HasText("put open task"));
+    EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] cur "));
+  }
+}
+
+TEST_F(WorkerSettings, RequestOfAnotherTypeLeavesAnEarlierOneStanding) {
+  ASSERT_TRUE(Feed());
+  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
+  Update("{\"lx_enable_nvdx_interop\":true}");
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [1]"));
 }
 
 TEST_P(WorkerSettingsEitherWay, RequestThatDiffersRecreatesTheProcessor) {

@@ -1,5 +1,6 @@
 // The statistics step: a sample each second, a report each ten, the engine's text each three hundred.
 #include <chrono>
+#include <utility>
 
 #include "engine/faceless_instance.h"
 #include "support/wait.h"
@@ -10,12 +11,30 @@ namespace {
 using namespace vanta_test;
 using namespace std::chrono_literals;
 
+// Opens a private member to TickOf: the tick's counters of frames show in no report.
+template <auto kMember>
+struct Opened {
+  friend vanta::Stattistics &TickOf(vanta::FaceBeautyFilterWorker &worker) { return *(worker.*kMember); }
+};
+vanta::Stattistics &TickOf(vanta::FaceBeautyFilterWorker &worker);
+template struct Opened<&vanta::FaceBeautyFilterWorker::stattistics_>;
+
 class WorkerStatistics : public WorkerBench {
  protected:
   void SetUp() override { StartWorker(); }
 
   static std::vector<StatisticsSample> Reports() {
     return vanta::FacelessInstance::GetInstance()->GetBeautyStatistics();
+  }
+  // A finished frame is taken, and cannot be copied into the host's.
+  bool DequeueIntoNoPlane() {
+    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    uint8_t *const plane = std::exchange(frame->data[0], nullptr);
+    int32_t type = 2;
+    std::shared_ptr<LX::FrameData> bgra;
+    const bool delivered = worker_->DequeueFrame(frame.get(), &type, &bgra);
+    frame->data[0] = plane;
+    return delivered;
   }
 };
 
@@ -58,6 +77,29 @@ TEST_F(WorkerStatistics, ReportCarriesWhatTheEngineAndTheClockSaid) {
   EXPECT_FLOAT_EQ(report.beauty_p95, 2.5F);
   EXPECT_FLOAT_EQ(report.async_p95, 34.0F);
   EXPECT_FLOAT_EQ(report.async_max, 34.0F);
+}
+
+TEST_F(WorkerStatistics, FailedDequeueCountsAnAgeOfZero) {
+  for (int i = 0; i < 2; ++i) ASSERT_TRUE(Feed());
+  MovableClock::Advance(40ms);
+  EXPECT_FALSE(DequeueIntoNoPlane());
+  EXPECT_TRUE(Dequeue().success);
+  const StatisticsSample report = TenSecondReport();
+  EXPECT_EQ(report.taken_count, 2);
+  EXPECT_FLOAT_EQ(report.async_max, 20.0F);  // one of 40 and one of 0
+  EXPECT_FLOAT_EQ(report.whole_avg, 2.0F);   // likewise, over ten samples
+}
+
+TEST_F(WorkerStatistics, TickCountsFramesThatEnterAndThatLeaveWhetherDeliveredOrNot) {
+  for (int i = 0; i < 2; ++i) ASSERT_TRUE(Feed());
+  EXPECT_EQ(TickOf(*worker_).in_count, 2u);
+  EXPECT_EQ(TickOf(*worker_).out_count, 0u);
+  EXPECT_FALSE(DequeueIntoNoPlane());
+  EXPECT_EQ(TickOf(*worker_).out_count, 1u);
+  EXPECT_TRUE(Dequeue().success);
+  EXPECT_EQ(TickOf(*worker_).out_count, 2u);
+  EXPECT_FALSE(Dequeue().success);  // nothing is finished
+  EXPECT_EQ(TickOf(*worker_).out_count, 2u);
 }
 
 TEST_F(WorkerStatistics, EventsOfTheFrameRoadAreCounted) {

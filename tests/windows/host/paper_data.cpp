@@ -26,6 +26,10 @@ struct obs_data {
   std::map<std::string, std::variant<long long, bool, double, std::string, Held, HeldArray>> values;
 };
 
+struct obs_data_item {
+  obs_data_type type;
+};
+
 struct obs_data_array {
   std::atomic<long> refs{1};
   std::vector<obs_data_t *> items;
@@ -111,6 +115,22 @@ void obs_data_apply(obs_data_t *target, obs_data_t *from) {
 
 bool obs_data_has_user_value(obs_data_t *data, const char *name) {
   return data && name && data->values.count(name) != 0;
+}
+
+obs_data_item_t *obs_data_item_byname(obs_data_t *data, const char *name) {
+  // In the order of the variant.
+  constexpr obs_data_type kTypes[] = {OBS_DATA_NUMBER, OBS_DATA_BOOLEAN, OBS_DATA_NUMBER,
+                                      OBS_DATA_STRING, OBS_DATA_OBJECT,  OBS_DATA_ARRAY};
+  if (!obs_data_has_user_value(data, name)) return nullptr;
+  return new obs_data_item{kTypes[data->values.find(name)->second.index()]};
+}
+obs_data_type obs_data_item_gettype(obs_data_item_t *item) {
+  return item ? item->type : OBS_DATA_NULL;
+}
+void obs_data_item_release(obs_data_item_t **item) {
+  if (!item) return;
+  delete *item;
+  *item = nullptr;
 }
 
 void obs_data_set_string(obs_data_t *data, const char *name, const char *value) {
