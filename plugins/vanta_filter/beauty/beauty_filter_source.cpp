@@ -3,12 +3,14 @@
 #include <util/base.h>
 #include <util/bmem.h>
 
-#include <cstring>
+#include <cstdint>
+#include <limits>
 
 #include "beauty/face_beauty_filter_data.h"
 #include "beauty/fallback_report.h"
 #include "beauty/render_output.h"
 #include "engine/faceless_instance.h"
+#include "frames/blank_frame.h"
 #include "frames/plane_layout.h"
 #include "module/host_extensions.h"
 #include "module/host_frame.h"
@@ -118,10 +120,12 @@ bool PassesByJump(face_beauty_filter_data &filter) {
   return true;
 }
 
-// The format counts too: the same size in another format has other planes.
+// Beside the size the planes count: the same size in another format may have others. Formats of one convert type share
+// theirs (YUY2, UYVY and YVYU; RGBA, BGRA and BGRX), and libobs keeps both fields of a tick in whichever of them they
+// came. The frame given out for the first field must outlive the second, so between such formats it stays.
 bool FitsLastFrame(const face_beauty_filter_data &filter, const obs_source_frame *frame) {
   return filter.last_frame && filter.last_frame->width == frame->width && filter.last_frame->height == frame->height &&
-         filter.last_frame->format == frame->format;
+         SharePlaneLayout(filter.last_frame->format, frame->format, frame->width, frame->height);
 }
 
 void DropLastFrame(face_beauty_filter_data &filter) {
@@ -129,34 +133,41 @@ void DropLastFrame(face_beauty_filter_data &filter) {
   filter.last_frame = nullptr;
 }
 
-// libobs leaves the planes as the memory was; a later filter shows this frame before its first picture is ready.
-void Blank(obs_source_frame &frame) {
-  constexpr int kDark = 0;
-  constexpr int kNeutralChroma = 128;
-  const FrameLayout layout = LayoutOf(frame.format, frame.width, frame.height);
-  for (int i = 0; i < layout.count; ++i) {
-    if (frame.data[i])
-      std::memset(frame.data[i], i == 0 ? kDark : kNeutralChroma, size_t{frame.linesize[i]} * layout.planes[i].rows);
-  }
+// Null for a size that no frame can have.
+obs_source_frame *MakeLastFrame(const obs_source_frame &like) {
+  if (!HostCanLayOut(like.width, like.height)) return nullptr;
+  auto *made = static_cast<obs_source_frame *>(bzalloc(kHostFrameSize));
+  obs_source_frame_init(made, like.format, like.width, like.height);
+  // libobs leaves the planes as the memory was; a later filter shows this frame before its first picture is ready.
+  BlankFrame(*made);
+  made->refs = kNeverReleased;
+  return made;
 }
 
 void PrepareDeinterlaced(face_beauty_filter_data &filter, const obs_source_frame *frame) {
   if (!FitsLastFrame(filter, frame)) {
     DropLastFrame(filter);
-    auto *made = static_cast<obs_source_frame *>(bzalloc(kHostFrameSize));
-    obs_source_frame_init(made, frame->format, frame->width, frame->height);
-    Blank(*made);
-    made->refs = kNeverReleased;
-    filter.last_frame = made;
+    filter.last_frame = MakeLastFrame(*frame);
   }
   SetIsDeinterlace(true);
   if (!deinterlace_reported.exchange(true, std::memory_order_relaxed)) ReportFallback("deinterlace");
   LumivexRender::FallbackToNV12();
 }
 
+// Whether `from` has every plane that libobs gave `to`, with a pitch that its arithmetic can take.
+bool CanCopy(const obs_source_frame &to, const obs_source_frame &from) {
+  for (int i = 0; i < MAX_AV_PLANES; ++i) {
+    if (to.data[i] && (!from.data[i] || from.linesize[i] > static_cast<uint32_t>(std::numeric_limits<int32_t>::max())))
+      return false;
+  }
+  return to.data[0] != nullptr;
+}
+
+// libobs's copy looks at no pointer, and leaves the format as it was.
 void CopyToLastFrame(face_beauty_filter_data &filter, const obs_source_frame *frame) {
-  if (!filter.last_frame || !filter.last_frame->data[0] || !frame->data[0]) return;
+  if (!filter.last_frame || !CanCopy(*filter.last_frame, *frame)) return;
   obs_source_frame_copy(filter.last_frame, frame);
+  filter.last_frame->format = frame->format;
   SetDumpId(filter.last_frame, 0);
 }
 

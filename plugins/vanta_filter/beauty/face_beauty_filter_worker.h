@@ -56,8 +56,10 @@ class FaceBeautyFilterWorker {
   std::string &GetDumpJson(std::string &out, uint32_t id);
 
   // An I420 engine frame straight into the host's frame, in its format: I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422
-  // or V210. False, with nothing written, for any other format, which is logged, and where a frame does not hold the
-  // picture. The frame road does not use it. Threads: any.
+  // or V210. I420 is copied as far as both frames' planes go, whatever their sizes; V210 has rows of V210RowBytes,
+  // whatever pitch the frame names. False, with nothing written, for any other format, which is logged, where a frame
+  // has no planes, and for all but I420 where it does not hold the picture. The frame path does not use it.
+  // Threads: any.
   static bool CopyFrame(obs_source_frame *frame, const LX::FrameData &i420);
 
   // Null clears the worker's copy.

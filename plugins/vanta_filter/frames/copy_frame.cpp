@@ -43,14 +43,17 @@ bool CopyToI422(obs_source_frame &f, const LX::FrameData &s) {
   return true;
 }
 
+// The rows lie as the packer has them. The frame's own pitch tells only whether there is room for them: 0 means that it
+// is padded as cards do.
 bool CopyToV210(obs_source_frame &f, const LX::FrameData &s) {
   if (s.width <= 0 || s.height <= 0 || !f.data[0]) return false;
   const auto width = static_cast<uint32_t>(s.width);
   const auto height = static_cast<uint32_t>(s.height);
-  if (f.width < width || f.height < height || !HoldsI420InOneBlock(s, width, height)) return false;
-  const size_t pitch = f.linesize[0] ? f.linesize[0] : V210RowBytes(width);
-  if (pitch < V210RowBytes(width)) return false;
-  PackV210Rows(s.planes[0], f.data[0], pitch, width, height);
+  if (f.width < width || f.height < height || !HoldsI420(s, width, height)) return false;
+  if (f.linesize[0] != 0 && f.linesize[0] < V210RowBytes(width)) return false;
+  const size_t pitches[] = {static_cast<size_t>(s.strides[0]), static_cast<size_t>(s.strides[1]),
+                            static_cast<size_t>(s.strides[2])};
+  PackV210Planes(s.planes, pitches, f.data[0], width, height);
   return true;
 }
 

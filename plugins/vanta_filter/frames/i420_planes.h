@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <limits>
 
 #include <obs.h>
 
@@ -11,8 +10,6 @@
 #include "frames/plane_layout.h"
 
 namespace vanta {
-
-inline constexpr uint32_t kLargestSide = std::numeric_limits<int32_t>::max() / 8;  // what LayoutOf can count
 
 // A picture's three planes, chroma of height / 2 rows: with an odd height its last row counts half.
 struct I420Planes {
@@ -38,10 +35,6 @@ inline bool CopyI420(const I420Planes &to, const I420Planes &from) {
   return CopyPlane(to.y, from.y) && CopyPlane(to.u, from.u) && CopyPlane(to.v, from.v);
 }
 
-constexpr bool IsPictureSize(uint32_t width, uint32_t height) {
-  return width > 0 && height > 0 && width <= kLargestSide && height <= kLargestSide;
-}
-
 // Whether `frame` has room for an I420 picture of this size.
 inline bool HoldsI420(const LX::FrameData &frame, uint32_t width, uint32_t height) {
   if (!IsPictureSize(width, height)) return false;
@@ -50,14 +43,6 @@ inline bool HoldsI420(const LX::FrameData &frame, uint32_t width, uint32_t heigh
   return frame.planes[0] && frame.planes[1] && frame.planes[2] && frame.width >= columns &&
          frame.height >= static_cast<int32_t>(height) && frame.strides[0] >= columns &&
          frame.strides[1] >= chroma_columns && frame.strides[2] >= chroma_columns;
-}
-
-// Whether it does so in one block, as the V210 functions want it.
-inline bool HoldsI420InOneBlock(const LX::FrameData &frame, uint32_t width, uint32_t height) {
-  if (!HoldsI420(frame, width, height)) return false;
-  const auto rows = static_cast<size_t>(frame.height);
-  return frame.planes[1] == frame.planes[0] + static_cast<size_t>(frame.strides[0]) * rows &&
-         frame.planes[2] == frame.planes[1] + static_cast<size_t>(frame.strides[1]) * ((rows + 1) / 2);
 }
 
 // Whether `frame` holds, or has room for, a picture of this size in its own format.

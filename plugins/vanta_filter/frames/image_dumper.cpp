@@ -24,10 +24,6 @@ std::u16string Ascii(const std::string &text) {
   return std::u16string(text.begin(), text.end());
 }
 
-std::u16string Extension(uint32_t mode) {
-  return mode == ImageDumper::kYuv ? u".yuv" : mode == ImageDumper::kBmp ? u".bmp" : u".dump";
-}
-
 uint64_t Bytes32(uint32_t width, uint32_t height) {
   const uint64_t pixels = static_cast<uint64_t>(width) * height;
   return pixels > kMostBytes ? kMostBytes + 1 : pixels * 4;
@@ -40,6 +36,10 @@ uint64_t YuvBytes(const uint32_t strides[3], uint32_t height) {
 }
 
 }  // namespace
+
+std::u16string ImageDumper::Extension(uint32_t mode) {
+  return mode == kYuv ? u".yuv" : mode == kBmp ? u".bmp" : u".dump";
+}
 
 void ImageDumper::SetDirectory(const std::string &path) {
   directory = Utf16FromUtf8(path, kMostPathUnits);
@@ -60,29 +60,39 @@ void ImageDumper::CaptureI420(const uint8_t *const planes[3], const uint32_t pla
                               uint32_t picture_height) {
   width = picture_width;
   height = picture_height;
-  if (!planes[0] || !planes[1] || !planes[2]) return;
+  kept_ = planes[0] && planes[1] && planes[2] && KeepI420(planes, plane_strides);
+}
+
+bool ImageDumper::KeepI420(const uint8_t *const planes[3], const uint32_t plane_strides[3]) {
   if (mode == kBmp) {
-    if (!Reserve(Bytes32(width, height))) return;
+    if (!Reserve(Bytes32(width, height))) return false;
     libyuv::I420ToARGB(planes[0], static_cast<int>(plane_strides[0]), planes[1], static_cast<int>(plane_strides[1]),
                        planes[2], static_cast<int>(plane_strides[2]), buffer.get(), static_cast<int>(width * 4),
                        static_cast<int>(width), static_cast<int>(height));
-  } else if (mode == kYuv) {
-    if (!Reserve(YuvBytes(plane_strides, height))) return;
-    uint8_t *out = buffer.get();
-    for (int i = 0; i < 3; ++i) {
-      strides[i] = plane_strides[i];
-      const size_t size = static_cast<size_t>(strides[i]) * height / (i == 0 ? 1 : 2);
-      if (size > 0) std::memcpy(out, planes[i], size);
-      out += size;
-    }
+    return true;
   }
+  if (mode != kYuv || !Reserve(YuvBytes(plane_strides, height))) return false;
+  uint8_t *out = buffer.get();
+  for (int i = 0; i < 3; ++i) {
+    strides[i] = plane_strides[i];
+    const size_t size = static_cast<size_t>(strides[i]) * height / (i == 0 ? 1 : 2);
+    if (size > 0) std::memcpy(out, planes[i], size);
+    out += size;
+  }
+  return true;
 }
 
 void ImageDumper::CaptureRGBA(const uint8_t *pixels, uint32_t picture_width, uint32_t picture_height) {
   width = picture_width;
   height = picture_height;
-  if (mode != kBmp || !pixels || !Reserve(Bytes32(width, height))) return;
-  if (const uint64_t size = Bytes32(width, height)) std::memcpy(buffer.get(), pixels, static_cast<size_t>(size));
+  kept_ = mode == kBmp && pixels && KeepRGBA(pixels);
+}
+
+bool ImageDumper::KeepRGBA(const uint8_t *pixels) {
+  const uint64_t size = Bytes32(width, height);
+  if (!Reserve(size)) return false;
+  if (size > 0) std::memcpy(buffer.get(), pixels, static_cast<size_t>(size));
+  return true;
 }
 
 bool ImageDumper::Save(const std::string &name) const {
@@ -95,6 +105,7 @@ bool ImageDumper::SaveIndexed(const std::string &name, int32_t index) const {
 }
 
 bool ImageDumper::Write(const std::u16string &path) const {
+  if (!kept_) return false;
   const std::u16string cut = path.substr(0, kMostPathUnits);
   if (mode == kBmp) return Bytes32(width, height) <= buffer_size && WriteBmp32(buffer.get(), width, height, cut);
   if (mode == kYuv) return YuvBytes(strides, height) <= buffer_size && WriteYuv(buffer.get(), strides, height, cut);

@@ -2,6 +2,8 @@
 
 #include <libyuv/convert.h>
 
+#include <vector>
+
 #include "frames/i420_planes.h"
 #include "module/host_extensions.h"
 
@@ -32,10 +34,28 @@ void CoverFromI422(const obs_source_frame &f, LX::FrameData &d) {
                      d.strides[2], static_cast<int>(f.width), static_cast<int>(f.height));
 }
 
+// Whether the planes of `d` are what the host writes for a picture of even sides: one block without padding.
+bool IsHostsBlock(const LX::FrameData &d, size_t width, size_t height) {
+  const auto pitch = [&d](int plane) { return static_cast<size_t>(d.strides[plane]); };
+  return pitch(0) == width && pitch(1) == width / 2 && pitch(2) == width / 2 &&
+         d.planes[1] == d.planes[0] + width * height && d.planes[2] == d.planes[1] + width / 2 * (height / 2);
+}
+
 void CoverFromV210(const obs_source_frame &f, LX::FrameData &d) {
-  if (f.data[0] && HoldsI420InOneBlock(d, f.width, f.height)) {
+  // Where the host puts the chroma of odd sides is not told.
+  if (!f.data[0] || f.width % 2 || f.height % 2) return;
+  if (!HostCanLayOut(f.width, f.height) || !HoldsI420(d, f.width, f.height)) return;
+  if (IsHostsBlock(d, f.width, f.height)) {
     VantaDeckV210to420P(&f, d.planes[0], f.width, f.height);
+    return;
   }
+  const size_t luma = size_t{f.width} * f.height;
+  std::vector<uint8_t> block(luma / 2 * 3);
+  VantaDeckV210to420P(&f, block.data(), f.width, f.height);
+  uint8_t *const u = block.data() + luma;
+  const I420Planes unpacked{MakePlane(block.data(), f.width, uint64_t{f.height} * 2),
+                            MakePlane(u, f.width / 2, f.height), MakePlane(u + luma / 4, f.width / 2, f.height)};
+  CopyI420(I420PlanesOf(d), unpacked);
 }
 
 }  // namespace

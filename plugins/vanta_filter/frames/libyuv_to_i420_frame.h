@@ -12,8 +12,9 @@ inline constexpr int kHostFormatV210 = 22;  // the customised host's; public lib
 
 // Threads: any; the caller keeps both frames to itself.
 struct LibYuvToI420Frame {
-  // I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422 and V210. `i420` stays as it was for any other format, which is
-  // logged, and where either frame does not hold the picture.
+  // I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422 and V210. I420 is copied as far as both frames' planes go, whatever
+  // their sizes. Of the others `i420` stays as it was where either frame does not hold the picture, and with V210 of an
+  // odd side; so it does for any other format, which is logged.
   static void CoverFrame(const obs_source_frame &frame, LX::FrameData &i420);
 };
 

@@ -60,25 +60,22 @@ void PackRow(const uint8_t *y, const uint8_t *u, const uint8_t *v, uint32_t widt
 
 }  // namespace
 
-void PackV210Rows(const uint8_t *src, uint8_t *dst, size_t pitch, uint32_t width, uint32_t height) {
-  const size_t pixels = static_cast<size_t>(width) * height;
-  const uint8_t *y = src;
-  const uint8_t *u = src + pixels;
-  const uint8_t *v = u + pixels / 4;
+void PackV210Planes(const uint8_t *const planes[3], const size_t pitches[3], uint8_t *dst, uint32_t width,
+                    uint32_t height) {
   const bool avx2 = libyuv::TestCpuFlag(libyuv::kCpuHasAVX2) != 0;
-  for (uint32_t row = 0; row < height; ++row) {
-    PackRow(y, u, v, width, avx2, dst);
-    y += width;
-    dst += pitch;
-    if (row % 2 == 1) {
-      u += width / 2;
-      v += width / 2;
-    }
+  for (size_t row = 0; row < height; ++row) {
+    const size_t chroma_row = row / 2;
+    PackRow(planes[0] + row * pitches[0], planes[1] + chroma_row * pitches[1], planes[2] + chroma_row * pitches[2],
+            width, avx2, dst + row * V210RowBytes(width));
   }
 }
 
 void PackV210(const uint8_t *src, uint32_t *dst, uint32_t width, uint32_t height) {
-  PackV210Rows(src, reinterpret_cast<uint8_t *>(dst), V210RowBytes(width), width, height);
+  const size_t pixels = static_cast<size_t>(width) * height;
+  const uint8_t *const u = src + pixels;
+  const uint8_t *const planes[] = {src, u, u + pixels / 4};
+  const size_t pitches[] = {width, width / 2, width / 2};
+  PackV210Planes(planes, pitches, reinterpret_cast<uint8_t *>(dst), width, height);
 }
 
 }  // namespace vanta

@@ -16,7 +16,8 @@ constexpr size_t V210RowBytes(uint32_t width) {
 // word; of an odd width it is one word alone. What lies between there and the row's end is left as it was.
 void PackV210(const uint8_t *src, uint32_t *dst, uint32_t width, uint32_t height);
 
-// The same into rows `pitch` bytes apart, at least V210RowBytes.
-void PackV210Rows(const uint8_t *src, uint8_t *dst, size_t pitch, uint32_t width, uint32_t height);
+// The same from planes that lie anywhere: Y, U and V, with rows `pitches` bytes apart.
+void PackV210Planes(const uint8_t *const planes[3], const size_t pitches[3], uint8_t *dst, uint32_t width,
+                    uint32_t height);
 
 }  // namespace vanta

@@ -8,17 +8,33 @@
 
 namespace vanta {
 
+inline constexpr uint32_t kLargestSide = std::numeric_limits<int32_t>::max() / 8;  // what LayoutOf can count
+
+constexpr bool IsPictureSize(uint32_t width, uint32_t height) {
+  return width > 0 && height > 0 && width <= kLargestSide && height <= kLargestSide;
+}
+
+// Whether libobs can lay out a frame of this size. It counts bytes in 32 bits and does not notice when they wrap: a
+// frame that is too large gets too small a block. No format takes more than eight bytes a pixel.
+constexpr bool HostCanLayOut(uint32_t width, uint32_t height) {
+  return IsPictureSize(width, height) && uint64_t{width} * height <= kLargestSide;
+}
+
 struct PlaneLayout {
   uint32_t row_bytes = 0;  // bytes of one row's pixels; 0: the format has no such plane
   uint32_t rows = 0;
+
+  bool operator==(const PlaneLayout &) const = default;
 };
 
 struct FrameLayout {
   PlaneLayout planes[4];
   int count = 0;  // 0: no such format
+
+  bool operator==(const FrameLayout &) const = default;
 };
 
-// `width` and `height` in pixels, at most INT32_MAX / 8. Chroma of odd sizes rounds up, except where two of its samples
+// `width` and `height` in pixels, at most kLargestSide. Chroma of odd sizes rounds up, except where two of its samples
 // share a row: some makers round those down.
 inline FrameLayout LayoutOf(video_format format, uint32_t width, uint32_t height) {
   const uint32_t half_width = (width + 1) / 2;
@@ -65,6 +81,13 @@ inline FrameLayout LayoutOf(video_format format, uint32_t width, uint32_t height
       break;
   }
   return {};
+}
+
+// Whether frames of one size and either format have the same planes, so that one can hold the other's picture.
+inline bool SharePlaneLayout(video_format a, video_format b, uint32_t width, uint32_t height) {
+  if (a == b) return true;
+  const FrameLayout layout = LayoutOf(a, width, height);
+  return layout.count > 0 && layout == LayoutOf(b, width, height);
 }
 
 // Whether every plane is there and its rows are long enough for their pixels.

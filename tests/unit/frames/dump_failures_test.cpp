@@ -1,12 +1,29 @@
 // Dump files where the system refuses: a folder that takes none, a disk that is full, a name that is too long for it.
+#include <fcntl.h>
 #include <malloc.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 
 #include "frames/dump_files.h"
 #include "frames/image_dumper.h"
 #include "unit/frames/dump_folder.h"
+
+namespace {
+
+std::atomic<int> folders_asked_for{0};
+
+}  // namespace
+
+// Wins over the C library's own, in other libraries too.
+extern "C" [[gnu::visibility("default")]] int mkdir(const char *path, mode_t mode) noexcept {
+  ++folders_asked_for;
+  return static_cast<int>(syscall(SYS_mkdirat, AT_FDCWD, path, mode));
+}
 
 namespace vanta {
 namespace {
@@ -97,6 +114,15 @@ TEST_F(DumpFailures, NameThatIsTooLongInBytesMakesSaveFail) {
   for (int i = 0; i < 120; ++i) name += "\u753b";
   EXPECT_FALSE(dumper.Save(name));
   EXPECT_TRUE(std::filesystem::is_empty(root_));
+}
+
+TEST_F(DumpFailures, FolderThatIsThereIsNotMadeAgain) {
+  ImageDumper dumper;
+  const int before = folders_asked_for;
+  dumper.SetDirectory(Utf8(root_ / "new"));
+  EXPECT_EQ(folders_asked_for, before + 1);
+  dumper.SetDirectory(Utf8(root_ / "new"));
+  EXPECT_EQ(folders_asked_for, before + 1);
 }
 
 // Of three rows of 1001, and half as many of 500 and of 501 bytes, the last two bytes of the buffer are not written.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 #include <obs.h>
@@ -58,6 +60,24 @@ TEST(FlipFrame, VerticalOfAnOddHeightIsWholeButForTheLastChromaRow) {
   for (int plane = 1; plane <= 2; ++plane)
     for (int y = 0; y < 2; ++y)
       for (int x = 0; x < 8; ++x) ASSERT_EQ(C(*b, plane, x, y), C(*kept, plane, x, 2 - y)) << x << "," << y;
+}
+
+// Both frames' own strides count, and neither is the makers'.
+TEST(FlipFrame, PaddedFramesGiveTheSamePictureAndKeepTheirPadding) {
+  for (const auto &[vertical, horizontal] : {std::pair{true, true}, {false, true}, {true, false}}) {
+    for (const auto &[width, height] : {std::pair{2, 2}, {16, 6}, {33, 8}, {130, 4}}) {
+      SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+      const FramePtr tight_a = RandomI420(width, height), tight_b = MakeI420Frame(width, height);
+      const FramePtr wide_a = Padded(*tight_a), wide_b = MakePaddedI420(width, height);
+      FlipFrame(*tight_a, *tight_b, vertical, horizontal);
+      FlipFrame(*wide_a, *wide_b, vertical, horizontal);
+      EXPECT_EQ(Differences(*wide_b, *tight_b), 0);
+      const FramePtr mixed_b = MakePaddedI420(width, height);
+      const FramePtr kept = RandomI420(width, height);
+      FlipFrame(*kept, *mixed_b, vertical, horizontal);
+      EXPECT_EQ(Differences(*mixed_b, *tight_b), 0);
+    }
+  }
 }
 
 TEST(FlipFrame, VerticalLeavesTheTurnedPictureInTheFirstFrame) {

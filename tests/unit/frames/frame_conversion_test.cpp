@@ -2,7 +2,11 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <iterator>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +24,51 @@ namespace {
 using namespace vanta_test;
 
 constexpr auto kV210 = static_cast<video_format>(kHostFormatV210);
+
+// A V210 frame as a card gives it, without a plane of its own.
+obs_source_frame V210Frame(std::vector<uint8_t> &packed, uint32_t width, uint32_t height, size_t pitch) {
+  obs_source_frame frame = {};
+  frame.format = kV210;
+  frame.width = width;
+  frame.height = height;
+  frame.data[0] = packed.data();
+  frame.linesize[0] = static_cast<uint32_t>(pitch);
+  return frame;
+}
+
+// V210 of random groups, with padding of zeroes.
+std::vector<uint8_t> RandomV210(uint32_t width, uint32_t height, size_t pitch) {
+  std::vector<uint8_t> packed(pitch * height);
+  for (uint32_t y = 0; y < height; ++y) FillRandom(packed.data() + y * pitch, V210RowBytes(width), y);
+  return packed;
+}
+
+constexpr video_format kLibyuvFormats[] = {VIDEO_FORMAT_NV12, VIDEO_FORMAT_YUY2, VIDEO_FORMAT_UYVY, VIDEO_FORMAT_RGBA,
+                                           VIDEO_FORMAT_BGRA, VIDEO_FORMAT_BGRX, VIDEO_FORMAT_I422};
+constexpr std::pair<int, int> kEvenSizes[] = {{2, 2}, {6, 4}, {34, 6}, {66, 4}, {1922, 2}};
+
+// An I420 frame whose planes end each at a page that nobody may touch.
+FramePtr GuardedI420(int width, int height) {
+  struct Guarded {
+    GuardedMemory y, u, v;
+    LX::FrameData frame;
+  };
+  const size_t chroma = static_cast<size_t>(ChromaSide(width)) * static_cast<size_t>(ChromaSide(height));
+  std::shared_ptr<Guarded> guarded(
+      new Guarded{GuardedMemory(static_cast<size_t>(width) * static_cast<size_t>(height), GuardSide::kBehind),
+                  GuardedMemory(chroma, GuardSide::kBehind),
+                  GuardedMemory(chroma, GuardSide::kBehind),
+                  {}});
+  LX::FrameData &frame = guarded->frame;
+  frame.width = width;
+  frame.height = height;
+  const GuardedMemory *const planes[] = {&guarded->y, &guarded->u, &guarded->v};
+  for (int plane = 0; plane < 3; ++plane) {
+    frame.planes[plane] = planes[plane]->data();
+    frame.strides[plane] = plane ? ChromaSide(width) : width;
+  }
+  return {guarded, &frame};
+}
 
 // What the converted picture should hold, and how far a fast path may round off.
 struct Reference {
@@ -124,6 +173,104 @@ TEST(CoverFrame, I420OfAnotherPitchGoesRowByRow) {
   const Reference same{[&](int x, int y) { return At(*host, 0, x, y); },
                        [&](int plane, int x, int y) { return At(*host, plane, x, y); }, 0};
   EXPECT_EQ(WorstDifference(*i420, same), 0);
+}
+
+TEST(CoverFrame, I420IntoASmallerPictureGivesAsMuchAsItHolds) {
+  const HostFrame host = MakeHostFrame(VIDEO_FORMAT_I420, 32, 8);
+  for (const auto &[width, height] : {std::pair{16, 4}, {16, 8}, {32, 4}}) {
+    const FramePtr smaller = GuardedI420(width, height);
+    LibYuvToI420Frame::CoverFrame(*host, *smaller);
+    ForEachSample(width, height, [&](int plane, int x, int y) {
+      EXPECT_EQ(Sample(*smaller, plane, x, y), At(*host, plane, x, y)) << plane << " at " << x << "," << y;
+    });
+  }
+}
+
+TEST(CoverFrame, I420IntoALargerPictureFillsItsCorner) {
+  const HostFrame host = MakeHostFrame(VIDEO_FORMAT_I420, 16, 4);
+  const FramePtr larger = MakeI420Frame(32, 8);
+  LibYuvToI420Frame::CoverFrame(*host, *larger);
+  ForEachSample(32, 8, [&](int plane, int x, int y) {
+    const bool inside = x < (plane ? 8 : 16) && y < (plane ? 2 : 4);
+    EXPECT_EQ(Sample(*larger, plane, x, y), inside ? At(*host, plane, x, y) : 0) << plane << " at " << x << "," << y;
+  });
+}
+
+TEST(CoverFrame, PaddedTargetGetsTheSamePictureAndKeepsItsPadding) {
+  std::vector<video_format> formats(std::begin(kLibyuvFormats), std::end(kLibyuvFormats));
+  formats.push_back(VIDEO_FORMAT_I420);
+  for (const video_format format : formats) {
+    for (const auto &[width, height] : kEvenSizes) {
+      const HostFrame host = MakeHostFrame(format, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+      const FramePtr tight = MakeI420Frame(width, height), padded = MakePaddedI420(width, height);
+      LibYuvToI420Frame::CoverFrame(*host, *tight);
+      LibYuvToI420Frame::CoverFrame(*host, *padded);
+      EXPECT_EQ(Differences(*padded, *tight), 0) << format << ", " << width << "x" << height;
+    }
+  }
+}
+
+TEST(CoverFrame, V210GivesAPaddedTargetTheSamePictureAndLeavesItsPadding) {
+  for (const auto &[width, height] : kEvenSizes) {
+    const auto columns = static_cast<uint32_t>(width), rows = static_cast<uint32_t>(height);
+    const size_t pitch = V210RowBytes(columns);
+    std::vector<uint8_t> packed = RandomV210(columns, rows, pitch);
+    const obs_source_frame host = V210Frame(packed, columns, rows, pitch);
+    const FramePtr tight = MakeI420Frame(width, height), padded = MakePaddedI420(width, height);
+    LibYuvToI420Frame::CoverFrame(host, *tight);
+    LibYuvToI420Frame::CoverFrame(host, *padded);
+    EXPECT_EQ(Differences(*padded, *tight), 0) << width << "x" << height;
+  }
+}
+
+TEST(CoverFrame, V210FillsTheCornerOfALargerPicture) {
+  std::vector<uint8_t> packed = RandomV210(16, 4, V210RowBytes(16));
+  const obs_source_frame host = V210Frame(packed, 16, 4, V210RowBytes(16));
+  const FramePtr same = MakeI420Frame(16, 4), larger = MakeI420Frame(32, 8);
+  LibYuvToI420Frame::CoverFrame(host, *same);
+  LibYuvToI420Frame::CoverFrame(host, *larger);
+  ForEachSample(32, 8, [&](int plane, int x, int y) {
+    const bool inside = x < (plane ? 8 : 16) && y < (plane ? 2 : 4);
+    EXPECT_EQ(Sample(*larger, plane, x, y), inside ? Sample(*same, plane, x, y) : 0)
+        << plane << " at " << x << "," << y;
+  });
+}
+
+TEST(CoverFrame, V210WithoutAPitchIsReadAtThePackersOwn) {
+  std::vector<uint8_t> packed = RandomV210(50, 4, V210RowBytes(50));
+  const FramePtr with = MakeI420Frame(50, 4), without = MakeI420Frame(50, 4);
+  LibYuvToI420Frame::CoverFrame(V210Frame(packed, 50, 4, V210RowBytes(50)), *with);
+  LibYuvToI420Frame::CoverFrame(V210Frame(packed, 50, 4, 0), *without);
+  EXPECT_NE(Y(*with, 0, 3), 0);
+  EXPECT_EQ(std::memcmp(with->planes[0], without->planes[0], 50 * 4 * 3 / 2), 0);
+}
+
+TEST(CoverFrame, V210OfAWiderPitchGoesRowByRow) {
+  constexpr size_t kPitch = V210RowBytes(50);
+  std::vector<uint8_t> packed = RandomV210(50, 4, kPitch), spread(kPitch * 3 * 4, 0xFF);
+  for (size_t y = 0; y < 4; ++y) std::memcpy(spread.data() + y * kPitch * 3, packed.data() + y * kPitch, kPitch);
+  const FramePtr tight = MakeI420Frame(50, 4), wide = MakeI420Frame(50, 4);
+  LibYuvToI420Frame::CoverFrame(V210Frame(packed, 50, 4, kPitch), *tight);
+  LibYuvToI420Frame::CoverFrame(V210Frame(spread, 50, 4, kPitch * 3), *wide);
+  EXPECT_EQ(std::memcmp(tight->planes[0], wide->planes[0], 50 * 4 * 3 / 2), 0);
+}
+
+// Makers, packer and host put the chroma of odd sides in three places.
+TEST(CoverFrame, V210OfAnOddSideLeavesTheTargetAsItWas) {
+  for (const auto &[width, height] : {std::pair{7, 4}, {8, 5}, {7, 5}}) {
+    const auto columns = static_cast<uint32_t>(width), rows = static_cast<uint32_t>(height);
+    std::vector<uint8_t> packed = RandomV210(columns, rows, V210RowBytes(columns));
+    const FramePtr i420 = MakeI420Frame(width, height);
+    LibYuvToI420Frame::CoverFrame(V210Frame(packed, columns, rows, V210RowBytes(columns)), *i420);
+    EXPECT_EQ(std::count(i420->planes[0], i420->planes[0] + width * height * 4, 0), width * height * 4);
+  }
+}
+
+TEST(CoverFrame, V210IntoATargetThatIsTooSmallLeavesIt) {
+  std::vector<uint8_t> packed = RandomV210(16, 8, V210RowBytes(16));
+  const FramePtr i420 = MakeI420Frame(16, 4);
+  LibYuvToI420Frame::CoverFrame(V210Frame(packed, 16, 8, V210RowBytes(16)), *i420);
+  EXPECT_EQ(std::count(i420->planes[0], i420->planes[0] + 16 * 4 * 4, 0), 16 * 4 * 4);
 }
 
 TEST(CoverFrame, Nv12IsTakenApart) {
@@ -326,36 +473,98 @@ TEST(CopyFrame, FrameThatIsTooSmallIsRefused) {
   }
 }
 
+TEST(CopyFrame, I420IntoASmallerFrameGivesAsMuchAsItHolds) {
+  const FramePtr i420 = RandomI420(32, 8);
+  for (const auto &[width, height] : {std::pair{16, 4}, {16, 8}, {32, 4}}) {
+    GuardedHostFrame host(VIDEO_FORMAT_I420, static_cast<uint32_t>(width), static_cast<uint32_t>(height),
+                          GuardSide::kBehind);
+    EXPECT_TRUE(FaceBeautyFilterWorker::CopyFrame(host.get(), *i420));
+    ForEachSample(width, height, [&, host = host.get()](int plane, int x, int y) {
+      EXPECT_EQ(At(*host, plane, x, y), Sample(*i420, plane, x, y)) << plane << " at " << x << "," << y;
+    });
+  }
+}
+
+TEST(CopyFrame, PaddedFrameGivesTheSamePicture) {
+  std::vector<video_format> formats(std::begin(kLibyuvFormats), std::end(kLibyuvFormats));
+  formats.push_back(VIDEO_FORMAT_I420);
+  for (const video_format format : formats) {
+    for (const auto &[width, height] : kEvenSizes) {
+      const FramePtr i420 = RandomI420(width, height);
+      const auto columns = static_cast<uint32_t>(width), rows = static_cast<uint32_t>(height);
+      const HostFrame tight = MakeHostFrame(format, columns, rows, Fill::kZero);
+      const HostFrame padded = MakeHostFrame(format, columns, rows, Fill::kZero);
+      ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(tight.get(), *i420));
+      ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(padded.get(), *Padded(*i420)));
+      EXPECT_EQ(PixelsOf(*padded), PixelsOf(*tight)) << format << ", " << width << "x" << height;
+    }
+  }
+}
+
 TEST(CopyFrame, V210GoesThereAndComesBackThroughTheHost) {
   std::vector<int> widths{1920, 1922, 3840};
   for (int width = 2; width <= 66; width += 2) widths.push_back(width);
   for (const int width : widths) {
-    const uint32_t columns = static_cast<uint32_t>(width);
-    for (const size_t pitch : {V210RowBytes(columns), V210RowBytes(columns) + 256}) {
-      std::vector<uint8_t> packed(pitch * 4);
-      obs_source_frame host = {};
-      host.format = kV210;
-      host.width = columns;
-      host.height = 4;
-      host.data[0] = packed.data();
-      host.linesize[0] = static_cast<uint32_t>(pitch);
-      const FramePtr before = RandomI420(width, 4);
-      const FramePtr after = MakeI420Frame(width, 4);
-      ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(&host, *before));
-      LibYuvToI420Frame::CoverFrame(host, *after);
-      EXPECT_EQ(std::memcmp(before->planes[0], after->planes[0], columns * 6), 0) << width;
+    const auto columns = static_cast<uint32_t>(width);
+    std::vector<uint8_t> packed(V210RowBytes(columns) * 4);
+    obs_source_frame host = V210Frame(packed, columns, 4, V210RowBytes(columns));
+    const FramePtr before = RandomI420(width, 4);
+    const FramePtr after = MakeI420Frame(width, 4);
+    ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(&host, *before));
+    LibYuvToI420Frame::CoverFrame(host, *after);
+    EXPECT_EQ(std::memcmp(before->planes[0], after->planes[0], columns * 6), 0) << width;
+  }
+}
+
+TEST(CopyFrame, V210HasThePackersRowsWhateverPitchTheFrameNames) {
+  constexpr size_t kPitch = V210RowBytes(50);
+  const FramePtr i420 = RandomI420(50, 4);
+  std::vector<uint8_t> wanted(kPitch * 2 * 4, kNobodys);
+  PackV210(i420->planes[0], reinterpret_cast<uint32_t *>(wanted.data()), 50, 4);
+  for (const size_t pitch : {size_t{0}, kPitch, kPitch * 2}) {
+    std::vector<uint8_t> packed(kPitch * 2 * 4, kNobodys);
+    obs_source_frame host = V210Frame(packed, 50, 4, pitch);
+    EXPECT_TRUE(FaceBeautyFilterWorker::CopyFrame(&host, *i420));
+    EXPECT_EQ(packed, wanted) << pitch;
+  }
+}
+
+TEST(CopyFrame, V210OfAPaddedFrameIsTheSame) {
+  for (const auto &[width, height] : kEvenSizes) {
+    const FramePtr i420 = RandomI420(width, height);
+    const auto columns = static_cast<uint32_t>(width), rows = static_cast<uint32_t>(height);
+    std::vector<uint8_t> tight(V210RowBytes(columns) * rows), padded(tight);
+    obs_source_frame tight_host = V210Frame(tight, columns, rows, V210RowBytes(columns));
+    obs_source_frame padded_host = V210Frame(padded, columns, rows, V210RowBytes(columns));
+    ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(&tight_host, *i420));
+    ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(&padded_host, *Padded(*i420)));
+    EXPECT_EQ(padded, tight) << width << "x" << height;
+  }
+}
+
+// The first word of each group of six pixels: U, Y and V, each at the top of ten bits.
+TEST(CopyFrame, V210OfAnOddSideTakesChromaWhereTheFrameHasIt) {
+  for (const auto &[width, height] : {std::pair{12, 3}, {12, 5}, {7, 4}, {13, 5}}) {
+    const FramePtr i420 = RandomI420(width, height);
+    const auto columns = static_cast<uint32_t>(width), rows = static_cast<uint32_t>(height);
+    std::vector<uint8_t> packed(V210RowBytes(columns) * rows);
+    obs_source_frame host = V210Frame(packed, columns, rows, V210RowBytes(columns));
+    ASSERT_TRUE(FaceBeautyFilterWorker::CopyFrame(&host, *i420));
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; x += 6) {
+        const uint8_t *const bytes = packed.data() + static_cast<size_t>(y) * V210RowBytes(columns) + x / 6 * 16;
+        const int word = bytes[0] | bytes[1] << 8 | bytes[2] << 16 | (bytes[3] & 0x3F) << 24;
+        EXPECT_EQ(word >> 2 & 0xFF, C(*i420, 1, x / 2, y / 2)) << "U at " << x << "," << y;
+        EXPECT_EQ(word >> 12 & 0xFF, Y(*i420, x, y)) << "Y at " << x << "," << y;
+        EXPECT_EQ(word >> 22 & 0xFF, C(*i420, 2, x / 2, y / 2)) << "V at " << x << "," << y;
+      }
     }
   }
 }
 
 TEST(CopyFrame, V210WithAShortPitchIsRefused) {
   std::vector<uint8_t> packed(5120 * 2, 9);
-  obs_source_frame host = {};
-  host.format = kV210;
-  host.width = 1922;
-  host.height = 2;
-  host.data[0] = packed.data();
-  host.linesize[0] = 5120;
+  obs_source_frame host = V210Frame(packed, 1922, 2, 5120);
   EXPECT_FALSE(FaceBeautyFilterWorker::CopyFrame(&host, *RandomI420(1922, 2)));
   EXPECT_EQ(std::count(packed.begin(), packed.end(), 9), static_cast<ptrdiff_t>(packed.size()));
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "frames/face_beauty_frame_factory.h"
+#include "frames/frame_scaler.h"
 #include "support/host_double.h"
 #include "support/log_capture.h"
 #include "unit/frames/host_frame.h"
@@ -49,6 +50,17 @@ TEST_F(FrameScalerLog, SecondInputOfTheSameKindSaysNothing) {
   LogCapture log;
   Put(host.get());
   EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(FrameScaler, ConversionBeforeAScalerIsBuiltSaysSoAndFails) {
+  const auto host = MakeHostFrame(VIDEO_FORMAT_BGRA, 16, 16);
+  const auto nv12 = MakeHostFrame(VIDEO_FORMAT_NV12, 16, 16);
+  const auto before = vanta_test::PixelsOf(*nv12);
+  FrameScaler scaler(ScaleDirection::kToNv12);
+  LogCapture log;
+  EXPECT_FALSE(scaler.ToNv12(*host, Nv12PlanesOf(*nv12)));
+  EXPECT_EQ(log.Lines(), (Lines{{LOG_INFO, "[beauty] Scaler not initialized!"}}));
+  EXPECT_EQ(vanta_test::PixelsOf(*nv12), before);
 }
 
 TEST_F(FrameScalerLog, ChangeOfSizeNamesNewAndOldSizes) {

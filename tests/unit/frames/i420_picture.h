@@ -46,6 +46,62 @@ inline FramePtr RandomI420(int width, int height, uint32_t seed = 7) {
 inline int Y(const LX::FrameData &frame, int x, int y) {
   return frame.planes[0][y * frame.strides[0] + x];
 }
+// A frame whose planes lie apart, each row followed by bytes that are nobody's: kExtra of them in Y, U and V.
+inline constexpr uint8_t kNobodys = 0xA7;
+inline constexpr int kExtra[] = {13, 6, 9};
+
+inline FramePtr MakePaddedI420(int width, int height) {
+  struct Padded {
+    std::vector<uint8_t> planes[3];
+    LX::FrameData frame;
+  };
+  const auto padded = std::make_shared<Padded>();
+  LX::FrameData &frame = padded->frame;
+  frame.width = width;
+  frame.height = height;
+  for (int plane = 0; plane < 3; ++plane) {
+    frame.strides[plane] = (plane ? ChromaSide(width) : width) + kExtra[plane];
+    const int rows = plane ? ChromaSide(height) : height;
+    padded->planes[plane].assign(static_cast<size_t>(frame.strides[plane]) * static_cast<size_t>(rows), kNobodys);
+    frame.planes[plane] = padded->planes[plane].data();
+  }
+  return {padded, &frame};
+}
+
+// Sample of any plane, by its own coordinates.
+inline uint8_t &Sample(const LX::FrameData &frame, int plane, int x, int y) {
+  return frame.planes[plane][y * frame.strides[plane] + x];
+}
+
+// Calls `each(plane, x, y)` for every sample of a picture.
+template <typename Each>
+void ForEachSample(int width, int height, Each each) {
+  for (int plane = 0; plane < 3; ++plane)
+    for (int y = 0; y < (plane ? ChromaSide(height) : height); ++y)
+      for (int x = 0; x < (plane ? ChromaSide(width) : width); ++x) each(plane, x, y);
+}
+
+// `frame`'s picture in a padded frame.
+inline FramePtr Padded(const LX::FrameData &frame) {
+  FramePtr padded = MakePaddedI420(frame.width, frame.height);
+  ForEachSample(frame.width, frame.height,
+                [&](int plane, int x, int y) { Sample(*padded, plane, x, y) = Sample(frame, plane, x, y); });
+  return padded;
+}
+
+// Samples that differ, and bytes of the padding that something was written to.
+inline int Differences(const LX::FrameData &padded, const LX::FrameData &wanted) {
+  int differences = 0;
+  ForEachSample(wanted.width, wanted.height, [&](int plane, int x, int y) {
+    differences += Sample(padded, plane, x, y) != Sample(wanted, plane, x, y);
+  });
+  for (int plane = 0; plane < 3; ++plane)
+    for (int y = 0; y < (plane ? ChromaSide(wanted.height) : wanted.height); ++y)
+      for (int x = 0; x < kExtra[plane]; ++x)
+        differences += Sample(padded, plane, padded.strides[plane] - 1 - x, y) != kNobodys;
+  return differences;
+}
+
 // Chroma sample, by its own coordinates. `plane` is 1 for U, 2 for V.
 inline int C(const LX::FrameData &frame, int plane, int x, int y) {
   return frame.planes[plane][y * frame.strides[plane] + x];

@@ -47,6 +47,29 @@ TEST_F(Dump, ModeZeroCapturesAndWritesNothing) {
   EXPECT_TRUE(fs::is_empty(root_));
 }
 
+TEST(ImageDumper, ExtensionFollowsTheMode) {
+  EXPECT_EQ(ImageDumper::Extension(ImageDumper::kBmp), u".bmp");
+  EXPECT_EQ(ImageDumper::Extension(ImageDumper::kYuv), u".yuv");
+  EXPECT_EQ(ImageDumper::Extension(0), u".dump");
+  EXPECT_EQ(ImageDumper::Extension(3), u".dump");
+}
+
+TEST_F(Dump, ModeZeroKeepsTheSizeOfI420Alone) {
+  const Bytes pixels = Ramp(16);
+  const uint8_t *planes[] = {pixels.data(), pixels.data(), pixels.data()};
+  const uint32_t strides[] = {4, 2, 2};
+  ImageDumper dumper;
+  dumper.SetDirectory(Utf8(root_));
+  dumper.CaptureI420(planes, strides, 4, 2);
+  EXPECT_EQ(dumper.width, 4u);
+  EXPECT_EQ(dumper.height, 2u);
+  EXPECT_EQ(dumper.strides[0], 0u);
+  EXPECT_EQ(dumper.buffer, nullptr);
+  EXPECT_EQ(dumper.buffer_size, 0u);
+  EXPECT_FALSE(dumper.Save("a"));
+  EXPECT_TRUE(fs::is_empty(root_));
+}
+
 TEST_F(Dump, YuvOf1080pHas3110400Bytes) {
   const Bytes y(1920 * 1080, 1), u(960 * 540, 2), v(960 * 540, 3);
   const uint8_t *planes[] = {y.data(), u.data(), v.data()};
@@ -74,6 +97,77 @@ TEST_F(Dump, I420AsBmpIsGreyOfGrey) {
   ASSERT_EQ(file.size(), 54u + 32u);
   EXPECT_NEAR(file[54], 128, 1);
   EXPECT_EQ(file[57], 255);
+}
+
+TEST_F(Dump, I420OfWideStridesIsTheSameBmpAsWithout) {
+  const Bytes y = Ramp(8 * 4), u = Ramp(4 * 2), v(u.rbegin(), u.rend());
+  Bytes wide[3] = {Bytes(24 * 4, 255), Bytes(9 * 2, 255), Bytes(13 * 2, 255)};
+  const Bytes *tight[] = {&y, &u, &v};
+  const uint32_t tight_strides[] = {8, 4, 4}, wide_strides[] = {24, 9, 13};
+  for (int plane = 0; plane < 3; ++plane)
+    for (uint32_t row = 0; row < (plane ? 2u : 4u); ++row)
+      std::memcpy(wide[plane].data() + row * wide_strides[plane], tight[plane]->data() + row * tight_strides[plane],
+                  tight_strides[plane]);
+  const uint8_t *tight_planes[] = {y.data(), u.data(), v.data()};
+  const uint8_t *wide_planes[] = {wide[0].data(), wide[1].data(), wide[2].data()};
+  ImageDumper dumper;
+  dumper.SetDirectory(Utf8(root_));
+  dumper.mode = ImageDumper::kBmp;
+  dumper.CaptureI420(tight_planes, tight_strides, 8, 4);
+  ASSERT_TRUE(dumper.Save("tight"));
+  dumper.CaptureI420(wide_planes, wide_strides, 8, 4);
+  ASSERT_TRUE(dumper.Save("wide"));
+  ASSERT_EQ(Content(root_ / "tight.bmp").size(), 54u + 8u * 4u * 4u);
+  EXPECT_EQ(Content(root_ / "wide.bmp"), Content(root_ / "tight.bmp"));
+}
+
+TEST_F(Dump, RefusedRgbaIsNotSavedWithTheOlderPixels) {
+  const Bytes pixels = Ramp(64);
+  ImageDumper dumper;
+  dumper.SetDirectory(Utf8(root_));
+  dumper.mode = ImageDumper::kBmp;
+  dumper.CaptureRGBA(pixels.data(), 4, 4);
+  dumper.CaptureRGBA(nullptr, 2, 2);
+  EXPECT_FALSE(dumper.Save("a"));
+  EXPECT_FALSE(dumper.SaveIndexed("a", 1));
+  EXPECT_TRUE(fs::is_empty(root_));
+  dumper.CaptureRGBA(pixels.data(), 2, 2);
+  EXPECT_TRUE(dumper.Save("a"));
+}
+
+TEST_F(Dump, RefusedI420IsNotSavedWithTheOlderPixels) {
+  const Bytes pixels = Ramp(64);
+  const uint8_t *planes[] = {pixels.data(), pixels.data(), pixels.data()};
+  const uint8_t *without[] = {pixels.data(), pixels.data(), nullptr};
+  const uint32_t strides[] = {4, 2, 2}, too_long[] = {0xFFFFFFF0u, 0xFFFFFFF0u, 0xFFFFFFF0u};
+  for (const uint32_t mode : {ImageDumper::kBmp, ImageDumper::kYuv}) {
+    ImageDumper dumper;
+    dumper.SetDirectory(Utf8(root_));
+    dumper.mode = mode;
+    dumper.CaptureI420(planes, strides, 4, 4);
+    dumper.CaptureI420(without, strides, 4, 2);
+    EXPECT_FALSE(dumper.Save("a"));
+    dumper.CaptureI420(planes, strides, 4, 4);
+    if (mode == ImageDumper::kBmp)
+      dumper.CaptureI420(planes, strides, 0x10000, 0x10000);
+    else
+      dumper.CaptureI420(planes, too_long, 4, 2);
+    EXPECT_FALSE(dumper.Save("a"));
+    EXPECT_TRUE(fs::is_empty(root_));
+  }
+}
+
+TEST_F(Dump, RgbaInYuvModeIsNotSavedAsAnOlderCapture) {
+  const Bytes pixels = Ramp(64);
+  const uint8_t *planes[] = {pixels.data(), pixels.data(), pixels.data()};
+  const uint32_t strides[] = {4, 2, 2};
+  ImageDumper dumper;
+  dumper.SetDirectory(Utf8(root_));
+  dumper.mode = ImageDumper::kYuv;
+  dumper.CaptureI420(planes, strides, 4, 4);
+  dumper.CaptureRGBA(pixels.data(), 4, 2);
+  EXPECT_FALSE(dumper.Save("a"));
+  EXPECT_TRUE(fs::is_empty(root_));
 }
 
 TEST_F(Dump, RgbaIsKeptAsItIsForABmpAndForAYuvItsSizeAlone) {
