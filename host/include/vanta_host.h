@@ -93,10 +93,15 @@ VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 
 /* ---- Reports ---- */
 
-/* `body` is valid during the call only. Called on the reporting thread, without a lock held. */
+/* `body` is valid during the call only; `time_ns` is when the report was made. Called on a thread of the host layer's
+ * own, a little after, one report after the other in the order of the history: without a lock held and outside
+ * graphics, so that a subscriber may send commands and enter graphics. A subscriber that is 4096 reports behind loses
+ * the oldest of them, and the log tells how many. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
-/* One subscriber; NULL unsubscribes. On return the former one is in no call any more, so its `param` may go; only a
- * call from inside a subscriber does not wait. */
+/* One subscriber; NULL unsubscribes. The former one is first given the reports that came before; on return it is in no
+ * call any more, so its `param` may go. The caller holds nothing that the former one may wait for. A call from inside a
+ * subscriber does not wait, and the former one is given no more. A subscriber that calls libobs goes before
+ * obs_shutdown(). */
 VANTA_HOST_C_API void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param);
 /* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator,
  * between UTF-8 characters. Each of the three outputs may be NULL. False past the end. */
