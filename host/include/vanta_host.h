@@ -35,10 +35,11 @@ extern "C" {
  * character type locale (LC_CTYPE) if the program still runs in "C". Harmless when called twice for one obs_startup().
  * False when libobs is not started. */
 VANTA_HOST_C_API bool vanta_host_attach(void);
-/* Forgets what belongs to one obs_startup() (the engine's state, a jump that the host layer set, the adapter's name)
- * and ends the watchdog's thread until the next worker starts; call before obs_shutdown(), from no callback of this
- * header. Switches, flags and reports stay. Where nobody calls it, the next attach after a new obs_startup() does this
- * work. */
+/* Forgets what belongs to one obs_startup() (the engine's state with the pass-through, the adapter's name), ends the
+ * watchdog's thread until the next worker starts, and waits until the reports so far have been handed on; call before
+ * obs_shutdown(), from no callback of this header. Switches, flags, reports and
+ * their subscriber stay. Where nobody calls it, the next attach after a new obs_startup() forgets the same, and no
+ * more: the watchdog's thread goes on. */
 VANTA_HOST_C_API void vanta_host_detach(void);
 
 /* ---- Switches that the module polls ---- */
@@ -109,18 +110,21 @@ VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, ch
                                             uint64_t *time_ns);
 VANTA_HOST_C_API void vanta_host_clear_reports(void);
 
-/* ---- Engine start-up and the jump state ---- */
+/* ---- Engine start-up and the pass-through ---- */
 
-/* How the last engine start of any filter ended. When one is missing the host layer sets the jump state, so that the
- * picture passes untouched; when a later start succeeds it takes back the jump that it set itself. The jump is the
- * process's: one missing engine lets the pictures of all filters pass. A jump that the application has set stays as it
- * is. While a jump stands no frame reaches a worker, so no engine start is tried again: an application that wants one
- * clears the jump with ILumivex::SetFacelessJumpInfo({false, 0}); the next frame starts an engine if it has another
- * size than the last one that a worker saw, or if the filter's settings ask for the other interop choice. */
+/* How the last engine start of any filter ended. */
 enum vanta_host_engine_state { VANTA_ENGINE_UNKNOWN, VANTA_ENGINE_RUNNING, VANTA_ENGINE_MISSING };
 VANTA_HOST_C_API enum vanta_host_engine_state vanta_host_get_engine_state(void);
-/* jump_type of the jump that the host sets itself. */
-#define VANTA_JUMP_TYPE_NO_ENGINE 1
+/* When an engine is missing the host layer lets the pictures of beauty filters pass untouched, past the module, until a
+ * start succeeds, the application ends it or vanta_host_detach(). The pass-through is the process's: one missing engine
+ * lets the pictures of all beauty filters pass. It is apart from the jump of the control object, which the host layer
+ * neither sets nor clears. */
+VANTA_HOST_C_API bool vanta_host_is_passing_through(void);
+/* While pictures pass no frame reaches a worker, so no engine start is tried again: an application that wants one ends
+ * the pass-through. The next frame then starts an engine if it has another size than the last one that a worker saw, or
+ * if the filter's settings ask for the other interop choice; a filter made later starts one with its first frame. Until
+ * an engine runs the filter gives no picture; a start that fails lets the pictures pass again. */
+VANTA_HOST_C_API void vanta_host_end_pass_through(void);
 /* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
  * the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "control_door.h"
+#include "engine_watch.h"
 #include "module/host_frame.h"
 #include "vanta_host.h"
 
@@ -60,16 +61,21 @@ void FilterTable::Destroy(size_t type, void *data) {
 obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_frame *frame) {
   // libobs recycles frame records with their tail as it was, so an old mark has to go from every frame.
   if (frame) vanta::SetDumpId(frame, TakeMark(data));
+  if (type == kBeautyType && PicturesPass()) return frame;
   return types_[type].filter_video.load()(data, frame);
 }
 
-void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
+bool FilterTable::IsPassedBy() const {
   ILumivex *control = control_;
-  obs_source_t *source = control && control->GetFacelessJumpInfo().need_jump ? SourceOf(type, data) : nullptr;
+  return PicturesPass() || (control && control->GetFacelessJumpInfo().need_jump);
+}
+
+void FilterTable::VideoRender(void *data, gs_effect_t *effect) {
+  obs_source_t *source = IsPassedBy() ? SourceOf(kBeautyType, data) : nullptr;
   if (source && obs_filter_get_parent(source))
     obs_source_skip_video_filter(source);
   else
-    types_[type].video_render.load()(data, effect);
+    types_[kBeautyType].video_render.load()(data, effect);
 }
 
 obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {

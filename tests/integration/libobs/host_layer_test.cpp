@@ -1,15 +1,36 @@
-// What vanta_host does around the module where others could get in its way.
+// What vanta_host does around the module where other libraries and subscribers could get in its way.
 #include <gtest/gtest.h>
 #include <obs.hpp>
 
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include "integration/support/beauty_chain.h"
 #include "integration/support/obs_session.h"
 #include "module/source_record.h"
+#include "support/scripted_engine.h"
+#include "support/wait.h"
 #include "vanta_host.h"
 
 extern "C" void __wrap_obs_register_source_s(const obs_source_info *info, size_t size);
 
 namespace vanta_integration {
 namespace {
+
+using vanta_test::EngineScript;
+namespace scripted_engine = vanta_test::scripted_engine;
+
+constexpr int32_t kEngineReport = 8;
+
+bool FeedUntil(FedSource &source, BeautyChain &chain, const std::function<bool()> &condition, const char *what) {
+  return vanta_test::WaitUntil(
+      [&] {
+        FeedThrough(source, chain, MakeFrame(60));
+        return condition();
+      },
+      what);
+}
 
 TEST(HostLayer, ALongRecordOfAnotherLibraryLeavesTheControlObjectWhereItIs) {
   const ObsSession session;
@@ -27,6 +48,34 @@ TEST(HostLayer, ALongRecordOfAnotherLibraryLeavesTheControlObjectWhereItIs) {
   const OBSSourceAutoRelease filter = obs_source_create_private(record.id, "one", nullptr);
   ASSERT_TRUE(filter);
   EXPECT_EQ(vanta_host_get_faceless(), control);
+}
+
+struct CommandSender {
+  ILumivex &control;
+  std::atomic<int> sent{0};
+
+  static void OnReport(void *param, int32_t id, const char *, uint64_t) {
+    if (id != kEngineReport) return;
+    auto &sender = *static_cast<CommandSender *>(param);
+    sender.control.SetLookupIntensity(0.5F);
+    ++sender.sent;
+  }
+};
+
+// The worker holds the lock that such a command waits for while it reports that there is no engine.
+TEST(HostLayer, AReportsSubscriberMaySendACommandThatWaitsForTheWorker) {
+  const ObsSession session;
+  vanta_host_set_switch(VANTA_SWITCH_ASYNC_BEAUTY, false);
+  scripted_engine::Change([](EngineScript &script) { script.create = false; });
+  CommandSender sender{session.Control()};
+  vanta_host_set_report_callback(CommandSender::OnReport, &sender);
+  FedSource source;
+  BeautyChain chain(source.Get());
+  EXPECT_TRUE(FeedUntil(
+      source, chain, [&] { return sender.sent > 0; }, "the subscriber's command"));
+  EXPECT_TRUE(vanta_test::WaitUntil(vanta_host_is_passing_through, "the worker to go on"));
+  vanta_host_set_report_callback(nullptr, nullptr);
+  vanta_host_set_switch(VANTA_SWITCH_ASYNC_BEAUTY, true);
 }
 
 }  // namespace

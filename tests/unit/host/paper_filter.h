@@ -30,6 +30,8 @@ class PaperFilter {
 
 PaperFilter &Paper();  // the process's; instances share it
 
+inline constexpr char kBeautyFilterId[] = "face_beauty_filter_v2";
+
 // get_name, create, destroy, update, filter_video and get_dump_json are set.
 HostSourceInfo PaperRecord(const char *id);
 
