@@ -37,8 +37,8 @@ extern "C" {
 VANTA_HOST_C_API bool vanta_host_attach(void);
 /* Forgets what belongs to one obs_startup() (the engine's state with the pass-through, the adapter's name), ends the
  * watchdog's thread until the next worker starts, and waits until the reports so far have been handed on; call before
- * obs_shutdown(), from no callback of this header. Switches, flags, reports and
- * their subscriber stay. Where nobody calls it, the next attach after a new obs_startup() forgets the same, and no
+ * obs_shutdown(), from no callback of this header. Switches, flags, reports, their subscriber and the registered
+ * ability handlers stay. Where nobody calls it, the next attach after a new obs_startup() forgets the same, and no
  * more: the watchdog's thread goes on. */
 VANTA_HOST_C_API void vanta_host_detach(void);
 
@@ -128,6 +128,19 @@ VANTA_HOST_C_API void vanta_host_end_pass_through(void);
 /* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
  * the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
+
+/* ---- Ability handlers ---- */
+
+/* The beauty filter's settings hold the address of the handler that answers effects ("effect_json_ability_handler"),
+ * and the module calls it. Settings also come from saved scenes, pasted filters and other programs' requests, so the
+ * host layer puts 0 in the place of every address but those registered here: the number that obs_data_set_int() is
+ * given, that of the ILiveEffectJsonAbilityHandler. A new filter has none, whatever its settings said: the application
+ * sends the address with obs_source_update() once the filter is made. NULL is ignored, and a second registration of one
+ * address too. */
+VANTA_HOST_C_API void vanta_host_register_ability_handler(const void *handler);
+/* From the next update on; a filter that has the address already keeps it until then, so the handler outlives those
+ * filters, or an update without it that they have taken. */
+VANTA_HOST_C_API void vanta_host_unregister_ability_handler(const void *handler);
 
 /* ---- Image dump ---- */
 

@@ -18,7 +18,7 @@ namespace vanta_host {
 
 // Stands between libobs and the module's callbacks for each registered type.
 // Owns: copies of the callbacks, for the life of the process. Borrows: the instances, from creation to destruction.
-// Threads: AddType [control]; Create [control]; Destroy, FilterVideo, VideoRender as libobs calls them;
+// Threads: AddType [control]; Create [control]; Destroy, Update, FilterVideo, VideoRender as libobs calls them;
 // MarkNextFrame, GetDumpJson any that holds a reference on the source.
 class FilterTable {
  public:
@@ -34,6 +34,8 @@ class FilterTable {
   void Destroy(size_t type, void *data);
   // Without an engine the beauty filter's frame is returned as it is, with its dump mark.
   obs_source_frame *FilterVideo(size_t type, void *data, obs_source_frame *frame);
+  // For the beauty filter. The module reads a copy of the settings, without a foreign address.
+  void Update(void *data, obs_data_t *settings);
   // For the beauty filter. Where its frames pass untouched it is not drawn either: what it would draw is an older
   // frame.
   void VideoRender(void *data, gs_effect_t *effect);
@@ -46,6 +48,7 @@ class FilterTable {
   struct Type {
     std::atomic<decltype(HostSourceInfo::create)> create{nullptr};
     std::atomic<decltype(HostSourceInfo::destroy)> destroy{nullptr};
+    std::atomic<decltype(HostSourceInfo::update)> update{nullptr};
     std::atomic<decltype(HostSourceInfo::filter_video)> filter_video{nullptr};
     std::atomic<decltype(HostSourceInfo::video_render)> video_render{nullptr};
     std::atomic<decltype(HostSourceInfo::get_dump_json)> get_dump_json{nullptr};

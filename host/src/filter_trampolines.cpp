@@ -26,6 +26,10 @@ obs_source_frame *FilterVideo(void *data, obs_source_frame *frame) {
   return Filters().FilterVideo(kType, data, frame);
 }
 
+void UpdateBeauty(void *data, obs_data_t *settings) {
+  Filters().Update(data, settings);
+}
+
 void RenderBeauty(void *data, gs_effect_t *effect) {
   Filters().VideoRender(data, effect);
 }
@@ -55,6 +59,7 @@ bool InstallTrampolines(const HostSourceInfo &record, obs_source_info &info) {
   }
   if (info.filter_video) info.filter_video = kTrampolines[type].filter_video;
   if (type != FilterTable::kBeautyType) return true;
+  if (info.update) info.update = UpdateBeauty;
   if (info.video_render) info.video_render = RenderBeauty;
   return true;
 }

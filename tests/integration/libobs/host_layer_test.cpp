@@ -1,4 +1,4 @@
-// What vanta_host does around the module where other libraries and subscribers could get in its way.
+// What vanta_host does around the module where other libraries, subscribers and settings could get in its way.
 #include <gtest/gtest.h>
 #include <obs.hpp>
 
@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <functional>
 
+#include "engine/ability_handler.h"
 #include "integration/support/beauty_chain.h"
 #include "integration/support/obs_session.h"
 #include "module/source_record.h"
+#include "support/log_capture.h"
 #include "support/scripted_engine.h"
 #include "support/wait.h"
 #include "vanta_host.h"
@@ -22,6 +24,7 @@ using vanta_test::EngineScript;
 namespace scripted_engine = vanta_test::scripted_engine;
 
 constexpr int32_t kEngineReport = 8;
+constexpr char kNoHandler[] = "[beauty] ILiveEffectJsonAbilityHandler is nullptr";
 
 bool FeedUntil(FedSource &source, BeautyChain &chain, const std::function<bool()> &condition, const char *what) {
   return vanta_test::WaitUntil(
@@ -76,6 +79,56 @@ TEST(HostLayer, AReportsSubscriberMaySendACommandThatWaitsForTheWorker) {
   EXPECT_TRUE(vanta_test::WaitUntil(vanta_host_is_passing_through, "the worker to go on"));
   vanta_host_set_report_callback(nullptr, nullptr);
   vanta_host_set_switch(VANTA_SWITCH_ASYNC_BEAUTY, true);
+}
+
+// A handler in its place is harmless: one that the module calls although it must not only counts.
+struct CountingHandler final : ILiveEffectJsonAbilityHandler {
+  std::atomic<int> asked{0};
+
+  void Reserved() override {}
+  void PostGameData(const std::string &, const std::string &, const std::string &) override { ++asked; }
+  void PostSignalAfterLoadInteractiveBoxResource() override {}
+  void PostSignalAfterUnloadInteractiveBoxResource() override {}
+};
+
+class AbilityAddress : public testing::Test {
+ protected:
+  AbilityAddress() : chain_(source_.Get()) {
+    EXPECT_TRUE(FeedUntil(
+        source_, chain_, [] { return scripted_engine::FramesProcessed() > 0; }, "a running engine"));
+  }
+  ~AbilityAddress() override { vanta_host_unregister_ability_handler(Address()); }
+
+  const void *Address() const { return static_cast<const ILiveEffectJsonAbilityHandler *>(&handler_); }
+
+  // An update with the handler's address that has reached the engine, and then an effect that asks for something.
+  void UpdateAndAsk() {
+    const size_t before = log_.CountWith("] SetOBSData");
+    const OBSDataAutoRelease settings = obs_data_create();
+    obs_data_set_int(settings, "effect_json_ability_handler", reinterpret_cast<intptr_t>(Address()));
+    obs_source_update(chain_.Filter(), settings);
+    ASSERT_TRUE(FeedUntil(
+        source_, chain_, [&] { return log_.CountWith("] SetOBSData") > before; }, "the settings at the engine"));
+    scripted_engine::Callbacks(scripted_engine::Created()).game_data({R"({"reqType":10005})"});
+  }
+
+  const ObsSession session_;
+  const vanta_test::LogCapture log_;
+  CountingHandler handler_;
+  FedSource source_;
+  BeautyChain chain_;
+};
+
+TEST_F(AbilityAddress, IsCalledOnceTheApplicationHasRegisteredIt) {
+  vanta_host_register_ability_handler(Address());
+  UpdateAndAsk();
+  EXPECT_EQ(handler_.asked, 1);
+}
+
+TEST_F(AbilityAddress, IsNotCalledWhereNobodyHasRegisteredIt) {
+  UpdateAndAsk();
+  EXPECT_EQ(handler_.asked, 0);
+  EXPECT_EQ(log_.Count(kNoHandler), 1u);
 }
 
 }  // namespace

@@ -70,6 +70,8 @@ TEST(Exports, AreThoseOfTheHeadersAndTheWrappedRegistration) {
       "vanta_host_get_engine_state",
       "vanta_host_is_passing_through",
       "vanta_host_end_pass_through",
+      "vanta_host_register_ability_handler",
+      "vanta_host_unregister_ability_handler",
       "vanta_host_get_faceless",
       "vanta_host_mark_next_frame",
       "vanta_host_get_dump_json",
