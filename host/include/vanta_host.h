@@ -35,10 +35,11 @@ extern "C" {
  * character type locale (LC_CTYPE) if the program still runs in "C". Harmless when called twice for one obs_startup().
  * False when libobs is not started. */
 VANTA_HOST_C_API bool vanta_host_attach(void);
-/* Forgets what belongs to one obs_startup() (the engine's state, a jump that the host layer set, the adapter's name)
- * and ends the watchdog's thread until the next worker starts; call before obs_shutdown(), from no callback of this
- * header. Switches, flags and reports stay. Where nobody calls it, the next attach after a new obs_startup() does this
- * work. */
+/* Forgets what belongs to one obs_startup() (the engine's state with the pass-through, the adapter's name), ends the
+ * watchdog's thread until the next worker starts, and waits until the reports so far have been handed on; call before
+ * obs_shutdown(), from no callback of this header. Switches, flags, reports, their subscriber and the registered
+ * ability handlers stay. Where nobody calls it, the next attach after a new obs_startup() forgets the same, and no
+ * more: the watchdog's thread goes on. */
 VANTA_HOST_C_API void vanta_host_detach(void);
 
 /* ---- Switches that the module polls ---- */
@@ -93,10 +94,15 @@ VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 
 /* ---- Reports ---- */
 
-/* `body` is valid during the call only. Called on the reporting thread, without a lock held. */
+/* `body` is valid during the call only; `time_ns` is when the report was made. Called on a thread of the host layer's
+ * own, a little after, one report after the other in the order of the history: without a lock held and outside
+ * graphics, so that a subscriber may send commands and enter graphics. A subscriber that is 4096 reports behind loses
+ * the oldest of them, and the log tells how many. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
-/* One subscriber; NULL unsubscribes. On return the former one is in no call any more, so its `param` may go; only a
- * call from inside a subscriber does not wait. */
+/* One subscriber; NULL unsubscribes. The former one is first given the reports that came before; on return it is in no
+ * call any more, so its `param` may go. The caller holds nothing that the former one may wait for. A call from inside a
+ * subscriber does not wait, and the former one is given no more. A subscriber that calls libobs goes before
+ * obs_shutdown(). */
 VANTA_HOST_C_API void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param);
 /* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator,
  * between UTF-8 characters. Each of the three outputs may be NULL. False past the end. */
@@ -104,21 +110,37 @@ VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, ch
                                             uint64_t *time_ns);
 VANTA_HOST_C_API void vanta_host_clear_reports(void);
 
-/* ---- Engine start-up and the jump state ---- */
+/* ---- Engine start-up and the pass-through ---- */
 
-/* How the last engine start of any filter ended. When one is missing the host layer sets the jump state, so that the
- * picture passes untouched; when a later start succeeds it takes back the jump that it set itself. The jump is the
- * process's: one missing engine lets the pictures of all filters pass. A jump that the application has set stays as it
- * is. While a jump stands no frame reaches a worker, so no engine start is tried again: an application that wants one
- * clears the jump with ILumivex::SetFacelessJumpInfo({false, 0}); the next frame starts an engine if it has another
- * size than the last one that a worker saw, or if the filter's settings ask for the other interop choice. */
+/* How the last engine start of any filter ended. */
 enum vanta_host_engine_state { VANTA_ENGINE_UNKNOWN, VANTA_ENGINE_RUNNING, VANTA_ENGINE_MISSING };
 VANTA_HOST_C_API enum vanta_host_engine_state vanta_host_get_engine_state(void);
-/* jump_type of the jump that the host sets itself. */
-#define VANTA_JUMP_TYPE_NO_ENGINE 1
+/* When an engine is missing the host layer lets the pictures of beauty filters pass untouched, past the module, until a
+ * start succeeds, the application ends it or vanta_host_detach(). The pass-through is the process's: one missing engine
+ * lets the pictures of all beauty filters pass. It is apart from the jump of the control object, which the host layer
+ * neither sets nor clears. */
+VANTA_HOST_C_API bool vanta_host_is_passing_through(void);
+/* While pictures pass no frame reaches a worker, so no engine start is tried again: an application that wants one ends
+ * the pass-through. The next frame then starts an engine if it has another size than the last one that a worker saw, or
+ * if the filter's settings ask for the other interop choice; a filter made later starts one with its first frame. Until
+ * an engine runs the filter gives no picture; a start that fails lets the pictures pass again. */
+VANTA_HOST_C_API void vanta_host_end_pass_through(void);
 /* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
  * the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
+
+/* ---- Ability handlers ---- */
+
+/* The beauty filter's settings hold the address of the handler that answers effects ("effect_json_ability_handler"),
+ * and the module calls it. Settings also come from saved scenes, pasted filters and other programs' requests, so the
+ * host layer puts 0 in the place of every address but those registered here: the number that obs_data_set_int() is
+ * given, that of the ILiveEffectJsonAbilityHandler. A new filter has none, whatever its settings said: the application
+ * sends the address with obs_source_update() once the filter is made. NULL is ignored, and a second registration of one
+ * address too. */
+VANTA_HOST_C_API void vanta_host_register_ability_handler(const void *handler);
+/* From the next update on; a filter that has the address already keeps it until then, so the handler outlives those
+ * filters, or an update without it that they have taken. */
+VANTA_HOST_C_API void vanta_host_unregister_ability_handler(const void *handler);
 
 /* ---- Image dump ---- */
 

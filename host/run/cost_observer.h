@@ -17,7 +17,7 @@ struct CostNote {
 };
 
 // Registered from construction to destruction. Threads: construction, destruction, the getters [control]; notes arrive
-// on video threads with the centre's lock held.
+// on whatever thread was timed, with the centre's lock held.
 class CostObserver : public FrameRateCalcObserver {
  public:
   // `library` is the plug-in's: it exports the two operations of the centre. Without them nothing is observed.

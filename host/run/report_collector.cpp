@@ -3,6 +3,7 @@
 #include <util/platform.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "vanta_host.h"
 
@@ -21,9 +22,10 @@ ReportCollector::~ReportCollector() {
   vanta_host_set_report_callback(nullptr, nullptr);
 }
 
-std::vector<ModuleReport> ReportCollector::Reports() const {
+std::vector<ModuleReport> ReportCollector::Finish() {
+  vanta_host_set_report_callback(nullptr, nullptr);
   std::lock_guard<std::mutex> lock(mutex_);
-  return reports_;
+  return std::move(reports_);
 }
 
 void ReportCollector::OnReport(void *param, int32_t id, const char *body, uint64_t time_ns) {

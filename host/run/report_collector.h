@@ -9,7 +9,7 @@
 
 namespace vanta_run {
 
-// Subscribed from construction to destruction. Threads: [control]; reports come on any thread.
+// Subscribed from construction to Finish. Threads: [control]; reports come on the host layer's.
 class ReportCollector {
  public:
   ReportCollector();
@@ -17,13 +17,14 @@ class ReportCollector {
   ReportCollector(const ReportCollector &) = delete;
   ReportCollector &operator=(const ReportCollector &) = delete;
 
-  std::vector<ModuleReport> Reports() const;
+  // Ends the subscription and gives what came until now.
+  std::vector<ModuleReport> Finish();
 
  private:
   static void OnReport(void *param, int32_t id, const char *body, uint64_t time_ns);
 
   const uint64_t start_ns_;
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::vector<ModuleReport> reports_;  // guarded by mutex_
 };
 

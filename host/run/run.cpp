@@ -128,7 +128,7 @@ int Run(const Options &options, Interrupt &interrupt) {
   if (landmarks) landmarks->Commit();
   figures.averages = observer.Averages();
   figures.spikes = observer.Spikes();
-  figures.reports = reports.Reports();
+  figures.reports = reports.Finish();
   if (plot) {
     DrawPlot(PlotScript(figures), *plot);
     plot->Commit();

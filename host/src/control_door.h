@@ -5,7 +5,8 @@
 
 namespace vanta_host {
 
-// Remembers the library that `address` lies in as the module. An address of another library changes the module.
+// Remembers the library that `address` lies in as the module, if it exports the door itself: other libraries register
+// long records too. A later one that exports it takes the former's place.
 void RememberModule(const void *address);
 // Null while no module that exports the door is loaded. The object lives as long as the module. Threads: any.
 ILumivex *FindControl();

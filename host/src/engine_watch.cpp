@@ -7,55 +7,24 @@
 #include <util/base.h>
 #include <obs.hpp>
 
-#include "control_door.h"
-#include "module/mutex.h"
 #include "vanta_host.h"
 
 namespace vanta_host {
 namespace {
 
-using vanta::Mutex;
-using vanta::MutexLock;
-
 constexpr long long kEngineStartType = 1;
 constexpr const char *kEngineStartName = "OnLumivexInit";
 
-std::atomic<vanta_host_engine_state> engine_state{VANTA_ENGINE_UNKNOWN};
-
-// Keeps two workers' reports apart, so that the jump is that of the later one.
-struct Jump {
-  Mutex mutex;
-  bool is_ours VANTA_GUARDED_BY(mutex) = false;
+// One value for the engine's state and the pass-through, so that whoever sees that the engine is missing also finds the
+// pictures passing, and the last of several workers' reports decides both.
+enum class Engine {
+  kUnknown,
+  kRunning,
+  kMissing,       // pictures pass
+  kMissingEnded,  // the application has ended the pass-through
 };
 
-Jump &TheJump() {
-  static Jump *jump = new Jump;
-  return *jump;
-}
-
-void SetJump(Jump &jump) VANTA_REQUIRES(jump.mutex) {
-  ILumivex *control = FindControl();
-  if (!control) {
-    blog(LOG_WARNING, "[vanta_host] no effect engine, and no control object to let the picture pass");
-    return;
-  }
-  if (control->GetFacelessJumpInfo().need_jump) return;
-  blog(LOG_WARNING, "[vanta_host] no effect engine: the picture passes untouched");
-  control->SetFacelessJumpInfo({true, VANTA_JUMP_TYPE_NO_ENGINE});
-  jump.is_ours = true;
-}
-
-void TakeJumpBack(Jump &jump) VANTA_REQUIRES(jump.mutex) {
-  if (!jump.is_ours) return;
-  jump.is_ours = false;
-  ILumivex *control = FindControl();
-  if (!control) return;
-  // The host application may have put another in its place.
-  const FacelessJumpInfo info = control->GetFacelessJumpInfo();
-  if (!info.need_jump || info.jump_type != VANTA_JUMP_TYPE_NO_ENGINE) return;
-  blog(LOG_INFO, "[vanta_host] the picture goes through the effect engine again");
-  control->SetFacelessJumpInfo({false, 0});
-}
+std::atomic<Engine> engine{Engine::kUnknown};
 
 // Empty when `json` says nothing of the engine.
 std::optional<bool> EngineStarted(const char *json) {
@@ -79,25 +48,42 @@ void OnFilterSignal(void *, calldata_t *data) {
     return;
   const std::optional<bool> started = EngineStarted(json);
   if (!started) return;
-  Jump &jump = TheJump();
-  MutexLock lock(jump.mutex);
-  if (*started)
-    TakeJumpBack(jump);
-  else
-    SetJump(jump);
-  // Last: whoever sees that the engine is missing finds the jump in its place.
-  engine_state = *started ? VANTA_ENGINE_RUNNING : VANTA_ENGINE_MISSING;
+  const Engine before = engine.exchange(*started ? Engine::kRunning : Engine::kMissing);
+  if (*started && before == Engine::kMissing)
+    blog(LOG_INFO, "[vanta_host] the picture goes through the effect engine again");
+  if (!*started && before != Engine::kMissing)
+    blog(LOG_WARNING, "[vanta_host] no effect engine: the picture passes untouched");
 }
 
 void ForgetEngine() {
-  Jump &jump = TheJump();
-  MutexLock lock(jump.mutex);
-  engine_state = VANTA_ENGINE_UNKNOWN;
-  TakeJumpBack(jump);
+  engine = Engine::kUnknown;
+}
+
+bool PicturesPass() {
+  return engine == Engine::kMissing;
 }
 
 }  // namespace vanta_host
 
 vanta_host_engine_state vanta_host_get_engine_state(void) {
-  return vanta_host::engine_state;
+  switch (vanta_host::engine) {
+    case vanta_host::Engine::kUnknown:
+      break;
+    case vanta_host::Engine::kRunning:
+      return VANTA_ENGINE_RUNNING;
+    case vanta_host::Engine::kMissing:
+    case vanta_host::Engine::kMissingEnded:
+      return VANTA_ENGINE_MISSING;
+  }
+  return VANTA_ENGINE_UNKNOWN;
+}
+
+bool vanta_host_is_passing_through(void) {
+  return vanta_host::PicturesPass();
+}
+
+void vanta_host_end_pass_through(void) {
+  vanta_host::Engine missing = vanta_host::Engine::kMissing;
+  if (vanta_host::engine.compare_exchange_strong(missing, vanta_host::Engine::kMissingEnded))
+    blog(LOG_INFO, "[vanta_host] the application has ended the pass-through");
 }

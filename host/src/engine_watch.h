@@ -5,17 +5,18 @@
 
 namespace vanta_host {
 
-// Without an engine the module refuses each frame and the source would show nothing, so the host sets the module's jump
-// state and the picture passes untouched. The jump is the process's: with several filters one missing engine lets all
-// of their pictures pass. A jump that the host application has set stays as it is.
+// Without an engine the module refuses each frame and the source would show nothing, so the beauty filter's frames pass
+// the module by. The pass-through is the process's: with several filters one missing engine lets all of their pictures
+// pass. It is apart from the jump of the control object, which is the application's alone.
 //
-// While a jump stands no frame reaches a worker, so no worker tries its engine again. The host application decides when
-// to: it clears the jump with ILumivex::SetFacelessJumpInfo, and the next start of an engine is reported here afresh.
+// While it stands no frame reaches a worker, so no worker tries its engine again. The host application decides when to,
+// with vanta_host_end_pass_through(); the next start of an engine is reported here afresh.
 
-// The signal "vanta_filter_callback". It may come on a worker thread with the worker's lock held: it waits for no
-// frame.
+// The signal "vanta_filter_callback". It may come on a worker thread with the worker's lock held: it waits for nothing.
 void OnFilterSignal(void *param, calldata_t *data);
-// Takes the host's own jump back and forgets how the last start ended.
+// Ends the pass-through and forgets how the last start ended.
 void ForgetEngine();
+// The pass-through stands. Waits for nothing. Threads: any.
+bool PicturesPass();
 
 }  // namespace vanta_host

@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include <obs.hpp>
+
+#include "ability_handlers.h"
 #include "control_door.h"
+#include "engine_watch.h"
 #include "module/host_frame.h"
 #include "vanta_host.h"
 
@@ -29,6 +33,7 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
   Type &type = types_[index];
   type.create = record.create;
   type.destroy = record.destroy;
+  type.update = record.update;
   type.filter_video = record.filter_video;
   type.video_render = record.video_render;
   type.get_dump_json = record.get_dump_json;
@@ -36,6 +41,7 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
 }
 
 void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *source) {
+  if (type == kBeautyType) RemoveForeignHandler(settings);
   void *data = types_[type].create.load()(settings, source);
   if (data) {
     MutexLock lock(mutex_);
@@ -60,16 +66,30 @@ void FilterTable::Destroy(size_t type, void *data) {
 obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_frame *frame) {
   // libobs recycles frame records with their tail as it was, so an old mark has to go from every frame.
   if (frame) vanta::SetDumpId(frame, TakeMark(data));
+  if (type == kBeautyType && PicturesPass()) return frame;
   return types_[type].filter_video.load()(data, frame);
 }
 
-void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
+void FilterTable::Update(void *data, obs_data_t *settings) {
+  RemoveForeignHandler(settings);
+  // `settings` are the source's own: another thread's update may put the address back while the module reads.
+  const OBSDataAutoRelease copy = obs_data_create();
+  obs_data_apply(copy, settings);
+  RemoveForeignHandler(copy);
+  types_[kBeautyType].update.load()(data, copy);
+}
+
+bool FilterTable::IsPassedBy() const {
   ILumivex *control = control_;
-  obs_source_t *source = control && control->GetFacelessJumpInfo().need_jump ? SourceOf(type, data) : nullptr;
+  return PicturesPass() || (control && control->GetFacelessJumpInfo().need_jump);
+}
+
+void FilterTable::VideoRender(void *data, gs_effect_t *effect) {
+  obs_source_t *source = IsPassedBy() ? SourceOf(kBeautyType, data) : nullptr;
   if (source && obs_filter_get_parent(source))
     obs_source_skip_video_filter(source);
   else
-    types_[type].video_render.load()(data, effect);
+    types_[kBeautyType].video_render.load()(data, effect);
 }
 
 obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {

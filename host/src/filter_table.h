@@ -18,11 +18,13 @@ namespace vanta_host {
 
 // Stands between libobs and the module's callbacks for each registered type.
 // Owns: copies of the callbacks, for the life of the process. Borrows: the instances, from creation to destruction.
-// Threads: AddType [control]; Create [control]; Destroy, FilterVideo, VideoRender as libobs calls them; MarkNextFrame,
-// GetDumpJson any that holds a reference on the source.
+// Threads: AddType [control]; Create [control]; Destroy, Update, FilterVideo, VideoRender as libobs calls them;
+// MarkNextFrame, GetDumpJson any that holds a reference on the source.
 class FilterTable {
  public:
-  static constexpr size_t kTypes = 16;
+  // The beauty filter's, kept for it however many others register.
+  static constexpr size_t kBeautyType = 0;
+  static constexpr size_t kTypes = 17;
   static constexpr size_t kNoType = SIZE_MAX;
 
   // The index of the record's type; kNoType when the table is full. A type that registers again keeps its index.
@@ -30,9 +32,13 @@ class FilterTable {
 
   void *Create(size_t type, obs_data_t *settings, obs_source_t *source);
   void Destroy(size_t type, void *data);
+  // Without an engine the beauty filter's frame is returned as it is, with its dump mark.
   obs_source_frame *FilterVideo(size_t type, void *data, obs_source_frame *frame);
-  // A filter that is jumped over is not drawn either: what it would draw is the frame before the jump.
-  void VideoRender(size_t type, void *data, gs_effect_t *effect);
+  // For the beauty filter. The module reads a copy of the settings, without a foreign address.
+  void Update(void *data, obs_data_t *settings);
+  // For the beauty filter. Where its frames pass untouched it is not drawn either: what it would draw is an older
+  // frame.
+  void VideoRender(void *data, gs_effect_t *effect);
 
   bool MarkNextFrame(obs_source_t *source, uint32_t id);
   bool GetDumpJson(obs_source_t *source, const char **text, uint32_t *length) const;
@@ -42,6 +48,7 @@ class FilterTable {
   struct Type {
     std::atomic<decltype(HostSourceInfo::create)> create{nullptr};
     std::atomic<decltype(HostSourceInfo::destroy)> destroy{nullptr};
+    std::atomic<decltype(HostSourceInfo::update)> update{nullptr};
     std::atomic<decltype(HostSourceInfo::filter_video)> filter_video{nullptr};
     std::atomic<decltype(HostSourceInfo::video_render)> video_render{nullptr};
     std::atomic<decltype(HostSourceInfo::get_dump_json)> get_dump_json{nullptr};
@@ -55,6 +62,7 @@ class FilterTable {
 
   uint32_t TakeMark(const void *data);
   obs_source_t *SourceOf(size_t type, const void *data) const;
+  bool IsPassedBy() const;
 
   std::array<Type, kTypes> types_;
   std::atomic<size_t> marks_{0};  // instances with a mark: a frame of a process without marks takes no lock
@@ -62,7 +70,7 @@ class FilterTable {
   std::atomic<ILumivex *> control_{nullptr};  // the module's, found when it made a filter
 
   mutable vanta::Mutex mutex_;
-  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_);  // by type
+  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_){"face_beauty_filter_v2"};  // by type
   std::vector<Instance> instances_ VANTA_GUARDED_BY(mutex_);
 };
 

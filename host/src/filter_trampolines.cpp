@@ -1,5 +1,4 @@
 // One set of plain functions for each type of the table: libobs's callbacks carry no word of the type they belong to.
-#include <cstring>
 #include <utility>
 
 #include "adapter.h"
@@ -8,8 +7,6 @@
 
 namespace vanta_host {
 namespace {
-
-constexpr char kBeautyFilterId[] = "face_beauty_filter_v2";
 
 template <size_t kType>
 void *Create(obs_data_t *settings, obs_source_t *source) {
@@ -29,21 +26,23 @@ obs_source_frame *FilterVideo(void *data, obs_source_frame *frame) {
   return Filters().FilterVideo(kType, data, frame);
 }
 
-template <size_t kType>
-void VideoRender(void *data, gs_effect_t *effect) {
-  Filters().VideoRender(kType, data, effect);
+void UpdateBeauty(void *data, obs_data_t *settings) {
+  Filters().Update(data, settings);
+}
+
+void RenderBeauty(void *data, gs_effect_t *effect) {
+  Filters().VideoRender(data, effect);
 }
 
 struct Trampolines {
   decltype(obs_source_info::create) create;
   decltype(obs_source_info::destroy) destroy;
   decltype(obs_source_info::filter_video) filter_video;
-  decltype(obs_source_info::video_render) video_render;
 };
 
 template <size_t... kTypes>
 constexpr std::array<Trampolines, sizeof...(kTypes)> AllTrampolines(std::index_sequence<kTypes...>) {
-  return {{{Create<kTypes>, Destroy<kTypes>, FilterVideo<kTypes>, VideoRender<kTypes>}...}};
+  return {{{Create<kTypes>, Destroy<kTypes>, FilterVideo<kTypes>}...}};
 }
 
 constexpr auto kTrampolines = AllTrampolines(std::make_index_sequence<FilterTable::kTypes>());
@@ -59,9 +58,9 @@ bool InstallTrampolines(const HostSourceInfo &record, obs_source_info &info) {
     info.destroy = kTrampolines[type].destroy;
   }
   if (info.filter_video) info.filter_video = kTrampolines[type].filter_video;
-  // A jump is one over the beauty filter.
-  if (info.video_render && std::strcmp(record.id, kBeautyFilterId) == 0)
-    info.video_render = kTrampolines[type].video_render;
+  if (type != FilterTable::kBeautyType) return true;
+  if (info.update) info.update = UpdateBeauty;
+  if (info.video_render) info.video_render = RenderBeauty;
   return true;
 }
 

@@ -2,33 +2,15 @@
 
 #include <utility>
 
+#include <util/base.h>
+
 namespace vanta_host {
-namespace {
-
-// Calls that the present thread stands in. Such a thread does not wait for the end of calls: its own would never end,
-// and two of them would wait for each other.
-thread_local int calls_here = 0;
-
-}  // namespace
 
 void ReportHistory::Add(Report report) {
-  std::shared_ptr<Subscriber> subscriber;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (reports_.size() == kCapacity) reports_.pop_front();
-    reports_.push_back(report);
-    subscriber = subscriber_;
-    if (subscriber) ++subscriber->calls;
-  }
-  if (!subscriber) return;
-  ++calls_here;
-  subscriber->callback(subscriber->param, report.id, report.body.c_str(), report.time_ns);
-  --calls_here;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    --subscriber->calls;
-  }
-  call_ended_.notify_all();
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (subscriber_) subscriber_->Post(report);
+  if (reports_.size() == kCapacity) reports_.pop_front();
+  reports_.push_back(std::move(report));
 }
 
 bool ReportHistory::Get(size_t index, Report &out) const {
@@ -43,11 +25,42 @@ void ReportHistory::Clear() {
   reports_.clear();
 }
 
+std::shared_ptr<ReportSubscriber> ReportHistory::Exchange(std::shared_ptr<ReportSubscriber> subscriber) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  // A new one that comes too late goes as it came.
+  if (!closed_) subscriber.swap(subscriber_);
+  return subscriber;
+}
+
 void ReportHistory::Subscribe(vanta_host_report_cb callback, void *param) {
-  auto subscriber = callback ? std::make_shared<Subscriber>(Subscriber{callback, param}) : nullptr;
-  std::unique_lock<std::mutex> lock(mutex_);
-  subscriber.swap(subscriber_);
-  if (subscriber && calls_here == 0) call_ended_.wait(lock, [&] { return subscriber->calls == 0; });
+  std::shared_ptr<ReportSubscriber> subscriber;
+  if (callback) {
+    subscriber = std::make_shared<ReportSubscriber>(callback, param);
+    if (!subscriber->Start()) {
+      blog(LOG_ERROR, "[vanta_host] no thread for reports: their subscriber is given none");
+      subscriber = nullptr;
+    }
+  }
+  if (const auto former = Exchange(std::move(subscriber))) former->Finish();
+}
+
+void ReportHistory::Flush() {
+  std::shared_ptr<ReportSubscriber> subscriber;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    subscriber = subscriber_;
+  }
+  if (subscriber) subscriber->Flush();
+}
+
+void ReportHistory::Close() {
+  std::shared_ptr<ReportSubscriber> former;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    former.swap(subscriber_);
+  }
+  if (former) former->Abandon();
 }
 
 }  // namespace vanta_host

@@ -15,13 +15,12 @@
 namespace {
 
 using vanta_host::Report;
-using vanta_host::ReportHistory;
+using vanta_host::Reports;
 
-// Outlives every thread that may still report while the process ends.
-ReportHistory &History() {
-  static ReportHistory *history = new ReportHistory;
-  return *history;
-}
+// Ends the subscriber's thread before its code goes, at process end or when the library is closed.
+struct ReportsEnd {
+  ~ReportsEnd() { Reports().Close(); }
+} reports_end;
 
 std::string Format(const char *format, va_list args) {
   va_list measure;
@@ -48,6 +47,16 @@ void CopyCut(const std::string &text, char *out, size_t size) {
 
 }  // namespace
 
+namespace vanta_host {
+
+ReportHistory &Reports() {
+  // Outlives every thread that may still report while the process ends.
+  static ReportHistory *history = new ReportHistory;
+  return *history;
+}
+
+}  // namespace vanta_host
+
 void blog_user_define_data_report(int32_t report_id, const char *format, ...) {
   if (!format) return;
   Report report;
@@ -63,7 +72,7 @@ void blog_user_define_data_report(int32_t report_id, const char *format, ...) {
     report.body = Format(format, args);
     va_end(args);
   }
-  History().Add(std::move(report));
+  Reports().Add(std::move(report));
 }
 
 void blog_corvid(int32_t level, const char *format, ...) {
@@ -76,12 +85,12 @@ void blog_corvid(int32_t level, const char *format, ...) {
 }
 
 void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param) {
-  History().Subscribe(callback, param);
+  Reports().Subscribe(callback, param);
 }
 
 bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t size, uint64_t *time_ns) {
   Report report;
-  if (!History().Get(index, report)) return false;
+  if (!Reports().Get(index, report)) return false;
   if (report_id) *report_id = report.id;
   CopyCut(report.body, body, size);
   if (time_ns) *time_ns = report.time_ns;
@@ -89,5 +98,5 @@ bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t 
 }
 
 void vanta_host_clear_reports(void) {
-  History().Clear();
+  Reports().Clear();
 }

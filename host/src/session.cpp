@@ -9,6 +9,7 @@
 #include "engine_watch.h"
 #include "gl_context.h"
 #include "module/mutex.h"
+#include "report_history.h"
 #include "supervision.h"
 #include "texture_registry.h"
 #include "vanta_host.h"
@@ -109,4 +110,6 @@ void vanta_host_detach(void) {
     signal_handler_disconnect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
   ForgetSession();
   vanta_host::StopWatchdog();
+  // A subscriber may call libobs, which is about to end.
+  vanta_host::Reports().Flush();
 }

@@ -2,7 +2,17 @@
 
 #include <utility>
 
+#include "vanta_host.h"
+
 namespace vanta_run {
+
+AbilityHandler::AbilityHandler() {
+  vanta_host_register_ability_handler(static_cast<ILiveEffectJsonAbilityHandler *>(this));
+}
+
+AbilityHandler::~AbilityHandler() {
+  vanta_host_unregister_ability_handler(static_cast<ILiveEffectJsonAbilityHandler *>(this));
+}
 
 void AbilityHandler::PostGameData(const std::string &raw, const std::string &method, const std::string &params) {
   Keep({"PostGameData", method, params, raw});

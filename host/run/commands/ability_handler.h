@@ -14,11 +14,16 @@ struct AbilityCall {
   std::string method, params, raw;  // of PostGameData
 };
 
-// Must outlive every filter that was given its address. It answers nothing by itself: a call may come with the engine's
-// lock held, and the answer is a SetBoomGameData of the script.
-// Threads: the calls [engine] or [control]; TakeCalls [control].
+// The host layer lets its address through to filters from construction to destruction. Must outlive every filter that
+// was given it. It answers nothing by itself: a call may come with the engine's lock held, and the answer is a
+// SetBoomGameData of the script. Threads: the calls [engine] or [control]; TakeCalls [control].
 class AbilityHandler final : public ILiveEffectJsonAbilityHandler {
  public:
+  AbilityHandler();
+  ~AbilityHandler();
+  AbilityHandler(const AbilityHandler &) = delete;
+  AbilityHandler &operator=(const AbilityHandler &) = delete;
+
   void Reserved() override {}
   void PostGameData(const std::string &raw, const std::string &method, const std::string &params) override;
   void PostSignalAfterLoadInteractiveBoxResource() override;

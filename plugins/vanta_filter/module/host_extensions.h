@@ -79,8 +79,9 @@ VANTA_HOST_API video_colorspace video_format_get_colorspace_from_matrix(const fl
 
 }  // extern "C"
 
-// The observer is the host application's. Both calls come on video threads with the centre's lock held: return quickly
-// and never add or remove an observer from inside.
+// The observer is the host application's. Both calls come at the end of a timed callback, on its thread and with the
+// centre's lock held: [video] with the host's locks, [render] inside graphics, or a beauty filter's [worker]. Return
+// quickly; from inside send no command, enter no graphics, and never add or remove an observer.
 class FrameRateCalcObserver {
  public:
   virtual void OnCostReport(const std::string &name, int avg_cost_us) = 0;

@@ -69,6 +69,17 @@ void SetNeutralPreset(const ObsSession &session, float contrast = 0.0f) {
   session.Control().SetEngineSnapshot(snapshot);
 }
 
+// As if another filter's worker had told how its engine's start ended.
+void SignalMissingEngine() {
+  calldata_t data;
+  calldata_init(&data);
+  calldata_set_int(&data, "type", 1);
+  calldata_set_string(&data, "type_func", "OnLumivexInit");
+  calldata_set_string(&data, "data_str", R"({"createEngine":false})");
+  signal_handler_signal(obs_get_signal_handler(), "vanta_filter_callback", &data);
+  calldata_free(&data);
+}
+
 // Puts a source on the canvas beside the one that FedSource::Show puts there: libobs drops frames that nobody draws.
 class ShownBeside {
  public:
@@ -218,6 +229,18 @@ TEST(GpuRoad, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
       gpu.source, gpu.chain, other, [&](const Screenshot &shot) { return MeanDifference(shot, plain) <= kSame; },
       "the source's own picture"));
   session.Control().SetFacelessJumpInfo({false, 0});
+}
+
+TEST(GpuRoad, PassedByWithoutAnEngineShowsTheSourceAndNotTheFrameBefore) {
+  const ObsSession session;
+  GpuChain gpu(session, MakeFrame(kFirst));
+  const HostFrame other = MakeFrame(kSecond);
+  const Screenshot plain = Plain(other);
+  SignalMissingEngine();
+  ASSERT_TRUE(vanta_host_is_passing_through());
+  EXPECT_TRUE(FeedUntilShown(
+      gpu.source, gpu.chain, other, [&](const Screenshot &shot) { return MeanDifference(shot, plain) <= kSame; },
+      "the source's own picture"));
 }
 
 TEST(GpuRoad, ServesTwoSourcesAtOnce) {

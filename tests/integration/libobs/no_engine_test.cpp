@@ -34,20 +34,14 @@ void AddDarkening() {
   });
 }
 
-bool HostLetsThePicturePass(ObsSession const &session) {
-  const FacelessJumpInfo jump = session.Control().GetFacelessJumpInfo();
-  return jump.need_jump && jump.jump_type == VANTA_JUMP_TYPE_NO_ENGINE;
-}
-
 // Feeds pictures of one size until the host lets them pass.
-bool FeedUntilJump(const ObsSession &session, FedSource &source, BeautyChain &chain, uint32_t width = 64,
-                   uint32_t height = 48) {
+bool FeedUntilTheyPass(FedSource &source, BeautyChain &chain, uint32_t width = 64, uint32_t height = 48) {
   return vanta_test::WaitUntil(
       [&] {
         FeedThrough(source, chain, MakeFrame(60, VIDEO_FORMAT_NV12, width, height));
-        return HostLetsThePicturePass(session);
+        return vanta_host_is_passing_through();
       },
-      "the host's jump state");
+      "the host's pass-through");
 }
 
 // Collects the module's start-up signals as "type function data".
@@ -79,7 +73,7 @@ TEST(NoEngine, IsSignalledOnceForEachTry) {
   const StartSignals signals;
   FedSource source;
   BeautyChain chain(source.Get());
-  ASSERT_TRUE(FeedUntilJump(session, source, chain));
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   EXPECT_EQ(signals.Received(), std::vector<std::string>{R"(1 OnLumivexInit {"createEngine":false})"});
 }
 
@@ -94,12 +88,12 @@ TEST(NoEngine, AnEngineThatStartsIsSignalledToo) {
   EXPECT_EQ(signals.Received(), std::vector<std::string>{R"(1 OnLumivexInit {"createEngine":true})"});
 }
 
-TEST(NoEngine, IsReportedAndLeavesTheHostInTheJumpState) {
+TEST(NoEngine, IsReportedAndTheHostLetsPicturesPass) {
   const ObsSession session;
   NoEngine();
   FedSource source;
   BeautyChain chain(source.Get());
-  ASSERT_TRUE(FeedUntilJump(session, source, chain));
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_MISSING);
   ASSERT_TRUE(vanta_test::WaitUntil([] { return CountReports(8, kNoEngineReport) > 0; }, "the report"));
   EXPECT_EQ(CountReports(8, kNoEngineReport), 1u);
@@ -110,7 +104,7 @@ TEST(NoEngine, EveryLaterFramePassesUntouched) {
   NoEngine();
   FedSource source;
   BeautyChain chain(source.Get());
-  ASSERT_TRUE(FeedUntilJump(session, source, chain));
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   chain.before.TakeFrames();
   chain.behind.TakeFrames();
   for (int frame = 0; frame < 20; ++frame) FeedThrough(source, chain, MakeFrame(40 + frame));
@@ -129,7 +123,7 @@ TEST(NoEngine, ThePictureOnTheCanvasIsThePlainOne) {
   FedSource source;
   BeautyChain chain(source.Get());
   source.Show();
-  ASSERT_TRUE(FeedUntilJump(session, source, chain));
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   HostFrame white(VIDEO_FORMAT_BGRA, 64, 48);
   white.Draw(200);
   white.Get()->timestamp = MakeFrame(0).Timestamp();
@@ -154,7 +148,7 @@ TEST(NoEngine, AnEngineThatGoesAwayInTheMiddleLeavesThePlainPicture) {
   // The next size needs a new engine, and there is none any more.
   NoEngine();
   chain.LeaveStep();
-  ASSERT_TRUE(FeedUntilJump(session, source, chain, 80, 60));
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain, 80, 60));
   chain.before.TakeFrames();
   chain.behind.TakeFrames();
   for (int frame = 0; frame < 10; ++frame) FeedThrough(source, chain, MakeFrame(60, VIDEO_FORMAT_NV12, 80, 60));
@@ -170,18 +164,27 @@ TEST(NoEngine, AnEngineThatComesBackTakesTheFramesAgain) {
   FedSource source;
   {
     BeautyChain chain(source.Get());
-    ASSERT_TRUE(FeedUntilJump(session, source, chain));
+    ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   }
   scripted_engine::Change([](EngineScript &script) { script.create = true; });
   AddDarkening();
-  // The jump holds every filter's frames back from the workers: a host application tries again by lifting it.
-  session.Control().SetFacelessJumpInfo({false, 0});
+  // Pictures that pass reach no worker: a host application tries again by ending the pass-through.
+  vanta_host_end_pass_through();
   BeautyChain chain(source.Get());
   chain.GoInStep();
   FeedUntilKept(source, chain);
   FeedThrough(source, chain, MakeFrame(60));
   EXPECT_EQ(chain.behind.Last().Luma(3, 3), 16);
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_RUNNING);
+  EXPECT_FALSE(vanta_host_is_passing_through());
+}
+
+TEST(NoEngine, LeavesTheApplicationsJumpAlone) {
+  const ObsSession session;
+  NoEngine();
+  FedSource source;
+  BeautyChain chain(source.Get());
+  ASSERT_TRUE(FeedUntilTheyPass(source, chain));
   EXPECT_FALSE(session.Control().GetFacelessJumpInfo().need_jump);
 }
 

@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 #include <obs.hpp>
 
+#include "module/host_frame.h"
 #include "obs_session.h"
 #include "paper_control.h"
 #include "paper_filter.h"
 #include "registration.h"
+#include "registrations.h"
 #include "support/log_capture.h"
 #include "vanta_host.h"
 
@@ -29,84 +31,131 @@ void EngineStarted(bool created) {
   Signal(1, "OnLumivexInit", created ? R"({"createEngine":true})" : R"({"createEngine":false})");
 }
 
-void RegisterModule() {
-  const HostSourceInfo record = PaperRecord("paper_filter");
+// Also gives the callback that libobs calls for each frame of the filter.
+auto RegisterModule(const char *id = kBeautyFilterId) {
+  const HostSourceInfo record = PaperRecord(id);
   __wrap_obs_register_source_s(reinterpret_cast<const obs_source_info *>(&record), sizeof(record));
+  return LastRegistration().info.filter_video;
 }
 
 class EngineWatch : public testing::Test {
  protected:
-  EngineWatch() { RegisterModule(); }
+  EngineWatch() : filter_video_(RegisterModule()) {
+    filter_ = obs_source_create_private(kBeautyFilterId, "one", nullptr);
+  }
+
+  // One frame goes through the filter; true when it came back as it was and the module saw nothing of it.
+  bool PassesTheModuleBy() {
+    const size_t seen = Paper().dump_ids.size();
+    obs_source_frame frame{};
+    EXPECT_EQ(filter_video_(obs_obj_get_data(filter_.Get()), &frame), &frame);
+    return Paper().dump_ids.size() == seen;
+  }
 
   ObsSession obs_;
+  decltype(obs_source_info::filter_video) filter_video_;
+  OBSSourceAutoRelease filter_;
 };
 
 TEST_F(EngineWatch, KnowsNothingAtFirst) {
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
+  EXPECT_FALSE(vanta_host_is_passing_through());
+  EXPECT_FALSE(PassesTheModuleBy());
 }
 
 TEST_F(EngineWatch, FindsTheControlObject) {
   EXPECT_EQ(vanta_host_get_faceless(), static_cast<ILumivex *>(&Control()));
 }
 
-TEST_F(EngineWatch, AMissingEngineSetsTheJump) {
+TEST_F(EngineWatch, AMissingEngineLetsFramesPassTheModuleBy) {
   LogCapture log;
   EngineStarted(false);
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_MISSING);
-  ASSERT_EQ(Control().jumps.size(), 1u);
-  EXPECT_TRUE(Control().jumps[0].need_jump);
-  EXPECT_EQ(Control().jumps[0].jump_type, VANTA_JUMP_TYPE_NO_ENGINE);
+  EXPECT_TRUE(vanta_host_is_passing_through());
+  EXPECT_TRUE(PassesTheModuleBy());
   EXPECT_TRUE(log.Has(LOG_WARNING, "[vanta_host] no effect engine: the picture passes untouched"));
 }
 
-TEST_F(EngineWatch, ARunningEngineLeavesTheJumpAlone) {
+TEST_F(EngineWatch, ARunningEngineLeavesFramesToTheModule) {
   EngineStarted(true);
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_RUNNING);
+  EXPECT_FALSE(vanta_host_is_passing_through());
+  EXPECT_FALSE(PassesTheModuleBy());
+}
+
+TEST_F(EngineWatch, ALaterStartEndsThePassThrough) {
+  LogCapture log;
+  EngineStarted(false);
+  EngineStarted(true);
+  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_RUNNING);
+  EXPECT_FALSE(PassesTheModuleBy());
+  EXPECT_TRUE(log.Has(LOG_INFO, "[vanta_host] the picture goes through the effect engine again"));
+}
+
+TEST_F(EngineWatch, AMissingEngineThatIsReportedTwiceIsLoggedOnce) {
+  LogCapture log;
+  EngineStarted(false);
+  EngineStarted(false);
+  EXPECT_EQ(log.Count("[vanta_host] no effect engine: the picture passes untouched"), 1u);
+  EngineStarted(true);
+  EXPECT_FALSE(PassesTheModuleBy());
+}
+
+TEST_F(EngineWatch, NeverTouchesTheApplicationsJump) {
+  EngineStarted(false);
   EXPECT_TRUE(Control().jumps.empty());
-}
-
-TEST_F(EngineWatch, ALaterStartTakesTheJumpBack) {
-  EngineStarted(false);
-  EngineStarted(true);
-  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_RUNNING);
-  EXPECT_FALSE(Control().GetFacelessJumpInfo().need_jump);
-}
-
-TEST_F(EngineWatch, AMissingEngineThatIsReportedTwiceSetsTheJumpOnce) {
-  EngineStarted(false);
-  EngineStarted(false);
-  EXPECT_EQ(Control().jumps.size(), 1u);
-  EngineStarted(true);
-  EXPECT_FALSE(Control().GetFacelessJumpInfo().need_jump);
-}
-
-TEST_F(EngineWatch, TheApplicationsJumpStays) {
   Control().SetFacelessJumpInfo({true, 9});
   EngineStarted(false);
   EngineStarted(true);
+  EngineStarted(false);
+  vanta_host_detach();
   EXPECT_EQ(Control().jumps.size(), 1u);
   EXPECT_TRUE(Control().GetFacelessJumpInfo().need_jump);
   EXPECT_EQ(Control().GetFacelessJumpInfo().jump_type, 9);
 }
 
-TEST_F(EngineWatch, AJumpThatTheApplicationPutInPlaceOfTheHostsStays) {
+TEST_F(EngineWatch, ThePassThroughStandsWhateverTheApplicationsJump) {
   EngineStarted(false);
   Control().SetFacelessJumpInfo({true, 9});
-  EngineStarted(true);
-  EXPECT_EQ(Control().GetFacelessJumpInfo().jump_type, 9);
-}
-
-TEST_F(EngineWatch, TheApplicationMayTakeTheHostsJumpBackAndGetsItAgain) {
-  EngineStarted(false);
   Control().SetFacelessJumpInfo({false, 0});
-  EngineStarted(false);
-  EXPECT_TRUE(Control().GetFacelessJumpInfo().need_jump);
+  EXPECT_TRUE(PassesTheModuleBy());
 }
 
-TEST_F(EngineWatch, AnApplicationsJumpOfTheSameTypeIsNotTheHosts) {
-  Control().SetFacelessJumpInfo({true, VANTA_JUMP_TYPE_NO_ENGINE});
+TEST_F(EngineWatch, TheApplicationMayEndThePassThroughAndGetsItAgain) {
+  EngineStarted(false);
+  vanta_host_end_pass_through();
+  EXPECT_FALSE(vanta_host_is_passing_through());
+  EXPECT_FALSE(PassesTheModuleBy());
+  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_MISSING);
+  EngineStarted(false);
+  EXPECT_TRUE(PassesTheModuleBy());
+}
+
+TEST_F(EngineWatch, EndingAPassThroughThatDoesNotStandChangesNothing) {
+  LogCapture log;
+  vanta_host_end_pass_through();
+  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
   EngineStarted(true);
-  EXPECT_TRUE(Control().GetFacelessJumpInfo().need_jump);
+  vanta_host_end_pass_through();
+  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_RUNNING);
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST_F(EngineWatch, AFrameThatPassesCarriesItsDumpMark) {
+  EngineStarted(false);
+  EXPECT_TRUE(vanta_host_mark_next_frame(filter_, 77));
+  obs_source_frame frame{};
+  filter_video_(obs_obj_get_data(filter_.Get()), &frame);
+  EXPECT_EQ(vanta::GetDumpId(&frame), 77u);
+}
+
+TEST_F(EngineWatch, OtherFiltersKeepTheirFrames) {
+  const auto filter_video = RegisterModule("paper_filter");
+  const OBSSourceAutoRelease other = obs_source_create_private("paper_filter", "other", nullptr);
+  EngineStarted(false);
+  obs_source_frame frame{};
+  filter_video(obs_obj_get_data(other.Get()), &frame);
+  EXPECT_EQ(Paper().dump_ids.size(), 1u);
 }
 
 TEST_F(EngineWatch, OtherSignalsSayNothingOfTheEngine) {
@@ -119,25 +168,20 @@ TEST_F(EngineWatch, OtherSignalsSayNothingOfTheEngine) {
   Signal(1, "OnLumivexInit", "{}");
   Signal(1, "OnLumivexInit", R"({"createEngine":"failed","data":"gpu driver is null"})");
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
-  EXPECT_TRUE(Control().jumps.empty());
+  EXPECT_FALSE(PassesTheModuleBy());
 }
 
-TEST_F(EngineWatch, WithoutAControlObjectOnlyTheStateIsKept) {
+TEST_F(EngineWatch, WithoutAControlObjectPicturesPassToo) {
   LockControlDoor(true);
-  LogCapture log;
   EngineStarted(false);
-  EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_MISSING);
   EXPECT_EQ(vanta_host_get_faceless(), nullptr);
-  EXPECT_TRUE(log.Has(LOG_WARNING, "[vanta_host] no effect engine, and no control object to let the picture pass"));
-  LockControlDoor(false);
-  EngineStarted(false);
-  EXPECT_TRUE(Control().GetFacelessJumpInfo().need_jump);
+  EXPECT_TRUE(PassesTheModuleBy());
 }
 
-TEST_F(EngineWatch, DetachingTakesTheHostsJumpBackAndEndsTheWatch) {
+TEST_F(EngineWatch, DetachingEndsThePassThroughAndTheWatch) {
   EngineStarted(false);
   vanta_host_detach();
-  EXPECT_FALSE(Control().GetFacelessJumpInfo().need_jump);
+  EXPECT_FALSE(PassesTheModuleBy());
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
   EngineStarted(false);
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
@@ -147,7 +191,7 @@ TEST_F(EngineWatch, AttachingAgainWatchesAgain) {
   vanta_host_detach();
   vanta_host_attach();
   EngineStarted(false);
-  EXPECT_EQ(Control().jumps.size(), 1u);
+  EXPECT_TRUE(PassesTheModuleBy());
 }
 
 TEST(EngineWatchRestart, ANewStartOfLibobsBeginsAfresh) {
@@ -159,9 +203,9 @@ TEST(EngineWatchRestart, ANewStartOfLibobsBeginsAfresh) {
   ObsSession obs;
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
-  EXPECT_FALSE(Control().GetFacelessJumpInfo().need_jump);
+  EXPECT_FALSE(vanta_host_is_passing_through());
   EngineStarted(false);
-  EXPECT_TRUE(Control().GetFacelessJumpInfo().need_jump);
+  EXPECT_TRUE(vanta_host_is_passing_through());
 }
 
 TEST(EngineWatchRestart, NoModuleMeansNoControlObject) {

@@ -21,6 +21,16 @@ bool PaperFilter::Has(const char *call) const {
   return std::find(calls_.begin(), calls_.end(), call) != calls_.end();
 }
 
+void PaperFilter::NoteSettings(obs_data_t *settings) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  handlers_.push_back(obs_data_get_int(settings, kHandlerKey));
+}
+
+std::vector<long long> PaperFilter::Handlers() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return handlers_;
+}
+
 PaperFilter &Paper() {
   static PaperFilter paper;
   return paper;
@@ -32,7 +42,8 @@ HostSourceInfo PaperRecord(const char *id) {
   record.type = OBS_SOURCE_TYPE_FILTER;
   record.output_flags = OBS_SOURCE_VIDEO;
   record.get_name = [](void *) { return "paper"; };
-  record.create = [](obs_data_t *, obs_source_t *source) -> void * {
+  record.create = [](obs_data_t *settings, obs_source_t *source) -> void * {
+    Paper().NoteSettings(settings);
     Paper().Note("create");
     Paper().source = source;
     return new char;
@@ -41,7 +52,11 @@ HostSourceInfo PaperRecord(const char *id) {
     Paper().Note("destroy");
     delete static_cast<char *>(data);
   };
-  record.update = [](void *, obs_data_t *) { Paper().Note("update"); };
+  record.update = [](void *, obs_data_t *settings) {
+    if (Paper().on_update) Paper().on_update(settings);
+    Paper().NoteSettings(settings);
+    Paper().Note("update");
+  };
   record.filter_video = [](void *, obs_source_frame *frame) {
     Paper().Note("filter_video");
     if (frame) Paper().dump_ids.push_back(vanta::GetDumpId(frame));

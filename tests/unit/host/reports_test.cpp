@@ -1,4 +1,5 @@
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -118,68 +119,170 @@ TEST(ReportSubscriber, GetsEachReport) {
 TEST(ReportSubscriber, ReplacesTheFormerOne) {
   Reports first, second;
   vanta_host_set_report_callback(Collect, &first);
-  vanta_host_set_report_callback(Collect, &second);
   blog_user_define_data_report(19, "x");
-  EXPECT_TRUE(first.empty());
-  EXPECT_EQ(second.size(), 1u);
+  vanta_host_set_report_callback(Collect, &second);
+  blog_user_define_data_report(19, "y");
+  vanta_host_set_report_callback(nullptr, nullptr);
+  EXPECT_EQ(first, (Reports{{19, "x"}}));
+  EXPECT_EQ(second, (Reports{{19, "y"}}));
+}
+
+TEST(ReportSubscriber, IsNotCalledOnTheReportingThread) {
+  std::thread::id caller;
+  vanta_host_set_report_callback([](void *param, int32_t, const char *,
+                                    uint64_t) { *static_cast<std::thread::id *>(param) = std::this_thread::get_id(); },
+                                 &caller);
+  blog_user_define_data_report(19, "x");
+  vanta_host_set_report_callback(nullptr, nullptr);
+  EXPECT_NE(caller, std::thread::id());
+  EXPECT_NE(caller, std::this_thread::get_id());
 }
 
 TEST(ReportSubscriber, MayReadReportAndUnsubscribeFromInsideItsCall) {
-  static int calls = 0;
+  static std::atomic<int> calls{0};
+  static std::atomic<bool> thread_ended{false};
   vanta_host_set_report_callback(
       [](void *, int32_t, const char *body, uint64_t) {
+        thread_local const struct End {
+          ~End() { thread_ended = true; }
+        } end;
         ++calls;
         EXPECT_EQ(Body(0), body);
+        blog_user_define_data_report(19, "waiting");
         vanta_host_set_report_callback(nullptr, nullptr);
         blog_user_define_data_report(19, "nested");
       },
       nullptr);
   blog_user_define_data_report(19, "outer");
+  EXPECT_TRUE(vanta_test::WaitUntil([] { return thread_ended.load(); }));
   EXPECT_EQ(calls, 1);
-  EXPECT_EQ(Body(1), "nested");
+  EXPECT_EQ(Body(1), "waiting");
+  EXPECT_EQ(Body(2), "nested");
 }
 
+// A subscriber that stays in its first call until the test lets it go.
 struct HeldCall {
   std::atomic<bool> entered{false}, let_go{false}, left{false};
+  Reports seen;
+
+  static void Hold(void *param, int32_t id, const char *body, uint64_t) {
+    auto &call = *static_cast<HeldCall *>(param);
+    call.entered = true;
+    while (!call.let_go) std::this_thread::yield();
+    call.seen.emplace_back(id, body);
+    call.left = true;
+  }
 };
 
-TEST(ReportSubscriber, UnsubscribingWaitsForACallInProgress) {
+// Reports, and is back while the subscriber is still in its call.
+void ReportInto(HeldCall &held, const char *body) {
+  std::atomic<bool> back{false};
+  std::thread reporter([&] {
+    blog_user_define_data_report(19, body);
+    back = true;
+  });
+  EXPECT_TRUE(vanta_test::WaitUntil([&] { return back && held.entered; }));
+  EXPECT_FALSE(held.left);
+  if (!back) held.let_go = true;
+  reporter.join();
+}
+
+TEST(ReportSubscriber, DoesNotHoldUpTheReportingThread) {
   HeldCall held;
-  vanta_host_set_report_callback(
-      [](void *param, int32_t, const char *, uint64_t) {
-        auto &call = *static_cast<HeldCall *>(param);
-        call.entered = true;
-        while (!call.let_go) std::this_thread::yield();
-        call.left = true;
-      },
-      &held);
-  std::thread reporter([] { blog_user_define_data_report(19, "x"); });
-  ASSERT_TRUE(vanta_test::WaitUntil([&] { return held.entered.load(); }));
+  vanta_host_set_report_callback(HeldCall::Hold, &held);
+  ReportInto(held, "x");
+  held.let_go = true;
+  vanta_host_set_report_callback(nullptr, nullptr);
+}
+
+TEST(ReportSubscriber, UnsubscribingWaitsForACallInProgressAndForWhatCameBefore) {
+  HeldCall held;
+  vanta_host_set_report_callback(HeldCall::Hold, &held);
+  ReportInto(held, "1");
+  blog_user_define_data_report(19, "2");
   std::atomic<bool> returned{false};
   std::thread unsubscriber([&] {
     vanta_host_set_report_callback(nullptr, nullptr);
-    EXPECT_TRUE(held.left);
     returned = true;
   });
   for (int i = 0; i < 2000; ++i) std::this_thread::yield();
   EXPECT_FALSE(returned);
   held.let_go = true;
   unsubscriber.join();
-  reporter.join();
+  EXPECT_EQ(held.seen, (Reports{{19, "1"}, {19, "2"}}));
 }
 
-TEST(ReportSubscriber, SeesEveryReportOfSeveralThreads) {
-  std::atomic<int> seen{0};
-  vanta_host_set_report_callback(
-      [](void *param, int32_t, const char *, uint64_t) { ++*static_cast<std::atomic<int> *>(param); }, &seen);
+TEST(ReportSubscriber, DetachingWaitsUntilItHasWhatCameBefore) {
+  HeldCall held;
+  vanta_host_set_report_callback(HeldCall::Hold, &held);
+  ReportInto(held, "1");
+  blog_user_define_data_report(19, "2");
+  std::atomic<bool> returned{false};
+  size_t seen = 0;
+  std::thread detacher([&] {
+    vanta_host_detach();
+    seen = held.seen.size();
+    returned = true;
+  });
+  for (int i = 0; i < 2000; ++i) std::this_thread::yield();
+  EXPECT_FALSE(returned);
+  held.let_go = true;
+  detacher.join();
+  EXPECT_EQ(seen, 2u);
+  blog_user_define_data_report(19, "3");
+  vanta_host_set_report_callback(nullptr, nullptr);
+  EXPECT_EQ(held.seen.size(), 3u) << "detaching keeps the subscriber";
+}
+
+TEST(ReportSubscriber, LosesTheOldestWhenItIsTooSlowAndTheLogTells) {
+  constexpr int kWaiting = 4096;
+  vanta_test::LogCapture log;
+  HeldCall held;
+  vanta_host_set_report_callback(HeldCall::Hold, &held);
+  ReportInto(held, "first");
+  for (int i = 0; i < kWaiting + 3; ++i) blog_user_define_data_report(19, "%d", i);
+  held.let_go = true;
+  vanta_host_set_report_callback(nullptr, nullptr);
+  ASSERT_EQ(held.seen.size(), size_t{1} + kWaiting);
+  EXPECT_EQ(held.seen[1].second, "3");
+  EXPECT_EQ(held.seen.back().second, std::to_string(kWaiting + 2));
+  EXPECT_TRUE(log.Has(LOG_WARNING, "[vanta_host] 3 reports were not handed on: the subscriber is too slow"));
+}
+
+TEST(ReportSubscriber, GetsReportsOfSeveralThreadsInTheHistorysOrder) {
+  Reports seen;
+  vanta_host_set_report_callback(Collect, &seen);
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i)
-    threads.emplace_back([] {
-      for (int k = 0; k < 500; ++k) blog_user_define_data_report(19, "%d", k);
+  for (int thread = 0; thread < 4; ++thread)
+    threads.emplace_back([thread] {
+      for (int k = 0; k < 64; ++k) blog_user_define_data_report(19, "%d of %d", k, thread);
     });
   for (std::thread &thread : threads) thread.join();
   vanta_host_set_report_callback(nullptr, nullptr);
-  EXPECT_EQ(seen, 2000);
+  ASSERT_EQ(seen.size(), kHistory);
+  for (size_t i = 0; i < kHistory; ++i) EXPECT_EQ(seen[i].second, Body(i)) << i;
+}
+
+TEST(ReportSubscriberDeathTest, ProcessEndsCleanlyWithASubscriberThatWasNotTakenOff) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        vanta_host_set_report_callback(Collect, new Reports);  // outlives main
+        blog_user_define_data_report(19, "x");
+        std::exit(3);
+      },
+      testing::ExitedWithCode(3), "");
+}
+
+TEST(ReportSubscriberDeathTest, ProcessMayEndFromInsideASubscribersCall) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        vanta_host_set_report_callback([](void *, int32_t, const char *, uint64_t) { std::exit(4); }, nullptr);
+        blog_user_define_data_report(19, "x");
+        for (;;) std::this_thread::yield();
+      },
+      testing::ExitedWithCode(4), "");
 }
 
 TEST(CorvidLog, GoesToTheLogUnderItsTag) {
