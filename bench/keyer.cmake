@@ -9,6 +9,7 @@ if(TARGET vanta_integration_support)
     keyer/keyer_scene.cpp
     keyer/keyer_speed.cpp
     keyer/pass_times.cpp
+    keyer/scaled_sheet.cpp
     keyer/stock_key.cpp)
   target_include_directories(keyer_bench PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(keyer_bench PRIVATE vanta_bench vanta_integration_support vanta_test_common vanta_test_gl Lumivex

@@ -7,6 +7,8 @@
 // - keyer_bench speed, keyer_bench --out FILE: time per rendered frame, against the stock filter; FILE takes it as
 // JSON.
 // - keyer_bench sheet FILE: before and after of each setting that changes the picture.
+// - keyer_bench scaled FILE [EFFECT]: hair as the host draws it smaller and larger; with EFFECT, another effect file, that
+// one's beside ours.
 // - keyer_bench picture FOLDER CONFIG...: PAM pictures of the take's last frame and of each config's result.
 #include <cstdio>
 #include <cstring>
@@ -23,6 +25,7 @@
 #include "keyer/keyer_metrics.h"
 #include "keyer/keyer_scene.h"
 #include "keyer/keyer_speed.h"
+#include "keyer/scaled_sheet.h"
 #include "keyer/stock_key.h"
 
 namespace keyer_bench {
@@ -202,6 +205,8 @@ int Run(int argc, char **argv) {
     return 0;
   }
   if (arguments.size() == 2 && arguments[0] == "sheet") return WriteKeySheet(arguments[1]);
+  if (arguments.size() >= 2 && arguments[0] == "scaled")
+    return WriteScaledSheet(arguments[1], arguments.size() > 2 ? arguments[2] : "");
   if (arguments.size() >= 2 && arguments[0] == "picture") {
     std::vector<std::string> configs(arguments.begin() + 2, arguments.end());
     if (configs.empty()) configs = {"{}"};

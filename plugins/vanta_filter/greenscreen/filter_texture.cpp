@@ -29,7 +29,9 @@ gs_texture_t *FilterSourceTexture(obs_source_t *filter) {
   if (!image) return nullptr;
   gs_effect_set_texture(image, nullptr);  // what an earlier draw left there is not ours
   obs_source_process_filter_tech_end(filter, effect, 0, 0, kNoSuchTechnique);
-  return TextureOf(image);
+  gs_texture_t *const texture = TextureOf(image);
+  gs_effect_set_texture(image, nullptr);  // every source shares the effect, and the texture may go before the next draw
+  return texture;
 }
 
 }  // namespace vanta

@@ -68,7 +68,7 @@ class ConfigReader {
   }
 
   static float Clamped(const json &number, float low, float high) {
-    return std::clamp(static_cast<float>(number.get<double>()), low, high);
+    return std::clamp(NarrowToFloat(number.get<double>()), low, high);
   }
 
   void ReadFloat(const char *key, float &field, float low, float high, KeyLut lut) {
@@ -132,6 +132,11 @@ class ConfigReader {
 };
 
 }  // namespace
+
+float NarrowToFloat(double value) {
+  constexpr double kGreatest = std::numeric_limits<float>::max();
+  return static_cast<float>(std::clamp(value, -kGreatest, kGreatest));
+}
 
 int32_t DetectBlueKey(const float (&color)[3]) {
   constexpr float kLead = 0.11764706f;  // 30 of 255

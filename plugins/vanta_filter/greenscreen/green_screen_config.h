@@ -17,6 +17,9 @@ struct ConfigChange {
 // not take is skipped without a word. Empty, and nothing is touched, when the text is no JSON object.
 std::optional<ConfigChange> ApplyGreenScreenConfig(const std::string &text, GreenScreenSettings &settings);
 
+// The nearest float; beyond the range of floats, where a plain cast is undefined, the greatest of that sign.
+float NarrowToFloat(double value);
+
 // 1 where `color` (red, green, blue) is clearly blue, else 0.
 int32_t DetectBlueKey(const float (&color)[3]);
 

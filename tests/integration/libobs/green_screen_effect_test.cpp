@@ -58,7 +58,7 @@ const char *ZeroOf(const std::string &type) {
 std::string ReadsAsZero(const std::string &text, const std::string &name, const std::string &type) {
   if (type != "texture2d") return std::regex_replace(text, std::regex("\\b" + name + "\\b"), ZeroOf(type));
   std::string result = text;
-  const std::regex call("\\b" + name + "\\.(Load|Sample)\\(");
+  const std::regex call("\\b" + name + "\\.(Load|SampleLevel|Sample)\\(");
   for (std::smatch found; std::regex_search(result, found, call);) {
     const auto start = static_cast<size_t>(found.position());
     size_t end = start + static_cast<size_t>(found.length());

@@ -1,10 +1,12 @@
 // The green screen on whole libobs: what a host's screenshot of the keyed source shows.
 #include <gtest/gtest.h>
+#include <util/bmem.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <thread>
@@ -256,6 +258,27 @@ TEST_F(GreenScreenPicture, OneSourceInTwoScenesLooksTheSameInBoth) {
 
 // ---- What a host makes of it ----
 
+// The texture goes with the filter; whoever draws next with libobs's own effect must not meet it.
+TEST_F(GreenScreenPicture, TheSharedDefaultEffectKeepsNoTextureOfTheFilters) {
+  PaintedSource source;
+  const GreenScreen filter(source.Get(), kRawKey);
+  Shoot(source, SquareOn(kRed, kGreen));
+  WaitForTicks(2);
+  obs_enter_graphics();
+  gs_texrender_t *const target = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+  EXPECT_TRUE(gs_texrender_begin(target, 64, 48));
+  obs_source_video_render(source.Get());
+  gs_texrender_end(target);
+  gs_eparam_t *const image = gs_effect_get_param_by_name(obs_get_base_effect(OBS_EFFECT_DEFAULT), "image");
+  gs_texture_t *texture = nullptr;
+  void *const value = gs_effect_get_val(image);
+  if (value) std::memcpy(&texture, value, sizeof(texture));
+  bfree(value);
+  gs_texrender_destroy(target);
+  obs_leave_graphics();
+  EXPECT_EQ(texture, nullptr);
+}
+
 TEST_F(GreenScreenPicture, ATranslucentEdgeBlendsWithWhatLiesBehind) {
   PaintedSource behind;
   Picture white(320, 240);
@@ -293,78 +316,6 @@ TEST_F(GreenScreenPicture, ShrinkMovesAStraightEdgeByItsPixels) {
   EXPECT_EQ(shot.At(29, 10)[3], 0);
   EXPECT_EQ(shot.At(10, 20)[3], 255);
   EXPECT_EQ(shot.At(10, 21)[3], 0);
-}
-
-// Red beyond a soft edge through the middle, `softness` pixels wide, whose normal points in direction `angle`.
-Picture EdgeAt(double angle, uint32_t size, double softness = 4) {
-  Picture picture(size, size);
-  for (uint32_t y = 0; y < size; ++y) {
-    for (uint32_t x = 0; x < size; ++x) {
-      const double middle = size / 2.0;
-      const double inside = (x + 0.5 - middle) * std::cos(angle) + (y + 0.5 - middle) * std::sin(angle);
-      const double part = std::clamp(inside / softness + 0.5, 0.0, 1.0);
-      picture.At(x, y)[0] = static_cast<uint8_t>(std::lround(200 * part));
-      picture.At(x, y)[1] = static_cast<uint8_t>(std::lround(255 - 225 * part));
-      picture.At(x, y)[3] = 255;
-    }
-  }
-  return picture;
-}
-
-// Sum of alpha, from 0 to 1, within a circle around the middle.
-double AlphaInCircle(const Screenshot &shot, double radius) {
-  double sum = 0;
-  for (uint32_t y = 0; y < shot.height; ++y) {
-    for (uint32_t x = 0; x < shot.width; ++x) {
-      if (std::hypot(x + 0.5 - shot.width / 2.0, y + 0.5 - shot.height / 2.0) < radius) sum += shot.At(x, y)[3] / 255.0;
-    }
-  }
-  return sum;
-}
-
-TEST_F(GreenScreenPicture, ShrinkMovesASoftEdgeOfAnyAngleByItsPixels) {
-  constexpr double kRadius = 60;
-  PaintedSource source;
-  GreenScreen filter(source.Get(), kRawKey);
-  for (const double pixels : {1.0, 2.0, 4.0}) {
-    for (int degrees = 0; degrees < 180; degrees += 15) {
-      source.Paint(EdgeAt(degrees * 3.14159265 / 180, 160));
-      filter.Configure(R"({"alphaShrink":0})");
-      const double before = AlphaInCircle(TakeScreenshot(source.Get()), kRadius);
-      filter.Configure(R"({"alphaShrink":)" + std::to_string(pixels) + "}");
-      const double after = AlphaInCircle(TakeScreenshot(source.Get()), kRadius);
-      EXPECT_NEAR((before - after) / (2 * kRadius), pixels, 0.15) << degrees << " degrees";
-    }
-  }
-}
-
-// The width of a straight edge's ramp through the middle of a circle, in pixels: the integral of alpha (1 - alpha)
-// across a linear ramp is a sixth of its width, wherever the pixels lie.
-double RampWidth(const Screenshot &shot, double radius) {
-  double sum = 0;
-  for (uint32_t y = 0; y < shot.height; ++y) {
-    for (uint32_t x = 0; x < shot.width; ++x) {
-      const double alpha = shot.At(x, y)[3] / 255.0;
-      if (std::hypot(x + 0.5 - shot.width / 2.0, y + 0.5 - shot.height / 2.0) < radius) sum += alpha * (1 - alpha);
-    }
-  }
-  return 6 * sum / (2 * radius);
-}
-
-TEST_F(GreenScreenPicture, ShrinkKeepsTheWidthOfASoftEdgeOfAnyAngle) {
-  constexpr double kRadius = 60;
-  PaintedSource source;
-  GreenScreen filter(source.Get(), kRawKey);
-  for (int degrees = 0; degrees < 180; degrees += 15) {
-    source.Paint(EdgeAt(degrees * 3.14159265 / 180, 160, 12));
-    filter.Configure(R"({"alphaShrink":0})");
-    const double before = RampWidth(TakeScreenshot(source.Get()), kRadius);
-    for (const double pixels : {1.0, 2.0, 4.0}) {
-      filter.Configure(R"({"alphaShrink":)" + std::to_string(pixels) + "}");
-      const double after = RampWidth(TakeScreenshot(source.Get()), kRadius);
-      EXPECT_NEAR(after / before, 1.0, 0.05) << degrees << " degrees, " << pixels << " pixels, from " << before;
-    }
-  }
 }
 
 TEST_F(GreenScreenPicture, BlurFeathersTheEdgeInwards) {

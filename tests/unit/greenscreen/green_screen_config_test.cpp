@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <string>
 
 namespace {
@@ -363,6 +364,20 @@ TEST_F(GreenScreenConfig, WithoutAdjustmentTheSameTextsAlphaValuesAreLost) {
   EXPECT_EQ(settings_.alpha_up, 0.25f);
 }
 
+TEST_F(GreenScreenConfig, TheReturnToTheDefaultsIsAChangeByItself) {
+  settings_.alpha_adjust_enabled = false;
+  for (float GreenScreenSettings::*field :
+       {&GreenScreenSettings::alpha_down, &GreenScreenSettings::alpha_up, &GreenScreenSettings::alpha_shrink}) {
+    const float wanted = settings_.*field;
+    settings_.*field = 0.5f;
+    const ConfigChange change = Apply("{}");
+    EXPECT_TRUE(change.changed);
+    EXPECT_FALSE(change.lut_dirty);
+    EXPECT_EQ(settings_.*field, wanted);
+  }
+  EXPECT_FALSE(Apply("{}").changed);
+}
+
 TEST_F(GreenScreenConfig, AdjustmentSwitchedOnAgainStartsFromTheDefaults) {
   Apply(R"({"alphaUp":0.5})");
   Apply(R"({"alphaAdjustEnabled":false})");
@@ -390,6 +405,15 @@ TEST_F(GreenScreenConfig, AValueBeyondAFloatIsClamped) {
   EXPECT_EQ(settings_.alpha_shrink, 10.0f);
   Apply(R"({"spillSupScaleR":-1e300})");
   EXPECT_EQ(settings_.spill_sup_scale_r, -5.0f);
+}
+
+TEST(NarrowToFloat, GivesTheNearestFloatAndTheGreatestBeyondAll) {
+  constexpr float kGreatest = std::numeric_limits<float>::max();
+  EXPECT_EQ(vanta::NarrowToFloat(0.1), 0.1f);
+  EXPECT_EQ(vanta::NarrowToFloat(-5), -5.0f);
+  EXPECT_EQ(vanta::NarrowToFloat(1e300), kGreatest);
+  EXPECT_EQ(vanta::NarrowToFloat(-1e300), -kGreatest);
+  EXPECT_EQ(vanta::NarrowToFloat(1e-300), 0.0f);
 }
 
 // ---- What is no configuration ----

@@ -63,6 +63,24 @@ TEST(KeyInfo, OrangeAndAzureLieOutsideTheGreenSector) {
   EXPECT_EQ(Key(0, 0.5f, 1).w, 0.0f);
 }
 
+// Floats whose blue difference is nought to the last bit: there is no slope to compare.
+TEST(KeyInfo, OnTheRedDifferenceAxisTheSignAloneDecides) {
+  const KeyInfo rose = Key(1, 0.25f, 0.503103852f);
+  EXPECT_EQ(rose.y, 0.0f);
+  EXPECT_EQ(rose.w, 0.0f);
+  const KeyInfo green = Key(0, 0.5f, 0.331264108f);
+  EXPECT_EQ(green.y, 0.0f);
+  EXPECT_EQ(green.w, 1.0f);
+}
+
+// Both differences lie below a millionth, and their slope outside the sector.
+TEST(KeyInfo, WithinAMillionthOfThatAxisTheSlopeDoesNotCount) {
+  constexpr float kStep = 5.96046448e-8f;  // between floats just below a half
+  const KeyInfo key = Key(0.5f - 11 * kStep, 0.5f, 0.5f + 9 * kStep);
+  EXPECT_LT(key.z, 2e-6f);
+  EXPECT_EQ(key.w, 1.0f);
+}
+
 TEST(AngleInfo, OfTheDefaultSimilarity) {
   const AngleInfo angle = ComputeAngleInfo(0.667f);
   EXPECT_NEAR(angle.x, 1.7341f, 1e-3);
@@ -83,6 +101,11 @@ TEST(AngleInfo, OfFullSimilarityIsLargeAndNegative) {
 TEST(AngleInfo, WithinAMillionthOfFullCountsAsFull) {
   EXPECT_LT(ComputeAngleInfo(0.9999995f).x, 0.0f);
   EXPECT_GT(ComputeAngleInfo(0.99999f).x, 0.0f);
+}
+
+// Close to a right angle the tangent magnifies the last bit of its argument: in doubles it would be 127151.
+TEST(AngleInfo, IsComputedInFloats) {
+  EXPECT_NEAR(ComputeAngleInfo(0.999995f).x, 127810.2f, 100);
 }
 
 TEST(AngleInfo, ClampsTheSimilarity) {

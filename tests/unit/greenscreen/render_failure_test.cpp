@@ -405,6 +405,18 @@ TEST_F(EffectThatLacks, AnyOneTechniqueStillDrawsEveryFrame) {
   }
 }
 
+TEST_F(EffectThatLacks, ABlurParameterIsNotMissedWhereTheBlurIsNotEntered) {
+  CreateWithout("blur_tex");
+  Update(R"({"fgAlphaBlurIntensity":0.0000001})");
+  ASSERT_EQ(Settings().fg_alpha_blur_intensity, 0.0000001f);
+  NextFrame();
+  EXPECT_THAT(Errors(), IsEmpty());
+  Update(R"({"fgAlphaBlurIntensity":0.0000015})");  // above the limit: the blur is entered
+  NextFrame();
+  EXPECT_THAT(Errors(), ElementsAre("fg alpha blur missing texture/effect param",
+                                    "fg alpha blur failed, continue without blur (intensity=0.0000)"));
+}
+
 TEST_F(EffectThatLacks, KeyLutCountsItsTableAsBuilt) {
   CreateWithout("KeyLut");
   NextFrame();

@@ -1,6 +1,8 @@
 // The passes of a frame, in order, with what each reads and writes, and when they run again.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "green_screen_bench.h"
 
 namespace vanta_test {
@@ -46,7 +48,8 @@ TEST_F(RenderOrder, EveryCallOfAFirstFrame) {
                       // The filter's own texture.
                       "obs_get_base_effect(OBS_EFFECT_DEFAULT)", "gs_effect_get_param_by_name(base effect, image)",
                       "gs_effect_set_texture(image, null)",
-                      "obs_source_process_filter_tech_end(filter, base effect, 0, 0, )", "gs_effect_get_val(image)"};
+                      "obs_source_process_filter_tech_end(filter, base effect, 0, 0, )", "gs_effect_get_val(image)",
+                      "gs_effect_set_texture(image, null)"};
   Append(expected, BeginPassCalls(kKeyLutTarget, "2560", "2560"));
   Append(expected,
          {"gs_effect_set_vec2(angle_info, 0, 0)", "gs_effect_set_vec4(key_info, -0.160516, 0.987033, 1.01314, 0)",
@@ -96,7 +99,7 @@ TEST_F(RenderOrder, AllPassesOfOneFrameAndWhatFeedsThem) {
   EXPECT_THAT(
       Passes(),
       ElementsAre(
-          "KeyLut texrender1 2560x2560 image=null",
+          "KeyLut texrender1 2560x2560 image=null image=null",
           "LutApply texrender2 64x48 uv_lut=texrender1.texture image=filter.frame",
           "Denoise texrender4 64x48 image=texrender2.texture", "AlphaShrink texrender5 64x48 image=texrender4.texture",
           "AlphaShrink texrender6 64x48 image=texrender5.texture", "BlurDown texrender7 32x24 image=texrender6.texture",
@@ -149,6 +152,19 @@ TEST_F(RenderOrder, DenoiseBeginsAnewOnTheFirstFrameAlone) {
   Create();
   NextFrame();
   EXPECT_EQ(LastValue("denoise_init_flag"), "1");
+  NextFrame();
+  EXPECT_EQ(LastValue("denoise_init_flag"), "0");
+}
+
+TEST_F(RenderOrder, DenoiseBeginsAnewWhereItsStateWasLost) {
+  Create();
+  NextFrame();
+  gs_recorder::FailAll("gs_texrender_get_texture(" + kNextTarget + ")");
+  NextFrame();
+  EXPECT_EQ(LastValue("denoise_init_flag"), "1");
+  EXPECT_EQ(LastValue("prev_state_tex"), "") << "there is no state to hand over";
+  EXPECT_THAT(Errors(), IsEmpty());
+  gs_recorder::AllowAll();
   NextFrame();
   EXPECT_EQ(LastValue("denoise_init_flag"), "0");
 }
@@ -262,7 +278,9 @@ TEST_F(RenderOrder, BlurIsNotEnteredAtNoIntensity) {
 }
 
 TEST_F(RenderOrder, BlurIsNotEnteredWhereItVanishes) {
-  Create(R"({"denoiseEnabled":false,"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":0.0000001})");
+  Create(R"({"denoiseEnabled":false,"fgAlphaBlurEnabled":true,"fgAlphaBlurIntensity":0.5})");
+  Update(R"({"fgAlphaBlurIntensity":0.0000001})");
+  ASSERT_EQ(Settings().fg_alpha_blur_intensity, 0.0000001f);
   NextFrame();
   EXPECT_THAT(BlurPasses(Passes()), IsEmpty());
   // Just above the first limit the blur is entered and finds nothing to do: half of it lies below.
@@ -312,7 +330,10 @@ TEST_F(RenderOrder, ACacheWithoutItsTextureIsLoggedAndMadeAgain) {
 TEST_F(RenderOrder, ALostTableTextureRebuildsTheTableWithoutAWord) {
   Create();
   NextFrame();
-  gs_recorder::FailCall(13);  // the first of the key table's texture
+  NextFrame();
+  const Strings calls = gs_recorder::Calls();
+  const auto first = std::find(calls.begin(), calls.end(), "gs_texrender_get_texture(" + kKeyLutTarget + ")");
+  gs_recorder::FailCall(static_cast<size_t>(first - calls.begin()) + 1);
   ClearNotes();
   Tick();
   Render();

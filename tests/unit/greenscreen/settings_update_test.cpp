@@ -46,6 +46,15 @@ TEST_F(SettingsUpdate, EmptyTextChangesNothing) {
   EXPECT_THAT(RenderAgain(), IsEmpty());
 }
 
+TEST_F(SettingsUpdate, EmptyAndNullTextsAreNotRememberedAsTheLast) {
+  Create();
+  Update("[1]");
+  Update("");
+  data().renderer.UpdateSettings(nullptr);
+  Update("[1]");
+  EXPECT_THAT(Errors(), ElementsAre("invalid config json, keep previous settings. json=[1]"));
+}
+
 TEST_F(SettingsUpdate, NullTextChangesNothing) {
   CreateAndDraw();
   data().renderer.UpdateSettings(nullptr);
