@@ -33,15 +33,16 @@ std::shared_ptr<ReportSubscriber> ReportHistory::Exchange(std::shared_ptr<Report
 }
 
 void ReportHistory::Subscribe(vanta_host_report_cb callback, void *param) {
-  std::shared_ptr<ReportSubscriber> subscriber;
-  if (callback) {
-    subscriber = std::make_shared<ReportSubscriber>(callback, param);
-    if (!subscriber->Start()) {
-      blog(LOG_ERROR, "[vanta_host] no thread for reports: their subscriber is given none");
-      subscriber = nullptr;
-    }
+  const auto subscriber = callback ? std::make_shared<ReportSubscriber>(callback, param) : nullptr;
+  // It is given reports from here on, but not before the former one has ended: the two may have one `param`.
+  if (const auto former = Exchange(subscriber)) former->Finish();
+  if (!subscriber || subscriber->Start()) return;
+  blog(LOG_ERROR, "[vanta_host] no thread for reports: their subscriber is given none");
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (subscriber_ == subscriber) subscriber_ = nullptr;
   }
-  if (const auto former = Exchange(std::move(subscriber))) former->Finish();
+  subscriber->Abandon();
 }
 
 void ReportHistory::Flush() {

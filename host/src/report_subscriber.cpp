@@ -15,6 +15,8 @@ thread_local bool is_subscribers_thread = false;
 }  // namespace
 
 bool ReportSubscriber::Start() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (ending_) return true;
   try {
     // The thread keeps the object: it may be abandoned from inside its own call.
     thread_ = std::thread([self = shared_from_this()] { self->Main(); });
@@ -60,6 +62,7 @@ void ReportSubscriber::End(bool hand_on) {
   }
   posted_.notify_one();
   handed_on_.notify_all();
+  if (!thread_.joinable()) return;
   if (is_subscribers_thread)
     thread_.detach();
   else

@@ -33,14 +33,14 @@ class ReportSubscriber : public std::enable_shared_from_this<ReportSubscriber> {
   ReportSubscriber(const ReportSubscriber &) = delete;
   ReportSubscriber &operator=(const ReportSubscriber &) = delete;
 
-  // False where the system grants no thread.
+  // Begins to hand on, what was posted before first. False where the system grants no thread.
   bool Start();
   // Waits for no call, so it may come under any lock.
   void Post(const Report &report);
   // Waits until what was posted before has been handed on. On a subscriber's own thread it waits for nothing.
   void Flush();
   // Hands on what was posted and ends the thread: the callback is in no call any more. On a subscriber's own thread it
-  // hands on nothing and waits for nothing. Finish or Abandon comes once, after the last Post.
+  // hands on nothing and waits for nothing, and one that was not started never will be. After the last Post.
   void Finish();
   // The same, and hands on nothing.
   void Abandon();
@@ -51,10 +51,10 @@ class ReportSubscriber : public std::enable_shared_from_this<ReportSubscriber> {
 
   const vanta_host_report_cb callback_;
   void *const param_;
-  std::thread thread_;
 
-  std::mutex mutex_;  // guards what follows
+  std::mutex mutex_;  // guards what follows; `thread_` until `ending_`
   std::condition_variable posted_, handed_on_;
+  std::thread thread_;
   std::deque<Report> queue_;
   uint64_t posts_ = 0;    // reports that came, which numbers them from 1
   uint64_t calling_ = 0;  // the number of the one that the callback has now; 0: none

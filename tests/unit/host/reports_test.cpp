@@ -212,6 +212,24 @@ TEST(ReportSubscriber, UnsubscribingWaitsForACallInProgressAndForWhatCameBefore)
   EXPECT_EQ(held.seen, (Reports{{19, "1"}, {19, "2"}}));
 }
 
+TEST(ReportSubscriber, IsNotCalledBeforeTheFormerOneHasEnded) {
+  HeldCall former, next;
+  next.let_go = true;
+  vanta_host_set_report_callback(HeldCall::Hold, &former);
+  ReportInto(former, "1");
+  std::thread replacer([&] { vanta_host_set_report_callback(HeldCall::Hold, &next); });
+  for (int i = 0; i < 2000; ++i) {
+    blog_user_define_data_report(19, "2");
+    std::this_thread::yield();
+  }
+  EXPECT_FALSE(next.entered);
+  former.let_go = true;
+  replacer.join();
+  blog_user_define_data_report(19, "3");
+  vanta_host_set_report_callback(nullptr, nullptr);
+  EXPECT_EQ(next.seen.back().second, "3");
+}
+
 TEST(ReportSubscriber, DetachingWaitsUntilItHasWhatCameBefore) {
   HeldCall held;
   vanta_host_set_report_callback(HeldCall::Hold, &held);
