@@ -58,7 +58,7 @@ void ReportSubscriber::End(bool hand_on) {
   {
     std::lock_guard<std::mutex> lock(mutex_);
     ending_ = true;
-    if (!hand_on) queue_.clear();
+    if (!hand_on || !thread_.joinable()) queue_.clear();
   }
   posted_.notify_one();
   handed_on_.notify_all();
