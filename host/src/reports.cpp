@@ -1,4 +1,5 @@
 // Telemetry and the vision stack's log as the module sends them, and the host application's view of the former.
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -17,9 +18,13 @@ namespace {
 using vanta_host::Report;
 using vanta_host::Reports;
 
+std::atomic<vanta_host::ReportHistory *> made{nullptr};  // the history, once somebody has asked for it
+
 // Ends the subscriber's thread before its code goes, at process end or when the library is closed.
 struct ReportsEnd {
-  ~ReportsEnd() { Reports().Close(); }
+  ~ReportsEnd() {
+    if (vanta_host::ReportHistory *const history = made) history->Close();
+  }
 } reports_end;
 
 std::string Format(const char *format, va_list args) {
@@ -51,7 +56,7 @@ namespace vanta_host {
 
 ReportHistory &Reports() {
   // Outlives every thread that may still report while the process ends.
-  static ReportHistory *history = new ReportHistory;
+  static ReportHistory *history = made = new ReportHistory;
   return *history;
 }
 
