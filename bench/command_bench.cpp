@@ -14,10 +14,10 @@
 
 #include "beauty/face_beauty_filter_worker.h"
 #include "engine/faceless_instance.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
 #include "ratio.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/scripted_engine.h"
 
 namespace {
 

@@ -17,10 +17,10 @@
 
 #include "beauty/face_beauty_filter_worker.h"
 #include "comparison.h"
-#include "frames/flip_frame.h"
-#include "frames/frame_makers.h"
-#include "frames/libyuv_to_i420_frame.h"
-#include "frames/pack_v210.h"
+#include "frames/conversion/flip_frame.h"
+#include "frames/conversion/frame_makers.h"
+#include "frames/conversion/libyuv_to_i420_frame.h"
+#include "frames/conversion/pack_v210.h"
 #include "v210_encoder.h"
 
 namespace {

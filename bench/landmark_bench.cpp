@@ -10,15 +10,15 @@
 #include <thread>
 #include <vector>
 
-#include "failure.h"
-#include "integration/support/display.h"
-#include "integration/support/landmark_filter.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
+#include "common/failure.h"
+#include "fakes/runner/scripted_runner.h"
+#include "fixtures/libobs/display.h"
+#include "fixtures/libobs/landmark_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
 #include "ratio.h"
-#include "support/scripted_runner.h"
+#include "session/virtual_display.h"
 #include "vanta_host.h"
-#include "virtual_display.h"
 
 namespace {
 
@@ -38,12 +38,12 @@ Picture Gradient() {
   return picture;
 }
 
-// A source that nobody shows, with a filter of one road: it captures when it is told to.
+// A source that nobody shows, with a filter of one path: it captures when it is told to.
 class Capture {
  public:
-  explicit Capture(Road road) : road_(road) {
+  explicit Capture(Path path) : path_(path) {
     source_.Paint(Gradient());
-    filter_ = std::make_unique<LandmarkFilter>(source_.Get(), road);
+    filter_ = std::make_unique<LandmarkFilter>(source_.Get(), path);
     obs_enter_graphics();
     finish_ = reinterpret_cast<void (*)()>(vanta_host_gl_function("glFinish"));
     obs_leave_graphics();
@@ -51,7 +51,7 @@ class Capture {
 
   // Milliseconds of the graphics lock, by the wall's clock: waiting for the driver is what counts.
   double Time() {
-    vanta_host_set_switch(VANTA_SWITCH_ASYNC_GPU_MAP, road_ == Road::kGpu);
+    vanta_host_set_switch(VANTA_SWITCH_ASYNC_GPU_MAP, path_ == Path::kGpu);
     obs_enter_graphics();
     finish_();
     const double time = vanta_bench::Milliseconds([&] { obs_source_video_render(source_.Get()); });
@@ -61,7 +61,7 @@ class Capture {
   }
 
  private:
-  const Road road_;
+  const Path path_;
   PaintedSource source_;
   std::unique_ptr<LandmarkFilter> filter_;
   void (*finish_)() = nullptr;
@@ -70,8 +70,8 @@ class Capture {
 vanta_bench::Row MeasureLock() {
   const ObsSession session;
   RegisterPaintedSource();
-  Capture gpu(Road::kGpu);
-  Capture cpu(Road::kCpu);
+  Capture gpu(Path::kGpu);
+  Capture cpu(Path::kCpu);
   vanta_bench::Turns turns;
   for (int turn = -2; turn < kTurns; ++turn) {
     std::this_thread::sleep_for(kPastTheInterval);

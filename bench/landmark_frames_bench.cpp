@@ -12,14 +12,14 @@
 #include <opencv2/imgproc.hpp>
 #include <thread>
 
-#include "failure.h"
-#include "integration/support/display.h"
-#include "integration/support/landmark_filter.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "support/portrait.h"
+#include "common/failure.h"
+#include "fixtures/libobs/display.h"
+#include "fixtures/libobs/landmark_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/portrait/portrait.h"
+#include "session/virtual_display.h"
 #include "vanta_host.h"
-#include "virtual_display.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ Picture Portrait() {
 
 void Play(const PaintedSource &source, bool filtered, Pictures &pictures) {
   std::unique_ptr<LandmarkFilter> filter;
-  if (filtered) filter = std::make_unique<LandmarkFilter>(source.Get(), Road::kGpu);
+  if (filtered) filter = std::make_unique<LandmarkFilter>(source.Get(), Path::kGpu);
   std::this_thread::sleep_for(kSettling);
   const uint32_t all = obs_get_total_frames();
   const uint32_t lost = obs_get_lagged_frames();

@@ -9,9 +9,9 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "engine/lumivex_api.h"
 #include "lumivex/lumivex_values.h"
 #include "ratio.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 namespace {
 

@@ -9,15 +9,15 @@
 #include <functional>
 #include <vector>
 
-#include "failure.h"
-#include "integration/support/beauty_chain.h"
-#include "integration/support/display.h"
-#include "integration/support/obs_session.h"
+#include "common/failure.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/display.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/wait.h"
 #include "lumivex/lumivex_control.h"
 #include "ratio.h"
-#include "support/wait.h"
+#include "session/virtual_display.h"
 #include "vanta_host.h"
-#include "virtual_display.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "support/face_reader.h"
-#include "support/portrait.h"
+#include "fixtures/portrait/face_reader.h"
+#include "fixtures/portrait/portrait.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "beauty/beauty_filter_source.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
 #include "lumivex/lumivex_control.h"
 #include "ratio.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
 
 namespace {
 

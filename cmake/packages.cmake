@@ -24,7 +24,7 @@ elseif(UNIX AND NOT APPLE)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   # The package's own libraries belong to no package yet.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
-    ${PROJECT_BINARY_DIR}/host ${PROJECT_BINARY_DIR}/engines/lumivex ${PROJECT_BINARY_DIR}/engines/tessera)
+    ${PROJECT_BINARY_DIR}/host/vanta_host ${PROJECT_BINARY_DIR}/engines/lumivex ${PROJECT_BINARY_DIR}/engines/tessera)
   # A host, and what vanta-run plays with where there is no display.
   set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "obs-studio, obs-plugins, xvfb, libgl1-mesa-dri, libegl-mesa0")
   set(CPACK_DEBIAN_PACKAGE_SUGGESTS gnuplot-nox)

@@ -1,4 +1,4 @@
-#include "keyer/key_sheet.h"
+#include "key_sheet.h"
 
 #include <algorithm>
 #include <array>
@@ -9,11 +9,11 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "integration/support/green_screen.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "integration/support/screenshot.h"
-#include "keyer/keyer_scene.h"
+#include "fixtures/libobs/green_screen_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/libobs/screenshot.h"
+#include "keyer_scene.h"
 
 namespace keyer_bench {
 namespace {

@@ -7,8 +7,8 @@
 // - keyer_bench speed, keyer_bench --out FILE: time per rendered frame, against the stock filter; FILE takes it as
 // JSON.
 // - keyer_bench sheet FILE: before and after of each setting that changes the picture.
-// - keyer_bench scaled FILE [EFFECT]: hair as the host draws it smaller and larger; with EFFECT, another effect file, that
-// one's beside ours.
+// - keyer_bench scaled FILE [EFFECT]: hair as the host draws it smaller and larger; with EFFECT, another effect file,
+// that one's beside ours.
 // - keyer_bench picture FOLDER CONFIG...: PAM pictures of the take's last frame and of each config's result.
 #include <cstdio>
 #include <cstring>
@@ -17,16 +17,16 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/green_screen.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "integration/support/screenshot.h"
-#include "keyer/key_sheet.h"
-#include "keyer/keyer_metrics.h"
-#include "keyer/keyer_scene.h"
-#include "keyer/keyer_speed.h"
-#include "keyer/scaled_sheet.h"
-#include "keyer/stock_key.h"
+#include "fixtures/libobs/green_screen_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/libobs/screenshot.h"
+#include "key_sheet.h"
+#include "keyer_metrics.h"
+#include "keyer_scene.h"
+#include "keyer_speed.h"
+#include "scaled_sheet.h"
+#include "stock_key.h"
 
 namespace keyer_bench {
 namespace {

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <exception>
 
-#include "integration/support/display.h"
-#include "virtual_display.h"
+#include "fixtures/libobs/display.h"
+#include "session/virtual_display.h"
 
 namespace keyer_bench {
 int Run(int argc, char **argv);

@@ -1,4 +1,4 @@
-#include "keyer/keyer_metrics.h"
+#include "keyer_metrics.h"
 
 #include <algorithm>
 #include <cmath>

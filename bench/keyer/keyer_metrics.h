@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "keyer/keyer_scene.h"
+#include "keyer_scene.h"
 
 namespace keyer_bench {
 

@@ -1,4 +1,4 @@
-#include "keyer/keyer_scene.h"
+#include "keyer_scene.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "keyer/keyer_speed.h"
+#include "keyer_speed.h"
 
 #include <graphics/vec4.h>
 
@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/green_screen.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "keyer/pass_times.h"
-#include "keyer/stock_key.h"
+#include "fixtures/libobs/green_screen_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "pass_times.h"
 #include "ratio.h"
+#include "stock_key.h"
 
 namespace keyer_bench {
 namespace {

@@ -1,4 +1,4 @@
-#include "keyer/pass_times.h"
+#include "pass_times.h"
 
 #include <EGL/egl.h>
 #include <dlfcn.h>

@@ -1,4 +1,4 @@
-#include "keyer/stock_key.h"
+#include "stock_key.h"
 
 namespace keyer_bench {
 

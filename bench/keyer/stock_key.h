@@ -3,7 +3,7 @@
 
 #include <obs.hpp>
 
-#include "keyer/keyer_scene.h"
+#include "keyer_scene.h"
 
 namespace keyer_bench {
 

@@ -13,13 +13,13 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "engine/effect_description.h"
-#include "engine/game_data.h"
-#include "engine/gift.h"
-#include "engine/lumivex_api.h"
-#include "engine/magic_signal.h"
+#include "engine/callbacks/effect_description.h"
+#include "engine/callbacks/game_data.h"
+#include "engine/callbacks/gift.h"
+#include "engine/callbacks/magic_signal.h"
 #include "magic/effect_plan.h"
 #include "magic/effect_player.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "face_fit.h"
-#include "makeup_file.h"
+#include "faces/face_fit.h"
+#include "makeup/makeup_file.h"
 
 namespace {
 

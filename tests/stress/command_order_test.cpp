@@ -15,11 +15,11 @@
 
 #include "beauty/beauty_filter_source.h"
 #include "engine/faceless_instance.h"
-#include "filter_life.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/module/filter_life.h"
+#include "fixtures/process/wait.h"
 
 namespace vanta_test {
 namespace {

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fixtures/frames/host_frame.h"
+#include "fixtures/process/wait.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "support/wait.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

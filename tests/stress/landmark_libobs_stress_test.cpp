@@ -7,12 +7,12 @@
 #include <random>
 #include <thread>
 
-#include "integration/support/landmark_filter.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "support/movable_clock.h"
-#include "support/scripted_runner.h"
-#include "support/wait.h"
+#include "fakes/clock/movable_clock.h"
+#include "fakes/runner/scripted_runner.h"
+#include "fixtures/libobs/landmark_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/process/wait.h"
 
 namespace vanta_integration {
 namespace {
@@ -25,7 +25,7 @@ int Lives() {
   return lives ? std::atoi(lives) : 60;
 }
 
-class LandmarkLibobsStress : public testing::TestWithParam<Road> {};
+class LandmarkLibobsStress : public testing::TestWithParam<Path> {};
 
 TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   MovableClock::Reset();
@@ -57,7 +57,7 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
       filter.Remove();
       scripted_runner::Open();
     }
-    // The road still works.
+    // The path still works.
     const LandmarkFilter filter(source.Get(), GetParam());
     const uint64_t runs = scripted_runner::Runs();
     EXPECT_TRUE(vanta_test::WaitUntil(
@@ -73,8 +73,8 @@ TEST_P(LandmarkLibobsStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   EXPECT_EQ(scripted_runner::Alive(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, LandmarkLibobsStress, testing::Values(Road::kCpu, Road::kGpu),
-                         [](const auto &road) { return std::string(road.param == Road::kGpu ? "Gpu" : "Cpu"); });
+INSTANTIATE_TEST_SUITE_P(Paths, LandmarkLibobsStress, testing::Values(Path::kCpu, Path::kGpu),
+                         [](const auto &path) { return std::string(path.param == Path::kGpu ? "Gpu" : "Cpu"); });
 
 }  // namespace
 }  // namespace vanta_integration

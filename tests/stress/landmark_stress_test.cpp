@@ -1,25 +1,25 @@
-// A thousand short lives of the landmark filter on paper graphics: sizes that change, removals with pictures on their
-// way, ends while the runner works.
+// A thousand short lives of the landmark filter on the graphics recorder: sizes that change, removals with pictures on
+// their way, ends while the runner works.
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <random>
 #include <thread>
 
+#include "fakes/clock/movable_clock.h"
+#include "fixtures/module/landmark_fixture.h"
 #include "landmark/landmark_filter_source.h"
-#include "landmark_bench.h"
-#include "module/source_record.h"
-#include "support/movable_clock.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta_test {
 namespace {
 
 constexpr int kLives = 1000;
 
-class LandmarkStress : public LandmarkBench, public testing::WithParamInterface<bool> {
+class LandmarkStress : public LandmarkFixture, public testing::WithParamInterface<bool> {
  protected:
   LandmarkStress() {
-    UseGpuRoad(GetParam());
+    UseGpuPath(GetParam());
     gl_host_double::Script().context = true;
     gl_host_double::SetRecording(false);
     gs_recorder::SetRecording(false);
@@ -66,8 +66,8 @@ TEST_P(LandmarkStress, FilterComesAndGoesInTheMiddleOfItsWork) {
   EXPECT_GT(scripted_runner::Runs(), 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, LandmarkStress, testing::Values(false, true),
-                         [](const auto &road) { return std::string(road.param ? "Gpu" : "Cpu"); });
+INSTANTIATE_TEST_SUITE_P(Paths, LandmarkStress, testing::Values(false, true),
+                         [](const auto &path) { return std::string(path.param ? "Gpu" : "Cpu"); });
 
 }  // namespace
 }  // namespace vanta_test

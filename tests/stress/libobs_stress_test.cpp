@@ -4,10 +4,10 @@
 #include <atomic>
 #include <thread>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/wait.h"
 
 namespace vanta_integration {
 namespace {

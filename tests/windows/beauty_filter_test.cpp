@@ -3,14 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include "host/paper_host.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "host/fake_host.h"
 #include "host/thread_description.h"
 #include "module_dll.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
 
 using namespace vanta_test;
 
@@ -28,7 +28,7 @@ DWORD ThreadNamed(const std::string &name) {
   DWORD id = 0;
   WaitUntil(
       [&] {
-        for (const paper_host::ThreadName &thread : paper_host::ThreadNames())
+        for (const fake_host::ThreadName &thread : fake_host::ThreadNames())
           if (thread.name == name) id = thread.thread;
         return id != 0;
       },
@@ -55,7 +55,7 @@ TEST_F(BeautyFilterDll, PassesThreeHundredFramesThroughTheEngine) {
 }
 
 TEST_F(BeautyFilterDll, LeavesNothingBehind) {
-  const long blocks = paper_host::BlocksAlive();
+  const long blocks = fake_host::BlocksAlive();
   {
     BeautyFilter filter;
     for (uint64_t i = 1; i <= 10; ++i) filter.VideoThroughEngine(MakeFrame(16, i).get());
@@ -63,8 +63,8 @@ TEST_F(BeautyFilterDll, LeavesNothingBehind) {
   EXPECT_EQ(scripted_engine::Created(), 1);
   EXPECT_EQ(scripted_engine::Alive(), 0);
   EXPECT_EQ(scripted_engine::FramesAlive(), 0u);
-  EXPECT_EQ(paper_host::SettingsAlive(), 0);
-  EXPECT_EQ(paper_host::BlocksAlive(), blocks);
+  EXPECT_EQ(fake_host::SettingsAlive(), 0);
+  EXPECT_EQ(fake_host::BlocksAlive(), blocks);
   EXPECT_EQ(gs_recorder::ObjectsAlive(), 0u);
   EXPECT_EQ(gs_recorder::Misuse(), std::vector<std::string>());
   EXPECT_EQ(host_double::Count("RemoveThread"), 1u);

@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fixtures/process/log_capture.h"
 #include "module_dll.h"
-#include "support/gs_recorder.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
 
 using namespace vanta_test;
 

@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
 #include "module_dll.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
 
 using namespace vanta_test;
 namespace fs = std::filesystem;

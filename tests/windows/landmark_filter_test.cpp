@@ -1,4 +1,4 @@
-// The landmark filter of the module's DLL: both roads into the runner, the second with a Direct3D on paper.
+// The landmark filter of the module's DLL: both paths into the runner, the second with a fake Direct3D.
 #include <windows.h>  // before libobs, whose vector headers rename what this one includes
 
 #include <algorithm>
@@ -9,15 +9,15 @@
 
 #include <gtest/gtest.h>
 
-#include "host/paper_host.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fakes/runner/scripted_runner.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "host/fake_host.h"
 #include "landmark/com_doubles.h"
-#include "landmark/paper_graphics.h"
+#include "landmark/fake_graphics.h"
 #include "module_dll.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "support/scripted_runner.h"
-#include "support/wait.h"
 
 using namespace vanta_test;
 
@@ -26,7 +26,7 @@ namespace {
 constexpr uint32_t kVendor = 0x10de;
 constexpr uint32_t kDevice = 0x1234;
 constexpr char kConfigFolder[] = "C:\\config\\";
-// Small enough for the paper staging texture.
+// Small enough for the fake staging texture.
 constexpr uint32_t kSourceWidth = 4;
 constexpr uint32_t kSourceHeight = 2;
 
@@ -49,14 +49,14 @@ class LandmarkFilter : public testing::Test {
   }
   ~LandmarkFilter() override {
     Destroy();
-    paper_host::SetConfigFolder(kConfigFolder);
+    fake_host::SetConfigFolder(kConfigFolder);
     EXPECT_EQ(scripted_runner::Alive(), 0);
     EXPECT_EQ(gs_recorder::Misuse(), std::vector<std::string>{});
   }
 
   // With an adapter that is the host's, and every pixel red.
-  void UsePaperGraphics() {
-    LoadPaperGraphics();
+  void UseFakeGraphics() {
+    LoadFakeGraphics();
     com_script.adapters = 1;
     com_script.vendor_ids[0] = kVendor;
     com_script.device_ids[0] = kDevice;
@@ -70,8 +70,8 @@ class LandmarkFilter : public testing::Test {
     parent_.width = width;
     parent_.height = height;
   }
-  void Create(bool gpu_road) {
-    host_double::Change([=](HostSwitches &host) { host.async_gpu_map = gpu_road; });
+  void Create(bool gpu_path) {
+    host_double::Change([=](HostSwitches &host) { host.async_gpu_map = gpu_path; });
     record_ = host_double::Registered("tessera_landmark_filter");
     const gs_recorder::InGraphics inside;
     instance_ = record_.create(nullptr, &filter_);
@@ -98,7 +98,7 @@ class LandmarkFilter : public testing::Test {
   }
   static bool HasRun() { return scripted_runner::Runs() > 0; }
   static bool HasThread(const std::string &name) {
-    const std::vector<paper_host::ThreadName> names = paper_host::ThreadNames();
+    const std::vector<fake_host::ThreadName> names = fake_host::ThreadNames();
     return std::any_of(names.begin(), names.end(), [&](const auto &each) { return each.name == name; });
   }
 
@@ -138,7 +138,7 @@ TEST_F(LandmarkFilter, ModelFolderOutsideAsciiIsGivenInTheCodePage) {
       WideCharToMultiByte(CP_ACP, 0, L"C:\\K\u00F6nfig\\", -1, in_code_page, sizeof(in_code_page), nullptr, nullptr),
       0);
   ASSERT_NE(in_code_page, config) << "the code page is UTF-8";
-  paper_host::SetConfigFolder(config);
+  fake_host::SetConfigFolder(config);
   Create(false);
   RenderUntil(HasRun, "a run");
   const std::string models = std::string(in_code_page) + "VantaLive\\basic\\default\\CorvidModel";
@@ -149,7 +149,7 @@ TEST_F(LandmarkFilter, ModelFolderOutsideAsciiIsGivenInTheCodePage) {
 }
 
 TEST_F(LandmarkFilter, PictureGoesToTheRunnerThroughDirect3D) {
-  UsePaperGraphics();
+  UseFakeGraphics();
   Create(true);
   RenderUntil(HasRun, "a run");
   Destroy();
@@ -169,7 +169,7 @@ TEST_F(LandmarkFilter, PictureGoesToTheRunnerThroughDirect3D) {
 }
 
 TEST_F(LandmarkFilter, NewSizeReplacesTheStagingTextureBeforeTheTextureIsOpened) {
-  UsePaperGraphics();
+  UseFakeGraphics();
   Create(true);
   RenderUntil(HasRun, "a run");
   for (const auto &[width, height] : {std::pair{4, 4}, {8, 4}}) {
@@ -192,7 +192,7 @@ TEST_F(LandmarkFilter, NewSizeReplacesTheStagingTextureBeforeTheTextureIsOpened)
 }
 
 TEST_F(LandmarkFilter, TextureWithoutAStagingTextureKeepsItsKey) {
-  UsePaperGraphics();
+  UseFakeGraphics();
   com_script.texture_result = E_OUTOFMEMORY;
   Create(true);
   // The first texture comes round again after the six of the pool.

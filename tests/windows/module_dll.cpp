@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 #include <util/bmem.h>
 
-#include "host/paper_host.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/wait.h"
+#include "host/fake_host.h"
 
 namespace fs = std::filesystem;
 
@@ -32,7 +32,7 @@ ScratchFolder::~ScratchFolder() {
 }
 
 ModuleDll::ModuleDll(const fs::path &file, const fs::path &data) {
-  paper_host::SetModuleFolder(Utf8(data));
+  fake_host::SetModuleFolder(Utf8(data));
   handle_ = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
   EXPECT_NE(handle_, nullptr) << Utf8(file) << ": error " << GetLastError();
 }

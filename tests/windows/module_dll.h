@@ -11,8 +11,8 @@
 
 #include <obs.h>
 
-#include "engine/i_faceless.h"
-#include "module/source_record.h"
+#include "vanta_filter/engine/i_faceless.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta_test {
 
@@ -58,7 +58,7 @@ using Frame = std::unique_ptr<obs_source_frame, FreeFrame>;
 // NV12, every luma byte `fill`, every chroma byte 128.
 Frame MakeFrame(uint8_t fill, uint64_t timestamp, uint32_t width = kWidth, uint32_t height = kHeight);
 
-// A beauty filter of that module on a paper source. Its worker has had one black frame when the constructor is through.
+// A beauty filter of that module on a fake source. Its worker has had one black frame when the constructor is through.
 class BeautyFilter {
  public:
   explicit BeautyFilter(obs_data_t *settings = nullptr);

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "host/paper_host.h"
-#include "module/host_frame.h"
+#include "fakes/host/host_double.h"
+#include "host/fake_host.h"
 #include "module_dll.h"
-#include "support/host_double.h"
+#include "vanta_filter/module/host_frame.h"
 
 using namespace vanta_test;
 
@@ -98,7 +98,7 @@ TEST_F(Registration, NameFollowsTheLocale) {
 
 TEST_F(Registration, SecondLocaleLeavesOneTableAlive) {
   dll_.Find<void(const char *)>("obs_module_set_locale")("zh-CN");
-  EXPECT_EQ(paper_host::TablesAlive(), 1);
+  EXPECT_EQ(fake_host::TablesAlive(), 1);
 }
 
 TEST_F(Registration, DataWordsAskTheDriversForTheFastAdapter) {

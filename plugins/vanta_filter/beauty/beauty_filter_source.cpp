@@ -12,9 +12,10 @@
 #include "engine/faceless_instance.h"
 #include "frames/blank_frame.h"
 #include "frames/plane_layout.h"
-#include "module/host_extensions.h"
-#include "module/host_frame.h"
-#include "module/module_text.h"
+#include "obs/module_text.h"
+#include "obs/source_registration.h"
+#include "vanta_filter/module/host_extensions.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace vanta {
 namespace {

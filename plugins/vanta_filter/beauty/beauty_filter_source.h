@@ -1,7 +1,7 @@
 // The beauty filter as the host sees it: its registration record and its callbacks.
 #pragma once
 
-#include "module/source_record.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta {
 

@@ -9,10 +9,10 @@
 #include <string>
 
 #include "beauty/face_beauty_filter_worker.h"
-#include "engine/lumivex_api.h"
-#include "module/graphics_scope.h"
-#include "module/mutex.h"
+#include "obs/graphics_scope.h"
 #include "stats/frame_cost_recorder.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 // How the last delivered frame reached the host; the numbers are those of LX::FrameData::pixel_format.
 inline constexpr int32_t kFrameTypeMemory = 1;       // written back into the host's frame

@@ -7,8 +7,9 @@
 #include <thread>
 
 #include "engine/faceless_instance.h"
-#include "module/host_frame.h"
+#include "frames/conversion/copy_frame.h"
 #include "platform/clock.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace vanta {
 
@@ -204,6 +205,10 @@ void FaceBeautyFilterWorker::RefreshAbilityText() {
   if (!render_) return;
   ability_text_ = render_->GetStats();
   render_->ClearStats();
+}
+
+bool FaceBeautyFilterWorker::CopyFrame(obs_source_frame *frame, const LX::FrameData &i420) {
+  return CopyI420ToHostFrame(frame, i420);
 }
 
 }  // namespace vanta

@@ -15,14 +15,16 @@
 #include <vector>
 
 #include "beauty/frame_orientation.h"
+#include "engine/command_receiver.h"
 #include "engine/lumivex_processor.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "module/host_extensions.h"
-#include "module/mutex.h"
+#include "platform/cond_var.h"
 #include "platform/thread.h"
 #include "stats/delay_stats.h"
 #include "stats/frame_cost_recorder.h"
 #include "stats/stattistics.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 
@@ -32,7 +34,7 @@ namespace vanta {
 // Threads: Create, start [control]; EnqueueFrame, DequeueFrame, GetDumpJson [video]; update, stop, Command [any]; the
 // last reference may go on any. render_mutex and tasks_mutex are never held together, wake_mutex never under
 // render_mutex.
-class FaceBeautyFilterWorker {
+class FaceBeautyFilterWorker final : public CommandReceiver {
  public:
   // When the last reference goes the worker is stopped and its threads are joined, which waits for the frame in
   // progress. Where a NoJoinScope stands, a thread made for it waits instead and the reference goes at once.
@@ -55,22 +57,11 @@ class FaceBeautyFilterWorker {
   // The JSON text of the dumped frame `id`; empty when another one was dumped last.
   std::string &GetDumpJson(std::string &out, uint32_t id);
 
-  // An I420 engine frame straight into the host's frame, in its format: I420, NV12, YUY2, UYVY, RGBA, BGRA, BGRX, I422
-  // or V210. I420 is copied as far as both frames' planes go, whatever their sizes; V210 has rows of V210RowBytes,
-  // whatever pitch the frame names. False, with nothing written, for any other format, which is logged, where a frame
-  // has no planes, and for all but I420 where it does not hold the picture. The frame path does not use it.
-  // Threads: any.
+  // As frames/conversion/copy_frame.h has it; the frame path does not use it. Threads: any.
   static bool CopyFrame(obs_source_frame *frame, const LX::FrameData &i420);
 
   // Null clears the worker's copy.
   void update(obs_data_t *settings);
-  // One operation of the processor, by the host's option: ahead of the next frame, or at once.
-  template <typename... Params, typename... Args>
-  void Command(void (IFaceless::*operation)(Params...), const Args &...args) {
-    Forward([operation, copies = std::tuple<std::decay_t<Params>...>(args...)](LumivexProcessor &render) {
-      std::apply([&](const auto &...values) { (render.*operation)(values...); }, copies);
-    });
-  }
 
  private:
   enum State : uint32_t { kUninitialised = 0, kStopped = 1, kRunning = 2 };
@@ -112,8 +103,7 @@ class FaceBeautyFilterWorker {
   void KeepDump(const LX::FrameData &data, obs_source_frame *frame);
 
   // Settings.
-  using EngineCall = std::function<void(LumivexProcessor &)>;
-  void Forward(EngineCall call);
+  void Forward(EngineCall call) override;
   void CallEngine(const EngineCall &call) VANTA_EXCLUDES(render_mutex_);
   OBSData CurrentSettings() VANTA_EXCLUDES(settings_mutex_);
   void UpdateOrientation(obs_data_t *orientation);

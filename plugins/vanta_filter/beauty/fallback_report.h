@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 

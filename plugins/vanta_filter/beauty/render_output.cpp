@@ -4,8 +4,9 @@
 #include <util/base.h>
 
 #include "beauty/fallback_report.h"
-#include "module/host_extensions.h"
+#include "obs/skip_filter.h"
 #include "platform/fault_guard.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
@@ -17,11 +18,6 @@ constexpr int32_t kEngineMemoryFrame = 1;  // LX::FrameData::pixel_format of a m
 std::shared_ptr<LX::FrameData> LatestFrame(face_beauty_filter_data &filter) {
   MutexLock lock(filter.output_mutex);
   return filter.bgra_frame;
-}
-
-// libobs follows the parent without a test.
-void SkipFilter(face_beauty_filter_data &filter) {
-  if (obs_filter_get_parent(filter.context)) obs_source_skip_video_filter(filter.context);
 }
 
 void FallBack(const char *reason) {
@@ -113,7 +109,7 @@ void draw_memory_copy(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_c
   UploadLatestFrame(filter);
   // A texture made for a new size holds nothing until a frame of that size comes.
   if (!filter.texture_written) {
-    SkipFilter(filter);
+    SkipFilter(filter.context);
     return;
   }
   gs_effect_set_texture(gs_effect_get_param_by_name(filter.effect, "image"), filter.texture);
@@ -182,11 +178,11 @@ bool IsMemoryFrameOnGpuPath(face_beauty_filter_data &filter) {
 void RenderBeautyOutput(face_beauty_filter_data &filter) {
   const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
   if (type < kFrameTypePixelBuffer || type > kFrameTypeSharedTexture) {
-    SkipFilter(filter);
+    SkipFilter(filter.context);
     return;
   }
   if (IsMemoryFrameOnGpuPath(filter)) {
-    SkipFilter(filter);
+    SkipFilter(filter.context);
     FallBack("format_nv12");
     return;
   }

@@ -43,6 +43,10 @@ void FaceBeautyFilterWorker::update(obs_data_t *settings) {
   RequestInterop(settings);
 }
 
+CommandReceiver &ReceiverOf(FaceBeautyFilterWorker &worker) {
+  return worker;
+}
+
 void FaceBeautyFilterWorker::Forward(EngineCall call) {
   if (!EnableAsyncBeautyOption()) {
     CallEngine(call);

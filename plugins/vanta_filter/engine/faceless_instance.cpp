@@ -6,7 +6,7 @@
 #include <bit>
 #include <utility>
 
-#include "beauty/face_beauty_filter_worker.h"
+#include "engine/command_receiver.h"
 #include "platform/thread.h"
 
 namespace vanta {
@@ -66,7 +66,7 @@ void FacelessInstance::FanOut(void (IFaceless::*operation)(Params...), const Arg
   const NoJoinScope no_join;  // a command waits for no frame, though its reference be a worker's last
   std::optional<obs_source_t *> visited;
   while (const std::shared_ptr<FaceBeautyFilterWorker> worker = NextWorker(visited))
-    worker->Command(operation, args...);
+    ReceiverOf(*worker).Command(operation, args...);
 }
 
 // ---- Commands: a log line, then the fan-out ----
@@ -282,10 +282,10 @@ void FacelessInstance::SetMagicEffectForSources(std::list<obs_source_t *> source
     const std::shared_ptr<FaceBeautyFilterWorker> worker = FindWorker(source);
     if (!worker) continue;
     if (request.event_name.empty())
-      worker->Command(&IFaceless::SetMagicEffectWithPath, request.path, request.slot, request.flag);
+      ReceiverOf(*worker).Command(&IFaceless::SetMagicEffectWithPath, request.path, request.slot, request.flag);
     else
-      worker->Command(&IFaceless::SetMagicEffectWithEvent, request.path, request.slot, request.flag,
-                      request.event_name);
+      ReceiverOf(*worker).Command(&IFaceless::SetMagicEffectWithEvent, request.path, request.slot, request.flag,
+                                  request.event_name);
   }
   for (obs_source_t *source : sources) obs_source_release(source);
 }

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/i_faceless.h"
-#include "module/mutex.h"
-#include "platform/export.h"
+#include "vanta_base/export.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/engine/i_faceless.h"
 
 namespace vanta {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "engine/lumivex_render.h"
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {

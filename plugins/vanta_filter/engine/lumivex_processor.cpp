@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "engine/engine_paths.h"
+#include "obs/engine_paths.h"
 
 namespace vanta {
 

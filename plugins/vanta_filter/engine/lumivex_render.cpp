@@ -1,7 +1,5 @@
 #include "engine/lumivex_render.h"
 
-#include <callback/calldata.h>
-#include <callback/signal.h>
 #include <util/base.h>
 
 #include <algorithm>
@@ -9,11 +7,12 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "engine/ability_handler.h"
-#include "engine/engine_paths.h"
-#include "engine/engine_text_log.h"
-#include "module/host_extensions.h"
+#include "engine/callbacks/engine_text_log.h"
+#include "obs/engine_paths.h"
+#include "obs/host_signal.h"
 #include "platform/thread.h"
+#include "vanta_filter/engine/ability_handler.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
@@ -82,13 +81,11 @@ void LumivexRender::CreateEngine(const std::shared_ptr<GLFWwindow> &gl_window) {
 
 void LumivexRender::SendStartupReport() {
   const std::string text = nlohmann::json{{"createEngine", engine_ != nullptr}}.dump();
-  calldata_t data;
-  calldata_init(&data);
-  calldata_set_int(&data, "type", 1);
-  calldata_set_string(&data, "type_func", "OnLumivexInit");
-  calldata_set_string(&data, "data_str", text.c_str());
-  signal_handler_signal(obs_get_signal_handler(), "vanta_filter_callback", &data);
-  calldata_free(&data);
+  HostSignal signal;
+  calldata_set_int(signal.arguments(), "type", 1);
+  calldata_set_string(signal.arguments(), "type_func", "OnLumivexInit");
+  calldata_set_string(signal.arguments(), "data_str", text.c_str());
+  signal.Send("vanta_filter_callback");
 }
 
 void LumivexRender::ReportMissingEngine() {

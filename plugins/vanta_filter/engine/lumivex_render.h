@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/i_faceless.h"
-#include "engine/lumivex_api.h"
-#include "landmark/face_points.h"
-#include "module/mutex.h"
+#include "face_points/face_points.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/engine/i_faceless.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 class ILiveEffectJsonAbilityHandler;
 

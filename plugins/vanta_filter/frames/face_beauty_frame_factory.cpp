@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "frames/frame_fields.h"
+#include "frames/conversion/frame_fields.h"
 #include "frames/plane_copy.h"
 
 namespace vanta {

@@ -7,10 +7,10 @@
 
 #include <obs.h>
 
-#include "engine/lumivex_api.h"
 #include "frames/frame_scaler.h"
 #include "frames/pooled_frame.h"
-#include "module/mutex.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 namespace vanta {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "frames/plane_layout.h"
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 

@@ -7,8 +7,8 @@
 #include <media-io/video-scaler.h>
 #include <obs.h>
 
+#include "frames/conversion/readable_planes.h"
 #include "frames/plane_copy.h"
-#include "frames/readable_planes.h"
 
 namespace vanta {
 

@@ -6,7 +6,7 @@
 
 #include <obs.h>
 
-#include "engine/lumivex_api.h"
+#include "vanta_filter/engine/lumivex_api.h"
 
 namespace vanta {
 

@@ -8,8 +8,8 @@
 #include <obs.h>
 
 #include "greenscreen/effect_parameters.h"
-#include "module/graphics_scope.h"
-#include "module/module_text.h"
+#include "obs/graphics_scope.h"
+#include "obs/module_text.h"
 
 namespace vanta {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <obs.h>
 
-#include "module/graphics_scope.h"
+#include "obs/graphics_scope.h"
 
 namespace vanta {
 

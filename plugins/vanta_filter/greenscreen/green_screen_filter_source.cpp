@@ -7,9 +7,10 @@
 #include <nlohmann/json.hpp>
 
 #include "greenscreen/green_screen_filter_data.h"
-#include "module/host_extensions.h"
-#include "module/module_text.h"
-#include "module/source_record.h"
+#include "obs/module_text.h"
+#include "obs/source_registration.h"
+#include "vanta_filter/module/host_extensions.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta {
 namespace {

@@ -5,7 +5,8 @@
 
 #include "greenscreen/filter_texture.h"
 #include "greenscreen/green_screen_config.h"
-#include "greenscreen/render_pass.h"
+#include "greenscreen/passes/render_pass.h"
+#include "obs/skip_filter.h"
 
 namespace vanta {
 namespace {
@@ -13,11 +14,6 @@ namespace {
 void Destroy(gs_texrender_t *&target) {
   if (target) gs_texrender_destroy(target);
   target = nullptr;
-}
-
-// libobs follows the parent without a test.
-void SkipFilter(obs_source_t *filter) {
-  if (obs_filter_get_parent(filter)) obs_source_skip_video_filter(filter);
 }
 
 }  // namespace

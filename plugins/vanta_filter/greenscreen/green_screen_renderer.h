@@ -7,11 +7,11 @@
 
 #include <obs.h>
 
-#include "greenscreen/blur_shape.h"
 #include "greenscreen/effect_parameters.h"
 #include "greenscreen/green_screen_settings.h"
-#include "module/graphics_scope.h"
-#include "module/mutex.h"
+#include "greenscreen/passes/blur_shape.h"
+#include "obs/graphics_scope.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 

@@ -2,7 +2,7 @@
 
 #include <graphics/vec4.h>
 
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
@@ -16,7 +16,7 @@ bool IsTimeForCapture(LandmarkFilterData &filter) {
 }
 
 // The surface's mapping is still on record, so the next capture unmaps the new surface once.
-void FitTarget(LandmarkFilterData &filter, uint32_t width, uint32_t height) VANTA_REQUIRES(graphics_context) {
+void EnsureTargetSize(LandmarkFilterData &filter, uint32_t width, uint32_t height) VANTA_REQUIRES(graphics_context) {
   if (filter.width == width && filter.height == height) return;
   if (filter.stagesurface) gs_stagesurface_unmap(filter.stagesurface);
   gs_stagesurface_destroy(filter.stagesurface);
@@ -74,7 +74,7 @@ void CaptureTarget(LandmarkFilterData &filter) {
   if (width == 0 || height == 0) return;
   gs_viewport_push();
   gs_projection_push();
-  FitTarget(filter, width, height);
+  EnsureTargetSize(filter, width, height);
   RenderTarget(filter, target);
   if (EnableAsyncGpuTextureMap())
     filter.worker->CopyTexture(filter.texrender);

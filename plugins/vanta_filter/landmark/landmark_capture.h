@@ -2,11 +2,11 @@
 #pragma once
 
 #include "landmark/landmark_filter_data.h"
-#include "module/graphics_scope.h"
+#include "obs/graphics_scope.h"
 
 namespace vanta {
 
-// Does nothing before the interval is over, and where the effect engine supplies the faces. On the CPU road the
+// Does nothing before the interval is over, and where the effect engine supplies the faces. On the CPU path the
 // graphics thread waits for the read-back.
 void CaptureTarget(LandmarkFilterData &filter) VANTA_REQUIRES(graphics_context);
 

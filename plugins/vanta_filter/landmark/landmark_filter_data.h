@@ -22,7 +22,7 @@ struct LandmarkFilterData {
   uint32_t width = 1920;                      // pixels, of `texrender` and `stagesurface`
   uint32_t height = 1080;                     // pixels
   gs_texrender_t *texrender = nullptr;
-  gs_stagesurf_t *stagesurface = nullptr;  // CPU road; stays mapped between captures
+  gs_stagesurf_t *stagesurface = nullptr;  // CPU path; stays mapped between captures
   uint8_t *mapped_data = nullptr;          // what it is mapped to; null when it is not
   uint32_t linesize = 0;                   // bytes, of `mapped_data`
   uint32_t capture_interval_ms = 66;       // between two captures at least

@@ -5,9 +5,10 @@
 
 #include <utility>
 
-#include "module/host_extensions.h"
-#include "platform/shared_texture.h"
+#include "platform/move_to_shared.h"
 #include "platform/thread.h"
+#include "vanta_filter/module/host_extensions.h"
+#include "vanta_filter/textures/shared_texture.h"
 
 namespace vanta {
 namespace {

@@ -11,8 +11,9 @@
 
 #include "landmark/shared_tex.h"
 #include "landmark/shared_tex_pool.h"
-#include "module/mutex.h"
+#include "platform/cond_var.h"
 #include "platform/thread.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 

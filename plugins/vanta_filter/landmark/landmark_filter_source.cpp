@@ -4,7 +4,9 @@
 
 #include "landmark/landmark_capture.h"
 #include "landmark/landmark_filter_data.h"
-#include "module/source_record.h"
+#include "obs/skip_filter.h"
+#include "obs/source_registration.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta {
 namespace {
@@ -44,9 +46,9 @@ obs_properties_t *GetProperties(void *) {
 
 void Update(void *, obs_data_t *) {}
 
-// The video goes on before anything else happens. libobs follows the parent without a test.
+// The video goes on before anything else happens.
 void PassVideo(LandmarkFilterData &filter) {
-  if (obs_filter_get_parent(filter.context)) obs_source_skip_video_filter(filter.context);
+  SkipFilter(filter.context);
 }
 
 void VideoRender(void *data, gs_effect_t *) VANTA_REQUIRES(graphics_context) {

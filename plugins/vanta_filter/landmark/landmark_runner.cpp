@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "engine/engine_paths.h"
-#include "landmark/face_point_signal.h"
-#include "landmark/landmark_parsing.h"
+#include "face_points/face_point_signal.h"
+#include "face_points/landmark_parsing.h"
+#include "obs/engine_paths.h"
 
 namespace vanta {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <obs.h>
 
-#include "landmark/tessera_api.h"
+#include "vanta_filter/landmark/tessera_api.h"
 
 namespace vanta {
 

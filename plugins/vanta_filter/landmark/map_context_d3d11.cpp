@@ -9,7 +9,7 @@
 #include <util/base.h>
 
 #include "landmark/map_context.h"
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {

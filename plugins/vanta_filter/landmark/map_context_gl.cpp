@@ -7,8 +7,8 @@
 #include <util/base.h>
 
 #include "landmark/map_context.h"
-#include "module/host_extensions.h"
-#include "module/host_gl.h"
+#include "vanta_filter/module/host_extensions.h"
+#include "vanta_filter/textures/host_gl.h"
 
 struct ID3D11Device {
   vanta_host_gl_context *const gl_context;

@@ -18,7 +18,7 @@ OwnedFrame MakeI420Frame(uint32_t width, uint32_t height) {
   return frame;
 }
 
-void FitI420Frame(OwnedFrame &frame, uint32_t width, uint32_t height) {
+void EnsureI420FrameSize(OwnedFrame &frame, uint32_t width, uint32_t height) {
   if (frame && frame->width == width && frame->height == height) return;
   frame.reset();
   frame = MakeI420Frame(width, height);

@@ -16,7 +16,7 @@ using OwnedFrame = std::unique_ptr<obs_source_frame, DestroyFrame>;
 
 OwnedFrame MakeI420Frame(uint32_t width, uint32_t height);
 // Makes a new one when the size differs; what was in it is gone then.
-void FitI420Frame(OwnedFrame &frame, uint32_t width, uint32_t height);
+void EnsureI420FrameSize(OwnedFrame &frame, uint32_t width, uint32_t height);
 
 // Fills an I420 frame from as many pixels, bytes R, G, B, A, rows `linesize` bytes apart. False, and the frame as it
 // was, without pixels, without a frame of that format, or when a row is too short for the frame.

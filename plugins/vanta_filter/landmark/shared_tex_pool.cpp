@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/shared_texture.h"
+#include "vanta_filter/textures/shared_texture.h"
 
 namespace vanta {
 namespace {

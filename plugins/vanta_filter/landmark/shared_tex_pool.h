@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "landmark/shared_tex.h"
-#include "module/mutex.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 

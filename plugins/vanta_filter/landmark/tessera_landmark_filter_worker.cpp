@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
@@ -19,7 +19,7 @@ void LogAndReport(int level, const char *text) {
   blog_user_define_data_report(kReportId, text);
 }
 
-void TellSupervision(uint64_t thread_id, uint64_t timestamp) {
+void ReportToWatchdog(uint64_t thread_id, uint64_t timestamp) {
   SetTesseraLandmarkFilterWorkerThreadId(thread_id);
   SetTesseraLandmarkFilterWorkerThreadTimestamp(timestamp);
 }
@@ -75,23 +75,23 @@ void TesseraLandmarkFilterWorker::ThreadMain() {
   const uint64_t id = CurrentThreadId();
   cpu_frame_ = MakeI420Frame(kFirstWidth, kFirstHeight);
   runner_.InitRunner();
-  if (EnableAsyncGpuTextureMap()) SetUpGpuRoad();
+  if (EnableAsyncGpuTextureMap()) SetUpGpuPath();
   initialized_ = true;
   while (!stop_) {
     WaitForPicture();
     if (stop_) break;
-    TellSupervision(id, os_gettime_ns());
+    ReportToWatchdog(id, os_gettime_ns());
     RunNewestPicture();
     TesseraLandmarkFilterWorkerThreadSleep();
-    TellSupervision(0, 0);
+    ReportToWatchdog(0, 0);
   }
   if (gpu_worker_) gpu_worker_->StopAndJoin();
   runner_.Reset();
   blog(LOG_INFO, "TesseraLandmarkFilterWorker stop");
-  TellSupervision(0, 0);
+  ReportToWatchdog(0, 0);
 }
 
-void TesseraLandmarkFilterWorker::SetUpGpuRoad() {
+void TesseraLandmarkFilterWorker::SetUpGpuPath() {
   LogAndReport(LOG_INFO, "use gpu map.");
   if (!CreateD3DDevice(&d3d_device_, &d3d_context_)) {
     LogAndReport(LOG_ERROR, "Create D3D device or context failed!");
@@ -118,7 +118,7 @@ void TesseraLandmarkFilterWorker::RunNewestPicture() {
   {
     MutexLock lock(cpu_mutex_);
     if (input_) {
-      FitI420Frame(cpu_frame_, input_->width, input_->height);
+      EnsureI420FrameSize(cpu_frame_, input_->width, input_->height);
       RGBAtoI420(input_->data.get(), input_->linesize, cpu_frame_.get());
     }
   }

@@ -12,16 +12,17 @@
 #include "landmark/map_context.h"
 #include "landmark/rgba_buffer.h"
 #include "landmark/rgba_to_i420.h"
-#include "module/graphics_scope.h"
-#include "module/mutex.h"
+#include "obs/graphics_scope.h"
+#include "platform/cond_var.h"
 #include "platform/thread.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 
-// Pictures come on one of two roads, as the host chooses: read back already, through PushFrame, or as textures, through
-// CopyTexture, which the GPU worker's thread reads back. On the first road the newest picture waits; one that the
+// Pictures come on one of two paths, as the host chooses: read back already, through PushFrame, or as textures, through
+// CopyTexture, which the GPU worker's thread reads back. On the first path the newest picture waits; one that the
 // runner has no time for is gone without a word. Owns: its thread, the runner, the GPU worker with its device, one
-// picture and one frame for each road. Threads: PushFrame, CopyTexture, destructor [render]; Stop [any]. Neither thread
+// picture and one frame for each path. Threads: PushFrame, CopyTexture, destructor [render]; Stop [any]. Neither thread
 // of it enters graphics, and no receiver of its signal may: the destructor joins them with the graphics context held.
 class TesseraLandmarkFilterWorker {
  public:
@@ -42,19 +43,19 @@ class TesseraLandmarkFilterWorker {
  private:
   // The thread, in the order of its life.
   void ThreadMain();
-  void SetUpGpuRoad();
+  void SetUpGpuPath();
   void WaitForPicture();
   void RunNewestPicture();
 
   // Called back by the GPU worker, on its thread and at its end. False: the picture went nowhere.
   bool OnSharedTexture(SharedTex *texture);
   void OnGpuWorkerExit();
-  bool FitStagingTexture(uint32_t width, uint32_t height);
+  bool EnsureStagingTextureSize(uint32_t width, uint32_t height);
   void RunPixels(const uint8_t *pixels, uint32_t pitch, const SharedTex &texture, bool verbose);
 
   std::atomic<bool> stop_{false};
   std::atomic<bool> initialized_{false};  // all that the thread sets up is there
-  LandmarkRunner runner_;                 // one road's thread uses it, whichever the host chose
+  LandmarkRunner runner_;                 // one path's thread uses it, whichever the host chose
 
   Mutex wake_mutex_;
   CondVar wake_;
@@ -72,7 +73,7 @@ class TesseraLandmarkFilterWorker {
 
   Mutex gpu_mutex_;
   OwnedFrame gpu_frame_ VANTA_GUARDED_BY(gpu_mutex_);
-  std::unique_ptr<TesseraLandmarkFilterGpuWorker> gpu_worker_;  // null on the other road and without a device
+  std::unique_ptr<TesseraLandmarkFilterGpuWorker> gpu_worker_;  // null on the other path and without a device
 
   WorkerThread thread_;
 };

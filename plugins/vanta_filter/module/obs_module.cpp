@@ -6,8 +6,8 @@
 #include "beauty/beauty_filter_source.h"
 #include "greenscreen/green_screen_filter_source.h"
 #include "landmark/landmark_filter_source.h"
-#include "module/module_text.h"
-#include "platform/export.h"
+#include "obs/module_text.h"
+#include "vanta_base/export.h"
 
 namespace {
 

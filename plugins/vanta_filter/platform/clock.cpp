@@ -2,7 +2,8 @@
 
 #include <chrono>
 
-#include "module/mutex.h"
+#include "platform/cond_var.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 

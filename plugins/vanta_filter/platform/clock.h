@@ -7,7 +7,9 @@
 namespace vanta {
 
 int64_t SteadyClockNs();  // steady clock, nanoseconds
-inline int64_t SteadyClockUs() { return SteadyClockNs() / 1000; }
+inline int64_t SteadyClockUs() {
+  return SteadyClockNs() / 1000;
+}
 // System clock in 100 ns ticks divided by 10000: milliseconds. Frame ages and the minute rules use it.
 int64_t SystemTickMs();
 

@@ -6,6 +6,7 @@
 #include <obs.h>
 
 #include "platform/clock.h"
+#include "stats/report_line.h"
 
 namespace vanta {
 

@@ -5,18 +5,18 @@
 #include <cstdint>
 #include <vector>
 
-#include "module/mutex.h"
 #include "platform/datagram_socket.h"
-#include "stats/interval_figures.h"
 #include "stats/sample_stream.h"
-#include "stats/statistics_sample.h"
+#include "vanta_base/mutex.h"
+#include "vanta_filter/stats/interval_figures.h"
+#include "vanta_filter/stats/statistics_sample.h"
 
 namespace vanta {
 
 // Counters and streams of the present interval. A sample takes them away, logs what looks wrong and sends the figures
 // as a datagram to a local monitor, if one listens. Times are milliseconds.
 // Owns: a socket. Threads: the counting operations [video] and [worker]; MakeSample [tick-1s]; Reset, SetSize [worker];
-// OnFrameOut from one thread at a time. Nothing on the frame road waits for a sample in the making.
+// OnFrameOut from one thread at a time. Nothing on the frame path waits for a sample in the making.
 class DelayStats {
  public:
   DelayStats();

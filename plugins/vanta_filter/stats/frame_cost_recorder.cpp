@@ -6,8 +6,8 @@
 
 #include <util/base.h>
 
-#include "module/host_extensions.h"
 #include "platform/clock.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 

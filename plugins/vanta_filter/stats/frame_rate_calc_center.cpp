@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "module/host_extensions.h"
+#include "vanta_filter/module/host_extensions.h"
 
 void FrameRateCalcCenter::AddObserver(FrameRateCalcObserver *observer) {
   const std::lock_guard<std::mutex> held(lock);

@@ -1,11 +1,11 @@
-// Values of one kind, gathered on the frame road and taken away once a second.
+// Values of one kind, gathered on the frame path and taken away once a second.
 #pragma once
 
 #include <algorithm>
 #include <limits>
 #include <vector>
 
-#include "module/mutex.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 
@@ -48,7 +48,7 @@ class SampleStream {
     values_.clear();
   }
   // The values go to `emptied`, which must be empty, and its memory comes back for the next ones. Their summary is made
-  // after the lock is free again, so that the frame road never waits for it.
+  // after the lock is free again, so that the frame path never waits for it.
   StreamSummary Take(std::vector<float> &emptied) VANTA_EXCLUDES(mutex_) {
     {
       const MutexLock held(mutex_);

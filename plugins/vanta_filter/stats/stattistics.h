@@ -6,7 +6,8 @@
 #include <functional>
 #include <thread>
 
-#include "module/mutex.h"
+#include "platform/cond_var.h"
+#include "vanta_base/mutex.h"
 
 namespace vanta {
 

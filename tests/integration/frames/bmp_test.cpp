@@ -4,11 +4,11 @@
 #include <opencv2/imgcodecs.hpp>
 #include <random>
 
-#include "frames/dump_files.h"
-#include "frames/image_dumper.h"
-#include "integration/frames/ffmpeg.h"
-#include "unit/frames/dump_folder.h"
-#include "unit/frames/i420_picture.h"
+#include "ffmpeg.h"
+#include "fixtures/frames/dump_folder.h"
+#include "fixtures/frames/i420_picture.h"
+#include "frames/dump/dump_files.h"
+#include "frames/dump/image_dumper.h"
 
 namespace vanta {
 namespace {

@@ -1,4 +1,4 @@
-#include "integration/frames/ffmpeg.h"
+#include "ffmpeg.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/frames/dump_folder.h"
+#include "fixtures/frames/dump_folder.h"
 
 namespace vanta_test {
 

@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "frames/pack_v210.h"
-#include "integration/frames/ffmpeg.h"
-#include "module/host_extensions.h"
+#include "ffmpeg.h"
+#include "frames/conversion/pack_v210.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {

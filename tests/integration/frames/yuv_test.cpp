@@ -1,9 +1,9 @@
 // Raw YUV dumps, played by ffmpeg.
 #include <random>
 
-#include "frames/image_dumper.h"
-#include "integration/frames/ffmpeg.h"
-#include "unit/frames/dump_folder.h"
+#include "ffmpeg.h"
+#include "fixtures/frames/dump_folder.h"
+#include "frames/dump/image_dumper.h"
 
 namespace vanta {
 namespace {

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "module/host_extensions.h"
-#include "support/log_capture.h"
-#include "support/movable_clock.h"
-#include "support/scripted_engine.h"
+#include "fakes/clock/movable_clock.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/log_capture.h"
+#include "vanta_filter/module/host_extensions.h"
 
 namespace vanta_integration {
 namespace {

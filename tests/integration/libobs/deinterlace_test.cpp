@@ -1,11 +1,11 @@
 // A deinterlaced source, for which the filter gives out a frame of its own when the engine has none.
 #include <gtest/gtest.h>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "support/log_capture.h"
-#include "support/movable_clock.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/clock/movable_clock.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {

@@ -1,5 +1,5 @@
 // Frames that the host marks, on their way through the open engine and back: with their own id, and with the engine's
-// word of what it did to them.
+// report of what it did to them.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {

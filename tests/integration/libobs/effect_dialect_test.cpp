@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-#include "integration/support/obs_session.h"
+#include "fixtures/libobs/obs_session.h"
 
 namespace {
 

@@ -15,12 +15,12 @@
 #include <string>
 #include <thread>
 
-#include "failure.h"
-#include "integration/support/beauty_chain.h"
-#include "integration/support/display.h"
-#include "integration/support/obs_session.h"
+#include "common/failure.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/display.h"
+#include "fixtures/libobs/obs_session.h"
 #include "lumivex/lumivex_values.h"
-#include "virtual_display.h"
+#include "session/virtual_display.h"
 
 namespace {
 

@@ -7,15 +7,15 @@
 #include <functional>
 #include <string>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/media_clip.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/screenshot.h"
+#include "fakes/graphics/scripted_driver.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/media_clip.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/screenshot.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
-#include "support/log_capture.h"
-#include "support/scripted_driver.h"
-#include "support/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {
@@ -144,9 +144,9 @@ class GpuChain {
   const Screenshot plain;
 };
 
-class GpuRoadFormats : public testing::TestWithParam<video_format> {};
+class GpuPathFormats : public testing::TestWithParam<video_format> {};
 
-TEST_P(GpuRoadFormats, ShowsThePictureOfTheMemoryRoad) {
+TEST_P(GpuPathFormats, ShowsThePictureOfTheMemoryPath) {
   const ObsSession session;
   const HostFrame picture = MakeFrame(kFirst, GetParam(), 128, 96);
   const GpuChain gpu(session, picture);
@@ -157,15 +157,15 @@ TEST_P(GpuRoadFormats, ShowsThePictureOfTheMemoryRoad) {
   EXPECT_TRUE(FeedUntilShown(
       source, chain, picture,
       [&](const Screenshot &shot) { return MeanDifference(shot, TakeScreenshot(gpu.source.Get())) <= kSame; },
-      "the same picture on both roads"));
+      "the same picture on both paths"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, GpuRoadFormats,
+INSTANTIATE_TEST_SUITE_P(Formats, GpuPathFormats,
                          testing::Values(VIDEO_FORMAT_NV12, VIDEO_FORMAT_I420, VIDEO_FORMAT_I422, VIDEO_FORMAT_YUY2,
                                          VIDEO_FORMAT_BGRA),
                          [](const auto &format) { return get_video_format_name(format.param); });
 
-TEST(GpuRoad, LeavesTheFramesInMemoryAsTheyCame) {
+TEST(GpuPath, LeavesTheFramesInMemoryAsTheyCame) {
   const ObsSession session;
   const HostFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
@@ -176,7 +176,7 @@ TEST(GpuRoad, LeavesTheFramesInMemoryAsTheyCame) {
   EXPECT_EQ(LargestDifference(gpu.chain.behind.Last(), picture), 0);
 }
 
-// Plays the clip on one of the two roads. The picture stands still, so that each road shows the same one.
+// Plays the clip on one of the two paths. The picture stands still, so that each path shows the same one.
 Screenshot PlayClip(const MediaClip &clip, bool on_gpu) {
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, on_gpu);
   const ObsSession session({.stock_media = true});
@@ -190,7 +190,7 @@ Screenshot PlayClip(const MediaClip &clip, bool on_gpu) {
         return vanta_host_get_engine_state() == VANTA_ENGINE_RUNNING &&
                vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE) == on_gpu;
       },
-      "the engine's road"));
+      "the engine's path"));
   const size_t before = chain.behind.Count();
   EXPECT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= before + 20; }, "twenty frames"));
   WaitForTicks(2);
@@ -199,7 +199,7 @@ Screenshot PlayClip(const MediaClip &clip, bool on_gpu) {
   return shot;
 }
 
-TEST(GpuRoad, PlaysAClipAsTheMemoryRoadDoes) {
+TEST(GpuPath, PlaysAClipAsTheMemoryPathDoes) {
   const MediaClip clip(VIDEO_FORMAT_I420, 90, kFirst, 0, 320, 180);
   ASSERT_TRUE(clip.Made());
   const Screenshot memory = PlayClip(clip, false);
@@ -207,7 +207,7 @@ TEST(GpuRoad, PlaysAClipAsTheMemoryRoadDoes) {
   EXPECT_LE(MeanDifference(gpu, memory), kSame);
 }
 
-TEST(GpuRoad, FollowsTheSourcesSize) {
+TEST(GpuPath, FollowsTheSourcesSize) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
   const HostFrame larger = MakeFrame(kFirst, VIDEO_FORMAT_NV12, 96, 64);
@@ -219,7 +219,7 @@ TEST(GpuRoad, FollowsTheSourcesSize) {
   EXPECT_FALSE(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE_FALLBACK));
 }
 
-TEST(GpuRoad, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
+TEST(GpuPath, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
   const HostFrame other = MakeFrame(kSecond);
@@ -231,7 +231,7 @@ TEST(GpuRoad, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
   session.Control().SetFacelessJumpInfo({false, 0});
 }
 
-TEST(GpuRoad, PassedByWithoutAnEngineShowsTheSourceAndNotTheFrameBefore) {
+TEST(GpuPath, PassedByWithoutAnEngineShowsTheSourceAndNotTheFrameBefore) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
   const HostFrame other = MakeFrame(kSecond);
@@ -243,7 +243,7 @@ TEST(GpuRoad, PassedByWithoutAnEngineShowsTheSourceAndNotTheFrameBefore) {
       "the source's own picture"));
 }
 
-TEST(GpuRoad, ServesTwoSourcesAtOnce) {
+TEST(GpuPath, ServesTwoSourcesAtOnce) {
   const ObsSession session;
   GpuChain one(session, MakeFrame(kFirst));
   GpuChain other(session, MakeFrame(kSecond));
@@ -253,7 +253,7 @@ TEST(GpuRoad, ServesTwoSourcesAtOnce) {
 }
 
 // A texture without a label counts as destroyed: shared ones would draw nothing.
-TEST(GpuRoad, LeadsThroughMemoryWhereTheDriverHasNoLabels) {
+TEST(GpuPath, LeadsThroughMemoryWhereTheDriverHasNoLabels) {
   const vanta_test::ScriptedDriver driver({{"GL_KHR_debug"}, "4.2"});
   const ObsSession session;
   const HostFrame picture = MakeFrame(kFirst);

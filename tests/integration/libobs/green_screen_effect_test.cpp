@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/green_screen.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "integration/support/screenshot.h"
-#include "support/log_capture.h"
+#include "fixtures/libobs/green_screen_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/libobs/screenshot.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 

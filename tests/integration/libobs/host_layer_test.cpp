@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <functional>
 
-#include "engine/ability_handler.h"
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "module/source_record.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_filter/engine/ability_handler.h"
+#include "vanta_filter/module/source_record.h"
 #include "vanta_host.h"
 
 extern "C" void __wrap_obs_register_source_s(const obs_source_info *info, size_t size);

@@ -6,14 +6,14 @@
 #include <tuple>
 #include <vector>
 
-#include "integration/support/graphics_watch.h"
-#include "integration/support/landmark_filter.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "integration/support/screenshot.h"
-#include "support/log_capture.h"
-#include "support/scripted_runner.h"
-#include "support/wait.h"
+#include "fakes/runner/scripted_runner.h"
+#include "fixtures/libobs/graphics_watch.h"
+#include "fixtures/libobs/landmark_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/libobs/screenshot.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {
@@ -34,9 +34,9 @@ int Luma(int grey) {
   return 16 + (grey * 219 + 127) / 255;
 }
 
-class LandmarkRoad : public testing::TestWithParam<Road> {
+class LandmarkPath : public testing::TestWithParam<Path> {
  protected:
-  LandmarkRoad() {
+  LandmarkPath() {
     vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, false);
     RunnerScript script;
     script.tree = [] { return vanta_test::FaceTree({{}}); };
@@ -44,7 +44,7 @@ class LandmarkRoad : public testing::TestWithParam<Road> {
     RegisterPaintedSource();
     graphics_watch::Clear();
   }
-  ~LandmarkRoad() override {
+  ~LandmarkPath() override {
     obs_wait_for_destroy_queue();
     EXPECT_EQ(scripted_runner::Alive(), 0);
   }
@@ -74,7 +74,7 @@ class Shown {
   Shown &operator=(const Shown &) = delete;
 };
 
-TEST_P(LandmarkRoad, PictureReachesTheRunnerAndItsFacesTheHost) {
+TEST_P(LandmarkPath, PictureReachesTheRunnerAndItsFacesTheHost) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   FaceReceiver receiver;
@@ -91,7 +91,7 @@ TEST_P(LandmarkRoad, PictureReachesTheRunnerAndItsFacesTheHost) {
   EXPECT_EQ(message.points.size(), 5u);
 }
 
-TEST_P(LandmarkRoad, EachNewPictureIsSeen) {
+TEST_P(LandmarkPath, EachNewPictureIsSeen) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 10));
   const LandmarkFilter filter(source.Get(), GetParam());
@@ -102,7 +102,7 @@ TEST_P(LandmarkRoad, EachNewPictureIsSeen) {
   }
 }
 
-TEST_P(LandmarkRoad, TopOfThePictureIsTopAtTheRunner) {
+TEST_P(LandmarkPath, TopOfThePictureIsTopAtTheRunner) {
   PaintedSource source;
   Picture picture = Grey(64, 48, 40);
   for (uint32_t x = 0; x < 64; ++x)
@@ -117,7 +117,7 @@ TEST_P(LandmarkRoad, TopOfThePictureIsTopAtTheRunner) {
   EXPECT_NEAR(seen.y[64 * 44 + 32], Luma(40), 2);
 }
 
-TEST_P(LandmarkRoad, ChangeOfSizeIsFollowed) {
+TEST_P(LandmarkPath, ChangeOfSizeIsFollowed) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   const LandmarkFilter filter(source.Get(), GetParam());
@@ -129,7 +129,7 @@ TEST_P(LandmarkRoad, ChangeOfSizeIsFollowed) {
   }
 }
 
-TEST_P(LandmarkRoad, VideoPassesUntouched) {
+TEST_P(LandmarkPath, VideoPassesUntouched) {
   PaintedSource source;
   Picture picture(64, 48);
   for (size_t i = 0; i < picture.pixels.size(); ++i) picture.pixels[i] = static_cast<uint8_t>(i % 4 == 3 ? 255 : i * 7);
@@ -145,7 +145,7 @@ TEST_P(LandmarkRoad, VideoPassesUntouched) {
   }
 }
 
-TEST_P(LandmarkRoad, EngineThatSuppliesTheFacesStopsTheCaptures) {
+TEST_P(LandmarkPath, EngineThatSuppliesTheFacesStopsTheCaptures) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   const LandmarkFilter filter(source.Get(), GetParam());
@@ -161,7 +161,7 @@ TEST_P(LandmarkRoad, EngineThatSuppliesTheFacesStopsTheCaptures) {
   EXPECT_TRUE(WaitForPicture(64, 48, 60));
 }
 
-TEST_P(LandmarkRoad, CapturesKeepTheirInterval) {
+TEST_P(LandmarkPath, CapturesKeepTheirInterval) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   const LandmarkFilter filter(source.Get(), GetParam());
@@ -173,7 +173,7 @@ TEST_P(LandmarkRoad, CapturesKeepTheirInterval) {
   EXPECT_GE(span, (times.size() - 1) * 66'000'000 - 10'000'000);
 }
 
-TEST_P(LandmarkRoad, NoThreadOfTheWorkerAndNoReceiverEntersGraphics) {
+TEST_P(LandmarkPath, NoThreadOfTheWorkerAndNoReceiverEntersGraphics) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   FaceReceiver receiver;
@@ -193,7 +193,7 @@ TEST_P(LandmarkRoad, NoThreadOfTheWorkerAndNoReceiverEntersGraphics) {
   for (const FaceMessage &message : receiver.Messages()) EXPECT_FALSE(inside.contains(message.thread));
 }
 
-TEST_P(LandmarkRoad, FilterGoesWhileTheRunnerWorks) {
+TEST_P(LandmarkPath, FilterGoesWhileTheRunnerWorks) {
   PaintedSource source;
   source.Paint(Grey(64, 48, 200));
   LandmarkFilter filter(source.Get(), GetParam());
@@ -207,7 +207,7 @@ TEST_P(LandmarkRoad, FilterGoesWhileTheRunnerWorks) {
   EXPECT_EQ(log_.CountWith("tessera landmark reset"), 1u);
 }
 
-TEST_P(LandmarkRoad, SourceWithoutASizeHarmsNobody) {
+TEST_P(LandmarkPath, SourceWithoutASizeHarmsNobody) {
   PaintedSource source;
   const LandmarkFilter filter(source.Get(), GetParam());
   const Shown shown(source.Get());
@@ -216,7 +216,7 @@ TEST_P(LandmarkRoad, SourceWithoutASizeHarmsNobody) {
   EXPECT_TRUE(WaitForPicture(64, 48, 200));
 }
 
-TEST_P(LandmarkRoad, FilterThatIsOnNoSourceIsRenderedByNobody) {
+TEST_P(LandmarkPath, FilterThatIsOnNoSourceIsRenderedByNobody) {
   const OBSSourceAutoRelease filter = obs_source_create("tessera_landmark_filter", "alone", nullptr, nullptr);
   ASSERT_TRUE(filter);
   obs_enter_graphics();
@@ -224,8 +224,8 @@ TEST_P(LandmarkRoad, FilterThatIsOnNoSourceIsRenderedByNobody) {
   obs_leave_graphics();
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, LandmarkRoad, testing::Values(Road::kCpu, Road::kGpu),
-                         [](const auto &road) { return std::string(road.param == Road::kGpu ? "Gpu" : "Cpu"); });
+INSTANTIATE_TEST_SUITE_P(Paths, LandmarkPath, testing::Values(Path::kCpu, Path::kGpu),
+                         [](const auto &path) { return std::string(path.param == Path::kGpu ? "Gpu" : "Cpu"); });
 
 }  // namespace
 }  // namespace vanta_integration

@@ -10,13 +10,13 @@
 #include <thread>
 #include <vector>
 
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "landmark/landmark_filter_gpu_worker.h"
 #include "landmark/map_context.h"
-#include "module/graphics_scope.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
+#include "obs/graphics_scope.h"
 
 namespace vanta_integration {
 namespace {

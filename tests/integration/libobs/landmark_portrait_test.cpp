@@ -1,4 +1,4 @@
-// The landmark filter's two roads and the engine's own on whole libobs, with the open vision runner and a portrait: the
+// The landmark filter's two paths and the engine's own on whole libobs, with the open vision runner and a portrait: the
 // same points.
 #include <gtest/gtest.h>
 
@@ -8,14 +8,14 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/fed_source.h"
-#include "integration/support/host_frame.h"
-#include "integration/support/landmark_filter.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/painted_source.h"
-#include "support/portrait.h"
-#include "support/wait.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/fed_frame.h"
+#include "fixtures/libobs/fed_source.h"
+#include "fixtures/libobs/landmark_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/painted_source.h"
+#include "fixtures/portrait/portrait.h"
+#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {
@@ -42,11 +42,11 @@ Points SettledPoints(const FaceReceiver &receiver) {
 }
 
 // The published points of a still portrait, once they have settled.
-Points PointsOnRoad(const Picture &picture, Road road) {
+Points PointsOnPath(const Picture &picture, Path path) {
   PaintedSource source;
   source.Paint(picture);
   FaceReceiver receiver;
-  const LandmarkFilter filter(source.Get(), road);
+  const LandmarkFilter filter(source.Get(), path);
   obs_set_output_source(0, source.Get());
   EXPECT_TRUE(vanta_test::WaitUntil([&] { return !SettledPoints(receiver).empty(); }, "faces"));
   const Points newest = SettledPoints(receiver);
@@ -56,13 +56,14 @@ Points PointsOnRoad(const Picture &picture, Road road) {
 }
 
 // The engine looks at the frames that pass through the beauty filter.
-Points PointsOnTheEnginesRoad(const Picture &picture) {
+Points PointsOnTheEnginesPath(const Picture &picture) {
   const auto width = static_cast<int>(picture.width);
   const auto height = static_cast<int>(picture.height);
   const HostFrame frame = MakeFrame(0, VIDEO_FORMAT_I420, picture.width, picture.height);
   obs_source_frame &i420 = *frame.Get();
   libyuv::ABGRToI420(picture.pixels.data(), width * 4, i420.data[0], static_cast<int>(i420.linesize[0]), i420.data[1],
-                     static_cast<int>(i420.linesize[1]), i420.data[2], static_cast<int>(i420.linesize[2]), width, height);
+                     static_cast<int>(i420.linesize[1]), i420.data[2], static_cast<int>(i420.linesize[2]), width,
+                     height);
   vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, true);
   FedSource source;
   BeautyChain chain(source.Get());
@@ -84,12 +85,12 @@ void ExpectCutWithinHalfAPixel(double cut, double whole) {
   EXPECT_LE(whole - cut, 1.5);
 }
 
-TEST(LandmarkPortrait, TheEnginesOwnRoadGivesThesePointsCutToWholePixels) {
+TEST(LandmarkPortrait, TheEnginesOwnPathGivesThesePointsCutToWholePixels) {
   const ObsSession session;
   RegisterPaintedSource();
   const Picture picture = PortraitAsPicture();
-  const Points gpu = PointsOnRoad(picture, Road::kGpu);
-  const Points engine = PointsOnTheEnginesRoad(picture);
+  const Points gpu = PointsOnPath(picture, Path::kGpu);
+  const Points engine = PointsOnTheEnginesPath(picture);
   ASSERT_EQ(gpu.size(), 5u);
   ASSERT_EQ(engine.size(), 5u);
   for (size_t i = 0; i < gpu.size(); ++i) {
@@ -98,12 +99,12 @@ TEST(LandmarkPortrait, TheEnginesOwnRoadGivesThesePointsCutToWholePixels) {
   }
 }
 
-TEST(LandmarkPortrait, BothRoadsGiveTheSamePointsWithinHalfAPixel) {
+TEST(LandmarkPortrait, BothPathsGiveTheSamePointsWithinHalfAPixel) {
   const ObsSession session;
   RegisterPaintedSource();
   const Picture picture = PortraitAsPicture();
-  const Points cpu = PointsOnRoad(picture, Road::kCpu);
-  const Points gpu = PointsOnRoad(picture, Road::kGpu);
+  const Points cpu = PointsOnPath(picture, Path::kCpu);
+  const Points gpu = PointsOnPath(picture, Path::kGpu);
   ASSERT_EQ(cpu.size(), 5u);
   ASSERT_EQ(gpu.size(), 5u);
   for (size_t i = 0; i < cpu.size(); ++i) {

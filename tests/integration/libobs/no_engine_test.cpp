@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/screenshot.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/screenshot.h"
+#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {

@@ -4,12 +4,12 @@
 #include <functional>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/media_clip.h"
-#include "integration/support/obs_session.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/media_clip.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/process/wait.h"
 #include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
-#include "support/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {

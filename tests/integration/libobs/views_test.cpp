@@ -6,12 +6,12 @@
 #include <thread>
 #include <vector>
 
-#include "integration/support/beauty_chain.h"
-#include "integration/support/display.h"
-#include "integration/support/obs_session.h"
-#include "integration/support/screenshot.h"
-#include "support/scripted_engine.h"
-#include "support/wait.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/libobs/beauty_chain.h"
+#include "fixtures/libobs/display.h"
+#include "fixtures/libobs/obs_session.h"
+#include "fixtures/libobs/screenshot.h"
+#include "fixtures/process/wait.h"
 
 // Last: its macros would change the words of the others.
 #include <X11/Xlib.h>

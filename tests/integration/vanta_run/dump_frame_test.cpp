@@ -1,4 +1,4 @@
-// One frame before and after the filter, with the engine's word of it.
+// One frame before and after the filter, with the engine's report of it.
 #include <gtest/gtest.h>
 
 #include <fstream>

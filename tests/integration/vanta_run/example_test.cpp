@@ -4,7 +4,7 @@
 #include <string>
 
 #include "program.h"
-#include "virtual_display.h"
+#include "session/virtual_display.h"
 
 namespace vanta_test {
 namespace {

@@ -14,8 +14,8 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include "fixtures/process/datagram_listener.h"
 #include "program.h"
-#include "unit/stats/datagram_listener.h"
 
 namespace vanta_test {
 namespace {

@@ -1,4 +1,4 @@
-#include "option_values.h"
+#include "common/option_values.h"
 
 #include <gtest/gtest.h>
 #include <lumivex/lumivex_values.h>

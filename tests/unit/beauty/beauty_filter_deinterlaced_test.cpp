@@ -1,4 +1,4 @@
-// The road of a frame through filter_video on a deinterlaced source, and of a frame marked for dump.
+// The path of a frame through filter_video on a deinterlaced source, and of a frame marked for dump.
 #include <util/base.h>
 #include <util/bmem.h>
 
@@ -8,10 +8,10 @@
 #include <tuple>
 #include <vector>
 
-#include "filter_bench.h"
-#include "module/host_frame.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
+#include "fixtures/module/filter_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ using namespace vanta_test;
 using vanta_test::kInfo;
 using vanta_test::kWarning;
 
-class BeautyFilterDeinterlaced : public FilterBench {
+class BeautyFilterDeinterlaced : public FilterFixture {
  protected:
   void SetUp() override {
     parent_.deinterlace = OBS_DEINTERLACE_MODE_LINEAR;
@@ -276,7 +276,7 @@ TEST_F(BeautyFilterDeinterlaced, NothingOfItLeaks) {
 
 // ---- Dump ----
 
-class BeautyFilterDump : public FilterBench {
+class BeautyFilterDump : public FilterFixture {
  protected:
   void SetUp() override {
     scripted_engine::Change([](EngineScript &script) { script.dump_text = "{\"a\":1}"; });

@@ -2,14 +2,14 @@
 // case ends in a process of its own.
 #include <unistd.h>
 
-#include "filter_bench.h"
-#include "support/wait.h"
+#include "fixtures/module/filter_fixture.h"
+#include "fixtures/process/wait.h"
 
 namespace {
 
 using namespace vanta_test;
 
-class MissingEffect : public FilterBench {
+class MissingEffect : public FilterFixture {
  protected:
   // Ends the process with 0 when `create` gave null and left everything running.
   [[noreturn]] void CreateAndLeave() {

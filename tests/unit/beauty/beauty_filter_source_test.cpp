@@ -1,15 +1,15 @@
-// The filter's callbacks: registration, creation, destruction, and the road of a frame through filter_video.
+// The filter's callbacks: registration, creation, destruction, and the path of a frame through filter_video.
 #include <util/bmem.h>
 
 #include <chrono>
 #include <cstring>
 
 #include "engine/faceless_instance.h"
-#include "filter_bench.h"
-#include "module/host_frame.h"
-#include "support/log_capture.h"
-#include "support/recording_handler.h"
-#include "support/wait.h"
+#include "fakes/control/recording_handler.h"
+#include "fixtures/module/filter_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr char kEnqueueFailed[] = "[beauty][FaceBeautyFilterWorker]  EnqueueFram
 constexpr char kDequeueFailed[] = "[beauty][FaceBeautyFilterWorker]  DequeueFrame failed, return last frame";
 constexpr char kUninited[] = "[beauty][FaceBeautyFilterWorker]  worker is uninited, return original frame";
 
-class BeautyFilter : public FilterBench {
+class BeautyFilter : public FilterFixture {
  protected:
   void PutOrientationIntoTheSettings() {
     const OBSDataAutoRelease orientation = obs_data_create_from_json("{\"rot_deg\":90}");
@@ -69,7 +69,7 @@ TEST_F(BeautyFilter, CreationCallsTheHostInOrder) {
   // The worker's thread looks for its own folder while `create` goes on.
   EXPECT_EQ(gs_recorder::CallsWithout({"obs_find_module_file(faceless_builtin)", "gs_texture_destroy(null)"}),
             (Texts{"obs_filter_get_parent(filter)", "obs_source_get_id(filter)", "obs_enter_graphics()",
-                   "obs_find_module_file(vanta_beauty.effect)", "gs_effect_create_from_file(/paper/vanta_filter/file)",
+                   "obs_find_module_file(vanta_beauty.effect)", "gs_effect_create_from_file(/fake/vanta_filter/file)",
                    "gs_texture_create(1920, 1080, GS_RGBA, 1, null, GS_DYNAMIC)", "obs_leave_graphics()"}));
   EXPECT_TRUE(gs_recorder::Misuse().empty());
 }

@@ -1,20 +1,20 @@
 // What video_render draws, call by call.
 #include "engine/lumivex_render.h"
-#include "filter_bench.h"
-#include "support/call_order.h"
-#include "support/log_capture.h"
+#include "fakes/call_order.h"
+#include "fixtures/module/filter_fixture.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
+using vanta_test::kError;
 using vanta_test::kInfo;
 using vanta_test::kWarning;
-using vanta_test::kError;
 constexpr char kTag[] = "[beauty][DXGLSharedTexture][FaceBeautyFilterWorker]  ";
 
-class RenderOutput : public FilterBench {
+class RenderOutput : public FilterFixture {
  protected:
   void SetUp() override { CreateFilter(); }
 

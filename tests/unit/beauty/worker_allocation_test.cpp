@@ -1,17 +1,17 @@
-// The steady state of the frame road takes nothing from the heap.
+// The steady state of the frame path takes nothing from the heap.
 #include <chrono>
 #include <thread>
 
 #include "engine/faceless_instance.h"
-#include "support/alloc_counter.h"
-#include "support/wait.h"
-#include "worker_bench.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/alloc_counter.h"
+#include "fixtures/process/wait.h"
 
 namespace {
 
 using namespace vanta_test;
 
-class WorkerAllocation : public WorkerBench {
+class WorkerAllocation : public WorkerFixture {
  protected:
   void SetUp() override { StartWorker(); }
 

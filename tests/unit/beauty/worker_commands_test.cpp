@@ -3,16 +3,16 @@
 #include <string>
 #include <thread>
 
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/wait.h"
 #include "platform/thread.h"
-#include "support/wait.h"
-#include "worker_bench.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-class WorkerCommands : public WorkerBench {
+class WorkerCommands : public WorkerFixture {
  protected:
   void SetUp() override { StartWorker(); }
   void SetAsync(bool on) {

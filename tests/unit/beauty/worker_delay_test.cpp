@@ -1,9 +1,9 @@
 // Delay reduction: tested once a minute, drops at most four frames.
 #include <chrono>
 
-#include "module/host_frame.h"
-#include "worker_bench.h"
-#include "support/log_capture.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::string DropLine(int left, int drop) {
          "] drop[" + std::to_string(drop) + "]";
 }
 
-class WorkerDelay : public WorkerBench {
+class WorkerDelay : public WorkerFixture {
  protected:
   void SetUp() override {
     StartWorker();

@@ -1,7 +1,7 @@
-// The dump road: a frame that the host marked comes back under its id, with the engine's text.
-#include "module/host_frame.h"
-#include "worker_bench.h"
-#include "support/log_capture.h"
+// The dump path: a frame that the host marked comes back under its id, with the engine's text.
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ using namespace vanta_test;
 using vanta_test::kInfo;
 using vanta_test::kWarning;
 
-class WorkerDump : public WorkerBench {
+class WorkerDump : public WorkerFixture {
  protected:
   void SetUp() override {
     scripted_engine::Change([](EngineScript &script) { script.dump_text = "{\"applied\":1}"; });

@@ -1,11 +1,11 @@
-// The road of a frame through the worker.
+// The path of a frame through the worker.
 #include <chrono>
 #include <cstring>
 
-#include "module/host_frame.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
-#include "worker_bench.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_filter/module/host_frame.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 using vanta_test::kInfo;
 using vanta_test::kWarning;
 
-class WorkerFrames : public WorkerBench {
+class WorkerFrames : public WorkerFixture {
  protected:
   void SetUp() override { StartWorker(); }
 };
@@ -130,7 +130,7 @@ TEST_F(WorkerFrames, NewSizeRecreatesTheEngineOnItsFirstFrame) {
   ASSERT_TRUE(Feed(2, 32, 16));
   EXPECT_EQ(scripted_engine::Created(), 2);
   EXPECT_EQ(scripted_engine::Alive(), 1);
-  EXPECT_EQ(scripted_engine::Count("createEngine(/paper/vanta_filter/file, 0, 32, 16)"), 1u);
+  EXPECT_EQ(scripted_engine::Count("createEngine(/fake/vanta_filter/file, 0, 32, 16)"), 1u);
 }
 
 TEST_F(WorkerFrames, FinishedFramesOfTheOldSizeAreRecycledOneACall) {

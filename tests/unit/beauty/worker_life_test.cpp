@@ -16,12 +16,12 @@
 #include <system_error>
 #include <thread>
 
-#include "engine/ability_handler.h"
 #include "engine/faceless_instance.h"
-#include "platform/export.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
-#include "worker_bench.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_base/export.h"
+#include "vanta_filter/engine/ability_handler.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ using Lines = std::vector<LogLine>;
 using vanta_test::kError;
 using vanta_test::kInfo;
 
-class WorkerLife : public WorkerBench {};
+class WorkerLife : public WorkerFixture {};
 
 TEST_F(WorkerLife, ConstructionLogsItsStepsInOrderWithoutGlWindow) {
   MakeWorker();
@@ -107,7 +107,7 @@ TEST_F(WorkerLife, EngineGetsTheGlWindow) {
   host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
   StartWorker();
   ASSERT_TRUE(Feed());
-  EXPECT_EQ(scripted_engine::Count("createEngine(/paper/vanta_filter/file, 0, 64, 48, window)"), 1u);
+  EXPECT_EQ(scripted_engine::Count("createEngine(/fake/vanta_filter/file, 0, 64, 48, window)"), 1u);
 }
 
 TEST_F(WorkerLife, StartLogsThePriorityItAskedFor) {
@@ -368,7 +368,7 @@ TEST_F(WorkerLife, LastReferenceEndsAWorkerThatNobodyStopped) {
 }
 
 // The last reference goes on a thread that the worker's end has to wait for.
-class LastReference : public WorkerBench {
+class LastReference : public WorkerFixture {
  protected:
   void SetUp() override {
     host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });

@@ -5,10 +5,10 @@
 #include <thread>
 
 #include "engine/faceless_instance.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "platform/thread.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
-#include "worker_bench.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ Texts WithoutDictionary(Texts texts) {
   return texts;
 }
 
-class WorkerRecreation : public WorkerBench {};
+class WorkerRecreation : public WorkerFixture {};
 
 TEST_F(WorkerRecreation, SnapshotIsReplayedInItsFixedOrder) {
   vanta::FacelessInstance::GetInstance()->SetEngineSnapshot(FullSnapshot());
@@ -115,7 +115,7 @@ TEST_F(WorkerRecreation, OldEngineGoesBeforeTheNewOneComes) {
   ASSERT_TRUE(Feed(2, 32, 16));
   const Texts texts = scripted_engine::Texts();
   const auto gone = std::find(texts.begin(), texts.end(), "~LumivexSync()");
-  const auto made = std::find(texts.begin(), texts.end(), "createEngine(/paper/vanta_filter/file, 0, 32, 16)");
+  const auto made = std::find(texts.begin(), texts.end(), "createEngine(/fake/vanta_filter/file, 0, 32, 16)");
   ASSERT_NE(gone, texts.end());
   EXPECT_LT(gone, made);
 }

@@ -6,10 +6,10 @@
 #include <map>
 #include <obs.hpp>
 
-#include "support/log_capture.h"
-#include "support/recording_handler.h"
-#include "support/scripted_runner.h"
-#include "worker_bench.h"
+#include "fakes/control/recording_handler.h"
+#include "fakes/runner/scripted_runner.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 
@@ -42,7 +42,7 @@ std::string Orientation(bool hor, bool ver, int degrees) {
          ",\"ver_flip\":" + (ver ? "true" : "false") + ",\"rot_deg\":" + std::to_string(degrees) + "}}";
 }
 
-class WorkerSettings : public WorkerBench {
+class WorkerSettings : public WorkerFixture {
  protected:
   void SetUp() override { StartWorker(); }
 
@@ -128,7 +128,7 @@ TEST_F(WorkerSettings, WithTheOptionOffTheyReachItAtOnce) {
   EXPECT_EQ(log_.CountWith("SetOBSData"), 1u);
 }
 
-TEST_F(WorkerSettings, SettingsComeBeforeTheMattingWish) {
+TEST_F(WorkerSettings, SettingsComeBeforeTheMattingRequest) {
   host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
   Update("{}");
   const std::vector<LogLine> lines = log_.Lines();

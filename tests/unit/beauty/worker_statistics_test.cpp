@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "engine/faceless_instance.h"
-#include "support/wait.h"
-#include "worker_bench.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/wait.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ struct Opened {
 vanta::Stattistics &TickOf(vanta::FaceBeautyFilterWorker &worker);
 template struct Opened<&vanta::FaceBeautyFilterWorker::stattistics_>;
 
-class WorkerStatistics : public WorkerBench {
+class WorkerStatistics : public WorkerFixture {
  protected:
   void SetUp() override { StartWorker(); }
 
@@ -102,7 +102,7 @@ TEST_F(WorkerStatistics, TickCountsFramesThatEnterAndThatLeaveWhetherDeliveredOr
   EXPECT_EQ(TickOf(*worker_).out_count, 2u);
 }
 
-TEST_F(WorkerStatistics, EventsOfTheFrameRoadAreCounted) {
+TEST_F(WorkerStatistics, EventsOfTheFramePathAreCounted) {
   scripted_engine::Close(Gate::kProcess);
   const TestFrame frame = MakeFrame(kWidth, kHeight);
   for (int i = 0; i < 6; ++i) worker_->EnqueueFrame(frame.get());  // two are refused

@@ -12,11 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "engine/ability_handler.h"
-#include "engine/lumivex_api.h"
-#include "engine/records.h"
-#include "module/host_extensions.h"
-#include "stats/statistics_sample.h"
+#include "vanta_filter/engine/ability_handler.h"
+#include "vanta_filter/engine/lumivex_api.h"
+#include "vanta_filter/engine/records.h"
+#include "vanta_filter/module/host_extensions.h"
+#include "vanta_filter/stats/statistics_sample.h"
 
 namespace {
 

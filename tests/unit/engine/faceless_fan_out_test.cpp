@@ -4,10 +4,10 @@
 #include <obs.hpp>
 #include <thread>
 
-#include "engine/ability_handler.h"
 #include "engine/faceless_instance.h"
-#include "support/wait.h"
-#include "worker_bench.h"
+#include "fixtures/module/worker_fixture.h"
+#include "fixtures/process/wait.h"
+#include "vanta_filter/engine/ability_handler.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ using Texts = std::vector<std::string>;
 using vanta::FaceBeautyFilterWorker;
 using vanta::FacelessInstance;
 
-class FanOut : public WorkerBench {
+class FanOut : public WorkerFixture {
  protected:
   void SetUp() override {
     SetAsync(false);
@@ -50,12 +50,26 @@ class FanOut : public WorkerBench {
             if (!worker) continue;
             int32_t type = 2;
             std::shared_ptr<LX::FrameData> bgra;
-            worker->EnqueueFrame(frame.get());
+            frames_in_ += worker->EnqueueFrame(frame.get());
             worker->DequeueFrame(frame.get(), &type, &bgra);
           }
           return condition();
         },
         "what frames bring about");
+  }
+  // Until no frame is left that could take a queued command along.
+  bool WaitUntilNoFrameIsLeft() {
+    SetAsync(true);  // a queued command that reaches no engine makes good a lost wake-up
+    const bool none = WaitUntil(
+        [&] {
+          if (host_double::Count("ThreadSleep") >= frames_in_) return true;
+          for (FaceBeautyFilterWorker *worker : {worker_.get(), second_.get()})
+            if (worker) worker->Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);
+          return false;
+        },
+        "the last frame");
+    SetAsync(false);
+    return none;
   }
   // Until every worker in the list has run what it was sent: a last command, which runs behind all others, tells.
   void Settle() {
@@ -71,6 +85,7 @@ class FanOut : public WorkerBench {
 
   static constexpr char kLastCommand[] = "setNaturalityIntensity(0.50)";
   const std::shared_ptr<FacelessInstance> control_ = FacelessInstance::GetInstance();
+  size_t frames_in_ = 1;  // of all workers; SetUp feeds the first
   obs_source second_source_;
   std::shared_ptr<FaceBeautyFilterWorker> second_;
 };
@@ -178,6 +193,7 @@ TEST_F(FanOut, OptionIsAskedAnewForEachCommand) {
 
 TEST_F(FanOut, OptionIsAskedAnewForEachWorker) {
   AddSecond();
+  ASSERT_TRUE(WaitUntilNoFrameIsLeft());
   const bool own_first = std::less<obs_source_t *>()(&filter_, &second_source_);
   int asked = 0;
   host_double::Change([&](HostSwitches &switches) { switches.on_async_asked = [&] { SetAsync(++asked == 2); }; });

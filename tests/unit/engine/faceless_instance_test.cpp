@@ -10,9 +10,9 @@
 #include <thread>
 
 #include "beauty/face_beauty_filter_worker.h"
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The choice between shared texture and memory, with its process-wide state: a process for each case.
 #include "engine/lumivex_render.h"
-#include "engine_bench.h"
-#include "support/log_capture.h"
+#include "fixtures/module/render_fixture.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ using vanta::LumivexRender;
 
 using vanta_test::kInfo;
 
-class InteropChoice : public EngineBench {
+class InteropChoice : public RenderFixture {
  protected:
   void SetUp() override { Start(); }
   // The pixel format that a frame goes in with.
@@ -141,7 +141,7 @@ TEST_F(InteropChoice, NoGreenMattingIsProcessWide) {
   EXPECT_EQ(Format(), 4);
 }
 
-TEST_F(InteropChoice, SharedTextureComesBeforeTheMattingWish) {
+TEST_F(InteropChoice, SharedTextureComesBeforeTheMattingRequest) {
   Answer(true, 5);
   processor_->SetNoGreenMatting(true);
   EXPECT_EQ(Format(), 5);

@@ -2,9 +2,9 @@
 #include <cstring>
 #include <obs.hpp>
 
-#include "engine/ability_handler.h"
-#include "engine_bench.h"
-#include "support/log_capture.h"
+#include "fixtures/module/render_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "vanta_filter/engine/ability_handler.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ struct AbilityHandler final : ILiveEffectJsonAbilityHandler {
   Texts calls;
 };
 
-class LumivexCommands : public EngineBench {
+class LumivexCommands : public RenderFixture {
  protected:
   void SetUp() override { Start(); }
 

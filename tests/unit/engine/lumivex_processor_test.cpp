@@ -1,8 +1,8 @@
 // One frame of the worker, one call of the engine.
 #include <cstring>
 
-#include "engine_bench.h"
-#include "support/log_capture.h"
+#include "fixtures/module/render_fixture.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ using vanta::LumivexProcessor;
 
 using vanta_test::kInfo;
 
-class Processor : public EngineBench {
+class Processor : public RenderFixture {
  protected:
   void SetUp() override { Start(); }
   void Skip(bool on) {

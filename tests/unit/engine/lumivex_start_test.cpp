@@ -6,19 +6,19 @@
 #include <obs.hpp>
 #include <thread>
 
-#include "engine/engine_paths.h"
-#include "engine_bench.h"
-#include "support/log_capture.h"
+#include "fixtures/module/render_fixture.h"
+#include "fixtures/process/log_capture.h"
+#include "obs/engine_paths.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
-using vanta_test::kInfo;
 using vanta_test::kError;
+using vanta_test::kInfo;
 
-class LumivexStart : public EngineBench {
+class LumivexStart : public RenderFixture {
  protected:
   void SetUp() override {
     setenv("XDG_CONFIG_HOME", "/config", 1);
@@ -31,7 +31,7 @@ TEST_F(LumivexStart, EngineIsSetUpInItsFixedOrder) {
   Texts texts = scripted_engine::Texts();
   std::erase_if(texts, [](const std::string &text) { return text == "FramePool()"; });
   EXPECT_EQ(texts,
-            (Texts{"createEngine(/paper/vanta_filter/file, 0, 64, 48)", "setBeautyGroupPath(jingdian, 0)",
+            (Texts{"createEngine(/fake/vanta_filter/file, 0, 64, 48)", "setBeautyGroupPath(jingdian, 0)",
                    "setDebugAlertMode(0)",
                    "setModelPathDic({magic_rho_model_animoji1=/config/VantaLive/basic/default/CorvidModel/"
                    "magic_rho_model_animoji1, "
@@ -46,7 +46,7 @@ TEST_F(LumivexStart, StartIsLoggedInOrder) {
   Start();
   std::vector<LogLine> lines = log_.Lines();
   std::erase_if(lines, [](const LogLine &line) { return line.text.find("LumivexRender::") != std::string::npos; });
-  EXPECT_EQ(lines, (std::vector<LogLine>{{kInfo, "face_beauty_path= /paper/vanta_filter/file"},
+  EXPECT_EQ(lines, (std::vector<LogLine>{{kInfo, "face_beauty_path= /fake/vanta_filter/file"},
                                          {kInfo, "ai_path= /config/VantaLive/basic/default/CorvidModel"},
                                          {kInfo, "[beauty] Initialize  LXEngineConfig"},
                                          {kInfo, "[beauty] Initialize  gl_window: (nil)"}}));

@@ -1,5 +1,5 @@
 // The records that cross to the engine and the host, held against their layout.
-#include "engine/records.h"
+#include "vanta_filter/engine/records.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "engine/lumivex_api.h"
-#include "stats/statistics_sample.h"
+#include "vanta_filter/engine/lumivex_api.h"
+#include "vanta_filter/stats/statistics_sample.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <list>
 
 #include "engine/faceless_instance.h"
-#include "engine_bench.h"
-#include "worker_bench.h"
+#include "fixtures/module/render_fixture.h"
+#include "fixtures/module/worker_fixture.h"
 
 namespace {
 
@@ -132,7 +132,7 @@ Texts WithBuiltDictionary(Texts texts) {
   return texts;
 }
 
-class RenderTable : public EngineBench {};
+class RenderTable : public RenderFixture {};
 
 TEST_F(RenderTable, HoldsThe27OperationsInTheirOrder) {
   Start();
@@ -149,7 +149,7 @@ TEST_F(RenderTable, BeginsWithTheDestructor) {
   EXPECT_EQ(scripted_engine::Alive(), 0);
 }
 
-class ControlTable : public WorkerBench {
+class ControlTable : public WorkerFixture {
  protected:
   void SetUp() override {
     SetAsync(false);

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <media-io/video-scaler.h>
 
-#include "unit/frames/host_frame.h"
+#include "fixtures/frames/host_frame.h"
 
 namespace vanta {
 namespace {

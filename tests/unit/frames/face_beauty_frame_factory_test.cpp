@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/alloc_counter.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
-#include "unit/frames/host_frame.h"
+#include "fakes/engine/scripted_engine.h"
+#include "fixtures/frames/host_frame.h"
+#include "fixtures/process/alloc_counter.h"
+#include "fixtures/process/log_capture.h"
 
 namespace vanta {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "fixtures/frames/host_frame.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <media-io/video-scaler.h>
 
+#include "fakes/host/host_double.h"
+#include "fixtures/frames/host_frame.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "support/host_double.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/engine/scripted_engine.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/frames/host_frame.h"
+#include "fixtures/process/log_capture.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "support/scripted_engine.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

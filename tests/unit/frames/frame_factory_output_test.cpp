@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "fixtures/frames/host_frame.h"
+#include "fixtures/process/log_capture.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "support/log_capture.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

@@ -1,11 +1,11 @@
 // What the scalers say when they are checked and rebuilt.
 #include <gtest/gtest.h>
 
+#include "fakes/host/host_double.h"
+#include "fixtures/frames/host_frame.h"
+#include "fixtures/process/log_capture.h"
 #include "frames/face_beauty_frame_factory.h"
 #include "frames/frame_scaler.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "unit/frames/host_frame.h"
 
 namespace vanta {
 namespace {

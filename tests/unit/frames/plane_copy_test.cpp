@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "unit/frames/guarded_memory.h"
+#include "fixtures/frames/guarded_memory.h"
 
 namespace vanta {
 namespace {

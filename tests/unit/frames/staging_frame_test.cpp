@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 #include <util/bmem.h>
 
+#include "fixtures/frames/host_frame.h"
 #include "frames/face_beauty_frame_factory.h"
-#include "unit/frames/host_frame.h"
 
 namespace {
 

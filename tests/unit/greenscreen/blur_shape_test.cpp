@@ -1,4 +1,4 @@
-#include "greenscreen/blur_shape.h"
+#include "greenscreen/passes/blur_shape.h"
 
 #include <gtest/gtest.h>
 

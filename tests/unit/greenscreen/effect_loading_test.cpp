@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "green_screen_bench.h"
+#include "fixtures/module/green_screen_fixture.h"
 #include "greenscreen/effect_parameters.h"
 
 namespace vanta_test {
@@ -41,7 +41,7 @@ const std::vector<std::string> kParameters = {"image",
 const std::vector<std::string> kTechniques = {"KeyLut", "LutApply", "Denoise",          "AlphaShrink", "BlurDown",
                                               "BlurUp", "BlurStep", "SpillSuppression", "Passthrough", "OutputDraw"};
 
-class EffectLoading : public GreenScreenBench {
+class EffectLoading : public GreenScreenFixture {
  protected:
   // What creating a filter says.
   std::vector<std::string> CreationErrors() {
@@ -58,10 +58,10 @@ TEST_F(EffectLoading, NoNameIsRefused) {
 }
 
 TEST_F(EffectLoading, AFileThatIsNotThereIsSaidToBeMissing) {
-  gs_recorder::SetModuleFile("/paper/nothing.effect");
+  gs_recorder::SetModuleFile("/fake/nothing.effect");
   gs_recorder::FailAll("gs_effect_create_from_file");
   EXPECT_EQ(vanta::LoadGreenScreenEffect("a.effect"), nullptr);
-  EXPECT_THAT(Errors(), ElementsAre("load effect failed: requested=a.effect resolved=/paper/nothing.effect exists=0",
+  EXPECT_THAT(Errors(), ElementsAre("load effect failed: requested=a.effect resolved=/fake/nothing.effect exists=0",
                                     "effect compile detail unavailable (empty)"));
 }
 

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "green_screen_bench.h"
+#include "fixtures/module/green_screen_fixture.h"
 #include "greenscreen/green_screen_filter_source.h"
 
 namespace vanta_test {
@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class GreenScreenSource : public GreenScreenBench {};
+class GreenScreenSource : public GreenScreenFixture {};
 
 TEST_F(GreenScreenSource, RecordSetsItsSlotsAndNoOther) {
   std::vector<size_t> set;

@@ -1,4 +1,4 @@
-#include "greenscreen/key_info.h"
+#include "greenscreen/passes/key_info.h"
 
 #include <gtest/gtest.h>
 

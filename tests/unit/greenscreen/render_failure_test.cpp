@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <map>
 
-#include "green_screen_bench.h"
+#include "fixtures/module/green_screen_fixture.h"
 
 namespace vanta_test {
 namespace {
@@ -23,7 +23,7 @@ struct Expectation {
   Strings errors;
 };
 
-class RenderFailure : public GreenScreenBench {
+class RenderFailure : public GreenScreenFixture {
  protected:
   Outcome DrawnOutcome() const {
     EXPECT_LE(DrawnKeyed() + PassedThrough() + Skipped(), 1) << "drawn more than once";

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "green_screen_bench.h"
+#include "fixtures/module/green_screen_fixture.h"
 
 namespace vanta_test {
 namespace {
@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Strings = std::vector<std::string>;
 
-class RenderOrder : public GreenScreenBench {};
+class RenderOrder : public GreenScreenFixture {};
 
 void Append(Strings &calls, const Strings &more) {
   calls.insert(calls.end(), more.begin(), more.end());
@@ -41,15 +41,14 @@ Strings EndPassCalls(const std::string &target) {
 TEST_F(RenderOrder, EveryCallOfAFirstFrame) {
   Create(R"({"denoiseEnabled":false,"keyColor":[0,0,1],"similarity":0})");
   NextFrame();
-  Strings expected = {"obs_filter_get_target(filter)", "obs_source_get_base_width(target)",
-                      "obs_source_get_base_height(target)",
-                      "obs_source_process_filter_begin(filter, GS_RGBA, OBS_NO_DIRECT_RENDERING)",
-                      "gs_effect_get_technique(effect1, OutputDraw)", "gs_viewport_push()", "gs_projection_push()",
-                      // The filter's own texture.
-                      "obs_get_base_effect(OBS_EFFECT_DEFAULT)", "gs_effect_get_param_by_name(base effect, image)",
-                      "gs_effect_set_texture(image, null)",
-                      "obs_source_process_filter_tech_end(filter, base effect, 0, 0, )", "gs_effect_get_val(image)",
-                      "gs_effect_set_texture(image, null)"};
+  Strings expected = {
+      "obs_filter_get_target(filter)", "obs_source_get_base_width(target)", "obs_source_get_base_height(target)",
+      "obs_source_process_filter_begin(filter, GS_RGBA, OBS_NO_DIRECT_RENDERING)",
+      "gs_effect_get_technique(effect1, OutputDraw)", "gs_viewport_push()", "gs_projection_push()",
+      // The filter's own texture.
+      "obs_get_base_effect(OBS_EFFECT_DEFAULT)", "gs_effect_get_param_by_name(base effect, image)",
+      "gs_effect_set_texture(image, null)", "obs_source_process_filter_tech_end(filter, base effect, 0, 0, )",
+      "gs_effect_get_val(image)", "gs_effect_set_texture(image, null)"};
   Append(expected, BeginPassCalls(kKeyLutTarget, "2560", "2560"));
   Append(expected,
          {"gs_effect_set_vec2(angle_info, 0, 0)", "gs_effect_set_vec4(key_info, -0.160516, 0.987033, 1.01314, 0)",

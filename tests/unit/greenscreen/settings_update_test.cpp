@@ -1,7 +1,7 @@
 // What a settings update does to the renderer's cache, to its key table, and to the log.
 #include <gmock/gmock.h>
 
-#include "green_screen_bench.h"
+#include "fixtures/module/green_screen_fixture.h"
 
 namespace vanta_test {
 namespace {
@@ -9,7 +9,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class SettingsUpdate : public GreenScreenBench {
+class SettingsUpdate : public GreenScreenFixture {
  protected:
   // A filter that has drawn a frame: its cache is filled, its key table made.
   void CreateAndDraw(const std::string &config = "{}") {

@@ -10,10 +10,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/gs_recorder.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "support/wait.h"
+#include "fakes/graphics/gs_recorder.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 
 using namespace vanta_test;
 using vanta::SharedTex;

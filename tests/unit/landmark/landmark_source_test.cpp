@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "fakes/clock/movable_clock.h"
+#include "fixtures/module/landmark_fixture.h"
+#include "fixtures/process/wait.h"
 #include "landmark/landmark_filter_source.h"
-#include "landmark_bench.h"
-#include "module/source_record.h"
-#include "support/movable_clock.h"
-#include "support/wait.h"
+#include "vanta_filter/module/source_record.h"
 
 namespace vanta_test {
 namespace {
@@ -25,7 +25,7 @@ using Strings = std::vector<std::string>;
 
 constexpr milliseconds kInterval{66};
 
-class LandmarkSource : public LandmarkBench {
+class LandmarkSource : public LandmarkFixture {
  protected:
   LandmarkSource() {
     vanta::RegisterLandmarkFilter();
@@ -206,7 +206,7 @@ TEST_F(LandmarkSource, FilterThatNeverCapturedIsDestroyedAsWell) {
 
 // ---- Captures, call by call ----
 
-TEST_F(LandmarkSource, FirstCaptureOnTheCpuRoad) {
+TEST_F(LandmarkSource, FirstCaptureOnTheCpuPath) {
   Create();
   EXPECT_THAT(Capture(),
               ElementsAreArray(Joined({before_,
@@ -241,8 +241,8 @@ TEST_F(LandmarkSource, LaterCaptureUnmapsBeforeStagingOnOpenGl) {
                    after_})));
 }
 
-TEST_F(LandmarkSource, CaptureOnTheGpuRoadReadsNothingBack) {
-  UseGpuRoad(true);
+TEST_F(LandmarkSource, CaptureOnTheGpuPathReadsNothingBack) {
+  UseGpuPath(true);
   Create();
   log_.WaitForText("Create D3D device or context failed!");
   WaitUntil(
@@ -257,12 +257,12 @@ TEST_F(LandmarkSource, CaptureOnTheGpuRoadReadsNothingBack) {
                   {before_, RenderCalls("texrender1", 1920, 1080), {"gs_texrender_get_texture(texrender1)"}, after_})));
 }
 
-TEST_F(LandmarkSource, RoadIsReadAnewOnEachCapture) {
+TEST_F(LandmarkSource, PathIsReadAnewOnEachCapture) {
   Create();
   Capture();
-  UseGpuRoad(true);
+  UseGpuPath(true);
   EXPECT_THAT(Capture(), Not(Contains(testing::StartsWith("gs_stage"))));
-  UseGpuRoad(false);
+  UseGpuPath(false);
   EXPECT_THAT(Capture(), Contains("gs_stagesurface_map(stage1)"));
 }
 
@@ -428,17 +428,17 @@ TEST_F(LandmarkSource, EndWhileTheRunnerWorksWaitsForItAlone) {
 
 // ---- Failures ----
 
-struct Road {
+struct Path {
   const char *name;
   bool gpu;
   int device;
 };
 
-class LandmarkCaptureFailure : public LandmarkSource, public testing::WithParamInterface<Road> {};
+class LandmarkCaptureFailure : public LandmarkSource, public testing::WithParamInterface<Path> {};
 
 // The k-th call of a capture fails, one after the other: the first of its kind, a later one, one with a new size.
 TEST_P(LandmarkCaptureFailure, NoFailedCallBreaksTheFilter) {
-  UseGpuRoad(GetParam().gpu);
+  UseGpuPath(GetParam().gpu);
   gl_host_double::Script().context = true;
   gs_recorder::SetDeviceType(GetParam().device);
   for (int capture = 0; capture < 3; ++capture) {
@@ -462,11 +462,11 @@ TEST_P(LandmarkCaptureFailure, NoFailedCallBreaksTheFilter) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, LandmarkCaptureFailure,
-                         testing::Values(Road{"Direct3D", false, GS_DEVICE_DIRECT3D_11},
-                                         Road{"OpenGl", false, GS_DEVICE_OPENGL},
-                                         Road{"GpuRoad", true, GS_DEVICE_OPENGL}),
-                         [](const testing::TestParamInfo<Road> &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Paths, LandmarkCaptureFailure,
+                         testing::Values(Path{"Direct3D", false, GS_DEVICE_DIRECT3D_11},
+                                         Path{"OpenGl", false, GS_DEVICE_OPENGL},
+                                         Path{"GpuPath", true, GS_DEVICE_OPENGL}),
+                         [](const testing::TestParamInfo<Path> &info) { return std::string(info.param.name); });
 
 TEST_F(LandmarkSource, SurfaceThatCannotBeMappedIsTriedAgain) {
   SetSize(16, 8);

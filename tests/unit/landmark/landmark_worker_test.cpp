@@ -1,4 +1,4 @@
-// The landmark worker: the runner's life, the CPU road, its end.
+// The landmark worker: the runner's life, the CPU path, its end.
 #include <gmock/gmock.h>
 
 #include <pthread.h>
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "fixtures/module/landmark_fixture.h"
+#include "fixtures/process/wait.h"
 #include "landmark/tessera_landmark_filter_worker.h"
-#include "landmark_bench.h"
-#include "support/wait.h"
 
 namespace vanta_test {
 namespace {
@@ -23,7 +23,7 @@ using testing::IsEmpty;
 using Strings = std::vector<std::string>;
 using Worker = vanta::TesseraLandmarkFilterWorker;
 
-class LandmarkWorker : public LandmarkBench {
+class LandmarkWorker : public LandmarkFixture {
  protected:
   ~LandmarkWorker() override { End(); }
 

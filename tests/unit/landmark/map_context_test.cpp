@@ -10,9 +10,9 @@
 
 #include <gtest/gtest.h>
 
-#include "support/host_double.h"
-#include "support/log_capture.h"
-#include "unit/landmark/gl_host_double.h"
+#include "fakes/host/gl_host_double.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
 
 using namespace vanta;
 using namespace vanta_test;

@@ -7,7 +7,7 @@
 #include <obs-nix-platform.h>
 #include <obs.h>
 
-#include "virtual_display.h"
+#include "session/virtual_display.h"
 
 namespace {
 

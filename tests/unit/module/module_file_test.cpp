@@ -10,7 +10,7 @@
 #include <obs.h>
 #include <util/bmem.h>
 
-#include "virtual_display.h"
+#include "session/virtual_display.h"
 
 namespace {
 

@@ -19,9 +19,10 @@
 #include <obs.h>
 #include <util/text-lookup.h>
 
-#include "module/module_text.h"
-#include "module/source_record.h"
-#include "support/scripted_engine.h"
+#include "fakes/engine/scripted_engine.h"
+#include "obs/module_text.h"
+#include "obs/source_registration.h"
+#include "vanta_filter/module/source_record.h"
 
 extern "C" {
 extern uint32_t NvOptimusEnablement;

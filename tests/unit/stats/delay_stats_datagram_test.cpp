@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include "datagram_listener.h"
+#include "fixtures/process/datagram_listener.h"
+#include "fixtures/process/video_rate.h"
 #include "stats/delay_stats.h"
-#include "video_rate.h"
 
 using vanta::DelayStats;
 using vanta_test::DatagramListener;

@@ -11,11 +11,11 @@
 #include <gtest/gtest.h>
 #include <util/base.h>
 
-#include "support/alloc_counter.h"
-#include "support/log_capture.h"
-#include "support/movable_clock.h"
-#include "support/wait.h"
-#include "video_rate.h"
+#include "fakes/clock/movable_clock.h"
+#include "fixtures/process/alloc_counter.h"
+#include "fixtures/process/log_capture.h"
+#include "fixtures/process/video_rate.h"
+#include "fixtures/process/wait.h"
 
 using std::chrono::milliseconds;
 using vanta::DelayStats;
@@ -518,7 +518,7 @@ TEST(DelayStats, CountingAllocatesNothing) {
   EXPECT_EQ(allocations.OnThisThread(), 0u);
 }
 
-TEST(DelayStats, AllRoadsRunAtOnce) {
+TEST(DelayStats, AllPathsRunAtOnce) {
   DelayStats stats;
   std::atomic<bool> stop{false};
   const auto until_stopped = [&](auto body) {

@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 #include <util/base.h>
 
-#include "module/host_extensions.h"
-#include "support/alloc_counter.h"
-#include "support/log_capture.h"
-#include "support/movable_clock.h"
+#include "fakes/clock/movable_clock.h"
+#include "fixtures/process/alloc_counter.h"
+#include "fixtures/process/log_capture.h"
+#include "vanta_filter/module/host_extensions.h"
 
 using std::chrono::microseconds;
 using std::chrono::minutes;

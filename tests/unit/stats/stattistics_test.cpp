@@ -12,8 +12,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/movable_clock.h"
-#include "support/wait.h"
+#include "fakes/clock/movable_clock.h"
+#include "fixtures/process/wait.h"
 
 using std::chrono::milliseconds;
 using vanta::Stattistics;

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "support/face_reader.h"
-#include "support/portrait.h"
+#include "fixtures/portrait/face_reader.h"
+#include "fixtures/portrait/portrait.h"
 #include "tessera/point_layout.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "landmark/tessera_api.h"
+#include "vanta_filter/landmark/tessera_api.h"
 
 using tessera::Any;
 

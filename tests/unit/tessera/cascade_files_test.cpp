@@ -1,4 +1,4 @@
-#include "cascade_files.h"
+#include "vision/cascade_files.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support/face_reader.h"
-#include "support/log_capture.h"
+#include "fixtures/portrait/face_reader.h"
+#include "fixtures/process/log_capture.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "landmark_params.h"
+#include "results/landmark_params.h"
 
 namespace {
 

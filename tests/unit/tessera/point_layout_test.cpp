@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "landmark/point_order.h"
-#include "mean_shape.h"
+#include "shape/mean_shape.h"
+#include "vanta_base/point_order.h"
 
 namespace {
 

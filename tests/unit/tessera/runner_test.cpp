@@ -5,9 +5,9 @@
 #include <thread>
 #include <vector>
 
-#include "support/face_reader.h"
-#include "support/log_capture.h"
-#include "support/portrait.h"
+#include "fixtures/portrait/face_reader.h"
+#include "fixtures/portrait/portrait.h"
+#include "fixtures/process/log_capture.h"
 #include "tessera/point_layout.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <vector>
 
-#include "support/face_reader.h"
-#include "support/portrait.h"
+#include "fixtures/portrait/face_reader.h"
+#include "fixtures/portrait/portrait.h"
 #include "tessera/point_layout.h"
 
 namespace {

@@ -1,9 +1,9 @@
 // Dump files where Windows refuses them.
 #include <windows.h>
 
-#include "frames/dump_files.h"
-#include "frames/image_dumper.h"
-#include "unit/frames/dump_folder.h"
+#include "fixtures/frames/dump_folder.h"
+#include "frames/dump/dump_files.h"
+#include "frames/dump/image_dumper.h"
 
 namespace vanta {
 namespace {

@@ -1,5 +1,5 @@
 // The vectors of V210 packing as compiled for Windows give what the plain code gives.
-#include "frames/pack_v210.h"
+#include "frames/conversion/pack_v210.h"
 
 #include <cstring>
 #include <random>

@@ -1,4 +1,4 @@
-#include "landmark/com_doubles.h"
+#include "com_doubles.h"
 
 #define CINTERFACE
 #include <windows.h>

@@ -1,4 +1,4 @@
-/* Direct3D 11 and DXGI on paper: one factory, some adapters, one device with its context, a staging texture, and a
+/* A fake Direct3D 11 and DXGI: one factory, some adapters, one device with its context, a staging texture, and a
  * shared texture with its keyed mutex. In C, where an interface is a table and what nobody calls may stay empty.
  * Threads: one. */
 #ifndef VANTA_TEST_COM_DOUBLES_H

@@ -2,7 +2,7 @@
 //   device_loss STEP RESULT   a Direct3D whose STEP (open, map, staging) gives RESULT, a hexadecimal number
 // Where the operation does not end the process, it exits with the sum of what device_loss.h names.
 //   device_loss missing DLL   the system's Direct3D without that DLL: exits with 0 if that is told
-#include "landmark/device_loss.h"
+#include "device_loss.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -10,9 +10,9 @@
 
 #include <util/base.h>
 
-#include "landmark/com_doubles.h"
+#include "com_doubles.h"
+#include "fixtures/process/log_capture.h"
 #include "landmark/map_context.h"
-#include "support/log_capture.h"
 
 using namespace vanta_test;
 

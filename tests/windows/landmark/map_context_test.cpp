@@ -1,4 +1,4 @@
-// The read-back device on Direct3D 11: each branch with a Direct3D on paper, its beginning on the system's own, and
+// The read-back device on Direct3D 11: each branch with a fake Direct3D, its beginning on the system's own, and
 // device loss in processes of their own.
 #include <windows.h>  // before libobs, whose vector headers rename what this one includes
 
@@ -12,12 +12,12 @@
 
 #include <gtest/gtest.h>
 
-#include "landmark/com_doubles.h"
-#include "landmark/device_loss.h"
+#include "com_doubles.h"
+#include "device_loss.h"
+#include "fake_graphics.h"
+#include "fakes/host/host_double.h"
+#include "fixtures/process/log_capture.h"
 #include "landmark/map_context.h"
-#include "landmark/paper_graphics.h"
-#include "support/host_double.h"
-#include "support/log_capture.h"
 
 using namespace vanta;
 using namespace vanta_test;
@@ -62,12 +62,12 @@ class Direct3D : public testing::Test {
   LogCapture log_;
 };
 
-// ---- Creation, with DLLs on paper ----
+// ---- Creation, with fake DLLs ----
 
-class DeviceOnPaper : public Direct3D {
+class DeviceOnFakeDirect3D : public Direct3D {
  protected:
   void SetUp() override {
-    LoadPaperGraphics();
+    LoadFakeGraphics();
     com_script.adapters = 1;
     com_script.vendor_ids[0] = kVendor;
     com_script.device_ids[0] = kDevice;
@@ -86,27 +86,27 @@ class DeviceOnPaper : public Direct3D {
   }
 };
 
-TEST_F(DeviceOnPaper, IsMadeOnTheHostsAdapterStepByStep) {
+TEST_F(DeviceOnFakeDirect3D, IsMadeOnTheHostsAdapterStepByStep) {
   ASSERT_TRUE(Create());
   EXPECT_EQ(ComCalls(),
             (Texts{"CreateDXGIFactory1(IDXGIFactory1)", "EnumAdapters(0)", "adapter0.GetDesc", "factory.Release",
                    "D3D11CreateDevice(adapter0, 0, null, 0, null, 0, 7, null)", "adapter0.Release"}));
 }
 
-TEST_F(DeviceOnPaper, IsLoggedAndReported) {
+TEST_F(DeviceOnFakeDirect3D, IsLoggedAndReported) {
   ASSERT_TRUE(Create());
   const std::string line = Line("Create D3D Device %p", device_);
   EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_INFO, line}}));
   EXPECT_EQ(host_double::Reports(), (std::vector<HostReport>{{19, line}}));
 }
 
-TEST_F(DeviceOnPaper, NeedsBothAddresses) {
+TEST_F(DeviceOnFakeDirect3D, NeedsBothAddresses) {
   EXPECT_FALSE(CreateD3DDevice(nullptr, &context_));
   EXPECT_FALSE(CreateD3DDevice(&device_, nullptr));
   EXPECT_EQ(ComCalls(), Texts{});
 }
 
-TEST_F(DeviceOnPaper, OfTwoLikeAdaptersTheFirstIsTaken) {
+TEST_F(DeviceOnFakeDirect3D, OfTwoLikeAdaptersTheFirstIsTaken) {
   com_script.adapters = 3;
   com_script.vendor_ids[0] = 0x8086;
   com_script.device_ids[0] = kDevice;
@@ -120,32 +120,32 @@ TEST_F(DeviceOnPaper, OfTwoLikeAdaptersTheFirstIsTaken) {
                                "D3D11CreateDevice(adapter1, 0, null, 0, null, 0, 7, null)", "adapter1.Release"}));
 }
 
-TEST_F(DeviceOnPaper, OneFieldAlikeIsNotEnough) {
+TEST_F(DeviceOnFakeDirect3D, OneFieldAlikeIsNotEnough) {
   SetHostAdapter(kVendor, kDevice + 1);
   ExpectFailure("Find Adapters failed");
 }
 
-TEST_F(DeviceOnPaper, AdapterThatIsGoneIsNotFound) {
+TEST_F(DeviceOnFakeDirect3D, AdapterThatIsGoneIsNotFound) {
   com_script.adapters = 0;
   ExpectFailure("Find Adapters failed");
 }
 
-TEST_F(DeviceOnPaper, AdapterThatDoesNotTellWhatItIsIsPassedOver) {
+TEST_F(DeviceOnFakeDirect3D, AdapterThatDoesNotTellWhatItIsIsPassedOver) {
   com_script.desc_result = E_FAIL;
   ExpectFailure("Find Adapters failed");
 }
 
-TEST_F(DeviceOnPaper, FactoryThatCannotBeMadeIsToldOf) {
+TEST_F(DeviceOnFakeDirect3D, FactoryThatCannotBeMadeIsToldOf) {
   com_script.factory_result = E_FAIL;
   ExpectFailure("CreateDXGIFactory1 failed");
 }
 
-TEST_F(DeviceOnPaper, DeviceThatCannotBeMadeIsToldOf) {
+TEST_F(DeviceOnFakeDirect3D, DeviceThatCannotBeMadeIsToldOf) {
   com_script.device_result = E_FAIL;
   ExpectFailure("D3D11CreateDevice failed");
 }
 
-TEST_F(DeviceOnPaper, EndsAfterItsContextAndBothAreToldOf) {
+TEST_F(DeviceOnFakeDirect3D, EndsAfterItsContextAndBothAreToldOf) {
   ASSERT_TRUE(Create());
   const std::string context_line = Line("Destroy D3D Context %p", context_);
   const std::string device_line = Line("Destroy D3D Device %p", device_);
@@ -170,17 +170,17 @@ TEST_F(Direct3D, EndOfNoDeviceIsNotTold) {
 }
 
 TEST_F(Direct3D, LibraryWithoutTheCallGivesNoDevice) {
-  LoadPaperGraphicsWithoutDevices();
+  LoadFakeGraphicsWithoutDevices();
   EXPECT_FALSE(CreateD3DDevice(&device_, &context_));
   EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_ERROR, "Failed to load D3D11/DXGI procedures"}}));
 }
 
 // ---- Staging texture ----
 
-class StagingOnPaper : public Direct3D {
+class StagingOnFakeDirect3D : public Direct3D {
  protected:
-  StagingOnPaper() { device_ = static_cast<ID3D11Device *>(com_device()); }
-  ~StagingOnPaper() override {
+  StagingOnFakeDirect3D() { device_ = static_cast<ID3D11Device *>(com_device()); }
+  ~StagingOnFakeDirect3D() override {
     ReleaseStagingTexture(&texture_);
     EXPECT_EQ(com_references(), 1);
   }
@@ -189,7 +189,7 @@ class StagingOnPaper : public Direct3D {
   ID3D11Texture2D *texture_ = nullptr;
 };
 
-TEST_F(StagingOnPaper, IsMadeReadableAndKeptInMemory) {
+TEST_F(StagingOnFakeDirect3D, IsMadeReadableAndKeptInMemory) {
   ASSERT_TRUE(Create());
   const struct com_texture_desc desc = com_texture_desc();
   EXPECT_EQ(desc.width, 640u);
@@ -208,27 +208,27 @@ TEST_F(StagingOnPaper, IsMadeReadableAndKeptInMemory) {
             (Texts{"GetDeviceRemovedReason", "CreateTexture2D(640, 360)", "SetEvictionPriority(0xC8000000)"}));
 }
 
-TEST_F(StagingOnPaper, NeedsADeviceAndAnAddress) {
+TEST_F(StagingOnFakeDirect3D, NeedsADeviceAndAnAddress) {
   EXPECT_FALSE(CreateStagingTexture(640, 360, nullptr, &texture_));
   EXPECT_FALSE(CreateStagingTexture(640, 360, device_, nullptr));
   EXPECT_EQ(ComCalls(), Texts{});
 }
 
-TEST_F(StagingOnPaper, IsNotMadeOnALostDevice) {
+TEST_F(StagingOnFakeDirect3D, IsNotMadeOnALostDevice) {
   com_script.removed_reason = DXGI_ERROR_DEVICE_HUNG;
   EXPECT_FALSE(Create());
   EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_ERROR, "CreateTexture failed: device removed."}}));
   EXPECT_EQ(ComCalls(), Texts{"GetDeviceRemovedReason"});
 }
 
-TEST_F(StagingOnPaper, ThatCannotBeMadeIsToldOf) {
+TEST_F(StagingOnFakeDirect3D, ThatCannotBeMadeIsToldOf) {
   com_script.texture_result = E_OUTOFMEMORY;
   EXPECT_FALSE(Create());
   EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_ERROR, "Failed to create texture"}}));
   EXPECT_EQ(texture_, nullptr);
 }
 
-TEST_F(StagingOnPaper, IsClearedWhenReleased) {
+TEST_F(StagingOnFakeDirect3D, IsClearedWhenReleased) {
   ASSERT_TRUE(Create());
   ReleaseStagingTexture(&texture_);
   EXPECT_EQ(texture_, nullptr);
@@ -238,13 +238,13 @@ TEST_F(StagingOnPaper, IsClearedWhenReleased) {
 
 // ---- Mapping ----
 
-class MapOnPaper : public Direct3D {
+class MapOnFakeDirect3D : public Direct3D {
  protected:
-  MapOnPaper() {
+  MapOnFakeDirect3D() {
     device_ = static_cast<ID3D11Device *>(com_device());
     context_ = static_cast<ID3D11DeviceContext *>(com_context());
   }
-  ~MapOnPaper() override { EXPECT_EQ(com_references(), 3) << "an interface that was opened is still held"; }
+  ~MapOnFakeDirect3D() override { EXPECT_EQ(com_references(), 3) << "an interface that was opened is still held"; }
   bool Map() { return MapSharedHandleToCPU(7, 5, 6, device_, context_, staging_, &data_, &pitch_); }
   void ExpectError(const char *message) { EXPECT_EQ(Lines(), (std::vector<LogLine>{{LOG_ERROR, message}})); }
 
@@ -263,7 +263,7 @@ const Texts kCopiedUnderLock = {"OpenSharedResource(7, ID3D11Texture2D)",
                                 "mutex.Release",
                                 "shared.Release"};
 
-TEST_F(MapOnPaper, CopiesUnderTheLockThenMapsAndUnmapsAtOnce) {
+TEST_F(MapOnFakeDirect3D, CopiesUnderTheLockThenMapsAndUnmapsAtOnce) {
   EXPECT_TRUE(Map());
   EXPECT_EQ(ComCalls(), kCopiedUnderLock);
   EXPECT_EQ(data_, com_pixels);
@@ -271,7 +271,7 @@ TEST_F(MapOnPaper, CopiesUnderTheLockThenMapsAndUnmapsAtOnce) {
   EXPECT_EQ(Lines(), std::vector<LogLine>{});
 }
 
-TEST_F(MapOnPaper, MissingArgumentIsRefusedWithoutACall) {
+TEST_F(MapOnFakeDirect3D, MissingArgumentIsRefusedWithoutACall) {
   EXPECT_FALSE(MapSharedHandleToCPU(7, 1, 2, nullptr, context_, staging_, &data_, &pitch_));
   EXPECT_FALSE(MapSharedHandleToCPU(7, 1, 2, device_, nullptr, staging_, &data_, &pitch_));
   EXPECT_FALSE(MapSharedHandleToCPU(7, 1, 2, device_, context_, nullptr, &data_, &pitch_));
@@ -280,25 +280,25 @@ TEST_F(MapOnPaper, MissingArgumentIsRefusedWithoutACall) {
   EXPECT_EQ(ComCalls(), Texts{});
 }
 
-TEST_F(MapOnPaper, HandleThatCannotBeOpenedIsToldOf) {
+TEST_F(MapOnFakeDirect3D, HandleThatCannotBeOpenedIsToldOf) {
   com_script.open_result = E_INVALIDARG;
   EXPECT_FALSE(Map());
   ExpectError("OpenSharedResource failed: 0x80070057");
 }
 
-TEST_F(MapOnPaper, HandleThatOpensNothingIsToldOf) {
+TEST_F(MapOnFakeDirect3D, HandleThatOpensNothingIsToldOf) {
   com_script.open_gives_null = 1;
   EXPECT_FALSE(Map());
   ExpectError("OpenSharedResource failed: 0x00000000");
 }
 
-TEST_F(MapOnPaper, TextureWithoutAKeyedMutexIsToldOf) {
+TEST_F(MapOnFakeDirect3D, TextureWithoutAKeyedMutexIsToldOf) {
   com_script.query_result = E_NOINTERFACE;
   EXPECT_FALSE(Map());
   ExpectError("QueryInterface for IDXGIKeyedMutex failed: 0x80004002");
 }
 
-TEST_F(MapOnPaper, RefusedLockIsToldOfAndNothingIsCopied) {
+TEST_F(MapOnFakeDirect3D, RefusedLockIsToldOfAndNothingIsCopied) {
   com_script.acquire_result = E_FAIL;
   EXPECT_FALSE(Map());
   ExpectError("AcquireSync failed: 0x80004005");
@@ -306,7 +306,7 @@ TEST_F(MapOnPaper, RefusedLockIsToldOfAndNothingIsCopied) {
                                "AcquireSync(5, 200)", "mutex.Release", "shared.Release"}));
 }
 
-TEST_F(MapOnPaper, LockThatTimesOutPassesAsHeld) {
+TEST_F(MapOnFakeDirect3D, LockThatTimesOutPassesAsHeld) {
   com_script.acquire_result = WAIT_TIMEOUT;
   EXPECT_TRUE(Map());
   EXPECT_EQ(ComCalls(), kCopiedUnderLock);
@@ -314,20 +314,20 @@ TEST_F(MapOnPaper, LockThatTimesOutPassesAsHeld) {
   EXPECT_EQ(Lines(), std::vector<LogLine>{});
 }
 
-TEST_F(MapOnPaper, AbandonedLockPassesAsHeld) {
+TEST_F(MapOnFakeDirect3D, AbandonedLockPassesAsHeld) {
   com_script.acquire_result = WAIT_ABANDONED;
   EXPECT_TRUE(Map());
   EXPECT_EQ(data_, com_pixels);
 }
 
-TEST_F(MapOnPaper, RefusedReleaseIsNotLookedAt) {
+TEST_F(MapOnFakeDirect3D, RefusedReleaseIsNotLookedAt) {
   com_script.release_result = E_FAIL;
   EXPECT_TRUE(Map());
   EXPECT_EQ(data_, com_pixels);
   EXPECT_EQ(Lines(), std::vector<LogLine>{});
 }
 
-TEST_F(MapOnPaper, FailedMapGivesNoPictureButAdvancesTheKeys) {
+TEST_F(MapOnFakeDirect3D, FailedMapGivesNoPictureButAdvancesTheKeys) {
   com_script.map_result = E_OUTOFMEMORY;
   EXPECT_TRUE(Map());
   EXPECT_EQ(data_, nullptr);

@@ -3,7 +3,7 @@
 // ones, except where told.
 #pragma once
 
-#include "platform/export.h"
+#include "vanta_base/export.h"
 
 extern "C" {
 

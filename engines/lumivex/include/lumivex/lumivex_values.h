@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "engine/records.h"
+#include "vanta_filter/engine/records.h"
 
 namespace lumivex {
 

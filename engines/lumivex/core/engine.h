@@ -1,0 +1,122 @@
+// One engine: takes commands, and works on frames.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "color/green_matting_stage.h"
+#include "color/lookup_stage.h"
+#include "color/relight_stage.h"
+#include "color/tone_stage.h"
+#include "core/engine_stats.h"
+#include "core/frame_output.h"
+#include "faces/face_finder.h"
+#include "magic/magic_effects.h"
+#include "makeup/makeup_stage.h"
+#include "pixels/nv12_view.h"
+#include "settings/effect_settings.h"
+#include "settings/preset.h"
+#include "skin/beauty_stage.h"
+#include "skin/sharpen_stage.h"
+#include "vanta_filter/engine/lumivex_api.h"
+#include "warp/warp_stage.h"
+
+namespace lumivex {
+
+// A makeup as a host asks for it.
+struct MakeupRequest {
+  std::string folder;
+  std::string key;
+  int32_t blend = kMakeupBlendOfResource;
+  float intensity = 1.0f;
+};
+
+// Commands change the edited settings; frames are worked on with the applied ones. The two are the same except between
+// BeginBatch and EndBatch.
+// Owns: settings and every stage's scratch memory. Borrows: the frame, for the call. Threads: one at a time.
+class Engine {
+ public:
+  // `root` is the folder faceless_builtin.
+  Engine(std::string root, FrameOutput output) : root_(std::move(root)), output_(std::move(output)) {}
+
+  // Changes the frame in place; the result may be another one. Null for a frame that is no NV12 picture.
+  std::shared_ptr<LX::FrameData> Process(const std::shared_ptr<LX::FrameData> &frame);
+
+  bool HasSharedTextures() const { return output_.HasSharedTextures(); }
+
+  void BeginBatch() { ++batch_depth_; }
+  void EndBatch();
+
+  void SetBeautyIntensity(LXBeautyType type, float intensity);
+  void SetEffectEnabled(LXEffectType type, bool enabled);
+  void SetNaturality(float naturality);
+  void SetLookup(const std::string &path, float intensity, int32_t type);
+  void SetLookupIntensity(float intensity);
+  // Replaces all makeup in use. What cannot be loaded is left out.
+  void SetMakeup(const std::vector<MakeupRequest> &wishes);
+  void SetMakeupIntensity(const std::string &key, float intensity);
+  void SetDeform(int mode, float intensity);
+  void SetSlimming(LXBodySlimmingType type, float intensity);
+  // Of the upright picture's height or width; both 0: by the face again.
+  void SetLegRange(float top, float bottom, int direction);
+  void SetGroup(const std::string &text, bool is_group);
+
+  // From now on the host is told of faces, so they are looked for even when nothing is drawn on them.
+  void ReportFaces(bool report) { reports_faces_ = report; }
+  void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
+  void SetVisionParams(const std::string &json);
+  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones.
+  std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
+
+  // Commands that change effects wait for a batch's end, too.
+  void ChangeEffects(std::function<void(MagicEffects &)> change);
+  MagicEffects &Effects() { return effects_; }
+  // What has become of body slimming, if that has changed since the last call.
+  std::optional<LXBodySlimmingStatus> TakeSlimmingStatus();
+
+  EngineStats &Stats() { return stats_; }
+  const EngineStats &Stats() const { return stats_; }
+
+ private:
+  void Publish();
+  std::shared_ptr<const MakeupResource> FindMakeup(const std::string &folder) const;
+  void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
+                                         FrameTimes &times);
+  FaceNeed NeedOfFaces() const;
+  void RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
+  void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
+  std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
+
+  const std::string root_;
+  EffectSettings edited_;
+  EffectSettings applied_;
+  int batch_depth_ = 0;
+  std::vector<std::function<void(MagicEffects &)>> batched_changes_;
+  EngineStats stats_;
+  bool reports_faces_ = false;
+  FaceFinder faces_;
+  std::shared_ptr<tessera::TesseraOut> landmarks_;
+
+  LXBodySlimmingStatus slimming_status_ = kSlimmingIdle;
+  LXBodySlimmingStatus told_slimming_status_ = kSlimmingIdle;
+
+  GreenMattingStage green_matting_;
+  BeautyStage beauty_;
+  RelightStage relight_;
+  ToneStage tone_;
+  LookupStage lookup_;
+  MakeupStage makeup_;
+  WarpStage warp_;
+  SharpenStage sharpen_;
+  MagicEffects effects_;
+  FrameOutput output_;
+};
+
+}  // namespace lumivex

@@ -1,0 +1,70 @@
+#include "core/engine_stats.h"
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace lumivex {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+double Rounded(double milliseconds) {
+  return std::round(milliseconds * 1000.0) / 1000.0;
+}
+
+Json ToJson(const TimeSum &sum) {
+  const double mean = sum.count ? sum.total / static_cast<double>(sum.count) : 0.0;
+  return {{"frames", sum.count}, {"mean_ms", Rounded(mean)}, {"max_ms", Rounded(sum.most)}};
+}
+
+}  // namespace
+
+void TimeSum::Add(float milliseconds) {
+  ++count;
+  total += static_cast<double>(milliseconds);
+  most = std::max(most, static_cast<double>(milliseconds));
+}
+
+void EngineStats::AddFrame(const FrameTimes &times) {
+  beauty_.Add(times.beauty);
+  for (size_t i = 0; i < kStageCount; ++i) {
+    if (times.stages[i] >= 0.0f) stages_[i].Add(times.stages[i]);
+  }
+  if (times[Stage::kSkin] < 0.0f && times[Stage::kFaces] < 0.0f) return;
+  vision_in_frames_.Add(times.vision);
+  vision_.Add(times.vision);
+  skin_frames_ += times.skin_found;
+  face_frames_ += times[Stage::kFaces] >= 0.0f && times.faces > 0;
+}
+
+void EngineStats::Clear() {
+  failed_ = 0;
+  beauty_ = {};
+  vision_in_frames_ = {};
+  stages_ = {};
+}
+
+std::string EngineStats::Text() const {
+  Json stages = Json::object();
+  for (size_t i = 0; i < kStageCount; ++i) {
+    if (stages_[i].count) stages[kStageNames[i]] = ToJson(stages_[i]);
+  }
+  const Json json = {{"engine", "lumivex"},
+                     {"frames", beauty_.count},
+                     {"failed", failed_},
+                     {"beauty", ToJson(beauty_)},
+                     {"tessera", ToJson(vision_in_frames_)},
+                     {"stages", std::move(stages)}};
+  return json.dump();
+}
+
+std::string EngineStats::VisionText() const {
+  Json json = ToJson(vision_);
+  json["vision"] = "skin chroma, faces";
+  json["skin_frames"] = skin_frames_;
+  json["face_frames"] = face_frames_;
+  return json.dump();
+}
+
+}  // namespace lumivex

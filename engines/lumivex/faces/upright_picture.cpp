@@ -1,0 +1,54 @@
+#include "faces/upright_picture.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+
+namespace lumivex {
+namespace {
+
+cv::RotateFlags RotationOf(int quarter_turns) {
+  if (quarter_turns == 1) return cv::ROTATE_90_CLOCKWISE;
+  return quarter_turns == 2 ? cv::ROTATE_180 : cv::ROTATE_90_COUNTERCLOCKWISE;
+}
+
+}  // namespace
+
+void UprightPicture::Make(const Nv12View &view, const Orientation &orientation) {
+  orientation_ = orientation;
+  frame_width_ = static_cast<float>(view.width);
+  frame_height_ = static_cast<float>(view.height);
+  y_ = cv::Mat(view.height, view.width, CV_8UC1, view.y, static_cast<size_t>(view.y_stride));
+  cv::Mat uv(view.chroma_height, view.chroma_width, CV_8UC2, view.uv, static_cast<size_t>(view.uv_stride));
+  const int divisor = (std::max(view.width, view.height) + kLongestSide - 1) / kLongestSide;
+  if (divisor > 1) {
+    const cv::Size size(std::max(view.width / divisor, 1), std::max(view.height / divisor, 1));
+    cv::resize(y_, small_y_, size, 0, 0, cv::INTER_AREA);
+    cv::resize(uv, small_uv_, cv::Size((size.width + 1) / 2, (size.height + 1) / 2), 0, 0, cv::INTER_AREA);
+    y_ = small_y_;
+    uv = small_uv_;
+  }
+  cv::extractChannel(uv, split_u_, 0);
+  cv::extractChannel(uv, split_v_, 1);
+  u_ = split_u_;
+  v_ = split_v_;
+  Turn(y_, mirrored_y_, turned_y_);
+  Turn(u_, mirrored_u_, turned_u_);
+  Turn(v_, mirrored_v_, turned_v_);
+}
+
+void UprightPicture::Turn(cv::Mat &plane, cv::Mat &mirrored, cv::Mat &turned) const {
+  if (orientation_.mirror) {
+    cv::flip(plane, mirrored, 1);
+    plane = mirrored;
+  }
+  if (orientation_.quarter_turns == 0) return;
+  cv::rotate(plane, turned, RotationOf(orientation_.quarter_turns));
+  plane = turned;
+}
+
+FramePoint UprightPicture::ToFrame(float x, float y) const {
+  const Place stored = FromUpright(orientation_, {x / static_cast<float>(y_.cols), y / static_cast<float>(y_.rows)});
+  return {stored.x * frame_width_, stored.y * frame_height_};
+}
+
+}  // namespace lumivex

@@ -1,0 +1,188 @@
+#include "magic/effect_player.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+namespace lumivex {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int64_t kNanosecondsPerMs = 1000000;
+
+// Only what the font has.
+std::string Printable(std::string text) {
+  text.resize(std::min(text.size(), kMaxTextLength));
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  return text;
+}
+
+// A text or a number at the place; nothing for everything else.
+std::optional<std::string> TextAt(const Json &message, const std::string &pointer) {
+  const Json::json_pointer place(pointer);
+  if (!message.contains(place)) return std::nullopt;
+  const Json &value = message.at(place);
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_number()) return value.dump();
+  return std::nullopt;
+}
+
+}  // namespace
+
+EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect) : effect_(std::move(effect)) {
+  layers_.resize(effect_->plan.layers.size());
+  Rewind();
+}
+
+void EffectPlayer::Rewind() {
+  elapsed_ns_ = 0;
+  next_message_ = 0;
+  for (size_t i = 0; i < layers_.size(); ++i) {
+    layers_[i].shown = !Plan().layers[i].hidden;
+    layers_[i].zero_ms = 0;
+    if (Plan().layers[i].source == LayerSource::kText) ShowText(i, Plan().layers[i].text);
+  }
+}
+
+void EffectPlayer::Start(const Disables &disables, EffectOutbox &outbox) const {
+  outbox.Describe(DescriptionOf(Plan(), disables), true);
+  SendAll(MessagePlan::When::kStart, outbox);
+}
+
+void EffectPlayer::Advance(int64_t nanoseconds, EffectOutbox &outbox) {
+  if (state_ != kEffectStatePlaying || ended_) return;
+  elapsed_ns_ += nanoseconds;
+  const int64_t now = ElapsedMs();
+  const auto &messages = Plan().messages;
+  for (; next_message_ < messages.size() && messages[next_message_].at_ms <= now; ++next_message_) {
+    if (messages[next_message_].when == MessagePlan::When::kTime) outbox.SendGameData(messages[next_message_].json);
+  }
+  if (Plan().duration_ms > 0 && now >= Plan().duration_ms) End(outbox);
+}
+
+void EffectPlayer::SetState(LXEffectState state) {
+  if (state_ == kEffectStateStopped && state == kEffectStatePlaying) Rewind();
+  state_ = state;
+}
+
+// The module sets the host's event itself when a gift's time is over, so a gift does not ask for it.
+void EffectPlayer::End(EffectOutbox &outbox) {
+  ended_ = true;
+  SendAll(MessagePlan::When::kEnd, outbox);
+  if (!Plan().gift_display_time) outbox.SendClearEffect();
+}
+
+void EffectPlayer::SendAll(MessagePlan::When when, EffectOutbox &outbox) const {
+  for (const MessagePlan &message : Plan().messages) {
+    if (message.when == when) outbox.SendGameData(message.json);
+  }
+}
+
+void EffectPlayer::React(const Json &message, EffectOutbox &outbox) {
+  if (!Visible()) return;
+  for (const ReactionPlan &reaction : Plan().reactions) {
+    if (!ended_ && Matches(reaction, message)) Act(reaction, message, outbox);
+  }
+}
+
+bool EffectPlayer::Matches(const ReactionPlan &reaction, const Json &message) const {
+  if (reaction.req_type) {
+    const auto type = message.find("reqType");
+    if (type == message.end() || !type->is_number_integer() || *type != *reaction.req_type) return false;
+  }
+  if (!reaction.method) return true;
+  const auto data = message.find("data");
+  if (data == message.end() || !data->is_object()) return false;
+  const auto method = data->find("method");
+  return method != data->end() && *method == *reaction.method;
+}
+
+void EffectPlayer::Act(const ReactionPlan &reaction, const Json &message, EffectOutbox &outbox) {
+  for (const size_t layer : reaction.show) {
+    layers_[layer].shown = true;
+    layers_[layer].zero_ms = ElapsedMs();
+  }
+  for (const size_t layer : reaction.hide) layers_[layer].shown = false;
+  if (reaction.text_layer) {
+    const auto text = reaction.text_from.empty() ? reaction.text : TextAt(message, reaction.text_from);
+    if (text) ShowText(*reaction.text_layer, *text);
+  }
+  if (!reaction.send.empty()) outbox.SendGameData(reaction.send);
+  if (reaction.end_effect) End(outbox);
+}
+
+void EffectPlayer::ShowText(size_t layer, const std::string &text) {
+  layers_[layer].text = DrawText(Printable(text), Plan().layers[layer].color);
+}
+
+int64_t EffectPlayer::ElapsedMs() const {
+  return elapsed_ns_ / kNanosecondsPerMs;
+}
+
+int64_t EffectPlayer::LayerTime(size_t layer) const {
+  const LayerPlan &plan = Plan().layers[layer];
+  if (!layers_[layer].shown) return -1;
+  const int64_t time = ElapsedMs() - layers_[layer].zero_ms;
+  return plan.end_ms && time >= *plan.end_ms ? -1 : time - plan.start_ms;
+}
+
+PicturePointer EffectPlayer::PictureOf(size_t layer, const SharedPictures &shared) const {
+  const LayerPlan &plan = Plan().layers[layer];
+  if (plan.source == LayerSource::kText) return layers_[layer].text;
+  if (plan.source == LayerSource::kCustom)
+    return plan.custom_index < shared.custom.size() ? shared.custom[plan.custom_index] : nullptr;
+  const Pictures &pictures = plan.source == LayerSource::kMedia ? shared.media : effect_->pictures[layer];
+  if (pictures.empty()) return nullptr;
+  const auto passed = static_cast<size_t>(static_cast<double>(LayerTime(layer)) * static_cast<double>(plan.fps) / 1000);
+  return pictures[plan.loop ? passed % pictures.size() : std::min(passed, pictures.size() - 1)];
+}
+
+void EffectPlayer::Draw(const Canvas &canvas, const SharedPictures &shared) {
+  if (!Visible()) return;
+  for (size_t i = 0; i < layers_.size(); ++i) {
+    if (LayerTime(i) < 0) continue;
+    if (const PicturePointer picture = PictureOf(i, shared)) DrawLayer(i, picture, canvas);
+  }
+}
+
+void EffectPlayer::DrawLayer(size_t index, const PicturePointer &picture, const Canvas &canvas) {
+  const LayerPlan &plan = Plan().layers[index];
+  Stamp &stamp = stamps_[std::min(index, kStampCount - 1)];
+  const Nv12View &view = canvas.view;
+  const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
+  const auto press = [&](const Placement &placement) {
+    stamp.Make(picture, placement, plan.opacity * canvas.opacity, canvas.space, view.width, view.height);
+    stamp.Blend(view);
+  };
+  if (plan.anchor.face) {
+    for (const Face &face : canvas.faces) press(PlaceOnFace(plan, shape, face));
+  } else {
+    press(PlaceOnScreen(plan, shape, view.width, view.height, canvas.orientation));
+  }
+}
+
+bool EffectPlayer::NeedsFaces() const {
+  if (!Visible()) return false;
+  for (size_t i = 0; i < layers_.size(); ++i) {
+    if (Plan().layers[i].anchor.face && LayerTime(i) >= 0) return true;
+  }
+  return false;
+}
+
+bool EffectPlayer::Uses(LayerSource source) const {
+  return std::any_of(Plan().layers.begin(), Plan().layers.end(),
+                     [source](const LayerPlan &layer) { return layer.source == source; });
+}
+
+std::vector<std::string> EffectPlayer::ShownLayers() const {
+  std::vector<std::string> names;
+  for (size_t i = 0; i < layers_.size(); ++i) {
+    const std::string &id = Plan().layers[i].id;
+    if (Visible() && LayerTime(i) >= 0) names.push_back(id.empty() ? std::to_string(i) : id);
+  }
+  return names;
+}
+
+}  // namespace lumivex

@@ -1,0 +1,252 @@
+#include "magic/magic_effects.h"
+
+#include <util/base.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "magic/json_members.h"
+#include "settings/effect_settings.h"
+
+namespace lumivex {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::array<const char *, 4> kSlotNames = {"main", "1", "gift", "interactive_box"};
+constexpr double kMediaPicturesPerNanosecond = 25e-9;
+
+std::string FailureLine(const char *what, const std::string &path, const std::string &file, const std::string &reason,
+                        const std::string &remedy) {
+  std::string line = std::string("[lumivex] ") + what + " " + path + ": ";
+  if (!file.empty() && file != path) line += file + ": ";
+  return line + reason + "; " + remedy;
+}
+
+std::string FailureDescription(const std::string &path, const std::string &reason) {
+  return Json{{"path", path}, {"error", reason}}.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+// ---- Commands ----
+
+void MagicEffects::SetEffect(const std::string &path, LXEffectSlot slot) {
+  if (slot < 0 || static_cast<size_t>(slot) >= kBoxSlot) {
+    blog(LOG_WARNING, "[lumivex] no effect slot %d, slots go from 0 to %d", static_cast<int>(slot),
+         static_cast<int>(kBoxSlot) - 1);
+    return;
+  }
+  const auto index = static_cast<size_t>(slot);
+  EffectSlot &place = slots_[index];
+  // A host says that a gift is over by asking for the main effect again.
+  if (EffectSlot &gift = slots_[kGiftSlotIndex]; index == kMainSlot && path == place.path && !gift.path.empty()) {
+    Clear(gift);
+    if (path.empty() || place.Busy()) return;
+  }
+  if (path.empty())
+    Clear(place);
+  else
+    Play(place, path);
+}
+
+void MagicEffects::Play(EffectSlot &slot, const std::string &path) {
+  Clear(slot);
+  slot.path = path;
+  slot.loading.Start([path](const std::atomic<bool> &cancelled) { return LoadEffect(path, cancelled); });
+}
+
+void MagicEffects::Clear(EffectSlot &slot) {
+  slot.loading.Cancel();
+  slot.player.reset();
+  slot.path.clear();
+}
+
+void MagicEffects::Cancel() {
+  for (size_t i = 0; i < kBoxSlot; ++i) Clear(slots_[i]);
+}
+
+void MagicEffects::SetState(LXEffectState state) {
+  if (state < kEffectStateStopped || state > kEffectStatePaused) {
+    blog(LOG_WARNING, "[lumivex] no effect state %d, states go from 0 to 2", static_cast<int>(state));
+    return;
+  }
+  for (EffectSlot &slot : slots_) {
+    if (slot.player) slot.player->SetState(state);
+  }
+}
+
+void MagicEffects::SetIntensity(LXEffectAdjustType type, float intensity) {
+  if (type == kAdjustEffectOpacity) {
+    opacity_ = Clamped(intensity, 0.0f, 1.0f);
+  } else if (!other_intensity_logged_) {
+    other_intensity_logged_ = true;
+    blog(LOG_INFO,
+         "[lumivex] effects hold pictures alone, so of their intensities only the opacity, 0, does something; got %d",
+         static_cast<int>(type));
+  }
+}
+
+void MagicEffects::SetMedia(int32_t type, const std::string &path) {
+  media_loading_.Cancel();
+  shared_.media.clear();
+  media_path_.clear();
+  if (type == kMediaNone || type == kMediaTypeSkipEngine || path.empty()) return;
+  if (type != kMediaPicture && type != kMediaVideo) {
+    blog(LOG_WARNING, "[lumivex] no media type %d, types go from 0 to %d", static_cast<int>(type),
+         static_cast<int>(kMediaVideo));
+    return;
+  }
+  std::error_code error;
+  if (type == kMediaVideo && !std::filesystem::is_directory(path, error)) {
+    blog(LOG_WARNING, "[lumivex] media resource %s: video files cannot be played; give a folder of PNG pictures",
+         path.c_str());
+    return;
+  }
+  media_path_ = path;
+  media_ns_ = 0;
+  media_loading_.Start([path](const std::atomic<bool> &cancelled) {
+    PixelBudget budget;
+    return LoadPictures(path, budget, cancelled);
+  });
+}
+
+void MagicEffects::SetCustomImages(const std::vector<std::string> &paths) {
+  std::vector<std::string> taken(paths.begin(),
+                                 paths.begin() + static_cast<ptrdiff_t>(std::min(paths.size(), kMaxCustomImages)));
+  if (taken.size() < paths.size())
+    blog(LOG_WARNING, "[lumivex] %zu custom images: only the first %zu are used", paths.size(), kMaxCustomImages);
+  custom_loading_.Start([paths = std::move(taken)](const std::atomic<bool> &cancelled) {
+    CustomImages images;
+    PixelBudget budget;
+    for (const std::string &path : paths) {
+      if (cancelled.load(std::memory_order_relaxed)) break;
+      PictureFile file = ReadPicture(path, budget);
+      if (!file.picture) images.failures.push_back(FailureLine("custom image", path, path, file.reason, file.remedy));
+      images.pictures.push_back(std::move(file.picture));
+    }
+    return images;
+  });
+}
+
+void MagicEffects::ReceiveGameData(const std::string &json) {
+  const bool readable = json.size() <= kMaxEffectTextBytes && !NestsDeeperThan(json, kMaxEffectNesting);
+  const Json message = readable ? Json::parse(json, nullptr, false) : Json(Json::value_t::discarded);
+  if (!message.is_object()) {
+    if (!bad_game_data_logged_)
+      blog(LOG_WARNING, "[lumivex] game data from the host is no JSON object, it is left out");
+    bad_game_data_logged_ = true;
+    return;
+  }
+  bad_game_data_logged_ = false;
+  for (EffectSlot &slot : slots_) {
+    if (slot.player) slot.player->React(message, outbox_);
+  }
+}
+
+void MagicEffects::LoadBox(const std::string &path) {
+  if (!path.empty()) Play(slots_[kBoxSlot], path);
+}
+
+void MagicEffects::UnloadBox() {
+  Clear(slots_[kBoxSlot]);
+}
+
+// ---- Frames ----
+
+void MagicEffects::Begin(uint64_t timestamp) {
+  const int64_t step = clock_.Step(timestamp);
+  media_ns_ += step;
+  for (EffectSlot &slot : slots_) {
+    if (!slot.player) continue;
+    slot.player->Advance(step, outbox_);
+    if (slot.player->Ended()) slot.player.reset();
+  }
+  TakeLoaded();  // what starts now starts at its time 0
+}
+
+void MagicEffects::TakeLoaded() {
+  for (EffectSlot &slot : slots_) TakeEffect(slot);
+  if (auto media = media_loading_.Take()) {
+    if (media->content)
+      shared_.media = *media->content;
+    else
+      blog(LOG_WARNING, "%s",
+           FailureLine("media resource", media_path_, media->file, media->reason, media->remedy).c_str());
+    media_ns_ = 0;
+  }
+  if (auto custom = custom_loading_.Take()) {
+    shared_.custom = std::move(custom->pictures);
+    for (const std::string &line : custom->failures) blog(LOG_WARNING, "%s", line.c_str());
+  }
+}
+
+void MagicEffects::TakeEffect(EffectSlot &slot) {
+  auto loaded = slot.loading.Take();
+  if (!loaded) return;
+  if (!loaded->content) {
+    blog(LOG_WARNING, "%s",
+         FailureLine("magic effect", slot.path, loaded->file, loaded->reason, loaded->remedy).c_str());
+    outbox_.Describe(FailureDescription(slot.path, loaded->reason), false);
+    return;
+  }
+  slot.player = std::make_unique<EffectPlayer>(std::move(loaded->content));
+  slot.player->Start(DisablesOfAll(), outbox_);
+}
+
+// A description says anew what the host's user may set, so it speaks for every effect. A gift's takes nothing over.
+Disables MagicEffects::DisablesOfAll() const {
+  Disables all = {};
+  for (const EffectSlot &slot : slots_) {
+    if (!slot.player || slot.player->Plan().gift_display_time) continue;
+    for (size_t i = 0; i < all.size(); ++i) all[i] = all[i] || slot.player->Plan().disables[i];
+  }
+  return all;
+}
+
+bool MagicEffects::NeedsFaces() const {
+  return std::any_of(slots_.begin(), slots_.end(),
+                     [](const EffectSlot &slot) { return slot.player && slot.player->NeedsFaces(); });
+}
+
+bool MagicEffects::Visible() const {
+  return ShowsMediaItself() || std::any_of(slots_.begin(), slots_.end(), [](const EffectSlot &slot) {
+           return slot.player && slot.player->Visible();
+         });
+}
+
+bool MagicEffects::ShowsMediaItself() const {
+  return !shared_.media.empty() && std::none_of(slots_.begin(), slots_.end(), [](const EffectSlot &slot) {
+    return slot.player && slot.player->Uses(LayerSource::kMedia);
+  });
+}
+
+void MagicEffects::Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation,
+                        const Faces &faces) {
+  if (ShowsMediaItself()) DrawMedia(view, space, orientation);
+  const Canvas canvas{view, space, orientation, faces, opacity_};
+  for (EffectSlot &slot : slots_) {
+    if (slot.player) slot.player->Draw(canvas, shared_);
+  }
+}
+
+void MagicEffects::DrawMedia(const Nv12View &view, const YuvSpace &space, const Orientation &orientation) {
+  const auto passed = static_cast<size_t>(static_cast<double>(media_ns_) * kMediaPicturesPerNanosecond);
+  const PicturePointer &picture = shared_.media[passed % shared_.media.size()];
+  const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
+  media_stamp_.Make(picture, PlaceWhole(shape, view.width, view.height, orientation), 1.0f, space, view.width,
+                    view.height);
+  media_stamp_.Blend(view);
+}
+
+std::vector<RunningEffect> MagicEffects::Running() const {
+  std::vector<RunningEffect> running;
+  for (size_t i = 0; i < slots_.size(); ++i) {
+    if (slots_[i].player) running.push_back({kSlotNames[i], slots_[i].path, *slots_[i].player});
+  }
+  return running;
+}
+
+}  // namespace lumivex

@@ -1,0 +1,119 @@
+#include "makeup/makeup_resource.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+namespace lumivex {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kDescription[] = "makeup.json";
+constexpr uintmax_t kMostFileBytes = uintmax_t{64} << 20;
+constexpr int kSmallestSide = 16;  // pixels: no smaller picture is made
+
+// Red, green, blue, alpha; colours multiplied by alpha. Empty for a kind of picture that cannot be taken.
+cv::Mat Premultiplied(const cv::Mat &picture) {
+  if (picture.depth() != CV_8U || picture.channels() != 4) return {};
+  cv::Mat result(picture.size(), CV_8UC4);
+  for (int row = 0; row < picture.rows; ++row) {
+    const uint8_t *from = picture.ptr<uint8_t>(row);
+    uint8_t *to = result.ptr<uint8_t>(row);
+    for (int x = 0; x < 4 * picture.cols; x += 4) {
+      const int alpha = from[x + 3];
+      for (int channel = 0; channel < 3; ++channel)
+        to[x + channel] = static_cast<uint8_t>((from[x + 2 - channel] * alpha + 127) / 255);
+      to[x + 3] = static_cast<uint8_t>(alpha);
+    }
+  }
+  return result;
+}
+
+void AddSmallerPictures(std::vector<cv::Mat> &pictures) {
+  while (std::min(pictures.back().cols, pictures.back().rows) >= 2 * kSmallestSide) {
+    const cv::Mat &last = pictures.back();
+    cv::Mat half;
+    cv::resize(last, half, cv::Size(last.cols / 2, last.rows / 2), 0, 0, cv::INTER_AREA);
+    pictures.push_back(half);
+  }
+}
+
+// Owns: what has been read so far. Threads: one.
+class Loader {
+ public:
+  explicit Loader(const std::string &folder) : folder_(folder), resource_(std::make_shared<MakeupResource>()) {
+    resource_->folder = folder;
+  }
+
+  MakeupLoad Load() {
+    if (ReadLayers()) load_.resource = resource_;
+    return std::move(load_);
+  }
+
+ private:
+  bool Fail(const fs::path &file, std::string reason, std::string remedy) {
+    load_.file = file.string();
+    load_.reason = std::move(reason);
+    load_.remedy = std::move(remedy);
+    return false;
+  }
+
+  bool ReadLayers() {
+    const fs::path file = folder_ / kDescription;
+    std::ifstream stream(file, std::ios::binary);
+    std::error_code error;
+    if (!stream || fs::is_directory(file, error))
+      return Fail(file, "it cannot be read", "give a folder that holds a makeup.json");
+    std::string text(kMostMakeupTextBytes + 1, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(stream.gcount()));
+    MakeupText parsed = ParseMakeup(text);
+    if (!parsed.reason.empty()) return Fail(file, parsed.reason, "docs/effects.md has the format");
+    for (MakeupLayerText &layer : parsed.layers) {
+      if (!ReadLayer(layer)) return false;
+    }
+    return true;
+  }
+
+  bool ReadLayer(MakeupLayerText &text) {
+    const fs::path file = folder_ / text.image;
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) return Fail(file, "it is no file", "put the layer's picture there");
+    if (const uintmax_t size = fs::file_size(file, error); error || size > kMostFileBytes)
+      return Fail(file, "it is larger than 64 MiB", "make the picture smaller");
+    const cv::Mat picture = Decode(file);
+    if (picture.empty()) return Fail(file, "it is no picture that can be read", "save it as a PNG of 8 bits");
+    if (std::max(picture.cols, picture.rows) > kMostMakeupSide)
+      return Fail(file, "it is larger than 4096 pixels a side", "make the picture smaller");
+    MakeupLayer layer{{Premultiplied(picture)}, text.blend, text.opacity, std::move(text.pins)};
+    if (layer.pictures[0].empty())
+      return Fail(file, "it has no alpha, or not 8 bits", "save it as a PNG of 8 bits with alpha");
+    AddSmallerPictures(layer.pictures);
+    resource_->layers.push_back(std::move(layer));
+    return true;
+  }
+
+  static cv::Mat Decode(const fs::path &file) {
+    try {
+      return cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+    } catch (const cv::Exception &) {
+      return {};
+    }
+  }
+
+  const fs::path folder_;
+  std::shared_ptr<MakeupResource> resource_;
+  MakeupLoad load_;
+};
+
+}  // namespace
+
+MakeupLoad LoadMakeup(const std::string &folder) {
+  return Loader(folder).Load();
+}
+
+}  // namespace lumivex

@@ -1,0 +1,95 @@
+#include "makeup/makeup_stage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+
+namespace lumivex {
+namespace {
+
+MakeupBlend BlendOf(int32_t wish, MakeupBlend resource) {
+  switch (wish) {
+    case kMakeupBlendNormal:
+      return MakeupBlend::kNormal;
+    case kMakeupBlendMultiply:
+      return MakeupBlend::kMultiply;
+    case kMakeupBlendScreen:
+      return MakeupBlend::kScreen;
+    case kMakeupBlendSoftLight:
+      return MakeupBlend::kSoftLight;
+    default:
+      return resource;
+  }
+}
+
+// The part of the frame that a picture of that size covers, widened to whole pairs of chroma. May be empty.
+cv::Rect Covered(const AffineMap &map, const cv::Size &size, const Nv12View &view) {
+  float left = static_cast<float>(view.width);
+  float top = static_cast<float>(view.height);
+  float right = 0.0f;
+  float bottom = 0.0f;
+  for (const double x : {-1.0, size.width + 1.0}) {
+    for (const double y : {-1.0, size.height + 1.0}) {
+      const FramePoint corner = map.At(x, y);
+      left = std::min(left, corner.x);
+      top = std::min(top, corner.y);
+      right = std::max(right, corner.x);
+      bottom = std::max(bottom, corner.y);
+    }
+  }
+  const int first_x = static_cast<int>(std::max(left, 0.0f)) & ~1;
+  const int first_y = static_cast<int>(std::max(top, 0.0f)) & ~1;
+  const int last_x = static_cast<int>(std::ceil(std::min(right, static_cast<float>(view.width))));
+  const int last_y = static_cast<int>(std::ceil(std::min(bottom, static_cast<float>(view.height))));
+  if (first_x >= last_x || first_y >= last_y) return {};
+  return {first_x, first_y, last_x - first_x, last_y - first_y};
+}
+
+// The smallest picture that the map does not enlarge: a larger one would shimmer.
+size_t PictureFor(const AffineMap &map, size_t count) {
+  const double scale = std::sqrt(std::fabs(map.a * map.e - map.b * map.d));
+  size_t picture = 0;
+  for (double reach = 0.5; picture + 1 < count && scale <= reach; reach /= 2.0) ++picture;
+  return picture;
+}
+
+// From the index of a pixel of the part to that of a pixel of the picture, whose centers lie half a pixel inside.
+cv::Matx23d PixelMap(const AffineMap &back, const cv::Point &part, double scale_x, double scale_y) {
+  const double x = part.x + 0.5;
+  const double y = part.y + 0.5;
+  return {scale_x * back.a, scale_x * back.b, scale_x * (back.a * x + back.b * y + back.c) - 0.5,
+          scale_y * back.d, scale_y * back.e, scale_y * (back.d * x + back.e * y + back.f) - 0.5};
+}
+
+}  // namespace
+
+void MakeupStage::Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces,
+                        const std::vector<MakeupChoice> &choices) {
+  for (const Face &face : faces) {
+    for (const MakeupChoice &choice : choices) {
+      if (choice.intensity <= 0.0f) continue;
+      for (const MakeupLayer &layer : choice.resource->layers)
+        Lay(view, space, face, layer, BlendOf(choice.blend, layer.blend), choice.intensity * layer.opacity);
+    }
+  }
+}
+
+void MakeupStage::Lay(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupLayer &layer,
+                      MakeupBlend blend, float strength) {
+  pins_.clear();
+  for (const MakeupPin &pin : layer.pins) pins_.push_back({{pin.x, pin.y}, face.At(pin.anchor)});
+  const std::optional<AffineMap> map = FitAffine(pins_, face);
+  if (!map) return;
+  const std::optional<AffineMap> back = Inverse(*map);
+  const cv::Size size = layer.pictures[0].size();
+  const cv::Rect part = Covered(*map, size, view);
+  if (!back || part.empty()) return;
+  const cv::Mat &picture = layer.pictures[PictureFor(*map, layer.pictures.size())];
+  const cv::Matx23d pixels = PixelMap(*back, part.tl(), static_cast<double>(picture.cols) / size.width,
+                                      static_cast<double>(picture.rows) / size.height);
+  cv::warpAffine(picture, laid_, pixels, part.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
+                 cv::Scalar::all(0));
+  blender_.Blend(view, space, part, laid_, blend, strength);
+}
+
+}  // namespace lumivex

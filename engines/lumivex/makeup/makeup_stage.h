@@ -1,0 +1,31 @@
+// Lays makeup on faces.
+#pragma once
+
+#include <opencv2/core.hpp>
+#include <vector>
+
+#include "faces/face_fit.h"
+#include "faces/face_settings.h"
+#include "faces/faces.h"
+#include "makeup/makeup_resource.h"
+#include "makeup/rgba_blend.h"
+#include "pixels/nv12_view.h"
+#include "pixels/yuv_space.h"
+
+namespace lumivex {
+
+// Owns: the laid out picture, and scratch rows. Borrows: frame, faces and makeup, for the call. Threads: one at a time.
+class MakeupStage {
+ public:
+  void Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces, const std::vector<MakeupChoice> &choices);
+
+ private:
+  void Lay(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupLayer &layer, MakeupBlend blend,
+           float strength);
+
+  std::vector<FitPin> pins_;
+  cv::Mat laid_;
+  RgbaBlender blender_;
+};
+
+}  // namespace lumivex

@@ -1,0 +1,118 @@
+#include "pixels/cell_grid.h"
+
+#include <algorithm>
+#include <opencv2/core/hal/intrin.hpp>
+
+namespace lumivex {
+namespace {
+
+constexpr int kStep = 8;  // cells that a loop takes at once
+
+// Distance from a pixel's centre to its cell's centre, in cells, as a fraction of 65536 of the way to the neighbour.
+constexpr int16_t kEighth = 8192;
+constexpr int16_t kQuarter = 16384;
+constexpr int16_t kThreeEighths = 24576;
+
+cv::v_int16x8 Toward(const cv::v_int16x8 &here, const cv::v_int16x8 &neighbour, int16_t fraction) {
+  return here + cv::v_mul_hi(neighbour - here, cv::v_setall_s16(fraction));
+}
+
+void AddMoments(const uint8_t *pixels, int count, uint32_t &sum, uint32_t &square) {
+  for (int x = 0; x < count; ++x) {
+    sum += pixels[x];
+    square += static_cast<uint32_t>(pixels[x]) * pixels[x];
+  }
+}
+
+}  // namespace
+
+void MeasureCells(const Nv12View &view, cv::Mat &mean, cv::Mat &square) {
+  const int columns = (view.width + kCell - 1) / kCell;
+  const int rows = (view.height + kCell - 1) / kCell;
+  mean.create(rows, columns, CV_32F);
+  square.create(rows, columns, CV_32F);
+  constexpr int kCellsAtOnce = 4;
+  const int fast_columns = view.width / (kCell * kCellsAtOnce) * kCellsAtOnce;
+  const cv::v_uint8x16 ones = cv::v_setall_u8(1);
+  const cv::v_float32x4 whole_cell = cv::v_setall_f32(1.0f / (kCell * kCell));
+
+  for (int row = 0; row < rows; ++row) {
+    const int pixel_rows = std::min(kCell, view.height - row * kCell);
+    const uint8_t *top = view.YRow(row * kCell);
+    float *mean_row = mean.ptr<float>(row);
+    float *square_row = square.ptr<float>(row);
+    int column = 0;
+    for (; pixel_rows == kCell && column < fast_columns; column += kCellsAtOnce) {
+      cv::v_uint32x4 sum = cv::v_setzero_u32();
+      cv::v_uint32x4 squares = cv::v_setzero_u32();
+      for (int i = 0; i < kCell; ++i) {
+        const cv::v_uint8x16 pixels = cv::v_load(top + view.y_stride * i + column * kCell);
+        sum += cv::v_dotprod_expand(pixels, ones);
+        squares += cv::v_dotprod_expand(pixels, pixels);
+      }
+      cv::v_store(mean_row + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(sum)) * whole_cell);
+      cv::v_store(square_row + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(squares)) * whole_cell);
+    }
+    for (; column < columns; ++column) {
+      const int pixel_columns = std::min(kCell, view.width - column * kCell);
+      uint32_t sum = 0;
+      uint32_t squares = 0;
+      for (int i = 0; i < pixel_rows; ++i) {
+        AddMoments(top + view.y_stride * i + column * kCell, pixel_columns, sum, squares);
+      }
+      const float scale = 1.0f / static_cast<float>(pixel_rows * pixel_columns);
+      mean_row[column] = static_cast<float>(sum) * scale;
+      square_row[column] = static_cast<float>(squares) * scale;
+    }
+  }
+}
+
+void CellMap::Resize(int columns, int rows) {
+  columns_ = columns;
+  rows_ = rows;
+  values_.resize(static_cast<size_t>(columns) * rows + kStep);
+  blended_.resize(static_cast<size_t>(columns) + 2 * kStep + 1);
+}
+
+void CellMap::Blend(int pixel_row, int scale) {
+  const int row = pixel_row / scale;
+  const int place = pixel_row % scale;
+  const bool upper = place < scale / 2;
+  const int neighbour = std::clamp(upper ? row - 1 : row + 1, 0, rows_ - 1);
+  const int from_centre = upper ? scale - 1 - 2 * place : 2 * place + 1 - scale;  // in half pixels
+  const auto fraction = static_cast<int16_t>(65536 / (2 * scale) * from_centre);
+
+  const int16_t *near_row = Row(row);
+  const int16_t *far_row = Row(neighbour);
+  int16_t *out = blended_.data() + 1;
+  for (int x = 0; x < columns_; x += kStep) {
+    cv::v_store(out + x, Toward(cv::v_load(near_row + x), cv::v_load(far_row + x), fraction));
+  }
+  out[-1] = out[0];
+  std::fill_n(out + columns_, kStep, out[columns_ - 1]);
+}
+
+void CellMap::ExpandToLuma(int luma_row, int16_t *out) {
+  Blend(luma_row, kCell);
+  const int16_t *row = blended_.data() + 1;
+  for (int x = 0; x < columns_; x += kStep) {
+    const cv::v_int16x8 here = cv::v_load(row + x);
+    const cv::v_int16x8 left = cv::v_load(row + x - 1);
+    const cv::v_int16x8 right = cv::v_load(row + x + 1);
+    cv::v_store_interleave(out + kCell * x, Toward(here, left, kThreeEighths), Toward(here, left, kEighth),
+                           Toward(here, right, kEighth), Toward(here, right, kThreeEighths));
+  }
+}
+
+void CellMap::ExpandToChroma(int chroma_row, int16_t *out) {
+  Blend(chroma_row, kCell / 2);
+  const int16_t *row = blended_.data() + 1;
+  for (int x = 0; x < columns_; x += kStep) {
+    const cv::v_int16x8 here = cv::v_load(row + x);
+    const cv::v_int16x8 left = Toward(here, cv::v_load(row + x - 1), kQuarter);
+    const cv::v_int16x8 right = Toward(here, cv::v_load(row + x + 1), kQuarter);
+    cv::v_store_interleave(out + kCell * x, left, left, right, right);
+  }
+}
+
+}  // namespace lumivex

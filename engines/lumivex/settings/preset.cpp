@@ -1,0 +1,99 @@
+#include "settings/preset.h"
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+namespace lumivex {
+namespace {
+
+using Json = nlohmann::ordered_json;
+namespace fs = std::filesystem;
+
+constexpr int kPresetFormat = 1;
+constexpr int kDeepestGroup = 4;  // groups within groups
+
+bool IsBareName(const std::string &text) {
+  return text.find_first_of("/\\") == std::string::npos && fs::path(text).extension() != ".json";
+}
+
+fs::path PresetPath(const fs::path &root, const std::string &name) {
+  return root / "presets" / (name + ".json");
+}
+
+fs::path Locate(const fs::path &root, const std::string &text, bool is_group) {
+  fs::path path = text;
+  if (IsBareName(text)) path = is_group ? root / "groups" / text : PresetPath(root, text);
+  std::error_code error;
+  return fs::is_directory(path, error) ? path / "group.json" : path;
+}
+
+// Owns: the values gathered so far. Threads: one.
+class PresetReader {
+ public:
+  explicit PresetReader(fs::path root) : root_(std::move(root)) {}
+
+  // Adds what the file sets to what earlier ones have set.
+  bool Read(const fs::path &file, int depth) {
+    file_ = file.string();
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) return Fail("it cannot be read");
+    const Json json = Json::parse(stream, nullptr, false);
+    if (!json.is_object()) return Fail("it is no JSON object");
+    const auto format = json.find("format");
+    if (format == json.end() || *format != kPresetFormat) return Fail("its \"format\" is not 1");
+    if (const auto presets = json.find("presets"); presets != json.end()) return ReadMembers(file, *presets, depth);
+    const auto beauty = json.find("beauty");
+    if (beauty == json.end() || !beauty->is_object()) return Fail("it has neither \"beauty\" nor \"presets\"");
+    return TakeValues(*beauty);
+  }
+
+  BeautyValues values = {};
+
+  PresetFile Result(bool good) const {
+    return good ? PresetFile{values, file_, {}} : PresetFile{std::nullopt, file_, reason_};
+  }
+
+ private:
+  bool Fail(std::string reason) {
+    reason_ = std::move(reason);
+    return false;
+  }
+
+  bool ReadMembers(const fs::path &file, const Json &presets, int depth) {
+    if (!presets.is_array()) return Fail("its \"presets\" is no list");
+    if (depth == kDeepestGroup) return Fail("groups stand too deep in one another");
+    for (const Json &member : presets) {
+      if (!member.is_string()) return Fail("its \"presets\" holds more than names");
+      const auto name = member.get<std::string>();
+      const fs::path path = IsBareName(name) ? PresetPath(root_, name) : file.parent_path() / name;
+      if (!Read(path, depth + 1)) return false;
+      file_ = file.string();
+    }
+    return true;
+  }
+
+  bool TakeValues(const Json &beauty) {
+    for (const auto &[name, value] : beauty.items()) {
+      const BeautyTypeInfo *info = FindBeautyType(name);
+      if (!info) return Fail("\"" + name + "\" is no beauty type");
+      if (!value.is_number()) return Fail("\"" + name + "\" is no number");
+      SetBeauty(values, info->type, value.get<float>());
+    }
+    return true;
+  }
+
+  const fs::path root_;
+  std::string file_;
+  std::string reason_;
+};
+
+}  // namespace
+
+PresetFile ReadPreset(const std::string &root, const std::string &text, bool is_group) {
+  PresetReader reader{fs::path(root)};
+  const bool good = reader.Read(Locate(root, text, is_group), 0);
+  return reader.Result(good);
+}
+
+}  // namespace lumivex

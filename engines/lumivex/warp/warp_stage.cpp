@@ -1,0 +1,29 @@
+#include "warp/warp_stage.h"
+
+#include "warp/body_warps.h"
+#include "warp/face_warps.h"
+
+namespace lumivex {
+
+bool WarpRequest::Any() const {
+  return AnyDeform(deform) || AnySlimming(slimming);
+}
+
+bool WarpRequest::NeedsFaces() const {
+  if (!legs) return Any();
+  SlimmingValues others = slimming;
+  others[static_cast<size_t>(kSlimLegLength)] = 0.0f;
+  return AnyDeform(deform) || AnySlimming(others);
+}
+
+bool WarpStage::Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces,
+                      const WarpRequest &wish) {
+  field_.Begin(view.width, view.height);
+  for (const Face &face : faces) AddFaceWarps(face, wish.deform, field_);
+  const bool slimmed = AddBodyWarps(faces, orientation, view.width, view.height, wish.slimming, wish.legs, field_);
+  field_.End();
+  warp_.Apply(view, field_);
+  return slimmed;
+}
+
+}  // namespace lumivex

@@ -1,0 +1,110 @@
+#include "features/eye_finder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "features/iris.h"
+
+namespace tessera {
+namespace {
+
+// Pixels per unit: enough for the cascade, and for the edge of an iris.
+constexpr float kCascadeDensity = 36;
+constexpr float kIrisDensity = 52;
+const cv::Rect2f kWindow(-1.1F, -0.65F, 2.2F, 1.3F);
+
+const cv::Point2f kUsualLeft(-0.5F, 0);
+const cv::Point2f kUsualRight(0.5F, 0);
+constexpr int kLeastBox = 17;  // of an eye with its lids, pixels in the cascade's patch
+constexpr int kMostBox = 34;
+
+constexpr float kIrisRadius = 0.095F;  // 6 mm
+constexpr float kPupilReach = 0.16F;   // from the middle of the cascade's box
+
+// Beyond these the eyes found are not those of the face looked at.
+constexpr float kMostShift = 0.35F;  // units
+constexpr float kMostScale = 1.35F;
+constexpr float kMostTurn = 0.45F;  // radians
+
+cv::Point2f ToUnits(cv::Point2f pixel, float density) {
+  return (pixel + cv::Point2f(0.5F, 0.5F)) * (1 / density) + kWindow.tl();
+}
+
+cv::Point2f ToPixels(cv::Point2f point, float density) {
+  return (point - kWindow.tl()) * density - cv::Point2f(0.5F, 0.5F);
+}
+
+bool Plausible(const Placement &found, const Placement &expected) {
+  const cv::Point2f shift = expected.FromPicture(found.origin);
+  const float scale = found.unit / expected.unit;
+  return std::hypot(shift.x, shift.y) < kMostShift && scale < kMostScale && scale > 1 / kMostScale &&
+         std::abs(found.angle - expected.angle) < kMostTurn;
+}
+
+}  // namespace
+
+bool EyeFinder::Load(const std::string &file) {
+  return cascade_.Load(file);
+}
+
+std::optional<cv::Point2f> EyeFinder::CascadeEye(const cv::Mat &patch, bool right) {
+  if (cascade_.empty()) return std::nullopt;
+  const int middle = patch.cols / 2;
+  const cv::Rect half =
+      right ? cv::Rect(middle, 0, patch.cols - middle, patch.rows) : cv::Rect(0, 0, middle, patch.rows);
+  std::optional<cv::Point2f> best;
+  float best_score = 0;
+  for (const VotedBox &found : cascade_.Find(patch(half), 1.15, 2, kLeastBox, kMostBox)) {
+    const cv::Rect box = found.box + half.tl();
+    const cv::Point2f pixel(static_cast<float>(box.x) + 0.5F * static_cast<float>(box.width - 1),
+                            static_cast<float>(box.y) + 0.5F * static_cast<float>(box.height - 1));
+    const cv::Point2f place = ToUnits(pixel, kCascadeDensity);
+    const cv::Point2f off = place - (right ? kUsualRight : kUsualLeft);
+    const float away = std::hypot(off.x, off.y);
+    const float score = static_cast<float>(std::min(found.votes, 12)) * std::exp(-away * away / (2 * 0.2F * 0.2F));
+    if (away > 0.45F || score <= best_score) continue;
+    best = place;
+    best_score = score;
+  }
+  return best;
+}
+
+Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
+  const cv::Mat coarse = Lit(CutUpright(luma, expected, kWindow, kCascadeDensity));
+  const std::optional<cv::Point2f> left = CascadeEye(coarse, false);
+  const std::optional<cv::Point2f> right = CascadeEye(coarse, true);
+  // An eye that was not seen stands as far beside its usual place as the other one, mirrored in part.
+  const auto start = [](const std::optional<cv::Point2f> &seen, cv::Point2f usual,
+                        const std::optional<cv::Point2f> &other, cv::Point2f other_usual) {
+    if (seen) return *seen;
+    if (!other) return usual;
+    const cv::Point2f off = *other - other_usual;
+    return usual + cv::Point2f(off.x * 0.5F, off.y);
+  };
+  const cv::Mat fine = Lit(CutUpright(luma, expected, kWindow, kIrisDensity));
+  const auto pupil = [&fine, &expected](cv::Point2f from) {
+    const auto iris =
+        FindIris(fine, ToPixels(from, kIrisDensity), kPupilReach * kIrisDensity, kIrisRadius * kIrisDensity);
+    return expected.ToPicture(iris ? ToUnits(*iris, kIrisDensity) : from);
+  };
+  Eyes eyes;
+  eyes.seen = (left ? 1 : 0) + (right ? 1 : 0);
+  eyes.placement = PlacementOfEyes(pupil(start(left, kUsualLeft, right, kUsualRight)),
+                                   pupil(start(right, kUsualRight, left, kUsualLeft)));
+  if (!Plausible(eyes.placement, expected)) return {expected, 0};
+  return eyes;
+}
+
+Eyes EyeFinder::Find(const cv::Mat &luma, const Placement &expected) {
+  const Eyes first = FindOnce(luma, expected);
+  if (first.seen == 0) return first;
+  const float turn = std::abs(first.placement.angle - expected.angle);
+  const float scale = first.placement.unit / expected.unit;
+  const bool upright = turn < 0.1F && scale < 1.2F && scale > 1 / 1.2F;
+  if (upright || (first.seen == 2 && turn < 0.25F)) return first;
+  const Eyes second = FindOnce(luma, first.placement);  // now upright, as the cascade likes it
+  return second.seen >= first.seen ? second : first;
+}
+
+}  // namespace tessera

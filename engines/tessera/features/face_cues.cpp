@@ -1,0 +1,86 @@
+#include "features/face_cues.h"
+
+#include <algorithm>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+namespace tessera {
+namespace {
+
+// What the cues' thresholds are made for, and how far a dark picture is raised towards it.
+constexpr double kWellLit = 130;  // mean luma code above black
+constexpr double kMostGain = 5;
+constexpr double kBlack = 16;
+
+}  // namespace
+
+cv::Mat FaceCues::Blurred(const cv::Mat &picture, float units) const {
+  cv::Mat blurred;
+  cv::GaussianBlur(picture, blurred, cv::Size(0, 0), static_cast<double>(units * window_.density));
+  return blurred;
+}
+
+float FaceCues::Column(float x) const {
+  return (x - window_.area.x) * window_.density - 0.5F;
+}
+
+float FaceCues::Row(float y) const {
+  return (y - window_.area.y) * window_.density - 0.5F;
+}
+
+int FaceCues::NearestColumn(float x) const {
+  return std::clamp(cvRound(Column(x)), 0, lines.cols - 1);
+}
+
+int FaceCues::NearestRow(float y) const {
+  return std::clamp(cvRound(Row(y)), 0, lines.rows - 1);
+}
+
+float FaceCues::X(float column) const {
+  return (column + 0.5F) / window_.density + window_.area.x;
+}
+
+float FaceCues::Y(float row) const {
+  return (row + 0.5F) / window_.density + window_.area.y;
+}
+
+FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window) : window_(window) {
+  const cv::Mat patch = CutUpright(luma, placement, window.area, window.density);
+  const double mean = std::max(1.0, cv::mean(patch)[0] - kBlack);
+  gain_ = static_cast<float>(std::clamp(kWellLit / mean, 0.8, kMostGain));
+  cv::Mat lit;
+  patch.convertTo(lit, CV_32F, static_cast<double>(gain_));
+  const cv::Mat fine = Blurred(lit, 0.02F);
+  lines = cv::max(Blurred(lit, 0.22F) - fine, 0);
+  spots = cv::max(Blurred(lit, 0.09F) - fine, 0);
+}
+
+void FaceCues::AddColour(const PictureView &picture, const Placement &placement) {
+  if (picture.u.empty() || picture.v.empty()) return;
+  const auto cut = [&](const cv::Mat &plane) {
+    cv::Mat patch;
+    CutUpright(plane, placement, window_.area, window_.density, true).convertTo(patch, CV_32F);
+    return Blurred(patch, 0.03F);
+  };
+  const cv::Mat u = cut(picture.u);
+  const cv::Mat v = cut(picture.v);
+  // The skin's colour: what cheeks and chin have in common.
+  const auto skin = [this](const cv::Mat &chroma) {
+    std::vector<float> values;
+    const auto take = [&](float x, float y) { values.push_back(chroma.at<float>(NearestRow(y), NearestColumn(x))); };
+    for (float y = 0.4F; y < 0.75F; y += 0.03F) {
+      for (const float x : {-0.7F, -0.6F, -0.5F, 0.5F, 0.6F, 0.7F}) take(x, y);
+    }
+    for (float y = 1.4F; y < 1.5F; y += 0.03F) {
+      for (float x = -0.2F; x <= 0.2F; x += 0.05F) take(x, y);
+    }
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+  };
+  const double gain = static_cast<double>(std::min(gain_, 2.0F));
+  red = (v - skin(v)) * gain;
+  blue = (u - skin(u)) * gain;
+}
+
+}  // namespace tessera

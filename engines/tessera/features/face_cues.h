@@ -1,0 +1,49 @@
+// A part of a face, cut out upright, as the cues in which its features show.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+#include "vision/picture_view.h"
+
+namespace tessera {
+
+// Which part, in units of the face's placement, and pixels per unit.
+struct CueWindow {
+  cv::Rect2f area;
+  float density = 0;
+};
+
+// The face from the brows to below the eyes, and from below the eyes to the chin.
+inline const CueWindow kUpperFace{{-1.0F, -0.65F, 2.0F, 0.95F}, 44};
+inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.3F}, 40};
+
+// Pictures of floats, as bright as if the face were well lit. Threads: any.
+class FaceCues {
+ public:
+  FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window);
+
+  // Adds the colour of a lower face.
+  void AddColour(const PictureView &picture, const Placement &placement);
+
+  // Columns and rows of a place in units, and back. The nearest ones are inside.
+  float Column(float x) const;
+  float Row(float y) const;
+  int NearestColumn(float x) const;
+  int NearestRow(float y) const;
+  float X(float column) const;
+  float Y(float row) const;
+
+  cv::Mat lines;  // how much darker than its wider surroundings, luma codes
+  cv::Mat spots;  // the same for small dark places
+  // How far from the skin's colour, chroma codes: V (towards red) and U (towards blue). Empty without colour.
+  cv::Mat red;
+  cv::Mat blue;
+
+ private:
+  cv::Mat Blurred(const cv::Mat &picture, float units) const;
+
+  CueWindow window_;
+  float gain_ = 1;
+};
+
+}  // namespace tessera

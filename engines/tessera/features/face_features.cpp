@@ -1,0 +1,17 @@
+#include "features/face_features.h"
+
+namespace tessera {
+
+Features FindFeatures(const PictureView &picture, const Placement &placement) {
+  FaceCues lower(picture.y, placement, kLowerFace);
+  lower.AddColour(picture, placement);
+  const FaceCues upper(picture.y, placement, kUpperFace);
+  Features features;
+  features.mouth = FindMouth(lower);
+  features.nose = FindNose(lower);
+  features.brows = {FindBrow(upper, -1), FindBrow(upper, 1)};
+  features.eye_corners = {FindEyeCorner(upper, -1), FindEyeCorner(upper, 1)};
+  return features;
+}
+
+}  // namespace tessera

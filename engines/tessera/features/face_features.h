@@ -1,0 +1,62 @@
+// What is looked for in a face besides the pupils.
+#pragma once
+
+#include <array>
+#include <opencv2/core.hpp>
+
+#include "features/face_cues.h"
+#include "vision/picture_view.h"
+
+namespace tessera {
+
+// All places in units of the face's placement. A confidence is 0 (the place is that of the mean shape) to 1.
+struct Mouth {
+  cv::Point2f left;  // corners
+  cv::Point2f right;
+  float line = 0;        // y of the line between the lips in its middle
+  float confidence = 0;  // of the above
+  float top = 0;         // outer edges of the lips on the middle line, y
+  float bottom = 0;
+  float lips_confidence = 0;
+};
+
+struct Nose {
+  cv::Point2f nostrils;  // between them
+  float confidence = 0;
+};
+
+struct Brow {
+  float height = 0;  // y, mean over its length
+  float confidence = 0;
+};
+
+struct EyeCorner {
+  float x = 0;  // distance of the outer corner from the middle between the pupils
+  float confidence = 0;
+};
+
+struct Features {
+  Mouth mouth;
+  Nose nose;
+  std::array<Brow, 2> brows;             // left, right
+  std::array<EyeCorner, 2> eye_corners;  // left, right
+};
+
+// The mouth is the dark line in the lower face, its corners the ends of that line; how far the lips reach is told by
+// their colour beside that of cheeks and chin.
+Mouth FindMouth(const FaceCues &lower_face);
+
+// The nostrils are the darkest small place on each side of the nose's middle.
+Nose FindNose(const FaceCues &lower_face);
+
+// A brow is the first dark line above an eye. `side` is -1 for the left one, 1 for the right one.
+Brow FindBrow(const FaceCues &upper_face, int side);
+
+// The outer corner of an eye is where its dark lids and lashes end. (The inner one stands in the shade of the nose and
+// is left to the mean shape.)
+EyeCorner FindEyeCorner(const FaceCues &upper_face, int side);
+
+// All of them. Threads: any.
+Features FindFeatures(const PictureView &picture, const Placement &placement);
+
+}  // namespace tessera

@@ -1,0 +1,139 @@
+#include "search/face_search.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+
+namespace tessera {
+namespace {
+
+// Long sides of the pictures that are searched as a whole, pixels, and the smallest box in them.
+constexpr int kUsualFaces = 400;
+constexpr int kSmallFaces = 640;
+constexpr int kSmallestBox = 24;
+constexpr float kGoodScore = 6;
+
+// An average face in the cascade's box, as parts of its width.
+constexpr float kEyeHeight = 0.37F;
+constexpr float kEyeDistance = 0.42F;
+
+constexpr float kDegree = static_cast<float>(CV_PI) / 180;
+
+// The box of a face whose eyes are at `last` has this many pixels in the patch in which it is looked for again.
+constexpr float kTrackedBox = 48;
+
+Placement PlacementOfBox(const cv::Rect &box) {
+  const auto width = static_cast<float>(box.width);
+  return {{static_cast<float>(box.x) + 0.5F * (width - 1), static_cast<float>(box.y) + kEyeHeight * width},
+          kEyeDistance * width,
+          0};
+}
+
+bool SamePlace(const Placement &a, const Placement &b) {
+  const cv::Point2f apart = a.origin - b.origin;
+  return std::hypot(apart.x, apart.y) < std::max(a.unit, b.unit);
+}
+
+// Of boxes at one place, at whatever angle, the one with the most votes stays.
+void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
+  for (CoarseFace &known : faces) {
+    if (!SamePlace(known.placement, face.placement)) continue;
+    if (face.score > known.score) known = face;
+    return;
+  }
+  faces.push_back(face);
+}
+
+}  // namespace
+
+bool FaceSearch::Load(const std::string &file) {
+  return cascade_.Load(file);
+}
+
+std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass) {
+  const float scale =
+      std::min(1.0F, static_cast<float>(pass.long_side) / static_cast<float>(std::max(luma.cols, luma.rows)));
+  cv::Mat small = luma;
+  if (scale < 1) {
+    const cv::Size size(std::max(1, cvRound(static_cast<float>(luma.cols) * scale)),
+                        std::max(1, cvRound(static_cast<float>(luma.rows) * scale)));
+    cv::resize(luma, small, size, 0, 0, cv::INTER_AREA);
+  }
+  small = Lit(small);
+  // The turned picture has room for all of it; a flat border costs the cascade next to nothing.
+  const float c = std::cos(pass.angle);
+  const float s = std::sin(pass.angle);
+  const auto width = static_cast<float>(small.cols);
+  const auto height = static_cast<float>(small.rows);
+  const cv::Size size(cvCeil(width * std::abs(c) + height * std::abs(s)),
+                      cvCeil(width * std::abs(s) + height * std::abs(c)));
+  const cv::Point2f middle((width - 1) * 0.5F, (height - 1) * 0.5F);
+  const cv::Point2f turned_middle(static_cast<float>(size.width - 1) * 0.5F,
+                                  static_cast<float>(size.height - 1) * 0.5F);
+  cv::Mat upright = small;
+  if (pass.angle != 0) {
+    const cv::Point2f corner = middle + Turned(-turned_middle, pass.angle);
+    const cv::Matx23f to_small(c, -s, corner.x, s, c, corner.y);
+    cv::warpAffine(small, upright, to_small, size, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
+                   cv::mean(small));
+  }
+
+  std::vector<CoarseFace> faces;
+  for (const VotedBox &found : cascade_.Find(upright, 1.15, 3, kSmallestBox)) {
+    Placement placement = PlacementOfBox(found.box);
+    if (pass.angle != 0) {
+      placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
+      placement.angle = pass.angle;
+    }
+    placement.origin = (placement.origin + cv::Point2f(0.5F, 0.5F)) * (1 / scale) - cv::Point2f(0.5F, 0.5F);
+    placement.unit /= scale;
+    faces.push_back({placement, static_cast<float>(found.votes)});
+  }
+  return faces;
+}
+
+std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless) {
+  std::vector<Pass> passes = {{kUsualFaces, first_angle}};
+  for (const float angle : {0.0F, -20 * kDegree, 20 * kDegree, -40 * kDegree, 40 * kDegree}) {
+    if (std::abs(angle - first_angle) > 5 * kDegree) passes.push_back({kUsualFaces, angle});
+  }
+  if (std::max(luma.cols, luma.rows) > kUsualFaces) passes.push_back({kSmallFaces, 0});
+  if (fruitless > 0) {
+    passes[1] = passes[1 + fruitless % (passes.size() - 1)];
+    passes.resize(2);
+  }
+
+  std::vector<CoarseFace> found;
+  for (const Pass &pass : passes) {
+    for (const CoarseFace &face : Search(luma, pass)) AddFace(found, face);
+    const auto good =
+        std::count_if(found.begin(), found.end(), [](const CoarseFace &face) { return face.score >= kGoodScore; });
+    if (good >= wanted) break;
+  }
+  fruitless = found.empty() ? fruitless + 1 : 0;
+  std::sort(found.begin(), found.end(), [](const CoarseFace &a, const CoarseFace &b) { return a.score > b.score; });
+  return found;
+}
+
+std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement &last) {
+  const cv::Rect2f window(-2.1F, -1.9F, 4.2F, 4.4F);
+  const float density = kTrackedBox * kEyeDistance;
+  for (const float turn : {0.0F, -15 * kDegree, 15 * kDegree}) {
+    Placement place = last;
+    place.angle += turn;
+    const cv::Mat patch = Lit(CutUpright(luma, place, window, density));
+    const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
+    if (boxes.empty()) continue;
+    const Placement in_patch = PlacementOfBox(boxes[0].box);
+    CoarseFace face;
+    face.placement.origin = place.ToPicture((in_patch.origin + cv::Point2f(0.5F, 0.5F)) * (1 / density) + window.tl());
+    face.placement.unit = in_patch.unit / density * place.unit;
+    face.placement.angle = place.angle;
+    face.score = static_cast<float>(boxes[0].votes);
+    return face;
+  }
+  return std::nullopt;
+}
+
+}  // namespace tessera

@@ -1,0 +1,42 @@
+// Finds faces by OpenCV's frontal face cascade, on pictures turned by several angles.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vision/cascade.h"
+#include "vision/picture_view.h"
+
+namespace tessera {
+
+// A face as the cascade's box tells it: pupils and their distance are those of an average face in such a box.
+struct CoarseFace {
+  Placement placement;
+  float score = 0;  // how many boxes agreed
+};
+
+// Owns: the cascade. Threads: one at a time.
+class FaceSearch {
+ public:
+  bool Load(const std::string &file);
+
+  // Searches the whole picture, at `first_angle` (radians), upright, turned to either side, and for small faces, until
+  // `wanted` good faces are found. A search that keeps finding nothing tries two of these a call, in turn: `fruitless`
+  // counts such calls in a row. Best faces first, one for each place.
+  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless);
+
+  // Searches near where a face was seen, at its angle and at two beside it.
+  std::optional<CoarseFace> Near(const cv::Mat &luma, const Placement &last);
+
+ private:
+  struct Pass {
+    int long_side = 0;  // of the picture that is searched, pixels
+    float angle = 0;    // radians
+  };
+  std::vector<CoarseFace> Search(const cv::Mat &luma, const Pass &pass);
+
+  Cascade cascade_;
+};
+
+}  // namespace tessera

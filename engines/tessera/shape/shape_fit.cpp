@@ -1,0 +1,132 @@
+#include "shape/shape_fit.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "shape/mean_shape.h"
+#include "tessera/point_layout.h"
+#include "vision/numbers.h"
+
+namespace tessera {
+namespace {
+
+bool In(const PointRange &range, size_t point) {
+  return point >= range.first && point <= range.last;
+}
+
+// The mouth to be drawn, in units: corners, and heights on its middle line.
+struct MouthShape {
+  cv::Point2f left;
+  cv::Point2f right;
+  float upper_top = 0;
+  float upper_bottom = 0;
+  float lower_top = 0;
+  float lower_bottom = 0;
+};
+
+MouthShape ShapeOf(const std::vector<cv::Point2f> &mean, const Mouth &mouth) {
+  MouthShape shape;
+  const auto corner = [&mouth](cv::Point2f usual, cv::Point2f found) {
+    return usual + (found - usual) * mouth.confidence;
+  };
+  shape.left = corner(mean[kMouthLeftCorner], mouth.left);
+  shape.right = corner(mean[kMouthRightCorner], mouth.right);
+  const float usual_line = mean[kMouthLeftCorner].y;
+  const float line = Mixed(usual_line, mouth.line, mouth.confidence);
+  const float above = usual_line - mean[kUpperLipTop].y;
+  const float below = mean[kLowerLipBottom].y - usual_line;
+  shape.upper_top = Mixed(line - above, mouth.top, mouth.lips_confidence);
+  shape.lower_bottom = Mixed(line + below, mouth.bottom, mouth.lips_confidence);
+  // Lips keep about their thickness; what is between them more than that is the open mouth.
+  const float upper = mean[kUpperLipMiddle].y - mean[kUpperLipTop].y;
+  const float lower = mean[kLowerLipBottom].y - mean[kLowerLipMiddle].y;
+  const float height = std::max(0.08F, shape.lower_bottom - shape.upper_top);
+  const float thickness = std::min(1.0F, height / (upper + lower));
+  shape.upper_bottom = shape.upper_top + upper * thickness;
+  shape.lower_top = shape.lower_bottom - lower * thickness;
+  return shape;
+}
+
+// A point of the mean mouth, moved: along the line between the corners, and from it as the heights in the middle say.
+cv::Point2f MouthPoint(const std::vector<cv::Point2f> &mean, size_t point, const MouthShape &shape) {
+  const cv::Point2f usual_left = mean[kMouthLeftCorner];
+  const cv::Point2f usual_right = mean[kMouthRightCorner];
+  const float across = (mean[point].x - usual_left.x) / (usual_right.x - usual_left.x);
+  const cv::Point2f on_line = shape.left + (shape.right - shape.left) * across;
+  size_t middle = kUpperLipTop;
+  float found = shape.upper_top;
+  if (In(kLowerLipOuter, point)) {
+    middle = kLowerLipBottom;
+    found = shape.lower_bottom;
+  } else if (In(kUpperLipInner, point)) {
+    middle = kUpperLipMiddle;
+    found = shape.upper_bottom;
+  } else if (In(kLowerLipInner, point)) {
+    middle = kLowerLipMiddle;
+    found = shape.lower_top;
+  }
+  // Between the corners every edge is an arch; its own bends (the bow of the upper lip) stay.
+  const float arch = 1 - std::pow(std::abs(2 * across - 1), 2.2F);
+  const float line_middle = (shape.left.y + shape.right.y) * 0.5F;
+  const float usual_arch = (mean[middle].y - usual_left.y) * arch;
+  const float own = mean[point].y - usual_left.y - usual_arch;
+  return {on_line.x, on_line.y + (found - line_middle) * arch + own};
+}
+
+// An eye is stretched from its pupil to the outer corner.
+cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const EyeCorner &corner) {
+  const float side = mean[point].x < 0 ? -1.0F : 1.0F;
+  const float pupil = mean[kRightPupil].x;
+  const float from_pupil = mean[point].x * side - pupil;
+  if (from_pupil <= 0) return mean[point];
+  const float usual = mean[kRightEyeOuterCorner].x - pupil;
+  const float stretched = from_pupil * Mixed(usual, corner.x - pupil, corner.confidence) / usual;
+  return {side * (pupil + stretched), mean[point].y};
+}
+
+// Mean height of a brow of the mean shape.
+float BrowHeight(const std::vector<cv::Point2f> &mean) {
+  float sum = 0;
+  for (size_t i = kLeftBrow.first; i <= kLeftBrow.last; ++i) sum += mean[i].y;
+  return sum / static_cast<float>(kLeftBrow.last - kLeftBrow.first + 1);
+}
+
+}  // namespace
+
+std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &features) {
+  const std::vector<cv::Point2f> &mean = MeanShape();
+  const MouthShape mouth = ShapeOf(mean, features.mouth);
+  const float mouth_aside = (mouth.left.x + mouth.right.x) * 0.5F;
+  // The chin goes with the lower lip when the mouth opens, and in a long face.
+  const float chin_down = mouth.lower_bottom - mean[kLowerLipBottom].y;
+
+  const float usual_nostrils = mean[kNoseTip].y + 0.07F;
+  const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);
+  const float nose_down = nose_off * features.nose.confidence;
+  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.12F, 0.12F) * features.nose.confidence;
+  const float usual_brow = BrowHeight(mean);
+
+  std::vector<cv::Point2f> points;
+  points.reserve(mean.size());
+  for (size_t i = 0; i < mean.size(); ++i) {
+    cv::Point2f point = mean[i];
+    const size_t side = point.x < 0 ? 0 : 1;
+    if (In(kMouthOuter, i) || In(kUpperLipInner, i) || In(kLowerLipInner, i)) {
+      point = MouthPoint(mean, i, mouth);
+    } else if (In(kLeftEye, i) || In(kRightEye, i)) {
+      point = EyePoint(mean, i, features.eye_corners[side]);
+    } else if (In(kLeftBrow, i) || In(kRightBrow, i)) {
+      point.y += (features.brows[side].height - usual_brow) * features.brows[side].confidence;
+    } else if (In(kNoseSides, i) || In({kNoseRoot, kNoseBase}, i)) {
+      const float part = Clamped01(point.y / mean[kNoseTip].y);  // the root stays between the eyes
+      point += cv::Point2f(nose_aside, nose_down) * part;
+    } else if (In(kContour, i)) {
+      const float part = Clamped01(point.y / mean[kChin].y);  // the ends stay beside the eyes
+      point += cv::Point2f(mouth_aside * 0.5F, chin_down) * part;
+    }
+    points.push_back(placement.ToPicture(point));
+  }
+  return points;
+}
+
+}  // namespace tessera

@@ -1,0 +1,16 @@
+// Bends the mean shape to what was found in a face.
+#pragma once
+
+#include <opencv2/core.hpp>
+#include <vector>
+
+#include "features/face_features.h"
+#include "vision/picture_view.h"
+
+namespace tessera {
+
+// The 101 points in the published order, in pixels of the picture. What was not found stands where an average face has
+// it. Threads: any.
+std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &features);
+
+}  // namespace tessera

@@ -1,0 +1,31 @@
+#include "vision/cascade_files.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace tessera {
+
+std::string CascadePackageFolder() {
+  const char *named = std::getenv("TESSERA_CASCADES");
+  return named && *named ? named : "/usr/share/opencv4/haarcascades";
+}
+
+std::string FindCascade(const std::string &name, const std::string &model_folder,
+                        const std::vector<std::string> &model_files) {
+  namespace fs = std::filesystem;
+  std::vector<fs::path> places;
+  for (const std::string &file : model_files) {
+    if (fs::path(file).filename() == name) places.emplace_back(file);
+  }
+  if (!model_folder.empty()) places.push_back(fs::path(model_folder) / name);
+  for (const std::string &file : model_files) places.push_back(fs::path(file).parent_path() / name);
+  places.push_back(fs::path(CascadePackageFolder()) / name);
+  for (const fs::path &place : places) {
+    std::error_code ignored;
+    if (fs::is_regular_file(place, ignored)) return place.string();
+  }
+  return {};
+}
+
+}  // namespace tessera

@@ -1,0 +1,67 @@
+// One set of plain functions for each type of the table: libobs's callbacks carry no word of the type they belong to.
+#include <utility>
+
+#include "registration/adapter.h"
+#include "registration/filter_table.h"
+#include "textures/gl_context.h"
+
+namespace vanta_host {
+namespace {
+
+template <size_t kType>
+void *Create(obs_data_t *settings, obs_source_t *source) {
+  // The module's workers ask for both, and must not enter the graphics context.
+  LearnAdapter();
+  LearnRenderer();
+  return Filters().Create(kType, settings, source);
+}
+
+template <size_t kType>
+void Destroy(void *data) {
+  Filters().Destroy(kType, data);
+}
+
+template <size_t kType>
+obs_source_frame *FilterVideo(void *data, obs_source_frame *frame) {
+  return Filters().FilterVideo(kType, data, frame);
+}
+
+void UpdateBeauty(void *data, obs_data_t *settings) {
+  Filters().Update(data, settings);
+}
+
+void RenderBeauty(void *data, gs_effect_t *effect) {
+  Filters().VideoRender(data, effect);
+}
+
+struct Trampolines {
+  decltype(obs_source_info::create) create;
+  decltype(obs_source_info::destroy) destroy;
+  decltype(obs_source_info::filter_video) filter_video;
+};
+
+template <size_t... kTypes>
+constexpr std::array<Trampolines, sizeof...(kTypes)> AllTrampolines(std::index_sequence<kTypes...>) {
+  return {{{Create<kTypes>, Destroy<kTypes>, FilterVideo<kTypes>}...}};
+}
+
+constexpr auto kTrampolines = AllTrampolines(std::make_index_sequence<FilterTable::kTypes>());
+
+}  // namespace
+
+bool InstallTrampolines(const HostSourceInfo &record, obs_source_info &info) {
+  const size_t type = Filters().AddType(record);
+  if (type == FilterTable::kNoType) return false;
+  // An empty slot tells libobs that the filter lacks the callback, so it stays empty.
+  if (info.create && info.destroy) {
+    info.create = kTrampolines[type].create;
+    info.destroy = kTrampolines[type].destroy;
+  }
+  if (info.filter_video) info.filter_video = kTrampolines[type].filter_video;
+  if (type != FilterTable::kBeautyType) return true;
+  if (info.update) info.update = UpdateBeauty;
+  if (info.video_render) info.video_render = RenderBeauty;
+  return true;
+}
+
+}  // namespace vanta_host

@@ -1,0 +1,60 @@
+#include "capture/key_config.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <nlohmann/json.hpp>
+
+#include "common/failure.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr char kOption[] = "--green-screen";
+constexpr char kFileRemedy[] = "give a file with a JSON object, or the object itself";
+constexpr char kTextRemedy[] = "write a JSON object, {\"keyColor\":[0.2,0.68,0.28]} for instance";
+
+std::string FileText(const std::string &path) {
+  std::error_code ignored;
+  if (path.empty()) throw Failure(kExitUsage, kOption, "bad value ''", kFileRemedy);
+  if (std::filesystem::is_directory(path, ignored)) throw Failure(kExitInput, path, "is a folder", kFileRemedy);
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
+  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (file.bad()) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
+  return text;
+}
+
+// Where the parser stopped; what it read there may be no text.
+std::string Reason(const nlohmann::json::parse_error &error) {
+  const std::string text = error.what();
+  const size_t start = text.find("] ");
+  const size_t end = text.find(':');
+  const bool known = start != std::string::npos && end != std::string::npos && start < end;
+  return known ? "no JSON, " + text.substr(start + 2, end - start - 2) : "no JSON";
+}
+
+void RequireObject(const std::string &subject, const std::string &text) {
+  try {
+    if (!nlohmann::json::parse(text).is_object()) {
+      throw Failure(kExitUsage, subject, "holds JSON, but no object", kTextRemedy);
+    }
+  } catch (const nlohmann::json::parse_error &error) {
+    throw Failure(kExitUsage, subject, Reason(error), kTextRemedy);
+  }
+}
+
+}  // namespace
+
+std::string ReadKeyConfig(const std::string &value) {
+  const bool inline_text = !value.empty() && value.front() == '{';
+  std::string text = inline_text ? value : FileText(value);
+  RequireObject(inline_text ? kOption : value, text);
+  return text;
+}
+
+}  // namespace vanta_run

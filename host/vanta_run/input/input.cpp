@@ -1,0 +1,179 @@
+#include "input/input.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include "common/failure.h"
+#include "common/option_values.h"
+#include "common/quiet_errors.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr PictureSize kLargestPicture{1920, 1080};
+constexpr PictureSize kColorSize{1280, 720};
+constexpr PictureSize kLargestCanvas{3840, 2160};
+constexpr double kFastestDefault = 60;
+constexpr char kColorPrefix[] = "color:";
+
+uint32_t RoundDown(uint32_t value, uint32_t step) {
+  return std::max(value / step, 1u) * step;
+}
+
+PictureSize CanvasSize(PictureSize size) {
+  return {RoundDown(size.width, 4), RoundDown(size.height, 2)};
+}
+
+// The largest size of the same shape inside `limit`; never larger than `size`.
+PictureSize FitInside(PictureSize size, PictureSize limit) {
+  const double factor =
+      std::min({1.0, static_cast<double>(limit.width) / size.width, static_cast<double>(limit.height) / size.height});
+  return {std::max(1u, static_cast<uint32_t>(std::lround(size.width * factor))),
+          std::max(1u, static_cast<uint32_t>(std::lround(size.height * factor)))};
+}
+
+void TakePixels(const cv::Mat &bgra, Input &input) {
+  input.size = {static_cast<uint32_t>(bgra.cols), static_cast<uint32_t>(bgra.rows)};
+  input.canvas = input.size;
+  input.pixels.assign(bgra.datastart, bgra.dataend);
+}
+
+// One option that names something to play.
+struct Request {
+  const char *option;
+  std::string text;
+  std::optional<PictureSize> size;
+  bool verbose;
+};
+
+void ProbeColor(const Request &wish, Input &input) {
+  const std::string text = input.path.substr(sizeof(kColorPrefix) - 1);
+  const auto color = ParseColor(text);
+  if (!color) {
+    throw Failure(kExitUsage, wish.option, "bad colour '" + text + "'", "write six hexadecimal digits, color:30A060");
+  }
+  const PictureSize size = CanvasSize(wish.size.value_or(kColorSize));
+  TakePixels(cv::Mat(static_cast<int>(size.height), static_cast<int>(size.width), CV_8UC4,
+                     cv::Scalar(*color & 255, *color >> 8 & 255, *color >> 16 & 255, 255)),
+             input);
+}
+
+void ProbePicture(const Request &wish, Input &input) {
+  cv::Mat picture;
+  const QuietErrors quiet(wish.verbose);  // the decoders write their warnings there
+  try {
+    picture = cv::imread(input.path, cv::IMREAD_COLOR);
+  } catch (const cv::Exception &) {
+    picture.release();
+  }
+  if (picture.empty()) throw Failure(kExitInput, input.path, "the picture is damaged", "give another file");
+  const PictureSize own{static_cast<uint32_t>(picture.cols), static_cast<uint32_t>(picture.rows)};
+  const PictureSize frame = CanvasSize(wish.size.value_or(FitInside(own, kLargestPicture)));
+  // The picture keeps its shape: what is left of the frame stays black.
+  const double factor =
+      std::min(static_cast<double>(frame.width) / own.width, static_cast<double>(frame.height) / own.height);
+  const bool nearly =
+      std::fabs(frame.width - own.width * factor) < 4 && std::fabs(frame.height - own.height * factor) < 4;
+  const cv::Size inner = nearly ? cv::Size(static_cast<int>(frame.width), static_cast<int>(frame.height))
+                                : cv::Size(std::max(1, static_cast<int>(std::lround(own.width * factor))),
+                                           std::max(1, static_cast<int>(std::lround(own.height * factor))));
+  if (inner != picture.size()) cv::resize(picture, picture, inner, 0, 0, factor < 1 ? cv::INTER_AREA : cv::INTER_CUBIC);
+  cv::Mat canvas(static_cast<int>(frame.height), static_cast<int>(frame.width), CV_8UC3, cv::Scalar(0, 0, 0));
+  picture.copyTo(
+      canvas(cv::Rect((canvas.cols - inner.width) / 2, (canvas.rows - inner.height) / 2, inner.width, inner.height)));
+  cv::Mat bgra;
+  cv::cvtColor(canvas, bgra, cv::COLOR_BGR2BGRA);
+  TakePixels(bgra, input);
+}
+
+struct FormatCloser {
+  void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
+};
+
+std::string AvReason(int error) {
+  char text[AV_ERROR_MAX_STRING_SIZE] = {};
+  av_strerror(error, text, sizeof(text));
+  return text;
+}
+
+void ProbeMedia(const Request &wish, Input &input) {
+  AVFormatContext *opened = nullptr;
+  int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
+  if (error < 0) throw Failure(kExitInput, input.path, AvReason(error), "give a video, a picture or color:RRGGBB");
+  const std::unique_ptr<AVFormatContext, FormatCloser> context(opened);
+  error = avformat_find_stream_info(context.get(), nullptr);
+  const int index = error < 0 ? error : av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  const AVStream *stream = index >= 0 ? context->streams[index] : nullptr;
+  // A song's cover is a stream of one picture, which the media source does not play.
+  if (stream == nullptr || (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0 || stream->codecpar->width <= 0 ||
+      stream->codecpar->height <= 0) {
+    throw Failure(kExitInput, input.path, "holds no video", "give a file with a picture");
+  }
+  input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
+  input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
+  const AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+  if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1) {
+    input.rate = av_q2d(rate) <= kFastestDefault
+                     ? FrameRate{static_cast<uint32_t>(rate.num), static_cast<uint32_t>(rate.den)}
+                     : FrameRate{static_cast<uint32_t>(kFastestDefault), 1};
+  }
+  if (context->duration > 0) input.duration = static_cast<double>(context->duration) / AV_TIME_BASE;
+}
+
+void RequireReadable(const std::string &path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) {
+    throw Failure(kExitInput, path, "is a folder", "give a video, a picture or color:RRGGBB");
+  }
+  errno = 0;
+  if (!std::ifstream(path, std::ios::binary)) {
+    throw Failure(kExitInput, path, std::strerror(errno), "give a file that exists and may be read");
+  }
+}
+
+Input LookAt(const Request &wish) {
+  Input input;
+  input.path = wish.text;
+  if (input.path.rfind(kColorPrefix, 0) == 0) {
+    input.kind = InputKind::kColor;
+    ProbeColor(wish, input);
+  } else {
+    RequireReadable(input.path);
+    input.path = std::filesystem::absolute(input.path).string();  // a colon in a bare name would read as a protocol
+    if (cv::haveImageReader(input.path)) {
+      input.kind = InputKind::kPicture;
+      ProbePicture(wish, input);
+    } else {
+      ProbeMedia(wish, input);
+    }
+  }
+  input.canvas = CanvasSize(input.canvas);
+  return input;
+}
+
+}  // namespace
+
+Input ProbeInput(const Options &options) {
+  Input input = LookAt({"--input", options.input, options.size, options.verbose});
+  if (options.rate) input.rate = *options.rate;
+  return input;
+}
+
+Input ProbeBackground(const Options &options) {
+  return LookAt({"--background", options.background, std::nullopt, options.verbose});
+}
+
+}  // namespace vanta_run

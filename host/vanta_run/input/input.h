@@ -1,0 +1,30 @@
+// Looks at what is to be played before anything else is started.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "common/options.h"
+
+namespace vanta_run {
+
+enum class InputKind { kMedia, kPicture, kColor };
+
+struct Input {
+  InputKind kind = InputKind::kMedia;
+  std::string path;
+  PictureSize size;     // of its frames
+  FrameRate rate;       // of the canvas
+  PictureSize canvas;   // of the recording; width a multiple of 4, height of 2, as libobs wants it
+  double duration = 0;  // seconds; 0: unknown or endless
+  // Pictures and colours: the frame, BGRA, size.width * 4 bytes per row.
+  std::vector<uint8_t> pixels;
+};
+
+// Throws Failure(kExitInput), or kExitUsage for a malformed colour.
+Input ProbeInput(const Options &options);
+// What --background names, in its own size; it fills the canvas whatever its shape is. Throws likewise.
+Input ProbeBackground(const Options &options);
+
+}  // namespace vanta_run

@@ -1,0 +1,67 @@
+#include "output/log_sink.h"
+
+#include <util/base.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "common/failure.h"
+
+namespace vanta_run {
+namespace {
+
+bool Contains(const char *text, const char *part) {
+  return std::strstr(text, part) != nullptr;
+}
+
+const char *LevelName(int level) {
+  if (level <= LOG_ERROR) return "error";
+  if (level <= LOG_WARNING) return "warning";
+  if (level <= LOG_INFO) return "info";
+  return "debug";
+}
+
+}  // namespace
+
+LogSink::LogSink(const std::string &path, bool verbose) : verbose_(verbose) {
+  if (!path.empty()) {
+    file_ = std::fopen(path.c_str(), "we");
+    if (file_ == nullptr) {
+      throw Failure(kExitOutput, path, std::strerror(errno), "give --log a place that can be written");
+    }
+  }
+  base_set_log_handler(OnLine, this);
+}
+
+LogSink::~LogSink() {
+  base_set_log_handler(nullptr, nullptr);
+  if (file_ != nullptr) std::fclose(file_);
+}
+
+LineCounts LogSink::Counts() const {
+  return {refused_, empty_, reduced_, errors_};
+}
+
+void LogSink::OnLine(int level, const char *format, va_list args, void *param) {
+  char text[4096];
+  std::vsnprintf(text, sizeof(text), format, args);
+  static_cast<LogSink *>(param)->Take(level, text);
+}
+
+void LogSink::Take(int level, const char *text) {
+  if (Contains(text, "EnqueueFrame failed")) refused_.fetch_add(1, std::memory_order_relaxed);
+  if (Contains(text, "DequeueFrame failed")) empty_.fetch_add(1, std::memory_order_relaxed);
+  if (Contains(text, "reduce beauty delay by drop one frame")) reduced_.fetch_add(1, std::memory_order_relaxed);
+  if (level <= LOG_ERROR) errors_.fetch_add(1, std::memory_order_relaxed);
+
+  // Errors that the user can act on are reported by the program itself, with their remedy.
+  if (file_ == nullptr && !verbose_) return;
+  std::lock_guard<std::mutex> lock(write_mutex_);
+  if (file_ != nullptr) {
+    std::fprintf(file_, "%s: %s\n", LevelName(level), text);
+    std::fflush(file_);
+  }
+  if (verbose_) std::fprintf(stderr, "%s: %s\n", LevelName(level), text);
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,42 @@
+// Takes the snapshot, its matte and the comparison at their time and writes them when the run is over.
+#pragma once
+
+#include <obs.h>
+
+#include <opencv2/core.hpp>
+#include <optional>
+
+#include "capture/canvas_grab.h"
+#include "capture/frame_meter.h"
+#include "common/options.h"
+#include "common/pending_file.h"
+
+namespace vanta_run {
+
+// Threads: [control].
+class Pictures {
+ public:
+  // Creates the files. Throws Failure(kExitOutput).
+  explicit Pictures(const Options &options);
+
+  bool wants_pairs() const { return compare_.has_value(); }
+  // `at`: seconds into the run at which pictures are wanted. `input`: the input's place on the canvas.
+  void TakeCanvasWhenDue(double elapsed, double at, obs_sceneitem_t *input);
+  // Keeps the newest pair that entered before `at`, or the first one after it.
+  void Offer(const FramePair &pair, double entered, double at);
+  // Takes what has not been taken yet: the run is about to end.
+  void TakeLast(obs_sceneitem_t *input);
+  // Throws Failure(kExitOutput).
+  void Write();
+
+ private:
+  void WriteCanvas();
+
+  std::optional<PendingFile> snapshot_, matte_, compare_;
+  CanvasGrab canvas_;
+  cv::Mat before_, after_;
+  bool untouched_ = false;
+  bool pair_is_late_ = false;
+};
+
+}  // namespace vanta_run

@@ -1,0 +1,62 @@
+// Records the canvas and the sound into a file, with libobs's own encoders and muxer.
+#pragma once
+
+#include <obs.hpp>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "common/pending_file.h"
+
+namespace vanta_run {
+
+// Throws Failure(kExitUsage) for a name whose ending is no format that the muxer knows.
+void RequireRecordingFormat(const std::string &path);
+
+// Owns: the encoders and the output, which libobs wants back before it shuts down. Borrows: the unfinished file.
+// Threads: [control]; the output's word comes on a thread of its own.
+class Recorder {
+ public:
+  Recorder(PendingFile &file, bool verbose) : file_(file), verbose_(verbose) {}
+  ~Recorder();
+  Recorder(const Recorder &) = delete;
+  Recorder &operator=(const Recorder &) = delete;
+
+  // After libobs's video is up. Throws Failure(kExitOutput).
+  void Start();
+  // The output has ended by itself, which it only does when writing fails, or there is no more room to write.
+  bool Failed();
+  // Ends the file and gives it its name. Throws Failure(kExitOutput) when it is not whole.
+  void Finish();
+
+  uint64_t frames() const { return frames_; }
+  uint64_t bytes() const { return bytes_; }
+
+ private:
+  static void OnStop(void *param, calldata_t *data);
+  [[noreturn]] void ThrowBroken(const std::string &detail) const;
+  std::string LastError() const;
+
+  PendingFile &file_;
+  const bool verbose_;  // the muxer may speak on standard error
+  OBSEncoderAutoRelease video_, audio_;
+  OBSOutputAutoRelease output_;
+  OBSSignal stop_signal_;
+  bool started_ = false;
+  std::string early_reason_;  // why no more can be written; empty: it can
+  std::chrono::steady_clock::time_point last_look_;
+  uint64_t frames_ = 0;
+  uint64_t bytes_ = 0;
+
+  std::mutex mutex_;  // guards stop_code_
+  std::condition_variable stopped_;
+  std::optional<long long> stop_code_;
+};
+
+// The file opens, has a video stream, and that stream ends where it says it does.
+bool IsWholeRecording(const std::string &path);
+
+}  // namespace vanta_run

@@ -1,0 +1,14 @@
+// The module's statistics records as JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "vanta_filter/stats/statistics_sample.h"
+
+namespace vanta_run {
+
+// A list with an object for each record; times in milliseconds, rounded to hundredths.
+nlohmann::ordered_json StatisticsJson(const std::vector<StatisticsSample> &samples);
+
+}  // namespace vanta_run

@@ -1,0 +1,149 @@
+#include "session/run.h"
+
+#include <cstdio>
+#include <optional>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "capture/frame_dump.h"
+#include "capture/key_color.h"
+#include "commands/command_player.h"
+#include "common/failure.h"
+#include "faces/face_file.h"
+#include "input/first_frame.h"
+#include "monitor/live_monitor.h"
+#include "output/cost_observer.h"
+#include "plot/gnuplot.h"
+#include "plot/plot_script.h"
+#include "session/module_paths.h"
+#include "session/obs_session.h"
+#include "session/report_collector.h"
+#include "session/runner.h"
+#include "session/virtual_display.h"
+
+namespace vanta_run {
+namespace {
+
+ILumivex &RequireControl() {
+  ILumivex *control = BeautyControl::Faceless();
+  if (control == nullptr) {
+    throw Failure(kExitModule, "vanta_filter", "gives no control object", "install a plug-in of this version");
+  }
+  return *control;
+}
+
+int PickKey(const Input &input) {
+  const auto color = FindBackingColor(FirstFrame(input));
+  if (!color) {
+    throw Failure(kExitInput, input.path, "its first frame has no green or blue backing",
+                  "give another input, or write the keyColor yourself");
+  }
+  std::puts(KeyColorConfig(*color).c_str());
+  return kExitOk;
+}
+
+}  // namespace
+
+int Run(const Options &options, Interrupt &interrupt) {
+  // What can fail cheaply comes first.
+  if (!options.verbose) av_log_set_level(AV_LOG_QUIET);
+  const Input input = ProbeInput(options);
+  if (options.pick_key) return PickKey(input);
+  std::optional<Input> background;
+  if (!options.background.empty()) background = ProbeBackground(options);
+  std::vector<ScriptLine> script;
+  if (!options.commands.empty()) script = ReadScript(options.commands);
+  std::vector<AbilityAnswer> answers;
+  if (!options.ability_answers.empty()) answers = ReadAbilityAnswers(options.ability_answers);
+  std::vector<std::unique_ptr<EventWatch>> events;
+  for (const std::string &name : options.events) events.push_back(std::make_unique<EventWatch>(name));
+  const RunLimits limits(options, input, script.empty() ? 0 : script.back().at);
+  const ModulePaths module = FindFilterModule(options);
+  LogSink log(options.log, options.verbose);
+  Progress progress(options.quiet, !options.interactive);
+  std::optional<PendingFile> recording;
+  if (!options.output.empty()) {
+    RequireRecordingFormat(options.output);
+    recording.emplace(options.output);
+  }
+  Pictures pictures(options);
+  std::optional<FrameDump> dump;
+  if (options.dump) dump.emplace(*options.dump);
+  std::optional<LiveMonitor> monitor;
+  if (options.monitor) {
+    monitor.emplace(kMonitoredPorts);
+    if (!monitor->Remark().empty()) progress.Say(monitor->Remark());
+  }
+  std::optional<PendingFile> plot;
+  if (!options.plot.empty()) {
+    RequireGnuplot();
+    plot.emplace(options.plot);
+  }
+  std::optional<PendingFile> landmarks;
+  if (!options.landmarks.empty() && options.landmarks != "-") landmarks.emplace(options.landmarks);
+  std::optional<PendingFile> report;
+  if (!options.report.empty() && options.report != "-") report.emplace(options.report);
+
+  VirtualDisplay display;
+  if (display.started_one()) progress.Say("no display: started a virtual one, " + display.name());
+  BeautyControl control(options);
+  control.SetUpHost();
+  ObsSession session(display.connection(), input, module);
+  ReportCollector reports;
+  CostObserver observer(session.filter_library());
+  control.SendSnapshot();
+
+  RunFigures figures;
+  figures.beauty_filter = options.beauty_filter;
+  {
+    FrameMeter meter;
+    AbilityHandler abilities;
+    std::optional<FaceFile> faces;
+    if (options.FindsFaces()) faces.emplace(landmarks ? &*landmarks : nullptr, !options.landmarks.empty());
+    Stage stage(input, options.loop, meter);
+    stage.AddFilters(options.beauty_filter);
+    if (faces) stage.AddLandmarks();
+    if (options.green_screen) stage.AddGreenScreen(*options.green_screen);
+    if (options.draw_landmarks) stage.AddFaceOverlay(faces->listener());
+    if (background) stage.AddBackground(*background);
+    control.SendCommands();
+    stage.Show();
+    std::optional<Recorder> recorder;
+    if (recording) recorder.emplace(*recording, options.verbose);
+    CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,
+                           {abilities, std::move(answers), std::move(events)}, RequireControl());
+    Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
+                   pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
+                   monitor ? &*monitor : nullptr});
+    if (!runner.Go(figures)) return kExitInterrupted;
+    if (recorder) {
+      figures.recorded_frames = recorder->frames();
+      figures.recorded_bytes = recorder->bytes();
+    }
+  }
+  pictures.Write();
+  if (dump) dump->Write(figures.frames.in);
+  if (landmarks) landmarks->Commit();
+  figures.averages = observer.Averages();
+  figures.spikes = observer.Spikes();
+  figures.reports = reports.Finish();
+  if (plot) {
+    DrawPlot(PlotScript(figures), *plot);
+    plot->Commit();
+  }
+  if (!options.report.empty()) {
+    const std::string text = ReportText(options, input, figures);
+    if (report) {
+      report->Write(text.data(), text.size());
+      report->Commit();
+    } else {
+      std::fputs(text.c_str(), stdout);
+    }
+  }
+  for (const std::string &line : SummaryLines(figures)) progress.Say(line);
+  return interrupt.count() > 0 ? kExitInterrupted : kExitOk;
+}
+
+}  // namespace vanta_run

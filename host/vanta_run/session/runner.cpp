@@ -1,0 +1,240 @@
+#include "session/runner.h"
+
+#include <util/platform.h>
+
+#include <algorithm>
+
+#include "commands/settings_update.h"
+#include "common/failure.h"
+#include "vanta_host.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr double kPictureTime = 2;      // seconds, for pictures of a run without an end
+constexpr double kFirstMark = 0.3;      // seconds into the run; then one frame is followed each second
+constexpr double kWarmUpLimit = 30;     // seconds
+constexpr double kNoPictureLimit = 10;  // seconds
+constexpr double kLastFramesLimit = 1;  // seconds
+constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
+constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
+constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
+constexpr double kAggregateLook = 1;    // seconds
+constexpr size_t kMaxSeconds = 36000;   // of a run that are kept one by one
+constexpr int kPollMs = 20;
+
+double Seconds(uint64_t since_ns) {
+  return static_cast<double>(os_gettime_ns() - since_ns) / 1e9;
+}
+
+// Ten seconds of measured times do not come twice alike to the last bit.
+bool SameRecord(const StatisticsSample &a, const StatisticsSample &b) {
+  return a.name == b.name && a.filter_avg == b.filter_avg && a.filter_p95 == b.filter_p95 &&
+         a.async_avg == b.async_avg && a.whole_avg == b.whole_avg && a.taken_count == b.taken_count &&
+         a.empty_dequeue_count == b.empty_dequeue_count && a.spurious_wake_count == b.spurious_wake_count;
+}
+
+double PictureTime(const Options &options, const RunLimits &limits) {
+  if (options.at >= 0) return options.at;
+  return limits.expected > 0 ? limits.expected / 2 : kPictureTime;
+}
+
+}  // namespace
+
+Runner::Runner(const RunParts &parts) : p_(parts), at_(PictureTime(parts.options, parts.limits)) {}
+
+bool Runner::Go(RunFigures &figures) {
+  if (!WarmUp(figures)) return false;
+  Begin();
+  figures.ended_by = Play(figures);
+  End(figures);
+  return true;
+}
+
+bool Runner::WarmUp(RunFigures &figures) {
+  const uint64_t start = os_gettime_ns();
+  uint64_t out_at_word = 0;
+  double restarted = 0;
+  bool word = p_.stage.filter() == nullptr;  // without the filter no engine is asked
+  for (;;) {
+    if (p_.interrupt.Wait(kPollMs)) return false;
+    if (p_.stage.Ended() && Seconds(start) - restarted > kRestartPause) {
+      p_.stage.Restart();
+      restarted = Seconds(start);
+    }
+    const FrameCounts counts = p_.meter.Counts();
+    if (!word && vanta_host_get_engine_state() != VANTA_ENGINE_UNKNOWN) {
+      word = true;
+      out_at_word = counts.out;
+    }
+    if (word && counts.out >= out_at_word + kSettledFrames) break;
+    if (counts.in == 0 && Seconds(start) > kNoPictureLimit) {
+      throw Failure(kExitInput, p_.input.path, "no picture comes out of it", "give another file");
+    }
+    if (Seconds(start) > kWarmUpLimit) {
+      p_.progress.Say("the engine has not answered in 30 s; going on without waiting");
+      break;
+    }
+  }
+  figures.warm_up_seconds = Seconds(start);
+  if (p_.stage.filter() == nullptr) return true;
+  if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
+    p_.progress.Say("no effect engine: the picture passes untouched");
+  }
+  std::vector<std::string> settings = p_.options.settings;
+  // First, so that --settings wins.
+  if (!p_.options.effect.empty() || !p_.options.ability_answers.empty()) {
+    settings.insert(settings.begin(), R"({"effect_json_ability_handler":true})");
+  }
+  UpdateFilter(p_.stage.filter(), settings, &p_.abilities);
+  return true;
+}
+
+void Runner::Begin() {
+  const uint64_t in_before = p_.meter.Counts().in;
+  p_.stage.Restart();
+  const uint64_t asked = os_gettime_ns();
+  while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
+  }
+  p_.control.StartEffect(p_.options.events.empty() ? std::string() : p_.options.events.front());
+  if (p_.recorder != nullptr) p_.recorder->Start();
+  if (p_.faces != nullptr) p_.faces->Start();
+  p_.meter.StartOver();
+  counts_at_start_ = counts_at_second_ = p_.meter.Counts();
+  lines_at_start_ = p_.log.Counts();
+  canvas_at_start_ = obs_get_total_frames();
+  lagged_at_start_ = obs_get_lagged_frames();
+  if (p_.dump != nullptr) p_.meter.RequestDump(p_.options.dump->frame);
+  next_mark_ = kFirstMark;
+  start_ns_ = os_gettime_ns();
+}
+
+const char *Runner::Play(RunFigures &figures) {
+  bool engine_stopped = false;
+  for (;;) {
+    if (p_.interrupt.Wait(kPollMs)) return "interrupt";
+    const double elapsed = Seconds(start_ns_);
+    const uint64_t entered = p_.meter.Counts().in - counts_at_start_.in;
+    if (p_.recorder != nullptr && p_.recorder->Failed()) return "a failed recording";
+    if (p_.limits.Reached(elapsed, entered)) return "limit";
+    if (Drained(elapsed, entered)) return "end of input";
+    if (!p_.commands.Advance(elapsed)) return "quit";
+    if (!engine_stopped && p_.options.engine_stop_after >= 0 && elapsed >= p_.options.engine_stop_after) {
+      p_.control.StopEngine(p_.stage.filter());
+      engine_stopped = true;
+    }
+    if (p_.faces != nullptr) p_.faces->Write();
+    MarkWhenDue(elapsed);
+    TakePair(figures);
+    if (p_.dump != nullptr) p_.dump->Take(p_.meter);
+    TakeAggregates(elapsed, figures);
+    TakeSecond(elapsed, figures);
+    p_.pictures.TakeCanvasWhenDue(elapsed, at_, p_.stage.item());
+    ShowMonitor();
+    Show(elapsed, figures);
+  }
+}
+
+// The file has been read to its end, and the frames that libobs still held have entered.
+bool Runner::Drained(double elapsed, uint64_t entered) {
+  if (entered != last_entered_ || !p_.stage.Ended()) {
+    last_entered_ = entered;
+    last_entered_time_ = elapsed;
+  }
+  return !p_.options.loop && p_.stage.Ended() && elapsed - last_entered_time_ > kDrainSeconds;
+}
+
+// One frame a second, and one at the time of the pictures.
+void Runner::MarkWhenDue(double elapsed) {
+  if (p_.stage.filter() == nullptr) return;
+  const bool due_for_pictures = !marked_at_ && elapsed >= at_;
+  if (elapsed < next_mark_ && !due_for_pictures) return;
+  p_.meter.RequestPair();
+  marked_at_ = marked_at_ || due_for_pictures;
+  if (elapsed >= next_mark_) next_mark_ += 1;
+}
+
+void Runner::TakePair(RunFigures &figures) {
+  const FramePair pair = p_.meter.TakePair();
+  if (pair.entered_ns == 0) return;
+  const double entered = static_cast<double>(pair.entered_ns) / 1e9 - static_cast<double>(start_ns_) / 1e9;
+  figures.followed.push_back({entered, pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
+  p_.pictures.Offer(pair, entered, at_);
+}
+
+// The control object keeps one record for each source: a new one shows in its figures.
+void Runner::TakeAggregates(double elapsed, RunFigures &figures) {
+  if (elapsed < next_look_) return;
+  next_look_ = elapsed + kAggregateLook;
+  for (StatisticsSample &sample : p_.control.Statistics()) {
+    const auto same = [&sample](const Aggregate &known) { return SameRecord(known.sample, sample); };
+    if (std::none_of(figures.aggregates.begin(), figures.aggregates.end(), same)) {
+      figures.aggregates.push_back({elapsed, std::move(sample)});
+    }
+  }
+}
+
+void Runner::TakeSecond(double elapsed, RunFigures &figures) {
+  const double end = figures.by_second.empty() ? 1 : figures.by_second.back().end + 1;
+  if (elapsed < end || figures.by_second.size() >= kMaxSeconds) return;
+  const FrameCounts counts = p_.meter.Counts();
+  figures.by_second.push_back({end, counts - counts_at_second_});
+  counts_at_second_ = counts;
+}
+
+void Runner::ShowMonitor() {
+  if (p_.monitor == nullptr) return;
+  const std::vector<std::string> lines = p_.monitor->Poll();
+  if (p_.progress.on_terminal()) {
+    p_.progress.ShowAbove(p_.monitor->Picture({SizeOf(stderr).columns - 1, SpeaksUtf8()}));
+  } else {
+    for (const std::string &line : lines) p_.progress.Complain(line);
+  }
+}
+
+void Runner::Show(double elapsed, const RunFigures &figures) {
+  const FrameCounts counts = p_.meter.Counts();
+  ProgressState state;
+  state.elapsed = elapsed;
+  state.total = p_.limits.expected;
+  state.part = p_.limits.expected > 0 ? elapsed / p_.limits.expected : 0;
+  state.in = counts.in - counts_at_start_.in;
+  state.out = counts.out - counts_at_start_.out;
+  if (!figures.followed.empty()) state.delay_ms = static_cast<int64_t>(figures.followed.back().delay_ms);
+  p_.progress.Show(state);
+}
+
+void Runner::End(RunFigures &figures) {
+  figures.seconds = Seconds(start_ns_);
+  const FrameCounts counts = p_.meter.Counts();
+  figures.frames = counts - counts_at_start_;
+  const LineCounts lines = p_.log.Counts();
+  figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
+                   lines.reduced - lines_at_start_.reduced, lines.errors};
+  p_.pictures.TakeLast(p_.stage.item());
+  // A short run may have its only marked frame still under way.
+  if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
+  const uint64_t asked = os_gettime_ns();
+  while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
+    os_sleep_ms(kPollMs);
+    TakePair(figures);
+  }
+  while (p_.dump != nullptr && p_.dump->IsDue(figures.frames.in) && Seconds(asked) < kLastFramesLimit) {
+    os_sleep_ms(kPollMs);
+    p_.dump->Take(p_.meter);
+  }
+  figures.canvas_frames = obs_get_total_frames() - canvas_at_start_;
+  figures.canvas_lagged = obs_get_lagged_frames() - lagged_at_start_;
+  figures.filter_costs = p_.meter.FilterCosts();
+  figures.draw_costs = p_.meter.DrawCosts();
+  figures.statistics = p_.control.Statistics();
+  next_look_ = 0;
+  TakeAggregates(figures.seconds, figures);
+  p_.commands.Tell(figures);
+  if (p_.faces != nullptr) figures.faces = p_.faces->Finish();
+  figures.adapter = vanta_host_adapter_name();
+  if (p_.recorder != nullptr) p_.recorder->Finish();
+  p_.progress.End();
+}
+
+}  // namespace vanta_run

@@ -1,0 +1,80 @@
+// Plays the stage from warm-up to the last frame, and measures.
+#pragma once
+
+#include <cstdint>
+
+#include "capture/frame_dump.h"
+#include "capture/frame_meter.h"
+#include "commands/command_player.h"
+#include "common/interrupt.h"
+#include "common/options.h"
+#include "faces/face_file.h"
+#include "input/input.h"
+#include "monitor/live_monitor.h"
+#include "output/log_sink.h"
+#include "output/pictures.h"
+#include "output/recorder.h"
+#include "output/run_figures.h"
+#include "session/beauty_control.h"
+#include "session/progress.h"
+#include "session/run_limits.h"
+#include "session/stage.h"
+
+namespace vanta_run {
+
+// Everything that a run works with; all of it outlives the runner.
+struct RunParts {
+  const Options &options;
+  const Input &input;
+  const RunLimits &limits;
+  Interrupt &interrupt;
+  Progress &progress;
+  LogSink &log;
+  BeautyControl &control;
+  FrameMeter &meter;
+  Stage &stage;
+  AbilityHandler &abilities;
+  CommandPlayer &commands;
+  Pictures &pictures;
+  FrameDump *dump;       // null: no frame is dumped
+  Recorder *recorder;    // null: nothing is recorded
+  FaceFile *faces;       // null: no faces are looked for
+  LiveMonitor *monitor;  // null: not wanted
+};
+
+// Threads: [control].
+class Runner {
+ public:
+  explicit Runner(const RunParts &parts);
+
+  // False: interrupted before anything was recorded. Throws Failure.
+  bool Go(RunFigures &figures);
+
+ private:
+  bool WarmUp(RunFigures &figures);
+  void Begin();
+  const char *Play(RunFigures &figures);  // what ended it
+  void End(RunFigures &figures);
+  bool Drained(double elapsed, uint64_t entered);
+  void MarkWhenDue(double elapsed);
+  void TakePair(RunFigures &figures);
+  void TakeAggregates(double elapsed, RunFigures &figures);
+  void TakeSecond(double elapsed, RunFigures &figures);
+  void ShowMonitor();
+  void Show(double elapsed, const RunFigures &figures);
+
+  const RunParts p_;
+  const double at_;  // seconds into the run at which pictures are taken
+
+  FrameCounts counts_at_start_, counts_at_second_;
+  LineCounts lines_at_start_;
+  uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
+  uint64_t start_ns_ = 0;
+  double next_mark_ = 0;  // seconds into the run
+  double next_look_ = 0;  // likewise, at the ten-second records
+  bool marked_at_ = false;
+  uint64_t last_entered_ = 0;
+  double last_entered_time_ = 0;  // seconds into the run
+};
+
+}  // namespace vanta_run

@@ -1,0 +1,119 @@
+#include "session/stage.h"
+
+#include <cstdlib>
+
+#include "common/failure.h"
+#include "faces/face_overlay.h"
+#include "vanta_host.h"
+
+namespace vanta_run {
+namespace {
+
+constexpr char kBeautyId[] = "face_beauty_filter_v2";
+constexpr char kGreenScreenId[] = "LX_green_screen_filter";
+constexpr char kLandmarkId[] = "tessera_landmark_filter";
+
+// libobs makes a source even where the plug-in has refused it or is not there.
+obs_source_t *CreateFilter(const char *id, const char *name, obs_data_t *settings) {
+  obs_source_t *filter = obs_source_create(id, name, settings, nullptr);
+  if (filter != nullptr && !obs_obj_invalid(filter)) return filter;
+  obs_source_release(filter);
+  throw Failure(kExitModule, id, "the plug-in cannot make its filter",
+                "install its data folder whole; --verbose shows libobs's log");
+}
+
+// A size that was only rounded to what libobs wants is stretched by those few pixels; any other keeps its shape.
+obs_bounds_type BoundsFor(const Input &input) {
+  const auto near = [](uint32_t a, uint32_t b) { return std::abs(static_cast<int>(a) - static_cast<int>(b)) < 4; };
+  return near(input.size.width, input.canvas.width) && near(input.size.height, input.canvas.height)
+             ? OBS_BOUNDS_STRETCH
+             : OBS_BOUNDS_SCALE_INNER;
+}
+
+}  // namespace
+
+Stage::Stage(const Input &input, bool loop, FrameMeter &meter) : input_(input), meter_(meter) {
+  source_.emplace(input, kSourceName, loop);
+}
+
+Stage::~Stage() {
+  obs_set_output_source(0, nullptr);
+  obs_source_t *const filters[] = {overlay_, green_screen_, landmarks_, after_, filter_, before_};
+  for (obs_source_t *filter : filters) {
+    if (filter == nullptr) continue;
+    // libobs draws filters without a lock on their list: the graphics lock keeps it from drawing while one leaves.
+    obs_enter_graphics();
+    obs_source_filter_remove(source_->get(), filter);
+    obs_leave_graphics();
+  }
+  overlay_ = nullptr;
+  green_screen_ = nullptr;
+  landmarks_ = nullptr;
+  after_ = nullptr;
+  filter_ = nullptr;
+  before_ = nullptr;
+  scene_ = nullptr;
+  source_.reset();
+  background_.reset();
+  // Destruction is a task of libobs's own; some tasks make new ones.
+  while (obs_wait_for_destroy_queue()) {
+  }
+}
+
+// libobs runs the filter that was added first first.
+void Stage::AddFilters(bool beauty) {
+  before_ = CreateTap(meter_, TapSide::kBefore);
+  if (beauty) filter_ = CreateFilter(kBeautyId, kFilterName, nullptr);
+  after_ = CreateTap(meter_, TapSide::kAfter);
+  meter_.set_filter(filter_);
+  obs_source_filter_add(source_->get(), before_);
+  if (filter_ != nullptr) obs_source_filter_add(source_->get(), filter_);
+  obs_source_filter_add(source_->get(), after_);
+}
+
+void Stage::AddLandmarks() {
+  vanta_host_set_landmark_in_background(true);  // here the processors also draw
+  landmarks_ = CreateFilter(kLandmarkId, "landmarks", nullptr);
+  obs_source_filter_add(source_->get(), landmarks_);
+}
+
+void Stage::AddFaceOverlay(FaceListener &listener) {
+  overlay_ = CreateFaceOverlay(listener);
+  obs_source_filter_add(source_->get(), overlay_);
+}
+
+void Stage::AddGreenScreen(const std::string &config) {
+  OBSDataAutoRelease settings = obs_data_create();
+  obs_data_set_string(settings, "config", config.c_str());
+  green_screen_ = CreateFilter(kGreenScreenId, "green screen", settings);
+  obs_source_filter_add(source_->get(), green_screen_);
+}
+
+void Stage::AddBackground(const Input &background) {
+  background_.emplace(background, "background", true);
+  obs_source_set_muted(background_->get(), true);  // what is heard is the input
+}
+
+void Stage::Show() {
+  scene_ = obs_scene_create_private("canvas");
+  // What is added first lies lowest; a background leaves no bars.
+  if (background_) Place(background_->get(), OBS_BOUNDS_SCALE_OUTER);
+  item_ = Place(source_->get(), BoundsFor(input_));
+  obs_set_output_source(0, obs_scene_get_source(scene_));
+}
+
+obs_sceneitem_t *Stage::Place(obs_source_t *source, obs_bounds_type bounds) {
+  obs_sceneitem_t *item = obs_scene_add(scene_, source);
+  vec2 size;
+  vec2_set(&size, static_cast<float>(input_.canvas.width), static_cast<float>(input_.canvas.height));
+  obs_sceneitem_set_bounds_type(item, bounds);
+  obs_sceneitem_set_bounds(item, &size);
+  return item;
+}
+
+obs_source_t *Stage::TakeSource(const std::string &name) const {
+  if (name == kFilterName) return obs_source_get_ref(filter_);
+  return name == kSourceName ? obs_source_get_ref(source_->get()) : nullptr;
+}
+
+}  // namespace vanta_run

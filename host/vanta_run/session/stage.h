@@ -1,0 +1,61 @@
+// The source, the filters on it, and the scene that shows it, over a background where one is wanted.
+#pragma once
+
+#include <obs.hpp>
+
+#include <optional>
+#include <string>
+
+#include "capture/frame_meter.h"
+#include "faces/face_listener.h"
+#include "input/input.h"
+#include "input/played_source.h"
+
+namespace vanta_run {
+
+// The sources that a command may name.
+inline constexpr char kSourceName[] = "video";
+inline constexpr char kFilterName[] = "beauty";
+
+// Threads: [control]. The meter must outlive it.
+class Stage {
+ public:
+  Stage(const Input &input, bool loop, FrameMeter &meter);
+  // Takes everything off the canvas and waits until libobs has destroyed it.
+  ~Stage();
+  Stage(const Stage &) = delete;
+  Stage &operator=(const Stage &) = delete;
+
+  // The two taps, and between them the beauty filter where it is wanted. Throws Failure(kExitModule) when the filter
+  // cannot be made.
+  void AddFilters(bool beauty);
+  // Behind the filters that are there. `config`: a JSON object. Throws likewise.
+  void AddGreenScreen(const std::string &config);
+  // Behind the beauty filter and before the green screen: finds faces in what the source shows. Throws likewise.
+  void AddLandmarks();
+  // Behind all others: draws what the listener hears. The listener must outlive the stage.
+  void AddFaceOverlay(FaceListener &listener);
+  // Below the source. Before it is shown; the input must outlive the stage.
+  void AddBackground(const Input &background);
+  void Show();
+  void Restart() { source_->Restart(); }
+  bool Ended() const { return source_->Ended(); }
+  // The beauty filter; null where there is none.
+  obs_source_t *filter() const { return filter_; }
+  // The source's place on the canvas, once it is shown.
+  obs_sceneitem_t *item() const { return item_; }
+  // A new reference on the source or the filter; null for another name.
+  obs_source_t *TakeSource(const std::string &name) const;
+
+ private:
+  obs_sceneitem_t *Place(obs_source_t *source, obs_bounds_type bounds);
+
+  const Input &input_;
+  FrameMeter &meter_;
+  std::optional<PlayedSource> source_, background_;
+  OBSSourceAutoRelease before_, filter_, after_, landmarks_, green_screen_, overlay_;
+  OBSSceneAutoRelease scene_;
+  obs_sceneitem_t *item_ = nullptr;  // of scene_
+};
+
+}  // namespace vanta_run

@@ -1,0 +1,159 @@
+// What this module requires of the effect engine: the frame record, the frame pool, the shared texture and the engine
+// class. Declaration only; the engine's library implements it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vanta_base/export.h"
+#include "vanta_filter/engine/records.h"
+
+struct GLFWwindow;  // the engine's hidden GL window, opaque here
+
+namespace tessera {
+class Any;
+}
+
+namespace LX {
+
+struct BoomGameData {
+  std::string json;  // the only member that this module reads
+};
+
+// A texture shared between the engine's device and the host's. Made and owned by the engine.
+class LUMIVEX_API DXGLSharedTexture {
+ public:
+  DXGLSharedTexture();
+  virtual ~DXGLSharedTexture();
+  void waitSync();                 // blocks until the engine has finished writing
+  uint64_t getKeyValue();          // key to acquire; 0: no keyed lock
+  void setKeyValue(uint64_t key);  // key that the engine acquires next
+
+  uint64_t handle = 0;  // 0: the texture has no handle
+
+ protected:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+// One frame on its way through the engine. Field order is a contract.
+class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
+ public:
+  FrameData();
+  FrameData(const FrameData &other);
+  FrameData &operator=(const FrameData &other);
+  virtual ~FrameData();
+
+  uint8_t *planes[3];    // NV12: Y, interleaved UV, null
+  int32_t strides[3];    // bytes per row of each plane
+  int32_t word;          // 1 on every frame that the factory prepares
+  int32_t color_code;    // 0 601 partial, 1 601 full, 2 709 partial, 3 709 full or sRGB, 5 BT.2100
+  int32_t layout_code;   // 1 NV12, 2 I420, 3 packed
+  int32_t pixel_format;  // in: 5 shared texture, 4 no green matting, -1 plain; out: 3, 4 pixel buffer, 5 texture
+  int32_t reserved;
+  int32_t width;                                      // pixels
+  int32_t height;                                     // pixels
+  int32_t rotation;                                   // degrees, clockwise, any value
+  float prepared_mark;                                // kPreparedFrameMark on every prepared frame
+  uint8_t flip;                                       // mirror left and right
+  float tessera_ms;                                   // out: time of the vision step, milliseconds
+  float beauty_ms;                                    // out: time of the beauty step, milliseconds
+  std::string dump_text;                              // out: JSON of what was applied, on a frame marked for dump
+  uint64_t timestamp;                                 // the host frame's, nanoseconds
+  uint64_t stamp;                                     // enqueue time, milliseconds of the system tick clock
+  uint8_t dump_flag;                                  // non-zero: the image dump follows this frame
+  std::shared_ptr<DXGLSharedTexture> shared_texture;  // set when pixel_format comes back as 5
+};
+
+// Hands out NV12 frames and takes their memory back when the last shared pointer goes. Frames may outlive the pool.
+// Threads: any.
+class LUMIVEX_API FramePool {
+ public:
+  FramePool();
+  ~FramePool();
+  FramePool(const FramePool &) = delete;
+  FramePool &operator=(const FramePool &) = delete;
+
+  void setMaxCachedFrameSize(int count);
+  // Never null; `pixel_format` is -1, the pixels are undefined. The last two arguments are always 0 here.
+  std::shared_ptr<FrameData> takeFrameDataNV12(int width, int height, int, int);
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+// One engine, for one frame size. Calls are serialised by the caller; callbacks come on threads of the engine's choice,
+// also from inside a call.
+class LUMIVEX_API LumivexSync {
+ public:
+  // Null when the engine cannot run on this machine.
+  static std::shared_ptr<LumivexSync> createEngine(const LXEngineConfig *config);
+  static std::shared_ptr<LumivexSync> createEngine(const LXEngineConfig *config, std::shared_ptr<GLFWwindow> window);
+  ~LumivexSync();
+  LumivexSync(const LumivexSync &) = delete;
+  LumivexSync &operator=(const LumivexSync &) = delete;
+
+  void setBeautyGroupPath(const LXGroupConfig &config);
+  void setModelPathDic(const std::map<std::string, std::string> &path_dic);
+  void setModelRootPath(std::string path);
+  void setTesseraCpuDataFunc(
+      std::function<void(std::shared_ptr<std::map<std::string, std::shared_ptr<tessera::Any>>>)> callback);
+  void setTesseraUploadStatsCallBack(std::function<void(const std::string &)> callback, const std::string &name);
+  void setTesseraPostReportCallBack(std::function<void(const std::string &, const std::string &)> callback);
+  void setTesseraLogCallBack(std::function<void(const std::string &, const std::string &)> callback);
+  void setGameDataCallback(std::function<void(const BoomGameData &)> callback);
+  void setBodySlimmingStatusCallback(const std::function<void(LXBodySlimmingStatus)> &callback);
+  void setEffectDescriptionCallback(std::function<void(const std::string &, bool)> callback);
+
+  // Null on failure. The result may be the same frame or another one.
+  std::shared_ptr<FrameData> processFrameData(std::shared_ptr<FrameData> frame);
+  // May block for up to `timeout`.
+  bool isNVDXInteropSupported(bool wait, std::chrono::milliseconds timeout);
+  std::string getStats();
+  void clearStats();
+  void getTesseraStat(std::string &out);
+
+  void updateTesseraParams(const std::string &json);
+  void beginBatchCommand();
+  void endBatchCommand();
+  void setEffectEnabledWithEffectType(LXEffectType type, bool enabled);
+  void setLookupInfo(LXLookupInfo info);
+  void setLookupIntensity(float intensity);
+  void setMakeupInfo(const std::vector<LXMakeupInfo> &layers);
+  void setMakeupIntensityWithKey(std::string key, float intensity);
+  void setBeautyIntensityWithType(LXBeautyType type, float intensity);
+  void setNaturalityIntensity(float intensity);
+  void setDeformIntensityWithMode(int mode, float intensity);
+  void setBodySlimmingIntensityWithType(LXBodySlimmingType type, float intensity);
+  void setBodySlimmingManualLegHeightRangeAndDir(float top, float bottom, int dir);
+  void setMagicEffectWithPath(std::string path, LXEffectSlot slot, bool flag);
+  void cancelMagicEffect();
+  void setEffectStateWithState(LXEffectState state);
+  void setEffectIntensityWithType(LXEffectAdjustType type, float intensity);
+  void setMediaResource(LXMediaResource resource);
+  void setBoomGameData(const std::string &json);
+  void setMagicCustomImage(const std::vector<std::string> &paths);
+  void loadInteractiveBoxResource(std::string path);
+  void unloadInteractiveBoxResource();
+
+ private:
+  LumivexSync();
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+LUMIVEX_API void setDebugAlertMode(int mode);
+
+}  // namespace LX
+
+namespace Lumivex {
+// Null when no window can be made.
+LUMIVEX_API GLFWwindow *createGLFWWindow(int width, int height, bool visible);
+LUMIVEX_API void destroyGLFWWindow(GLFWwindow *window);
+}  // namespace Lumivex

@@ -1,9 +1,0 @@
-#include "platform/shared_texture.h"
-
-namespace vanta {
-
-void MoveToShared(gs_texture_t *shared, gs_texture_t *source) {
-  gs_copy_texture(shared, source);
-}
-
-}  // namespace vanta
