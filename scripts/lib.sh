@@ -17,6 +17,9 @@ vanta_packages() {
       vanta_packages run
       printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools
       ;;
+    style)
+      printf '%s\n' clang-format
+      ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
       printf '%s\n' g++-mingw-w64-x86-64-posix libobs-dev libsimde-dev nlohmann-json3-dev dpkg-dev googletest wine \
