@@ -1,4 +1,6 @@
 // A life of the beauty filter in the module's DLL: create, frames through the engine's DLL, destroy.
+#include <windows.h>  // before libobs, whose vector headers rename what this one includes
+
 #include <cstring>
 
 #include <gtest/gtest.h>

@@ -1,4 +1,6 @@
 // An engine that loses the memory of its frame under the graphics thread's hands.
+#include <windows.h>  // before libobs, whose vector headers rename what this one includes
+
 #include <algorithm>
 #include <cstring>
 #include <vector>

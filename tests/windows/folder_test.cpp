@@ -1,4 +1,6 @@
 // The module in a folder whose name no plain text function of the system could open.
+#include <windows.h>  // before libobs, whose vector headers rename what this one includes
+
 #include <filesystem>
 
 #include <gtest/gtest.h>
