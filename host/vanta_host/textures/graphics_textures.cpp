@@ -1,5 +1,5 @@
 // Keyed shared textures in libobs's terms, as it declares them for Windows.
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 #include <atomic>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 namespace vanta_host {
 namespace {

@@ -8,7 +8,7 @@
 #include "platform/move_to_shared.h"
 #include "platform/thread.h"
 #include "vanta_filter/module/host_extensions.h"
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 namespace vanta {
 namespace {

@@ -1,6 +1,6 @@
 #include "platform/move_to_shared.h"
 
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 namespace vanta {
 

@@ -5,7 +5,7 @@
 
 #include "fakes/graphics/gs_recorder.h"
 #include "fakes/graphics/gs_recorder_notes.h"
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 using namespace vanta_test::gs_recorder;
 

@@ -13,7 +13,7 @@
 #include "fixtures/process/log_capture.h"
 #include "fixtures/process/wait.h"
 #include "vanta_filter/module/host_extensions.h"
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 #include "vanta_host.h"
 
 namespace {

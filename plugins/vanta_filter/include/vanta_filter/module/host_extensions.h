@@ -12,7 +12,7 @@
 #include <obs.h>
 
 #include "vanta_base/export.h"
-#include "vanta_filter/textures/shared_texture.h"
+#include "vanta_filter/platform/shared_texture.h"
 
 // Layout of DXGI_ADAPTER_DESC, so that the declaration needs no Windows header. Text is UTF-16.
 struct HostAdapterDesc {

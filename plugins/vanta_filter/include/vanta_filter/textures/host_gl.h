@@ -20,8 +20,8 @@ VANTA_HOST_API void vanta_host_gl_context_unbind(vanta_host_gl_context *context)
 VANTA_HOST_API void vanta_host_gl_context_destroy(vanta_host_gl_context *context);  // while it is bound nowhere
 VANTA_HOST_API void *vanta_host_gl_function(const char *name);
 
-// With a context bound. Opening gives null when the handle names nothing. Results as in platform/shared_texture.h;
-// releasing flushes what was drawn.
+// With a context bound. Opening gives null when the handle names nothing. Results as in
+// vanta_filter/platform/shared_texture.h; releasing flushes what was drawn.
 VANTA_HOST_API vanta_host_texture *vanta_host_texture_open(uint32_t handle);
 VANTA_HOST_API uint32_t vanta_host_texture_gl_name(const vanta_host_texture *texture);
 VANTA_HOST_API int vanta_host_texture_acquire(vanta_host_texture *texture, uint64_t key, uint32_t timeout_ms);
