@@ -1,8 +1,8 @@
-// Settings: the worker's copy, the orientation, and the request for the shared-texture path.
-#include <callback/signal.h>
-#include <dlfcn.h>
+// Settings: the worker's copy and the orientation.
+#include "beauty/worker/worker_settings.h"
 
-#include <atomic>
+#include <callback/signal.h>
+
 #include <map>
 #include <obs.hpp>
 
@@ -10,20 +10,6 @@
 #include "fakes/runner/scripted_runner.h"
 #include "fixtures/module/worker_fixture.h"
 #include "fixtures/process/log_capture.h"
-
-namespace {
-
-std::atomic<bool> texts_are_null{false};
-
-}  // namespace
-
-// In place of libobs's, which never gives null: other hosts' settings can.
-extern "C" const char *obs_data_get_string(obs_data_t *data, const char *name) {
-  if (texts_are_null) return nullptr;
-  static const auto own =
-      reinterpret_cast<const char *(*)(obs_data_t *, const char *)>(dlsym(RTLD_NEXT, "obs_data_get_string"));
-  return own(data, name);
-}
 
 namespace {
 
@@ -258,17 +244,6 @@ TEST_F(WorkerSettings, HostFramesFlipIsIgnoredWithTheSwitchOff) {
   EXPECT_EQ(NextFrameCall(true), "processFrameData(64x48, format -1, rotation 0, flip 0)");
 }
 
-// ---- The request for the shared-texture path ----
-
-TEST_F(WorkerSettings, SettingsWithoutARequestAreNoRequest) {
-  Update("{\"no_green_matting\":true}");
-  ASSERT_TRUE(Feed());
-  ASSERT_TRUE(Feed());
-  EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] update"));
-  EXPECT_FALSE(log_.HasText("put open task"));
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
-}
-
 TEST_F(WorkerSettings, StepsOfAnUpdateComeInOrder) {
   host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
   log_.Clear();
@@ -285,111 +260,58 @@ TEST_F(WorkerSettings, StepsOfAnUpdateComeInOrder) {
                                          {kInfo, "put open task: open"}}));
 }
 
-TEST_F(WorkerSettings, RequestIsLoggedWhenItIsMade) {
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] update [open]"));
-  EXPECT_TRUE(log_.Has(kInfo, "put open task: open"));
-}
+// ---- Without a worker ----
 
-TEST_F(WorkerSettings, RequestThatHoldsANullTextIsPassedOver) {
-  ASSERT_TRUE(Feed());
-  texts_are_null = true;
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  texts_are_null = false;
-  ASSERT_TRUE(Feed());
-  EXPECT_FALSE(log_.HasText("put open task"));
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
-}
+// Keeps what is forwarded, as an engine would get it.
+class KeptCalls final : public vanta::CommandReceiver {
+ public:
+  void Forward(EngineCall call) override { calls.push_back(std::move(call)); }
+  std::vector<EngineCall> calls;
+};
 
-TEST_F(WorkerSettings, RequestOfAnotherTypeThanTextIsPassedOver) {
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(Dequeue().success);
-  for (const char *value : {"true", "false", "1", "0.5", "{}", "[]", "null"}) {
-    SCOPED_TRACE(value);
-    Update(std::string("{\"lx_enable_nvdx_interop\":") + value + "}");
-    ASSERT_TRUE(Feed());
-    EXPECT_TRUE(Dequeue().success);
-    EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] update"));
-    EXPECT_FALSE(log_.HasText("put open task"));
-    EXPECT_FALSE(log_.HasText("[lx_enable_nvdx_interop] cur "));
+class WorkerSettingsAlone : public testing::Test {
+ protected:
+  void Update(const std::string &json) {
+    const OBSDataAutoRelease settings = Settings(json.c_str());
+    settings_.Update(settings, engine_);
   }
+
+  KeptCalls engine_;
+  vanta::WorkerSettings settings_{nullptr};
+};
+
+TEST_F(WorkerSettingsAlone, EveryUpdateForwardsSettingsAndMatting) {
+  Update("{}");
+  EXPECT_EQ(engine_.calls.size(), 2u);
+  Update(Orientation(true, true, 90));
+  EXPECT_EQ(engine_.calls.size(), 4u);
 }
 
-TEST_F(WorkerSettings, RequestOfAnotherTypeLeavesAnEarlierOneStanding) {
-  ASSERT_TRUE(Feed());
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  Update("{\"lx_enable_nvdx_interop\":true}");
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [1]"));
-}
-
-TEST_P(WorkerSettingsEitherWay, RequestThatDiffersRecreatesTheProcessor) {
-  ASSERT_TRUE(Feed());
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [1]"));
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] LumivexProcessor recreate because of LX AB change"));
-  EXPECT_EQ(scripted_engine::Created(), 2);
-}
-
-TEST_P(WorkerSettingsEitherWay, RequestEqualToTheStateIsLoggedAndRecreatesNothing) {
-  ASSERT_TRUE(Feed());
-  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [0]"));
-  EXPECT_FALSE(log_.HasText("because of LX AB change"));
-  EXPECT_EQ(scripted_engine::Created(), 1);
-}
-
-TEST_P(WorkerSettingsEitherWay, OnlyTheLatestRequestCounts) {
-  ASSERT_TRUE(Feed());
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
-  ASSERT_TRUE(Feed());
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [0] target [0]"));
-  EXPECT_EQ(scripted_engine::Created(), 1);
-}
-
-TEST_F(WorkerSettings, AnythingButOpenMeansOff) {
-  ASSERT_TRUE(Feed());
-  for (const char *text : {"Open", "open ", "1", ""}) {
-    Update("{\"lx_enable_nvdx_interop\":\"" + std::string(text) + "\"}");
-    ASSERT_TRUE(Feed());
-    EXPECT_TRUE(Dequeue().success);
+TEST_F(WorkerSettingsAlone, CurrentIsACopyUntilItIsCleared) {
+  EXPECT_EQ(settings_.Current().Get(), nullptr);
+  {
+    const OBSDataAutoRelease settings = Settings("{\"apply_flag\":7}");
+    settings_.Update(settings, engine_);
+    obs_data_set_int(settings, "apply_flag", 8);
   }
-  EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] cur [0] target [0]"), 4u);
-  EXPECT_EQ(scripted_engine::Created(), 1);
+  EXPECT_EQ(obs_data_get_int(settings_.Current(), "apply_flag"), 7);
+  settings_.Clear();
+  EXPECT_EQ(settings_.Current().Get(), nullptr);
 }
 
-TEST_F(WorkerSettings, RequestIsJudgedOnce) {
-  ASSERT_TRUE(Feed());
-  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
-  ASSERT_TRUE(Feed());
-  ASSERT_TRUE(Feed());
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
-}
-
-TEST_F(WorkerSettings, RequestWaitsForAFrameThatNeedsNoRecreation) {
-  Update("{\"lx_enable_nvdx_interop\":\"open\"}");
-  ASSERT_TRUE(Feed());  // recreates for its size
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 0u);
-  ASSERT_TRUE(Feed());
-  EXPECT_EQ(log_.CountWith("[lx_enable_nvdx_interop] cur "), 1u);
-}
-
-TEST_F(WorkerSettings, RecreatedProcessorProbesAnewAndTurnsThePathOn) {
-  scripted_engine::Change([](EngineScript &script) {
-    script.interop = true;
-    script.out_format = 5;
-  });
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(host_double::Switches().shared_texture);
-  Update("{\"lx_enable_nvdx_interop\":\"close\"}");
-  ASSERT_TRUE(Feed());
-  EXPECT_TRUE(log_.Has(kInfo, "[lx_enable_nvdx_interop] cur [1] target [0]"));
-  EXPECT_EQ(scripted_engine::Count("isNVDXInteropSupported(1, 500)"), 2u);
-  EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] change from 0 to 1"), 2u);
+TEST_F(WorkerSettingsAlone, OrientationStandsUntilTheNextOne) {
+  Update(Orientation(true, false, 450));
+  Update("{}");
+  settings_.Clear();
+  const vanta::SceneOrientation kept = settings_.Orientation();
+  EXPECT_TRUE(kept.hor_flip);
+  EXPECT_FALSE(kept.ver_flip);
+  EXPECT_EQ(kept.rot_deg, 450);
+  Update(Orientation(false, true, -90));
+  const vanta::SceneOrientation next = settings_.Orientation();
+  EXPECT_FALSE(next.hor_flip);
+  EXPECT_TRUE(next.ver_flip);
+  EXPECT_EQ(next.rot_deg, -90);
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 // Delay reduction: tested once a minute, drops at most four frames.
+#include "beauty/worker/delay_reduction.h"
+
 #include <chrono>
 
 #include "fixtures/module/worker_fixture.h"
 #include "fixtures/process/log_capture.h"
+#include "frames/face_beauty_frame_factory.h"
+#include "stats/delay_stats.h"
 #include "vanta_filter/module/host_frame.h"
 
 namespace {
@@ -19,7 +23,7 @@ std::string DropLine(int left, int drop) {
          "] drop[" + std::to_string(drop) + "]";
 }
 
-class WorkerDelay : public WorkerFixture {
+class DelayReduction : public WorkerFixture {
  protected:
   void SetUp() override {
     StartWorker();
@@ -38,13 +42,13 @@ class WorkerDelay : public WorkerFixture {
   uint64_t timestamp_ = 1000;
 };
 
-TEST_F(WorkerDelay, SixtySecondsToTheMillisecondIsTooEarly) {
+TEST_F(DelayReduction, SixtySecondsToTheMillisecondIsTooEarly) {
   MovableClock::Advance(milliseconds(60000));
   ASSERT_TRUE(Feed());
   EXPECT_EQ(log_.Count(kStart), 0u);
 }
 
-TEST_F(WorkerDelay, OneMillisecondMoreStartsTheReduction) {
+TEST_F(DelayReduction, OneMillisecondMoreStartsTheReduction) {
   MovableClock::Advance(milliseconds(60001));
   ASSERT_TRUE(Feed());
   EXPECT_EQ(log_.Count(kStart), 1u);
@@ -52,14 +56,14 @@ TEST_F(WorkerDelay, OneMillisecondMoreStartsTheReduction) {
   EXPECT_FALSE(log_.HasText("DoReduceBeautyDelay")) << "dropping begins with the next frame";
 }
 
-TEST_F(WorkerDelay, OneFrameInTheOutputIsNoDelay) {
+TEST_F(DelayReduction, OneFrameInTheOutputIsNoDelay) {
   EXPECT_TRUE(Dequeue().success);
   MovableClock::Advance(milliseconds(60001));
   ASSERT_TRUE(Feed());  // the output holds this one alone
   EXPECT_EQ(log_.Count(kStart), 0u);
 }
 
-TEST_F(WorkerDelay, NextFrameDropsTheOldest) {
+TEST_F(DelayReduction, NextFrameDropsTheOldest) {
   EXPECT_TRUE(Dequeue().success);
   ASSERT_TRUE(Feed(1, kWidth, kHeight, 1));
   MovableClock::Advance(milliseconds(60001));
@@ -71,7 +75,7 @@ TEST_F(WorkerDelay, NextFrameDropsTheOldest) {
   EXPECT_EQ(out.frame->data[0][0], 2);
 }
 
-TEST_F(WorkerDelay, ReductionEndsWhenOneFrameIsLeft) {
+TEST_F(DelayReduction, ReductionEndsWhenOneFrameIsLeft) {
   MovableClock::Advance(milliseconds(60001));
   ASSERT_TRUE(Feed());
   EXPECT_TRUE(Dequeue().success);
@@ -81,7 +85,7 @@ TEST_F(WorkerDelay, ReductionEndsWhenOneFrameIsLeft) {
   EXPECT_TRUE(log_.Has(kInfo, kDone));
 }
 
-TEST_F(WorkerDelay, ReductionDropsAtMostFourFramesEvenIfMoreRemain) {
+TEST_F(DelayReduction, ReductionDropsAtMostFourFramesEvenIfMoreRemain) {
   FeedMarked(8);
   MovableClock::Advance(milliseconds(60001));
   FeedMarked(6);
@@ -91,7 +95,7 @@ TEST_F(WorkerDelay, ReductionDropsAtMostFourFramesEvenIfMoreRemain) {
   EXPECT_EQ(log_.Count(kDone), 1u);
 }
 
-TEST_F(WorkerDelay, NextTestComesAFullMinuteAfterTheLast) {
+TEST_F(DelayReduction, NextTestComesAFullMinuteAfterTheLast) {
   FeedMarked(8);
   MovableClock::Advance(milliseconds(60001));
   FeedMarked(6);
@@ -105,7 +109,7 @@ TEST_F(WorkerDelay, NextTestComesAFullMinuteAfterTheLast) {
   EXPECT_EQ(log_.CountWith("DoReduceBeautyDelay, "), 8u) << "the drop count begins anew";
 }
 
-TEST_F(WorkerDelay, TestThatFindsNoDelayAlsoStartsTheMinuteAnew) {
+TEST_F(DelayReduction, TestThatFindsNoDelayAlsoStartsTheMinuteAnew) {
   EXPECT_TRUE(Dequeue().success);
   MovableClock::Advance(milliseconds(60001));
   ASSERT_TRUE(Feed());
@@ -114,7 +118,7 @@ TEST_F(WorkerDelay, TestThatFindsNoDelayAlsoStartsTheMinuteAnew) {
   EXPECT_EQ(log_.Count(kStart), 0u);
 }
 
-TEST_F(WorkerDelay, FailedFramesDoNotTestTheDelay) {
+TEST_F(DelayReduction, FailedFramesDoNotTestTheDelay) {
   ASSERT_TRUE(Feed());
   scripted_engine::Change([](EngineScript &script) { script.answer = EngineScript::Answer::kNull; });
   MovableClock::Advance(milliseconds(60001));
@@ -122,14 +126,14 @@ TEST_F(WorkerDelay, FailedFramesDoNotTestTheDelay) {
   EXPECT_EQ(log_.Count(kStart), 0u);
 }
 
-TEST_F(WorkerDelay, DropsAreCountedInTheReport) {
+TEST_F(DelayReduction, DropsAreCountedInTheReport) {
   FeedMarked(3);
   MovableClock::Advance(milliseconds(60001));
   FeedMarked(3);
   EXPECT_EQ(TenSecondReport().drop_count, 2);
 }
 
-TEST_F(WorkerDelay, CarriersOfDroppedFramesComeBack) {
+TEST_F(DelayReduction, CarriersOfDroppedFramesComeBack) {
   MovableClock::Advance(milliseconds(60001));
   ASSERT_TRUE(Feed());
   ASSERT_TRUE(Feed());
@@ -137,6 +141,47 @@ TEST_F(WorkerDelay, CarriersOfDroppedFramesComeBack) {
   ASSERT_TRUE(Feed());
   EXPECT_EQ(log_.CountWith("DoReduceBeautyDelay, "), 3u);
   EXPECT_TRUE(Feed());
+}
+
+// ---- Without a worker ----
+
+class DelayReductionAlone : public testing::Test {
+ protected:
+  void Finish(int count) {
+    for (; count > 0; --count) frames_.PushOutput(frames_.TakeFreeFrame(kWidth, kHeight));
+  }
+  void Test(int times) {
+    for (; times > 0; --times) reduction_.TestDelay();
+  }
+
+  vanta::FaceBeautyFrameFactory frames_;
+  vanta::DelayStats stats_;
+  vanta::DelayReduction reduction_{frames_, stats_};
+};
+
+TEST_F(DelayReductionAlone, FramesNotYetProcessedAreNoDelay) {
+  Test(1);
+  Finish(1);
+  for (int i = 0; i < 3; ++i) {
+    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    frames_.PutInput(frames_.TakeFreeFrame(kWidth, kHeight), frame.get());
+  }
+  MovableClock::Advance(milliseconds(60001));
+  Test(2);
+  EXPECT_EQ(frames_.OutputCount(), 1u);
+}
+
+TEST_F(DelayReductionAlone, EachTestDropsOneFrameUntilOneIsLeft) {
+  Test(1);
+  Finish(4);
+  MovableClock::Advance(milliseconds(60001));
+  Test(1);
+  EXPECT_EQ(frames_.OutputCount(), 4u) << "the test that finds the delay drops nothing";
+  for (const uint32_t left : {3u, 2u, 1u, 1u}) {
+    Test(1);
+    EXPECT_EQ(frames_.OutputCount(), left);
+  }
+  EXPECT_EQ(stats_.MakeSample().drop_count, 3);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
-// Delay reduction: a delay once built up stays, since enqueue and dequeue are paired, until frames are dropped here.
+#include "beauty/worker/delay_reduction.h"
+
 #include <util/base.h>
 
-#include "beauty/face_beauty_filter_worker.h"
+#include "frames/face_beauty_frame_factory.h"
 #include "platform/clock.h"
+#include "stats/delay_stats.h"
 
 namespace vanta {
 namespace {
@@ -13,7 +15,7 @@ constexpr int32_t kMaxDropsPerReduction = 4;
 
 }  // namespace
 
-void FaceBeautyFilterWorker::TestDelay() {
+void DelayReduction::TestDelay() {
   const int64_t now_ms = SystemTickMs();
   if (reduce_delay_) {
     DoReduceBeautyDelay();
@@ -25,23 +27,23 @@ void FaceBeautyFilterWorker::TestDelay() {
   }
   if (now_ms - last_delay_check_ms_ <= kDelayTestPeriodMs) return;
   last_delay_check_ms_ = now_ms;
-  if (frame_factory_->OutputCount() < kDelayedFrames) return;
+  if (frames_.OutputCount() < kDelayedFrames) return;
   reduce_delay_ = true;
   blog(LOG_INFO, "[beauty] ReduceBeautyDelay, reduce beauty delay start");
 }
 
-void FaceBeautyFilterWorker::DoReduceBeautyDelay() {
+void DelayReduction::DoReduceBeautyDelay() {
   // No frame has size 0 by 0: the factory drops the oldest one as a misfit.
-  frame_factory_->TakeOutput(0, 0);
-  delay_stats_.OnDelayDrop();
-  const uint32_t left = frame_factory_->OutputCount();
+  frames_.TakeOutput(0, 0);
+  stats_.OnDelayDrop();
+  const uint32_t left = frames_.OutputCount();
   ++reduce_drop_count_;
   blog(LOG_INFO, "[beauty] DoReduceBeautyDelay, reduce beauty delay by drop one frame. left[%d] drop[%d]",
        static_cast<int>(left), reduce_drop_count_);
   if (left < kDelayedFrames || reduce_drop_count_ >= kMaxDropsPerReduction) DoneReduceBeautyDelay();
 }
 
-void FaceBeautyFilterWorker::DoneReduceBeautyDelay() {
+void DelayReduction::DoneReduceBeautyDelay() {
   reduce_delay_ = false;
   reduce_drop_count_ = 0;
   blog(LOG_INFO, "[beauty] DoneReduceBeautyDelay, reduce beauty delay done");

@@ -1,4 +1,4 @@
-#include "beauty/frame_orientation.h"
+#include "beauty/worker/frame_orientation.h"
 
 #include <gtest/gtest.h>
 

@@ -68,101 +68,9 @@ TEST_F(WorkerLife, NewWorkerIsUninitialisedAndNotRunning) {
   EXPECT_FALSE(worker_->IsRunning());
 }
 
-TEST_F(WorkerLife, GlWindowIsHiddenAndOnePixelWide) {
-  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
-  MakeWorker();
-  EXPECT_EQ(scripted_engine::Count("createGLFWWindow(1, 1, 0)"), 1u);
-  EXPECT_EQ(log_.LinesWith("[beauty]").back(), (LogLine{kInfo, "[beauty] createGLFWWindow success"}));
-}
-
-TEST_F(WorkerLife, MissingGlWindowIsAnErrorLineAndNoMore) {
-  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
-  scripted_engine::Change([](EngineScript &script) { script.window = false; });
-  MakeWorker();
-  EXPECT_EQ(log_.LinesWith("[beauty]").back(), (LogLine{kError, "[beauty] createGLFWWindow failed"}));
-  StopWorker();
-  EXPECT_EQ(log_.CountWith("destroyGLFWWindow"), 0u);
-}
-
-TEST_F(WorkerLife, GlWindowIsDestroyedWithTheWorkerAndLoggedTwice) {
-  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
-  MakeWorker();
-  StopWorker();
-  EXPECT_EQ(log_.Count("[beauty] destroyGLFWWindow"), 2u);
-  EXPECT_EQ(scripted_engine::Count("destroyGLFWWindow(window)"), 1u);
-}
-
-TEST_F(WorkerLife, HostCanKeepTheGlWindowAlive) {
-  host_double::Change([](HostSwitches &switches) {
-    switches.create_gl_context = true;
-    switches.destroy_gl_window = false;
-  });
-  MakeWorker();
-  StopWorker();
-  EXPECT_EQ(log_.Count("[beauty] destroyGLFWWindow"), 1u);
-  EXPECT_EQ(scripted_engine::Count("destroyGLFWWindow"), 0u);
-}
-
-TEST_F(WorkerLife, EngineGetsTheGlWindow) {
-  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
-  StartWorker();
-  ASSERT_TRUE(Feed());
-  EXPECT_EQ(scripted_engine::Count("createEngine(/fake/vanta_filter/file, 0, 64, 48, window)"), 1u);
-}
-
 TEST_F(WorkerLife, StartLogsThePriorityItAskedFor) {
   StartWorker();
   EXPECT_TRUE(log_.Has(kInfo, "[beauty] SetThreadPriority 1,2") || log_.Has(kInfo, "[beauty] SetThreadPriority 0,2"));
-}
-
-TEST_F(WorkerLife, ThreadTellsTheHostOfItsLifeInOrder) {
-  StartWorker();
-  ASSERT_TRUE(Feed());
-  // The pass over a frame, then idle: the host's watchdog sees id 0.
-  ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
-  StopWorker();
-  std::vector<std::string> calls = host_double::Calls();
-  std::erase_if(calls, [](const std::string &call) { return call.rfind("SetBeauty", 0) == 0; });
-  // A stop wakes the thread once more: it says so before it sees the flag.
-  EXPECT_EQ(calls, (std::vector<std::string>{"AddThread",       //
-                                             "ThreadId(self)",  // woken
-                                             "ThreadTimestamp(now)",
-                                             "ThreadTimestamp(now)",  // before the frame
-                                             "ThreadSleep",           // after it
-                                             "ThreadId(0)",           // idle
-                                             "ThreadTimestamp(0)",
-                                             "ThreadId(self)",  // woken by the stop
-                                             "ThreadTimestamp(now)",
-                                             "ThreadId(0)",  // ended
-                                             "ThreadTimestamp(0)", "RemoveThread"}));
-}
-
-TEST_F(WorkerLife, ThreadLogsItsLifeInOrder) {
-  StartWorker();
-  ASSERT_TRUE(Feed());
-  StopWorker();
-  Lines lines = log_.LinesWith("[beauty]");
-  std::erase_if(lines, [](const LogLine &line) {
-    return line.text.find(" 0x") != std::string::npos || line.text.find("SetThreadPriority") != std::string::npos;
-  });
-  lines.erase(lines.begin(), lines.begin() + 3);  // the constructor's
-  EXPECT_EQ(lines, (Lines{{kInfo, "[beauty] FaceBeautyFilterWorker start"},
-                          {kError, "[beauty] Initialize  fail width 0,height 0"},
-                          {kInfo, "[beauty] LumivexProcessor init successful 0 0"},
-                          {kInfo, "[beauty] Invalid scaler_"},
-                          {kInfo, "[beauty] LumivexProcessor recreate, reset previous"},
-                          {kInfo, "[beauty] Initialize  LXEngineConfig"},
-                          {kInfo, "[beauty] Initialize  gl_window: (nil)"},
-                          {kInfo, "[beauty] LumivexProcessor init "},
-                          {kInfo, "[beauty] LumivexProcessor reset"},
-                          {kInfo, "[beauty] FaceBeautyFilterWorker stop"}}));
-}
-
-TEST_F(WorkerLife, FirstProcessorHasNoSizeAndStartsNoEngine) {
-  StartWorker();
-  EXPECT_TRUE(log_.Has(kError, "[beauty] Initialize  fail width 0,height 0"));
-  EXPECT_EQ(scripted_engine::Created(), 0);
-  EXPECT_TRUE(host_double::Reports().empty());
 }
 
 TEST_F(WorkerLife, StopMakesARunningWorkerStopped) {
@@ -196,79 +104,6 @@ TEST_F(WorkerLife, StopDoesNotWaitForAFrameInProgress) {
   scripted_engine::Open(Gate::kProcess);
 }
 
-TEST_F(WorkerLife, StopDuringAFrameFinishesItAndTakesNoOther) {
-  StartWorker();
-  scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  worker_->stop();
-  scripted_engine::Open(Gate::kProcess);
-  StopWorker();
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 1u);
-  EXPECT_EQ(host_double::Count("ThreadSleep"), 0u);  // no pause on the way out
-  EXPECT_EQ(scripted_engine::FramesAlive(), 0u);     // what stood in the queues died with the factory
-}
-
-TEST_F(WorkerLife, StopBeforeTheFirstProcessorLeavesStateRunningAndProcessesNothing) {
-  // A stop that finds state 0 sets nothing; here it comes before the thread itself.
-  MakeWorker();
-  worker_->stop();
-  ASSERT_TRUE(worker_->start());
-  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-  EXPECT_TRUE(worker_->IsRunning());
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
-  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
-  EXPECT_EQ(scripted_engine::Created(), 0);
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
-}
-
-TEST_F(WorkerLife, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcessesNothing) {
-  MakeWorker();
-  std::promise<void> making, go_on;
-  log_.OnLine("[beauty] LumivexProcessor init successful 0 0", [&] {
-    making.set_value();
-    go_on.get_future().wait();
-  });
-  worker_->start();
-  making.get_future().wait();
-  EXPECT_TRUE(worker_->IsUninited());
-  worker_->stop();  // the worker holds its engine lock: a wait would never end
-  EXPECT_TRUE(worker_->IsUninited());
-  go_on.set_value();
-  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-  EXPECT_TRUE(worker_->IsRunning());
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
-  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
-  EXPECT_EQ(scripted_engine::Created(), 0);
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
-}
-
-TEST_F(WorkerLife, StopWhileAnEngineIsMadeFinishesItsFrameAndTakesNoOther) {
-  StartWorker();
-  scripted_engine::Close(Gate::kCreate);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kCreate));
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  worker_->stop();  // the gate is still closed: a wait would never end
-  scripted_engine::Open(Gate::kCreate);
-  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-  EXPECT_FALSE(worker_->IsRunning());
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 1u);
-}
-
-TEST_F(WorkerLife, SettingsThatStandBeforeTheStartReachTheFirstProcessor) {
-  MakeWorker();
-  const OBSDataAutoRelease settings = obs_data_create();
-  worker_->update(settings);
-  EXPECT_FALSE(log_.HasText("SetOBSData"));
-  StartWorker();
-  EXPECT_EQ(log_.CountWith("SetOBSData"), 1u);
-}
-
 TEST_F(WorkerLife, StartWithoutAThreadThrows) {
   MakeWorker();
   threads_left = 0;
@@ -292,20 +127,6 @@ TEST_F(WorkerLife, StartWithoutAStatisticsThreadThrowsAndTheWorkerEndsUnstopped)
   if (!WaitUntil([&] { return gone.load(); }, "the worker's end")) worker->stop();
   unwinding.join();
   EXPECT_TRUE(log_.Has(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-}
-
-TEST_F(WorkerLife, EngineDiesOnTheThreadThatMadeIt) {
-  StartWorker();
-  ASSERT_TRUE(Feed());
-  StopWorker();
-  std::thread::id made, destroyed;
-  for (const EngineCall &call : scripted_engine::Calls()) {
-    if (call.text.rfind("createEngine", 0) == 0) made = call.thread;
-    if (call.text == "~LumivexSync()") destroyed = call.thread;
-  }
-  EXPECT_NE(made, std::thread::id());
-  EXPECT_NE(made, std::this_thread::get_id());
-  EXPECT_EQ(made, destroyed);
 }
 
 TEST_F(WorkerLife, DestructionForgetsTheSourcesStatistics) {
@@ -333,7 +154,7 @@ TEST_F(WorkerLife, CommandsNotRunDieWithTheWorker) {
   }
   worker_->update(nullptr);  // the worker's own copy goes
   EXPECT_GT(bnum_allocs(), allocations) << "nothing is queued";
-  worker_->Command(&IFaceless::SetBoomGameData, std::string("text"));
+  worker_->commands().Command(&IFaceless::SetBoomGameData, std::string("text"));
   StopWorker();
   EXPECT_EQ(scripted_engine::Count("setBoomGameData"), 0u);
   EXPECT_EQ(log_.CountWith("SetOBSData"), 0u);
@@ -350,6 +171,19 @@ TEST_F(WorkerLife, ShortLivesInARowLeaveNothingBehind) {
   }
   EXPECT_EQ(scripted_engine::Alive(), 0);
   EXPECT_EQ(scripted_engine::FramesAlive(), 0u);
+}
+
+TEST_F(WorkerLife, FirstSuccessIsLoggedOnceWithTheTimeSinceStart) {
+  StartWorker();
+  EXPECT_FALSE(Dequeue().success);
+  EXPECT_FALSE(log_.HasText("first frame dequeue"));
+  MovableClock::Advance(std::chrono::microseconds(1234567));
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(Dequeue().success);
+  EXPECT_TRUE(log_.Has(kInfo, "[beauty] FaceBeautyFilterWorker first frame dequeue success cost [1234567]"));
+  ASSERT_TRUE(Feed());
+  EXPECT_TRUE(Dequeue().success);
+  EXPECT_EQ(log_.CountWith("first frame dequeue"), 1u);
 }
 
 // ---- The last reference ----
@@ -419,7 +253,8 @@ TEST_F(LastReference, MayGoOnAThreadOfAnotherWorkerWhoseOwnLastReferenceGoesOnTh
   ASSERT_TRUE(WaitUntil(
       [&] {
         if (scripted_engine::Waiting(Gate::kProcess) == 2) return true;
-        other->Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);  // wakes it, should the frame's wake be lost
+        // Wakes it, should the frame's wake be lost.
+        other->commands().Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);
         return false;
       },
       "both workers in their engines"));

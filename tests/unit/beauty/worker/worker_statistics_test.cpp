@@ -1,10 +1,16 @@
 // The statistics step: a sample each second, a report each ten, the engine's text each three hundred.
+#include "beauty/worker/worker_statistics.h"
+
 #include <chrono>
 #include <utility>
 
+#include "beauty/worker/processor_holder.h"
+#include "beauty/worker/worker_settings.h"
+#include "beauty/worker/worker_state.h"
 #include "engine/faceless_instance.h"
 #include "fixtures/module/worker_fixture.h"
 #include "fixtures/process/wait.h"
+#include "stats/delay_stats.h"
 
 namespace {
 
@@ -177,6 +183,27 @@ TEST_F(WorkerStatistics, StopEndsTheTickWithoutWaiting) {
   worker_->stop();
   EXPECT_TRUE(WaitUntil([] { return MovableClock::Sleepers() == 0; }, "the end of the tick's wait"));
   EXPECT_TRUE(Reports().empty());
+}
+
+// ---- Without a tick ----
+
+class WorkerStatisticsAlone : public testing::Test {
+ protected:
+  vanta::WorkerState state_;
+  vanta::WorkerSettings settings_{nullptr};
+  vanta::DelayStats stats_;
+  vanta::ProcessorHolder processor_{settings_, stats_, state_};
+  obs_source source_;
+  vanta::WorkerStatistics statistics_{&source_, stats_, processor_};
+};
+
+TEST_F(WorkerStatisticsAlone, TenthSampleMakesAReportUnderTheSource) {
+  for (int i = 0; i < 9; ++i) statistics_.Collect();
+  EXPECT_TRUE(vanta::FacelessInstance::GetInstance()->GetBeautyStatistics().empty());
+  statistics_.Collect();
+  EXPECT_EQ(vanta::FacelessInstance::GetInstance()->GetBeautyStatistics().size(), 1u);
+  vanta::FacelessInstance::GetInstance()->RemoveStatistics(&source_);
+  EXPECT_TRUE(vanta::FacelessInstance::GetInstance()->GetBeautyStatistics().empty());
 }
 
 }  // namespace

@@ -1,20 +1,27 @@
 // A new processor knows nothing: what the worker gives it, and in which order.
+#include "beauty/worker/processor_holder.h"
+
 #include <atomic>
 #include <cstring>
 #include <obs.hpp>
 #include <thread>
 
+#include "beauty/worker/worker_settings.h"
+#include "beauty/worker/worker_state.h"
 #include "engine/faceless_instance.h"
 #include "fixtures/module/worker_fixture.h"
 #include "fixtures/process/log_capture.h"
 #include "fixtures/process/wait.h"
+#include "frames/face_beauty_frame_factory.h"
 #include "platform/thread.h"
+#include "stats/delay_stats.h"
 
 namespace {
 
 using namespace vanta_test;
 using Texts = std::vector<std::string>;
 
+using vanta_test::kError;
 using vanta_test::kInfo;
 
 FacelessEngineSnapshot FullSnapshot() {
@@ -52,9 +59,9 @@ Texts WithoutDictionary(Texts texts) {
   return texts;
 }
 
-class WorkerRecreation : public WorkerFixture {};
+class ProcessorHolder : public WorkerFixture {};
 
-TEST_F(WorkerRecreation, SnapshotIsReplayedInItsFixedOrder) {
+TEST_F(ProcessorHolder, SnapshotIsReplayedInItsFixedOrder) {
   vanta::FacelessInstance::GetInstance()->SetEngineSnapshot(FullSnapshot());
   StartWorker();
   ASSERT_TRUE(Feed());
@@ -68,13 +75,13 @@ TEST_F(WorkerRecreation, SnapshotIsReplayedInItsFixedOrder) {
                    "setMagicEffectWithPath(magic, 0, 0)", "setBoomGameData(boom)"}));
 }
 
-TEST_F(WorkerRecreation, EmptySnapshotReplaysNothing) {
+TEST_F(ProcessorHolder, EmptySnapshotReplaysNothing) {
   StartWorker();
   ASSERT_TRUE(Feed());
   EXPECT_EQ(CommandsOf(1), Texts{});
 }
 
-TEST_F(WorkerRecreation, EmptyOptionalsReplayNothingButTheMaps) {
+TEST_F(ProcessorHolder, EmptyOptionalsReplayNothingButTheMaps) {
   FacelessEngineSnapshot snapshot;
   snapshot.beauty = {{LXBeautyType(1), 0.1F}};
   vanta::FacelessInstance::GetInstance()->SetEngineSnapshot(snapshot);
@@ -83,7 +90,7 @@ TEST_F(WorkerRecreation, EmptyOptionalsReplayNothingButTheMaps) {
   EXPECT_EQ(CommandsOf(1), (Texts{"setBeautyIntensityWithType(1, 0.10)"}));
 }
 
-TEST_F(WorkerRecreation, SnapshotSetDuringARunReachesTheNextProcessorOnly) {
+TEST_F(ProcessorHolder, SnapshotSetDuringARunReachesTheNextProcessorOnly) {
   StartWorker();
   ASSERT_TRUE(Feed());
   FacelessEngineSnapshot snapshot;
@@ -95,21 +102,21 @@ TEST_F(WorkerRecreation, SnapshotSetDuringARunReachesTheNextProcessorOnly) {
   EXPECT_EQ(CommandsOf(2), (Texts{"setBoomGameData(boom)"}));
 }
 
-TEST_F(WorkerRecreation, CommandAheadOfARecreationLivesOnInTheSnapshotAlone) {
+TEST_F(ProcessorHolder, CommandAheadOfARecreationLivesOnInTheSnapshotAlone) {
   StartWorker();
   ASSERT_TRUE(Feed());
   FacelessEngineSnapshot snapshot;
   snapshot.beauty = {{LXBeautyType(1), 0.5F}};
   vanta::FacelessInstance::GetInstance()->SetEngineSnapshot(snapshot);
-  worker_->Command(&IFaceless::SetBeautyIntensityWithType, LXBeautyType(1), 0.5F);
-  worker_->Command(&IFaceless::SetNaturalityIntensity, 0.25F);
+  worker_->commands().Command(&IFaceless::SetBeautyIntensityWithType, LXBeautyType(1), 0.5F);
+  worker_->commands().Command(&IFaceless::SetNaturalityIntensity, 0.25F);
   ASSERT_TRUE(Feed(2, 32, 16));
   EXPECT_EQ(CommandsOf(1),
             (Texts{"setBeautyIntensityWithType(1, 0.50)", "setNaturalityIntensity(0.25)", "~LumivexSync()"}));
   EXPECT_EQ(CommandsOf(2), (Texts{"setBeautyIntensityWithType(1, 0.50)"}));
 }
 
-TEST_F(WorkerRecreation, OldEngineGoesBeforeTheNewOneComes) {
+TEST_F(ProcessorHolder, OldEngineGoesBeforeTheNewOneComes) {
   StartWorker();
   ASSERT_TRUE(Feed());
   ASSERT_TRUE(Feed(2, 32, 16));
@@ -120,7 +127,7 @@ TEST_F(WorkerRecreation, OldEngineGoesBeforeTheNewOneComes) {
   EXPECT_LT(gone, made);
 }
 
-TEST_F(WorkerRecreation, LinesOfARecreationComeInOrder) {
+TEST_F(ProcessorHolder, LinesOfARecreationComeInOrder) {
   StartWorker();
   ASSERT_TRUE(Feed());
   log_.Clear();
@@ -135,7 +142,7 @@ TEST_F(WorkerRecreation, LinesOfARecreationComeInOrder) {
                                          {kInfo, "[beauty] LumivexProcessor init "}}));
 }
 
-TEST_F(WorkerRecreation, StoredSettingsAreGivenAgain) {
+TEST_F(ProcessorHolder, StoredSettingsAreGivenAgain) {
   StartWorker();
   const OBSDataAutoRelease settings = obs_data_create();
   worker_->update(settings);
@@ -145,7 +152,7 @@ TEST_F(WorkerRecreation, StoredSettingsAreGivenAgain) {
   EXPECT_EQ(log_.CountWith("SetOBSData"), before + 1);
 }
 
-TEST_F(WorkerRecreation, LoadedBoxIsLoadedAgainAfterTheSnapshot) {
+TEST_F(ProcessorHolder, LoadedBoxIsLoadedAgainAfterTheSnapshot) {
   vanta::FacelessInstance::GetInstance()->SetInteractiveBoxInfo({"box", true});
   FacelessEngineSnapshot snapshot;
   snapshot.boom_game_data = "boom";
@@ -157,7 +164,7 @@ TEST_F(WorkerRecreation, LoadedBoxIsLoadedAgainAfterTheSnapshot) {
   EXPECT_EQ(CommandsOf(1), (Texts{"setBoomGameData(boom)", "loadInteractiveBoxResource(box)"}));
 }
 
-TEST_F(WorkerRecreation, BoxThatIsNotLoadedIsLeftAlone) {
+TEST_F(ProcessorHolder, BoxThatIsNotLoadedIsLeftAlone) {
   vanta::FacelessInstance::GetInstance()->SetInteractiveBoxInfo({"box", false});
   StartWorker();
   const OBSDataAutoRelease settings = obs_data_create();
@@ -166,14 +173,14 @@ TEST_F(WorkerRecreation, BoxThatIsNotLoadedIsLeftAlone) {
   EXPECT_EQ(CommandsOf(1), Texts{});
 }
 
-TEST_F(WorkerRecreation, WithoutSettingsTheBoxIsNotAskedFor) {
+TEST_F(ProcessorHolder, WithoutSettingsTheBoxIsNotAskedFor) {
   vanta::FacelessInstance::GetInstance()->SetInteractiveBoxInfo({"box", true});
   StartWorker();
   ASSERT_TRUE(Feed());
   EXPECT_EQ(CommandsOf(1), Texts{});
 }
 
-TEST_F(WorkerRecreation, HostForgetsTheSharedTextureStateWithEachProcessor) {
+TEST_F(ProcessorHolder, HostForgetsTheSharedTextureStateWithEachProcessor) {
   scripted_engine::Change([](EngineScript &script) {
     script.interop = true;
     script.out_format = 5;
@@ -190,7 +197,7 @@ TEST_F(WorkerRecreation, HostForgetsTheSharedTextureStateWithEachProcessor) {
 }
 
 // The worker loads a box anew at a recreation during a run alone.
-TEST_F(WorkerRecreation, FirstProcessorLoadsNoBox) {
+TEST_F(ProcessorHolder, FirstProcessorLoadsNoBox) {
   constexpr char kLoaded[] = "[beauty][MagicTreasureChest] PostSignalAfterLoadInteractiveBoxResource";
   vanta::FacelessInstance::GetInstance()->SetInteractiveBoxInfo({"box", true});
   MakeWorker();
@@ -204,12 +211,12 @@ TEST_F(WorkerRecreation, FirstProcessorLoadsNoBox) {
 }
 
 // A command that comes while the old engine ends or the new one starts waits for the new one.
-class WorkerRecreationGap : public WorkerRecreation, public testing::WithParamInterface<Gate> {};
+class ProcessorHolderGap : public ProcessorHolder, public testing::WithParamInterface<Gate> {};
 
-INSTANTIATE_TEST_SUITE_P(Gates, WorkerRecreationGap, testing::Values(Gate::kDestroy, Gate::kCreate),
+INSTANTIATE_TEST_SUITE_P(Gates, ProcessorHolderGap, testing::Values(Gate::kDestroy, Gate::kCreate),
                          [](const auto &param) { return param.param == Gate::kDestroy ? "OldEnds" : "NewStarts"; });
 
-TEST_P(WorkerRecreationGap, DirectCommandNeverMeetsAGapBetweenProcessors) {
+TEST_P(ProcessorHolderGap, DirectCommandNeverMeetsAGapBetweenProcessors) {
   host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
   StartWorker();
   ASSERT_TRUE(Feed());
@@ -218,7 +225,7 @@ TEST_P(WorkerRecreationGap, DirectCommandNeverMeetsAGapBetweenProcessors) {
   std::atomic<bool> returned{false};
   std::thread control([&] {
     thread = vanta::CurrentThreadId();
-    worker_->Command(&IFaceless::SetLookupIntensity, 0.5F);
+    worker_->commands().Command(&IFaceless::SetLookupIntensity, 0.5F);
     returned = true;
   });
   EXPECT_TRUE(WaitUntil([&] { return returned || (thread != 0 && IsAsleep(thread)); }, "the command's wait"));
@@ -227,6 +234,129 @@ TEST_P(WorkerRecreationGap, DirectCommandNeverMeetsAGapBetweenProcessors) {
   control.join();
   EXPECT_EQ(scripted_engine::Count("setLookupIntensity"), 1u);
   EXPECT_EQ(CommandsOf(2), (Texts{"setLookupIntensity(0.50)"}));
+}
+
+// ---- The first processor, and the engine's window ----
+
+TEST_F(ProcessorHolder, GlWindowIsHiddenAndOnePixelWide) {
+  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+  MakeWorker();
+  EXPECT_EQ(scripted_engine::Count("createGLFWWindow(1, 1, 0)"), 1u);
+  EXPECT_EQ(log_.LinesWith("[beauty]").back(), (LogLine{kInfo, "[beauty] createGLFWWindow success"}));
+}
+
+TEST_F(ProcessorHolder, MissingGlWindowIsAnErrorLineAndNoMore) {
+  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+  scripted_engine::Change([](EngineScript &script) { script.window = false; });
+  MakeWorker();
+  EXPECT_EQ(log_.LinesWith("[beauty]").back(), (LogLine{kError, "[beauty] createGLFWWindow failed"}));
+  StopWorker();
+  EXPECT_EQ(log_.CountWith("destroyGLFWWindow"), 0u);
+}
+
+TEST_F(ProcessorHolder, GlWindowIsDestroyedWithTheWorkerAndLoggedTwice) {
+  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+  MakeWorker();
+  StopWorker();
+  EXPECT_EQ(log_.Count("[beauty] destroyGLFWWindow"), 2u);
+  EXPECT_EQ(scripted_engine::Count("destroyGLFWWindow(window)"), 1u);
+}
+
+TEST_F(ProcessorHolder, HostCanKeepTheGlWindowAlive) {
+  host_double::Change([](HostSwitches &switches) {
+    switches.create_gl_context = true;
+    switches.destroy_gl_window = false;
+  });
+  MakeWorker();
+  StopWorker();
+  EXPECT_EQ(log_.Count("[beauty] destroyGLFWWindow"), 1u);
+  EXPECT_EQ(scripted_engine::Count("destroyGLFWWindow"), 0u);
+}
+
+TEST_F(ProcessorHolder, EngineGetsTheGlWindow) {
+  host_double::Change([](HostSwitches &switches) { switches.create_gl_context = true; });
+  StartWorker();
+  ASSERT_TRUE(Feed());
+  EXPECT_EQ(scripted_engine::Count("createEngine(/fake/vanta_filter/file, 0, 64, 48, window)"), 1u);
+}
+
+TEST_F(ProcessorHolder, FirstProcessorHasNoSizeAndStartsNoEngine) {
+  StartWorker();
+  EXPECT_TRUE(log_.Has(kError, "[beauty] Initialize  fail width 0,height 0"));
+  EXPECT_EQ(scripted_engine::Created(), 0);
+  EXPECT_TRUE(host_double::Reports().empty());
+}
+
+TEST_F(ProcessorHolder, SettingsThatStandBeforeTheStartReachTheFirstProcessor) {
+  MakeWorker();
+  const OBSDataAutoRelease settings = obs_data_create();
+  worker_->update(settings);
+  EXPECT_FALSE(log_.HasText("SetOBSData"));
+  StartWorker();
+  EXPECT_EQ(log_.CountWith("SetOBSData"), 1u);
+}
+
+// ---- Without a worker ----
+
+class ProcessorHolderAlone : public testing::Test {
+ protected:
+  int Calls() {
+    int calls = 0;
+    processor_.Call([&](vanta::LumivexProcessor &) { ++calls; });
+    return calls;
+  }
+
+  vanta::WorkerState state_;
+  vanta::WorkerSettings settings_{nullptr};
+  vanta::DelayStats stats_;
+  vanta::ProcessorHolder processor_{settings_, stats_, state_};
+};
+
+TEST_F(ProcessorHolderAlone, CallsReachTheProcessorFromTheFirstToTheLast) {
+  EXPECT_EQ(Calls(), 0);
+  processor_.CreateFirst();
+  EXPECT_EQ(Calls(), 1);
+  processor_.Recreate(kWidth, kHeight);
+  EXPECT_EQ(Calls(), 1);
+  processor_.Release();
+  EXPECT_EQ(Calls(), 0);
+}
+
+TEST_F(ProcessorHolderAlone, FirstProcessorSetsTheStateRunning) {
+  EXPECT_TRUE(state_.IsUninited());
+  processor_.CreateFirst();
+  EXPECT_TRUE(state_.IsRunning());
+}
+
+TEST_F(ProcessorHolderAlone, ProcessorFitsItsOwnSizeAlone) {
+  processor_.CreateFirst();
+  EXPECT_FALSE(processor_.Fits(kWidth, kHeight));
+  processor_.Recreate(kWidth, kHeight);
+  EXPECT_TRUE(processor_.Fits(kWidth, kHeight));
+  EXPECT_FALSE(processor_.Fits(kWidth + 2, kHeight));
+  EXPECT_FALSE(processor_.Fits(kWidth, kHeight + 2));
+}
+
+TEST_F(ProcessorHolderAlone, NoProcessorFitsAfterAStop) {
+  processor_.CreateFirst();
+  processor_.Recreate(kWidth, kHeight);
+  state_.Stop();
+  EXPECT_FALSE(processor_.Fits(kWidth, kHeight));
+}
+
+TEST_F(ProcessorHolderAlone, WithoutAProcessorAFrameIsNotProcessedAndThereIsNoText) {
+  vanta::FaceBeautyFrameFactory frames;
+  const vanta::PooledFramePtr frame = frames.TakeFreeFrame(kWidth, kHeight);
+  EXPECT_EQ(processor_.Process(*frame).result, vanta::LumivexProcessor::kNotProcessed);
+  EXPECT_FALSE(processor_.TakeStats());
+}
+
+TEST_F(ProcessorHolderAlone, StatisticsTextBeginsAnewWhenItIsTaken) {
+  scripted_engine::Change([](EngineScript &script) { script.stats = "text"; });
+  processor_.CreateFirst();
+  processor_.Recreate(kWidth, kHeight);
+  EXPECT_EQ(processor_.TakeStats(), "text");
+  EXPECT_EQ(scripted_engine::Count("clearStats()"), 1u);
 }
 
 }  // namespace
