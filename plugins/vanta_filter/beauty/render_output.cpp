@@ -61,24 +61,18 @@ struct Upload {
   bool flip;
 };
 
-void ReadEveryPage(void *param) {
+void ReadEveryPage(const Upload &upload) {
   constexpr size_t kSmallestPage = 4096;
-  const Upload &upload = *static_cast<Upload *>(param);
   const volatile uint8_t *const pixels = upload.pixels;
   for (size_t at = 0; at < upload.size; at += kSmallestPage) static_cast<void>(pixels[at]);
   static_cast<void>(pixels[upload.size - 1]);
 }
 
-void SetImage(void *param) {
-  const Upload &upload = *static_cast<Upload *>(param);
-  gs_texture_set_image(upload.texture, upload.pixels, upload.stride, upload.flip);
-}
-
 // The pixels belong to the engine, which can lose the memory under us. False: a fault was caught.
-bool RunUpload(Upload upload) VANTA_REQUIRES(graphics_context) {
+bool RunUpload(const Upload &upload) VANTA_REQUIRES(graphics_context) {
   // Mapping gives up what the texture holds, so lost memory must show before it.
-  if (!RunGuarded(ReadEveryPage, &upload)) return false;
-  if (RunGuarded(SetImage, &upload)) return true;
+  if (!RunGuarded([&] { ReadEveryPage(upload); })) return false;
+  if (RunGuarded([&] { gs_texture_set_image(upload.texture, upload.pixels, upload.stride, upload.flip); })) return true;
   // Lost meanwhile: the call was left between its map and its unmap, and a mapped texture takes no further picture.
   gs_texture_unmap(upload.texture);
   return false;

@@ -1,13 +1,46 @@
-// Compilers without __try: a vectored handler sees the fault first and jumps back to where the guarded call began.
-#include <csetjmp>
+#include "platform/fault_guard.h"
 
 #include <windows.h>
 
-#include "platform/fault_guard.h"
-#include "platform/processor_fault_win32.h"
+#include <csetjmp>
 
 namespace vanta {
 
+namespace {
+
+// Language exceptions, debuggers' traps and a stack that is used up are none of the guard's business: the first have
+// handlers of their own, and after the last there is no stack to go on with.
+bool IsProcessorFault(DWORD code) {
+  switch (code) {
+    case EXCEPTION_ACCESS_VIOLATION:
+    case EXCEPTION_IN_PAGE_ERROR:
+    case EXCEPTION_DATATYPE_MISALIGNMENT:
+    case EXCEPTION_ILLEGAL_INSTRUCTION:
+    case EXCEPTION_PRIV_INSTRUCTION:
+    case EXCEPTION_INT_DIVIDE_BY_ZERO:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+#if defined(_MSC_VER)
+
+// Microsoft's structured exception handling reaches C++.
+bool RunGuardedBody(GuardedBody &body) {
+  __try {
+    body.Run();
+    return true;
+  } __except (IsProcessorFault(GetExceptionCode()) ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH) {
+    return false;
+  }
+}
+
+#else
+
+// Compilers without __try: a vectored handler sees the fault first and jumps back to where the guarded call began.
 namespace {
 
 struct Guard;
@@ -46,12 +79,14 @@ class FaultHandler {
 
 }  // namespace
 
-bool RunGuarded(void (*body)(void *param), void *param) {
+bool RunGuardedBody(GuardedBody &body) {
   static const FaultHandler handler;
   Guard guard;
   if (setjmp(guard.back) != 0) return false;
-  body(param);
+  body.Run();
   return true;
 }
+
+#endif
 
 }  // namespace vanta

@@ -1,4 +1,4 @@
-#include "platform/text.h"
+#include "platform/files.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +18,12 @@ TEST(NativePath, EmptyTextStaysEmpty) {
 
 TEST(NativePath, OtherBytesStay) {
   EXPECT_EQ(vanta::NativePath("\xe7\xbe\x8e\\\xe9\xa2\x9c"), "\xe7\xbe\x8e/\xe9\xa2\x9c");
+}
+
+TEST(FilesPosix, WriteThatTheDeviceCannotTakeIsRefused) {
+  vanta::OutputFile file;
+  ASSERT_TRUE(file.Create("/dev/full"));
+  EXPECT_FALSE(file.Write("x", 1));
 }
 
 }  // namespace

@@ -1,14 +1,8 @@
-#include "platform/text.h"
+#include "platform/wide_text_win32.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/wide_text_win32.h"
-
 namespace {
-
-TEST(NativePath, PathStaysAsTheHostWroteIt) {
-  EXPECT_EQ(vanta::NativePath("VantaLive\\basic/default\\CorvidModel"), "VantaLive\\basic/default\\CorvidModel");
-}
 
 TEST(WideText, Utf8BecomesUtf16) {
   EXPECT_EQ(vanta::WideFromUtf8("V\xc3\xa4nta \xe7\xbe\x8e"), L"V\u00e4nta \u7f8e");
