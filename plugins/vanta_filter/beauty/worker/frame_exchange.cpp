@@ -53,10 +53,10 @@ bool FrameExchange::DequeueFrame(obs_source_frame *frame, int32_t *type, std::sh
   }
   stats_.OnFrameTaken();
   const std::shared_ptr<LX::FrameData> &data = pooled->data;
-  const int32_t pixel_format = data ? data->pixel_format : -1;
+  const int32_t pixel_format = data ? data->pixel_format : LX::PixelFormat::kMemory;
   bool delivered;
-  int32_t delivered_type = 1;
-  if (pixel_format >= 3 && pixel_format <= 5) {
+  int32_t delivered_type = LX::PixelFormat::kMemory;
+  if (pixel_format >= LX::PixelFormat::kPixelBuffer && pixel_format <= LX::PixelFormat::kSharedTexture) {
     *bgra_frame = data;
     delivered_type = pixel_format;
     delivered = true;
