@@ -4,9 +4,12 @@
 #if defined(_WIN32)
 #define VANTA_SYMBOL_EXPORT __declspec(dllexport)
 #define VANTA_SYMBOL_IMPORT __declspec(dllimport)
-#else
+#elif defined(__cplusplus)
 #define VANTA_SYMBOL_EXPORT [[gnu::visibility("default")]]
 #define VANTA_SYMBOL_IMPORT [[gnu::visibility("default")]]
+#else
+#define VANTA_SYMBOL_EXPORT __attribute__((visibility("default")))
+#define VANTA_SYMBOL_IMPORT __attribute__((visibility("default")))
 #endif
 
 // The module's own eleven exports.
@@ -33,7 +36,7 @@
 #endif
 
 // printf-style argument checking where the compiler has it.
-#if defined(__has_cpp_attribute)
+#if defined(__cplusplus) && defined(__has_cpp_attribute)
 #if __has_cpp_attribute(gnu::format)
 #define VANTA_PRINTF(format_index, first_argument) [[gnu::format(printf, format_index, first_argument)]]
 #endif

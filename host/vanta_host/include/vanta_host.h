@@ -15,6 +15,8 @@
 
 #include <obs.h>
 
+#include "vanta_filter/textures/host_gl.h"
+
 #if defined(_WIN32)
 #if defined(VANTA_HOST_BUILD)
 #define VANTA_HOST_C_API __declspec(dllexport)
@@ -158,48 +160,23 @@ VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char 
  * or its driver lacks what sharing needs (fences, object labels and EGL images of textures) no context can be made, and
  * nothing is shared; the log says why. */
 
-/* A core GL 3.3 context, or newer, that sees libobs's textures; NULL where there is none. Enters graphics and leaves
- * the calling thread without a context: never call it on a thread that draws in one of its own. */
-typedef struct vanta_host_gl_context vanta_host_gl_context;
-VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create(void);
-/* The same without entering graphics, for threads that must not, with nothing but what the last creation of a filter of
- * the module has learnt of libobs's context. */
-VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create_for_worker(void);
-/* Makes the context, which must be bound nowhere else, the calling thread's; unbinding gives the thread back what it
- * had. False when the driver refuses, as after libobs's end. */
-VANTA_HOST_C_API bool vanta_host_gl_context_bind(vanta_host_gl_context *context);
-VANTA_HOST_C_API void vanta_host_gl_context_unbind(vanta_host_gl_context *context);
-/* While it is bound nowhere. May be called after libobs's end. */
-VANTA_HOST_C_API void vanta_host_gl_context_destroy(vanta_host_gl_context *context);
-/* A function of GL by its name, the same for every context. Drivers answer for any name: before a function is called
- * that is not of GL 3.3, ask the context for its version or for the extension. NULL where there is none for sure. */
-VANTA_HOST_C_API void *vanta_host_gl_function(const char *name);
+/* The contexts, the ends of shared textures and their keyed locks are those of vanta_filter/textures/host_gl.h. Here
+ * stands what those who publish need beside them. */
 
-/* One end of a shared texture. The picture lives as long as any end shows it, whichever goes first. All calls that take
- * or make an end need a bound context, but for closing. */
-typedef struct vanta_host_texture vanta_host_texture;
+/* A context as vanta_host_gl_context_create_for_worker() makes one, or NULL. Enters graphics and leaves the calling
+ * thread without a context: never call it on a thread that draws in one of its own. */
+VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create(void);
+
 /* Gives a GL_TEXTURE_2D of the bound context a handle. `width` and `height` are its size in pixels; its format must be
  * GL_SRGB8_ALPHA8 or GL_RGBA8 and must not change. The caller keeps the GL texture and deletes it after the end is
  * closed. NULL when the driver refuses. */
 VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_publish(uint32_t gl_texture, uint32_t width, uint32_t height);
-/* Shows a published texture in a new GL texture, which belongs to the end. NULL when the handle names nothing. */
-VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_open(uint32_t handle);
 VANTA_HOST_C_API uint32_t vanta_host_texture_handle(const vanta_host_texture *texture); /* never 0; never used again */
-VANTA_HOST_C_API uint32_t vanta_host_texture_gl_name(const vanta_host_texture *texture);
-/* The keyed lock, free with the key 0 at first. Acquiring waits until the lock is free with this key. 0 is success,
- * VANTA_TEXTURE_TIMEOUT a time-out, a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already,
- * VANTA_TEXTURE_ABANDONED, without a wait, when the holder is gone or nobody is left who could release it with this
- * key. 0xffffffff milliseconds are for ever. */
+/* Results of vanta_host_texture_acquire(): a time-out; a lock held already; without a wait, a holder that is gone, or
+ * nobody left who could release the lock with this key. */
 #define VANTA_TEXTURE_TIMEOUT 0x102
 #define VANTA_TEXTURE_MISUSE (-1)
 #define VANTA_TEXTURE_ABANDONED (-2)
-VANTA_HOST_C_API int vanta_host_texture_acquire(vanta_host_texture *texture, uint64_t key, uint32_t timeout_ms);
-/* What was drawn until now is done before whoever acquires next draws. An error when this end does not hold the lock.
- */
-VANTA_HOST_C_API int vanta_host_texture_release(vanta_host_texture *texture, uint64_t key);
-/* Ends the handle if this end published it. A lock that it holds is abandoned: nobody can acquire it any more. An
- * opened end's GL texture goes with it if a context is bound, else with libobs's graphics. */
-VANTA_HOST_C_API void vanta_host_texture_close(vanta_host_texture *texture);
 
 /* ---- Adapter ---- */
 

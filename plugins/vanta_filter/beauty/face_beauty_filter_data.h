@@ -14,12 +14,9 @@
 #include "vanta_base/mutex.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
-// How the last delivered frame reached the host; the numbers are those of LX::FrameData::pixel_format.
-inline constexpr int32_t kFrameTypeMemory = 1;       // written back into the host's frame
-inline constexpr int32_t kFrameTypeNone = 2;         // nothing has been delivered
-inline constexpr int32_t kFrameTypePixelBuffer = 3;  // 3 and 4: a pixel buffer to upload
-inline constexpr int32_t kFrameTypePixelBuffer4 = 4;
-inline constexpr int32_t kFrameTypeSharedTexture = 5;
+// How the last delivered frame reached the host: one of LX::PixelFormat, as FaceBeautyFilterWorker::DequeueFrame tells
+// it, or that nothing has been delivered.
+inline constexpr int32_t kFrameTypeNone = 2;
 
 // Destroys a texture inside the graphics context.
 struct GraphicsTextureDeleter {

@@ -12,8 +12,7 @@ namespace vanta {
 namespace {
 
 constexpr uint32_t kInfiniteWait = 0xffffffff;
-constexpr uint32_t kBytesPerPixel = 4;     // of an uploaded pixel buffer
-constexpr int32_t kEngineMemoryFrame = 1;  // LX::FrameData::pixel_format of a memory frame
+constexpr uint32_t kBytesPerPixel = 4;  // of an uploaded pixel buffer
 
 std::shared_ptr<LX::FrameData> LatestFrame(face_beauty_filter_data &filter) {
   MutexLock lock(filter.output_mutex);
@@ -61,24 +60,18 @@ struct Upload {
   bool flip;
 };
 
-void ReadEveryPage(void *param) {
+void ReadEveryPage(const Upload &upload) {
   constexpr size_t kSmallestPage = 4096;
-  const Upload &upload = *static_cast<Upload *>(param);
   const volatile uint8_t *const pixels = upload.pixels;
   for (size_t at = 0; at < upload.size; at += kSmallestPage) static_cast<void>(pixels[at]);
   static_cast<void>(pixels[upload.size - 1]);
 }
 
-void SetImage(void *param) {
-  const Upload &upload = *static_cast<Upload *>(param);
-  gs_texture_set_image(upload.texture, upload.pixels, upload.stride, upload.flip);
-}
-
 // The pixels belong to the engine, which can lose the memory under us. False: a fault was caught.
-bool RunUpload(Upload upload) VANTA_REQUIRES(graphics_context) {
+bool RunUpload(const Upload &upload) VANTA_REQUIRES(graphics_context) {
   // Mapping gives up what the texture holds, so lost memory must show before it.
-  if (!RunGuarded(ReadEveryPage, &upload)) return false;
-  if (RunGuarded(SetImage, &upload)) return true;
+  if (!RunGuarded([&] { ReadEveryPage(upload); })) return false;
+  if (RunGuarded([&] { gs_texture_set_image(upload.texture, upload.pixels, upload.stride, upload.flip); })) return true;
   // Lost meanwhile: the call was left between its map and its unmap, and a mapped texture takes no further picture.
   gs_texture_unmap(upload.texture);
   return false;
@@ -94,7 +87,7 @@ bool CanUpload(const LX::FrameData &frame, uint32_t width, uint32_t height) {
 void UploadLatestFrame(face_beauty_filter_data &filter) VANTA_REQUIRES(graphics_context) {
   const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
   const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
-  if (!frame || (type != kFrameTypePixelBuffer && type != kFrameTypePixelBuffer4)) return;
+  if (!frame || (type != LX::PixelFormat::kPixelBuffer && type != LX::PixelFormat::kPixelBuffer4)) return;
   if (filter.width == 0 || filter.height == 0 || !CanUpload(*frame, filter.width, filter.height)) return;
   const auto stride = static_cast<uint32_t>(frame->strides[0]);
   const size_t size = size_t{stride} * (filter.height - 1) + size_t{filter.width} * kBytesPerPixel;
@@ -170,14 +163,14 @@ void draw_shared_texture(face_beauty_filter_data &filter) VANTA_REQUIRES(graphic
 
 bool IsMemoryFrameOnGpuPath(face_beauty_filter_data &filter) {
   const std::shared_ptr<LX::FrameData> frame = LatestFrame(filter);
-  return frame && frame->pixel_format == kEngineMemoryFrame;
+  return frame && frame->pixel_format == LX::PixelFormat::kMemory;
 }
 
 }  // namespace
 
 void RenderBeautyOutput(face_beauty_filter_data &filter) {
   const int32_t type = filter.frame_type.load(std::memory_order_relaxed);
-  if (type < kFrameTypePixelBuffer || type > kFrameTypeSharedTexture) {
+  if (type < LX::PixelFormat::kPixelBuffer || type > LX::PixelFormat::kSharedTexture) {
     SkipFilter(filter.context);
     return;
   }
@@ -196,7 +189,7 @@ void RenderBeautyOutput(face_beauty_filter_data &filter) {
   gs_projection_push();
   MatchSize(filter, cx, cy);
   RenderChain(filter, target, cx, cy);
-  if (type == kFrameTypeSharedTexture)
+  if (type == LX::PixelFormat::kSharedTexture)
     draw_shared_texture(filter);
   else
     draw_memory_copy(filter);

@@ -1,4 +1,4 @@
-// Where a command of the control object goes: to whoever owns a processor.
+// Where a command of the control object goes: to whoever has a processor.
 #pragma once
 
 #include <functional>
@@ -17,8 +17,9 @@ class CommandReceiver {
  public:
   using EngineCall = std::function<void(LumivexProcessor &)>;
 
-  // One operation of the processor, by the host's option: ahead of the next frame, or at once. The arguments are
-  // copied.
+  // Makes the call by the host's option: ahead of the next frame, or at once. Nothing where there is no processor.
+  virtual void Forward(EngineCall call) = 0;
+  // Forwards one operation of the processor. The arguments are copied.
   template <typename... Params, typename... Args>
   void Command(void (IFaceless::*operation)(Params...), const Args &...args) {
     Forward([operation, copies = std::tuple<std::decay_t<Params>...>(args...)](LumivexProcessor &render) {
@@ -28,11 +29,9 @@ class CommandReceiver {
 
  protected:
   ~CommandReceiver() = default;
-
-  virtual void Forward(EngineCall call) = 0;
 };
 
-// The receiver that a worker is. The control object knows workers by name alone; they stand above it.
+// The receiver that a worker has. The control object knows workers by name alone; they stand above it.
 CommandReceiver &ReceiverOf(FaceBeautyFilterWorker &worker);
 
 }  // namespace vanta

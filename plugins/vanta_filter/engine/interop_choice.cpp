@@ -13,9 +13,6 @@ namespace vanta {
 namespace {
 
 constexpr int32_t kReportInterop = 12;
-constexpr int32_t kRequestSharedTexture = 5;
-constexpr int32_t kRequestNoGreenMatting = 4;
-constexpr int32_t kRequestMemory = -1;
 constexpr int32_t kTesseraStatPeriod = 300;  // calls, over all processors
 constexpr std::chrono::milliseconds kProbeTimeout{500};
 
@@ -29,9 +26,10 @@ std::atomic<int32_t> stat_counter{0};
 std::shared_ptr<LX::FrameData> LumivexRender::ProcessFrameData(std::shared_ptr<LX::FrameData> data) {
   if (!engine_) return nullptr;
   if (IsNVDXInteropUsable())
-    data->pixel_format = kRequestSharedTexture;
+    data->pixel_format = LX::PixelFormat::kSharedTexture;
   else
-    data->pixel_format = no_green_matting_.load(std::memory_order_relaxed) ? kRequestNoGreenMatting : kRequestMemory;
+    data->pixel_format =
+        no_green_matting_.load(std::memory_order_relaxed) ? LX::PixelFormat::kNoGreenMatting : LX::PixelFormat::kFresh;
   std::shared_ptr<LX::FrameData> result = engine_->processFrameData(std::move(data));
   if (result) RecordDelivery(*result);
   CountForTesseraStat();
@@ -45,7 +43,7 @@ void LumivexRender::RecordDelivery(const LX::FrameData &result) {
       blog(LOG_INFO, "[lx_enable_nvdx_interop] change from 0 to 1");
       SetBeautySharedTexture(true);
     }
-    well_delivered = result.pixel_format == kRequestSharedTexture;
+    well_delivered = result.pixel_format == LX::PixelFormat::kSharedTexture;
   } else {
     well_delivered = !IsFallbackToNV12();
   }

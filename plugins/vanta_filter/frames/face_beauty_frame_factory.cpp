@@ -81,7 +81,7 @@ void FaceBeautyFrameFactory::PutInput(PooledFramePtr frame, const obs_source_fra
 // Replaces frame data that does not fit the host's frame. False when there is none to be had.
 bool FaceBeautyFrameFactory::PrepareFrameData(PooledFrame &frame, const obs_source_frame &obs_frame) {
   if (frame.data && HasSize(*frame.data, obs_frame.width, obs_frame.height) &&
-      frame.data->pixel_format == kPixelFormatFresh) {
+      frame.data->pixel_format == LX::PixelFormat::kFresh) {
     return true;
   }
   auto fresh = TakeFrom(*frame_pool_, obs_frame.width, obs_frame.height);

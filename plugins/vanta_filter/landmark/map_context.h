@@ -7,29 +7,26 @@
 
 #include <cstdint>
 
-// Direct3D's own on Windows. Elsewhere map_context_gl.cpp says what they are.
-struct ID3D11Device;
-struct ID3D11DeviceContext;
-struct ID3D11Texture2D;
+#include "platform/texture_device.h"
 
 namespace vanta {
 
 // A device on the adapter that the host renders on. False, with a log line, when there can be none.
-bool CreateD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context);
+bool CreateD3DDevice(TextureDevice **device, TextureDeviceContext **context);
 
 // RGBA, 8 bits each, readable by the processor. False when the device is lost or has no memory.
-bool CreateStagingTexture(uint32_t width, uint32_t height, ID3D11Device *device, ID3D11Texture2D **texture);
+bool CreateStagingTexture(uint32_t width, uint32_t height, TextureDevice *device, StagingTexture **texture);
 
 // Copies the texture behind `shared_handle` into `staging`, which must have its size, and shows its memory: `*data` may
 // be read until the next call with this staging texture, `*pitch` is bytes a row. Waits 200 ms at most for the lock.
 // False: the lock was never held, the keys stand where they were. True with `*data` and `*pitch` untouched: the picture
 // could not be mapped, the keys have advanced.
 // On Windows a device lost while opening or mapping ends the process, with the result as its exit code.
-bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t release_key, ID3D11Device *device,
-                          ID3D11DeviceContext *context, ID3D11Texture2D *staging, uint8_t **data, uint32_t *pitch);
+bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t release_key, TextureDevice *device,
+                          TextureDeviceContext *context, StagingTexture *staging, uint8_t **data, uint32_t *pitch);
 
 // Both clear what they release and take null.
-void ReleaseStagingTexture(ID3D11Texture2D **texture);
-void DestroyD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context);
+void ReleaseStagingTexture(StagingTexture **texture);
+void DestroyD3DDevice(TextureDevice **device, TextureDeviceContext **context);
 
 }  // namespace vanta

@@ -10,22 +10,23 @@
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/textures/host_gl.h"
 
-struct ID3D11Device {
+namespace vanta {
+
+struct GlTextureDevice {
   vanta_host_gl_context *const gl_context;
 };
 
 // One with the device, but for the framebuffer: that is made where it is first used, and goes with the GL context.
-struct ID3D11DeviceContext {
+struct GlTextureDeviceContext {
   GLuint framebuffer = 0;
 };
 
-struct ID3D11Texture2D {
+struct GlStagingTexture {
   uint32_t width;   // pixels
   uint32_t height;  // pixels
   std::unique_ptr<uint8_t[]> pixels;
 };
 
-namespace vanta {
 namespace {
 
 constexpr int32_t kReportId = 19;
@@ -89,7 +90,7 @@ void LogResult(const char *format, int result) {
 }
 
 // Top row first, as libobs draws into its textures. Returns when the pixels are there: 0 or GL's word for the failure.
-GLenum ReadTexture(ID3D11DeviceContext &context, GLuint name, ID3D11Texture2D &staging) {
+GLenum ReadTexture(TextureDeviceContext &context, GLuint name, StagingTexture &staging) {
   const GlApi &gl = Gl();
   while (gl.GetError() != GL_NO_ERROR) {
   }
@@ -116,7 +117,7 @@ void Destroy(Object **object, const char *format) {
 
 }  // namespace
 
-bool CreateD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
+bool CreateD3DDevice(TextureDevice **device, TextureDeviceContext **context) {
   if (!device || !context) return false;
   if (!Gl().complete) {
     blog(LOG_ERROR, "Failed to load OpenGL procedures");
@@ -127,14 +128,14 @@ bool CreateD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
     blog(LOG_ERROR, "no GL context beside the host's");
     return false;
   }
-  *device = new ID3D11Device{gl_context};
-  *context = new ID3D11DeviceContext;
+  *device = new GlTextureDevice{gl_context};
+  *context = new GlTextureDeviceContext;
   blog(LOG_INFO, "Create D3D Device %p", static_cast<void *>(*device));
   blog_user_define_data_report(kReportId, "Create D3D Device %p", static_cast<void *>(*device));
   return true;
 }
 
-bool CreateStagingTexture(uint32_t width, uint32_t height, ID3D11Device *device, ID3D11Texture2D **texture) {
+bool CreateStagingTexture(uint32_t width, uint32_t height, TextureDevice *device, StagingTexture **texture) {
   if (!device || !texture) return false;
   const size_t size = size_t{width} * height * kBytesPerPixel;
   std::unique_ptr<uint8_t[]> pixels(size == 0 ? nullptr : new (std::nothrow) uint8_t[size]);
@@ -142,12 +143,12 @@ bool CreateStagingTexture(uint32_t width, uint32_t height, ID3D11Device *device,
     blog(LOG_ERROR, "Failed to create texture");
     return false;
   }
-  *texture = new ID3D11Texture2D{width, height, std::move(pixels)};
+  *texture = new GlStagingTexture{width, height, std::move(pixels)};
   return true;
 }
 
-bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t release_key, ID3D11Device *device,
-                          ID3D11DeviceContext *context, ID3D11Texture2D *staging, uint8_t **data, uint32_t *pitch) {
+bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t release_key, TextureDevice *device,
+                          TextureDeviceContext *context, StagingTexture *staging, uint8_t **data, uint32_t *pitch) {
   if (!device || !context || !staging || !data || !pitch) return false;
   const BoundContext bound(device->gl_context);
   const OpenedTexture opened(bound ? vanta_host_texture_open(shared_handle) : nullptr);
@@ -172,13 +173,13 @@ bool MapSharedHandleToCPU(uint32_t shared_handle, uint64_t acquire_key, uint64_t
   return true;
 }
 
-void ReleaseStagingTexture(ID3D11Texture2D **texture) {
+void ReleaseStagingTexture(StagingTexture **texture) {
   if (!texture) return;
   delete *texture;
   *texture = nullptr;
 }
 
-void DestroyD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
+void DestroyD3DDevice(TextureDevice **device, TextureDeviceContext **context) {
   if (context && *context) Destroy(context, "Destroy D3D Context %p");
   if (!device || !*device) return;
   vanta_host_gl_context *const gl_context = (*device)->gl_context;

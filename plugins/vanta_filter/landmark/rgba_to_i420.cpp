@@ -7,7 +7,7 @@
 namespace vanta {
 
 // libobs leaves the planes as the memory was; where no picture could be converted, the runner gets them so.
-OwnedFrame MakeI420Frame(uint32_t width, uint32_t height) {
+OwnedFrame MakeI420HostFrame(uint32_t width, uint32_t height) {
   OwnedFrame frame(obs_source_frame_create(VIDEO_FORMAT_I420, width, height));
   const size_t chroma_rows = (size_t{height} + 1) / 2;
   if (frame->data[0]) {
@@ -21,7 +21,7 @@ OwnedFrame MakeI420Frame(uint32_t width, uint32_t height) {
 void EnsureI420FrameSize(OwnedFrame &frame, uint32_t width, uint32_t height) {
   if (frame && frame->width == width && frame->height == height) return;
   frame.reset();
-  frame = MakeI420Frame(width, height);
+  frame = MakeI420HostFrame(width, height);
 }
 
 bool RGBAtoI420(const uint8_t *rgba, uint32_t linesize, obs_source_frame *frame) {

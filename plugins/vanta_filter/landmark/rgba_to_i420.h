@@ -14,7 +14,7 @@ struct DestroyFrame {
 // A frame of one's own in libobs's memory.
 using OwnedFrame = std::unique_ptr<obs_source_frame, DestroyFrame>;
 
-OwnedFrame MakeI420Frame(uint32_t width, uint32_t height);
+OwnedFrame MakeI420HostFrame(uint32_t width, uint32_t height);
 // Makes a new one when the size differs; what was in it is gone then.
 void EnsureI420FrameSize(OwnedFrame &frame, uint32_t width, uint32_t height);
 

@@ -73,7 +73,7 @@ void TesseraLandmarkFilterWorker::ThreadMain() {
   SetCurrentThreadName("TesseraLandmarkFilterWorker");
   blog(LOG_INFO, "TesseraLandmarkFilterWorker start");
   const uint64_t id = CurrentThreadId();
-  cpu_frame_ = MakeI420Frame(kFirstWidth, kFirstHeight);
+  cpu_frame_ = MakeI420HostFrame(kFirstWidth, kFirstHeight);
   runner_.InitRunner();
   if (EnableAsyncGpuTextureMap()) SetUpGpuPath();
   initialized_ = true;
@@ -99,7 +99,7 @@ void TesseraLandmarkFilterWorker::SetUpGpuPath() {
   }
   {
     MutexLock lock(gpu_mutex_);
-    gpu_frame_ = MakeI420Frame(kFirstWidth, kFirstHeight);
+    gpu_frame_ = MakeI420HostFrame(kFirstWidth, kFirstHeight);
   }
   gpu_worker_ = std::make_unique<TesseraLandmarkFilterGpuWorker>();
   gpu_worker_->AddHandler([this](SharedTex *texture) { return OnSharedTexture(texture); });

@@ -65,9 +65,9 @@ class TesseraLandmarkFilterWorker {
   OwnedFrame cpu_frame_;                                            // the thread's
 
   // Of the GPU worker's thread once `initialized_` is set.
-  ID3D11Device *d3d_device_ = nullptr;
-  ID3D11DeviceContext *d3d_context_ = nullptr;
-  ID3D11Texture2D *staging_texture_ = nullptr;
+  TextureDevice *d3d_device_ = nullptr;
+  TextureDeviceContext *d3d_context_ = nullptr;
+  StagingTexture *staging_texture_ = nullptr;
   uint32_t staging_width_ = 0;   // pixels
   uint32_t staging_height_ = 0;  // pixels
 

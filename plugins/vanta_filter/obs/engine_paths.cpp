@@ -7,7 +7,7 @@
 #include <array>
 
 #include "obs/module_text.h"
-#include "platform/text.h"
+#include "platform/files.h"
 
 namespace vanta {
 namespace {

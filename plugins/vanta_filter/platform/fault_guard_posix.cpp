@@ -3,8 +3,8 @@
 namespace vanta {
 
 // A fault here is a signal to the whole process: nothing to catch.
-bool RunGuarded(void (*body)(void *param), void *param) {
-  body(param);
+bool RunGuardedBody(GuardedBody &body) {
+  body.Run();
   return true;
 }
 

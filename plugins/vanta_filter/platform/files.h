@@ -1,4 +1,4 @@
-// Files and folders named in UTF-8, whatever the system's own text is.
+// Files and folders, and their names: UTF-8, whatever the system's own text is.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,10 @@
 #include <string>
 
 namespace vanta {
+
+// Host paths arrive with back slashes. On Windows they stay; elsewhere each becomes a slash, so that they name real
+// folders.
+std::string NativePath(std::string host_path);
 
 // True when the folder is there afterwards; those above it are made too. Relative paths count from the working folder.
 bool EnsureFolder(const std::string &path);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -14,6 +15,11 @@ namespace {
 constexpr mode_t kReadableByAll = 0644;
 
 }  // namespace
+
+std::string NativePath(std::string host_path) {
+  std::replace(host_path.begin(), host_path.end(), '\\', '/');
+  return host_path;
+}
 
 bool EnsureFolder(const std::string &path) {
   std::error_code error;

@@ -40,6 +40,10 @@ HANDLE AsHandle(intptr_t file) {
 
 }  // namespace
 
+std::string NativePath(std::string host_path) {
+  return host_path;
+}
+
 bool EnsureFolder(const std::string &path) {
   const std::wstring full = FullPath(path);
   if (full.empty()) return false;

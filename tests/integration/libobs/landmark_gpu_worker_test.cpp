@@ -92,9 +92,9 @@ class Reader {
   bool HasDevice() const { return device_ != nullptr; }
 
  private:
-  ID3D11Device *device_ = nullptr;
-  ID3D11DeviceContext *context_ = nullptr;
-  ID3D11Texture2D *staging_ = nullptr;
+  vanta::TextureDevice *device_ = nullptr;
+  vanta::TextureDeviceContext *context_ = nullptr;
+  vanta::StagingTexture *staging_ = nullptr;
   uint32_t width_ = 0;
   uint32_t height_ = 0;
   std::atomic<bool> refuse_{false};

@@ -64,7 +64,7 @@ class FanOut : public WorkerFixture {
         [&] {
           if (host_double::Count("ThreadSleep") >= frames_in_) return true;
           for (FaceBeautyFilterWorker *worker : {worker_.get(), second_.get()})
-            if (worker) worker->Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);
+            if (worker) worker->commands().Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);
           return false;
         },
         "the last frame");

@@ -117,7 +117,7 @@ TEST_F(LandmarkGpuPath, RunnerGetsThePixelsOfTheTexture) {
   for (uint32_t y = 0; y < kHeight; ++y)
     for (uint32_t x = 0; x < kWidth; ++x)
       for (uint32_t channel = 0; channel < 4; ++channel) rgba.push_back(gl_host_double::Pixel(x, y, channel));
-  const vanta::OwnedFrame frame = vanta::MakeI420Frame(kWidth, kHeight);
+  const vanta::OwnedFrame frame = vanta::MakeI420HostFrame(kWidth, kHeight);
   ASSERT_TRUE(vanta::RGBAtoI420(rgba.data(), kWidth * 4, frame.get()));
   const std::vector<RunnerPicture> pictures = scripted_runner::Pictures();
   ASSERT_EQ(pictures.size(), 1u);

@@ -48,9 +48,9 @@ class MapContext : public testing::Test {
   }
   static GlHostScript &Script() { return gl_host_double::Script(); }
 
-  ID3D11Device *device_ = nullptr;
-  ID3D11DeviceContext *context_ = nullptr;
-  ID3D11Texture2D *staging_ = nullptr;
+  vanta::TextureDevice *device_ = nullptr;
+  vanta::TextureDeviceContext *context_ = nullptr;
+  vanta::StagingTexture *staging_ = nullptr;
   LogCapture log_;
 };
 

@@ -42,7 +42,7 @@ TEST(RgbaToI420, BytesOfAPixelAreRedGreenBlueInThatOrder) {
   for (const Colour &colour :
        {Colour{"red", {255, 0, 0, 255}, 82, 90, 240}, Colour{"green", {0, 255, 0, 255}, 145, 54, 34},
         Colour{"blue", {0, 0, 255, 255}, 41, 240, 110}}) {
-    const OwnedFrame frame = MakeI420Frame(kWidth, kHeight);
+    const OwnedFrame frame = MakeI420HostFrame(kWidth, kHeight);
     ASSERT_TRUE(RGBAtoI420(PictureOf(colour.rgba).data(), kLinesize, frame.get()));
     EXPECT_THAT(Plane(frame, 0), OnlyAbout(colour.y)) << colour.name;
     EXPECT_THAT(Plane(frame, 1), OnlyAbout(colour.u)) << colour.name;
@@ -51,7 +51,7 @@ TEST(RgbaToI420, BytesOfAPixelAreRedGreenBlueInThatOrder) {
 }
 
 TEST(RgbaToI420, RefusedPictureLeavesTheFrameAsItWas) {
-  const OwnedFrame frame = MakeI420Frame(kWidth, kHeight);
+  const OwnedFrame frame = MakeI420HostFrame(kWidth, kHeight);
   const Bytes white = PictureOf({255, 255, 255, 255});
   EXPECT_FALSE(RGBAtoI420(nullptr, kLinesize, frame.get()));
   EXPECT_FALSE(RGBAtoI420(white.data(), 0, frame.get()));

@@ -1,51 +1,31 @@
 #include "platform/named_event.h"
 
-#include <fcntl.h>
-#include <semaphore.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "fixtures/platform/system_facts.h"
 
 namespace {
 
-// What a host application makes here in place of an event object.
-struct Semaphore {
-  explicit Semaphore(const std::string &semaphore_name)
-      : name(semaphore_name), handle(sem_open(name.c_str(), O_CREAT | O_EXCL, 0600, 0)) {}
-  ~Semaphore() {
-    if (handle == SEM_FAILED) return;
-    sem_close(handle);
-    sem_unlink(name.c_str());
-  }
-  bool Take() const { return sem_trywait(handle) == 0; }
-  std::string name;
-  sem_t *handle;
-};
+using vanta_test::HostEvent;
 
 std::string Unique(const std::string &name) {
-  return name + std::to_string(getpid());
+  return name + std::to_string(vanta_test::ProcessId());
 }
 
-TEST(NamedEvent, SemaphoreOfThatNameIsPostedOnce) {
-  const Semaphore semaphore("/" + Unique("vanta_gift"));
-  ASSERT_NE(semaphore.handle, SEM_FAILED);
-  EXPECT_TRUE(vanta::SetNamedEvent(Unique("vanta_gift")));
-  EXPECT_TRUE(semaphore.Take());
-  EXPECT_FALSE(semaphore.Take());
+TEST(NamedEvent, EventOfThatNameIsSet) {
+  const HostEvent event(Unique("vanta_gift_done"));
+  ASSERT_FALSE(event.IsSet());
+  EXPECT_TRUE(vanta::SetNamedEvent(Unique("vanta_gift_done")));
+  EXPECT_TRUE(event.IsSet());
 }
 
-TEST(NamedEvent, LeadingSlashOfTheNameIsKept) {
-  const Semaphore semaphore("/" + Unique("vanta_gift"));
-  EXPECT_TRUE(vanta::SetNamedEvent("/" + Unique("vanta_gift")));
-  EXPECT_TRUE(semaphore.Take());
-}
-
-TEST(NamedEvent, FoldersInTheNameBecomeUnderscores) {
-  const Semaphore semaphore("/" + Unique("Global_vanta_gift"));
-  EXPECT_TRUE(vanta::SetNamedEvent(Unique("Global/vanta/gift")));
-  EXPECT_TRUE(semaphore.Take());
+TEST(NamedEvent, OtherEventsStayUnset) {
+  const HostEvent event(Unique("vanta_gift_done"));
+  const HostEvent other(Unique("vanta_gift_other"));
+  vanta::SetNamedEvent(Unique("vanta_gift_done"));
+  EXPECT_FALSE(other.IsSet());
 }
 
 TEST(NamedEvent, UnknownNameIsRefusedAndMakesNone) {
@@ -55,6 +35,14 @@ TEST(NamedEvent, UnknownNameIsRefusedAndMakesNone) {
 
 TEST(NamedEvent, EmptyNameIsRefused) {
   EXPECT_FALSE(vanta::SetNamedEvent(""));
+}
+
+TEST(NamedEvent, SettingKeepsNothingOpen) {
+  {
+    const HostEvent event(Unique("vanta_gift_done"));
+    vanta::SetNamedEvent(Unique("vanta_gift_done"));
+  }
+  EXPECT_FALSE(vanta::SetNamedEvent(Unique("vanta_gift_done")));
 }
 
 }  // namespace

@@ -13,7 +13,6 @@ namespace vanta {
 inline constexpr int32_t kPreparedWord = 1;
 inline constexpr int32_t kFreshColorCode = 2;
 inline constexpr int32_t kLayoutNv12 = 1;
-inline constexpr int32_t kPixelFormatFresh = -1;
 inline constexpr float kPreparedFrameMark = 67.5642166f;
 static_assert(std::bit_cast<uint32_t>(kPreparedFrameMark) == 0x428720E1u);
 

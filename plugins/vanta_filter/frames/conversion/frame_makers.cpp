@@ -13,7 +13,6 @@ namespace {
 
 constexpr int32_t kLayoutI420 = 2;
 constexpr int32_t kLayoutPacked = 3;
-constexpr int32_t kPixelBuffer = 3;
 
 // 0 when there can be no such frame.
 size_t BufferBytes(int32_t width, int32_t height, size_t pixel_bytes) {
@@ -57,7 +56,7 @@ std::shared_ptr<LX::FrameData> MakeI420Frame(int32_t width, int32_t height) {
   frame->planes[2] = frame->planes[1] + BufferBytes(chroma_width, (height + 1) / 2, 1);
   frame->strides[0] = width;
   frame->strides[1] = frame->strides[2] = chroma_width;
-  frame->pixel_format = kPixelBuffer;
+  frame->pixel_format = LX::PixelFormat::kPixelBuffer;
   return frame;
 }
 
@@ -77,7 +76,7 @@ std::shared_ptr<LX::FrameData> MakePackedFrame(int32_t width, int32_t height) {
   if (BufferBytes(width, height, 4) == 0) return nullptr;
   auto frame = MakeFrame(width, height, kLayoutPacked, Aligned(BufferBytes(width, height, 4)));
   frame->strides[0] = width * 4;
-  frame->pixel_format = kPixelBuffer;
+  frame->pixel_format = LX::PixelFormat::kPixelBuffer;
   return frame;
 }
 

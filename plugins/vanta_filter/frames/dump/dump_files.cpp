@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/text.h"
 #include "vanta_base/utf16.h"
 
 namespace vanta {

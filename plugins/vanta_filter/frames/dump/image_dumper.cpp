@@ -9,7 +9,6 @@
 
 #include "frames/dump/dump_files.h"
 #include "platform/files.h"
-#include "platform/text.h"
 #include "vanta_base/utf16.h"
 
 namespace vanta {

@@ -41,6 +41,16 @@ class LUMIVEX_API DXGLSharedTexture {
   std::shared_ptr<State> state_;
 };
 
+// FrameData::pixel_format: going in it asks for something, coming back it says what the frame is.
+struct PixelFormat {
+  static constexpr int32_t kFresh = -1;          // of a frame from the pool; in: a memory frame is wanted
+  static constexpr int32_t kMemory = 1;          // out: in the planes; so is every number that is not named here
+  static constexpr int32_t kPixelBuffer = 3;     // out: packed pixels in the first plane
+  static constexpr int32_t kPixelBuffer4 = 4;    // out: likewise
+  static constexpr int32_t kNoGreenMatting = 4;  // in: as kFresh, but with the green background left as it is
+  static constexpr int32_t kSharedTexture = 5;   // in: wanted; out: in `shared_texture`
+};
+
 // One frame on its way through the engine. Field order is a contract.
 class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
  public:
@@ -54,7 +64,7 @@ class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
   int32_t word;          // 1 on every frame that the factory prepares
   int32_t color_code;    // 0 601 partial, 1 601 full, 2 709 partial, 3 709 full or sRGB, 5 BT.2100
   int32_t layout_code;   // 1 NV12, 2 I420, 3 packed
-  int32_t pixel_format;  // in: 5 shared texture, 4 no green matting, -1 plain; out: 3, 4 pixel buffer, 5 texture
+  int32_t pixel_format;  // one of PixelFormat
   int32_t reserved;
   int32_t width;                                      // pixels
   int32_t height;                                     // pixels
@@ -67,7 +77,7 @@ class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
   uint64_t timestamp;                                 // the host frame's, nanoseconds
   uint64_t stamp;                                     // enqueue time, milliseconds of the system tick clock
   uint8_t dump_flag;                                  // non-zero: the image dump follows this frame
-  std::shared_ptr<DXGLSharedTexture> shared_texture;  // set when pixel_format comes back as 5
+  std::shared_ptr<DXGLSharedTexture> shared_texture;  // set when pixel_format comes back as kSharedTexture
 };
 
 // Hands out NV12 frames and takes their memory back when the last shared pointer goes. Frames may outlive the pool.
@@ -80,7 +90,7 @@ class LUMIVEX_API FramePool {
   FramePool &operator=(const FramePool &) = delete;
 
   void setMaxCachedFrameSize(int count);
-  // Never null; `pixel_format` is -1, the pixels are undefined. The last two arguments are always 0 here.
+  // Never null; `pixel_format` is kFresh, the pixels are undefined. The last two arguments are always 0 here.
   std::shared_ptr<FrameData> takeFrameDataNV12(int width, int height, int, int);
 
  private:
