@@ -116,7 +116,9 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   }
   RunWarp(frame, view, times);
   if (const float sharpen = applied_.Beauty(kBeautySharpen); adjust && sharpen > 0.0f) {
-    Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen); });
+    const float smooth = times.skin_found ? applied_.SkinStrength().smooth : 0.0f;
+    CellMap *share = smooth > 0.0f ? &beauty_.ShareToSharpen(smooth) : nullptr;
+    Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen, share); });
   }
   DrawEffects(frame, view, space, times);
 }
@@ -130,7 +132,7 @@ void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const
 
 FaceNeed Engine::NeedOfFaces() const {
   if (applied_.Enabled(kEffectMagic) && effects_.NeedsFaces()) return FaceNeed::kPicture;
-  if (applied_.ShowsMakeup() || applied_.Warp().NeedsFaces()) return FaceNeed::kPicture;
+  if (applied_.ShowsMakeup() || applied_.Warp().NeedsFaces() || applied_.SkinStrength().Any()) return FaceNeed::kPicture;
   return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
 }
 
@@ -166,7 +168,7 @@ std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   const BeautyStrength strength = applied_.SkinStrength();
   if (!strength.Any()) return;
-  Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space); });
+  Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces_.Found()); });
   times.vision += times[Stage::kSkin];
   if (!times.skin_found) return;
   Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });

@@ -10,118 +10,168 @@ namespace lumivex {
 namespace {
 
 constexpr int kStep = RowWindow::kStep;
-constexpr int kFeather = 5;           // cells across which the edge of skin is softened
 constexpr float kWhitenLift = 0.19f;  // of white: what full whitening adds to middle grey
-constexpr float kPallor = 0.20f;      // saturation that full whitening takes
+constexpr float kPallor = 0.20f;      // of the way to grey that full whitening takes the skin of nobody in particular
+constexpr float kOwnHue = 0.30f;      // of the way to their own paler colour that it takes a known person's
+constexpr float kOwnPallor = 0.12f;   // of their saturation that this colour lacks
 constexpr float kRuddyU = -2.0f;      // levels that full ruddiness adds
 constexpr float kRuddyV = 11.0f;
-constexpr float kQuietDeviation = 0.03f;    // of white: what weak smoothing takes for texture and not for an edge
-constexpr float kStrongDeviation = 0.035f;  // what full strength adds to that
+// What smoothing takes for texture and not for an edge, of white: weak, and what full strength adds to that.
+constexpr float kQuietDeviation = 0.03f;
+constexpr float kStrongDeviation = 0.035f;
+constexpr float kQuietDeviationBesideFace = 0.015f;
+constexpr float kStrongDeviationBesideFace = 0.02f;
+constexpr float kQuietDeviationInFace = 0.04f;
+constexpr float kStrongDeviationInFace = 0.24f;
+// A blemish takes a part of the light, so its contrast grows with the skin's luma. The two above are those of skin half
+// way to white; of black skin they are this part.
+constexpr float kDimDeviation = 0.15f;
+constexpr float kChromaDeviation = 7.0f;  // codes
+constexpr float kChromaDeviationInFace = 40.0f;
+constexpr float kWindowOfEyes = 0.15f;  // distances between the eyes on each side of the window
+constexpr float kFewSkin = 0.01f;       // of a window: below it a cell stands for itself
 
 // For values of 0 and more.
 int16_t Fixed(float value) {
   return static_cast<int16_t>(std::min(value + 0.5f, 32767.0f));
 }
 
-// Cells on each side of the window over which the guided filter looks: 10 pixels at 1080 lines.
-int WindowRadius(int height) {
-  return std::clamp((height + 300) / 600, 1, 4);
+// Of blemishes, redness and pores, what smoothing takes: weak smoothing already fades spots while it leaves pores.
+float BlemishPart(float smooth) {
+  return smooth * (1.3f - 0.3f * smooth);
+}
+float RednessPart(float smooth) {
+  return 1.0f - std::pow(1.0f - smooth, 1.6f);
+}
+float PorePart(float smooth) {
+  return std::pow(smooth, 1.7f);
+}
+
+float Mix(float from, float to, float part) {
+  return from + part * (to - from);
+}
+
+// Cells on each side of the window over which the guided filter looks. Without a face: 10 pixels at 1080 lines.
+int WindowRadius(int height, float eye_distance) {
+  if (eye_distance <= 0.0f) return std::clamp((height + 180) / 450, 1, 5);
+  return std::clamp(static_cast<int>(std::lround(kWindowOfEyes * eye_distance / kCell)), 1, 12);
+}
+
+void Blur(const cv::Mat &from, cv::Mat &to, int radius) {
+  const int side = 2 * radius + 1;
+  cv::blur(from, to, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
 }
 
 }  // namespace
 
-bool BeautyStage::FindSkin(const Nv12View &view, const YuvSpace &space) {
-  skin_chroma_.Prepare(space);
+bool BeautyStage::FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces) {
   MeasureCells(view, mean_, square_);
-  MeasureSkin(view);
-  skin_rows_.resize(static_cast<size_t>(skin_.rows));
-  bool any = false;
-  for (int row = 0; row < skin_.rows; ++row) {
-    const uint8_t *weights = skin_.ptr<uint8_t>(row);
-    const bool found = std::any_of(weights, weights + skin_.cols, [](uint8_t weight) { return weight != 0; });
-    skin_rows_[static_cast<size_t>(row)] = found;
-    any = any || found;
-  }
-  return any;
-}
-
-void BeautyStage::MeasureSkin(const Nv12View &view) {
-  skin_.create(mean_.rows, mean_.cols, CV_8U);
-  for (int row = 0; row < skin_.rows; ++row) {
-    const uint8_t *upper = view.UvRow(2 * row);
-    const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
-    const float *luma = mean_.ptr<float>(row);
-    uint8_t *weights = skin_.ptr<uint8_t>(row);
-    for (int column = 0; column < skin_.cols; ++column) {
-      const int left = 4 * column;
-      const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
-      const int u = (upper[left] + upper[right] + lower[left] + lower[right] + 2) >> 2;
-      const int v = (upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1] + 2) >> 2;
-      weights[column] = static_cast<uint8_t>(skin_chroma_.Weight(static_cast<int>(luma[column]), u, v));
-    }
-  }
-  cv::blur(skin_, skin_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  return skin_.Find(view, space, mean_, faces);
 }
 
 void BeautyStage::Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
-  const auto padded = static_cast<size_t>((skin_.cols + kStep - 1) / kStep * kStep * kCell);
+  const auto padded = static_cast<size_t>((mean_.cols + kStep - 1) / kStep * kStep * kCell);
   for (auto *row : {&removal_row_, &base_row_, &whiten_row_, &weight_row_}) row->resize(padded);
   out_row_.resize(padded);
-  FitModel(view, space, strength);
-  BuildMaps(space, strength);
+  if (strength.smooth > 0.0f) {
+    skin_.Weight().convertTo(share_, CV_32F, 1.0 / 255.0);
+    radius_ = WindowRadius(view.height, skin_.EyeDistance());
+    Blur(share_, window_share_, radius_);
+    FitLuma(space, strength);
+    FitChroma();
+  }
+  BuildLumaMaps(space, strength);
+  BuildChromaMaps(strength);
   if (strength.smooth > 0.0f || strength.whiten > 0.0f) ApplyLuma(view, space, strength);
-  if (strength.whiten > 0.0f || strength.ruddy > 0.0f) ApplyChroma(view, strength);
+  ApplyChroma(view, strength);
 }
 
-void BeautyStage::FitModel(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
-  if (strength.smooth <= 0.0f) return;
-  const int side = 2 * WindowRadius(view.height) + 1;
-  const cv::Size window(side, side);
-  const cv::Point centre(-1, -1);
-  cv::blur(mean_, window_mean_, window, centre, cv::BORDER_REPLICATE);
-  cv::blur(square_, square_, window, centre, cv::BORDER_REPLICATE);
+CellMap &BeautyStage::ShareToSharpen(float smooth) {
+  share_to_sharpen_.Resize(mean_.cols, mean_.rows);
+  for (int row = 0; row < mean_.rows; ++row) {
+    const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
+    int16_t *share = share_to_sharpen_.Row(row);
+    for (int column = 0; column < mean_.cols; ++column) {
+      share[column] = Fixed(32768.0f * (1.0f - smooth * static_cast<float>(skin[column]) * (1.0f / 255.0f)));
+    }
+  }
+  return share_to_sharpen_;
+}
 
-  const float deviation = (kQuietDeviation + kStrongDeviation * strength.smooth) * static_cast<float>(space.span);
-  const float quiet = deviation * deviation;
+// The mean of the window's skin. Where there is next to none, the cell's own value.
+void BeautyStage::MeanOfSkin(const cv::Mat &values, cv::Mat &mean) {
+  cv::multiply(values, share_, product_);
+  Blur(product_, mean, radius_);
+  for (int row = 0; row < mean.rows; ++row) {
+    const float *own = values.ptr<float>(row);
+    const float *part = window_share_.ptr<float>(row);
+    float *here = mean.ptr<float>(row);
+    for (int column = 0; column < mean.cols; ++column) {
+      here[column] = (here[column] + kFewSkin * own[column]) / (part[column] + kFewSkin);
+    }
+  }
+}
+
+void BeautyStage::FitLuma(const YuvSpace &space, const BeautyStrength &strength) {
+  MeanOfSkin(mean_, window_mean_);
+  MeanOfSkin(square_, window_square_);
+  const auto span = static_cast<float>(space.span);
+  const float anywhere = (skin_.Own() ? kQuietDeviationBesideFace + kStrongDeviationBesideFace * strength.smooth
+                                      : kQuietDeviation + kStrongDeviation * strength.smooth) *
+                         span;
+  const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span;
+  const auto black = static_cast<float>(space.black);
+  const float per_middle = 2.0f / span;
   gain_.create(mean_.rows, mean_.cols, CV_32F);
   offset_.create(mean_.rows, mean_.cols, CV_32F);
   for (int row = 0; row < mean_.rows; ++row) {
     const float *mean = window_mean_.ptr<float>(row);
-    const float *square = square_.ptr<float>(row);
+    const float *square = window_square_.ptr<float>(row);
+    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
     float *gain = gain_.ptr<float>(row);
     float *offset = offset_.ptr<float>(row);
     for (int column = 0; column < mean_.cols; ++column) {
       const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
+      const float deviation = Mix(anywhere, in_face, static_cast<float>(inside[column]) * (1.0f / 255.0f));
+      const float lit = kDimDeviation + (1.0f - kDimDeviation) * std::max(mean[column] - black, 0.0f) * per_middle;
+      const float quiet = deviation * deviation * lit * lit;
       gain[column] = variance / (variance + quiet);
       offset[column] = (1.0f - gain[column]) * mean[column];
     }
   }
-  cv::blur(gain_, mean_gain_, window, centre, cv::BORDER_REPLICATE);
-  cv::blur(offset_, mean_offset_, window, centre, cv::BORDER_REPLICATE);
-  // A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge.
+  Blur(gain_, mean_gain_, radius_);
+  Blur(offset_, mean_offset_, radius_);
+  // A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge. On a face that is
+  // known there are no such edges within the skin.
   for (int row = 0; row < gain_.rows; ++row) {
     float *gain = gain_.ptr<float>(row);
     float *offset = offset_.ptr<float>(row);
     const float *mean_gain = mean_gain_.ptr<float>(row);
     const float *mean_offset = mean_offset_.ptr<float>(row);
+    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
     for (int column = 0; column < gain_.cols; ++column) {
-      const bool edge = gain[column] > mean_gain[column];
-      gain[column] = edge ? gain[column] : mean_gain[column];
-      offset[column] = edge ? offset[column] : mean_offset[column];
+      const float part = gain[column] > mean_gain[column] ? static_cast<float>(inside[column]) * (1.0f / 255.0f) : 1.0f;
+      gain[column] = Mix(gain[column], mean_gain[column], part);
+      offset[column] = Mix(offset[column], mean_offset[column], part);
     }
   }
 }
 
-void BeautyStage::BuildMaps(const YuvSpace &space, const BeautyStrength &strength) {
-  for (CellMap *map : {&removal_, &base_, &whiten_, &weight_}) map->Resize(skin_.cols, skin_.rows);
+void BeautyStage::FitChroma() {
+  MeanOfSkin(skin_.MeanU(), window_u_);
+  MeanOfSkin(skin_.MeanV(), window_v_);
+}
+
+void BeautyStage::BuildLumaMaps(const YuvSpace &space, const BeautyStrength &strength) {
+  for (CellMap *map : {&removal_, &base_, &whiten_, &weight_}) map->Resize(mean_.cols, mean_.rows);
   // The whitening curve below reaches span * span / 4 * 2 / 65536 of this, in 1/32nds of a level.
   const auto span = static_cast<float>(space.span);
   const float whitening = strength.whiten * kWhitenLift * span * 32.0f * 65536.0f / (span * span / 2.0f) / 255.0f;
-  for (int row = 0; row < skin_.rows; ++row) {
-    const uint8_t *skin = skin_.ptr<uint8_t>(row);
+  for (int row = 0; row < mean_.rows; ++row) {
+    const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
     int16_t *whiten = whiten_.Row(row);
     int16_t *weight = weight_.Row(row);
-    for (int column = 0; column < skin_.cols; ++column) {
+    for (int column = 0; column < mean_.cols; ++column) {
       const auto here = static_cast<float>(skin[column]);
       whiten[column] = Fixed(here * whitening);
       weight[column] = Fixed(here * (32768.0f / 255.0f));
@@ -129,23 +179,70 @@ void BeautyStage::BuildMaps(const YuvSpace &space, const BeautyStrength &strengt
     int16_t *removal = removal_.Row(row);
     int16_t *base = base_.Row(row);
     if (strength.smooth <= 0.0f) {
-      std::fill_n(removal, skin_.cols, int16_t{0});
-      std::fill_n(base, skin_.cols, int16_t{0});
+      std::fill_n(removal, mean_.cols, int16_t{0});
+      std::fill_n(base, mean_.cols, int16_t{0});
       continue;
     }
+    const float blemishes = BlemishPart(strength.smooth);
     const float *gain = gain_.ptr<float>(row);
     const float *offset = offset_.ptr<float>(row);
-    for (int column = 0; column < skin_.cols; ++column) {
+    for (int column = 0; column < mean_.cols; ++column) {
       const auto here = static_cast<float>(skin[column]);
       removal[column] = Fixed(here * (1.0f - gain[column]) * (32768.0f / 255.0f));
-      base[column] = Fixed(here * strength.smooth * offset[column] * (32.0f / 255.0f));
+      base[column] = Fixed(here * blemishes * offset[column] * (32.0f / 255.0f));
+    }
+  }
+}
+
+// Smoothing and whitening each pull a cell's chroma some part of the way to a place; together that is one pull.
+void BeautyStage::BuildChromaMaps(const BeautyStrength &strength) {
+  for (CellMap *map : {&chroma_removal_, &target_u_, &target_v_}) map->Resize(mean_.cols, mean_.rows);
+  const std::optional<OwnColour> own = skin_.Own();
+  const float redness = RednessPart(strength.smooth);
+  const float pull = strength.whiten * (own ? kOwnHue : kPallor);
+  for (int row = 0; row < mean_.rows; ++row) {
+    const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
+    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
+    const float *luma = mean_.ptr<float>(row);
+    const float *u = skin_.MeanU().ptr<float>(row);
+    const float *v = skin_.MeanV().ptr<float>(row);
+    int16_t *removal = chroma_removal_.Row(row);
+    int16_t *target_u = target_u_.Row(row);
+    int16_t *target_v = target_v_.Row(row);
+    for (int column = 0; column < mean_.cols; ++column) {
+      const float here = static_cast<float>(skin[column]) * (1.0f / 255.0f);
+      float smoothing = 0.0f;
+      float base_u = u[column];
+      float base_v = v[column];
+      if (strength.smooth > 0.0f) {
+        base_u = window_u_.ptr<float>(row)[column];
+        base_v = window_v_.ptr<float>(row)[column];
+        const float from_u = u[column] - base_u;
+        const float from_v = v[column] - base_v;
+        const float deviation =
+            Mix(kChromaDeviation, kChromaDeviationInFace, static_cast<float>(inside[column]) * (1.0f / 255.0f));
+        const float quiet = deviation * deviation;
+        smoothing = redness * quiet / (quiet + from_u * from_u + from_v * from_v);
+      }
+      float pale_u = 128.0f;
+      float pale_v = 128.0f;
+      if (own) {
+        const float lit = std::clamp((luma[column] - own->black) / own->luma, 0.4f, 1.25f);
+        pale_u += (1.0f - kOwnPallor) * lit * own->u;
+        pale_v += (1.0f - kOwnPallor) * lit * own->v;
+      }
+      const float both = smoothing + (1.0f - smoothing) * pull;
+      removal[column] = Fixed(32768.0f * here * both);
+      const float share = both > 0.0f ? pull / both : 0.0f;  // whitening comes after smoothing
+      target_u[column] = Fixed(64.0f * Mix(base_u, pale_u, share));
+      target_v[column] = Fixed(64.0f * Mix(base_v, pale_v, share));
     }
   }
 }
 
 void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
-  const cv::v_int16x8 blemishes = cv::v_setall_s16(Fixed(strength.smooth * 32768.0f));
-  const cv::v_int16x8 pores = cv::v_setall_s16(Fixed(strength.smooth * strength.smooth * 32768.0f));
+  const cv::v_int16x8 blemishes = cv::v_setall_s16(Fixed(BlemishPart(strength.smooth) * 32768.0f));
+  const cv::v_int16x8 pores = cv::v_setall_s16(Fixed(PorePart(strength.smooth) * 32768.0f));
   const cv::v_int16x8 black = cv::v_setall_s16(static_cast<int16_t>(space.black));
   const cv::v_int16x8 span = cv::v_setall_s16(static_cast<int16_t>(space.span));
   const cv::v_int16x8 zero = cv::v_setzero_s16();
@@ -153,7 +250,7 @@ void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const B
 
   rows_.Begin(view.y, view.y_stride, view.width, view.height);
   for (int row = 0; row < view.height; ++row, rows_.Advance()) {
-    if (!RowHasSkin(row, kCell)) continue;
+    if (!skin_.RowHasSkin(row, kCell)) continue;
     removal_.ExpandToLuma(row, removal_row_.data());
     base_.ExpandToLuma(row, base_row_.data());
     whiten_.ExpandToLuma(row, whiten_row_.data());
@@ -177,39 +274,32 @@ void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const B
 }
 
 void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &strength) {
-  // In 1/256ths, for U and V in turn.
-  const auto pallor = static_cast<int16_t>(std::lround(strength.whiten * kPallor * 256.0f));
-  const auto rosy_u = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyU * 256.0f));
-  const auto rosy_v = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyV * 256.0f));
-  const cv::v_int16x8 pull = cv::v_setall_s16(pallor);
+  // In 1/64ths, for U and V in turn.
+  const auto rosy_u = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyU * 128.0f));
+  const auto rosy_v = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyV * 128.0f));
   const cv::v_int16x8 rosy(rosy_u, rosy_v, rosy_u, rosy_v, rosy_u, rosy_v, rosy_u, rosy_v);
-  const cv::v_int16x8 grey = cv::v_setall_s16(128);
-  const cv::v_int16x8 half = cv::v_setall_s16(64);
+  const cv::v_int16x8 is_u(-1, 0, -1, 0, -1, 0, -1, 0);
+  const cv::v_int16x8 half = cv::v_setall_s16(32);
   const int bytes = 2 * view.chroma_width;
 
   for (int row = 0; row < view.chroma_height; ++row) {
-    if (!RowHasSkin(row, kCell / 2)) continue;
+    if (!skin_.RowHasSkin(row, kCell / 2)) continue;
     weight_.ExpandToChroma(row, weight_row_.data());
+    chroma_removal_.ExpandToChroma(row, removal_row_.data());
+    target_u_.ExpandToChroma(row, base_row_.data());
+    target_v_.ExpandToChroma(row, whiten_row_.data());
     uint8_t *codes = view.UvRow(row);
     std::memcpy(out_row_.data(), codes, static_cast<size_t>(bytes));
     for (int x = 0; x < bytes; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x));
-      const cv::v_int16x8 change = cv::v_mul_wrap(grey - here, pull) + rosy;
-      const cv::v_int16x8 weighted = cv::v_mul_hi(change, cv::v_load(weight_row_.data() + x));
-      cv::v_pack_u_store(out_row_.data() + x, here + ((weighted + half) >> 7));
+      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x)) << 6;
+      const cv::v_int16x8 target =
+          cv::v_select(is_u, cv::v_load(base_row_.data() + x), cv::v_load(whiten_row_.data() + x));
+      const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(removal_row_.data() + x));
+      const cv::v_int16x8 added = cv::v_mul_hi(rosy, cv::v_load(weight_row_.data() + x));
+      cv::v_pack_u_store(out_row_.data() + x, (here + pulled + added + half) >> 6);
     }
     std::memcpy(codes, out_row_.data(), static_cast<size_t>(bytes));
   }
-}
-
-bool BeautyStage::RowHasSkin(int pixel_row, int scale) const {
-  const int row = pixel_row / scale;
-  const int first = std::max(row - 1, 0);
-  const int last = std::min(row + 1, skin_.rows - 1);
-  for (int i = first; i <= last; ++i) {
-    if (skin_rows_[static_cast<size_t>(i)]) return true;
-  }
-  return false;
 }
 
 }  // namespace lumivex

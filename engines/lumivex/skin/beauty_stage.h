@@ -5,10 +5,11 @@
 #include <opencv2/core.hpp>
 #include <vector>
 
+#include "faces/faces.h"
 #include "pixels/cell_grid.h"
 #include "pixels/nv12_view.h"
 #include "pixels/row_window.h"
-#include "skin/skin_chroma.h"
+#include "skin/skin_map.h"
 
 namespace lumivex {
 
@@ -21,42 +22,55 @@ struct BeautyStrength {
 };
 
 // Smoothing is a guided filter (He, Sun and Tang, "Guided image filtering", 2010) whose statistics are taken per cell
-// of 4 by 4 pixels from all of their pixels, and whose linear model is applied at full size. What it takes away is
-// split: blemishes go with the strength, pixel-sized texture (pores) with its square. Owns: scratch maps for one frame
-// size. Borrows: the frame, for each call. Threads: one at a time.
+// of 4 by 4 pixels from all of their pixels that are skin, and whose linear model is applied at full size. What it
+// takes away is split: blemishes go with the strength, pixel-sized texture (pores) more slowly. Chroma goes the same
+// way, so that redness fades with the spot that is red. On a known face the window follows the distance of its eyes,
+// and more counts as a blemish, since what has to stay (eyes, brows, lips, nostrils) is no skin on the map. Owns:
+// scratch maps for one frame size. Borrows: the frame, for each call. Threads: one at a time.
 class BeautyStage {
  public:
   // Finds the skin of the frame; false when there is none, and then there is nothing to apply.
-  bool FindSkin(const Nv12View &view, const YuvSpace &space);
+  bool FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces);
   void Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
+  // How much sharpening the frame that FindSkin saw last may get: what was smoothed is not to be sharpened again.
+  CellMap &ShareToSharpen(float smooth);
 
  private:
-  void MeasureSkin(const Nv12View &view);
-  void FitModel(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
-  void BuildMaps(const YuvSpace &space, const BeautyStrength &strength);
+  void MeanOfSkin(const cv::Mat &values, cv::Mat &mean);
+  void FitLuma(const YuvSpace &space, const BeautyStrength &strength);
+  void FitChroma();
+  void BuildLumaMaps(const YuvSpace &space, const BeautyStrength &strength);
+  void BuildChromaMaps(const BeautyStrength &strength);
   void ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
   void ApplyChroma(const Nv12View &view, const BeautyStrength &strength);
-  // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
-  bool RowHasSkin(int pixel_row, int scale) const;
 
-  SkinChroma skin_chroma_;
+  SkinMap skin_;
   RowWindow rows_;
+  int radius_ = 1;  // cells on each side of the window
 
   // One value per cell.
   cv::Mat mean_;    // luma
   cv::Mat square_;  // luma, squared
-  cv::Mat skin_;    // 0 no skin to 255 skin, edges feathered
+  cv::Mat share_;   // skin, 0 to 1
+  cv::Mat window_share_;
+  cv::Mat product_;
   cv::Mat window_mean_;
+  cv::Mat window_square_;
   cv::Mat gain_;  // the model is gain * luma + offset
   cv::Mat offset_;
   cv::Mat mean_gain_;
   cv::Mat mean_offset_;
-  std::vector<uint8_t> skin_rows_;  // per row of cells: holds any skin
+  cv::Mat window_u_;
+  cv::Mat window_v_;
 
-  CellMap removal_;  // 1/32768ths of the detail that smoothing takes away
-  CellMap base_;     // 1/32nds of a level that take its place
-  CellMap whiten_;   // 1/32768ths
-  CellMap weight_;   // skin, in 1/32768ths
+  CellMap share_to_sharpen_;
+  CellMap removal_;         // 1/32768ths of the detail that smoothing takes away
+  CellMap base_;            // 1/32nds of a level that take its place
+  CellMap whiten_;          // 1/32768ths
+  CellMap weight_;          // skin, in 1/32768ths
+  CellMap chroma_removal_;  // 1/32768ths of the way to the two that follow
+  CellMap target_u_;        // 1/64ths of a code
+  CellMap target_v_;
 
   // One row of the frame.
   std::vector<int16_t> removal_row_;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "pixels/cell_grid.h"
 #include "pixels/nv12_view.h"
 #include "pixels/row_window.h"
 
@@ -13,11 +14,13 @@ namespace lumivex {
 class SharpenStage {
  public:
   // `strength` from 0 to 1; 1 doubles the detail. Noise of a level or so is left, and so is black and white overshoot.
-  void Apply(const Nv12View &view, float strength);
+  // `share` says how much of it each cell gets, in 1/32768ths; null: all of it everywhere.
+  void Apply(const Nv12View &view, float strength, CellMap *share = nullptr);
 
  private:
   RowWindow rows_;
   std::vector<uint8_t> out_row_;
+  std::vector<int16_t> amount_row_;
 };
 
 }  // namespace lumivex

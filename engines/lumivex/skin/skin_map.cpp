@@ -1,0 +1,209 @@
+#include "skin/skin_map.h"
+
+#include <algorithm>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <utility>
+
+#include "pixels/cell_grid.h"
+#include "skin/face_regions.h"
+
+namespace lumivex {
+namespace {
+
+constexpr int kFeather = 5;           // cells across which the edge of skin is softened
+constexpr float kInFaceSlack = 4.0f;  // a face has spots and blush, and it is skin all the same
+constexpr float kFollow = 0.12f;      // of the way to what the newest frame shows
+constexpr float kSamePerson = 0.8f;   // distances between the eyes that a face moves at most from frame to frame
+// Skin that is nearly grey has the colour of many walls, so it is looked for only where its face is. Saturation as a
+// part of the luma, and distances between the eyes from the point between them.
+constexpr float kGreyish = 0.045f;
+constexpr float kColourful = 0.10f;
+constexpr float kNear = 2.2f;
+constexpr float kFar = 3.2f;
+constexpr int kRemembered = 90;   // frames without the face
+constexpr uint8_t kSample = 200;  // inside the face by so much, and not a feature
+
+struct SamplePlace {
+  FaceAnchor anchor;
+  float right;  // distances between the eyes
+  float down;
+  float radius;
+};
+// Where skin is bare on nearly every face. The forehead is looked at low, below a fringe.
+constexpr SamplePlace kSamplePlaces[] = {
+    {FaceAnchor::kLeftCheek, 0.0f, 0.0f, 0.20f},
+    {FaceAnchor::kRightCheek, 0.0f, 0.0f, 0.20f},
+    {FaceAnchor::kForehead, 0.0f, 0.22f, 0.18f},
+    {FaceAnchor::kFaceCenter, 0.0f, 0.0f, 0.12f},
+};
+
+}  // namespace
+
+bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces) {
+  MeasureChroma(view);
+  in_face_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+  in_face_.setTo(0);
+  features_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+  features_.setTo(0);
+  for (const Face &face : faces) DrawFaceRegions(face, kCell, in_face_, features_);
+  const ShadeFree shade_free(space);
+  MeetPeople(faces, shade_free, mean_luma);
+  WeighCells(shade_free, mean_luma);
+  MeasureOwnColour(space, mean_luma);
+  bool any = false;
+  rows_.resize(static_cast<size_t>(weight_.rows));
+  for (int row = 0; row < weight_.rows; ++row) {
+    const uint8_t *weights = weight_.ptr<uint8_t>(row);
+    const bool found = std::any_of(weights, weights + weight_.cols, [](uint8_t weight) { return weight != 0; });
+    rows_[static_cast<size_t>(row)] = found;
+    any = any || found;
+  }
+  return any;
+}
+
+void SkinMap::MeasureChroma(const Nv12View &view) {
+  const int rows = (view.height + kCell - 1) / kCell;
+  const int columns = (view.width + kCell - 1) / kCell;
+  mean_u_.create(rows, columns, CV_32F);
+  mean_v_.create(rows, columns, CV_32F);
+  for (int row = 0; row < rows; ++row) {
+    const uint8_t *upper = view.UvRow(2 * row);
+    const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
+    float *us = mean_u_.ptr<float>(row);
+    float *vs = mean_v_.ptr<float>(row);
+    for (int column = 0; column < columns; ++column) {
+      const int left = 4 * column;
+      const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
+      us[column] = static_cast<float>(upper[left] + upper[right] + lower[left] + lower[right]) * 0.25f;
+      vs[column] = static_cast<float>(upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1]) * 0.25f;
+    }
+  }
+}
+
+void SkinMap::TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+  samples_.clear();
+  for (const SamplePlace &place : kSamplePlaces) {
+    const FramePoint middle = face.Beside(place.anchor, place.right, place.down);
+    const float radius = std::max(place.radius * face.eye_distance, static_cast<float>(kCell));
+    const auto cell = [](float pixels, int count) {
+      return static_cast<int>(std::clamp(pixels / kCell, 0.0f, static_cast<float>(count)));
+    };
+    const int bottom = cell(middle.y + radius, mean_luma.rows - 1);
+    const int right = cell(middle.x + radius, mean_luma.cols - 1);
+    for (int row = cell(middle.y - radius, mean_luma.rows); row <= bottom; ++row) {
+      for (int column = cell(middle.x - radius, mean_luma.cols); column <= right; ++column) {
+        if (in_face_.at<uint8_t>(row, column) < kSample || features_.at<uint8_t>(row, column) > 255 - kSample) continue;
+        samples_.push_back(shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                                         mean_v_.at<float>(row, column)));
+      }
+    }
+  }
+}
+
+void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+  seen_.clear();
+  for (const Face &face : faces) {
+    const FramePoint &left_eye = face.At(FaceAnchor::kLeftEye);
+    const FramePoint &right_eye = face.At(FaceAnchor::kRightEye);
+    const FramePoint between{(left_eye.x + right_eye.x) / 2.0f, (left_eye.y + right_eye.y) / 2.0f};
+    TakeSamples(face, shade_free, mean_luma);
+    const std::optional<SkinModel> learned = SkinModel::Learn(samples_);
+    const auto known = std::find_if(people_.begin(), people_.end(), [&](const Person &person) {
+      return std::hypot(person.place.x - between.x, person.place.y - between.y) < kSamePerson * face.eye_distance;
+    });
+    if (known != people_.end()) {
+      Person person{known->model, between, face.eye_distance};
+      if (learned) person.model.Follow(*learned, kFollow);
+      seen_.push_back(person);
+      people_.erase(known);
+    } else if (learned) {
+      seen_.push_back({*learned, between, face.eye_distance});
+    }
+  }
+  for (Person &person : people_) {
+    if (++person.frames_unseen <= kRemembered) seen_.push_back(person);
+  }
+  std::swap(people_, seen_);
+  eye_distance_ = 0.0f;
+  for (Person &person : people_) {
+    const float saturation = std::hypot(person.model.Middle().blue, person.model.Middle().red);
+    person.certain_far = std::clamp((saturation - kGreyish) / (kColourful - kGreyish), 0.0f, 1.0f);
+    eye_distance_ = std::max(eye_distance_, person.eye_distance);
+  }
+}
+
+float SkinMap::WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const {
+  float weight = 0.0f;
+  for (const Person &person : people_) {
+    const float here = person.model.Weight(colour, 1.0f + (kInFaceSlack - 1.0f) * inside);
+    if (here <= weight) continue;
+    const float away = std::hypot(place.x - person.place.x, place.y - person.place.y) / person.eye_distance;
+    const float near = std::clamp((kFar - away) / (kFar - kNear), 0.0f, 1.0f);
+    weight = std::max(weight, here * std::max(person.certain_far, near));
+  }
+  return weight;
+}
+
+void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+  weight_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+  for (int row = 0; row < weight_.rows; ++row) {
+    const float *luma = mean_luma.ptr<float>(row);
+    const float *u = mean_u_.ptr<float>(row);
+    const float *v = mean_v_.ptr<float>(row);
+    const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
+    uint8_t *weights = weight_.ptr<uint8_t>(row);
+    for (int column = 0; column < weight_.cols; ++column) {
+      const ShadeFreeColour colour = shade_free.Of(luma[column], u[column], v[column]);
+      const float weight =
+          people_.empty()
+              ? SkinBand(colour)
+              : WeightOf(colour, static_cast<float>(in_face[column]) / 255.0f,
+                         {(static_cast<float>(column) + 0.5f) * kCell, (static_cast<float>(row) + 0.5f) * kCell});
+      weights[column] = static_cast<uint8_t>(255.0f * weight + 0.5f);
+    }
+  }
+  cv::blur(weight_, weight_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  // After the feathering, which would carry skin over their edges.
+  for (int row = 0; row < weight_.rows; ++row) {
+    const uint8_t *features = features_.ptr<uint8_t>(row);
+    uint8_t *weights = weight_.ptr<uint8_t>(row);
+    for (int column = 0; column < weight_.cols; ++column) {
+      weights[column] = static_cast<uint8_t>(weights[column] * (255 - features[column]) / 255);
+    }
+  }
+}
+
+// The mean over the faces' own skin; kept while no face is in view.
+void SkinMap::MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma) {
+  if (people_.empty()) own_.reset();
+  if (people_.empty()) return;
+  float sum = 0.0f;
+  OwnColour own;
+  for (int row = 0; row < weight_.rows; ++row) {
+    const uint8_t *weights = weight_.ptr<uint8_t>(row);
+    const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
+    for (int column = 0; column < weight_.cols; ++column) {
+      if (weights[column] < kSample || in_face[column] < kSample) continue;
+      sum += 1.0f;
+      own.luma += mean_luma.at<float>(row, column);
+      own.u += mean_u_.at<float>(row, column);
+      own.v += mean_v_.at<float>(row, column);
+    }
+  }
+  if (sum == 0.0f) return;
+  own.black = static_cast<float>(space.black);
+  own.luma = std::max(own.luma / sum - own.black, 1.0f);
+  own.u = own.u / sum - 128.0f;
+  own.v = own.v / sum - 128.0f;
+  own_ = own;
+}
+
+bool SkinMap::RowHasSkin(int pixel_row, int scale) const {
+  const int row = pixel_row / scale;
+  const int first = std::max(row - 1, 0);
+  const int last = std::min(row + 1, weight_.rows - 1);
+  return std::any_of(rows_.begin() + first, rows_.begin() + last + 1, [](uint8_t any) { return any != 0; });
+}
+
+}  // namespace lumivex

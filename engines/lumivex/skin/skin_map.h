@@ -1,0 +1,72 @@
+// Where the skin of a frame is.
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <optional>
+#include <vector>
+
+#include "faces/faces.h"
+#include "pixels/nv12_view.h"
+#include "pixels/yuv_space.h"
+#include "skin/skin_colour.h"
+
+namespace lumivex {
+
+// The skin of those who are known, on the whole, in codes of the frame.
+struct OwnColour {
+  float black = 0.0f;  // luma code of black
+  float luma = 0.0f;   // codes above black
+  float u = 0.0f;      // codes from grey
+  float v = 0.0f;
+};
+
+// With faces in view, skin is what has the colour of theirs: each face teaches a model of its own, which follows the
+// light from frame to frame and is kept for a while after the face is gone: who turns away still has skin. Where nobody
+// has been seen it is what has the colour of anyone's.
+// Owns: the models and the maps of one frame size. Borrows: the frame, for the call. Threads: one at a time.
+class SkinMap {
+ public:
+  // False when there is none. All maps below have one value for each cell of 4 by 4 pixels and hold until the next
+  // call. `mean_luma` is that of the cells, CV_32F.
+  bool Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces);
+
+  const cv::Mat &Weight() const { return weight_; }             // CV_8U: 0 no skin to 255 skin, edges feathered
+  const cv::Mat &InFace() const { return in_face_; }            // CV_8U: 255 inside a known face
+  const cv::Mat &MeanU() const { return mean_u_; }              // CV_32F: codes
+  const cv::Mat &MeanV() const { return mean_v_; }              // CV_32F: codes
+  float EyeDistance() const { return eye_distance_; }           // of the largest person, pixels; 0 without one
+  const std::optional<OwnColour> &Own() const { return own_; }  // empty where nobody is known
+  // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
+  bool RowHasSkin(int pixel_row, int scale) const;
+
+ private:
+  struct Person {
+    SkinModel model;
+    FramePoint place;  // between the eyes
+    float eye_distance = 0.0f;
+    int frames_unseen = 0;
+    float certain_far = 1.0f;  // 0 to 1: how much its colour alone says far from the face
+  };
+
+  void MeasureChroma(const Nv12View &view);
+  void MeetPeople(const Faces &faces, const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  void MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma);
+  void WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  void TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  float WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const;
+
+  std::vector<Person> people_;
+  std::vector<Person> seen_;              // scratch
+  std::vector<ShadeFreeColour> samples_;  // scratch
+  float eye_distance_ = 0.0f;
+  std::optional<OwnColour> own_;
+  cv::Mat mean_u_;
+  cv::Mat mean_v_;
+  cv::Mat weight_;
+  cv::Mat in_face_;
+  cv::Mat features_;
+  std::vector<uint8_t> rows_;  // per row of cells: holds any skin
+};
+
+}  // namespace lumivex

@@ -1,0 +1,55 @@
+#include "skin/beauty_stage.h"
+
+#include <gtest/gtest.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "fixtures/lumivex/engine_fixture.h"
+#include "fixtures/process/alloc_counter.h"
+#include "vanta_filter/engine/lumivex_api.h"
+
+namespace lumivex_test {
+namespace {
+
+constexpr int kWidth = 320;
+constexpr int kHeight = 180;
+constexpr int kFrames = 50;
+
+// What OpenCV itself takes at most for the nine box filters that a frame with skin needs.
+uint64_t AllocationsOfBoxFilters() {
+  cv::Mat weights(kHeight / 4, kWidth / 4, CV_8U, cv::Scalar(0));
+  cv::Mat values(kHeight / 4, kWidth / 4, CV_32F, cv::Scalar(0));
+  const auto filter = [](cv::Mat &map, int side) {
+    cv::blur(map, map, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  };
+  const auto frame = [&] {
+    filter(weights, 5);
+    for (int i = 0; i < 8; ++i) filter(values, 3);
+  };
+  frame();
+  const vanta_test::AllocCounter counter;
+  for (int i = 0; i < kFrames; ++i) frame();
+  return counter.OnThisThread();
+}
+
+TEST(BeautyStage, AllocatesOnlyWhatOpenCvDoes) {
+  Picture picture(kWidth, kHeight, kSkin);
+  const auto frame = picture.Frame();
+  const auto view = lumivex::ViewOf(*frame);
+  ASSERT_TRUE(view);
+  const lumivex::YuvSpace space = lumivex::SpaceOf(0);
+  lumivex::BeautyStage stage;
+  const auto once = [&] {
+    ASSERT_TRUE(stage.FindSkin(*view, space, {}));
+    stage.Apply(*view, space, {0.6f, 0.6f, 0.6f});
+  };
+  for (int i = 0; i < 3; ++i) once();
+  const vanta_test::AllocCounter counter;
+  for (int i = 0; i < kFrames; ++i) once();
+  const uint64_t ours = counter.OnThisThread();
+  EXPECT_LE(ours, AllocationsOfBoxFilters());
+}
+
+}  // namespace
+}  // namespace lumivex_test
