@@ -46,15 +46,20 @@ VANTA_HOST_C_API void vanta_host_detach(void);
 
 enum vanta_host_switch {
   VANTA_SWITCH_ASYNC_BEAUTY,        /* EnableAsyncBeautyOption: commands go through the worker's queue. Default on */
-  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default on: frames stay on the GPU where they can */
-  VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
-  VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
+  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext: frames stay on the GPU where they can. Default
+                                     * automatic: on, but off from the creation of a filter on where the renderer is
+                                     * software (llvmpipe, softpipe, swrast), until vanta_host_set_switch has told */
+  VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow: a worker's window goes with the worker. Default on */
+  VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp: a frame's own flip joins the orientation. Default on */
   VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */
   VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap, while textures can be shared. Default on */
   VANTA_SWITCH_FACE_POINT_BY_LX,    /* FacePointByLX. Default off: the landmark filter finds the points */
   VANTA_SWITCH_COUNT
 };
+/* `which` is one of the above; any other number changes nothing. The module asks at moments of its own: the GL switches
+ * when a filter comes and goes, the map when a landmark worker starts, the others for each frame or command. */
 VANTA_HOST_C_API void vanta_host_set_switch(enum vanta_host_switch which, bool on);
+/* How the switch stands now, an automatic one as it was decided last. False past the end. */
 VANTA_HOST_C_API bool vanta_host_get_switch(enum vanta_host_switch which);
 /* The switch's short name for options and reports, in the order above: "async-commands", "gl-context",
  * "destroy-gl-window", "frame-flip", "skip-chain-render", "async-gpu-map", "engine-face-points"; NULL past the end. */
@@ -68,6 +73,7 @@ enum vanta_host_flag {
   VANTA_FLAG_DEINTERLACE,             /* a deinterlaced source has been seen; the module never clears it */
   VANTA_FLAG_COUNT
 };
+/* All are clear at first. `which` is one of the above; any other number changes nothing, and reads as false. */
 VANTA_HOST_C_API void vanta_host_set_flag(enum vanta_host_flag which, bool on);
 VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 
@@ -75,16 +81,18 @@ VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 
 struct vanta_host_worker {
   uint64_t id;           /* operating-system thread id */
-  char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ... */
+  char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ...; UTF-8, NUL-terminated */
   bool busy;             /* at work on something, by its last word */
   uint64_t timestamp_ns; /* os_gettime_ns() of its last sign of life; 0: idle */
 };
-/* Fills at most `capacity` entries, in the order in which the workers began; returns how many workers there are. */
+/* Fills at most `capacity` entries of `out`, in the order in which the workers began; returns how many workers there
+ * are, which may be more. NULL for `out`: the number alone. */
 VANTA_HOST_C_API size_t vanta_host_get_workers(struct vanta_host_worker *out, size_t capacity);
-/* A worker that stays on one frame for longer is logged (a warning), once for that frame. It is found within a quarter
- * of the limit or a second, whichever is less. Default 5000 ms; 0 switches it off. */
+/* A worker that stays on one frame for longer than `busy_ms` milliseconds is logged (a warning), once for that frame.
+ * It is found within a quarter of the limit or a second, whichever is less. Default 5000; 0 switches it off. */
 VANTA_HOST_C_API void vanta_host_set_watchdog_ms(uint32_t busy_ms);
-/* How long each of the three ...ThreadSleep hooks blocks after a frame. Default 0. */
+/* How long each of the three ...ThreadSleep hooks blocks after a frame, in microseconds: that of the beauty workers, of
+ * the landmark workers and of the landmark filter's GPU workers. Default 0: not at all. */
 VANTA_HOST_C_API void vanta_host_set_worker_sleep_us(uint32_t beauty_us, uint32_t landmark_us,
                                                      uint32_t landmark_gpu_us);
 /* On: landmark workers that begin from now on are batch work for the system's scheduler. The open vision runner looks
@@ -94,20 +102,23 @@ VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 
 /* ---- Reports ---- */
 
-/* `body` is valid during the call only; `time_ns` is when the report was made. Called on a thread of the host layer's
- * own, a little after, one report after the other in the order of the history: without a lock held and outside
- * graphics, so that a subscriber may send commands and enter graphics. A subscriber that is 4096 reports behind loses
- * the oldest of them, and the log tells how many. */
+/* `param` is the one that came with the subscription. `report_id` says which report it is (8, 12, 19), `body` is its
+ * text in UTF-8, JSON or a plain sentence by id, and valid during the call only; `time_ns` is os_gettime_ns() when the
+ * report was made. Called on a thread of the host layer's own, a little after, one report after the other in the order
+ * of the history: without a lock held and outside graphics, so that a subscriber may send commands and enter graphics. A
+ * subscriber that is 4096 reports behind loses the oldest of them, and the log tells how many. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
-/* One subscriber; NULL unsubscribes. The former one is first given the reports that came before; on return it is in no
- * call any more, so its `param` may go. The caller holds nothing that the former one may wait for. A call from inside a
- * subscriber does not wait, and the former one is given no more. A subscriber that calls libobs goes before
- * obs_shutdown(). */
+/* One subscriber; a `callback` of NULL unsubscribes. `param` is handed to it as it is. The former one is first given
+ * the reports that came before; on return it is in no call any more, so its `param` may go. The caller holds nothing
+ * that the former one may wait for. A call from inside a subscriber does not wait, and the former one is given no more.
+ * A subscriber that calls libobs goes before obs_shutdown(). */
 VANTA_HOST_C_API void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param);
-/* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator,
- * between UTF-8 characters. Each of the three outputs may be NULL. False past the end. */
+/* The history holds the newest 256 reports. `index` 0 is the oldest kept. `body` is cut to `size` bytes with its
+ * terminator, between UTF-8 characters; `time_ns` is os_gettime_ns() when the report was made. Each of the three
+ * outputs may be NULL. False past the end. */
 VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t size,
                                             uint64_t *time_ns);
+/* Empties the history. The subscriber still gets what came before. */
 VANTA_HOST_C_API void vanta_host_clear_reports(void);
 
 /* ---- Engine start-up and the pass-through ---- */
@@ -125,8 +136,8 @@ VANTA_HOST_C_API bool vanta_host_is_passing_through(void);
  * if the filter's settings ask for the other interop choice; a filter made later starts one with its first frame. Until
  * an engine runs the filter gives no picture; a start that fails lets the pictures pass again. */
 VANTA_HOST_C_API void vanta_host_end_pass_through(void);
-/* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
- * the module linked in must export its symbols (-rdynamic). */
+/* The module's control object (an ILumivex *, which stays valid while the module is loaded), or NULL before the module
+ * has registered a filter. A program that has the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
 
 /* ---- Ability handlers ---- */
@@ -148,7 +159,8 @@ VANTA_HOST_C_API void vanta_host_unregister_ability_handler(const void *handler)
  * Every other frame's mark is cleared, since libobs recycles frame records. False when `id` is 0 or `filter` is no
  * filter of the module that sees frames. The caller holds a reference on `filter`, here and below. */
 VANTA_HOST_C_API bool vanta_host_mark_next_frame(obs_source_t *filter, uint32_t id);
-/* The filter's latest dump JSON, valid until its next dump; false when the filter has no such callback or no text. */
+/* The filter's latest dump JSON: `text` in UTF-8, not NUL-terminated by contract, `length` in bytes. Valid until its
+ * next dump; false, with both as they were, when the filter has no such callback or no text. */
 VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char **text, uint32_t *length);
 
 /* ---- Shared textures, for those who draw beside libobs ---- */
@@ -165,37 +177,41 @@ VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create(void);
 /* The same without entering graphics, for threads that must not, with nothing but what the last creation of a filter of
  * the module has learnt of libobs's context. */
 VANTA_HOST_C_API vanta_host_gl_context *vanta_host_gl_context_create_for_worker(void);
-/* Makes the context, which must be bound nowhere else, the calling thread's; unbinding gives the thread back what it
- * had. False when the driver refuses, as after libobs's end. */
+/* Makes `context`, not NULL and bound nowhere else, the calling thread's; unbinding, on the same thread, gives it back
+ * what it had. False when the driver refuses, as after libobs's end: nothing is bound then, and nothing to unbind. */
 VANTA_HOST_C_API bool vanta_host_gl_context_bind(vanta_host_gl_context *context);
 VANTA_HOST_C_API void vanta_host_gl_context_unbind(vanta_host_gl_context *context);
-/* While it is bound nowhere. May be called after libobs's end. */
+/* While it is bound nowhere. NULL is ignored. May be called after libobs's end. */
 VANTA_HOST_C_API void vanta_host_gl_context_destroy(vanta_host_gl_context *context);
-/* A function of GL by its name, the same for every context. Drivers answer for any name: before a function is called
- * that is not of GL 3.3, ask the context for its version or for the extension. NULL where there is none for sure. */
+/* A function of GL by its `name` ("glGenTextures"), the same for every context. Drivers answer for any name: before a
+ * function is called that is not of GL 3.3, ask the context for its version or for the extension. NULL where there is
+ * none for sure. */
 VANTA_HOST_C_API void *vanta_host_gl_function(const char *name);
 
 /* One end of a shared texture. The picture lives as long as any end shows it, whichever goes first. All calls that take
  * or make an end need a bound context, but for closing. */
 typedef struct vanta_host_texture vanta_host_texture;
-/* Gives a GL_TEXTURE_2D of the bound context a handle. `width` and `height` are its size in pixels; its format must be
- * GL_SRGB8_ALPHA8 or GL_RGBA8 and must not change. The caller keeps the GL texture and deletes it after the end is
- * closed. NULL when the driver refuses. */
+/* Gives `gl_texture`, a GL_TEXTURE_2D of the bound context, a handle. `width` and `height` are its size in pixels; its
+ * format must be GL_SRGB8_ALPHA8 or GL_RGBA8 and must not change. The caller keeps the GL texture and deletes it after
+ * the end is closed. NULL when the driver refuses. */
 VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_publish(uint32_t gl_texture, uint32_t width, uint32_t height);
-/* Shows a published texture in a new GL texture, which belongs to the end. NULL when the handle names nothing. */
+/* Shows the texture published under `handle` in a new GL texture, which belongs to the end. NULL when the handle names
+ * nothing. */
 VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_open(uint32_t handle);
-VANTA_HOST_C_API uint32_t vanta_host_texture_handle(const vanta_host_texture *texture); /* never 0; never used again */
+/* The number to open it by, never 0 and never used again; and the GL texture that this end shows. `texture` is an end
+ * of the above, not NULL, here and below. */
+VANTA_HOST_C_API uint32_t vanta_host_texture_handle(const vanta_host_texture *texture);
 VANTA_HOST_C_API uint32_t vanta_host_texture_gl_name(const vanta_host_texture *texture);
-/* The keyed lock, free with the key 0 at first. Acquiring waits until the lock is free with this key. 0 is success,
- * VANTA_TEXTURE_TIMEOUT a time-out, a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already,
- * VANTA_TEXTURE_ABANDONED, without a wait, when the holder is gone or nobody is left who could release it with this
- * key. 0xffffffff milliseconds are for ever. */
+/* The keyed lock, free with the key 0 at first. Acquiring waits at most `timeout_ms` milliseconds (0: not at all) until
+ * the lock is free with `key`, any number that the two sides agree upon. 0 is success, VANTA_TEXTURE_TIMEOUT a time-out,
+ * a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already, VANTA_TEXTURE_ABANDONED, without a wait, when
+ * the holder is gone or nobody is left who could release it with this key. 0xffffffff milliseconds are for ever. */
 #define VANTA_TEXTURE_TIMEOUT 0x102
 #define VANTA_TEXTURE_MISUSE (-1)
 #define VANTA_TEXTURE_ABANDONED (-2)
 VANTA_HOST_C_API int vanta_host_texture_acquire(vanta_host_texture *texture, uint64_t key, uint32_t timeout_ms);
-/* What was drawn until now is done before whoever acquires next draws. An error when this end does not hold the lock.
- */
+/* Frees the lock under `key`, the one to acquire it with next. What was drawn until now is done before whoever acquires
+ * next draws. 0 is success; VANTA_TEXTURE_MISUSE when this end does not hold the lock. */
 VANTA_HOST_C_API int vanta_host_texture_release(vanta_host_texture *texture, uint64_t key);
 /* Ends the handle if this end published it. A lock that it holds is abandoned: nobody can acquire it any more. An
  * opened end's GL texture goes with it if a context is bound, else with libobs's graphics. */
