@@ -105,8 +105,8 @@ VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 /* `param` is the one that came with the subscription. `report_id` says which report it is (8, 12, 19), `body` is its
  * text in UTF-8, JSON or a plain sentence by id, and valid during the call only; `time_ns` is os_gettime_ns() when the
  * report was made. Called on a thread of the host layer's own, a little after, one report after the other in the order
- * of the history: without a lock held and outside graphics, so that a subscriber may send commands and enter graphics. A
- * subscriber that is 4096 reports behind loses the oldest of them, and the log tells how many. */
+ * of the history: without a lock held and outside graphics, so that a subscriber may send commands and enter graphics.
+ * A subscriber that is 4096 reports behind loses the oldest of them, and the log tells how many. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
 /* One subscriber; a `callback` of NULL unsubscribes. `param` is handed to it as it is. The former one is first given
  * the reports that came before; on return it is in no call any more, so its `param` may go. The caller holds nothing
@@ -203,9 +203,10 @@ VANTA_HOST_C_API vanta_host_texture *vanta_host_texture_open(uint32_t handle);
 VANTA_HOST_C_API uint32_t vanta_host_texture_handle(const vanta_host_texture *texture);
 VANTA_HOST_C_API uint32_t vanta_host_texture_gl_name(const vanta_host_texture *texture);
 /* The keyed lock, free with the key 0 at first. Acquiring waits at most `timeout_ms` milliseconds (0: not at all) until
- * the lock is free with `key`, any number that the two sides agree upon. 0 is success, VANTA_TEXTURE_TIMEOUT a time-out,
- * a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already, VANTA_TEXTURE_ABANDONED, without a wait, when
- * the holder is gone or nobody is left who could release it with this key. 0xffffffff milliseconds are for ever. */
+ * the lock is free with `key`, any number that the two sides agree upon. 0 is success, VANTA_TEXTURE_TIMEOUT a
+ * time-out, a negative value an error: VANTA_TEXTURE_MISUSE for a lock held already, VANTA_TEXTURE_ABANDONED, without a
+ * wait, when the holder is gone or nobody is left who could release it with this key. 0xffffffff milliseconds are for
+ * ever. */
 #define VANTA_TEXTURE_TIMEOUT 0x102
 #define VANTA_TEXTURE_MISUSE (-1)
 #define VANTA_TEXTURE_ABANDONED (-2)
