@@ -146,6 +146,7 @@ class PlainTexture {
 
 std::vector<vanta_bench::Row> Measure() {
   const ObsSession session;
+  vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true);  // software GL alone would keep frames in memory
   // Sources that nobody shows: the canvas stays out of the way.
   DrawnFilter shared("shared", false);
   DrawnFilter uploaded("uploaded", true);

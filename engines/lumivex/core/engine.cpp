@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "core/face_need.h"
 #include "faces/vision_params.h"
 #include "pixels/orientation.h"
 #include "pixels/yuv_space.h"
 #include "settings/engine_control.h"
+#include "vanta_filter/landmark/tessera_api.h"
 #include "warp/body_warps.h"
 
 namespace lumivex {
@@ -130,21 +132,23 @@ void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const
   Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found()); });
 }
 
-FaceNeed Engine::NeedOfFaces() const {
-  if (applied_.Enabled(kEffectMagic) && effects_.NeedsFaces()) return FaceNeed::kPicture;
-  if (applied_.ShowsMakeup() || applied_.Warp().NeedsFaces() || applied_.SkinStrength().Any()) return FaceNeed::kPicture;
-  return reports_faces_ ? FaceNeed::kReport : FaceNeed::kNone;
-}
-
 void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
-  const FaceNeed need = NeedOfFaces();
+  const FaceNeed need = NeedOfFaces(applied_, effects_, reports_faces_);
   const Clock::time_point start = Clock::now();
   const bool looked = faces_.Find(view, OrientationOf(frame.rotation, frame.flip != 0), frame.timestamp, need);
   times.faces = faces_.Found().size();
+  if (need == FaceNeed::kNone) return EndFaceReports();
+  times.vision = MillisecondsSince(start);
   if (!looked) return;
-  times[Stage::kFaces] = MillisecondsSince(start);
-  times.vision += times[Stage::kFaces];
+  times[Stage::kFaces] = times.vision;
   landmarks_ = reports_faces_ ? faces_.Result() : nullptr;
+  faces_reported_ = landmarks_ != nullptr;
+}
+
+// The host would keep the faces that it was told of last: once more, with none.
+void Engine::EndFaceReports() {
+  if (!std::exchange(faces_reported_, false)) return;
+  landmarks_ = std::make_shared<tessera::TesseraOut>();
 }
 
 // After everything that knows the faces' places.
@@ -169,7 +173,6 @@ void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &
   const BeautyStrength strength = applied_.SkinStrength();
   if (!strength.Any()) return;
   Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces_.Found()); });
-  times.vision += times[Stage::kSkin];
   if (!times.skin_found) return;
   Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
 }

@@ -65,11 +65,12 @@ class Engine {
   void SetLegRange(float top, float bottom, int direction);
   void SetGroup(const std::string &text, bool is_group);
 
-  // From now on the host is told of faces, so they are looked for even when nothing is drawn on them.
+  // Whether the host listens. While it does it is told of every look for faces, whatever that was for.
   void ReportFaces(bool report) { reports_faces_ = report; }
   void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
   void SetVisionParams(const std::string &json);
-  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones.
+  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones. When the looking
+  // ends they come once more, without a result.
   std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
 
   // Commands that change effects wait for a batch's end, too.
@@ -87,9 +88,9 @@ class Engine {
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
-  FaceNeed NeedOfFaces() const;
   void RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void EndFaceReports();
   void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
@@ -103,6 +104,7 @@ class Engine {
   bool reports_faces_ = false;
   FaceFinder faces_;
   std::shared_ptr<tessera::TesseraOut> landmarks_;
+  bool faces_reported_ = false;  // since the looking last began
 
   LXBodySlimmingStatus slimming_status_ = kSlimmingIdle;
   LXBodySlimmingStatus told_slimming_status_ = kSlimmingIdle;

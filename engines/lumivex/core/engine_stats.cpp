@@ -28,18 +28,19 @@ void TimeSum::Add(float milliseconds) {
 
 void EngineStats::AddFrame(const FrameTimes &times) {
   beauty_.Add(times.beauty);
+  skin_frames_ += times.skin_found;
   for (size_t i = 0; i < kStageCount; ++i) {
     if (times.stages[i] >= 0.0f) stages_[i].Add(times.stages[i]);
   }
-  if (times[Stage::kSkin] < 0.0f && times[Stage::kFaces] < 0.0f) return;
+  if (times[Stage::kFaces] < 0.0f) return;
   vision_in_frames_.Add(times.vision);
   vision_.Add(times.vision);
-  skin_frames_ += times.skin_found;
-  face_frames_ += times[Stage::kFaces] >= 0.0f && times.faces > 0;
+  face_frames_ += times.faces > 0;
 }
 
 void EngineStats::Clear() {
   failed_ = 0;
+  skin_frames_ = 0;
   beauty_ = {};
   vision_in_frames_ = {};
   stages_ = {};
@@ -50,19 +51,15 @@ std::string EngineStats::Text() const {
   for (size_t i = 0; i < kStageCount; ++i) {
     if (stages_[i].count) stages[kStageNames[i]] = ToJson(stages_[i]);
   }
-  const Json json = {{"engine", "lumivex"},
-                     {"frames", beauty_.count},
-                     {"failed", failed_},
-                     {"beauty", ToJson(beauty_)},
-                     {"tessera", ToJson(vision_in_frames_)},
+  const Json json = {{"engine", "lumivex"},         {"frames", beauty_.count},   {"failed", failed_},
+                     {"skin_frames", skin_frames_}, {"beauty", ToJson(beauty_)}, {"tessera", ToJson(vision_in_frames_)},
                      {"stages", std::move(stages)}};
   return json.dump();
 }
 
 std::string EngineStats::VisionText() const {
   Json json = ToJson(vision_);
-  json["vision"] = "skin chroma, faces";
-  json["skin_frames"] = skin_frames_;
+  json["vision"] = "faces";
   json["face_frames"] = face_frames_;
   return json.dump();
 }

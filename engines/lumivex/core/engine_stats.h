@@ -37,8 +37,8 @@ struct FrameTimes {
   float operator[](Stage stage) const { return stages[static_cast<size_t>(stage)]; }
 
   std::array<float, kStageCount> stages;
-  float vision = 0.0f;
-  float beauty = 0.0f;
+  float vision = 0.0f;  // spent on faces
+  float beauty = 0.0f;  // all the rest
   bool skin_found = false;
   size_t faces = 0;  // found last
 };
@@ -57,18 +57,18 @@ class EngineStats {
  public:
   void AddFrame(const FrameTimes &times);
   void AddFailure() { ++failed_; }
-  void Clear();  // all but the vision step's figures, which count from the engine's start
+  void Clear();  // all but the figures of the search for faces, which count from the engine's start
 
   std::string Text() const;
   std::string VisionText() const;
 
  private:
   uint64_t failed_ = 0;
+  uint64_t skin_frames_ = 0;
   TimeSum beauty_;
   TimeSum vision_in_frames_;
   std::array<TimeSum, kStageCount> stages_;
   TimeSum vision_;
-  uint64_t skin_frames_ = 0;
   uint64_t face_frames_ = 0;
 };
 

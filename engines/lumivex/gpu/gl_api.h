@@ -4,42 +4,44 @@
 
 #include <GL/glcorearb.h>
 
+#include "vanta_base/gl_functions.h"
+
 namespace lumivex {
 
-struct GlApi {
-  PFNGLGENTEXTURESPROC GenTextures;
-  PFNGLDELETETEXTURESPROC DeleteTextures;
-  PFNGLBINDTEXTUREPROC BindTexture;
-  PFNGLACTIVETEXTUREPROC ActiveTexture;
-  PFNGLTEXIMAGE2DPROC TexImage2D;
-  PFNGLTEXSUBIMAGE2DPROC TexSubImage2D;
-  PFNGLTEXPARAMETERIPROC TexParameteri;
-  PFNGLPIXELSTOREIPROC PixelStorei;
-  PFNGLGENFRAMEBUFFERSPROC GenFramebuffers;
-  PFNGLDELETEFRAMEBUFFERSPROC DeleteFramebuffers;
-  PFNGLBINDFRAMEBUFFERPROC BindFramebuffer;
-  PFNGLFRAMEBUFFERTEXTURE2DPROC FramebufferTexture2D;
-  PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus;
-  PFNGLVIEWPORTPROC Viewport;
-  PFNGLCREATESHADERPROC CreateShader;
-  PFNGLSHADERSOURCEPROC ShaderSource;
-  PFNGLCOMPILESHADERPROC CompileShader;
-  PFNGLDELETESHADERPROC DeleteShader;
-  PFNGLCREATEPROGRAMPROC CreateProgram;
-  PFNGLATTACHSHADERPROC AttachShader;
-  PFNGLLINKPROGRAMPROC LinkProgram;
-  PFNGLGETPROGRAMIVPROC GetProgramiv;
-  PFNGLDELETEPROGRAMPROC DeleteProgram;
-  PFNGLUSEPROGRAMPROC UseProgram;
-  PFNGLGETUNIFORMLOCATIONPROC GetUniformLocation;
-  PFNGLUNIFORM1IPROC Uniform1i;
-  PFNGLUNIFORM4FPROC Uniform4f;
-  PFNGLGENVERTEXARRAYSPROC GenVertexArrays;
-  PFNGLDELETEVERTEXARRAYSPROC DeleteVertexArrays;
-  PFNGLBINDVERTEXARRAYPROC BindVertexArray;
-  PFNGLDRAWARRAYSPROC DrawArrays;
+struct GlApi : vanta::GlFunctions {
+  using GlFunctions::GlFunctions;
 
-  bool complete;  // every function was found
+  PFNGLGENTEXTURESPROC GenTextures = Find("glGenTextures");
+  PFNGLDELETETEXTURESPROC DeleteTextures = Find("glDeleteTextures");
+  PFNGLBINDTEXTUREPROC BindTexture = Find("glBindTexture");
+  PFNGLACTIVETEXTUREPROC ActiveTexture = Find("glActiveTexture");
+  PFNGLTEXIMAGE2DPROC TexImage2D = Find("glTexImage2D");
+  PFNGLTEXSUBIMAGE2DPROC TexSubImage2D = Find("glTexSubImage2D");
+  PFNGLTEXPARAMETERIPROC TexParameteri = Find("glTexParameteri");
+  PFNGLPIXELSTOREIPROC PixelStorei = Find("glPixelStorei");
+  PFNGLGENFRAMEBUFFERSPROC GenFramebuffers = Find("glGenFramebuffers");
+  PFNGLDELETEFRAMEBUFFERSPROC DeleteFramebuffers = Find("glDeleteFramebuffers");
+  PFNGLBINDFRAMEBUFFERPROC BindFramebuffer = Find("glBindFramebuffer");
+  PFNGLFRAMEBUFFERTEXTURE2DPROC FramebufferTexture2D = Find("glFramebufferTexture2D");
+  PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus = Find("glCheckFramebufferStatus");
+  PFNGLVIEWPORTPROC Viewport = Find("glViewport");
+  PFNGLCREATESHADERPROC CreateShader = Find("glCreateShader");
+  PFNGLSHADERSOURCEPROC ShaderSource = Find("glShaderSource");
+  PFNGLCOMPILESHADERPROC CompileShader = Find("glCompileShader");
+  PFNGLDELETESHADERPROC DeleteShader = Find("glDeleteShader");
+  PFNGLCREATEPROGRAMPROC CreateProgram = Find("glCreateProgram");
+  PFNGLATTACHSHADERPROC AttachShader = Find("glAttachShader");
+  PFNGLLINKPROGRAMPROC LinkProgram = Find("glLinkProgram");
+  PFNGLGETPROGRAMIVPROC GetProgramiv = Find("glGetProgramiv");
+  PFNGLDELETEPROGRAMPROC DeleteProgram = Find("glDeleteProgram");
+  PFNGLUSEPROGRAMPROC UseProgram = Find("glUseProgram");
+  PFNGLGETUNIFORMLOCATIONPROC GetUniformLocation = Find("glGetUniformLocation");
+  PFNGLUNIFORM1IPROC Uniform1i = Find("glUniform1i");
+  PFNGLUNIFORM4FPROC Uniform4f = Find("glUniform4f");
+  PFNGLGENVERTEXARRAYSPROC GenVertexArrays = Find("glGenVertexArrays");
+  PFNGLDELETEVERTEXARRAYSPROC DeleteVertexArrays = Find("glDeleteVertexArrays");
+  PFNGLBINDVERTEXARRAYPROC BindVertexArray = Find("glBindVertexArray");
+  PFNGLDRAWARRAYSPROC DrawArrays = Find("glDrawArrays");
 };
 
 const GlApi &Gl();

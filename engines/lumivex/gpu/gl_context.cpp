@@ -8,7 +8,7 @@ std::shared_ptr<GlContext> GlContext::Create() {
   vanta_host_gl_context *context = vanta_host_gl_context_create();
   if (!context) return nullptr;
   std::shared_ptr<GlContext> made(new GlContext(context));
-  return Gl().complete ? made : nullptr;
+  return Gl().Missing() ? nullptr : made;
 }
 
 GlContext::~GlContext() {

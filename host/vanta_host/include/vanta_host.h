@@ -48,15 +48,20 @@ VANTA_HOST_C_API void vanta_host_detach(void);
 
 enum vanta_host_switch {
   VANTA_SWITCH_ASYNC_BEAUTY,        /* EnableAsyncBeautyOption: commands go through the worker's queue. Default on */
-  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext. Default on: frames stay on the GPU where they can */
-  VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow. Default on */
-  VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp. Default on */
+  VANTA_SWITCH_CREATE_GL_CONTEXT,   /* EnableCreateLXGLContext: frames stay on the GPU where they can. Default
+                                     * automatic: on, but off from the creation of a filter on where the renderer is
+                                     * software (llvmpipe, softpipe, swrast), until vanta_host_set_switch has told */
+  VANTA_SWITCH_DESTROY_GL_WINDOW,   /* EnableDestroyGLFWWindow: a worker's window goes with the worker. Default on */
+  VANTA_SWITCH_FRAME_FLIP,          /* EnableOBSFrameFilp: a frame's own flip joins the orientation. Default on */
   VANTA_SWITCH_JUMP_TEXTURE_RENDER, /* JumpTextureRenderEnable: skip the unread chain render. Default on */
   VANTA_SWITCH_ASYNC_GPU_MAP,       /* EnableAsyncGpuTextureMap, while textures can be shared. Default on */
   VANTA_SWITCH_FACE_POINT_BY_LX,    /* FacePointByLX. Default off: the landmark filter finds the points */
   VANTA_SWITCH_COUNT
 };
+/* `which` is one of the above; any other number changes nothing. The module asks at moments of its own: the GL switches
+ * when a filter comes and goes, the map when a landmark worker starts, the others for each frame or command. */
 VANTA_HOST_C_API void vanta_host_set_switch(enum vanta_host_switch which, bool on);
+/* How the switch stands now, an automatic one as it was decided last. False past the end. */
 VANTA_HOST_C_API bool vanta_host_get_switch(enum vanta_host_switch which);
 /* The switch's short name for options and reports, in the order above: "async-commands", "gl-context",
  * "destroy-gl-window", "frame-flip", "skip-chain-render", "async-gpu-map", "engine-face-points"; NULL past the end. */
@@ -70,6 +75,7 @@ enum vanta_host_flag {
   VANTA_FLAG_DEINTERLACE,             /* a deinterlaced source has been seen; the module never clears it */
   VANTA_FLAG_COUNT
 };
+/* All are clear at first. `which` is one of the above; any other number changes nothing, and reads as false. */
 VANTA_HOST_C_API void vanta_host_set_flag(enum vanta_host_flag which, bool on);
 VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 
@@ -77,16 +83,18 @@ VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 
 struct vanta_host_worker {
   uint64_t id;           /* operating-system thread id */
-  char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ... */
+  char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ...; UTF-8, NUL-terminated */
   bool busy;             /* at work on something, by its last word */
   uint64_t timestamp_ns; /* os_gettime_ns() of its last sign of life; 0: idle */
 };
-/* Fills at most `capacity` entries, in the order in which the workers began; returns how many workers there are. */
+/* Fills at most `capacity` entries of `out`, in the order in which the workers began; returns how many workers there
+ * are, which may be more. NULL for `out`: the number alone. */
 VANTA_HOST_C_API size_t vanta_host_get_workers(struct vanta_host_worker *out, size_t capacity);
-/* A worker that stays on one frame for longer is logged (a warning), once for that frame. It is found within a quarter
- * of the limit or a second, whichever is less. Default 5000 ms; 0 switches it off. */
+/* A worker that stays on one frame for longer than `busy_ms` milliseconds is logged (a warning), once for that frame.
+ * It is found within a quarter of the limit or a second, whichever is less. Default 5000; 0 switches it off. */
 VANTA_HOST_C_API void vanta_host_set_watchdog_ms(uint32_t busy_ms);
-/* How long each of the three ...ThreadSleep hooks blocks after a frame. Default 0. */
+/* How long each of the three ...ThreadSleep hooks blocks after a frame, in microseconds: that of the beauty workers, of
+ * the landmark workers and of the landmark filter's GPU workers. Default 0: not at all. */
 VANTA_HOST_C_API void vanta_host_set_worker_sleep_us(uint32_t beauty_us, uint32_t landmark_us,
                                                      uint32_t landmark_gpu_us);
 /* On: landmark workers that begin from now on are batch work for the system's scheduler. The open vision runner looks
@@ -96,20 +104,23 @@ VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 
 /* ---- Reports ---- */
 
-/* `body` is valid during the call only; `time_ns` is when the report was made. Called on a thread of the host layer's
- * own, a little after, one report after the other in the order of the history: without a lock held and outside
- * graphics, so that a subscriber may send commands and enter graphics. A subscriber that is 4096 reports behind loses
- * the oldest of them, and the log tells how many. */
+/* `param` is the one that came with the subscription. `report_id` says which report it is (8, 12, 19), `body` is its
+ * text in UTF-8, JSON or a plain sentence by id, and valid during the call only; `time_ns` is os_gettime_ns() when the
+ * report was made. Called on a thread of the host layer's own, a little after, one report after the other in the order
+ * of the history: without a lock held and outside graphics, so that a subscriber may send commands and enter graphics.
+ * A subscriber that is 4096 reports behind loses the oldest of them, and the log tells how many. */
 typedef void (*vanta_host_report_cb)(void *param, int32_t report_id, const char *body, uint64_t time_ns);
-/* One subscriber; NULL unsubscribes. The former one is first given the reports that came before; on return it is in no
- * call any more, so its `param` may go. The caller holds nothing that the former one may wait for. A call from inside a
- * subscriber does not wait, and the former one is given no more. A subscriber that calls libobs goes before
- * obs_shutdown(). */
+/* One subscriber; a `callback` of NULL unsubscribes. `param` is handed to it as it is. The former one is first given
+ * the reports that came before; on return it is in no call any more, so its `param` may go. The caller holds nothing
+ * that the former one may wait for. A call from inside a subscriber does not wait, and the former one is given no more.
+ * A subscriber that calls libobs goes before obs_shutdown(). */
 VANTA_HOST_C_API void vanta_host_set_report_callback(vanta_host_report_cb callback, void *param);
-/* The history holds the newest 256 reports. Index 0 is the oldest kept. `body` is cut to `size` with its terminator,
- * between UTF-8 characters. Each of the three outputs may be NULL. False past the end. */
+/* The history holds the newest 256 reports. `index` 0 is the oldest kept. `body` is cut to `size` bytes with its
+ * terminator, between UTF-8 characters; `time_ns` is os_gettime_ns() when the report was made. Each of the three
+ * outputs may be NULL. False past the end. */
 VANTA_HOST_C_API bool vanta_host_get_report(size_t index, int32_t *report_id, char *body, size_t size,
                                             uint64_t *time_ns);
+/* Empties the history. The subscriber still gets what came before. */
 VANTA_HOST_C_API void vanta_host_clear_reports(void);
 
 /* ---- Engine start-up and the pass-through ---- */
@@ -127,8 +138,8 @@ VANTA_HOST_C_API bool vanta_host_is_passing_through(void);
  * if the filter's settings ask for the other interop choice; a filter made later starts one with its first frame. Until
  * an engine runs the filter gives no picture; a start that fails lets the pictures pass again. */
 VANTA_HOST_C_API void vanta_host_end_pass_through(void);
-/* The module's control object (an ILumivex *), or NULL before the module has registered a filter. A program that has
- * the module linked in must export its symbols (-rdynamic). */
+/* The module's control object (an ILumivex *, which stays valid while the module is loaded), or NULL before the module
+ * has registered a filter. A program that has the module linked in must export its symbols (-rdynamic). */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
 
 /* ---- Ability handlers ---- */
@@ -150,7 +161,8 @@ VANTA_HOST_C_API void vanta_host_unregister_ability_handler(const void *handler)
  * Every other frame's mark is cleared, since libobs recycles frame records. False when `id` is 0 or `filter` is no
  * filter of the module that sees frames. The caller holds a reference on `filter`, here and below. */
 VANTA_HOST_C_API bool vanta_host_mark_next_frame(obs_source_t *filter, uint32_t id);
-/* The filter's latest dump JSON, valid until its next dump; false when the filter has no such callback or no text. */
+/* The filter's latest dump JSON: `text` in UTF-8, not NUL-terminated by contract, `length` in bytes. Valid until its
+ * next dump; false, with both as they were, when the filter has no such callback or no text. */
 VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char **text, uint32_t *length);
 
 /* ---- Shared textures, for those who draw beside libobs ---- */

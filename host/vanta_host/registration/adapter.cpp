@@ -1,7 +1,5 @@
 #include "registration/adapter.h"
 
-#include <dlfcn.h>
-
 #include <cstring>
 #include <iterator>
 #include <string>
@@ -9,6 +7,7 @@
 #include <graphics/graphics.h>
 #include <obs.h>
 
+#include "textures/gl_api.h"
 #include "textures/utf16.h"
 #include "vanta_base/mutex.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -18,8 +17,6 @@ namespace {
 
 using vanta::Mutex;
 using vanta::MutexLock;
-
-constexpr unsigned kGlRenderer = 0x1F01;  // GL_RENDERER
 
 struct Adapter {
   Mutex mutex;
@@ -37,20 +34,11 @@ std::string KnownName() {
   return adapter.name;
 }
 
-// The library that libobs's graphics module has loaded; the present context must be its.
+// Inside graphics.
 std::string RendererName() {
-  using GetProcAddress = void (*(*)(const char *))();
-  using GetString = const unsigned char *(*)(unsigned);
-  std::string name;
-  void *egl = dlopen("libEGL.so.1", RTLD_LAZY | RTLD_NOLOAD);
-  if (!egl) return name;
-  if (const auto get_proc_address = reinterpret_cast<GetProcAddress>(dlsym(egl, "eglGetProcAddress"))) {
-    if (const auto get_string = reinterpret_cast<GetString>(get_proc_address("glGetString"))) {
-      if (const unsigned char *text = get_string(kGlRenderer)) name = reinterpret_cast<const char *>(text);
-    }
-  }
-  dlclose(egl);
-  return name;
+  const auto get_string = vanta_host::Gl().GetString;
+  const GLubyte *text = get_string ? get_string(GL_RENDERER) : nullptr;
+  return text ? reinterpret_cast<const char *>(text) : "";
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include "registration/adapter.h"
 #include "registration/filter_table.h"
+#include "registration/switches.h"
 #include "textures/gl_context.h"
+#include "vanta_host.h"
 
 namespace vanta_host {
 namespace {
@@ -13,6 +15,7 @@ void *Create(obs_data_t *settings, obs_source_t *source) {
   // The module's workers ask for both, and must not enter the graphics context.
   LearnAdapter();
   LearnRenderer();
+  ChooseGpuOutput(vanta_host_adapter_name());
   return Filters().Create(kType, settings, source);
 }
 

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "vanta_host.h"
+
 namespace vanta_host {
 namespace {
 
@@ -25,26 +27,6 @@ constexpr GlNeed kGlNeeds[] = {{"GL_ARB_sync", {3, 2}}, {"GL_KHR_debug", {4, 3}}
 // Images, made of textures, and contexts beside libobs's own, which have no surface.
 constexpr const char *kEglNeeds[] = {"EGL_KHR_image_base", "EGL_KHR_gl_texture_2D_image",
                                      "EGL_KHR_surfaceless_context"};
-
-template <typename Function>
-bool Load(Function &function, const char *name) {
-  function = reinterpret_cast<Function>(eglGetProcAddress(name));
-  return function != nullptr;
-}
-
-GlApi LoadAll() {
-  GlApi gl{};
-  gl.complete = Load(gl.GetString, "glGetString") && Load(gl.GetStringi, "glGetStringi") &&
-                Load(gl.GenTextures, "glGenTextures") && Load(gl.DeleteTextures, "glDeleteTextures") &&
-                Load(gl.BindTexture, "glBindTexture") && Load(gl.IsTexture, "glIsTexture") &&
-                Load(gl.GetIntegerv, "glGetIntegerv") && Load(gl.TexParameteri, "glTexParameteri") &&
-                Load(gl.GetError, "glGetError") && Load(gl.Flush, "glFlush") && Load(gl.FenceSync, "glFenceSync") &&
-                Load(gl.WaitSync, "glWaitSync") && Load(gl.DeleteSync, "glDeleteSync") &&
-                Load(gl.ObjectLabel, "glObjectLabel") && Load(gl.GetObjectLabel, "glGetObjectLabel") &&
-                Load(gl.ImageTargetTexture2D, "glEGLImageTargetTexture2DOES") &&
-                Load(gl.CreateImage, "eglCreateImageKHR") && Load(gl.DestroyImage, "eglDestroyImageKHR");
-  return gl;
-}
 
 std::string_view TextOf(const void *text) {
   return text ? static_cast<const char *>(text) : "";
@@ -78,7 +60,7 @@ bool HasEglExtension(std::string_view name) {
 
 // For sharing textures; null: nothing. Needs a context.
 const char *WhatIsLacking() {
-  if (!Gl().complete) return "functions";
+  if (const char *function = Gl().Missing()) return function;
   const Version version = VersionOfContext();
   if (version < kListsExtensions) return "OpenGL 3.0";
   for (const GlNeed &need : kGlNeeds)
@@ -91,7 +73,7 @@ const char *WhatIsLacking() {
 }  // namespace
 
 const GlApi &Gl() {
-  static const GlApi gl = LoadAll();
+  static const GlApi gl(vanta_host_gl_function);
   return gl;
 }
 

@@ -1,5 +1,4 @@
-// OpenGL as this library uses it, through the loader that libobs's graphics module works with. That a function is found
-// does not tell that the driver has it: eglGetProcAddress answers for any name.
+// OpenGL as this library uses it, through the loader that libobs's graphics module works with.
 #pragma once
 
 #include <EGL/egl.h>
@@ -8,31 +7,33 @@
 
 #include <string>
 
+#include "vanta_base/gl_functions.h"
+
 namespace vanta_host {
 
 using EglImageTargetTexture2D = void (*)(GLenum target, EGLImageKHR image);
 
-struct GlApi {
-  PFNGLGETSTRINGPROC GetString;
-  PFNGLGETSTRINGIPROC GetStringi;
-  PFNGLGENTEXTURESPROC GenTextures;
-  PFNGLDELETETEXTURESPROC DeleteTextures;
-  PFNGLBINDTEXTUREPROC BindTexture;
-  PFNGLISTEXTUREPROC IsTexture;
-  PFNGLGETINTEGERVPROC GetIntegerv;
-  PFNGLTEXPARAMETERIPROC TexParameteri;
-  PFNGLGETERRORPROC GetError;
-  PFNGLFLUSHPROC Flush;
-  PFNGLFENCESYNCPROC FenceSync;
-  PFNGLWAITSYNCPROC WaitSync;
-  PFNGLDELETESYNCPROC DeleteSync;
-  PFNGLOBJECTLABELPROC ObjectLabel;
-  PFNGLGETOBJECTLABELPROC GetObjectLabel;
-  EglImageTargetTexture2D ImageTargetTexture2D;
-  PFNEGLCREATEIMAGEKHRPROC CreateImage;
-  PFNEGLDESTROYIMAGEKHRPROC DestroyImage;
+struct GlApi : vanta::GlFunctions {
+  using GlFunctions::GlFunctions;
 
-  bool complete;  // every function was found
+  PFNGLGETSTRINGPROC GetString = Find("glGetString");
+  PFNGLGETSTRINGIPROC GetStringi = Find("glGetStringi");
+  PFNGLGENTEXTURESPROC GenTextures = Find("glGenTextures");
+  PFNGLDELETETEXTURESPROC DeleteTextures = Find("glDeleteTextures");
+  PFNGLBINDTEXTUREPROC BindTexture = Find("glBindTexture");
+  PFNGLISTEXTUREPROC IsTexture = Find("glIsTexture");
+  PFNGLGETINTEGERVPROC GetIntegerv = Find("glGetIntegerv");
+  PFNGLTEXPARAMETERIPROC TexParameteri = Find("glTexParameteri");
+  PFNGLGETERRORPROC GetError = Find("glGetError");
+  PFNGLFLUSHPROC Flush = Find("glFlush");
+  PFNGLFENCESYNCPROC FenceSync = Find("glFenceSync");
+  PFNGLWAITSYNCPROC WaitSync = Find("glWaitSync");
+  PFNGLDELETESYNCPROC DeleteSync = Find("glDeleteSync");
+  PFNGLOBJECTLABELPROC ObjectLabel = Find("glObjectLabel");
+  PFNGLGETOBJECTLABELPROC GetObjectLabel = Find("glGetObjectLabel");
+  EglImageTargetTexture2D ImageTargetTexture2D = Find("glEGLImageTargetTexture2DOES");
+  PFNEGLCREATEIMAGEKHRPROC CreateImage = Find("eglCreateImageKHR");
+  PFNEGLDESTROYIMAGEKHRPROC DestroyImage = Find("eglDestroyImageKHR");
 };
 
 const GlApi &Gl();

@@ -208,7 +208,9 @@ std::string SwitchLines() {
     const auto which = static_cast<vanta_host_switch>(i);
     char line[128];
     std::snprintf(line, sizeof(line), "      --%-19s default %s\n", vanta_host_switch_name(which),
-                  vanta_host_get_switch(which) ? "on" : "off");
+                  which == VANTA_SWITCH_CREATE_GL_CONTEXT ? "on where a GPU draws"
+                  : vanta_host_get_switch(which)          ? "on"
+                                                          : "off");
     text += line;
   }
   return text;

@@ -7,7 +7,8 @@ namespace vanta_run {
 std::optional<double> EngineMilliseconds(const std::string &applied) {
   const auto json = nlohmann::json::parse(applied, nullptr, false);
   if (!json.is_object() || !json.contains("beauty_ms") || !json["beauty_ms"].is_number()) return std::nullopt;
-  return json["beauty_ms"].get<double>();
+  const auto faces = json.find("tessera_ms");
+  return json["beauty_ms"].get<double>() + (faces != json.end() && faces->is_number() ? faces->get<double>() : 0.0);
 }
 
 }  // namespace vanta_run

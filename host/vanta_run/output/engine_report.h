@@ -6,7 +6,7 @@
 
 namespace vanta_run {
 
-// Its beauty time; empty where it told none.
+// All the time that it spent on the frame's thread, its search for faces included; empty where it told none.
 std::optional<double> EngineMilliseconds(const std::string &applied);
 
 }  // namespace vanta_run

@@ -2,35 +2,14 @@
 
 #include <util/base.h>
 
-#include <algorithm>
-#include <cstring>
-#include <nlohmann/json.hpp>
 #include <utility>
 
-#include "engine/callbacks/engine_text_log.h"
+#include "engine/engine_start.h"
+#include "engine/tessera_stat_log.h"
 #include "obs/engine_paths.h"
-#include "obs/host_signal.h"
-#include "platform/thread.h"
-#include "vanta_filter/engine/ability_handler.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
-namespace {
-
-constexpr int32_t kReportEngineFailed = 8;
-constexpr char kDefaultBeautyGroup[] = "jingdian";
-
-// A worker's end waits for its engine's, and that may wait for callbacks: what a callback leads to must not wait for
-// the worker.
-template <typename Body>
-auto AsCallback(Body body) {
-  return [body](const auto &...args) {
-    const NoJoinScope no_join;
-    body(args...);
-  };
-}
-
-}  // namespace
 
 LumivexRender::LumivexRender() {
   blog(LOG_INFO, "[beauty] %s %p", "LumivexRender::LumivexRender", static_cast<void *>(this));
@@ -41,6 +20,8 @@ LumivexRender::~LumivexRender() {
   // The host forgets the shared-texture state with each processor.
   SetBeautySharedTexture(false);
   SetBeautySharedTextureFallback(false);
+  faces_.Clear();
+  abilities_.SetSettings(nullptr);
 }
 
 bool LumivexRender::Initialize(uint32_t width, uint32_t height, const std::shared_ptr<GLFWwindow> &gl_window,
@@ -49,86 +30,39 @@ bool LumivexRender::Initialize(uint32_t width, uint32_t height, const std::share
     blog(LOG_ERROR, "[beauty] Initialize  fail width %d,height %d", static_cast<int>(width), static_cast<int>(height));
     return false;
   }
-  FillEngineConfig(width, height, face_beauty_path);
-  CreateEngine(gl_window);
-  SendStartupReport();
-  if (!engine_) {
-    ReportMissingEngine();
-    return false;
-  }
-  SetDefaultBeautyGroup();
-  LX::setDebugAlertMode(0);
-  engine_->setModelPathDic(BuildModelDictionary());
-  engine_->setModelRootPath(ai_path);
-  BindCallbacks();
+  const LXEngineConfig config = MakeEngineConfig(width, height, face_beauty_path);
+  faces_.SetFrameSize(width, height);
+  engine_ = StartEngine(config, gl_window, ai_path);
+  if (!engine_) return false;
+  callbacks_.Bind(*engine_);
   return true;
-}
-
-void LumivexRender::FillEngineConfig(uint32_t width, uint32_t height, const std::string &face_beauty_path) {
-  blog(LOG_INFO, "[beauty] Initialize  LXEngineConfig");
-  LXEngineConfig config{};
-  const size_t length = std::min(face_beauty_path.size(), sizeof(config.path) - 1);
-  std::memcpy(config.path, face_beauty_path.data(), length);
-  config.width = static_cast<int32_t>(width);
-  config.height = static_cast<int32_t>(height);
-  config_ = config;
-}
-
-void LumivexRender::CreateEngine(const std::shared_ptr<GLFWwindow> &gl_window) {
-  blog(LOG_INFO, "[beauty] Initialize  gl_window: %p", static_cast<void *>(gl_window.get()));
-  engine_ = gl_window ? LX::LumivexSync::createEngine(&config_, gl_window) : LX::LumivexSync::createEngine(&config_);
-}
-
-void LumivexRender::SendStartupReport() {
-  const std::string text = nlohmann::json{{"createEngine", engine_ != nullptr}}.dump();
-  HostSignal signal;
-  calldata_set_int(signal.arguments(), "type", 1);
-  calldata_set_string(signal.arguments(), "type_func", "OnLumivexInit");
-  calldata_set_string(signal.arguments(), "data_str", text.c_str());
-  signal.Send("vanta_filter_callback");
-}
-
-void LumivexRender::ReportMissingEngine() {
-  constexpr char kName[] = "LumivexRender::Initialize";
-  blog(LOG_ERROR, "[beauty] %s LX::LumivexSync::createEngine is null,maybe gpu driver is not install ", kName);
-  blog(LOG_ERROR, "[beauty] %s Beauty && Magic effect is not effective", kName);
-  const nlohmann::json report = {{"createEngine", "failed"}, {"data", "gpu driver is null"}};
-  blog_user_define_data_report(kReportEngineFailed, report.dump().c_str());
-}
-
-void LumivexRender::SetDefaultBeautyGroup() {
-  LXGroupConfig group{};
-  std::memcpy(group.path, kDefaultBeautyGroup, sizeof(kDefaultBeautyGroup));
-  engine_->setBeautyGroupPath(group);
-}
-
-void LumivexRender::BindCallbacks() {
-  engine_->setTesseraCpuDataFunc(AsCallback([this](const CpuData &data) { TesseraCpuDataCallback(data); }));
-  engine_->setTesseraUploadStatsCallBack(
-      AsCallback([](const std::string &text) { LogEngineText("setTesseraUploadStatsCallBack", text); }), std::string());
-  engine_->setTesseraPostReportCallBack(AsCallback([](const std::string &first, const std::string &second) {
-    LogEngineText("setTesseraPostReportCallBack", first);
-    LogEngineText("setTesseraPostReportCallBack", second);
-  }));
-  engine_->setTesseraLogCallBack(AsCallback([](const std::string &first, const std::string &second) {
-    LogEngineText("setTesseraLogCallBack", first);
-    LogEngineText("setTesseraLogCallBack", second);
-  }));
-  engine_->setGameDataCallback(AsCallback([this](const LX::BoomGameData &data) { GameDataCallback(data); }));
-  engine_->setBodySlimmingStatusCallback(
-      AsCallback([this](LXBodySlimmingStatus status) { BodySlimmingStatusCallback(status); }));
-  engine_->setEffectDescriptionCallback(
-      AsCallback([this](const std::string &desc, bool success) { MagicFaceCallBack(desc, success); }));
 }
 
 void LumivexRender::SetOBSData(obs_data_t *settings, obs_source_t *parent) {
   blog(LOG_INFO, "LumivexRender[%p] SetOBSData", static_cast<void *>(this));
-  OBSData kept(settings);
-  {
-    MutexLock lock(settings_mutex_);
-    std::swap(settings_, kept);
-  }
-  parent_.store(parent, std::memory_order_relaxed);
+  abilities_.SetSettings(settings);
+  faces_.SetParent(parent);
+}
+
+std::shared_ptr<LX::FrameData> LumivexRender::ProcessFrameData(std::shared_ptr<LX::FrameData> data) {
+  if (!engine_) return nullptr;
+  data->pixel_format = interop_.FormatToAsk(engine_.get());
+  std::shared_ptr<LX::FrameData> result = engine_->processFrameData(std::move(data));
+  if (result) interop_.RecordDelivery(*result);
+  TesseraStatLog::CountFrame(*engine_);
+  return result;
+}
+
+std::string LumivexRender::GetStats() {
+  return engine_ ? engine_->getStats() : std::string();
+}
+
+void LumivexRender::ClearStats() {
+  if (engine_) engine_->clearStats();
+}
+
+void LumivexRender::GetTesseraStat() {
+  if (engine_) TesseraStatLog::Write(*engine_);
 }
 
 // ---- Commands that reach the engine unchanged ----
@@ -219,38 +153,17 @@ void LumivexRender::SetModelRootPath(std::string path) {
 
 void LumivexRender::SetMagicEffectWithEvent(std::string path, LXEffectSlot slot, bool flag,
                                             const std::string &event_name) {
-  {
-    MutexLock lock(event_mutex_);
-    event_name_ = event_name;
-  }
+  callbacks_.SetEventName(event_name);
   SetMagicEffectWithPath(std::move(path), slot, flag);
 }
 
 void LumivexRender::SetMagicEffectWithPath(std::string path, LXEffectSlot slot, bool flag) {
-  if (slot == kMainEffectSlot) {
-    if (path.empty()) {
-      ClearMagicDisableFlags();
-    } else {
-      if (magic_main_path_ != path) magic_main_path_ = path;
-      blog(LOG_INFO, "magic_main_path_= %s", magic_main_path_.c_str());
-    }
-  } else if (slot == kRecognitionGiftSlot) {
-    if (path.empty()) {
-      // The gift is over: the main effect comes back.
-      path = magic_main_path_;
-      slot = kMainEffectSlot;
-    } else {
-      if (magic_recognition_gift_path_ != path) magic_recognition_gift_path_ = path;
-      blog(LOG_INFO, "magic_recognition_gift_path_= %s", magic_recognition_gift_path_.c_str());
-    }
-  } else {
-    blog(LOG_WARNING, "no slot type= %d", static_cast<int>(slot));
-  }
-  if (engine_) engine_->setMagicEffectWithPath(std::move(path), slot, flag);
+  SlotEffect effect = slots_.Choose(std::move(path), slot);
+  if (engine_) engine_->setMagicEffectWithPath(std::move(effect.path), effect.slot, flag);
 }
 
 void LumivexRender::CancelMagicEffect() {
-  ClearMagicDisableFlags();
+  slots_.ClearMagicDisableFlags();
   if (engine_) engine_->cancelMagicEffect();
 }
 
@@ -267,16 +180,12 @@ void LumivexRender::SetBasicAdjustIntensity(int32_t, float) {}
 void LumivexRender::LoadInteractiveBoxResource(const std::string &path) {
   if (path.empty()) return;
   if (engine_) engine_->loadInteractiveBoxResource(path);
-  blog(LOG_INFO, "[beauty][MagicTreasureChest] PostSignalAfterLoadInteractiveBoxResource");
-  if (ILiveEffectJsonAbilityHandler *handler = FindAbilityHandler())
-    handler->PostSignalAfterLoadInteractiveBoxResource();
+  abilities_.PostBoxLoaded();
 }
 
 void LumivexRender::UnloadInteractiveBoxResource() {
   if (engine_) engine_->unloadInteractiveBoxResource();
-  blog(LOG_INFO, "[beauty][MagicTreasureChest] PostSignalAfterUnloadInteractiveBoxResource");
-  if (ILiveEffectJsonAbilityHandler *handler = FindAbilityHandler())
-    handler->PostSignalAfterUnloadInteractiveBoxResource();
+  abilities_.PostBoxUnloaded();
 }
 
 }  // namespace vanta

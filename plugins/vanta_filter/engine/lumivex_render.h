@@ -1,4 +1,4 @@
-// `LumivexRender` wraps one effect engine: it starts it, binds its callbacks and forwards the 27 commands to it.
+// `LumivexRender` is one effect engine as the worker drives it: the 27 commands and a frame, each forwarded to it.
 #pragma once
 
 #include <atomic>
@@ -6,22 +6,20 @@
 #include <map>
 #include <memory>
 #include <obs.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "face_points/face_points.h"
-#include "vanta_base/mutex.h"
+#include "engine/callbacks/ability_calls.h"
+#include "engine/callbacks/engine_faces.h"
+#include "engine/callbacks/lumivex_callbacks.h"
+#include "engine/effect_slots.h"
+#include "engine/interop_choice.h"
 #include "vanta_filter/engine/i_faceless.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
-class ILiveEffectJsonAbilityHandler;
-
 namespace vanta {
 
-struct AbilityRequest;
-
-// Owns: the engine, a reference to the settings. Borrows: the parent source.
+// Owns: the engine. Borrows: the parent source. What else belongs to an engine stands in the parts that it names below.
 // Threads: every operation with the worker's render_mutex held, except the static ones [any] and the engine's
 // callbacks [engine]; a callback never takes render_mutex. Without an engine every operation is a silent no-op.
 class LumivexRender : public IFaceless {
@@ -41,15 +39,15 @@ class LumivexRender : public IFaceless {
   // Null without an engine and when the engine failed. Chooses between shared texture and memory first.
   std::shared_ptr<LX::FrameData> ProcessFrameData(std::shared_ptr<LX::FrameData> data);
   // May block for 500 ms, once for each processor.
-  bool IsNVDXInteropUsable();
+  bool IsNVDXInteropUsable() { return interop_.IsUsable(engine_.get()); }
   // Refuses the shared-texture path for the rest of the process.
-  static void FallbackToNV12();
-  static bool IsFallbackToNV12();
-  void SetNoGreenMatting(bool on);
+  static void FallbackToNV12() { InteropChoice::FallbackToNV12(); }
+  static bool IsFallbackToNV12() { return InteropChoice::IsFallbackToNV12(); }
+  void SetNoGreenMatting(bool on) { InteropChoice::SetNoGreenMatting(on); }
   std::string GetStats();
   void ClearStats();
   void GetTesseraStat();
-  int32_t GetFaceCount() const { return face_count_.load(std::memory_order_relaxed); }
+  int32_t GetFaceCount() const { return faces_.Count(); }
 
   void SetModelPathDic(const std::map<std::string, std::string> &path_dic) override;
   void SetModelRootPath(std::string path) override;
@@ -86,45 +84,12 @@ class LumivexRender : public IFaceless {
   std::atomic<bool> skip_lumivex_{false};  // frames pass through
 
  private:
-  void FillEngineConfig(uint32_t width, uint32_t height, const std::string &face_beauty_path);
-  void CreateEngine(const std::shared_ptr<GLFWwindow> &gl_window);
-  void SendStartupReport();
-  void ReportMissingEngine();
-  void SetDefaultBeautyGroup();
-  void BindCallbacks();
-  void RecordDelivery(const LX::FrameData &result);
-  void CountForTesseraStat();
-
-  // Callbacks of the engine, in the order in which they are bound.
-  using CpuData = std::shared_ptr<std::map<std::string, std::shared_ptr<tessera::Any>>>;
-  void TesseraCpuDataCallback(const CpuData &data);
-  void GameDataCallback(const LX::BoomGameData &data);
-  void BodySlimmingStatusCallback(LXBodySlimmingStatus status);
-  void MagicFaceCallBack(const std::string &desc, bool success);
-
-  void ClearMagicDisableFlags();
-  void PostGameData(const std::string &text, const AbilityRequest &request);
-  std::string EventName();
-  // The host's handler, or null after a line that says so.
-  ILiveEffectJsonAbilityHandler *FindAbilityHandler();
-
-  std::shared_ptr<LX::LumivexSync> engine_;
-  std::optional<bool> interop_answer_;  // unset: not asked yet
-  std::string magic_main_path_;
-  std::string magic_recognition_gift_path_;
-  std::atomic<obs_source_t *> parent_{nullptr};  // never followed: its address marks the faces that come from it
-  LXEngineConfig config_{};
-  const int32_t orientation_ = 0;  // degrees by which faces turn; the engine gets its frames upright
-
-  Mutex settings_mutex_;  // a leaf: callbacks read the settings on the engine's threads
-  OBSData settings_ VANTA_GUARDED_BY(settings_mutex_);
-
-  Mutex event_mutex_;                                      // a leaf: callbacks read the name that a command writes
-  std::string event_name_ VANTA_GUARDED_BY(event_mutex_);  // of the host event that an effect's end must set
-
-  Mutex face_mutex_;                                     // taken by the callback alone, around parsing and publishing
-  FacePointResult faces_ VANTA_GUARDED_BY(face_mutex_);  // of the last callback
-  std::atomic<int32_t> face_count_{0};
+  InteropChoice interop_;
+  EffectSlots slots_;
+  AbilityCalls abilities_;
+  EngineFaces faces_;
+  LumivexCallbacks callbacks_{abilities_, faces_};
+  std::shared_ptr<LX::LumivexSync> engine_;  // the last member: it may call back while it ends
 };
 
 }  // namespace vanta

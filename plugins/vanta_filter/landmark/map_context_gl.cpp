@@ -7,6 +7,7 @@
 #include <util/base.h>
 
 #include "landmark/map_context.h"
+#include "vanta_base/gl_functions.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/textures/host_gl.h"
 
@@ -34,33 +35,19 @@ constexpr uint32_t kAcquireWaitMs = 200;
 constexpr uint32_t kBytesPerPixel = 4;
 
 // All of OpenGL 3.0; the host's contexts are of 3.3 or later.
-struct GlApi {
-  PFNGLGENFRAMEBUFFERSPROC GenFramebuffers;
-  PFNGLBINDFRAMEBUFFERPROC BindFramebuffer;
-  PFNGLFRAMEBUFFERTEXTURE2DPROC FramebufferTexture2D;
-  PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus;
-  PFNGLREADPIXELSPROC ReadPixels;
-  PFNGLGETERRORPROC GetError;
-  bool complete;  // every function was found
+struct GlApi : GlFunctions {
+  using GlFunctions::GlFunctions;
+
+  PFNGLGENFRAMEBUFFERSPROC GenFramebuffers = Find("glGenFramebuffers");
+  PFNGLBINDFRAMEBUFFERPROC BindFramebuffer = Find("glBindFramebuffer");
+  PFNGLFRAMEBUFFERTEXTURE2DPROC FramebufferTexture2D = Find("glFramebufferTexture2D");
+  PFNGLCHECKFRAMEBUFFERSTATUSPROC CheckFramebufferStatus = Find("glCheckFramebufferStatus");
+  PFNGLREADPIXELSPROC ReadPixels = Find("glReadPixels");
+  PFNGLGETERRORPROC GetError = Find("glGetError");
 };
 
-template <typename Function>
-bool Load(Function &function, const char *name) {
-  function = reinterpret_cast<Function>(vanta_host_gl_function(name));
-  return function != nullptr;
-}
-
-GlApi LoadAll() {
-  GlApi gl{};
-  gl.complete = Load(gl.GenFramebuffers, "glGenFramebuffers") && Load(gl.BindFramebuffer, "glBindFramebuffer") &&
-                Load(gl.FramebufferTexture2D, "glFramebufferTexture2D") &&
-                Load(gl.CheckFramebufferStatus, "glCheckFramebufferStatus") && Load(gl.ReadPixels, "glReadPixels") &&
-                Load(gl.GetError, "glGetError");
-  return gl;
-}
-
 const GlApi &Gl() {
-  static const GlApi gl = LoadAll();
+  static const GlApi gl(vanta_host_gl_function);
   return gl;
 }
 
@@ -119,7 +106,7 @@ void Destroy(Object **object, const char *format) {
 
 bool CreateD3DDevice(TextureDevice **device, TextureDeviceContext **context) {
   if (!device || !context) return false;
-  if (!Gl().complete) {
+  if (Gl().Missing()) {
     blog(LOG_ERROR, "Failed to load OpenGL procedures");
     return false;
   }

@@ -29,6 +29,8 @@ EglFunction DriversFunction(const char *name) {
 const GLubyte *GetString(GLenum name) {
   if (script && name == GL_VERSION && !script->version.empty())
     return reinterpret_cast<const GLubyte *>(script->version.c_str());
+  if (script && name == GL_RENDERER && !script->renderer.empty())
+    return reinterpret_cast<const GLubyte *>(script->renderer.c_str());
   return reinterpret_cast<PFNGLGETSTRINGPROC>(DriversFunction("glGetString"))(name);
 }
 

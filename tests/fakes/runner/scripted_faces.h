@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "vanta_host.h"
+
 namespace lumivex_test {
 
 struct ScriptedFace {
@@ -40,10 +42,13 @@ struct RunnerScript {
 
 RunnerScript &Script();
 
-// Each test starts with a new script.
+// Each test starts with a new script, and with a host that takes its face points from the engine.
 class WithScriptedRunner : public ::testing::Test {
  protected:
-  WithScriptedRunner() { Script() = {}; }
+  WithScriptedRunner() {
+    Script() = {};
+    vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, true);
+  }
 };
 
 }  // namespace lumivex_test

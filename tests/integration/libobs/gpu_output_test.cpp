@@ -112,7 +112,10 @@ Screenshot Plain(const HostFrame &picture) {
 class GpuChain {
  public:
   GpuChain(const ObsSession &session, const HostFrame &picture)
-      : settings_(OpenInterop()), chain(source.Get(), settings_), plain(Plain(picture)) {
+      : on_gpu_((vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true), true)),
+        settings_(OpenInterop()),
+        chain(source.Get(), settings_),
+        plain(Plain(picture)) {
     SetNeutralPreset(session);
     source.Show();
     EXPECT_TRUE(vanta_test::WaitUntil(
@@ -137,6 +140,7 @@ class GpuChain {
   FedSource source;
 
  private:
+  const bool on_gpu_;  // said before the filter is made: software GL alone would keep the frames in memory
   OBSDataAutoRelease settings_;
 
  public:
@@ -255,6 +259,7 @@ TEST(GpuPath, ServesTwoSourcesAtOnce) {
 // A texture without a label counts as destroyed: shared ones would draw nothing.
 TEST(GpuPath, LeadsThroughMemoryWhereTheDriverHasNoLabels) {
   const vanta_test::ScriptedDriver driver({{"GL_KHR_debug"}, "4.2"});
+  vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true);
   const ObsSession session;
   const HostFrame picture = MakeFrame(kFirst);
   const Screenshot plain = Plain(picture);
@@ -354,6 +359,25 @@ TEST(FailingTexture, ThatTheEngineReplacesByMemoryIsShownFromThere) {
       "a frame in memory"));
   EXPECT_TRUE(gpu.ShowsPlain(picture));
   EXPECT_TRUE(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE)) << "the next frame is asked for on the GPU again";
+}
+
+// Nobody has said where frames go: on software GL that is memory.
+TEST(GpuPath, IsLeftAloneOnSoftwareGlUnlessItIsAskedFor) {
+  const ObsSession session;
+  const HostFrame picture = MakeFrame(kFirst);
+  const Screenshot plain = Plain(picture);
+  SetNeutralPreset(session, 0.5f);
+  const vanta_test::LogCapture log;
+  FedSource source;
+  const OBSDataAutoRelease settings = OpenInterop();
+  BeautyChain chain(source.Get(), settings);
+  source.Show();
+  EXPECT_TRUE(FeedUntilShown(
+      source, chain, picture,
+      [&](const Screenshot &shot) { return !NothingDrawn(shot) && MeanDifference(shot, plain) >= 2 * kSame; },
+      "the engine's picture"));
+  EXPECT_TRUE(log.Has(LOG_INFO, "[beauty] EnableCreateLXGLContext is false"));
+  EXPECT_FALSE(vanta_host_get_flag(VANTA_FLAG_SHARED_TEXTURE));
 }
 
 class PixelBufferFormats : public testing::TestWithParam<int> {};

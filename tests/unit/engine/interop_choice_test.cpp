@@ -1,12 +1,12 @@
 // The choice between shared texture and memory, with its process-wide state: a process for each case.
-#include "engine/lumivex_render.h"
+#include "engine/interop_choice.h"
+
 #include "fixtures/module/render_fixture.h"
 #include "fixtures/process/log_capture.h"
 
 namespace {
 
 using namespace vanta_test;
-using vanta::LumivexRender;
 
 using vanta_test::kInfo;
 
@@ -90,14 +90,14 @@ TEST_F(InteropChoice, AnotherFormatThanAskedRaisesTheFallbackFlagAndLeavesTheAns
 TEST_F(InteropChoice, AfterAFallBackFramesGoWithoutANewProbe) {
   Answer(true, 5);
   Format();
-  LumivexRender::FallbackToNV12();
+  vanta::InteropChoice::FallbackToNV12();
   EXPECT_EQ(Format(), -1);
   EXPECT_EQ(scripted_engine::Count("isNVDXInteropSupported"), 1u);
 }
 
 TEST_F(InteropChoice, AfterAFallBackEveryFrameOfAnOffPathRaisesTheFlag) {
   Format();
-  LumivexRender::FallbackToNV12();
+  vanta::InteropChoice::FallbackToNV12();
   Format();
   Format();
   EXPECT_EQ(host_double::Count("SetBeautySharedTextureFallback(1)"), 2u);
@@ -105,16 +105,16 @@ TEST_F(InteropChoice, AfterAFallBackEveryFrameOfAnOffPathRaisesTheFlag) {
 }
 
 TEST_F(InteropChoice, AfterAFallBackANewProcessorIsNotAsked) {
-  LumivexRender::FallbackToNV12();
+  vanta::InteropChoice::FallbackToNV12();
   EXPECT_EQ(Format(), -1);
   EXPECT_EQ(scripted_engine::Count("isNVDXInteropSupported"), 0u);
 }
 
 TEST_F(InteropChoice, FallBackIsLoggedOnceForTheProcess) {
-  EXPECT_FALSE(LumivexRender::IsFallbackToNV12());
-  LumivexRender::FallbackToNV12();
-  LumivexRender::FallbackToNV12();
-  EXPECT_TRUE(LumivexRender::IsFallbackToNV12());
+  EXPECT_FALSE(vanta::InteropChoice::IsFallbackToNV12());
+  vanta::InteropChoice::FallbackToNV12();
+  vanta::InteropChoice::FallbackToNV12();
+  EXPECT_TRUE(vanta::InteropChoice::IsFallbackToNV12());
   EXPECT_EQ(log_.Count("[lx_enable_nvdx_interop] FallbackToNV12"), 1u);
 }
 
@@ -145,34 +145,8 @@ TEST_F(InteropChoice, SharedTextureComesBeforeTheMattingRequest) {
   Answer(true, 5);
   processor_->SetNoGreenMatting(true);
   EXPECT_EQ(Format(), 5);
-  LumivexRender::FallbackToNV12();
+  vanta::InteropChoice::FallbackToNV12();
   EXPECT_EQ(Format(), 4);
-}
-
-TEST_F(InteropChoice, RunnersStatisticsComeOnEvery301stCallOverAllProcessors) {
-  scripted_engine::Change([](EngineScript &script) { script.tessera_stat = "faces 2"; });
-  for (int i = 0; i < 200; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  Start();
-  for (int i = 0; i < 100; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 0u);
-  processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, "[beauty][Corvid][Tessera] GetStat faces 2"}}));
-  for (int i = 0; i < 300; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 1u);
-  processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 2u);
-}
-
-TEST_F(InteropChoice, FailedFramesCountForTheStatisticsToo) {
-  scripted_engine::Change([](EngineScript &script) { script.answer = EngineScript::Answer::kNull; });
-  for (int i = 0; i < 301; ++i) processor_->ProcessFrameData(pool_.takeFrameDataNV12(64, 48, 0, 0));
-  EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 1u);
-}
-
-TEST_F(InteropChoice, EmptyRunnerStatisticsAreNotLogged) {
-  processor_->GetTesseraStat();
-  EXPECT_EQ(scripted_engine::Count("getTesseraStat"), 1u);
-  EXPECT_TRUE(host_double::CorvidLines().empty());
 }
 
 }  // namespace

@@ -107,6 +107,13 @@ TEST_F(Processor, CarrierWithoutDataFinishesWithALine) {
   EXPECT_TRUE(log_.Has(kInfo, "[beauty][lumivex] ret_ptr nullptr "));
 }
 
+TEST_F(Processor, RemembersItsSizeWithoutAnEngineToo) {
+  scripted_engine::Change([](EngineScript &script) { script.create = false; });
+  Start(64, 48);
+  EXPECT_EQ(processor_->width(), 64u);
+  EXPECT_EQ(processor_->height(), 48u);
+}
+
 TEST_F(Processor, StatisticsTextComesAndIsCleared) {
   scripted_engine::Change([](EngineScript &script) { script.stats = "{\"n\":1}"; });
   EXPECT_EQ(processor_->GetStats(), "{\"n\":1}");

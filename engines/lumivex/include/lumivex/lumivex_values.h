@@ -84,37 +84,40 @@ inline constexpr DeformModeInfo kDeformModes[kDeformModeCount] = {
     {kDeformMouthSize, "mouth_size", -1.0f, 1.0f, "a larger or smaller mouth"},
 };
 
-// LXLookupInfo::type.
+// LXLookupInfo::type; its intensity is 0 off to 1 whole, its dimension is read from the file.
 inline constexpr int32_t kLookupByFileName = 0;  // ".cube" is a text table, everything else a picture
 inline constexpr int32_t kLookupCube = 1;        // .cube text, 3D
 inline constexpr int32_t kLookupPicture = 2;     // square picture of t*t tiles, each t*t pixels square
 
 // LXMediaResource::type; 1 is kMediaTypeSkipEngine.
-inline constexpr int32_t kMediaNone = 0;
-inline constexpr int32_t kMediaPicture = 2;
-inline constexpr int32_t kMediaVideo = 3;  // a folder of pictures, 25 a second; video files cannot be played
+inline constexpr int32_t kMediaNone = 0;     // the path is not looked at
+inline constexpr int32_t kMediaPicture = 2;  // a PNG or JPEG file
+inline constexpr int32_t kMediaVideo = 3;    // a folder of pictures, 25 a second; video files cannot be played
 
-// The third member of LXMakeupInfo: how a makeup's layers are mixed with the skin below them.
+// LXMakeupInfo::word: how a makeup's layers are mixed with the skin below them.
 inline constexpr int32_t kMakeupBlendOfResource = 0;  // each as its resource says
 inline constexpr int32_t kMakeupBlendMultiply = 1;
 inline constexpr int32_t kMakeupBlendScreen = 2;
 inline constexpr int32_t kMakeupBlendSoftLight = 3;
 inline constexpr int32_t kMakeupBlendNormal = 4;
 
-// Slots beside kMainEffectSlot (0) and kRecognitionGiftSlot (2).
+// Slots beside kMainEffectSlot (0) and kRecognitionGiftSlot (2). Each plays one effect, the higher number over the
+// lower.
 inline constexpr LXEffectSlot kGiftSlot{1};
 
+// Of every effect that plays, the interactive box's too.
 inline constexpr LXEffectState kEffectStateStopped{0};
 inline constexpr LXEffectState kEffectStatePlaying{1};
 inline constexpr LXEffectState kEffectStatePaused{2};
 
-// What setEffectIntensityWithType adjusts inside a magic effect.
-inline constexpr LXEffectAdjustType kAdjustEffectOpacity{0};
+// What setEffectIntensityWithType adjusts inside magic effects. Effects here hold pictures alone, so the others change
+// nothing.
+inline constexpr LXEffectAdjustType kAdjustEffectOpacity{0};  // 0 unseen to 1 as the effect has it
 inline constexpr LXEffectAdjustType kAdjustEffectLookup{1};
 inline constexpr LXEffectAdjustType kAdjustEffectMakeup{2};
 inline constexpr LXEffectAdjustType kAdjustEffectDeform{3};
 
-// 0 is off for every type, 1 the most.
+// Intensities of setBodySlimmingIntensityWithType: 0 is off for every type, 1 the most.
 inline constexpr LXBodySlimmingType kSlimWhole{0};
 inline constexpr LXBodySlimmingType kSlimWaist{1};
 inline constexpr LXBodySlimmingType kSlimHip{2};

@@ -1,9 +1,7 @@
-// What the engine says back.
-#include <callback/signal.h>
+#include "engine/callbacks/lumivex_callbacks.h"
 
 #include <map>
 #include <obs.hpp>
-#include <stdexcept>
 
 #include "fakes/runner/scripted_runner.h"
 #include "fixtures/module/render_fixture.h"
@@ -65,98 +63,22 @@ TEST_F(LumivexCallbacks, DescriptionNamesTheEventOfItsEffect) {
   EXPECT_TRUE(log_.Has(kInfo, "[beauty] event_name= done desc=text success=0"));
 }
 
-// The engine's landmarks, with what they become.
-class EngineLandmarks : public LumivexCallbacks {
- protected:
+TEST_F(LumivexCallbacks, LandmarksAreTheFacesOfTheWorkersStatistics) {
   using CpuData = std::map<std::string, std::shared_ptr<tessera::Any>>;
-
-  EngineLandmarks() { signal_handler_connect(obs_get_signal_handler(), "TesseraFacePointRet", Receive, this); }
-  ~EngineLandmarks() override {
-    signal_handler_disconnect(obs_get_signal_handler(), "TesseraFacePointRet", Receive, this);
-  }
-  void SetUp() override {
-    LumivexCallbacks::SetUp();
-    host_double::Change([](HostSwitches &switches) { switches.face_point_by_lx = true; });
-  }
-  static std::shared_ptr<tessera::Any> Object(const std::shared_ptr<tessera::Any> &tree) {
-    auto out = std::make_shared<tessera::TesseraOut>();
-    out->getAny() = tree;
-    auto object = std::make_shared<tessera::Any>();
-    object->tag = tessera::Any::kObject;
-    object->payload = out;
-    return object;
-  }
-  void Deliver(const std::shared_ptr<tessera::Any> &landmarks) {
-    callbacks_.cpu_data(std::make_shared<CpuData>(CpuData{{"landmarks", landmarks}, {"other", nullptr}}));
-  }
-
-  std::vector<OBSData> messages_;
-
- private:
-  static void Receive(void *param, calldata_t *data) {
-    static_cast<EngineLandmarks *>(param)->messages_.emplace_back(
-        static_cast<obs_data_t *>(calldata_ptr(data, "face_point")));
-  }
-};
-
-TEST_F(EngineLandmarks, FacesAreCountedAndPublished) {
-  Deliver(Object(FaceTree({{}, {}})));
+  auto out = std::make_shared<tessera::TesseraOut>();
+  out->getAny() = FaceTree({{}, {}});
+  auto object = std::make_shared<tessera::Any>();
+  object->tag = tessera::Any::kObject;
+  object->payload = out;
+  callbacks_.cpu_data(std::make_shared<CpuData>(CpuData{{"landmarks", object}}));
   EXPECT_EQ(processor_->GetFaceCount(), 2);
-  ASSERT_EQ(messages_.size(), 1u);
-  EXPECT_EQ(obs_data_get_int(messages_[0], "face_cont"), 2);
 }
 
-TEST_F(EngineLandmarks, MessageTellsTheEnginesSizeAndTheParent) {
-  obs_source parent;
-  processor_->SetOBSData(nullptr, &parent);
-  Deliver(Object(FaceTree({{}})));
-  ASSERT_EQ(messages_.size(), 1u);
-  EXPECT_EQ(obs_data_get_int(messages_[0], "width"), 64);
-  EXPECT_EQ(obs_data_get_int(messages_[0], "height"), 48);
-  EXPECT_EQ(static_cast<uintptr_t>(obs_data_get_int(messages_[0], "detect_key")), reinterpret_cast<uintptr_t>(&parent));
-}
-
-TEST_F(EngineLandmarks, PointsAreCutToWholePixelsAndNotTurned) {
-  std::vector<tessera::TesseraPoint> points(101, {10.9f, 20.9f, {}});
-  Deliver(Object(std::make_shared<tessera::Any>(FacesMap({tessera::Any("pos", PointList(points))}))));
-  ASSERT_EQ(messages_.size(), 1u);
-  const OBSDataArrayAutoRelease faces = obs_data_get_array(messages_[0], "fans_face_point");
-  const OBSDataAutoRelease face = obs_data_array_item(faces, 0);
-  const OBSDataArrayAutoRelease pos = obs_data_get_array(face, "pos");
-  const OBSDataAutoRelease point = obs_data_array_item(pos, 0);
-  EXPECT_EQ(obs_data_get_double(point, "first"), 10);
-  EXPECT_EQ(obs_data_get_double(point, "second"), 20);
-}
-
-TEST_F(EngineLandmarks, FacesAreCountedButNotPublishedWhereTheFilterSuppliesThem) {
-  host_double::Change([](HostSwitches &switches) { switches.face_point_by_lx = false; });
-  Deliver(Object(FaceTree({{}})));
-  EXPECT_EQ(processor_->GetFaceCount(), 1);
-  EXPECT_TRUE(messages_.empty());
-}
-
-TEST_F(EngineLandmarks, MapWithoutLandmarksChangesNothing) {
-  Deliver(Object(FaceTree({{}})));
-  callbacks_.cpu_data(std::make_shared<CpuData>());
-  callbacks_.cpu_data(nullptr);
-  EXPECT_EQ(processor_->GetFaceCount(), 1);
-  EXPECT_EQ(messages_.size(), 1u);
-}
-
-TEST_F(EngineLandmarks, LandmarksWithoutAnObjectAreAMessageOfNoFace) {
-  Deliver(Object(FaceTree({{}})));
-  Deliver(nullptr);
-  EXPECT_EQ(processor_->GetFaceCount(), 0);
-  ASSERT_EQ(messages_.size(), 2u);
-  EXPECT_EQ(obs_data_get_int(messages_[1], "face_cont"), 0);
-  EXPECT_EQ(obs_data_get_int(messages_[1], "detect_key"), 0);
-}
-
-TEST_F(EngineLandmarks, ValueThatHoldsNoObjectThrowsAndTheNextOneIsRead) {
-  EXPECT_THROW(Deliver(std::make_shared<tessera::Any>(1)), std::runtime_error);
-  EXPECT_TRUE(messages_.empty());
-  Deliver(Object(FaceTree({{}})));
-  EXPECT_EQ(processor_->GetFaceCount(), 1);
+TEST_F(LumivexCallbacks, GameDataReachesTheHandlerWithTheWholeText) {
+  const std::string text = R"({"data":{"ability":"LiveStreamInfoAbility","method":"getPkId"}})";
+  callbacks_.game_data({text});
+  EXPECT_TRUE(log_.HasText("ILiveEffectJsonAbilityHandler is nullptr")) << "the call, without a handler";
+  EXPECT_EQ(host_double::CorvidLines(), (std::vector<LogLine>{{kInfo, "GameDataCallback: " + text}}));
 }
 
 }  // namespace

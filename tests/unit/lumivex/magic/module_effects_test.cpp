@@ -1,5 +1,6 @@
 // The module with this engine: from a command to the host's signal, handler and named event.
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <semaphore.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 
 #include "engine/lumivex_processor.h"
 #include "fakes/host/host_double.h"
+#include "fakes/runner/scripted_runner.h"
 #include "fixtures/lumivex/effect_fixture.h"
 #include "fixtures/process/log_capture.h"
 #include "vanta_filter/engine/ability_handler.h"
@@ -166,6 +168,16 @@ TEST_F(ModuleEffects, TheInteractiveBoxIsPlayedAndToldOf) {
   Await([&] { return !makeup_off_.empty(); });
   processor_.UnloadInteractiveBoxResource();
   EXPECT_EQ(handler_.calls, (Texts{"Loaded", "Unloaded"}));
+}
+
+TEST_F(ModuleEffects, NumberOfFacesOfTheHostReachesTheSearch) {
+  processor_.UpdateTesseraParams(R"({"max_face_num": 5})");
+  processor_.SetDeformIntensityWithMode(lumivex::kDeformEyeSize, 0.5f);
+  vanta_test::scripted_runner::Reset();
+  Frame(1000);
+  const Texts asked = vanta_test::scripted_runner::Texts();
+  EXPECT_THAT(asked, testing::Contains(testing::HasSubstr("max_face_num=5")));
+  EXPECT_EQ(vanta_test::scripted_runner::Runs(), 1u);
 }
 
 }  // namespace

@@ -1,6 +1,11 @@
 
 #include <gtest/gtest.h>
+#include <obs.hpp>
 
+#include "fakes/control/fake_filter.h"
+#include "fakes/graphics/scripted_driver.h"
+#include "fixtures/host/headless_session.h"
+#include "registration/registration.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_host.h"
 
@@ -50,6 +55,66 @@ TEST(Switches, PastTheEndNothingIsThere) {
   EXPECT_EQ(vanta_host_switch_name(past), nullptr);
   vanta_host_set_switch(past, true);
   EXPECT_FALSE(vanta_host_get_switch(past));
+}
+
+// What the module is told when it makes a filter: in `create`, where its worker asks.
+bool GpuOutputOfANewFilter() {
+  static bool answer;
+  answer = false;
+  HostSourceInfo record = vanta_test::FakeRecord("fake_filter");
+  record.create = [](obs_data_t *, obs_source_t *) -> void * {
+    answer = EnableCreateLXGLContext();
+    return &answer;
+  };
+  record.destroy = [](void *) {};
+  __wrap_obs_register_source_s(reinterpret_cast<const obs_source_info *>(&record), sizeof(record));
+  const OBSSourceAutoRelease source = obs_source_create_private("fake_filter", "one", nullptr);
+  return answer;
+}
+
+class GpuSwitch : public testing::Test {
+ protected:
+  // With video, on a renderer that goes by that name.
+  static bool GpuOutputOn(const std::string &renderer) {
+    const vanta_test::ScriptedDriver driver({{}, "", renderer});
+    const vanta_test::ObsSession obs;
+    vanta_host_attach();
+    EXPECT_TRUE(vanta_test::StartVideo());
+    return GpuOutputOfANewFilter();
+  }
+};
+
+TEST_F(GpuSwitch, IsOffByItselfOnASoftwareRenderer) {
+  for (const char *renderer : {"llvmpipe (LLVM 15.0.6, 256 bits)", "softpipe", "Mesa SWRast"}) {
+    EXPECT_FALSE(GpuOutputOn(renderer)) << renderer;
+    EXPECT_FALSE(vanta_host_get_switch(VANTA_SWITCH_CREATE_GL_CONTEXT)) << renderer;
+  }
+}
+
+TEST_F(GpuSwitch, IsOnByItselfOnAGpu) {
+  EXPECT_TRUE(GpuOutputOn("Mesa Intel(R) UHD Graphics 620 (KBL GT2)"));
+}
+
+TEST_F(GpuSwitch, FollowsTheRendererOfEachSession) {
+  EXPECT_FALSE(GpuOutputOn("llvmpipe (LLVM 15.0.6, 256 bits)"));
+  EXPECT_TRUE(GpuOutputOn("NVIDIA GeForce RTX 3060/PCIe/SSE2"));
+  EXPECT_FALSE(GpuOutputOn("llvmpipe (LLVM 15.0.6, 256 bits)"));
+}
+
+TEST_F(GpuSwitch, StaysOnByItselfWhereTheRendererIsNotKnown) {
+  const vanta_test::ObsSession obs;
+  vanta_host_attach();
+  EXPECT_TRUE(GpuOutputOfANewFilter());
+}
+
+TEST_F(GpuSwitch, SaidToBeOnIsOnOnASoftwareRenderer) {
+  vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true);
+  EXPECT_TRUE(GpuOutputOn("llvmpipe (LLVM 15.0.6, 256 bits)"));
+}
+
+TEST_F(GpuSwitch, SaidToBeOffIsOffOnAGpu) {
+  vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, false);
+  EXPECT_FALSE(GpuOutputOn("NVIDIA GeForce RTX 3060/PCIe/SSE2"));
 }
 
 TEST(Flags, AreClearAtFirst) {

@@ -71,8 +71,8 @@ class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
   int32_t rotation;                                   // degrees, clockwise, any value
   float prepared_mark;                                // kPreparedFrameMark on every prepared frame
   uint8_t flip;                                       // mirror left and right
-  float tessera_ms;                                   // out: time of the vision step, milliseconds
-  float beauty_ms;                                    // out: time of the beauty step, milliseconds
+  float tessera_ms;                                   // out: milliseconds that the calling thread spent on faces
+  float beauty_ms;                                    // out: its other milliseconds in the engine
   std::string dump_text;                              // out: JSON of what was applied, on a frame marked for dump
   uint64_t timestamp;                                 // the host frame's, nanoseconds
   uint64_t stamp;                                     // enqueue time, milliseconds of the system tick clock

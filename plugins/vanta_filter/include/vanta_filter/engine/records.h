@@ -34,22 +34,22 @@ struct LXGroupConfig {
 };
 
 struct LXLookupInfo {
-  char path[kEnginePathSize];
-  float intensity;    // 0 to 1
-  int32_t dimension;  // entries per axis of the table
-  int32_t type;
+  char path[kEnginePathSize];  // file of the colour table; empty: none
+  float intensity;             // 0 off to 1 whole
+  int32_t dimension;           // entries per axis of the table; the open engine reads them from the file
+  int32_t type;                // kind of table: 0 by the file's name, others are the engine's
 };
 
 struct LXMakeupInfo {
-  char resourceDir[kEnginePathSize];
-  char key[kEnginePathSize];
-  int32_t word;  // kept and copied, never read by this module
-  float intensity;
+  char resourceDir[kEnginePathSize];  // folder of the makeup
+  char key[kEnginePathSize];          // name by which SetMakeupIntensityWithKey finds it
+  int32_t word;                       // kept and copied, never read by this module; 0 is the engine's default
+  float intensity;                    // 0 off to 1 whole
 };
 
 struct LXMediaResource {
-  int32_t type;
-  char mediaPath[kEnginePathSize];
+  int32_t type;                     // 0 none, 1 kMediaTypeSkipEngine, others are the engine's
+  char mediaPath[kEnginePathSize];  // file or folder, by type
 };
 
 struct LXEngineConfig {
@@ -82,30 +82,31 @@ static_assert(offsetof(LXEngineConfig, flags) == 1024 && offsetof(LXEngineConfig
 static_assert(offsetof(FacelessJumpInfo, jump_type) == 4);
 
 // The host's whole picture of beauty and effects. A new processor gets it replayed; commands never write it.
+// Values, ranges and units are those of the commands in i_faceless.h; what is not set or empty is not replayed.
 struct FacelessEngineSnapshot {
   std::map<LXEffectType, bool> effect_enabled;
   std::map<LXBodySlimmingType, float> body_slimming;
-  std::map<int32_t, float> deform;  // by mode
-  std::map<LXBeautyType, float> beauty;
+  std::map<int32_t, float> deform;       // by mode
+  std::map<LXBeautyType, float> beauty;  // on top of `group`
   std::vector<LXMakeupInfo> makeup;
   std::optional<LXLookupInfo> lookup;
-  std::optional<LXGroupConfig> group;
-  std::string model_root_path;  // empty: not replayed
-  std::map<int32_t, float> basic_adjust;
-  int32_t words[3] = {1, 0, 4};  // carried for the host, never replayed
+  std::optional<LXGroupConfig> group;     // in place of the start's "jingdian"
+  std::string model_root_path;            // folder of models, in the code page
+  std::map<int32_t, float> basic_adjust;  // reaches no engine
+  int32_t words[3] = {1, 0, 4};           // carried for the host, never replayed
   std::optional<std::string> tessera_params;
-  std::optional<std::string> magic_path;
+  std::optional<std::string> magic_path;  // effect in the main slot
   std::optional<std::string> boom_game_data;
 };
 
 struct InteractiveBoxInfo {
-  std::string path;
-  bool loaded = false;
+  std::string path;     // folder of the box
+  bool loaded = false;  // a new engine loads it again
 };
 
 struct MagicEffectRequest {
-  std::string path;
-  LXEffectSlot slot = kMainEffectSlot;
-  bool flag = false;
-  std::string event_name;  // empty: no event is set when the effect ends
+  std::string path;                     // folder of the effect; empty: none any more
+  LXEffectSlot slot = kMainEffectSlot;  // 0 main, 2 recognition gift
+  bool flag = false;                    // goes to the engine as it is
+  std::string event_name;               // empty: no event is set when the effect ends
 };

@@ -1,10 +1,8 @@
-// How the wrapper starts and ends an engine.
-#include <util/bmem.h>
+// How an engine is made, and what the host is told of it.
+#include "engine/engine_start.h"
 
 #include <clocale>
 #include <cstdlib>
-#include <obs.hpp>
-#include <thread>
 
 #include "fixtures/module/render_fixture.h"
 #include "fixtures/process/log_capture.h"
@@ -18,7 +16,7 @@ using Texts = std::vector<std::string>;
 using vanta_test::kError;
 using vanta_test::kInfo;
 
-class LumivexStart : public RenderFixture {
+class EngineStart : public RenderFixture {
  protected:
   void SetUp() override {
     setenv("XDG_CONFIG_HOME", "/config", 1);
@@ -26,7 +24,7 @@ class LumivexStart : public RenderFixture {
   }
 };
 
-TEST_F(LumivexStart, EngineIsSetUpInItsFixedOrder) {
+TEST_F(EngineStart, EngineIsSetUpInItsFixedOrder) {
   Start();
   Texts texts = scripted_engine::Texts();
   std::erase_if(texts, [](const std::string &text) { return text == "FramePool()"; });
@@ -42,7 +40,7 @@ TEST_F(LumivexStart, EngineIsSetUpInItsFixedOrder) {
                    "setGameDataCallback()", "setBodySlimmingStatusCallback()", "setEffectDescriptionCallback()"}));
 }
 
-TEST_F(LumivexStart, StartIsLoggedInOrder) {
+TEST_F(EngineStart, StartIsLoggedInOrder) {
   Start();
   std::vector<LogLine> lines = log_.Lines();
   std::erase_if(lines, [](const LogLine &line) { return line.text.find("LumivexRender::") != std::string::npos; });
@@ -52,23 +50,14 @@ TEST_F(LumivexStart, StartIsLoggedInOrder) {
                                          {kInfo, "[beauty] Initialize  gl_window: (nil)"}}));
 }
 
-TEST_F(LumivexStart, LifeIsLoggedWithTheObjectsAddress) {
-  Start();
-  char address[32];
-  std::snprintf(address, sizeof(address), "%p", static_cast<void *>(processor_.get()));
-  EXPECT_TRUE(log_.Has(kInfo, std::string("[beauty] LumivexRender::LumivexRender ") + address));
-  processor_.reset();
-  EXPECT_TRUE(log_.Has(kInfo, std::string("[beauty] LumivexRender::~LumivexRender ") + address));
-}
-
-TEST_F(LumivexStart, HostIsToldThatTheEngineRuns) {
+TEST_F(EngineStart, HostIsToldThatTheEngineRuns) {
   Start();
   EXPECT_EQ(signals(), (Texts{"vanta_filter_callback(1, OnLumivexInit, {\"createEngine\":true})"}));
   EXPECT_TRUE(host_double::Reports().empty());
   EXPECT_TRUE(processor_->IsInitialized());
 }
 
-TEST_F(LumivexStart, MachineWithoutADriverIsReportedAndStillGivesTrue) {
+TEST_F(EngineStart, MachineWithoutADriverIsReportedAndStillGivesTrue) {
   scripted_engine::Change([](EngineScript &script) { script.create = false; });
   Start();
   EXPECT_FALSE(processor_->IsInitialized());
@@ -82,7 +71,7 @@ TEST_F(LumivexStart, MachineWithoutADriverIsReportedAndStillGivesTrue) {
   EXPECT_EQ(scripted_engine::Count("setDebugAlertMode"), 0u);
 }
 
-TEST_F(LumivexStart, NoSizeMeansNoEngineNoSignalAndNoReport) {
+TEST_F(EngineStart, NoSizeMeansNoEngineNoSignalAndNoReport) {
   Start(0, 48);
   EXPECT_TRUE(log_.Has(kError, "[beauty] Initialize  fail width 0,height 48"));
   Start(64, 0);
@@ -93,21 +82,14 @@ TEST_F(LumivexStart, NoSizeMeansNoEngineNoSignalAndNoReport) {
   EXPECT_EQ(scripted_engine::Created(), 0);
 }
 
-TEST_F(LumivexStart, ProcessorRemembersItsSizeWithoutAnEngineToo) {
-  scripted_engine::Change([](EngineScript &script) { script.create = false; });
-  Start(64, 48);
-  EXPECT_EQ(processor_->width(), 64u);
-  EXPECT_EQ(processor_->height(), 48u);
-}
-
-TEST_F(LumivexStart, MissingDataFolderIsNoLineAndAnEmptyPath) {
+TEST_F(EngineStart, MissingDataFolderIsNoLineAndAnEmptyPath) {
   gs_recorder::SetModuleFile("");
   Start();
   EXPECT_FALSE(log_.HasText("face_beauty_path="));
   EXPECT_EQ(scripted_engine::Count("createEngine(, 0, 64, 48)"), 1u);
 }
 
-TEST_F(LumivexStart, MissingConfigurationFolderIsNoLineAndAnEmptyModelFolder) {
+TEST_F(EngineStart, MissingConfigurationFolderIsNoLineAndAnEmptyModelFolder) {
   const NoConfigFolder none;
   Start();
   EXPECT_FALSE(log_.HasText("ai_path="));
@@ -119,7 +101,7 @@ TEST_F(LumivexStart, MissingConfigurationFolderIsNoLineAndAnEmptyModelFolder) {
   EXPECT_TRUE(processor_->IsInitialized());
 }
 
-TEST_F(LumivexStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
+TEST_F(EngineStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
   gs_recorder::SetModuleFile("/" + std::string(2000, 'x'));
   Start();
   const Texts texts = scripted_engine::Texts();
@@ -127,33 +109,6 @@ TEST_F(LumivexStart, DataFolderTooLongForTheRecordIsCutNotOverrun) {
                                     [](const std::string &text) { return text.rfind("createEngine", 0) == 0; });
   ASSERT_NE(created, texts.end());
   EXPECT_EQ(*created, "createEngine(/" + std::string(1022, 'x') + ", 0, 64, 48)");
-}
-
-TEST_F(LumivexStart, EngineGoesBeforeTheRest) {
-  Start();
-  scripted_engine::Close(Gate::kDestroy);
-  std::thread end([this] { processor_.reset(); });
-  EXPECT_TRUE(scripted_engine::WaitAt(Gate::kDestroy));
-  EXPECT_EQ(host_double::Calls(), Texts{}) << "before the engine's end";
-  EXPECT_FALSE(log_.HasText("LumivexRender::~LumivexRender")) << "before the engine's end";
-  scripted_engine::Open(Gate::kDestroy);
-  end.join();
-  EXPECT_EQ(scripted_engine::Texts().back(), "~LumivexSync()");
-  EXPECT_EQ(host_double::Calls(), (Texts{"SetBeautySharedTexture(0)", "SetBeautySharedTextureFallback(0)"}));
-}
-
-TEST_F(LumivexStart, SettingsAreKeptByReference) {
-  Start();
-  obs_data_t *settings = obs_data_create();
-  processor_->SetOBSData(settings, nullptr);
-  char line[64];
-  std::snprintf(line, sizeof(line), "LumivexRender[%p] SetOBSData", static_cast<void *>(processor_.get()));
-  EXPECT_TRUE(log_.Has(kInfo, line));
-  const long with_settings = bnum_allocs();
-  obs_data_release(settings);
-  EXPECT_EQ(bnum_allocs(), with_settings) << "the wrapper holds none of its own";
-  processor_->SetOBSData(nullptr, nullptr);
-  EXPECT_LT(bnum_allocs(), with_settings);
 }
 
 }  // namespace
