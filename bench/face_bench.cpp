@@ -6,6 +6,7 @@
 #include <util/base.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdarg>
@@ -36,11 +37,13 @@ using vanta_test::PortraitSetup;
 
 constexpr const char *kClip = "/usr/share/doc/opencv-doc/examples/data/vtest.avi";
 constexpr double kRate = 30;        // pictures a second
-constexpr double kMostRatio = 40;   // p99 of the frame's thread to the median of the shrinking
 constexpr double kMostFound = 0.5;  // seconds
 constexpr double kMostDropped = 0.3;
 constexpr double kMostJitter = 0.05;  // pixels of 1280x720
 constexpr double kMostError = 0.06;   // of the pupils' distance, 95 of 100
+// p99 of the frame's thread to the median of the shrinking, which is very quick where it is by two.
+constexpr double kMostRatioByTwo = 150;
+constexpr double kMostRatio = 40;
 const cv::Size k720(1280, 720);
 const cv::Size k1080(1920, 1080);
 
@@ -209,7 +212,7 @@ Row Cost(const std::string &name, const std::function<const Nv12 &(int)> &pictur
   }
   const double other = ShrinkingMilliseconds(picture(0).luma);
   const double p99 = Percentile(times, 0.99);
-  Row row{name + ", p99", p99, other, p99 / other, kMostRatio};
+  Row row{name + ", p99", p99, other, p99 / other, picture(0).luma.cols == 1280 ? kMostRatioByTwo : kMostRatio};
   vanta_bench::PrintRow(row);
   std::printf("    p50 %.2f  p99 %.2f  max %.2f ms; search thread %.0f %% of a core; faces %zu, at most %zu\n",
               Percentile(times, 0.5), p99, Percentile(times, 1), 100 * feed.SearchShare(), faces, most);
@@ -453,6 +456,28 @@ void Motion(std::vector<Row> &rows) {
   rows.push_back(Figure("lag in motion", "pictures", along / moved, 0.25));
 }
 
+// How long the end of an engine's finder takes where all processors are wanted by others.
+void EndBesideLoops(std::vector<Row> &rows) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> loops;
+  for (int i = 0; i < 6; ++i) {
+    loops.emplace_back([&stop] {
+      while (!stop) {
+      }
+    });
+  }
+  const Nv12 picture = WithFaces(k720, {}, 3, 1);
+  std::vector<double> ends;
+  for (int round = 0; round < 8; ++round) {
+    auto feed = std::make_unique<Feed>();
+    for (int i = 0; i < 15 + 2 * round; ++i) feed->Give(picture);
+    ends.push_back(vanta_bench::Milliseconds([&feed] { feed.reset(); }) / 1000);
+  }
+  stop = true;
+  for (std::thread &loop : loops) loop.join();
+  rows.push_back(Figure("end beside six endless loops, longest", "s", Percentile(ends, 1), 1));
+}
+
 std::string Argument(int argc, char **argv, const char *name, const char *otherwise) {
   for (int i = 1; i + 1 < argc; ++i) {
     if (std::strcmp(argv[i], name) == 0) return argv[i + 1];
@@ -479,6 +504,7 @@ int main(int argc, char **argv) {
   SecondFace(rows);
   Jitter(rows);
   Motion(rows);
+  EndBesideLoops(rows);
   Textures(rows);
   Pedestrians(Argument(argc, argv, "--clip", kClip), rows);
   return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));

@@ -142,6 +142,7 @@ void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTi
   if (!looked) return;
   times[Stage::kFaces] = MillisecondsSince(start);
   times.vision += times[Stage::kFaces];
+  stats_.SetSearchShare(faces_.TimeOfSearch().Share());
   landmarks_ = reports_faces_ ? faces_.Result() : nullptr;
 }
 

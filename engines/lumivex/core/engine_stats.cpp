@@ -55,6 +55,7 @@ std::string EngineStats::Text() const {
                      {"failed", failed_},
                      {"beauty", ToJson(beauty_)},
                      {"tessera", ToJson(vision_in_frames_)},
+                     {"face_search_share", Rounded(search_share_)},
                      {"stages", std::move(stages)}};
   return json.dump();
 }
@@ -64,6 +65,7 @@ std::string EngineStats::VisionText() const {
   json["vision"] = "skin chroma, faces";
   json["skin_frames"] = skin_frames_;
   json["face_frames"] = face_frames_;
+  json["face_search_share"] = Rounded(search_share_);
   return json.dump();
 }
 

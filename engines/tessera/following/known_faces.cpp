@@ -146,9 +146,11 @@ bool KnownFaces::Add(const NewFace &face, double now) {
 }
 
 void KnownFaces::DropUnconfirmed(double now) {
-  faces_.erase(std::remove_if(faces_.begin(), faces_.end(),
-                              [now](const KnownFace &face) { return now - face.confirmed > kLongestUnseen; }),
-               faces_.end());
+  const auto drop = [now](const KnownFace &face) {
+    const double unseen = now - face.confirmed;
+    return unseen > kLongestUnsought || (unseen > kLongestUnseen && face.missed_looks > 0);
+  };
+  faces_.erase(std::remove_if(faces_.begin(), faces_.end(), drop), faces_.end());
 }
 
 KnownFace *KnownFaces::NextForFeatures() {

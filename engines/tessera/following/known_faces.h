@@ -45,7 +45,10 @@ bool Overlap(const Placement &a, const Placement &b);
 class KnownFaces {
  public:
   static constexpr float kSureCorrelation = 0.85F;  // a face that looks like this need not be seen by every search
-  static constexpr double kLongestUnseen = 2;       // seconds
+  // Seconds since a search has seen a face until it is dropped: when one has missed it since, and in any case. Where
+  // pictures are few or the search gets no time, there are few looks.
+  static constexpr double kLongestUnseen = 2;
+  static constexpr double kLongestUnsought = 10;
 
   const std::vector<KnownFace> &All() const { return faces_; }
   bool Empty() const { return faces_.empty(); }

@@ -24,6 +24,10 @@ LiveFinder::LiveFinder(FaceLook &look)
               [&look](const SmallPicture &picture, const Placement &place) { return FindAnew(look, picture, place); }) {
 }
 
+LiveFinder::~LiveFinder() {
+  turns_.Stop();
+}
+
 void LiveFinder::SetMaxFaces(int faces) {
   max_faces_ = faces;
   known_.KeepAtMost(static_cast<size_t>(faces));

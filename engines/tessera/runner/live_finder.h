@@ -17,6 +17,9 @@ namespace tessera {
 class LiveFinder {
  public:
   explicit LiveFinder(FaceLook &look);
+  ~LiveFinder();
+  LiveFinder(const LiveFinder &) = delete;
+  LiveFinder &operator=(const LiveFinder &) = delete;
 
   void SetMaxFaces(int faces);
   // Pictures of something else follow: another camera, or turned.

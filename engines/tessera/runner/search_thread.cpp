@@ -19,6 +19,7 @@ constexpr Milliseconds kLeastBetween{66};
 constexpr double kMostShare = 0.2;
 // Below that a new face was lost on its way to the newest picture.
 constexpr float kCarriedCorrelation = 0.6F;
+constexpr int kMostCarryRounds = 4;
 
 double MillisecondsBetween(Clock::time_point from, Clock::time_point to) {
   return std::chrono::duration_cast<Milliseconds>(to - from).count();
@@ -129,10 +130,12 @@ void SearchThread::ThreadMain() {
   }
 }
 
-// A new face is followed through the pictures that came since the one it was found in.
+// A new face is followed through the pictures that came since the one it was found in. Where they come faster than
+// they can be gone through it stays behind: from there it is a short way for who follows it then.
 void SearchThread::CarryOn(NewFace &face, const SmallPicture &from, bool &lost) {
   uint64_t at = from.number;
-  while (true) {
+  bool seen_anew = false;
+  for (int round = 0; round < kMostCarryRounds; ++round) {
     std::vector<std::shared_ptr<const SmallPicture>> later;
     {
       const std::lock_guard<std::mutex> lock(shared_->mutex);
@@ -142,11 +145,12 @@ void SearchThread::CarryOn(NewFace &face, const SmallPicture &from, bool &lost) 
       }
     }
     if (later.empty()) return;
-    if (later.front()->number > at + kRing / 4) {
-      const std::optional<NewFace> anew = again_(*later.back(), face.placement);
+    if (!seen_anew && later.front()->number > at + kRing / 4) {
+      std::optional<NewFace> anew = again_(*later.back(), face.placement);
       lost = !anew;
       if (lost) return;
-      face = *anew;
+      face = std::move(*anew);
+      seen_anew = true;
     } else {
       for (const auto &picture : later) {
         const Followed found = Follow(picture->view.y, *face.face, face.placement);

@@ -1,30 +1,36 @@
 #include "search/face_finder.h"
 
+#include <algorithm>
+#include <array>
 #include <vector>
 
 namespace tessera {
 namespace {
 
-// A whole search while there are faces: newcomers are seen within a second or two.
-constexpr int kWholeSearchEvery = 20;
+// So often one sweep looks for more while there are faces, pictures.
+constexpr uint64_t kSweepEvery = 4;
+constexpr size_t kMostChecks = 4;  // of what a sweep proposes
 // So often a face that is followed well is searched, pictures.
 constexpr uint64_t kLookEvery = 4;
 // Where it looks less like its template it is searched at once, and counts as gone when it is not seen.
 constexpr float kLost = 0.6F;
+
+constexpr float kDegree = static_cast<float>(CV_PI) / 180;
+constexpr SearchPass kUpright = {320, 0};
+constexpr std::array<SearchPass, 5> kOthers = {
+    {{320, -20 * kDegree}, {320, 20 * kDegree}, {400, 0}, {320, -40 * kDegree}, {320, 40 * kDegree}}};
 
 }  // namespace
 
 void FaceFinder::SetMaxFaces(int faces) {
   max_faces_ = faces;
   known_.KeepAtMost(static_cast<size_t>(faces));
-  until_whole_search_ = 0;
 }
 
 void FaceFinder::StartAnew() {
   known_.Clear();
-  until_whole_search_ = 0;
+  searched_everywhere_ = false;
   last_angle_ = 0;
-  fruitless_ = 0;
 }
 
 void FaceFinder::LookAgain(const PictureView &picture) {
@@ -48,13 +54,28 @@ void FaceFinder::LookAgain(const PictureView &picture) {
   }
 }
 
-void FaceFinder::LookForMore(const PictureView &picture) {
-  for (const CoarseFace &proposal : look_.Everywhere(picture, last_angle_, max_faces_, fruitless_)) {
+void FaceFinder::Begin(const PictureView &picture, const SeenFace &seen) {
+  const auto face = FaceLook::Begin(picture, seen.placement);
+  if (face && known_.Add(*face, 0)) last_angle_ = seen.placement.angle;
+}
+
+void FaceFinder::LookEverywhere(const PictureView &picture) {
+  for (const CoarseFace &proposal : look_.Everywhere(picture, last_angle_, max_faces_)) {
     if (!Room()) break;
-    const auto seen = look_.Check(picture, proposal);
-    if (!seen) continue;
-    const auto face = FaceLook::Begin(picture, seen->placement);
-    if (face && known_.Add(*face, 0)) last_angle_ = seen->placement.angle;
+    if (const auto seen = look_.Check(picture, proposal)) Begin(picture, *seen);
+  }
+}
+
+void FaceFinder::Sweep(const PictureView &picture, const SearchPass &pass) {
+  size_t checks = 0;
+  for (const CoarseFace &proposal : look_.Sweep(picture, pass)) {
+    if (!Room() || checks == kMostChecks) break;
+    const bool known = std::any_of(known_.All().begin(), known_.All().end(), [&proposal](const KnownFace &face) {
+      return Overlap(face.placement, proposal.placement);
+    });
+    if (known) continue;
+    ++checks;
+    if (const auto seen = look_.CheckSwept(picture, proposal)) Begin(picture, *seen);
   }
 }
 
@@ -67,9 +88,18 @@ std::vector<FoundFace> FaceFinder::Find(const PictureView &picture) {
   known_.Follow(picture);
   LookAgain(picture);
   known_.FindFeatures(picture, known_.Count());
-  if (known_.Empty() || (Room() && --until_whole_search_ <= 0)) {
-    LookForMore(picture);
-    until_whole_search_ = kWholeSearchEvery;
+  const SearchPass &other = kOthers[sweeps_ / 2 % kOthers.size()];
+  if (known_.Empty()) {
+    if (!searched_everywhere_) {
+      LookEverywhere(picture);
+    } else {
+      sweeps_ += 2;
+      Sweep(picture, kUpright);
+      if (known_.Empty()) Sweep(picture, other);
+    }
+    searched_everywhere_ = known_.Empty();
+  } else if (Room() && picture_ % kSweepEvery == 0) {
+    Sweep(picture, ++sweeps_ % 2 == 0 ? other : kUpright);
   }
   return known_.Shown(size_, 1);
 }

@@ -24,7 +24,9 @@ class FaceFinder {
 
  private:
   void LookAgain(const PictureView &picture);
-  void LookForMore(const PictureView &picture);
+  void LookEverywhere(const PictureView &picture);
+  void Sweep(const PictureView &picture, const SearchPass &pass);
+  void Begin(const PictureView &picture, const SeenFace &seen);
   bool Room() const { return known_.Count() < static_cast<size_t>(max_faces_); }
 
   FaceLook &look_;
@@ -32,9 +34,9 @@ class FaceFinder {
   int max_faces_ = 1;
   cv::Size size_;  // of the last picture
   uint64_t picture_ = 0;
-  int until_whole_search_ = 0;  // pictures
-  float last_angle_ = 0;        // radians, of the face seen last
-  size_t fruitless_ = 0;        // searches of the whole picture without a face, in a row
+  bool searched_everywhere_ = false;  // since there was a face
+  size_t sweeps_ = 0;
+  float last_angle_ = 0;  // radians, of the face seen last
 };
 
 }  // namespace tessera

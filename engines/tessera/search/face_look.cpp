@@ -42,9 +42,8 @@ Placement FaceLook::Correction(const Placement &place, const SeenFace &seen) {
   return SamePlacement();
 }
 
-std::vector<CoarseFace> FaceLook::Everywhere(const PictureView &picture, float first_angle, int wanted,
-                                             size_t &fruitless) {
-  return search_.Whole(picture.y, first_angle, wanted, fruitless);
+std::vector<CoarseFace> FaceLook::Everywhere(const PictureView &picture, float first_angle, int wanted) {
+  return search_.Whole(picture.y, first_angle, wanted);
 }
 
 std::vector<CoarseFace> FaceLook::Sweep(const PictureView &picture, const SearchPass &pass) {

@@ -38,7 +38,7 @@ class FaceLook {
   static Placement Correction(const Placement &place, const SeenFace &seen);
 
   // All places that look like a face in the whole picture: at all angles, by the careful cascade.
-  std::vector<CoarseFace> Everywhere(const PictureView &picture, float first_angle, int wanted, size_t &fruitless);
+  std::vector<CoarseFace> Everywhere(const PictureView &picture, float first_angle, int wanted);
   // By the quick one, in one size and at one angle.
   std::vector<CoarseFace> Sweep(const PictureView &picture, const SearchPass &pass);
 

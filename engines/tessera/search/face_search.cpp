@@ -96,16 +96,12 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
   return faces;
 }
 
-std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless) {
+std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle, int wanted) {
   std::vector<SearchPass> passes = {{kUsualFaces, first_angle}};
   for (const float angle : {0.0F, -20 * kDegree, 20 * kDegree, -40 * kDegree, 40 * kDegree}) {
     if (std::abs(angle - first_angle) > 5 * kDegree) passes.push_back({kUsualFaces, angle});
   }
   if (std::max(luma.cols, luma.rows) > kUsualFaces) passes.push_back({kSmallFaces, 0});
-  if (fruitless > 0) {
-    passes[1] = passes[1 + fruitless % (passes.size() - 1)];
-    passes.resize(2);
-  }
 
   std::vector<CoarseFace> found;
   for (const SearchPass &pass : passes) {
@@ -114,7 +110,6 @@ std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle
         std::count_if(found.begin(), found.end(), [](const CoarseFace &face) { return face.score >= kGoodScore; });
     if (good >= wanted) break;
   }
-  fruitless = found.empty() ? fruitless + 1 : 0;
   std::sort(found.begin(), found.end(), [](const CoarseFace &a, const CoarseFace &b) { return a.score > b.score; });
   return found;
 }

@@ -29,9 +29,8 @@ class FaceSearch {
   bool Load(const std::string &file, const std::string &quick_file);
 
   // Searches the whole picture, at `first_angle` (radians), upright, turned to either side, and for small faces, until
-  // `wanted` good faces are found. A search that keeps finding nothing tries two of these a call, in turn: `fruitless`
-  // counts such calls in a row. Best faces first, one for each place.
-  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless);
+  // `wanted` good faces are found. Best faces first, one for each place.
+  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted);
 
   // By the quick cascade: a few milliseconds, and much that is no face. Most votes first.
   std::vector<CoarseFace> Sweep(const cv::Mat &luma, const SearchPass &pass);

@@ -35,11 +35,6 @@ bool IsKnown(const SearchTask &task, const SearchAnswer &answer, const Placement
 
 }  // namespace
 
-void SearchTurns::StartAnew() {
-  doubtful_.clear();
-  pass_ = 0;
-}
-
 // While there is room for more faces, known ones and new ones are looked for by turns.
 SearchAnswer SearchTurns::Turn(const SearchTask &task) {
   SearchAnswer answer;
@@ -49,7 +44,7 @@ SearchAnswer SearchTurns::Turn(const SearchTask &task) {
     LookAtOne(task, answer);
   } else if (room) {
     LookAtDoubtful(task, answer);
-    if (answer.fresh.empty()) LookForMore(task, answer);
+    if (answer.fresh.empty() && !stop_) LookForMore(task, answer);
   }
   return answer;
 }
@@ -76,7 +71,7 @@ SearchPass SearchTurns::NextPass() {
 void SearchTurns::LookAtDoubtful(const SearchTask &task, SearchAnswer &answer) {
   std::vector<Doubtful> kept;
   for (Doubtful &doubtful : doubtful_) {
-    if (IsKnown(task, answer, doubtful.placement)) continue;
+    if (stop_ || IsKnown(task, answer, doubtful.placement)) continue;
     const auto seen = look_.CheckSwept(task.picture->view, {doubtful.placement, 0});
     if (seen) {
       if (auto face = FaceLook::Begin(task.picture->view, seen->placement)) answer.fresh.push_back(std::move(*face));
@@ -95,7 +90,7 @@ void SearchTurns::LookForMore(const SearchTask &task, SearchAnswer &answer) {
                   proposals.end());
   const size_t checks = std::min(proposals.size(), kMostChecks);
   // The best ones each time, and of the others the next.
-  for (size_t i = 0; i < checks; ++i) {
+  for (size_t i = 0; i < checks && !stop_; ++i) {
     const size_t half = checks / 2;
     const size_t at = i < half || proposals.size() <= kMostChecks
                           ? i

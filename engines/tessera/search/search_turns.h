@@ -1,6 +1,7 @@
 // A search in turns: each takes some milliseconds of a processor, and together they miss no face for long.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -35,13 +36,14 @@ struct SearchAnswer {
   std::vector<NewFace> fresh;  // in the task's picture, unless carried to a later one
 };
 
-// Borrows: the cascades. Threads: one at a time.
+// Borrows: the cascades. Threads: one at a time, but for Stop.
 class SearchTurns {
  public:
   explicit SearchTurns(FaceLook &look) : look_(look) {}
 
   SearchAnswer Turn(const SearchTask &task);
-  void StartAnew();
+  // Ends a turn that is under way after the cascade that it is at. There will be no other.
+  void Stop() { stop_ = true; }
 
  private:
   struct Doubtful {
@@ -55,6 +57,7 @@ class SearchTurns {
   SearchPass NextPass();
 
   FaceLook &look_;
+  std::atomic<bool> stop_{false};
   uint64_t turn_ = 0;
   size_t next_known_ = 0;
   uint64_t pass_ = 0;
