@@ -1,6 +1,6 @@
 // The pictures that a canvas of 1280x720 loses at 30 a second on software GL, with the landmark filter and without, in
-// turns. The vision runner is the open one, and its worker stays in the background; the picture without a face is the
-// harder one, since the runner then searches all of it each time.
+// turns. The vision runner is the open one, and its worker is batch work; the picture without a face is the harder one,
+// since the runner then searches each.
 #include <gtest/gtest.h>
 #include <util/base.h>
 #include <obs.hpp>

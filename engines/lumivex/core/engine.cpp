@@ -141,6 +141,7 @@ void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTi
   times.vision = MillisecondsSince(start);
   if (!looked) return;
   times[Stage::kFaces] = times.vision;
+  stats_.SetSearchShare(faces_.TimeOfSearch().Share());
   landmarks_ = reports_faces_ ? faces_.Result() : nullptr;
   faces_reported_ = landmarks_ != nullptr;
 }

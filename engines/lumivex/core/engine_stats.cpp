@@ -53,6 +53,7 @@ std::string EngineStats::Text() const {
   }
   const Json json = {{"engine", "lumivex"},         {"frames", beauty_.count},   {"failed", failed_},
                      {"skin_frames", skin_frames_}, {"beauty", ToJson(beauty_)}, {"tessera", ToJson(vision_in_frames_)},
+                     {"face_search_share", Rounded(search_share_)},
                      {"stages", std::move(stages)}};
   return json.dump();
 }
@@ -61,6 +62,7 @@ std::string EngineStats::VisionText() const {
   Json json = ToJson(vision_);
   json["vision"] = "faces";
   json["face_frames"] = face_frames_;
+  json["face_search_share"] = Rounded(search_share_);
   return json.dump();
 }
 

@@ -57,6 +57,7 @@ class EngineStats {
  public:
   void AddFrame(const FrameTimes &times);
   void AddFailure() { ++failed_; }
+  void SetSearchShare(double share) { search_share_ = share; }  // of a processor core, by the search for faces
   void Clear();  // all but the figures of the search for faces, which count from the engine's start
 
   std::string Text() const;
@@ -70,6 +71,7 @@ class EngineStats {
   std::array<TimeSum, kStageCount> stages_;
   TimeSum vision_;
   uint64_t face_frames_ = 0;
+  double search_share_ = 0.0;
 };
 
 }  // namespace lumivex

@@ -51,6 +51,7 @@ bool FaceFinder::Find(const Nv12View &view, const Orientation &orientation, uint
   faces_.clear();
   result_.reset();
   try {
+    SetOrientation(orientation);
     picture_.Make(view, orientation);
     Run();
     failure_logged_ = false;
@@ -90,6 +91,14 @@ void FaceFinder::HandParams() {
   runner_->setParam(std::make_shared<tessera::Any>("landmarks_param", map));
 }
 
+// What the runner follows in pictures that stand otherwise is no face any more.
+void FaceFinder::SetOrientation(const Orientation &orientation) {
+  if (orientation == orientation_) return;
+  orientation_ = orientation;
+  params_["orientation"] = std::to_string(orientation.quarter_turns) + (orientation.mirror ? " mirrored" : "");
+  HandParams();
+}
+
 void FaceFinder::Run() {
   auto frame = std::make_shared<tessera::TesseraFrame>();
   const std::shared_ptr<tessera::TesseraImage> image = frame->getTesseraImage();
@@ -103,6 +112,7 @@ void FaceFinder::Run() {
   runner_->run(std::move(frame), result_);
   if (!result_ || !result_->getAny()) return;
   tessera::Any &root = *result_->getAny();
+  search_time_ = ReadSearchTime(root);
   MoveTree(root, [this](float x, float y) { return picture_.ToFrame(x, y); });
   ReadFaces(root, faces_);
 }

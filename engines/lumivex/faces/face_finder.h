@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "faces/face_tree.h"
 #include "faces/faces.h"
 #include "faces/upright_picture.h"
 #include "pixels/nv12_view.h"
@@ -33,7 +34,9 @@ class FaceFinder {
 
   // Where the runner looks for its models; what it finds there counts from the next frame on.
   void SetModelFolder(std::string folder);
-  // Parameters of the runner by name, numbers as text. Those that are not named stay as they are.
+  // Parameters of the runner by name, numbers as text. Those that are not named stay as they are. With "sync_detect" 1
+  // each frame waits for its own faces, and the same frames give the same ones; usually it is 0, and the runner
+  // searches beside them.
   void SetParams(const std::map<std::string, std::string> &params);
 
   // Whether the runner has looked at this frame. `timestamp` in nanoseconds; one that does not rise tells no time.
@@ -41,6 +44,8 @@ class FaceFinder {
 
   // Of the last frame that was looked at; none while there is no need.
   const Faces &Found() const { return faces_; }
+  // Beside the frames' thread, for all of the runner's pictures up to that frame.
+  const SearchTime &TimeOfSearch() const { return search_time_; }
   // The runner's own result for it, in the frame's pixels. Null where it gave none.
   std::shared_ptr<tessera::TesseraOut> Result() const { return result_; }
 
@@ -48,15 +53,18 @@ class FaceFinder {
   bool IsDue(uint64_t timestamp, FaceNeed need);
   bool MakeRunner();
   void HandParams();
+  void SetOrientation(const Orientation &orientation);
   void Run();
 
   std::string model_folder_;
-  std::map<std::string, std::string> params_ = {{"max_face_num", "3"}, {"sync_detect", "1"}};
+  std::map<std::string, std::string> params_ = {{"max_face_num", "3"}, {"sync_detect", "0"}};
   std::shared_ptr<tessera::TesseraRunner> runner_;
   bool refused_ = false;  // no runner with this model folder
   UprightPicture picture_;
   std::shared_ptr<tessera::TesseraOut> result_;
   Faces faces_;
+  SearchTime search_time_;
+  Orientation orientation_;
   bool has_looked_ = false;
   uint64_t looked_at_ = 0;       // nanoseconds
   bool failure_logged_ = false;  // since the runner last did its work

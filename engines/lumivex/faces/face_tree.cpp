@@ -104,4 +104,11 @@ void ReadFaces(Any &root, Faces &faces) {
   }
 }
 
+SearchTime ReadSearchTime(const Any &root) {
+  const Any nothing(0);
+  const Any &time = root.asMap().get("search_thread", nothing);
+  return {static_cast<double>(time.asMap().get("processor_ms", nothing).toFloat32()),
+          static_cast<double>(time.asMap().get("elapsed_ms", nothing).toFloat32())};
+}
+
 }  // namespace lumivex

@@ -21,4 +21,16 @@ void MoveTree(tessera::Any &root, const ToFrame &to_frame);
 // left out.
 void ReadFaces(tessera::Any &root, Faces &faces);
 
+// What the runner's search thread has taken since it began.
+struct SearchTime {
+  double processor_ms = 0.0;
+  double elapsed_ms = 0.0;
+
+  // Of one processor core, 0 to 1.
+  double Share() const { return elapsed_ms > 0.0 ? processor_ms / elapsed_ms : 0.0; }
+};
+
+// Zeros for a tree of a runner without such a thread.
+SearchTime ReadSearchTime(const tessera::Any &root);
+
 }  // namespace lumivex

@@ -22,9 +22,9 @@ void UprightPicture::Make(const Nv12View &view, const Orientation &orientation) 
   const int divisor = (std::max(view.width, view.height) + kLongestSide - 1) / kLongestSide;
   if (divisor > 1) {
     const cv::Size size(std::max(view.width / divisor, 1), std::max(view.height / divisor, 1));
-    cv::resize(y_, small_y_, size, 0, 0, cv::INTER_AREA);
-    cv::resize(uv, small_uv_, cv::Size((size.width + 1) / 2, (size.height + 1) / 2), 0, 0, cv::INTER_AREA);
-    y_ = small_y_;
+    ShrinkLuma(size);
+    // Colour has no details that are looked for: between the four pixels next to it is enough.
+    cv::resize(uv, small_uv_, cv::Size((size.width + 1) / 2, (size.height + 1) / 2), 0, 0, cv::INTER_LINEAR);
     uv = small_uv_;
   }
   cv::extractChannel(uv, split_u_, 0);
@@ -34,6 +34,23 @@ void UprightPicture::Make(const Nv12View &view, const Orientation &orientation) 
   Turn(y_, mirrored_y_, turned_y_);
   Turn(u_, mirrored_u_, turned_u_);
   Turn(v_, mirrored_v_, turned_v_);
+}
+
+// Means of four pixels, then what lies between those: a mean over three by three takes five times as long.
+void UprightPicture::ShrinkLuma(const cv::Size &size) {
+  const cv::Size even(y_.cols / 2 * 2, y_.rows / 2 * 2);
+  const cv::Size half = even / 2;
+  if (half.width < size.width || half.height < size.height) {  // a picture of a line or two
+    cv::resize(y_, small_y_, size, 0, 0, cv::INTER_AREA);
+  } else {
+    cv::resize(y_(cv::Rect({0, 0}, even)), small_y_, half, 0, 0, cv::INTER_AREA);
+    if (half != size) {
+      cv::resize(small_y_, smaller_y_, size, 0, 0, cv::INTER_LINEAR);
+      y_ = smaller_y_;
+      return;
+    }
+  }
+  y_ = small_y_;
 }
 
 void UprightPicture::Turn(cv::Mat &plane, cv::Mat &mirrored, cv::Mat &turned) const {

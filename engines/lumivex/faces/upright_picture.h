@@ -25,13 +25,14 @@ class UprightPicture {
   FramePoint ToFrame(float x, float y) const;
 
  private:
+  void ShrinkLuma(const cv::Size &size);
   void Turn(cv::Mat &plane, cv::Mat &mirrored, cv::Mat &turned) const;
 
   Orientation orientation_;
   float frame_width_ = 1.0f;
   float frame_height_ = 1.0f;
   cv::Mat y_, u_, v_;  // headers over the frame or over what stands below
-  cv::Mat small_y_, small_uv_;
+  cv::Mat small_y_, smaller_y_, small_uv_;
   cv::Mat split_u_, split_v_;
   cv::Mat mirrored_y_, mirrored_u_, mirrored_v_;
   cv::Mat turned_y_, turned_u_, turned_v_;

@@ -11,6 +11,7 @@ Features FindFeatures(const PictureView &picture, const Placement &placement) {
   features.nose = FindNose(lower);
   features.brows = {FindBrow(upper, -1), FindBrow(upper, 1)};
   features.eye_corners = {FindEyeCorner(upper, -1), FindEyeCorner(upper, 1)};
+  features.lids = {FindLids(upper, -1, placement.unit), FindLids(upper, 1, placement.unit)};
   return features;
 }
 

@@ -35,11 +35,17 @@ struct EyeCorner {
   float confidence = 0;
 };
 
+struct Lids {
+  float open = 1;  // 0: closed
+  float confidence = 0;
+};
+
 struct Features {
   Mouth mouth;
   Nose nose;
   std::array<Brow, 2> brows;             // left, right
   std::array<EyeCorner, 2> eye_corners;  // left, right
+  std::array<Lids, 2> lids;              // left, right
 };
 
 // The mouth is the dark line in the lower face, its corners the ends of that line; how far the lips reach is told by
@@ -55,6 +61,10 @@ Brow FindBrow(const FaceCues &upper_face, int side);
 // The outer corner of an eye is where its dark lids and lashes end. (The inner one stands in the shade of the nose and
 // is left to the mean shape.)
 EyeCorner FindEyeCorner(const FaceCues &upper_face, int side);
+
+// Between open lids stands an iris, closed ones show no more than their lashes. `unit` is the distance between the
+// pupils in pixels of the picture: in a small face the two look alike.
+Lids FindLids(const FaceCues &upper_face, int side, float unit);
 
 // All of them. Threads: any.
 Features FindFeatures(const PictureView &picture, const Placement &placement);

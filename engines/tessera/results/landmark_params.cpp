@@ -11,6 +11,9 @@ LandmarkParams ReadLandmarkParams(const Any &param) {
   LandmarkParams params;
   const float faces = map.asMap().get("max_face_num", nothing).toFloat32();
   if (std::isfinite(faces) && faces >= 1) params.max_faces = static_cast<int>(std::min<float>(faces, kMostFaces));
+  const Any one(1);
+  params.synchronous = map.asMap().get("sync_detect", one).toFloat32() != 0;
+  params.orientation = map.asMap().get("orientation", nothing).text;
   return params;
 }
 

@@ -7,10 +7,16 @@
 namespace tessera {
 namespace {
 
-Any Number(float value) {
+Any Number(double value) {
   Any any;
   any.tag = Any::kFloat;
   any.number = value;
+  return any;
+}
+
+Any Opening(float open, float confidence) {
+  Any any = Any::newMap("open", Number(open));
+  any.addMapItem("confidence", Number(confidence));
   return any;
 }
 
@@ -38,12 +44,22 @@ Any ResultTree(const std::vector<FoundFace> &faces) {
     box.addMapItem("height", Number(face.box.height));
     Any entry = Any::newMap("pos", PointList(face.points));
     entry.addMapItem("range_expand", box);
+    entry.addMapItem("confidence", Number(face.confidence));
+    entry.addMapItem("mouth", Opening(face.mouth_open, face.mouth_confidence));
+    entry.addMapItem("left_eye", Opening(face.eyes_open[0], face.eyes_confidence[0]));
+    entry.addMapItem("right_eye", Opening(face.eyes_open[1], face.eyes_confidence[1]));
     list->push_back(entry);
   }
   Any vector;
   vector.tag = Any::kVector;
   vector.payload = list;
   return Any::newMap("landmarks_out", Any::newMap("faces", vector));
+}
+
+void AddSearchTime(Any &root, const SearchTime &time) {
+  Any map = Any::newMap("processor_ms", Number(time.processor_ms));
+  map.addMapItem("elapsed_ms", Number(time.elapsed_ms));
+  root.addMapItem("search_thread", map);
 }
 
 }  // namespace tessera

@@ -2,13 +2,15 @@
 #include <util/base.h>
 
 #include <exception>
-#include <stdexcept>
+#include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "results/implementation_state.h"
 #include "results/landmark_params.h"
 #include "results/result_tree.h"
-#include "runner/background_finder.h"
+#include "runner/live_finder.h"
 #include "search/face_finder.h"
 #include "vision/cascade_files.h"
 
@@ -31,39 +33,36 @@ bool ViewOf(int width, int height, unsigned char *const planes[3], const int str
 
 struct TesseraRunner::State {
   TesseraConfig::State config;
-  std::string face_cascade;
-  std::string eye_cascade;  // empty: there is none
-  FaceFinder finder;
-  FaceMemory memory;
-  std::unique_ptr<BackgroundFinder> background;  // for a caller that is batch work, from its first picture on
-  bool background_tried = false;
+  LandmarkParams params;
+  FaceLook look;  // the thread's while `live` stands, else the caller's
+  FaceFinder finder{look};
+  std::unique_ptr<LiveFinder> live;  // made by the first picture that is not to be waited for
   bool ready = false;
   bool failure_logged = false;
 
-  void MakeBackground();
+  void SetParams(const LandmarkParams &wanted);
   std::vector<FoundFace> Find(const PictureView &picture);
 };
 
-// Once: without it the caller searches itself.
-void TesseraRunner::State::MakeBackground() {
-  background_tried = true;
-  try {
-    const auto other = std::make_shared<FaceFinder>();  // cascades are for one thread
-    if (!other->Load(face_cascade, eye_cascade)) throw std::runtime_error("the cascades cannot be read again");
-    background = std::make_unique<BackgroundFinder>(
-        [other](const PictureView &picture, FaceMemory &its_memory) { return other->Find(picture, its_memory); });
-  } catch (const std::exception &error) {
-    blog(LOG_WARNING, "[tessera] no search in idle time: %s", error.what());
-  }
+void TesseraRunner::State::SetParams(const LandmarkParams &wanted) {
+  const bool other_pictures = wanted.orientation != params.orientation;
+  params = wanted;
+  if (params.synchronous) live.reset();
+  finder.SetMaxFaces(params.max_faces);
+  if (live) live->SetMaxFaces(params.max_faces);
+  if (!other_pictures) return;
+  finder.StartAnew();
+  if (live) live->StartAnew();
 }
 
 std::vector<FoundFace> TesseraRunner::State::Find(const PictureView &picture) {
-  std::vector<FoundFace> faces;
-  if (CallerIsBatchWork()) {
-    if (!background_tried) MakeBackground();
-    if (background && background->Find(picture, memory, faces)) return faces;
+  if (params.synchronous) return finder.Find(picture);
+  if (!live) {
+    finder.StartAnew();
+    live = std::make_unique<LiveFinder>(look);
+    live->SetMaxFaces(params.max_faces);
   }
-  return finder.Find(picture, memory);
+  return live->Find(picture);
 }
 
 TesseraRunner::TesseraRunner() : state_(std::make_shared<State>()) {}
@@ -81,12 +80,11 @@ void TesseraRunner::setLogLevel(int) {}
 
 int TesseraRunner::init() {
   const TesseraConfig::State &config = state_->config;
-  state_->face_cascade = FindCascade(kFaceCascade, config.model_folder, config.model_files);
-  state_->eye_cascade = FindCascade(kEyeCascade, config.model_folder, config.model_files);
-  const std::string &faces = state_->face_cascade;
-  const std::string &eyes = state_->eye_cascade;
-  state_->background.reset();
-  state_->background_tried = false;
+  const auto find = [&config](const char *name) { return FindCascade(name, config.model_folder, config.model_files); };
+  const CascadeFiles files{find(kFaceCascade), find(kEyeCascade), find(kQuickCascade)};
+  const std::string &faces = files.faces;
+  const std::string &eyes = files.eyes;
+  state_->live.reset();
   state_->ready = false;
   if (faces.empty()) {
     blog(LOG_ERROR,
@@ -95,21 +93,23 @@ int TesseraRunner::init() {
     return 1;
   }
   try {
-    state_->ready = state_->finder.Load(faces, eyes);
+    state_->ready = state_->look.Load(files);
   } catch (const std::exception &error) {
     blog(LOG_ERROR, "[tessera] %s", error.what());
   }
   if (!state_->ready) {
-    blog(LOG_ERROR, "[tessera] no faces will be found: %s or %s is no cascade", faces.c_str(), eyes.c_str());
+    blog(LOG_ERROR, "[tessera] no faces will be found: %s, %s or %s is no cascade", faces.c_str(), eyes.c_str(),
+         files.quick.c_str());
     return 2;
   }
   if (eyes.empty()) blog(LOG_WARNING, "[tessera] no %s: the eyes are found less well", kEyeCascade);
+  if (files.quick.empty()) blog(LOG_WARNING, "[tessera] no %s: faces are found less soon", kQuickCascade);
   blog(LOG_INFO, "[tessera] faces by %s", faces.c_str());
   return 0;
 }
 
 void TesseraRunner::setParam(std::shared_ptr<Any> param) {
-  if (param) state_->memory.SetMaxFaces(ReadLandmarkParams(*param).max_faces);
+  if (param) state_->SetParams(ReadLandmarkParams(*param));
 }
 
 int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out) {
@@ -124,6 +124,7 @@ int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<Tess
   try {
     auto result = std::make_shared<TesseraOut>();
     result->getAny() = std::make_shared<Any>(ResultTree(state_->Find(view)));
+    if (state_->live) AddSearchTime(*result->getAny(), state_->live->Time());
     out = std::move(result);
     return 0;
   } catch (const std::exception &error) {

@@ -47,11 +47,11 @@ void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
 
 }  // namespace
 
-bool FaceSearch::Load(const std::string &file) {
-  return cascade_.Load(file);
+bool FaceSearch::Load(const std::string &file, const std::string &quick_file) {
+  return cascade_.Load(file) && (quick_file.empty() || quick_.Load(quick_file));
 }
 
-std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass) {
+std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass &pass, bool quick) {
   const float scale =
       std::min(1.0F, static_cast<float>(pass.long_side) / static_cast<float>(std::max(luma.cols, luma.rows)));
   cv::Mat small = luma;
@@ -80,7 +80,10 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass
   }
 
   std::vector<CoarseFace> faces;
-  for (const VotedBox &found : cascade_.Find(upright, 1.15, 3, kSmallestBox)) {
+  const std::vector<VotedBox> boxes = !quick           ? cascade_.Find(upright, 1.15, 3, kSmallestBox)
+                                      : quick_.empty() ? cascade_.FindAny(upright, 1.2, kSmallestBox)
+                                                       : quick_.FindAny(upright, 1.2, kSmallestBox);
+  for (const VotedBox &found : boxes) {
     Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
@@ -93,27 +96,26 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const Pass &pass
   return faces;
 }
 
-std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless) {
-  std::vector<Pass> passes = {{kUsualFaces, first_angle}};
+std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle, int wanted) {
+  std::vector<SearchPass> passes = {{kUsualFaces, first_angle}};
   for (const float angle : {0.0F, -20 * kDegree, 20 * kDegree, -40 * kDegree, 40 * kDegree}) {
     if (std::abs(angle - first_angle) > 5 * kDegree) passes.push_back({kUsualFaces, angle});
   }
   if (std::max(luma.cols, luma.rows) > kUsualFaces) passes.push_back({kSmallFaces, 0});
-  if (fruitless > 0) {
-    passes[1] = passes[1 + fruitless % (passes.size() - 1)];
-    passes.resize(2);
-  }
 
   std::vector<CoarseFace> found;
-  for (const Pass &pass : passes) {
-    for (const CoarseFace &face : Search(luma, pass)) AddFace(found, face);
+  for (const SearchPass &pass : passes) {
+    for (const CoarseFace &face : Search(luma, pass, false)) AddFace(found, face);
     const auto good =
         std::count_if(found.begin(), found.end(), [](const CoarseFace &face) { return face.score >= kGoodScore; });
     if (good >= wanted) break;
   }
-  fruitless = found.empty() ? fruitless + 1 : 0;
   std::sort(found.begin(), found.end(), [](const CoarseFace &a, const CoarseFace &b) { return a.score > b.score; });
   return found;
+}
+
+std::vector<CoarseFace> FaceSearch::Sweep(const cv::Mat &luma, const SearchPass &pass) {
+  return Search(luma, pass, true);
 }
 
 std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement &last) {

@@ -1,4 +1,4 @@
-// Finds faces by OpenCV's frontal face cascade, on pictures turned by several angles.
+// Finds faces by OpenCV's frontal face cascades, on pictures turned by several angles.
 #pragma once
 
 #include <optional>
@@ -16,27 +16,33 @@ struct CoarseFace {
   float score = 0;  // how many boxes agreed
 };
 
-// Owns: the cascade. Threads: one at a time.
+// One search of a whole picture.
+struct SearchPass {
+  int long_side = 0;  // of the picture that is searched, pixels
+  float angle = 0;    // radians
+};
+
+// Owns: the cascades. Threads: one at a time.
 class FaceSearch {
  public:
-  bool Load(const std::string &file);
+  // `quick_file` may be empty: then the first one does its work, too.
+  bool Load(const std::string &file, const std::string &quick_file);
 
   // Searches the whole picture, at `first_angle` (radians), upright, turned to either side, and for small faces, until
-  // `wanted` good faces are found. A search that keeps finding nothing tries two of these a call, in turn: `fruitless`
-  // counts such calls in a row. Best faces first, one for each place.
-  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted, size_t &fruitless);
+  // `wanted` good faces are found. Best faces first, one for each place.
+  std::vector<CoarseFace> Whole(const cv::Mat &luma, float first_angle, int wanted);
+
+  // By the quick cascade: a few milliseconds, and much that is no face. Most votes first.
+  std::vector<CoarseFace> Sweep(const cv::Mat &luma, const SearchPass &pass);
 
   // Searches near where a face was seen, at its angle and at two beside it.
   std::optional<CoarseFace> Near(const cv::Mat &luma, const Placement &last);
 
  private:
-  struct Pass {
-    int long_side = 0;  // of the picture that is searched, pixels
-    float angle = 0;    // radians
-  };
-  std::vector<CoarseFace> Search(const cv::Mat &luma, const Pass &pass);
+  std::vector<CoarseFace> Search(const cv::Mat &luma, const SearchPass &pass, bool quick);
 
   Cascade cascade_;
+  Cascade quick_;  // empty: there is none
 };
 
 }  // namespace tessera

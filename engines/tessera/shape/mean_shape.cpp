@@ -76,8 +76,7 @@ std::vector<cv::Point2f> BuildShape() {
 }  // namespace
 
 const std::vector<cv::Point2f> &MeanShape() {
-  // Not destroyed: on a busy machine a search in idle time may last longer than the process's statics.
-  static const auto &shape = *new std::vector<cv::Point2f>(BuildShape());
+  static const std::vector<cv::Point2f> shape = BuildShape();
   return shape;
 }
 

@@ -73,15 +73,25 @@ cv::Point2f MouthPoint(const std::vector<cv::Point2f> &mean, size_t point, const
   return {on_line.x, on_line.y + (found - line_middle) * arch + own};
 }
 
-// An eye is stretched from its pupil to the outer corner.
-cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const EyeCorner &corner) {
+// Where lids meet in the middle of a closed eye: nearly all of the way is the upper one's.
+constexpr float kClosedLid = 0.07F;
+
+// An eye is stretched from its pupil to the outer corner, and its lids come together as far as they are closed.
+cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const EyeCorner &corner, const Lids &lids) {
   const float side = mean[point].x < 0 ? -1.0F : 1.0F;
   const float pupil = mean[kRightPupil].x;
-  const float from_pupil = mean[point].x * side - pupil;
-  if (from_pupil <= 0) return mean[point];
-  const float usual = mean[kRightEyeOuterCorner].x - pupil;
-  const float stretched = from_pupil * Mixed(usual, corner.x - pupil, corner.confidence) / usual;
-  return {side * (pupil + stretched), mean[point].y};
+  const float inner = mean[kRightEyeInnerCorner].x;
+  const float outer = mean[kRightEyeOuterCorner].x;
+  const float usual_x = mean[point].x * side;
+  // On the line of a closed eye, which hangs between its corners.
+  const float across = Clamped01((usual_x - inner) / (outer - inner));
+  const float ends = Mixed(mean[kRightEyeInnerCorner].y, mean[kRightEyeOuterCorner].y, across);
+  const float closed = ends + (kClosedLid - ends) * 4 * across * (1 - across);
+  const float y = Mixed(mean[point].y, closed, (1 - lids.open) * lids.confidence);
+  const float from_pupil = usual_x - pupil;
+  if (from_pupil <= 0) return {mean[point].x, y};
+  const float stretched = from_pupil * Mixed(outer - pupil, corner.x - pupil, corner.confidence) / (outer - pupil);
+  return {side * (pupil + stretched), y};
 }
 
 // Mean height of a brow of the mean shape.
@@ -114,7 +124,7 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
     if (In(kMouthOuter, i) || In(kUpperLipInner, i) || In(kLowerLipInner, i)) {
       point = MouthPoint(mean, i, mouth);
     } else if (In(kLeftEye, i) || In(kRightEye, i)) {
-      point = EyePoint(mean, i, features.eye_corners[side]);
+      point = EyePoint(mean, i, features.eye_corners[side], features.lids[side]);
     } else if (In(kLeftBrow, i) || In(kRightBrow, i)) {
       point.y += (features.brows[side].height - usual_brow) * features.brows[side].confidence;
     } else if (In(kNoseSides, i) || In({kNoseRoot, kNoseBase}, i)) {
@@ -127,6 +137,11 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
     points.push_back(placement.ToPicture(point));
   }
   return points;
+}
+
+float MouthOpening(const Mouth &mouth) {
+  const MouthShape shape = ShapeOf(MeanShape(), mouth);
+  return shape.lower_top - shape.upper_bottom;
 }
 
 }  // namespace tessera

@@ -13,4 +13,8 @@ namespace tessera {
 // it. Threads: any.
 std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &features);
 
+// How far the lips' inner edges are apart in the middle of the mouth that is drawn, in units; a closed one has about
+// 0.03.
+float MouthOpening(const Mouth &mouth);
+
 }  // namespace tessera

@@ -22,6 +22,8 @@ class Cascade {
   // Boxes from `least` to `most` pixels wide (0: as large as the picture), each size `step` times the one before,
   // where more than `votes` windows agree; in a fixed order. On the calling thread alone.
   std::vector<VotedBox> Find(const cv::Mat &picture, double step, int votes, int least, int most = 0);
+  // As Find, but a single window counts, too: more faces, and more of what is none. Those with the most votes first.
+  std::vector<VotedBox> FindAny(const cv::Mat &picture, double step, int least);
 
  private:
   cv::CascadeClassifier classifier_;

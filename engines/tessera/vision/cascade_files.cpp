@@ -21,6 +21,7 @@ std::string FindCascade(const std::string &name, const std::string &model_folder
   if (!model_folder.empty()) places.push_back(fs::path(model_folder) / name);
   for (const std::string &file : model_files) places.push_back(fs::path(file).parent_path() / name);
   places.push_back(fs::path(CascadePackageFolder()) / name);
+  places.push_back(fs::path(CascadePackageFolder()).parent_path() / "lbpcascades" / name);
   for (const fs::path &place : places) {
     std::error_code ignored;
     if (fs::is_regular_file(place, ignored)) return place.string();

@@ -8,6 +8,7 @@ namespace tessera {
 
 inline constexpr const char *kFaceCascade = "haarcascade_frontalface_alt2.xml";
 inline constexpr const char *kEyeCascade = "haarcascade_eye.xml";
+inline constexpr const char *kQuickCascade = "lbpcascade_frontalface.xml";
 // The folder of Debian's package opencv-data, or the one that the environment variable TESSERA_CASCADES names instead.
 std::string CascadePackageFolder();
 

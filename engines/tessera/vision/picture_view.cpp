@@ -25,6 +25,24 @@ Placement PlacementOfEyes(cv::Point2f left, cv::Point2f right) {
   return {(left + right) * 0.5F, std::hypot(across.x, across.y), std::atan2(across.y, across.x)};
 }
 
+Placement Composed(const Placement &outer, const Placement &inner) {
+  return {outer.ToPicture(inner.origin), outer.unit * inner.unit, outer.angle + inner.angle};
+}
+
+Placement Relative(const Placement &frame, const Placement &place) {
+  const auto turn = static_cast<float>(std::remainder(static_cast<double>(place.angle - frame.angle), 2 * CV_PI));
+  return {frame.FromPicture(place.origin), place.unit / frame.unit, turn};
+}
+
+Placement PartOf(const Placement &relative, float part) {
+  return {relative.origin * part, std::pow(relative.unit, part), relative.angle * part};
+}
+
+Placement Scaled(const Placement &placement, float scale) {
+  const cv::Point2f half(0.5F, 0.5F);  // of a pixel: its centre is a whole number
+  return {(placement.origin + half) * scale - half, placement.unit * scale, placement.angle};
+}
+
 cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::Rect2f &window, float density,
                    bool halved) {
   const cv::Size size(std::max(1, cvRound(window.width * density)), std::max(1, cvRound(window.height * density)));

@@ -26,6 +26,19 @@ struct Placement {
 // The placement whose pupils are those two points.
 Placement PlacementOfEyes(cv::Point2f left, cv::Point2f right);
 
+// A placement can also say where one frame stands in another: its origin and unit are then in units of that one.
+inline Placement SamePlacement() {
+  return {{0, 0}, 1, 0};
+}
+// `inner` stands in the frame `outer`; the result stands where `outer` does.
+Placement Composed(const Placement &outer, const Placement &inner);
+// Where `place` stands in the frame `frame`: Composed(frame, Relative(frame, place)) is `place`.
+Placement Relative(const Placement &frame, const Placement &place);
+// That part of the way from SamePlacement() to `relative`: 0 is none, 1 all of it.
+Placement PartOf(const Placement &relative, float part);
+// In pixels of a picture `scale` times as large.
+Placement Scaled(const Placement &placement, float scale);
+
 // Turned by `angle` (radians, clockwise as seen).
 cv::Point2f Turned(cv::Point2f point, float angle);
 

@@ -97,9 +97,8 @@ VANTA_HOST_C_API void vanta_host_set_watchdog_ms(uint32_t busy_ms);
  * the landmark workers and of the landmark filter's GPU workers. Default 0: not at all. */
 VANTA_HOST_C_API void vanta_host_set_worker_sleep_us(uint32_t beauty_us, uint32_t landmark_us,
                                                      uint32_t landmark_gpu_us);
-/* On: landmark workers that begin from now on are batch work for the system's scheduler. The open vision runner looks
- * for such a caller's faces in processor time that no other thread wants, so that it costs no pictures where the
- * processors also draw; on a busy machine points then come about twice a second. Default off. */
+/* On: landmark workers that begin from now on are batch work for the system's scheduler, so that they keep no thread
+ * waiting that draws on the processors. Default off. */
 VANTA_HOST_C_API void vanta_host_set_landmark_in_background(bool on);
 
 /* ---- Reports ---- */

@@ -85,6 +85,9 @@ int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<Tess
   for (const auto &points : Script().raw_faces) faces.push_back(lumivex_test::FoundWith(points));
   out = std::make_shared<TesseraOut>();
   out->getAny() = std::make_shared<Any>(ResultTree(faces));
+  if (Script().search_elapsed_ms > 0) {
+    AddSearchTime(*out->getAny(), {Script().search_processor_ms, Script().search_elapsed_ms});
+  }
   return 0;
 }
 

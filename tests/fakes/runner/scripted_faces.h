@@ -30,6 +30,8 @@ struct RunnerScript {
   bool is_mute = false;                             // run leaves its result null
   std::vector<ScriptedFace> faces;                  // found in each picture
   std::vector<std::vector<cv::Point2f>> raw_faces;  // points in the published order, after those
+  double search_processor_ms = 0;                   // of its search thread
+  double search_elapsed_ms = 0;                     // 0: it has none
 
   int created = 0;
   int runs = 0;

@@ -15,6 +15,16 @@ TEST(LandmarkParams, NumberOfFacesMayBeATextOrANumber) {
   EXPECT_EQ(tessera::ReadLandmarkParams(Params(Any(2))).max_faces, 2);
 }
 
+TEST(LandmarkParams, PicturesAreWaitedForUnlessTheCallerSaysOtherwise) {
+  const auto waits = [](const Any &value) {
+    return tessera::ReadLandmarkParams(Any("landmarks_param", Any::newMap("sync_detect", value))).synchronous;
+  };
+  EXPECT_TRUE(tessera::ReadLandmarkParams(Params(Any("1"))).synchronous);
+  EXPECT_TRUE(waits(Any("1")));
+  EXPECT_FALSE(waits(Any("0")));
+  EXPECT_FALSE(waits(Any(0)));
+}
+
 TEST(LandmarkParams, WhatIsMissingOrWrongMeansOneFace) {
   EXPECT_EQ(tessera::ReadLandmarkParams(Any()).max_faces, 1);
   EXPECT_EQ(tessera::ReadLandmarkParams(Any("landmarks_param", Any("text"))).max_faces, 1);

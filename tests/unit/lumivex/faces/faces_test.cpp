@@ -308,6 +308,31 @@ TEST_F(VisionParams, GoToTheRunner) {
   EXPECT_EQ(Script().created, 1);
 }
 
+TEST_F(VisionParams, AskForASearchBesideTheFramesUnlessTheHostWantsToWait) {
+  const auto engine = MakeEngine(64, 64);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  Process(*engine, picture);
+  EXPECT_EQ(Script().params["sync_detect"], "0");
+  engine->updateTesseraParams(R"({"sync_detect": 1})");
+  EXPECT_EQ(Script().params["sync_detect"], "1");
+}
+
+TEST_F(VisionParams, TellOfAnotherOrientation) {
+  const auto engine = MakeEngine(64, 64);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  ProcessAt(*engine, picture, 0, 90);
+  const std::string turned = Script().params["orientation"];
+  ProcessAt(*engine, picture, 0, 270);
+  const std::string turned_back = Script().params["orientation"];
+  EXPECT_NE(turned, turned_back);
+  ProcessAt(*engine, picture, 0, 270, true);
+  EXPECT_NE(Script().params["orientation"], turned_back);
+}
+
 TEST_F(VisionParams, ThatAreNoGoodAreSaidAndChangeNothing) {
   const auto engine = MakeEngine(64, 64);
   Host host;
@@ -321,6 +346,20 @@ TEST_F(VisionParams, ThatAreNoGoodAreSaidAndChangeNothing) {
   EXPECT_EQ(log.CountWith("they stay as they are"), 6u);
   Process(*engine, picture);
   EXPECT_EQ(Script().params["max_face_num"], "4");
+}
+
+TEST_F(VisionStats, TellTheShareOfTheRunnersSearchThread) {
+  Script().search_processor_ms = 30;
+  Script().search_elapsed_ms = 200;
+  const auto engine = MakeEngine(64, 64);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  Process(*engine, picture);
+  std::string text;
+  engine->getTesseraStat(text);
+  EXPECT_NEAR(nlohmann::json::parse(text)["face_search_share"].get<double>(), 0.15, 0.001);
+  EXPECT_NEAR(nlohmann::json::parse(engine->getStats())["face_search_share"].get<double>(), 0.15, 0.001);
 }
 
 TEST_F(VisionStats, TellOfFaces) {

@@ -1,0 +1,65 @@
+#include "following/feature_smoothing.h"
+
+#include <cmath>
+
+#include "vision/numbers.h"
+
+namespace tessera {
+namespace {
+
+// How much of a new place counts: a small move may be noise, a large one is none. Distances are units.
+constexpr float kStillPart = 0.06F;
+constexpr float kMovingPart = 0.6F;
+constexpr float kStillMove = 0.02F;
+constexpr float kMovingMove = 0.08F;
+constexpr float kConfidencePart = 0.2F;
+
+float PartFor(float move) {
+  return Mixed(kStillPart, kMovingPart, Clamped01((move - kStillMove) / (kMovingMove - kStillMove)));
+}
+
+void Step(float &smooth, float found) {
+  smooth += (found - smooth) * PartFor(std::abs(found - smooth));
+}
+
+void Step(cv::Point2f &smooth, cv::Point2f found) {
+  const cv::Point2f move = found - smooth;
+  smooth += move * PartFor(std::hypot(move.x, move.y));
+}
+
+void StepConfidence(float &smooth, float found) {
+  smooth += (found - smooth) * kConfidencePart;
+}
+
+// A blink is over in some pictures: half of the way at once, where it is clear.
+void StepLids(Lids &smooth, const Lids &found) {
+  const float move = std::abs(found.open - smooth.open);
+  smooth.open += (found.open - smooth.open) * Mixed(0.15F, 0.75F, Clamped01((move - 0.15F) / 0.25F));
+  StepConfidence(smooth.confidence, found.confidence);
+}
+
+}  // namespace
+
+void Smooth(Features &smooth, const Features &found) {
+  Step(smooth.mouth.left, found.mouth.left);
+  Step(smooth.mouth.right, found.mouth.right);
+  Step(smooth.mouth.line, found.mouth.line);
+  // What no lips were seen by says nothing of their edges.
+  if (found.mouth.lips_confidence > 0) {
+    Step(smooth.mouth.top, found.mouth.top);
+    Step(smooth.mouth.bottom, found.mouth.bottom);
+  }
+  StepConfidence(smooth.mouth.confidence, found.mouth.confidence);
+  StepConfidence(smooth.mouth.lips_confidence, found.mouth.lips_confidence);
+  Step(smooth.nose.nostrils, found.nose.nostrils);
+  StepConfidence(smooth.nose.confidence, found.nose.confidence);
+  for (size_t side = 0; side < 2; ++side) {
+    if (found.brows[side].confidence > 0) Step(smooth.brows[side].height, found.brows[side].height);
+    StepConfidence(smooth.brows[side].confidence, found.brows[side].confidence);
+    Step(smooth.eye_corners[side].x, found.eye_corners[side].x);
+    StepConfidence(smooth.eye_corners[side].confidence, found.eye_corners[side].confidence);
+    StepLids(smooth.lids[side], found.lids[side]);
+  }
+}
+
+}  // namespace tessera

@@ -1,0 +1,79 @@
+#include "search/face_look.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "vision/numbers.h"
+
+namespace tessera {
+namespace {
+
+// The fewer eyes are seen in it, the more votes a box needs to be a face.
+constexpr float kVotesWithoutEyes = 16;
+constexpr float kVotesWithOneEye = 6;
+constexpr float kSureVotes = 6;
+
+// Distances are parts of that between the eyes.
+constexpr float kStillPart = 0.3F;
+constexpr float kStillMove = 0.015F;
+constexpr float kFastMove = 0.10F;
+// What the cascade's box alone tells counts less.
+constexpr float kPartOfOneEye = 0.5F;
+
+}  // namespace
+
+bool FaceLook::Load(const CascadeFiles &files) {
+  return search_.Load(files.faces, files.quick) && (files.eyes.empty() || eyes_.Load(files.eyes));
+}
+
+std::optional<SeenFace> FaceLook::Again(const PictureView &picture, const Placement &place) {
+  const auto box = search_.Near(picture.y, place);
+  if (!box) return std::nullopt;
+  const Eyes eyes = eyes_.Find(picture.y, box->placement);
+  return SeenFace{eyes.placement, eyes.seen, box->score};
+}
+
+Placement FaceLook::Correction(const Placement &place, const SeenFace &seen) {
+  const Placement off = Relative(place, seen.placement);
+  const float moved = std::hypot(off.origin.x, off.origin.y) + std::abs(off.unit - 1) + std::abs(off.angle);
+  const float part = Mixed(kStillPart, 1, Clamped01((moved - kStillMove) / (kFastMove - kStillMove)));
+  if (seen.eyes == 2) return PartOf(off, part);
+  if (seen.eyes == 1) return PartOf(off, part * kPartOfOneEye);
+  return SamePlacement();
+}
+
+std::vector<CoarseFace> FaceLook::Everywhere(const PictureView &picture, float first_angle, int wanted) {
+  return search_.Whole(picture.y, first_angle, wanted);
+}
+
+std::vector<CoarseFace> FaceLook::Sweep(const PictureView &picture, const SearchPass &pass) {
+  return search_.Sweep(picture.y, pass);
+}
+
+std::optional<SeenFace> FaceLook::Check(const PictureView &picture, const CoarseFace &proposal) {
+  const Eyes eyes = eyes_.Find(picture.y, proposal.placement);
+  const SeenFace seen{eyes.placement, eyes.seen, proposal.score};
+  const bool enough_votes = seen.votes >= kVotesWithoutEyes;
+  const bool enough_with_one = (seen.eyes == 1 || !eyes_.CanSee()) && seen.votes >= kVotesWithOneEye;
+  if (seen.eyes == 2 || enough_votes || enough_with_one) return seen;
+  return std::nullopt;
+}
+
+std::optional<SeenFace> FaceLook::CheckSwept(const PictureView &picture, const CoarseFace &proposal) {
+  const auto box = search_.Near(picture.y, proposal.placement);
+  if (!box) return std::nullopt;
+  return Check(picture, *box);
+}
+
+bool FaceLook::IsSure(const SeenFace &seen) {
+  return seen.eyes == 2 && seen.votes >= kSureVotes;
+}
+
+std::optional<NewFace> FaceLook::Begin(const PictureView &picture, const Placement &placement) {
+  NewFace face{placement, {}, MakeTemplate(picture.y, placement)};
+  if (!face.face) return std::nullopt;
+  face.features = FindFeatures(picture, placement);
+  return face;
+}
+
+}  // namespace tessera

@@ -1,0 +1,27 @@
+// How the system sees the search thread. Linux's part of it.
+#include "platform/search_thread_priority.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/resource.h>
+
+#include <thread>
+
+namespace {
+
+TEST(SearchThreadPriority, IsBatchWorkThatIsALittleNiceAndNeverIdleWork) {
+  std::thread([] {
+    tessera::LowerPriorityOfThisThread();
+    EXPECT_EQ(sched_getscheduler(0), SCHED_BATCH);
+    const int nice = getpriority(PRIO_PROCESS, 0);  // of this thread
+    EXPECT_GT(nice, 0);
+    EXPECT_LE(nice, 5);
+  }).join();
+}
+
+TEST(SearchThreadPriority, LeavesOtherThreadsAsTheyAre) {
+  std::thread([] { tessera::LowerPriorityOfThisThread(); }).join();
+  EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+}
+
+}  // namespace
