@@ -2,10 +2,10 @@
 #include <cstring>
 #include <exception>
 
+#include "cli/monitor_command.h"
+#include "cli/parse_options.h"
 #include "common/failure.h"
 #include "common/interrupt.h"
-#include "common/options.h"
-#include "monitor/monitor_command.h"
 #include "session/run.h"
 
 int main(int argc, char **argv) {

@@ -99,9 +99,4 @@ struct Options {
   std::string module_data;  // its data folder; empty: look for it
 };
 
-enum class ParseResult { kRun, kShownHelp };
-
-// Throws Failure(kExitUsage). `kShownHelp`: --help or --version has been answered on standard output.
-ParseResult ParseOptions(int argc, char **argv, Options &options);
-
 }  // namespace vanta_run

@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "common/statistics_json.h"
 #include "output/engine_report.h"
 #include "output/run_figures.h"
-#include "output/statistics_json.h"
 #include "vanta_host.h"
 
 namespace vanta_run {

@@ -9,7 +9,6 @@ extern "C" {
 
 #include "capture/frame_dump.h"
 #include "capture/key_color.h"
-#include "commands/command_player.h"
 #include "common/failure.h"
 #include "faces/face_file.h"
 #include "input/first_frame.h"
@@ -17,6 +16,7 @@ extern "C" {
 #include "output/cost_observer.h"
 #include "plot/gnuplot.h"
 #include "plot/plot_script.h"
+#include "session/command_player.h"
 #include "session/module_paths.h"
 #include "session/obs_session.h"
 #include "session/report_collector.h"

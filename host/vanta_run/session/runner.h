@@ -5,7 +5,6 @@
 
 #include "capture/frame_dump.h"
 #include "capture/frame_meter.h"
-#include "commands/command_player.h"
 #include "common/interrupt.h"
 #include "common/options.h"
 #include "faces/face_file.h"
@@ -16,6 +15,7 @@
 #include "output/recorder.h"
 #include "output/run_figures.h"
 #include "session/beauty_control.h"
+#include "session/command_player.h"
 #include "session/progress.h"
 #include "session/run_limits.h"
 #include "session/stage.h"

@@ -1,4 +1,4 @@
-#include "monitor/monitor_command.h"
+#include "cli/monitor_command.h"
 
 #include <getopt.h>
 

@@ -1,4 +1,4 @@
-#include "common/options.h"
+#include "cli/parse_options.h"
 
 #include <getopt.h>
 
