@@ -50,6 +50,8 @@ struct Options {
 
   // Beauty and engine
   std::vector<std::pair<LXBeautyType, float>> beauty;
+  std::vector<std::pair<int, float>> deform;  // by mode
+  std::vector<std::pair<LXBodySlimmingType, float>> slim;
   std::optional<LookupOption> lookup;
   std::vector<std::pair<LXEffectType, bool>> stages;  // whole stages of the engine, on or off
   std::string effect;                                 // the folder of a magic effect, absolute; empty: none

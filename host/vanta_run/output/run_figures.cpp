@@ -245,7 +245,8 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
         {"lagged", figures.canvas_lagged},
         {"adapter", figures.adapter}}},
       {"recording", {{"path", options.output}, {"frames", figures.recorded_frames}, {"bytes", figures.recorded_bytes}}},
-      {"log_errors", figures.lines.errors}};
+      {"log_errors", figures.lines.errors},
+      {"failed", figures.failures}};
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
