@@ -1,11 +1,9 @@
 #include "cli/monitor_command.h"
 
-#include <getopt.h>
-
 #include <cstdio>
-#include <string>
 
-#include "cli/help_text.h"
+#include "cli/page_text.h"
+#include "cli/parse_arguments.h"
 #include "common/failure.h"
 #include "common/interrupt.h"
 #include "common/option_values.h"
@@ -19,57 +17,70 @@ constexpr int kPollMs = 100;
 constexpr double kRedraw = 0.5;  // seconds
 constexpr uint64_t kMostPorts = 1000;
 
-struct MonitorOptions {
-  uint64_t ports = kMonitoredPorts;
-  double seconds = 0;  // 0: until Ctrl-C
-  bool help = false;
-};
-
-[[noreturn]] void BadValue(const std::string &subject, const std::string &reason, const std::string &remedy) {
-  throw Failure(kExitUsage, subject, reason, remedy);
+void ReadPorts(const std::string &value, MonitorOptions &options) {
+  const auto count = ParseCount(value);
+  if (!count || *count > kMostPorts) {
+    throw Failure(kExitUsage, "--ports", "bad value '" + value + "'", "give a whole number from 1 to 1000");
+  }
+  options.ports = *count;
 }
 
-MonitorOptions ParseMonitorOptions(int argc, char **argv) {
-  static constexpr option kKnown[] = {{"ports", required_argument, nullptr, 'p'},
-                                      {"seconds", required_argument, nullptr, 't'},
-                                      {"help", no_argument, nullptr, 'h'},
-                                      {}};
-  MonitorOptions options;
-  opterr = 0;  // the messages are ours
-  for (;;) {
-    const int at = optind;
-    const int which = getopt_long(argc, argv, ":p:t:h", kKnown, nullptr);
-    if (which == -1) break;
-    if (which == 'h') {
-      options.help = true;
-    } else if (which == 'p') {
-      options.ports = ParseCount(optarg).value_or(0);
-      if (options.ports == 0 || options.ports > kMostPorts) {
-        BadValue("--ports", "bad value '" + std::string(optarg) + "'", "give a whole number from 1 to 1000");
-      }
-    } else if (which == 't') {
-      options.seconds = ParseNumber(optarg).value_or(0);
-      if (options.seconds <= 0)
-        BadValue("--seconds", "bad value '" + std::string(optarg) + "'", "give a number above 0");
-    } else {
-      BadValue(argv[at], which == ':' ? "its value is missing" : "unknown or misused option",
-               "see vanta-run monitor --help");
-    }
+void ReadSeconds(const std::string &value, MonitorOptions &options) {
+  const auto number = ParseNumber(value);
+  if (!number || *number <= 0) {
+    throw Failure(kExitUsage, "--seconds", "bad value '" + value + "'", "give a number above 0");
   }
-  if (optind < argc) BadValue(argv[optind], "not an option", "see vanta-run monitor --help");
-  return options;
+  options.seconds = *number;
+}
+
+std::string PrintedHelp() {
+  MonitorOptions options;
+  return HelpText(MonitorPage(options));
 }
 
 }  // namespace
 
-int RunMonitor(int argc, char **argv) {
-  const MonitorOptions options = ParseMonitorOptions(argc, argv);
-  if (options.help) {
-    std::fputs(MonitorHelpText().c_str(), stdout);
-    return kExitOk;
-  }
+CommandPage MonitorPage(MonitorOptions &options) {
+  return {
+      "vanta-run monitor",
+      "shows what every beauty filter on this machine measures",
+      {"vanta-run monitor [--ports N] [--seconds S]"},
+      {"Each beauty filter sends a datagram of 56 bytes to 127.0.0.1 once a second: the first filter of a process to "
+       "port 12345, the next one to 12346, and so on. This shows them live, the last minute as small charts with now "
+       "at "
+       "the right.",
+       "Where standard output is no terminal each datagram is one line. A filter that is silent for a minute is no "
+       "longer shown. Only one monitor can run at a time. A filter's first figures come some 10 s after its first "
+       "frame "
+       "and cover more than one second."},
+      {{"in, out", "frames that entered the filter and that the engine finished, in that second"},
+       {"delay",
+        "milliseconds that the engine takes for a frame: mean, least and most; in the heading, how much of it "
+        "goes to its vision and its beauty step"},
+       {"jank", "times that the filter had no finished frame; big where three or more frames were missed in a row"}},
+      {{"OPTIONS",
+        {{.name = "ports",
+          .letter = 'p',
+          .value = "N",
+          .text = "listen on N ports, from 12345 upward; 1 to 1000, default 32",
+          .read = [&options](const std::string &value) { ReadPorts(value, options); }},
+         {.name = "seconds",
+          .letter = 't',
+          .value = "S",
+          .text = "end after S seconds; else with Ctrl-C",
+          .read = [&options](const std::string &value) { ReadSeconds(value, options); }},
+         {.name = "help", .letter = 'h', .text = "this text", .answer = PrintedHelp}}}},
+      {{"0", "ended by --seconds, Ctrl-C, or because nobody reads its output any more"},
+       {"2", "unknown option or bad value"},
+       {"7", "port 12345 is taken: another monitor is running"}}};
+}
+
+int RunMonitor(const std::vector<std::string> &arguments) {
+  MonitorOptions options;
+  const CommandPage page = MonitorPage(options);
+  if (TakeValues(ParseArguments(page, arguments))) return kExitOk;
   Interrupt interrupt;
-  LiveMonitor monitor(options.ports);
+  LiveMonitor monitor(options.ports > 0 ? options.ports : kMonitoredPorts);
   if (!monitor.Remark().empty()) std::fprintf(stderr, "vanta-run: %s\n", monitor.Remark().c_str());
   const bool terminal = IsTerminal(stdout);
   LiveRegion region(stdout);

@@ -36,6 +36,7 @@ void Interrupt::Listen() {
     sigwait(&signals_, &signal);
     const std::lock_guard<std::mutex> lock(mutex_);
     if (over_) return;
+    if (process_ > 0) kill(process_, signal);
     if (++count_ > 1) {
       PendingFile::RemoveAll();
       _exit(kExitInterrupted);
@@ -47,6 +48,12 @@ void Interrupt::Listen() {
 bool Interrupt::Wait(int milliseconds) {
   std::unique_lock<std::mutex> lock(mutex_);
   return came_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return count_ > 0; });
+}
+
+void Interrupt::PassTo(pid_t process) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  process_ = process;
+  if (process > 0 && count_ > 0) kill(process, SIGINT);
 }
 
 int Interrupt::count() const {

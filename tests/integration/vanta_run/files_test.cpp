@@ -186,7 +186,7 @@ TEST(RunFiles, PictureThatFailsLeavesPlotAndReport) {
   const Workplace workplace;
   const ProgramResult result =
       RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x64", "--seconds", "1", "--compare",
-                             "c.png", "--engine-delay", "5000", "--plot", "p.png", "--report", "r.json"});
+                             "c.png", "--engine-delay", "3000", "--plot", "p.png", "--report", "r.json"});
   EXPECT_EQ(result.exit_code, 6) << result.err;
   EXPECT_EQ(result.err,
             "vanta-run: c.png: no marked frame came back from the filter; run longer, or with a lower "
