@@ -100,7 +100,8 @@ OptionSection InputSection(CommandLine &line) {
       {{.name = "input",
         .letter = 'i',
         .value = "FILE...",
-        .text = "what to play: a video, a picture or a plain colour written \"color:RRGGBB\". Several are run one "
+        .text = "what to play: a video, a picture, a camera's device as /dev/video0, or a plain colour written "
+                "\"color:RRGGBB\". Several are run one "
                 "after the "
                 "other; the names of the files to write hold {name} then, see OUTPUT",
         .read = [&line](const std::string &value) { line.inputs.push_back(CheckedInput(value)); },
@@ -342,6 +343,10 @@ OptionSection OutputSection(Options &options) {
         .read = Keep(options.output),
         .writes = true,
         .completes = Completes::kFiles},
+       {.name = "virtual-camera",
+        .text = "shows the recorded picture to other programs as a camera's, through libobs's own output and a "
+                "v4l2loopback device",
+        .read = Set(options.virtual_camera)},
        {.name = "snapshot",
         .value = "FILE",
         .text = "PNG of the recorded picture",
@@ -494,7 +499,7 @@ CommandPage RunPage(CommandLine &line) {
         "the input, the background, an effect, the command file or the config cannot be read; no picture or no backing "
         "in it"},
        {"4", "no display and no way to get one, or no OpenGL on it"},
-       {"5", "the filter, a plug-in of libobs or gnuplot is missing"},
+       {"5", "the filter, a plug-in of libobs, gnuplot or a device for the virtual camera is missing"},
        {"6",
         "a file could not be written whole; nothing half-written is left under its name, and the others are there"},
        {"7", "the monitor cannot listen: another one has its ports"},

@@ -41,7 +41,7 @@ struct DumpOption {
 
 struct Options {
   // Input
-  std::string input;                // a file, or "color:RRGGBB"
+  std::string input;                // a file, a camera's device, or "color:RRGGBB"
   std::optional<PictureSize> size;  // empty: the input's own
   std::optional<FrameRate> rate;    // empty: the input's own, 30 for pictures
   double seconds = 0;               // 0: no limit by time
@@ -85,6 +85,7 @@ struct Options {
 
   // Output; an empty path means "not wanted"
   std::string output;
+  bool virtual_camera = false;
   std::string snapshot;
   std::string matte;
   std::string compare;

@@ -40,6 +40,8 @@ const char *KindName(InputKind kind) {
       return "media";
     case InputKind::kPicture:
       return "picture";
+    case InputKind::kCamera:
+      return "camera";
     case InputKind::kColor:
       break;
   }

@@ -15,6 +15,7 @@ extern "C" {
 #include "input/first_frame.h"
 #include "monitor/live_monitor.h"
 #include "output/cost_observer.h"
+#include "output/virtual_camera.h"
 #include "plot/gnuplot.h"
 #include "plot/plot_script.h"
 #include "session/command_player.h"
@@ -69,6 +70,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     RequireRecordingFormat(options.output);
     recording.emplace(options.output);
   }
+  if (options.virtual_camera) RequireVirtualCamera();
   Pictures pictures(options);
   std::optional<FrameDump> dump;
   if (options.dump) dump.emplace(*options.dump);
@@ -91,7 +93,9 @@ int Run(const Options &options, Interrupt &interrupt) {
   if (display.started_one()) progress.Say("no display: started a virtual one, " + display.name());
   BeautyControl control(options);
   control.SetUpHost();
-  ObsSession session(display.connection(), input, module);
+  const bool cameras = options.virtual_camera || input.kind == InputKind::kCamera ||
+                       (background && background->kind == InputKind::kCamera);
+  ObsSession session(display.connection(), input, module, cameras);
   ReportCollector reports;
   CostObserver observer(session.filter_library());
   control.SendSnapshot();
@@ -112,6 +116,8 @@ int Run(const Options &options, Interrupt &interrupt) {
     if (background) stage.AddBackground(*background);
     control.SendCommands();
     stage.Show();
+    std::optional<VirtualCamera> camera;
+    if (options.virtual_camera) camera.emplace();
     std::optional<Recorder> recorder;
     if (recording) recorder.emplace(*recording, options.verbose);
     CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,

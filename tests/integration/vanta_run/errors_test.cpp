@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "common/video_device.h"
 #include "program.h"
 
 namespace vanta_test {
@@ -97,6 +98,22 @@ TEST(RunErrors, MissingAnswersAreAnInputError) {
 
 TEST(RunErrors, MissingFileIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "missing.mp4"}, 3, "No such file");
+}
+
+TEST(RunErrors, CameraThatIsNotThereIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "/dev/video987"}, 3, "/dev/video987: there is no such camera; ");
+}
+
+TEST(RunErrors, DeviceThatIsNoCameraIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "/dev/null"}, 3, "/dev/null: is no camera");
+}
+
+TEST(RunErrors, VirtualCameraWithoutADeviceIsAModuleErrorBeforeTheRunStarts) {
+  if (vanta_run::HasLoopDevice()) GTEST_SKIP() << "this system has one";
+  const Workplace workplace;
+  ExpectRefusal(workplace, {"--input", "color:203040", "--virtual-camera", "--output", "o.mp4"}, 5,
+                "--virtual-camera: this system has no v4l2loopback device; ");
+  EXPECT_EQ(workplace.Files(), std::vector<std::string>{});
 }
 
 TEST(RunErrors, FolderIsAnInputError) {
