@@ -1,6 +1,7 @@
 #include "cli/page_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 namespace vanta_run {

@@ -59,6 +59,8 @@ TEST(RunShort, EveryPartLeavesItsFile) {
   EXPECT_EQ(workplace.Files(), (Names{"f.jsonl", "log.txt", "m.png", "o.mkv", "p.png", "r.json", "s.jsonl", "s.png"}));
   const nlohmann::json report = ReadReport(workplace / "r.json");
   EXPECT_EQ(report["engine"]["state"], "running");
+  EXPECT_EQ(report["engine"]["last_applied"]["deform"]["eye_size"], 0.5);
+  EXPECT_EQ(report["engine"]["last_applied"]["body_slimming"]["waist"], 0.5);
   EXPECT_EQ(report["commands"]["sent"].size(), 3u);
 }
 
