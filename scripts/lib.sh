@@ -6,8 +6,8 @@ vanta_packages() {
   case "$1" in
     build)
       printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
-        nlohmann-json3-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev libopencv-objdetect-dev \
-        libopencv-video-dev \
+        nlohmann-json3-dev libcli11-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
+        libopencv-objdetect-dev libopencv-video-dev \
         libavformat-dev libavcodec-dev libavutil-dev
       ;;
     run)
@@ -16,7 +16,7 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools
+      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools groff-base
       ;;
     style)
       printf '%s\n' clang-format

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "capture/frame_picture.h"
-#include "common/failure.h"
 
 namespace vanta_run {
 namespace {
@@ -30,7 +29,7 @@ void FrameDump::Take(FrameMeter &meter) {
   if (pair.after != nullptr) pair_ = std::move(pair);
 }
 
-void FrameDump::Write(uint64_t entered) {
+void FrameDump::Write(uint64_t entered, Failures &failures) {
   if (entered < frame_) {
     throw Failure(kExitOutput, "--dump-frame",
                   "only " + std::to_string(entered) + " frames entered the filter, not " + std::to_string(frame_),
@@ -40,11 +39,13 @@ void FrameDump::Write(uint64_t entered) {
     throw Failure(kExitOutput, "--dump-frame", "frame " + std::to_string(frame_) + " did not come back from the filter",
                   "run longer, or give a smaller number");
   }
-  WritePicture(before_, *pair_.before);
-  WritePicture(after_, *pair_.after);
-  const std::string text = (pair_.applied.empty() ? "{}" : pair_.applied) + "\n";
-  json_.Write(text.data(), text.size());
-  json_.Commit();
+  failures.Try([this] { WritePicture(before_, *pair_.before); });
+  failures.Try([this] { WritePicture(after_, *pair_.after); });
+  failures.Try([this] {
+    const std::string text = (pair_.applied.empty() ? "{}" : pair_.applied) + "\n";
+    json_.Write(text.data(), text.size());
+    json_.Commit();
+  });
 }
 
 }  // namespace vanta_run

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "capture/frame_meter.h"
+#include "common/failures.h"
 #include "common/options.h"
 #include "common/pending_file.h"
 
@@ -19,8 +20,8 @@ class FrameDump {
   void Take(FrameMeter &meter);
   // It has entered, as one of so many frames of the run, and not come back.
   bool IsDue(uint64_t entered) const { return entered >= frame_ && pair_.after == nullptr; }
-  // Throws Failure(kExitOutput).
-  void Write(uint64_t entered);
+  // Each of the three by itself. Throws Failure(kExitOutput) where there is no such frame.
+  void Write(uint64_t entered, Failures &failures);
 
  private:
   const uint64_t frame_;

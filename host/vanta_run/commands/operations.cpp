@@ -7,7 +7,7 @@
 
 #include "commands/records.h"
 #include "commands/values.h"
-#include "output/statistics_json.h"
+#include "common/statistics_json.h"
 
 namespace vanta_run {
 namespace {

@@ -1,7 +1,7 @@
 #include "commands/records.h"
 
 #include "commands/values.h"
-#include "session/stage.h"
+#include "common/source_names.h"
 
 namespace vanta_run {
 

@@ -13,7 +13,7 @@ enum ExitCode : int {
   kExitUsage = 2,         // unknown option, bad value, bad command line
   kExitInput = 3,         // unreadable, no video in it, or no picture came out of it
   kExitDisplay = 4,       // no display and no way to get one, or no OpenGL on it
-  kExitModule = 5,        // the filter, one of libobs's stock plug-ins or gnuplot is missing
+  kExitModule = 5,        // the filter, a stock plug-in of libobs, gnuplot or a virtual camera is missing
   kExitOutput = 6,        // a file could not be written whole
   kExitBusy = 7,          // the monitor's ports are taken
   kExitInterrupted = 130  // Ctrl-C or SIGTERM; what was written until then is whole

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <tuple>
 
 #include <lumivex/lumivex_values.h>
 
@@ -17,6 +18,19 @@ std::optional<T> Whole(std::string_view text, int base = 10) {
 }
 
 }  // namespace
+
+const std::array<StageInfo, 9> kStages = {{
+    {"beauty", lumivex::kEffectBeauty, "smooth, whiten, ruddy"},
+    {"adjust", lumivex::kEffectAdjust, "sharpen, brightness, contrast"},
+    {"lookup", lumivex::kEffectLookup, "the colour table"},
+    {"relight", lumivex::kEffectRelight, "the soft key light"},
+    {"green-matting", lumivex::kEffectGreenMatting, "a green backdrop replaced by a dark grey one; off at the start"},
+    {"makeup", lumivex::kEffectMakeup, "layers of makeup"},
+    {"deform", lumivex::kEffectDeform, "shapes of the face"},
+    {"body-slimming", lumivex::kEffectBodySlimming, "shapes of the body"},
+    {"magic", lumivex::kEffectMagic, "effects, gifts, media, the interactive box"},
+}};
+static_assert(std::tuple_size_v<decltype(kStages)> == lumivex::kEffectTypeCount);
 
 std::optional<double> ParseNumber(std::string_view text) {
   double value = 0;
@@ -79,15 +93,8 @@ std::optional<uint32_t> ParseColor(std::string_view text) {
 }
 
 std::optional<LXEffectType> FindEffectType(std::string_view name) {
-  static constexpr std::pair<std::string_view, LXEffectType> kEffects[] = {
-      {"beauty", lumivex::kEffectBeauty},
-      {"adjust", lumivex::kEffectAdjust},
-      {"lookup", lumivex::kEffectLookup},
-      {"relight", lumivex::kEffectRelight},
-      {"green-matting", lumivex::kEffectGreenMatting},
-  };
-  for (const auto &[known, type] : kEffects) {
-    if (known == name) return type;
+  for (const StageInfo &stage : kStages) {
+    if (stage.name == name) return stage.type;
   }
   return std::nullopt;
 }

@@ -41,7 +41,7 @@ struct DumpOption {
 
 struct Options {
   // Input
-  std::string input;                // a file, or "color:RRGGBB"
+  std::string input;                // a file, a camera's device, or "color:RRGGBB"
   std::optional<PictureSize> size;  // empty: the input's own
   std::optional<FrameRate> rate;    // empty: the input's own, 30 for pictures
   double seconds = 0;               // 0: no limit by time
@@ -50,6 +50,8 @@ struct Options {
 
   // Beauty and engine
   std::vector<std::pair<LXBeautyType, float>> beauty;
+  std::vector<std::pair<int, float>> deform;  // by mode
+  std::vector<std::pair<LXBodySlimmingType, float>> slim;
   std::optional<LookupOption> lookup;
   std::vector<std::pair<LXEffectType, bool>> stages;  // whole stages of the engine, on or off
   std::string effect;                                 // the folder of a magic effect, absolute; empty: none
@@ -83,6 +85,7 @@ struct Options {
 
   // Output; an empty path means "not wanted"
   std::string output;
+  bool virtual_camera = false;
   std::string snapshot;
   std::string matte;
   std::string compare;
@@ -98,10 +101,5 @@ struct Options {
   std::string module;       // the plug-in's file; empty: look for it
   std::string module_data;  // its data folder; empty: look for it
 };
-
-enum class ParseResult { kRun, kShownHelp };
-
-// Throws Failure(kExitUsage). `kShownHelp`: --help or --version has been answered on standard output.
-ParseResult ParseOptions(int argc, char **argv, Options &options);
 
 }  // namespace vanta_run

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <set>
 
 #include "common/failure.h"
 
@@ -16,6 +18,17 @@ namespace fs = std::filesystem;
 
 namespace vanta_run {
 namespace {
+
+// The unfinished files of the process, for an end without destructors.
+struct Unfinished {
+  std::mutex mutex;
+  std::set<std::string> paths;  // guarded by mutex
+};
+
+Unfinished &TheUnfinished() {
+  static auto *all = new Unfinished;  // never destroyed: the process may end in a thread of its own
+  return *all;
+}
 
 constexpr char kRemedy[] = "free some space, or give a place that can be written";
 
@@ -36,10 +49,22 @@ PendingFile::PendingFile(std::string final_path) : final_path_(std::move(final_p
   const int file = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (file < 0) throw Failure(kExitOutput, final_path_, std::strerror(errno), kRemedy);
   close(file);
+  Unfinished &all = TheUnfinished();
+  const std::lock_guard<std::mutex> lock(all.mutex);
+  all.paths.insert(path_);
 }
 
 PendingFile::~PendingFile() {
+  Unfinished &all = TheUnfinished();
+  const std::lock_guard<std::mutex> lock(all.mutex);
+  all.paths.erase(path_);
   if (!committed_) unlink(path_.c_str());
+}
+
+void PendingFile::RemoveAll() {
+  Unfinished &all = TheUnfinished();
+  const std::lock_guard<std::mutex> lock(all.mutex);
+  for (const std::string &path : all.paths) unlink(path.c_str());
 }
 
 void PendingFile::Write(const void *data, size_t size) {

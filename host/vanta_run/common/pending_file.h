@@ -6,7 +6,7 @@
 namespace vanta_run {
 
 // Everything is written under `path()`, beside the final place; Commit() renames it, the destructor removes it.
-// Threads: [control].
+// Threads: [control]; RemoveAll [any].
 class PendingFile {
  public:
   // Creates the file. Throws Failure(kExitOutput) when that cannot be done, or when `final_path` is a device or folder.
@@ -21,6 +21,8 @@ class PendingFile {
   void Write(const void *data, size_t size);
   void Append(const void *data, size_t size);
   void Commit();
+  // Removes what the process has not committed: it is about to end without destructors.
+  static void RemoveAll();
   // Why writing there may have failed: "no space left on device", or an empty text.
   std::string GuessedReason() const;
 

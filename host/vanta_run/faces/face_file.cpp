@@ -1,24 +1,27 @@
 #include "faces/face_file.h"
 
-#include <cstdio>
+#include "common/standard_output.h"
 
 namespace vanta_run {
 
-void FaceFile::Write() {
+void FaceFile::Write(Failures &failures) {
   std::string text;
   for (const std::string &line : listener_.TakeLines()) text += line + '\n';
-  if (text.empty()) return;
-  if (file_ != nullptr) {
-    file_->Append(text.data(), text.size());
-    return;
-  }
-  // At once, so that a program at the other end of the pipe gets it while the run goes on.
-  std::fputs(text.c_str(), stdout);
-  std::fflush(stdout);
+  if (text.empty() || broken_) return;
+  broken_ = !failures.Try([&] { Put(text); });
 }
 
-FaceCounts FaceFile::Finish() {
-  Write();
+void FaceFile::Put(const std::string &text) {
+  if (file_ != nullptr) {
+    file_->Append(text.data(), text.size());
+  } else {
+    PutOnStandardOutput(text);
+  }
+}
+
+FaceCounts FaceFile::Finish(Failures &failures) {
+  Write(failures);
+  if (file_ != nullptr && !broken_) failures.Try([this] { file_->Commit(); });
   return listener_.Counts();
 }
 

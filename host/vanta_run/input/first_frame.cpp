@@ -93,6 +93,7 @@ video_scale_info InfoOf(const AVFrame &frame) {
 }  // namespace
 
 cv::Mat FirstFrame(const Input &input) {
+  if (input.kind == InputKind::kCamera) Refuse(input, "is a camera");
   cv::Mat bgra, picture;
   if (input.kind != InputKind::kMedia) {
     bgra = cv::Mat(static_cast<int>(input.size.height), static_cast<int>(input.size.width), CV_8UC4,

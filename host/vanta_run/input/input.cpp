@@ -19,6 +19,7 @@ extern "C" {
 #include "common/failure.h"
 #include "common/option_values.h"
 #include "common/quiet_errors.h"
+#include "common/video_device.h"
 
 namespace vanta_run {
 namespace {
@@ -133,6 +134,19 @@ void ProbeMedia(const Request &wish, Input &input) {
   if (context->duration > 0) input.duration = static_cast<double>(context->duration) / AV_TIME_BASE;
 }
 
+void ProbeCamera(const Request &wish, Input &input) {
+  std::error_code ignored;
+  const auto device = ProbeVideoDevice(input.path);
+  if (!std::filesystem::exists(input.path, ignored)) {
+    throw Failure(kExitInput, input.path, "there is no such camera", "connect one, or load its driver");
+  }
+  if (!device || !device->captures) {
+    throw Failure(kExitInput, input.path, "is no camera, or may not be used", "give one that this user may open");
+  }
+  input.size = device->size.width > 0 && device->size.height > 0 ? device->size : kColorSize;
+  input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
+}
+
 void RequireReadable(const std::string &path) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) {
@@ -150,6 +164,9 @@ Input LookAt(const Request &wish) {
   if (input.path.rfind(kColorPrefix, 0) == 0) {
     input.kind = InputKind::kColor;
     ProbeColor(wish, input);
+  } else if (NamesVideoDevice(input.path)) {
+    input.kind = InputKind::kCamera;
+    ProbeCamera(wish, input);
   } else {
     RequireReadable(input.path);
     input.path = std::filesystem::absolute(input.path).string();  // a colon in a bare name would read as a protocol

@@ -9,7 +9,7 @@
 
 namespace vanta_run {
 
-enum class InputKind { kMedia, kPicture, kColor };
+enum class InputKind { kMedia, kPicture, kColor, kCamera };
 
 struct Input {
   InputKind kind = InputKind::kMedia;

@@ -1,5 +1,7 @@
 #include "input/played_source.h"
 
+#include "common/failure.h"
+
 namespace vanta_run {
 namespace {
 
@@ -15,11 +17,23 @@ obs_source_t *CreateMedia(const Input &input, const char *name, bool loop) {
   return obs_source_create_private("ffmpeg_source", name, settings);
 }
 
+obs_source_t *CreateCamera(const Input &input, const char *name) {
+  OBSDataAutoRelease settings = obs_data_create();
+  obs_data_set_string(settings, "device_id", input.path.c_str());
+  obs_source_t *source = obs_source_create_private("v4l2_input", name, settings);
+  if (source != nullptr && !obs_obj_invalid(source)) return source;
+  obs_source_release(source);
+  throw Failure(kExitModule, input.path, "libobs's plug-in linux-v4l2 cannot play it",
+                "install the package obs-plugins");
+}
+
 }  // namespace
 
 PlayedSource::PlayedSource(const Input &input, const char *name, bool loop) {
   if (input.kind == InputKind::kMedia) {
     media_ = CreateMedia(input, name, loop);
+  } else if (input.kind == InputKind::kCamera) {
+    camera_ = CreateCamera(input, name);
   } else {
     still_ = std::make_unique<StillSource>(input);
   }

@@ -23,7 +23,7 @@ const char *LevelName(int level) {
 
 }  // namespace
 
-LogSink::LogSink(const std::string &path, bool verbose) : verbose_(verbose) {
+LogSink::LogSink(const std::string &path, bool verbose) : verbose_(verbose), path_(path) {
   if (!path.empty()) {
     file_ = std::fopen(path.c_str(), "we");
     if (file_ == nullptr) {
@@ -40,6 +40,11 @@ LogSink::~LogSink() {
 
 LineCounts LogSink::Counts() const {
   return {refused_, empty_, reduced_, errors_};
+}
+
+void LogSink::Finish() {
+  const std::lock_guard<std::mutex> lock(write_mutex_);
+  if (lost_ != 0) throw Failure(kExitOutput, path_, std::strerror(lost_), "free some space, or drop --log");
 }
 
 void LogSink::OnLine(int level, const char *format, va_list args, void *param) {
@@ -59,7 +64,7 @@ void LogSink::Take(int level, const char *text) {
   std::lock_guard<std::mutex> lock(write_mutex_);
   if (file_ != nullptr) {
     std::fprintf(file_, "%s: %s\n", LevelName(level), text);
-    std::fflush(file_);
+    if (std::fflush(file_) != 0 && lost_ == 0) lost_ = errno;
   }
   if (verbose_) std::fprintf(stderr, "%s: %s\n", LevelName(level), text);
 }

@@ -29,15 +29,19 @@ class LogSink {
   LogSink &operator=(const LogSink &) = delete;
 
   LineCounts Counts() const;
+  // Throws Failure(kExitOutput) when lines of the file were lost.
+  void Finish();
 
  private:
   static void OnLine(int level, const char *format, va_list args, void *param);
   void Take(int level, const char *text);
 
   const bool verbose_;
+  const std::string path_;
   std::FILE *file_ = nullptr;
   std::atomic<uint64_t> refused_{0}, empty_{0}, reduced_{0}, errors_{0};
   std::mutex write_mutex_;  // keeps lines whole
+  int lost_ = 0;            // guarded by write_mutex_; why lines were lost, as errno has it
 };
 
 }  // namespace vanta_run

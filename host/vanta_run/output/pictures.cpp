@@ -1,7 +1,6 @@
 #include "output/pictures.h"
 
 #include "capture/frame_picture.h"
-#include "common/failure.h"
 
 namespace vanta_run {
 
@@ -30,7 +29,7 @@ void Pictures::TakeLast(obs_sceneitem_t *input) {
   TakeCanvasWhenDue(0, 0, input);
 }
 
-void Pictures::WriteCanvas() {
+void Pictures::Write(Failures &failures) {
   const auto write = [](std::optional<PendingFile> &file, const cv::Mat &picture) {
     if (!file) return;
     if (picture.empty()) {
@@ -38,12 +37,12 @@ void Pictures::WriteCanvas() {
     }
     WritePng(*file, picture);
   };
-  write(snapshot_, canvas_.picture);
-  write(matte_, canvas_.matte);
+  failures.Try([&] { write(snapshot_, canvas_.picture); });
+  failures.Try([&] { write(matte_, canvas_.matte); });
+  failures.Try([this] { WriteComparison(); });
 }
 
-void Pictures::Write() {
-  WriteCanvas();
+void Pictures::WriteComparison() {
   if (!compare_) return;
   if (before_.empty() || after_.empty()) {
     throw Failure(kExitOutput, compare_->final_path(), "no marked frame came back from the filter",

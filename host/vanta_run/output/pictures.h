@@ -8,6 +8,7 @@
 
 #include "capture/canvas_grab.h"
 #include "capture/frame_meter.h"
+#include "common/failures.h"
 #include "common/options.h"
 #include "common/pending_file.h"
 
@@ -26,11 +27,11 @@ class Pictures {
   void Offer(const FramePair &pair, double entered, double at);
   // Takes what has not been taken yet: the run is about to end.
   void TakeLast(obs_sceneitem_t *input);
-  // Throws Failure(kExitOutput).
-  void Write();
+  // Each picture by itself: one that fails does not keep the others from being written.
+  void Write(Failures &failures);
 
  private:
-  void WriteCanvas();
+  void WriteComparison();
 
   std::optional<PendingFile> snapshot_, matte_, compare_;
   CanvasGrab canvas_;

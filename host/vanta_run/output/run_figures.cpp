@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "common/statistics_json.h"
 #include "output/engine_report.h"
 #include "output/run_figures.h"
-#include "output/statistics_json.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
@@ -40,6 +40,8 @@ const char *KindName(InputKind kind) {
       return "media";
     case InputKind::kPicture:
       return "picture";
+    case InputKind::kCamera:
+      return "camera";
     case InputKind::kColor:
       break;
   }
@@ -245,7 +247,8 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
         {"lagged", figures.canvas_lagged},
         {"adapter", figures.adapter}}},
       {"recording", {{"path", options.output}, {"frames", figures.recorded_frames}, {"bytes", figures.recorded_bytes}}},
-      {"log_errors", figures.lines.errors}};
+      {"log_errors", figures.lines.errors},
+      {"failed", figures.failures}};
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

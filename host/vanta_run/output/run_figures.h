@@ -13,6 +13,7 @@
 #include "input/input.h"
 #include "output/cost_observer.h"
 #include "output/log_sink.h"
+#include "output/second_log.h"
 #include "vanta_filter/stats/statistics_sample.h"
 
 namespace vanta_run {
@@ -50,12 +51,6 @@ struct AskedAbility {
   AbilityCall call;
 };
 
-// What went through the filter in one second of the run.
-struct SecondFigures {
-  double end = 0;  // seconds into the run
-  FrameCounts frames;
-};
-
 // How often a named event was set.
 struct EventCount {
   std::string name;
@@ -84,6 +79,7 @@ struct RunFigures {
   uint32_t canvas_frames = 0, canvas_lagged = 0;
   uint64_t recorded_frames = 0, recorded_bytes = 0;
   std::string adapter;
+  std::vector<std::string> failures;  // what could not be written, a line each
 };
 
 // The report, ending in a line feed.

@@ -1,6 +1,7 @@
 #include "plot/plot_script.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "output/engine_report.h"
@@ -35,9 +36,8 @@ set ylabel "count"
 set xlabel "seconds into the run"
 set style data boxes
 set style fill solid 0.9 noborder
-set boxwidth 0.8
-plot $seconds using 1:($2+$3) lc rgb "#d62728" title "big: 3 frames or more", \
-     $seconds using 1:2 lc rgb "#f2b134" title "jank"
+plot $seconds using 1:($3+$4):($2*0.8) lc rgb "#d62728" title "big: 3 frames or more", \
+     $seconds using 1:3:($2*0.8) lc rgb "#f2b134" title "jank"
 unset multiplot
 )";
 
@@ -49,7 +49,7 @@ std::string Printed(const char *format, Args... args) {
 }
 
 // gnuplot refuses a panel without a point: a missing value is a point that is not drawn.
-constexpr char kNothing[] = "0 NaN NaN\n";
+constexpr char kNothing[] = "0 NaN NaN NaN\n";
 
 std::string FramesBlock(const RunFigures &figures) {
   std::string rows;
@@ -63,9 +63,11 @@ std::string FramesBlock(const RunFigures &figures) {
 std::string SecondsBlock(const RunFigures &figures) {
   std::string rows;
   for (const SecondFigures &second : figures.by_second) {
-    // A box stands around the middle of its second.
-    rows += Printed("%.3f %llu %llu\n", second.end - 0.5, static_cast<unsigned long long>(second.frames.janks),
-                    static_cast<unsigned long long>(second.frames.big_janks));
+    // A box stands around the middle of its time; where that is longer than a second its height is the mean of them.
+    const double width = second.end - second.start;
+    rows +=
+        Printed("%.3f %.3f %.6g %.6g\n", second.start + width / 2, width,
+                static_cast<double>(second.frames.janks) / width, static_cast<double>(second.frames.big_janks) / width);
   }
   return "$seconds << EOD\n" + (rows.empty() ? kNothing : rows) + "EOD\n";
 }
@@ -80,11 +82,12 @@ std::string Ranges(const RunFigures &figures) {
 }
 
 std::string JankRange(const RunFigures &figures) {
-  uint64_t most = 4;
+  double most = 4;
   for (const SecondFigures &second : figures.by_second) {
-    most = std::max(most, second.frames.janks + second.frames.big_janks);
+    most = std::max(most,
+                    static_cast<double>(second.frames.janks + second.frames.big_janks) / (second.end - second.start));
   }
-  return Printed("set yrange [0:%llu]\n", static_cast<unsigned long long>(most + 1));
+  return Printed("set yrange [0:%.6g]\n", std::ceil(most) + 1);
 }
 
 }  // namespace

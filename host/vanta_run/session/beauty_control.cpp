@@ -62,6 +62,8 @@ FacelessEngineSnapshot BeautyControl::Snapshot() const {
   FacelessEngineSnapshot snapshot;
   for (const auto &[type, on] : options_.stages) snapshot.effect_enabled[type] = on;
   for (const auto &[type, intensity] : options_.beauty) snapshot.beauty[type] = intensity;
+  for (const auto &[mode, intensity] : options_.deform) snapshot.deform[mode] = intensity;
+  for (const auto &[type, intensity] : options_.slim) snapshot.body_slimming[type] = intensity;
   if (options_.lookup) snapshot.lookup = LookupInfo(*options_.lookup);
   if (!options_.group.empty()) snapshot.group = GroupConfig(options_.group);
   snapshot.makeup = MakeupLayers(options_.makeup);
@@ -80,6 +82,8 @@ void BeautyControl::SendCommands() const {
   for (const auto &[type, on] : options_.stages) faceless->SetEffectEnabledWithEffectType(type, on);
   if (options_.lookup) faceless->SetLookupInfo(LookupInfo(*options_.lookup));
   for (const auto &[type, intensity] : options_.beauty) faceless->SetBeautyIntensityWithType(type, intensity);
+  for (const auto &[mode, intensity] : options_.deform) faceless->SetDeformIntensityWithMode(mode, intensity);
+  for (const auto &[type, intensity] : options_.slim) faceless->SetBodySlimmingIntensityWithType(type, intensity);
   if (!options_.makeup.empty()) faceless->SetMakeupInfo(MakeupLayers(options_.makeup));
   faceless->EndBatchCommand();
 }

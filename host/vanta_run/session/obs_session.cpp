@@ -3,6 +3,7 @@
 #include <obs-nix-platform.h>
 #include <util/bmem.h>
 
+#include <set>
 #include <string>
 
 #include "common/failure.h"
@@ -14,19 +15,19 @@ namespace {
 constexpr char kStockRemedy[] = "install the packages obs-plugins and obs-studio";
 
 void OpenStockModule(void *param, const obs_module_info2 *info) {
-  const std::string name = info->name;
-  if (name != "obs-ffmpeg" && name != "obs-x264") return;
+  auto *wanted = static_cast<std::set<std::string> *>(param);
+  if (wanted->count(info->name) == 0) return;
   obs_module_t *module = nullptr;
   if (obs_open_module(&module, info->bin_path, info->data_path) == MODULE_SUCCESS && obs_init_module(module)) {
-    ++*static_cast<int *>(param);
+    wanted->erase(info->name);
   }
 }
 
 }  // namespace
 
-ObsSession::ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter) {
+ObsSession::ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras) {
   try {
-    Start(display, input, filter);
+    Start(display, input, filter, cameras);
   } catch (...) {
     vanta_host_detach();
     obs_shutdown();
@@ -40,7 +41,7 @@ ObsSession::~ObsSession() {
   blog(LOG_INFO, "Number of memory leaks: %ld", bnum_allocs());
 }
 
-void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths &filter) {
+void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras) {
   obs_set_nix_platform(OBS_NIX_PLATFORM_X11_EGL);
   obs_set_nix_platform_display(display);
   if (!obs_startup("en-US", nullptr, nullptr)) {
@@ -50,7 +51,7 @@ void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths
   obs_audio_info audio{48000, SPEAKERS_STEREO};
   obs_reset_audio(&audio);
   vanta_host_attach();
-  LoadStockModules();
+  LoadStockModules(cameras);
   LoadFilter(filter);
   obs_post_load_modules();
 }
@@ -77,10 +78,11 @@ void ObsSession::ResetVideo(const Input &input) {
   }
 }
 
-void ObsSession::LoadStockModules() {
-  int loaded = 0;
-  obs_find_modules2(OpenStockModule, &loaded);
-  if (loaded < 2) throw Failure(kExitModule, "libobs's plug-ins obs-ffmpeg and obs-x264", "not found", kStockRemedy);
+void ObsSession::LoadStockModules(bool cameras) {
+  std::set<std::string> wanted = {"obs-ffmpeg", "obs-x264"};
+  if (cameras) wanted.insert("linux-v4l2");
+  obs_find_modules2(OpenStockModule, &wanted);
+  if (!wanted.empty()) throw Failure(kExitModule, "libobs's plug-in " + *wanted.begin(), "not found", kStockRemedy);
 }
 
 void ObsSession::LoadFilter(const ModulePaths &paths) {

@@ -14,7 +14,8 @@ namespace vanta_run {
 class ObsSession {
  public:
   // Throws Failure(kExitDisplay) where there is no OpenGL, Failure(kExitModule) where a plug-in is missing.
-  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter);
+  // `cameras`: with the plug-in for them too.
+  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras);
   ~ObsSession();
   ObsSession(const ObsSession &) = delete;
   ObsSession &operator=(const ObsSession &) = delete;
@@ -23,9 +24,9 @@ class ObsSession {
   void *filter_library() const { return obs_get_module_lib(filter_); }
 
  private:
-  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter);
+  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras);
   void ResetVideo(const Input &input);
-  void LoadStockModules();
+  void LoadStockModules(bool cameras);
   void LoadFilter(const ModulePaths &paths);
 
   obs_module_t *filter_ = nullptr;

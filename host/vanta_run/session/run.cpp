@@ -9,14 +9,16 @@ extern "C" {
 
 #include "capture/frame_dump.h"
 #include "capture/key_color.h"
-#include "commands/command_player.h"
-#include "common/failure.h"
+#include "common/failures.h"
+#include "common/standard_output.h"
 #include "faces/face_file.h"
 #include "input/first_frame.h"
 #include "monitor/live_monitor.h"
 #include "output/cost_observer.h"
+#include "output/virtual_camera.h"
 #include "plot/gnuplot.h"
 #include "plot/plot_script.h"
+#include "session/command_player.h"
 #include "session/module_paths.h"
 #include "session/obs_session.h"
 #include "session/report_collector.h"
@@ -68,6 +70,7 @@ int Run(const Options &options, Interrupt &interrupt) {
     RequireRecordingFormat(options.output);
     recording.emplace(options.output);
   }
+  if (options.virtual_camera) RequireVirtualCamera();
   Pictures pictures(options);
   std::optional<FrameDump> dump;
   if (options.dump) dump.emplace(*options.dump);
@@ -90,11 +93,14 @@ int Run(const Options &options, Interrupt &interrupt) {
   if (display.started_one()) progress.Say("no display: started a virtual one, " + display.name());
   BeautyControl control(options);
   control.SetUpHost();
-  ObsSession session(display.connection(), input, module);
+  const bool cameras = options.virtual_camera || input.kind == InputKind::kCamera ||
+                       (background && background->kind == InputKind::kCamera);
+  ObsSession session(display.connection(), input, module, cameras);
   ReportCollector reports;
   CostObserver observer(session.filter_library());
   control.SendSnapshot();
 
+  Failures failures;
   RunFigures figures;
   figures.beauty_filter = options.beauty_filter;
   {
@@ -110,39 +116,47 @@ int Run(const Options &options, Interrupt &interrupt) {
     if (background) stage.AddBackground(*background);
     control.SendCommands();
     stage.Show();
+    std::optional<VirtualCamera> camera;
+    if (options.virtual_camera) camera.emplace();
     std::optional<Recorder> recorder;
     if (recording) recorder.emplace(*recording, options.verbose);
     CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,
                            {abilities, std::move(answers), std::move(events)}, RequireControl());
-    Runner runner({options, input, limits, interrupt, progress, log, control, meter, stage, abilities, commands,
-                   pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
-                   monitor ? &*monitor : nullptr});
+    Runner runner({options, input, limits, interrupt, progress, failures, log, control, meter, stage, abilities,
+                   commands, pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr,
+                   faces ? &*faces : nullptr, monitor ? &*monitor : nullptr});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();
       figures.recorded_bytes = recorder->bytes();
     }
   }
-  pictures.Write();
-  if (dump) dump->Write(figures.frames.in);
-  if (landmarks) landmarks->Commit();
+  pictures.Write(failures);
+  if (dump) failures.Try([&] { dump->Write(figures.frames.in, failures); });
   figures.averages = observer.Averages();
   figures.spikes = observer.Spikes();
   figures.reports = reports.Finish();
   if (plot) {
-    DrawPlot(PlotScript(figures), *plot);
-    plot->Commit();
+    failures.Try([&] {
+      DrawPlot(PlotScript(figures), *plot);
+      plot->Commit();
+    });
   }
+  failures.Try([&log] { log.Finish(); });
+  figures.failures = failures.lines();
   if (!options.report.empty()) {
-    const std::string text = ReportText(options, input, figures);
-    if (report) {
-      report->Write(text.data(), text.size());
-      report->Commit();
-    } else {
-      std::fputs(text.c_str(), stdout);
-    }
+    failures.Try([&] {
+      const std::string text = ReportText(options, input, figures);
+      if (report) {
+        report->Write(text.data(), text.size());
+        report->Commit();
+      } else {
+        PutOnStandardOutput(text);
+      }
+    });
   }
   for (const std::string &line : SummaryLines(figures)) progress.Say(line);
+  failures.ThrowThem();
   return interrupt.count() > 0 ? kExitInterrupted : kExitOk;
 }
 

@@ -15,7 +15,7 @@ RunLimits::RunLimits(const Options &options, const Input &input, double script_e
     : seconds(options.seconds), frames(options.frames) {
   const bool has_end = input.kind == InputKind::kMedia && !options.loop;
   // Who types the commands also says when it is over.
-  const bool endless = options.loop || options.interactive;
+  const bool endless = options.loop || options.interactive || input.kind == InputKind::kCamera;
   if (input.kind != InputKind::kMedia && !endless && seconds == 0 && frames == 0) {
     seconds = std::max(kPictureSeconds, script_end + kAfterScript);
   }

@@ -20,7 +20,6 @@ constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
 constexpr double kAggregateLook = 1;    // seconds
-constexpr size_t kMaxSeconds = 36000;   // of a run that are kept one by one
 constexpr int kPollMs = 20;
 
 double Seconds(uint64_t since_ns) {
@@ -100,7 +99,8 @@ void Runner::Begin() {
   if (p_.recorder != nullptr) p_.recorder->Start();
   if (p_.faces != nullptr) p_.faces->Start();
   p_.meter.StartOver();
-  counts_at_start_ = counts_at_second_ = p_.meter.Counts();
+  counts_at_start_ = p_.meter.Counts();
+  seconds_.Start(counts_at_start_);
   lines_at_start_ = p_.log.Counts();
   canvas_at_start_ = obs_get_total_frames();
   lagged_at_start_ = obs_get_lagged_frames();
@@ -123,12 +123,12 @@ const char *Runner::Play(RunFigures &figures) {
       p_.control.StopEngine(p_.stage.filter());
       engine_stopped = true;
     }
-    if (p_.faces != nullptr) p_.faces->Write();
+    if (p_.faces != nullptr) p_.faces->Write(p_.failures);
     MarkWhenDue(elapsed);
     TakePair(figures);
     if (p_.dump != nullptr) p_.dump->Take(p_.meter);
     TakeAggregates(elapsed, figures);
-    TakeSecond(elapsed, figures);
+    seconds_.Look(elapsed, p_.meter.Counts());
     p_.pictures.TakeCanvasWhenDue(elapsed, at_, p_.stage.item());
     ShowMonitor();
     Show(elapsed, figures);
@@ -172,14 +172,6 @@ void Runner::TakeAggregates(double elapsed, RunFigures &figures) {
       figures.aggregates.push_back({elapsed, std::move(sample)});
     }
   }
-}
-
-void Runner::TakeSecond(double elapsed, RunFigures &figures) {
-  const double end = figures.by_second.empty() ? 1 : figures.by_second.back().end + 1;
-  if (elapsed < end || figures.by_second.size() >= kMaxSeconds) return;
-  const FrameCounts counts = p_.meter.Counts();
-  figures.by_second.push_back({end, counts - counts_at_second_});
-  counts_at_second_ = counts;
 }
 
 void Runner::ShowMonitor() {
@@ -230,10 +222,11 @@ void Runner::End(RunFigures &figures) {
   figures.statistics = p_.control.Statistics();
   next_look_ = 0;
   TakeAggregates(figures.seconds, figures);
+  figures.by_second = seconds_.Take();
   p_.commands.Tell(figures);
-  if (p_.faces != nullptr) figures.faces = p_.faces->Finish();
+  if (p_.faces != nullptr) figures.faces = p_.faces->Finish(p_.failures);
   figures.adapter = vanta_host_adapter_name();
-  if (p_.recorder != nullptr) p_.recorder->Finish();
+  if (p_.recorder != nullptr) p_.failures.Try([this] { p_.recorder->Finish(); });
   p_.progress.End();
 }
 

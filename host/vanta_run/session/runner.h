@@ -5,7 +5,7 @@
 
 #include "capture/frame_dump.h"
 #include "capture/frame_meter.h"
-#include "commands/command_player.h"
+#include "common/failures.h"
 #include "common/interrupt.h"
 #include "common/options.h"
 #include "faces/face_file.h"
@@ -15,7 +15,9 @@
 #include "output/pictures.h"
 #include "output/recorder.h"
 #include "output/run_figures.h"
+#include "output/second_log.h"
 #include "session/beauty_control.h"
+#include "session/command_player.h"
 #include "session/progress.h"
 #include "session/run_limits.h"
 #include "session/stage.h"
@@ -29,6 +31,7 @@ struct RunParts {
   const RunLimits &limits;
   Interrupt &interrupt;
   Progress &progress;
+  Failures &failures;  // of what the run is to leave
   LogSink &log;
   BeautyControl &control;
   FrameMeter &meter;
@@ -59,14 +62,14 @@ class Runner {
   void MarkWhenDue(double elapsed);
   void TakePair(RunFigures &figures);
   void TakeAggregates(double elapsed, RunFigures &figures);
-  void TakeSecond(double elapsed, RunFigures &figures);
   void ShowMonitor();
   void Show(double elapsed, const RunFigures &figures);
 
   const RunParts p_;
   const double at_;  // seconds into the run at which pictures are taken
 
-  FrameCounts counts_at_start_, counts_at_second_;
+  FrameCounts counts_at_start_;
+  SecondLog seconds_;
   LineCounts lines_at_start_;
   uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
   uint64_t start_ns_ = 0;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "common/failure.h"
+#include "common/source_names.h"
 #include "faces/face_overlay.h"
 #include "vanta_host.h"
 

@@ -13,10 +13,6 @@
 
 namespace vanta_run {
 
-// The sources that a command may name.
-inline constexpr char kSourceName[] = "video";
-inline constexpr char kFilterName[] = "beauty";
-
 // Threads: [control]. The meter must outlive it.
 class Stage {
  public:

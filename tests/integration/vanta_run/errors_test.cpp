@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "common/video_device.h"
 #include "program.h"
 
 namespace vanta_test {
@@ -59,25 +60,27 @@ TEST_P(RunBadValues, AreUsageErrors) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, RunBadValues,
-    testing::Values(BadValue{"Size", {"--size", "1280"}}, BadValue{"TinySize", {"--size", "8x8"}},
-                    BadValue{"Rate", {"--fps", "0"}}, BadValue{"RateText", {"--fps", "fast"}},
-                    BadValue{"Seconds", {"--seconds", "-1"}}, BadValue{"Frames", {"--frames", "1.5"}},
-                    BadValue{"BeautyName", {"--beauty", "charm=0.5"}},
-                    BadValue{"BeautyRange", {"--beauty", "smooth=1.5"}}, BadValue{"BeautyForm", {"--beauty", "smooth"}},
-                    BadValue{"Stage", {"--stage", "beauty=perhaps"}}, BadValue{"StageName", {"--stage", "charm=on"}},
-                    BadValue{"Lookup", {"--lookup", "missing.cube"}}, BadValue{"Settings", {"--settings", "[1]"}},
-                    BadValue{"Switch", {"--async-commands", "maybe"}}, BadValue{"Color", {"--input", "color:12"}},
-                    BadValue{"Background", {"--background", "color:12"}},
-                    BadValue{"KeyText", {"--green-screen", "{\"keyColor\":"}},
-                    BadValue{"KeyEmpty", {"--green-screen", ""}}, BadValue{"Delay", {"--engine-delay", "long"}},
-                    BadValue{"DumpFrame", {"--dump-frame", "0"}}, BadValue{"DumpFrameText", {"--dump-frame", "last"}},
-                    BadValue{"DumpFramePrefix", {"--dump-frame", "3="}},
-                    BadValue{"DumpFramePastTheEnd", {"--dump-frame", "9", "--frames", "8"}},
-                    BadValue{"DumpFrameOfTextures", {"--dump-frame", "9", "--gl-context", "on"}},
-                    BadValue{"CompareOfTextures", {"--compare", "c.png", "--gl-context", "on"}},
-                    BadValue{"DumpFrameWithoutFilter", {"--no-beauty", "--dump-frame", "9"}},
-                    BadValue{"Ending", {"--output", "out.doc"}}, BadValue{"EventName", {"--event", ""}},
-                    BadValue{"EffectFolder", {"--effect", ""}}, BadValue{"MakeupIntensity", {"--makeup", ".=2"}}),
+    testing::Values(
+        BadValue{"Size", {"--size", "1280"}}, BadValue{"TinySize", {"--size", "8x8"}}, BadValue{"Rate", {"--fps", "0"}},
+        BadValue{"RateText", {"--fps", "fast"}}, BadValue{"Seconds", {"--seconds", "-1"}},
+        BadValue{"Frames", {"--frames", "1.5"}}, BadValue{"BeautyName", {"--beauty", "charm=0.5"}},
+        BadValue{"BeautyRange", {"--beauty", "smooth=1.5"}}, BadValue{"BeautyForm", {"--beauty", "smooth"}},
+        BadValue{"Stage", {"--stage", "beauty=perhaps"}}, BadValue{"StageName", {"--stage", "charm=on"}},
+        BadValue{"Lookup", {"--lookup", "missing.cube"}}, BadValue{"Settings", {"--settings", "[1]"}},
+        BadValue{"Switch", {"--async-commands", "maybe"}}, BadValue{"Color", {"--input", "color:12"}},
+        BadValue{"Background", {"--background", "color:12"}}, BadValue{"KeyText", {"--green-screen", "{\"keyColor\":"}},
+        BadValue{"KeyEmpty", {"--green-screen", ""}}, BadValue{"Delay", {"--engine-delay", "long"}},
+        BadValue{"DelayRange", {"--engine-delay", "1e12"}}, BadValue{"DeformName", {"--deform", "charm=0.5"}},
+        BadValue{"DeformRange", {"--deform", "eye_size=-0.5"}}, BadValue{"SlimName", {"--slim", "charm=0.5"}},
+        BadValue{"DeformWithoutFilter", {"--no-beauty", "--deform", "chin=1"}},
+        BadValue{"DumpFrame", {"--dump-frame", "0"}}, BadValue{"DumpFrameText", {"--dump-frame", "last"}},
+        BadValue{"DumpFramePrefix", {"--dump-frame", "3="}},
+        BadValue{"DumpFramePastTheEnd", {"--dump-frame", "9", "--frames", "8"}},
+        BadValue{"DumpFrameOfTextures", {"--dump-frame", "9", "--gl-context", "on"}},
+        BadValue{"CompareOfTextures", {"--compare", "c.png", "--gl-context", "on"}},
+        BadValue{"DumpFrameWithoutFilter", {"--no-beauty", "--dump-frame", "9"}},
+        BadValue{"Ending", {"--output", "out.doc"}}, BadValue{"EventName", {"--event", ""}},
+        BadValue{"EffectFolder", {"--effect", ""}}, BadValue{"MakeupIntensity", {"--makeup", ".=2"}}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(RunErrors, FolderThatHoldsNoEffectIsAnInputError) {
@@ -95,6 +98,22 @@ TEST(RunErrors, MissingAnswersAreAnInputError) {
 
 TEST(RunErrors, MissingFileIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "missing.mp4"}, 3, "No such file");
+}
+
+TEST(RunErrors, CameraThatIsNotThereIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "/dev/video987"}, 3, "/dev/video987: there is no such camera; ");
+}
+
+TEST(RunErrors, DeviceThatIsNoCameraIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--input", "/dev/null"}, 3, "/dev/null: is no camera");
+}
+
+TEST(RunErrors, VirtualCameraWithoutADeviceIsAModuleErrorBeforeTheRunStarts) {
+  if (vanta_run::HasLoopDevice()) GTEST_SKIP() << "this system has one";
+  const Workplace workplace;
+  ExpectRefusal(workplace, {"--input", "color:203040", "--virtual-camera", "--output", "o.mp4"}, 5,
+                "--virtual-camera: this system has no v4l2loopback device; ");
+  EXPECT_EQ(workplace.Files(), std::vector<std::string>{});
 }
 
 TEST(RunErrors, FolderIsAnInputError) {
@@ -174,6 +193,25 @@ TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
   ExpectRefusal(workplace, {"--input", "color:203040", "--dump-frame", "1=no/d"}, 6, "no/d-before.png");
 }
 
+TEST(RunErrors, InputIsNotReplacedAndStays) {
+  const Workplace workplace;
+  WriteFile(workplace / "a.mp4", "a video");
+  ExpectRefusal(workplace, {"--input", "a.mp4", "--output", "./a.mp4"}, 2, "'./a.mp4' is the file of --input");
+  EXPECT_EQ(std::filesystem::file_size(workplace / "a.mp4"), 7u);
+}
+
+TEST(RunErrors, TwoFilesOfOneNameAreRefusedBeforeTheRunStarts) {
+  const Workplace workplace;
+  ExpectRefusal(workplace, {"--input", "color:203040", "--snapshot", "x.png", "--compare", "x.png"}, 2,
+                "is the file of --snapshot too");
+  ExpectRefusal(workplace, {"--input", "color:203040", "color:405060", "--output", "x.mp4"}, 2, "put {name}");
+  EXPECT_EQ(workplace.Files(), std::vector<std::string>{});
+}
+
+TEST(RunErrors, ResumeWithoutAFileIsAUsageError) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040", "--resume"}, 2, "no file tells what is done");
+}
+
 TEST(RunErrors, DeviceIsNotReplacedByAFile) {
   ExpectRefusal(Workplace(), {"--input", "color:203040", "--report", "/dev/full"}, 6, "no regular file");
 }
@@ -206,6 +244,35 @@ TEST(RunHelp, MonitorHasAPageOfItsOwn) {
   const ProgramResult result = RunProgram(Workplace(), {"monitor", "--help"});
   EXPECT_EQ(result.exit_code, 0);
   EXPECT_NE(result.out.find("--ports N"), std::string::npos) << result.out;
+}
+
+TEST(RunHelp, ManualPageIsOneThatTroffTakes) {
+  const Workplace workplace;
+  WriteFile(workplace / "vanta-run.1", RunProgram(workplace, {"--print-manual"}).out);
+  const std::string page =
+      RunTool({"sh", "-c", "groff -man -Tascii -P-cbu -ww '" + (workplace / "vanta-run.1").string() + "' 2>&1"});
+  EXPECT_EQ(page.rfind("VANTA-RUN(1)", 0), 0u) << page.substr(0, 400);
+  EXPECT_NE(page.find("--dump-frame"), std::string::npos);
+}
+
+// What bash offers behind these words, the last of which is being typed.
+std::string Offered(const Workplace &workplace, const std::string &words) {
+  WriteFile(workplace / "completion", RunProgram(workplace, {"--print-completion"}).out);
+  return RunTool({"bash", "-c",
+                  "cd '" + workplace.folder().string() +
+                      "'; source completion; compopt() { :; }; COMP_WORDS=(vanta-run " + words +
+                      "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vanta_run; echo \"${COMPREPLY[*]}\""});
+}
+
+TEST(RunHelp, BashIsOfferedOptionsValuesAndFiles) {
+  const Workplace workplace;
+  WriteFile(workplace / "my clip.mp4", "");
+  EXPECT_EQ(Offered(workplace, "--dump"), "--dump-frame\n");
+  EXPECT_EQ(Offered(workplace, "--input my"), "my clip.mp4\n");
+  EXPECT_EQ(Offered(workplace, "--deform eye"), "eye_size=\n");
+  EXPECT_EQ(Offered(workplace, "--async-commands o"), "on off\n");
+  EXPECT_EQ(Offered(workplace, "moni"), "monitor\n");
+  EXPECT_EQ(Offered(workplace, "monitor --"), "--ports --seconds --help\n");
 }
 
 TEST(RunHelp, VersionNamesLibobs) {

@@ -157,6 +157,57 @@ TEST(RunFiles, ExistingFileStaysWhenTheRunFails) {
   EXPECT_EQ(cv::imread((workplace / "s.png").string()).size(), cv::Size(4, 4));
 }
 
+// At once: nothing is finished any more, and nothing unfinished is left.
+TEST(RunFiles, SecondSignalEndsTheRunWithoutItsFiles) {
+  const Workplace workplace;
+  RunningProgram program(workplace, {"--input", "color:203040", "--loop", "--output", "out.mp4", "--report", "r.json"});
+  ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << "no progress line of the third second";
+  program.Signal(SIGINT);
+  program.Signal(SIGTERM);
+  EXPECT_EQ(program.Finish().exit_code, 130);
+  EXPECT_EQ(workplace.Files(), Names{});
+}
+
+TEST(RunFiles, RecordingThatFailsLeavesTheOtherFiles) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=320x180:r=30:d=1,noise=alls=80:allf=t", "-pix_fmt",
+           "yuv420p", (workplace / "in.mkv").string()});
+  const ProgramResult result = RunProgram(workplace,
+                                          {"--quiet", "--input", "in.mkv", "--size", "96x64", "--loop", "--seconds",
+                                           "60", "--output", "out.mp4", "--snapshot", "s.png", "--report", "r.json"},
+                                          {{}, 65536});
+  EXPECT_EQ(result.exit_code, 6) << result.err;
+  EXPECT_NE(result.err.find("vanta-run: out.mp4: "), std::string::npos) << result.err;
+  EXPECT_EQ(workplace.Files(), (Names{"in.mkv", "r.json", "s.png"}));
+  EXPECT_EQ(ReadReport(workplace / "r.json")["failed"].size(), 1u);
+}
+
+TEST(RunFiles, PictureThatFailsLeavesPlotAndReport) {
+  const Workplace workplace;
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x64", "--seconds", "1", "--compare",
+                             "c.png", "--engine-delay", "3000", "--plot", "p.png", "--report", "r.json"});
+  EXPECT_EQ(result.exit_code, 6) << result.err;
+  EXPECT_EQ(result.err,
+            "vanta-run: c.png: no marked frame came back from the filter; run longer, or with a lower "
+            "--engine-delay\n");
+  EXPECT_EQ(workplace.Files(), (Names{"p.png", "r.json"}));
+  EXPECT_EQ(ReadReport(workplace / "r.json")["failed"].size(), 1u);
+}
+
+TEST(RunFiles, ReportThatFindsNoRoomOnStandardOutputIsAnOutputError) {
+  const Workplace workplace;
+  ProgramSetting setting;
+  setting.output = "/dev/full";
+  const ProgramResult result = RunProgram(workplace,
+                                          {"--quiet", "--input", "color:203040", "--size", "64x64", "--frames", "5",
+                                           "--snapshot", "s.png", "--report", "-"},
+                                          setting);
+  EXPECT_EQ(result.exit_code, 6);
+  EXPECT_NE(result.err.find("standard output: No space left on device; "), std::string::npos) << result.err;
+  EXPECT_EQ(workplace.Files(), Names{"s.png"});
+}
+
 // The process of that name that `parent` has started; 0 when there is none.
 pid_t ChildNamed(const std::string &name, pid_t parent) {
   for (const std::filesystem::directory_entry &entry : std::filesystem::directory_iterator("/proc")) {

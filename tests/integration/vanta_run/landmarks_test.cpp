@@ -45,6 +45,22 @@ TEST(RunLandmarks, EachSignalIsALineWithItsTime) {
   EXPECT_EQ(lines.back()["height"], kHeight);
 }
 
+// The recording goes on, and what else is wanted is written.
+TEST(RunLandmarks, FullDiskForTheFacesLeavesTheOtherFiles) {
+  const Workplace workplace;
+  ProgramSetting setting;
+  setting.output = "/dev/full";
+  const ProgramResult result =
+      RunProgram(workplace,
+                 {"--quiet", "--input", VANTA_TEST_PORTRAIT, "--size", "640x600", "--fps", "15", "--no-beauty",
+                  "--seconds", "3", "--landmarks", "-", "--output", "o.mp4", "--snapshot", "s.png", "--report", "r.json"},
+                 setting);
+  EXPECT_EQ(result.exit_code, 6);
+  EXPECT_EQ(result.err, "vanta-run: standard output: No space left on device; give a file, or a reader that stays\n");
+  EXPECT_EQ(workplace.Files(), (std::vector<std::string>{"o.mp4", "r.json", "s.png"}));
+  EXPECT_GE(ReadReport(workplace / "r.json")["run"]["seconds"].get<double>(), 3.0);
+}
+
 TEST(RunLandmarks, FaceOfThePortraitIsFound) {
   const Workplace workplace;
   RunPortrait(workplace, {"--landmarks", "f.jsonl"});

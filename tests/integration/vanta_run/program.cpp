@@ -22,7 +22,7 @@ namespace {
                          int in, int out, int err) {
   setpgid(0, 0);
   dup2(setting.typed ? in : open("/dev/null", O_RDONLY), STDIN_FILENO);
-  dup2(out, STDOUT_FILENO);
+  dup2(setting.output ? open(setting.output->c_str(), O_WRONLY) : out, STDOUT_FILENO);
   dup2(err, STDERR_FILENO);
   if (chdir(folder.c_str()) != 0) _exit(126);
   for (const auto &[name, value] : setting.environment) {

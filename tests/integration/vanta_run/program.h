@@ -23,6 +23,7 @@ struct ProgramSetting {
   std::map<std::string, std::optional<std::string>> environment;  // empty value: unset
   std::optional<unsigned long> largest_file;                      // bytes, for the program and what it starts
   bool typed = false;                                             // standard input is what Type() writes
+  std::optional<std::string> output = std::nullopt;               // where standard output goes instead
 };
 
 // A folder of its own for one test, in which the program runs.

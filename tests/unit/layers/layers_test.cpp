@@ -71,7 +71,9 @@ const std::vector<Target> &House() {
         {"gpu", "magic"},
         {"core"}},
        {kBase, kContracts, kHostHeader, kRunnerHeaders}},
-      {"host/vanta_run/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
+      {"host/vanta_run/",
+       {{"common"}, {"capture", "commands", "faces", "input", "monitor"}, {"output"}, {"plot"}, {"session"}, {"cli"}},
+       {kBase, kContracts, kHostHeader, kEngineHeaders}},
       {"docs/examples/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
   };
   return house;

@@ -23,8 +23,8 @@ RunFigures Figures() {
   figures.seconds = 3;
   figures.followed.push_back({0.3, 1, 33.5, false, R"({"beauty_ms":12.25})"});
   figures.followed.push_back({1.3, 2, 66.5, false, ""});
-  figures.by_second.push_back({1, {30, 30, 0, 0}});
-  figures.by_second.push_back({2, {30, 26, 2, 1}});
+  figures.by_second.push_back({0, 1, {30, 30, 0, 0}});
+  figures.by_second.push_back({1, 2, {30, 26, 2, 1}});
   return figures;
 }
 
@@ -34,7 +34,15 @@ TEST(PlotScript, HoldsDelayAndEngineTimeOfEachFollowedFrame) {
 }
 
 TEST(PlotScript, HoldsJanksOfEachSecond) {
-  EXPECT_NE(PlotScript(Figures()).find("$seconds << EOD\n0.500 0 0\n1.500 2 1\nEOD\n"), std::string::npos);
+  EXPECT_NE(PlotScript(Figures()).find("$seconds << EOD\n0.500 1.000 0 0\n1.500 1.000 2 1\nEOD\n"), std::string::npos);
+}
+
+// As high as one second's would be, over its whole time: the eye sees no second of hundreds.
+TEST(PlotScript, RecordOfSeveralSecondsIsABoxOfTheirWidthAndMeanHeight) {
+  RunFigures figures;
+  figures.by_second.push_back({2, 7, {150, 50, 10, 5}});
+  EXPECT_NE(PlotScript(figures).find("$seconds << EOD\n4.500 5.000 2 1\nEOD\n"), std::string::npos)
+      << PlotScript(figures);
 }
 
 // Owns: a folder.

@@ -1,4 +1,4 @@
-#include "output/statistics_json.h"
+#include "common/statistics_json.h"
 
 #include <cmath>
 

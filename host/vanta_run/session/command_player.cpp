@@ -1,4 +1,4 @@
-#include "commands/command_player.h"
+#include "session/command_player.h"
 
 #include <unistd.h>
 

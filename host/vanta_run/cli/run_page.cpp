@@ -1,0 +1,511 @@
+#include "cli/run_page.h"
+
+#include <obs.h>
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "capture/key_config.h"
+#include "cli/commands_help.h"
+#include "cli/completion.h"
+#include "cli/engine_values.h"
+#include "cli/monitor_command.h"
+#include "cli/page_text.h"
+#include "commands/settings_update.h"
+#include "common/failure.h"
+#include "common/option_values.h"
+#include "vanta_host.h"
+
+namespace vanta_run {
+namespace {
+
+using Read = std::function<void(const std::string &)>;
+
+constexpr double kLongestDelay = 60000;  // milliseconds
+constexpr double kLongestTime = 1e9;     // seconds
+
+[[noreturn]] void BadValue(const std::string &name, const std::string &value, const std::string &remedy) {
+  throw Failure(kExitUsage, "--" + name, "bad value '" + value + "'", remedy);
+}
+
+Read Set(bool &flag, bool to = true) {
+  return [&flag, to](const std::string &) { flag = to; };
+}
+
+Read Keep(std::string &target) {
+  return [&target](const std::string &value) { target = value; };
+}
+
+Read Add(std::vector<std::string> &target) {
+  return [&target](const std::string &value) { target.push_back(value); };
+}
+
+template <typename T>
+Read Number(const char *name, double least, double most, T &target) {
+  return [=, &target](const std::string &value) {
+    const auto number = ParseNumber(value);
+    if (!number || *number < least || *number > most) {
+      char remedy[80];
+      std::snprintf(remedy, sizeof(remedy), "give a number from %.10g to %.10g", least, most);
+      BadValue(name, value, remedy);
+    }
+    target = static_cast<T>(*number);
+  };
+}
+
+// What `parse` makes of it, or a refusal where it makes nothing.
+template <typename Parse, typename T>
+Read Parsed(const char *name, Parse parse, T &target, const char *remedy) {
+  return [=, &target](const std::string &value) {
+    const auto read = parse(value);
+    if (!read) BadValue(name, value, remedy);
+    target = *read;
+  };
+}
+
+std::string CheckedInput(const std::string &value) {
+  constexpr char kColor[] = "color:";
+  if (value.rfind(kColor, 0) == 0 && !ParseColor(value.substr(sizeof(kColor) - 1))) {
+    BadValue("input", value, "write six hexadecimal digits, color:30A060");
+  }
+  return value;
+}
+
+DumpOption ReadDumpFrame(const std::string &value) {
+  const size_t equals = value.find('=');
+  const auto count = ParseCount(value.substr(0, equals));
+  DumpOption dump;
+  if (count) dump = {*count, "frame-" + std::to_string(*count)};
+  if (equals != std::string::npos) dump.prefix = value.substr(equals + 1);
+  if (!count || dump.prefix.empty()) {
+    BadValue("dump-frame", value, "give a whole number, 1 or more, or NUMBER=PREFIX for the files' names");
+  }
+  return dump;
+}
+
+void RequireSettings(const std::string &value) {
+  const auto json = nlohmann::json::parse(value, nullptr, false);
+  if (!json.is_object()) BadValue("settings", value, "give a JSON object, '{\"no_green_matting\":true}' for instance");
+  try {
+    CheckSettings(json);
+  } catch (const BadCommand &reason) {
+    throw Failure(kExitUsage, "--settings", reason.what(), "see vanta-run --help");
+  }
+}
+
+OptionSection InputSection(CommandLine &line) {
+  Options &options = line.options;
+  return {
+      "INPUT",
+      {{.name = "input",
+        .letter = 'i',
+        .value = "FILE...",
+        .text = "what to play: a video, a picture, a camera's device as /dev/video0, or a plain colour written "
+                "\"color:RRGGBB\". Several are run one "
+                "after the "
+                "other; the names of the files to write hold {name} then, see OUTPUT",
+        .read = [&line](const std::string &value) { line.inputs.push_back(CheckedInput(value)); },
+        .several = true,
+        .completes = Completes::kFiles},
+       {.name = "resume",
+        .text =
+            "with several inputs, pass over those whose files are all there already: a file has its name only once it "
+            "is whole",
+        .read = Set(line.resume)},
+       {.name = "loop",
+        .letter = 'l',
+        .text = "start again at the end; without a limit the run goes on until Ctrl-C",
+        .read = Set(options.loop)},
+       {.name = "size",
+        .letter = 's',
+        .value = "WxH",
+        .text =
+            "size of the recording; a picture or colour is made in that size. Default: the input's own, a picture that "
+            "is larger than 1920x1080 is shrunk to fit",
+        .read = Parsed("size", ParseSize, options.size, "write it as 1280x720, from 16 to 8192 each way")},
+       {.name = "fps",
+        .letter = 'r',
+        .value = "N",
+        .text = "frames a second: 30, 29.97 or 30000/1001. Default: the file's own up to 60; pictures 30",
+        .read = Parsed("fps", ParseRate, options.rate, "give a rate from 1 to 240, as 30, 29.97 or 30000/1001")},
+       {.name = "seconds",
+        .letter = 't',
+        .value = "S",
+        .text = "end after S seconds",
+        .read = Number("seconds", 0.1, kLongestTime, options.seconds)},
+       {.name = "frames",
+        .letter = 'n',
+        .value = "N",
+        .text = "end after N frames have entered the filter",
+        .read = Parsed("frames", ParseCount, options.frames, "give a whole number, 1 or more")}}};
+}
+
+OptionSection BeautySection(Options &options) {
+  return {
+      "BEAUTY",
+      {{.name = "beauty",
+        .letter = 'b',
+        .value = "LIST",
+        .text = "intensities, as in 'smooth=0.7,whiten=0.4':",
+        .items = BeautyItems(),
+        .read = [&options](const std::string &value) { ReadBeauty(value, options); },
+        .many = true,
+        .of_beauty = true,
+        .completes = Completes::kWords,
+        .words = WordsOf(BeautyItems())},
+       {.name = "deform",
+        .value = "LIST",
+        .text = "shapes of the face, as in 'slim_face=0.5,eye_size=0.3':",
+        .items = DeformItems(),
+        .read = [&options](const std::string &value) { ReadDeform(value, options); },
+        .many = true,
+        .of_beauty = true,
+        .completes = Completes::kWords,
+        .words = WordsOf(DeformItems())},
+       {.name = "slim",
+        .value = "LIST",
+        .text = "shapes of the body, as in 'waist=0.5'. Where its parts are is told from the face:",
+        .items = SlimItems(),
+        .read = [&options](const std::string &value) { ReadSlim(value, options); },
+        .many = true,
+        .of_beauty = true,
+        .completes = Completes::kWords,
+        .words = WordsOf(SlimItems())},
+       {.name = "lookup",
+        .value = "FILE[=I]",
+        .text = "colour table, .cube or square PNG, at intensity I from 0 to 1 (default 1)",
+        .read = [&options](const std::string &value) { options.lookup = ReadLookup(value); },
+        .of_beauty = true,
+        .completes = Completes::kFiles},
+       {.name = "group",
+        .value = "NAME|FILE",
+        .text = "a preset of the engine (\"jingdian\" is its start-up preset) or a preset file",
+        .read = Keep(options.group),
+        .of_beauty = true,
+        .completes = Completes::kFiles},
+       {.name = "stage",
+        .value = "LIST",
+        .text = "whole stages of the engine, as in 'green-matting=on,relight=off':",
+        .items = StageItems(),
+        .read = [&options](const std::string &value) { ReadStages(value, options); },
+        .many = true,
+        .of_beauty = true,
+        .completes = Completes::kWords,
+        .words = WordsOf(StageItems())},
+       {.name = "makeup",
+        .value = "DIR[=I]",
+        .text =
+            "a layer of makeup at intensity I from 0 to 1 (default 1); may be given more than once. The layer's key "
+            "for SetMakeupIntensityWithKey is the folder's name",
+        .read = [&options](const std::string &value) { options.makeup.push_back(ReadMakeup(value)); },
+        .many = true,
+        .of_beauty = true,
+        .completes = Completes::kFolders},
+       {.name = "effect",
+        .value = "DIR",
+        .text = "plays the magic effect in this folder; this program's ability handler shows what it asks for",
+        .read = [&options](const std::string &value) { options.effect = ReadEffectFolder(value); },
+        .of_beauty = true,
+        .completes = Completes::kFolders},
+       {.name = "settings",
+        .value = "JSON",
+        .text = "settings for the running filter; may be given more than once. Its keys:",
+        .items = {{"no_green_matting", "true, false"},
+                  {"lx_enable_nvdx_interop", "\"open\", \"close\""},
+                  {"sceneitem_orientation_info", "{\"hor_flip\":..,\"ver_flip\":..,\"rot_deg\":..}"},
+                  {"effect_json_ability_handler", "true: this program's, false: none"}},
+        .read =
+            [&options](const std::string &value) {
+              RequireSettings(value);
+              options.settings.push_back(value);
+            },
+        .many = true,
+        .of_beauty = true},
+       {.name = "no-beauty",
+        .text = "leave the beauty filter out, and with it the engine and its cost",
+        .read = Set(options.beauty_filter, false)}}};
+}
+
+OptionSection FacesSection(Options &options) {
+  return {
+      "FACES",
+      {{.name = "landmarks",
+        .value = "FILE",
+        .text = "adds the landmark filter behind the beauty filter and writes each of its signals as a line of JSON: "
+                "seconds into the run, size of the picture, points, boxes. \"-\" is standard output",
+        .read = Keep(options.landmarks),
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "draw-landmarks",
+        .text = "adds it too, and draws points and boxes over the picture, in the recording and the snapshot",
+        .read = Set(options.draw_landmarks)}}};
+}
+
+OptionSection GreenScreenSection(Options &options) {
+  return {
+      "GREEN SCREEN",
+      {{.name = "green-screen",
+        .value = "FILE|JSON",
+        .text = "key the input before a green or blue backing, behind the beauty filter. The value is the filter's "
+                "config, a file or a text that begins with \"{\": '{\"keyColor\":[0.2,0.68,0.28]}'. \"{}\" takes the "
+                "defaults, a pure green",
+        .read = [&options](const std::string &value) { options.green_screen = ReadKeyConfig(value); },
+        .completes = Completes::kFiles},
+       {.name = "pick-key",
+        .text = "print a config with the colour of the backing in the input's first frame, and end: vanta-run --input "
+                "take.mp4 --pick-key >key.json",
+        .read = Set(options.pick_key)},
+       {.name = "background",
+        .value = "FILE|color:RRGGBB",
+        .text = "a video, a picture or a colour below the input; it fills the canvas. Default: black",
+        .read = Keep(options.background),
+        .completes = Completes::kFiles}}};
+}
+
+OptionSection CommandsSection(Options &options) {
+  return {
+      "COMMANDS",
+      {{.name = "commands",
+        .value = "FILE",
+        .text = "sends control operations and settings at given times, one JSON object a line",
+        .read = Keep(options.commands),
+        .of_beauty = true,
+        .completes = Completes::kFiles},
+       {.name = "interactive",
+        .text = "takes the same lines from standard input while it runs; \"quit\" ends the run, the end of standard "
+                "input does not. Pictures and colours go on until then",
+        .read = Set(options.interactive),
+        .of_beauty = true},
+       {.name = "ability-answers",
+        .value = "FILE",
+        .text = "what this program answers when an effect asks for something, one JSON object a line: {\"method\": "
+                "\"getPkId\", \"answer\": {\"pkId\": \"7\"}}. The answer goes to the engine as game data, with the "
+                "request's \"seqId\" where it has none",
+        .read = Keep(options.ability_answers),
+        .of_beauty = true,
+        .completes = Completes::kFiles},
+       {.name = "event",
+        .value = "NAME",
+        .text = "makes a named event and says when it is set; may be given more than once. The first one is set by the "
+                "end of --effect",
+        .read = Add(options.events),
+        .many = true,
+        .of_beauty = true},
+       {.name = "help-commands",
+        .text = "how the lines are written, and every operation with its arguments",
+        .answer = CommandsHelpText}}};
+}
+
+OptionSection EngineSection(Options &options) {
+  return {"ENGINE",
+          {{.name = "no-engine",
+            .text = "run as on a machine without the effect engine: the picture passes untouched",
+            .read = Set(options.engine, false)},
+           {.name = "engine-delay",
+            .value = "MS",
+            .text = "make the engine take MS milliseconds longer for every frame, up to 60000",
+            .read = Number("engine-delay", 0, kLongestDelay, options.engine_delay_ms),
+            .of_beauty = true},
+           {.name = "engine-stop-after",
+            .value = "S",
+            .text = "take the engine away S seconds into the run, by a forced restart that fails",
+            .read = Number("engine-stop-after", 0, kLongestTime, options.engine_stop_after),
+            .of_beauty = true}}};
+}
+
+OptionSection SwitchSection(Options &options) {
+  OptionSection section{"HOST SWITCHES", {}};
+  for (int i = 0; i < VANTA_SWITCH_COUNT; ++i) {
+    const auto which = static_cast<vanta_host_switch>(i);
+    const std::string name = vanta_host_switch_name(which);
+    section.rows.push_back({.name = name,
+                            .value = "on|off",
+                            .text = std::string("default ") + (which == VANTA_SWITCH_CREATE_GL_CONTEXT ? "on where a GPU draws"
+                                                               : vanta_host_get_switch(which)          ? "on"
+                                                                                                       : "off"),
+                            .read =
+                                [&options, which, name](const std::string &value) {
+                                  const auto on = ParseOnOff(value);
+                                  if (!on) BadValue(name, value, "write on or off");
+                                  options.switches.emplace_back(which, *on);
+                                },
+                            .completes = Completes::kWords,
+                            .words = {"on", "off"}});
+  }
+  return section;
+}
+
+OptionSection OutputSection(Options &options) {
+  return {
+      "OUTPUT",
+      {{.name = "output",
+        .letter = 'o',
+        .value = "FILE",
+        .text = "the recording, H.264 and AAC; the name's ending (.mp4, .mkv, .mov, .flv, .ts) is the format",
+        .read = Keep(options.output),
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "virtual-camera",
+        .text = "shows the recorded picture to other programs as a camera's, through libobs's own output and a "
+                "v4l2loopback device",
+        .read = Set(options.virtual_camera)},
+       {.name = "snapshot",
+        .value = "FILE",
+        .text = "PNG of the recorded picture",
+        .read = Keep(options.snapshot),
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "matte",
+        .value = "FILE",
+        .text = "PNG of the keyed input's alpha, in grey, of the same frame and as large as the snapshot; white is "
+                "opaque. Needs --green-screen",
+        .read = Keep(options.matte),
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "compare",
+        .value = "FILE",
+        .text = "PNG of one frame before and after the filter, side by side; sets --gl-context off",
+        .read = Keep(options.compare),
+        .of_beauty = true,
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "at",
+        .value = "S",
+        .text = "take these pictures S seconds into the run. Default: halfway, or after 2 seconds",
+        .read = Number("at", 0, kLongestTime, options.at)},
+       {.name = "dump-frame",
+        .value = "N[=PREFIX]",
+        .text =
+            "the Nth frame that enters the filter, as PREFIX-before.png and PREFIX-after.png, and as PREFIX.json the "
+            "engine's own report of what it did to it, \"{}\" where there is none; sets --gl-context off. Default: "
+            "frame-N",
+        .read = [&options](const std::string &value) { options.dump = ReadDumpFrame(value); },
+        .of_beauty = true,
+        .writes = true},
+       {.name = "report",
+        .value = "FILE",
+        .text =
+            "JSON: frames in, out, repeated, dropped, delay, costs, engine times, the module's reports, ten-second "
+            "records, commands sent, events, faces, switches, versions, what could not be written. \"-\" is standard "
+            "output",
+        .read = Keep(options.report),
+        .writes = true,
+        .completes = Completes::kFiles},
+       {.name = "plot",
+        .value = "FILE",
+        .text = "PNG that draws delay, engine time and jank over the run; needs gnuplot",
+        .read = Keep(options.plot),
+        .of_beauty = true,
+        .writes = true,
+        .completes = Completes::kFiles}},
+      "Every file is written under another name beside its place and renamed when it is whole; one that fails does not "
+      "take the others with it. In their names {name} becomes the input's name without folder and ending, and {number} "
+      "its place among the inputs, from 1."};
+}
+
+OptionSection TalkSection(Options &options) {
+  return {
+      "TALK",
+      {{.name = "monitor",
+        .text = "the statistics that the filter sends each second, live: rates, delay and jank as small charts on a "
+                "terminal, else a line each, on standard error. \"vanta-run monitor\" shows those of every program on "
+                "this machine; see vanta-run monitor --help",
+        .read = Set(options.monitor),
+        .of_beauty = true},
+       {.name = "quiet", .letter = 'q', .text = "no progress, only errors", .read = Set(options.quiet)},
+       {.name = "verbose", .letter = 'v', .text = "libobs's whole log on standard error", .read = Set(options.verbose)},
+       {.name = "log",
+        .value = "FILE",
+        .text = "libobs's whole log into FILE",
+        .read = Keep(options.log),
+        .writes = true,
+        .completes = Completes::kFiles}}};
+}
+
+OptionSection PlacesSection(Options &options) {
+  return {
+      "PLACES",
+      {{.name = "module",
+        .value = "FILE",
+        .text = "the plug-in vanta_filter.so; a folder that holds it will do",
+        .read = Keep(options.module),
+        .completes = Completes::kFiles},
+       {.name = "module-data",
+        .value = "DIR",
+        .text = "its data folder",
+        .read = Keep(options.module_data),
+        .completes = Completes::kFolders}},
+      "Without them the plug-in is looked for beside this program (build folder or installation), then in the folders "
+      "of libobs. Without a display a virtual one is started, if Xvfb is installed."};
+}
+
+// The pages that stand beside this one in the manual, for the answers below.
+std::string PrintedManual() {
+  CommandLine line;
+  MonitorOptions monitor;
+  return ManualText(RunPage(line), {MonitorPage(monitor)});
+}
+
+std::string PrintedCompletion() {
+  CommandLine line;
+  MonitorOptions monitor;
+  return CompletionScript(RunPage(line), {MonitorPage(monitor)});
+}
+
+std::string PrintedHelp() {
+  CommandLine line;
+  return HelpText(RunPage(line));
+}
+
+std::string PrintedVersion() {
+  return std::string("vanta-run " VANTA_VERSION ", libobs ") + obs_get_version_string() + "\n";
+}
+
+OptionSection HelpSection() {
+  return {"HELP",
+          {{.name = "help", .letter = 'h', .text = "this text", .answer = PrintedHelp},
+           {.name = "version", .text = "versions", .answer = PrintedVersion},
+           {.name = "print-manual",
+            .text = "the manual page: vanta-run --print-manual | man -l -",
+            .answer = PrintedManual},
+           {.name = "print-completion",
+            .text = "the options for bash: source <(vanta-run --print-completion)",
+            .answer = PrintedCompletion}}};
+}
+
+}  // namespace
+
+CommandPage RunPage(CommandLine &line) {
+  Options &options = line.options;
+  return {
+      "vanta-run",
+      "plays a file through the beauty filter, the landmark filter and the green screen, without a window",
+      {"vanta-run --input FILE [options]", "vanta-run --input FILE... --output 'PLACE/{name}.mp4' [--resume] [options]",
+       "vanta-run monitor [--ports N] [--seconds S]"},
+      {"Starts libobs, loads the filter, plays FILE through it in real time, and records what comes out. FILE is "
+       "anything "
+       "that libobs's media source plays, a still picture, or a plain colour written \"color:RRGGBB\".",
+       "The run ends after --seconds or --frames, at the end of the file, or with Ctrl-C; pictures and colours end "
+       "after 5 "
+       "seconds unless told otherwise. A second Ctrl-C ends it at once, without its files.",
+       "Several inputs are run one after the other, each by itself. At the end stands what failed, and the exit status "
+       "is that of the first that did; one that says nothing of its input (2, 4, 5) ends them all."},
+      {},
+      {InputSection(line), BeautySection(options), FacesSection(options), GreenScreenSection(options),
+       CommandsSection(options), EngineSection(options), SwitchSection(options), OutputSection(options),
+       TalkSection(options), PlacesSection(options), HelpSection()},
+      {{"0", "everything asked for has been written"},
+       {"1", "something unforeseen"},
+       {"2", "unknown option, bad value or bad command line"},
+       {"3",
+        "the input, the background, an effect, the command file or the config cannot be read; no picture or no backing "
+        "in it"},
+       {"4", "no display and no way to get one, or no OpenGL on it"},
+       {"5", "the filter, a plug-in of libobs, gnuplot or a device for the virtual camera is missing"},
+       {"6",
+        "a file could not be written whole; nothing half-written is left under its name, and the others are there"},
+       {"7", "the monitor cannot listen: another one has its ports"},
+       {"130", "ended by Ctrl-C or SIGTERM; the files are whole, and as long as the run was"}}};
+}
+
+}  // namespace vanta_run
