@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "fixtures/module/green_screen_fixture.h"
-#include "greenscreen/effect_parameters.h"
+#include "greenscreen/effect/green_screen_effect.h"
 
 namespace vanta_test {
 namespace {
@@ -49,18 +49,20 @@ class EffectLoading : public GreenScreenFixture {
     instance_ = record_.create(settings_, &filter_);
     return Errors();
   }
+
+  vanta::GreenScreenEffect effect_;
 };
 
 TEST_F(EffectLoading, NoNameIsRefused) {
-  EXPECT_EQ(vanta::LoadGreenScreenEffect(nullptr), nullptr);
-  EXPECT_EQ(vanta::LoadGreenScreenEffect(""), nullptr);
+  EXPECT_FALSE(effect_.Load(nullptr));
+  EXPECT_FALSE(effect_.Load(""));
   EXPECT_THAT(Errors(), ElementsAre("empty effect file", "empty effect file"));
 }
 
 TEST_F(EffectLoading, AFileThatIsNotThereIsSaidToBeMissing) {
   gs_recorder::SetModuleFile("/fake/nothing.effect");
   gs_recorder::FailAll("gs_effect_create_from_file");
-  EXPECT_EQ(vanta::LoadGreenScreenEffect("a.effect"), nullptr);
+  EXPECT_FALSE(effect_.Load("a.effect"));
   EXPECT_THAT(Errors(), ElementsAre("load effect failed: requested=a.effect resolved=/fake/nothing.effect exists=0",
                                     "effect compile detail unavailable (empty)"));
 }
