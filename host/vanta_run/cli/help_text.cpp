@@ -62,7 +62,8 @@ GREEN SCREEN
                           key the input before a green or blue backing, behind the beauty filter. The value is the
                           filter's config, a file or a text that begins with "{": '{"keyColor":[0.2,0.68,0.28]}'.
                           "{}" takes the defaults, a pure green
-      --pick-key          print a config with the colour of the backing in the input's first frame, and end:
+      --pick-key          print a config with the colour of the backing in the input's first frame and what else
+                          helps, on standard error what was found (how even its light is, noise, spill), and end:
                           vanta-run --input take.mp4 --pick-key >key.json
       --background FILE|color:RRGGBB
                           a video, a picture or a colour below the input; it fills the canvas. Default: black
