@@ -105,6 +105,12 @@ TEST(KeyFit, MeasuresTheNoise) {
   }
 }
 
+TEST(KeyFit, DoesNotCountRoundingAsNoise) {
+  Take take;
+  take.noise = 0.5;
+  EXPECT_NEAR(Fit(take).noise, 0.5, 0.04);
+}
+
 TEST(KeyFit, DoesNotTakeUnevenLightForNoise) {
   Take take;
   take.light = [](double u, double v) { return 0.7 + 0.2 * u + 0.2 * v; };
@@ -194,6 +200,12 @@ TEST(KeyFit, AnyTinyPictureIsSafe) {
 
 TEST(KeyFit, ConfigIsTheColourWhereTheDefaultsWillDo) {
   EXPECT_EQ(KeyFitConfig(Fit({})), R"({"keyColor":[0.200,0.678,0.278]})");
+}
+
+TEST(KeyFit, ConfigLeavesAnOrdinaryTakesDenoiseAlone) {
+  KeyFit fit;
+  fit.noise = 3;
+  EXPECT_FALSE(nlohmann::json::parse(KeyFitConfig(fit)).contains("aKalmanQ"));
 }
 
 TEST(KeyFit, ConfigCalmsANoisyTake) {
