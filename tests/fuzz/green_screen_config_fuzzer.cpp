@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "greenscreen/green_screen_config.h"
+#include "greenscreen/settings/green_screen_config.h"
 
 namespace {
 

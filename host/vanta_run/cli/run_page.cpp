@@ -252,7 +252,8 @@ OptionSection GreenScreenSection(Options &options) {
         .read = [&options](const std::string &value) { options.green_screen = ReadKeyConfig(value); },
         .completes = Completes::kFiles},
        {.name = "pick-key",
-        .text = "print a config with the colour of the backing in the input's first frame, and end: vanta-run --input "
+        .text = "print a config with the colour of the backing in the input's first frame and what else helps, on "
+                "standard error what was found (how even its light is, noise, spill), and end: vanta-run --input "
                 "take.mp4 --pick-key >key.json",
         .read = Set(options.pick_key)},
        {.name = "background",

@@ -1,6 +1,7 @@
 #include "session/run.h"
 
 #include <cstdio>
+#include <opencv2/imgproc.hpp>
 #include <optional>
 
 extern "C" {
@@ -8,11 +9,11 @@ extern "C" {
 }
 
 #include "capture/frame_dump.h"
-#include "capture/key_color.h"
 #include "common/failures.h"
 #include "common/standard_output.h"
 #include "faces/face_file.h"
 #include "input/first_frame.h"
+#include "keying/key_fit.h"
 #include "monitor/live_monitor.h"
 #include "output/cost_observer.h"
 #include "output/virtual_camera.h"
@@ -36,13 +37,18 @@ ILumivex &RequireControl() {
   return *control;
 }
 
+// The config goes to standard output, where a file can take it; what was found, beside it.
 int PickKey(const Input &input) {
-  const auto color = FindBackingColor(FirstFrame(input));
-  if (!color) {
+  cv::Mat rgba;
+  cv::cvtColor(FirstFrame(input), rgba, cv::COLOR_BGR2RGBA);
+  const auto fit = FitKey({{rgba.data, static_cast<uint32_t>(rgba.cols), static_cast<uint32_t>(rgba.rows),
+                            static_cast<size_t>(rgba.step)}});
+  if (!fit) {
     throw Failure(kExitInput, input.path, "its first frame has no green or blue backing",
                   "give another input, or write the keyColor yourself");
   }
-  std::puts(KeyColorConfig(*color).c_str());
+  std::puts(KeyFitConfig(*fit).c_str());
+  std::fprintf(stderr, "%s\n", DescribeKeyFit(*fit).c_str());
   return kExitOk;
 }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "fixtures/libobs/green_screen_chain.h"
 #include "fixtures/libobs/obs_session.h"
@@ -44,6 +45,15 @@ Picture Hair() {
     }
   }
   return picture;
+}
+
+double Decoded(double encoded) {
+  const double value = encoded / 255;
+  return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+}
+
+double Encoded(double linear) {
+  return 255 * (linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055);
 }
 
 enum class Filtered { kStraight, kPremultiplied };
@@ -115,6 +125,83 @@ TEST_F(GreenScreenScaled, AnItemOfAnySizeShowsThePictureFilteredPremultiplied) {
     obs_scene_enum_items(
         scene, [](obs_scene_t *, obs_sceneitem_t *each, void *) { return obs_sceneitem_remove(each), true; }, nullptr);
   }
+}
+
+// What a front of the hair's colour over `behind` can look like: in encoded values, or as libobs blends an item with a
+// scale filter.
+std::vector<Colour> Mixes(const Colour &behind, bool linear_light) {
+  constexpr int kSteps = 96;
+  std::vector<Colour> mixes;
+  for (int step = 0; step <= kSteps; ++step) {
+    const double clear = static_cast<double>(step) / kSteps;
+    const double alpha = 1 - clear * clear;  // finer where a little light counts most
+    Colour &mix = mixes.emplace_back();
+    for (size_t channel = 0; channel < 3; ++channel) {
+      mix[channel] = linear_light ? Encoded(Decoded(kHair[channel] * alpha) + Decoded(behind[channel]) * (1 - alpha))
+                                  : kHair[channel] * alpha + behind[channel] * (1 - alpha);
+    }
+  }
+  return mixes;
+}
+
+// How far the item's worst pixel lies from all that the front over `behind` can look like.
+double WorstHalo(const Screenshot &shot, float scale, const Colour &behind, bool linear_light) {
+  const std::vector<Colour> mixes = Mixes(behind, linear_light);
+  double worst = 0;
+  for (uint32_t y = 0; y < static_cast<uint32_t>(kHeight * scale); ++y) {
+    for (uint32_t x = 0; x < static_cast<uint32_t>(kWidth * scale); ++x) {
+      const std::array<int, 4> pixel = shot.At(x, y);
+      const Colour seen{static_cast<double>(pixel[0]), static_cast<double>(pixel[1]), static_cast<double>(pixel[2])};
+      double off = 1000;
+      for (const Colour &mix : mixes) off = std::min(off, Difference(seen, mix));
+      worst = std::max(worst, off);
+    }
+  }
+  return worst;
+}
+
+// What the key itself leaves of the backing shows unscaled too. Bicubic and Lanczos filters overshoot at any edge.
+TEST_F(GreenScreenScaled, NoWayOfScalingBringsAHalo) {
+  struct Way {
+    obs_scale_type type;
+    double more_than_unscaled;  // levels
+  };
+  constexpr Way kWays[] = {{OBS_SCALE_DISABLE, 3},
+                           {OBS_SCALE_BILINEAR, 4},
+                           {OBS_SCALE_AREA, 4},
+                           {OBS_SCALE_BICUBIC, 10},
+                           {OBS_SCALE_LANCZOS, 10}};
+  PaintedSource behind, source;
+  source.Paint(Hair());
+  const GreenScreen filter(source.Get(), kConfig);
+  const OBSSceneAutoRelease scene = obs_scene_create_private("scaled");
+  obs_scene_add(scene, behind.Get());
+  obs_sceneitem_t *item = obs_scene_add(scene, source.Get());
+  obs_set_output_source(0, obs_scene_get_source(scene));
+  for (const Colour &colour : {Colour{255, 255, 255}, Colour{0, 0, 0}, Colour{230, 38, 128}}) {
+    Picture plain(320, 240);
+    plain.Fill(static_cast<uint8_t>(colour[0]), static_cast<uint8_t>(colour[1]), static_cast<uint8_t>(colour[2]));
+    behind.Paint(plain);
+    const auto show = [item](obs_scale_type type, float scale) {
+      vec2 both;
+      vec2_set(&both, scale, scale);
+      obs_sceneitem_set_scale(item, &both);
+      obs_sceneitem_set_scale_filter(item, type);
+      WaitForTicks(3);
+      return TakeCanvas();
+    };
+    const double unscaled = WorstHalo(show(OBS_SCALE_DISABLE, 1), 1, colour, false);
+    EXPECT_LT(unscaled, 24) << "behind: " << colour[0] << " " << colour[1] << " " << colour[2];
+    for (const Way &way : kWays) {
+      for (const float scale : {0.4f, 1.5f}) {
+        EXPECT_LT(WorstHalo(show(way.type, scale), scale, colour, way.type != OBS_SCALE_DISABLE),
+                  unscaled + way.more_than_unscaled)
+            << "scale filter " << way.type << ", scale " << scale << ", behind: " << colour[0] << " " << colour[1]
+            << " " << colour[2];
+      }
+    }
+  }
+  obs_set_output_source(0, nullptr);
 }
 
 // A program that keeps the straight picture and scales it itself, as most do.

@@ -254,6 +254,15 @@ TEST(RunPickKey, WhatItPrintsKeysTheSameInput) {
   EXPECT_LT(Distance(Center(picture), kFrontBgr), 8);
 }
 
+TEST(RunPickKey, SaysBesideTheConfigWhatItFound) {
+  const Workplace workplace;
+  WriteNoisyTake(workplace / "noisy.png", cv::Scalar(0x50, 0xA0, 0x30));
+  const ProgramResult picked = RunProgram(workplace, {"--input", "noisy.png", "--pick-key"});
+  EXPECT_NE(picked.err.find("backing even (0.9"), std::string::npos) << picked.err;
+  EXPECT_NE(picked.err.find("noise σ "), std::string::npos) << picked.err;
+  EXPECT_EQ(std::count(picked.err.begin(), picked.err.end(), '\n'), 1) << picked.err;
+}
+
 TEST(RunPickKey, NoBackingIsAnInputErrorInOneLine) {
   const Workplace workplace;
   const ProgramResult result = RunProgram(workplace, {"--input", "color:808080", "--pick-key"});

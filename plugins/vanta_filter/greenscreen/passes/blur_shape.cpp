@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "greenscreen/green_screen_settings.h"
+#include "greenscreen/settings/green_screen_settings.h"
 
 namespace vanta {
 

@@ -1,4 +1,4 @@
-#include "greenscreen/green_screen_config.h"
+#include "greenscreen/settings/green_screen_config.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "greenscreen/effect_parameters.h"
+#include "greenscreen/effect/effect_parameters.h"
 
 #include <graphics/vec2.h>
 #include <graphics/vec3.h>

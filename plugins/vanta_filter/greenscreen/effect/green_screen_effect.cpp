@@ -1,4 +1,5 @@
-// Finds, compiles and binds the green screen's effect file.
+#include "greenscreen/effect/green_screen_effect.h"
+
 #include <iterator>
 
 #include <util/base.h>
@@ -7,8 +8,6 @@
 
 #include <obs.h>
 
-#include "greenscreen/effect_parameters.h"
-#include "obs/graphics_scope.h"
 #include "obs/module_text.h"
 
 namespace vanta {
@@ -76,40 +75,57 @@ void LogCompileFailure(const char *file_name, const char *path, bool exists, con
 
 }  // namespace
 
-gs_effect_t *LoadGreenScreenEffect(const char *file_name) {
+bool GreenScreenEffect::Load(const char *file_name) {
   if (!file_name || !*file_name) {
     blog(LOG_ERROR, "[LX_green_screen_filter][shader] empty effect file");
-    return nullptr;
+    return false;
   }
   char *path = obs_find_module_file(obs_current_module(), file_name);
   if (!path) {
     blog(LOG_ERROR, "[LX_green_screen_filter][shader] effect path resolve failed: requested=%s", file_name);
-    return nullptr;
+    return false;
   }
   const bool exists = os_file_exists(path);
   char *errors = nullptr;
-  gs_effect_t *effect = CompileEffect(path, &errors);
-  if (!effect) LogCompileFailure(file_name, path, exists, errors);
+  effect_ = CompileEffect(path, &errors);
+  if (!effect_) LogCompileFailure(file_name, path, exists, errors);
   bfree(errors);
   bfree(path);
-  return effect;
+  if (effect_) Bind();
+  return effect_ != nullptr;
 }
 
-EffectParameters BindGreenScreenEffect(gs_effect_t *effect) {
-  EffectParameters parameters;
-  for (const Binding &binding : kBindings)
-    parameters.*binding.member = gs_effect_get_param_by_name(effect, binding.name);
+// What is missing is logged and stops nothing: the passes cope frame by frame.
+void GreenScreenEffect::Bind() {
+  for (const Binding &binding : kBindings) params_.*binding.member = gs_effect_get_param_by_name(effect_, binding.name);
   for (const int index : kReportOrder) {
     const Binding &binding = kBindings[index];
-    if (!(parameters.*binding.member))
+    if (!(params_.*binding.member))
       blog(LOG_ERROR, "[LX_green_screen_filter][shader] missing effect param: %s (required=%d)", binding.name,
            binding.required);
   }
   for (const char *technique : kTechniques) {
-    if (!gs_effect_get_technique(effect, technique))
+    if (!HasTechnique(technique))
       blog(LOG_ERROR, "[LX_green_screen_filter][shader] missing effect technique: %s", technique);
   }
-  return parameters;
+}
+
+void GreenScreenEffect::Unload() {
+  if (effect_) gs_effect_destroy(effect_);
+  effect_ = nullptr;
+  params_ = {};
+}
+
+bool GreenScreenEffect::HasTechnique(const char *name) const {
+  return gs_effect_get_technique(effect_, name) != nullptr;
+}
+
+gs_eparam_t *GreenScreenEffect::OptionalParameter(const char *name) const {
+  return gs_effect_get_param_by_name(effect_, name);
+}
+
+void GreenScreenEffect::Draw(const char *technique) const {
+  while (gs_effect_loop(effect_, technique)) gs_draw_sprite(nullptr, 0, 1, 1);
 }
 
 }  // namespace vanta

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "greenscreen/green_screen_settings.h"
+#include "greenscreen/settings/green_screen_settings.h"
 
 namespace vanta {
 

@@ -1,4 +1,4 @@
-// The green screen effect's parameters, found by name once, and setters that pass over those that the effect lacks.
+// The green screen effect's parameters, and setters that pass over those that the effect lacks.
 #pragma once
 
 #include <cstdint>
@@ -43,12 +43,5 @@ void SetFloat(gs_eparam_t *param, float value);
 void SetVec2(gs_eparam_t *param, float x, float y);
 void SetVec3(gs_eparam_t *param, float x, float y, float z);
 void SetVec4(gs_eparam_t *param, float x, float y, float z, float w);
-
-// The effect of `file_name` in the module's data folder; null, with the reason in the log, where it cannot be made.
-// Enters graphics itself.
-gs_effect_t *LoadGreenScreenEffect(const char *file_name);
-
-// Looks up parameters and techniques. What is missing is logged and stops nothing: the passes cope frame by frame.
-EffectParameters BindGreenScreenEffect(gs_effect_t *effect);
 
 }  // namespace vanta

@@ -1,10 +1,12 @@
+#include "greenscreen/effect/green_screen_effect.h"
+
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <fstream>
 
 #include "fixtures/module/green_screen_fixture.h"
-#include "greenscreen/effect_parameters.h"
+#include "fixtures/module/green_screen_pass_fixture.h"
 
 namespace vanta_test {
 namespace {
@@ -49,18 +51,20 @@ class EffectLoading : public GreenScreenFixture {
     instance_ = record_.create(settings_, &filter_);
     return Errors();
   }
+
+  vanta::GreenScreenEffect effect_;
 };
 
 TEST_F(EffectLoading, NoNameIsRefused) {
-  EXPECT_EQ(vanta::LoadGreenScreenEffect(nullptr), nullptr);
-  EXPECT_EQ(vanta::LoadGreenScreenEffect(""), nullptr);
+  EXPECT_FALSE(effect_.Load(nullptr));
+  EXPECT_FALSE(effect_.Load(""));
   EXPECT_THAT(Errors(), ElementsAre("empty effect file", "empty effect file"));
 }
 
 TEST_F(EffectLoading, AFileThatIsNotThereIsSaidToBeMissing) {
   gs_recorder::SetModuleFile("/fake/nothing.effect");
   gs_recorder::FailAll("gs_effect_create_from_file");
-  EXPECT_EQ(vanta::LoadGreenScreenEffect("a.effect"), nullptr);
+  EXPECT_FALSE(effect_.Load("a.effect"));
   EXPECT_THAT(Errors(), ElementsAre("load effect failed: requested=a.effect resolved=/fake/nothing.effect exists=0",
                                     "effect compile detail unavailable (empty)"));
 }
@@ -161,6 +165,39 @@ TEST_F(EffectLoading, AnEffectWithNothingIsLoadedAndEverythingIsNamedInOrder) {
   for (const std::string &technique : kTechniques) expected.push_back("missing effect technique: " + technique);
   EXPECT_EQ(CreationErrors(), expected);
   EXPECT_NE(instance_, nullptr);
+}
+
+class LoadedEffect : public GreenScreenPassFixture {};
+
+TEST_F(LoadedEffect, MissesAnOptionalParameterOrTechniqueWithoutAWord) {
+  LoadWithout({"extra_tex", "Extra"});
+  EXPECT_EQ(effect_.OptionalParameter("extra_tex"), nullptr);
+  EXPECT_FALSE(effect_.HasTechnique("Extra"));
+  EXPECT_THAT(log_.Lines(), IsEmpty());
+}
+
+TEST_F(LoadedEffect, FindsAnOptionalParameterThatTheFileHas) {
+  EXPECT_NE(effect_.OptionalParameter("extra_tex"), nullptr);
+}
+
+TEST_F(LoadedEffect, DrawsEveryPassOfATechnique) {
+  gs_recorder::SetEffectPasses(2);
+  effect_.Draw("LutApply");
+  EXPECT_EQ(gs_recorder::Count("gs_draw_sprite(null, 0, 1, 1)"), 2u);
+}
+
+TEST_F(LoadedEffect, DrawsNothingOfATechniqueThatIsMissing) {
+  LoadWithout({"LutApply"});
+  effect_.Draw("LutApply");
+  EXPECT_EQ(gs_recorder::Count("gs_draw_sprite"), 0u);
+}
+
+TEST_F(LoadedEffect, IsUnloadedOnceWithItsParameters) {
+  effect_.Unload();
+  effect_.Unload();
+  EXPECT_FALSE(effect_.loaded());
+  EXPECT_EQ(effect_.params().image, nullptr);
+  EXPECT_EQ(gs_recorder::Count("gs_effect_destroy"), 1u);
 }
 
 }  // namespace
