@@ -15,7 +15,7 @@ SmallPicture Painted(const Rgb &outer, const Rgb &inner) {
   picture.width = 40;
   picture.height = 20;
   for (uint32_t y = 0; y < picture.height; ++y) {
-    for (uint32_t x = 0; x < picture.width; ++x) picture.pixels.push_back(x >= 8 && x < 32 && y >= 4 ? inner : outer);
+    for (uint32_t x = 0; x < picture.width; ++x) picture.pixels.push_back(x >= 6 && x < 34 && y >= 4 ? inner : outer);
   }
   return picture;
 }
