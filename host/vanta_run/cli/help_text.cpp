@@ -20,8 +20,15 @@ SYNOPSIS
   vanta-run monitor [--ports N] [--seconds S]
 
 DESCRIPTION
-  Starts libobs, loads the filter, plays FILE through it in real time, and records what comes out. FILE is
-  anything that libobs's media source plays, a still picture, or a plain colour written "color:RRGGBB".
+  Starts libobs, loads the filter, plays FILE through it, and records what comes out. FILE is anything that
+  libobs's media source plays, a still picture, or a plain colour written "color:RRGGBB".
+
+  With --output it plays on a clock of its own, which stands still while anybody works: every frame goes through
+  the filter and into the recording once, in order, with the sound in step, however slow the machine is, and as
+  fast as it can. The same input and options give the same picture and sound streams each time, to the bit, on
+  one machine. Times of options, commands and the report are the clip's. Without --output, or with --live, it
+  plays as a live host does: a machine that is too slow drops frames.
+
   The run ends after --seconds or --frames, at the end of the file, or with Ctrl-C; pictures and colours end
   after 5 seconds unless told otherwise.
 
@@ -30,7 +37,11 @@ INPUT
   -l, --loop              start again at the end; without a limit the run goes on until Ctrl-C
   -s, --size WxH          size of the recording; a picture or colour is made in that size. Default: the input's
                           own, a picture that is larger than 1920x1080 is shrunk to fit
-  -r, --fps N             frames a second: 30, 29.97 or 30000/1001. Default: the file's own up to 60; pictures 30
+  -r, --fps N             frames a second: 30, 29.97 or 30000/1001. Default: the file's own,
+                          live up to 60; pictures 30. Below the file's own, frames are left out
+      --live              in real time, as a live host plays it, though it is recorded. --interactive, --monitor,
+                          --plot and --engine-delay need it beside --output
+      --every-frame       the clock of its own, though nothing is recorded
   -t, --seconds S         end after S seconds
   -n, --frames N          end after N frames have entered the filter
 

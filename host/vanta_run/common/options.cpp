@@ -24,6 +24,8 @@ enum LongOnly : int {
   kStage,
   kEffect,
   kMakeup,
+  kLive,
+  kEveryFrame,
   kLandmarks,
   kDrawLandmarks,
   kAbilityAnswers,
@@ -59,6 +61,8 @@ constexpr option kOptions[] = {
     {"loop", no_argument, nullptr, 'l'},
     {"size", required_argument, nullptr, 's'},
     {"fps", required_argument, nullptr, 'r'},
+    {"live", no_argument, nullptr, kLive},
+    {"every-frame", no_argument, nullptr, kEveryFrame},
     {"seconds", required_argument, nullptr, 't'},
     {"frames", required_argument, nullptr, 'n'},
     {"beauty", required_argument, nullptr, 'b'},
@@ -213,6 +217,12 @@ void ReadOne(int which, const std::string &name, const char *value, Options &opt
       if (!(options.rate = ParseRate(value)))
         BadValue(name, value, "give a rate from 1 to 240, as 30, 29.97 or 30000/1001");
       return;
+    case kLive:
+      options.live = true;
+      return;
+    case kEveryFrame:
+      options.every_frame = true;
+      return;
     case 't':
       options.seconds = NumberFrom(name, value, 0.1);
       return;
@@ -359,6 +369,23 @@ void RefuseBeautyOptions(const Options &options) {
   }
 }
 
+// The clip's own clock stands still while the engine works, and nobody can type or watch at its pace.
+void RefuseLiveOptions(const Options &options) {
+  if (options.live && options.every_frame) {
+    throw Failure(kExitUsage, "--every-frame", "a live run takes only the frames that the machine has time for",
+                  "drop it, or --live");
+  }
+  const std::pair<const char *, bool> needing[] = {
+      {"--engine-delay", options.engine_delay_ms > 0},
+      {"--interactive", options.interactive},
+      {"--monitor", options.monitor},
+      {"--plot", !options.plot.empty()},
+  };
+  for (const auto &[name, given] : needing) {
+    if (given && options.InStep()) throw Failure(kExitUsage, name, "is for live runs only", "give --live too");
+  }
+}
+
 // Before and after are taken from frames in memory: one handed over as a texture would show the former twice.
 void KeepFramesInMemory(Options &options) {
   bool textures = false;  // what is said last counts
@@ -412,6 +439,7 @@ ParseResult ParseOptions(int argc, char **argv, Options &options) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
   if (!options.beauty_filter) RefuseBeautyOptions(options);
+  RefuseLiveOptions(options);
   if (!options.matte.empty() && !options.green_screen) {
     throw Failure(kExitUsage, "--matte", "without the green screen there is no matte", "give --green-screen too");
   }

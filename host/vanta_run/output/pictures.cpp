@@ -12,8 +12,12 @@ Pictures::Pictures(const Options &options) {
 }
 
 void Pictures::TakeCanvasWhenDue(double elapsed, double at, obs_sceneitem_t *input) {
-  if ((!snapshot_ && !matte_) || !canvas_.picture.empty() || elapsed < at) return;
-  canvas_ = GrabCanvas(matte_ ? input : nullptr);
+  if (grab_ && grab_->Came()) {
+    canvas_ = grab_->Taken();
+    grab_.reset();
+  }
+  if ((!snapshot_ && !matte_) || grab_ || !canvas_.picture.empty() || elapsed < at) return;
+  grab_.emplace(matte_ ? input : nullptr);
 }
 
 void Pictures::Offer(const FramePair &pair, double entered, double at) {
@@ -24,10 +28,6 @@ void Pictures::Offer(const FramePair &pair, double entered, double at) {
   after_ = ToPicture(*pair.after);
   untouched_ = pair.untouched;
   pair_is_late_ = late;
-}
-
-void Pictures::TakeLast(obs_sceneitem_t *input) {
-  TakeCanvasWhenDue(0, 0, input);
 }
 
 void Pictures::WriteCanvas() {

@@ -14,16 +14,19 @@ namespace vanta_run {
 class ObsSession {
  public:
   // Throws Failure(kExitDisplay) where there is no OpenGL, Failure(kExitModule) where a plug-in is missing.
-  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter);
+  // `sound`: from the start; else from StartSound on, which must come before the first source goes.
+  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool sound);
   ~ObsSession();
   ObsSession(const ObsSession &) = delete;
   ObsSession &operator=(const ObsSession &) = delete;
+
+  void StartSound();
 
   // The plug-in's library, as dlsym takes it.
   void *filter_library() const { return obs_get_module_lib(filter_); }
 
  private:
-  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter);
+  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool sound);
   void ResetVideo(const Input &input);
   void LoadStockModules();
   void LoadFilter(const ModulePaths &paths);
