@@ -15,8 +15,8 @@ class Pace {
   Pace(bool in_step, FrameRate rate, Interrupt &interrupt) : in_step_(in_step), rate_(rate), interrupt_(interrupt) {}
 
   bool in_step() const { return in_step_; }
-  // The run begins: seconds count from here. In step the first look is at second 0.
-  void StartRun();
+  // The run begins: seconds count from that time of the clock. In step the first look is at second 0.
+  void StartRun(uint64_t start_ns);
   // Until the next look. True as soon as the run has been interrupted.
   bool Wait();
   // Into the run, as of the last look in step, else of now.

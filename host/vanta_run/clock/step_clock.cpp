@@ -268,7 +268,7 @@ bool StepClock::Post(os_sem_data *semaphore) {
       thread->state = State::kWorking;
     } else {
       thread->state = State::kReady;
-      thread->due_ns = held_ns_;
+      thread->due_ns = held_ns_ + (thread->kind == Kind::kFile ? file_delay_ns_.load() : 0);
       if (turn_ == nullptr) PassTurn(lock);
     }
     thread->changed.notify_all();

@@ -87,6 +87,9 @@ class StepClock {
   void RemoveGate(Gate &gate);
   void LookAtGates();
 
+  // Held: a file begins to play so much later than it is told to.
+  void DelayFilesBy(uint64_t delay_ns) { file_delay_ns_ = delay_ns; }
+
   // Follows a source's frames. `keep_every`: none replaces one that nobody has taken yet; its file waits, while the
   // clock is held, until FrameTaken. Null: none is followed.
   void FollowFramesOf(const obs_source *source, bool keep_every);
@@ -157,6 +160,7 @@ class StepClock {
   size_t threads_made_ = 0;
   std::vector<Gate *> gates_;
 
+  std::atomic<uint64_t> file_delay_ns_{0};
   std::atomic<const obs_source *> followed_{nullptr};
   std::atomic<bool> keep_every_{false};
   std::atomic<bool> frame_waiting_{false};

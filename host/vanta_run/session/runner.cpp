@@ -112,7 +112,7 @@ void Runner::Begin() {
   lagged_at_start_ = obs_get_lagged_frames();
   if (p_.dump != nullptr) p_.meter.RequestDump(p_.options.dump->frame);
   if (p_.step == nullptr) {
-    p_.pace.StartRun();
+    p_.pace.StartRun(os_gettime_ns());
     next_mark_ = kFirstMark;
   }
 }

@@ -102,6 +102,9 @@ void Stage::Show() {
   if (background_) Place(background_->get(), OBS_BOUNDS_SCALE_OUTER);
   item_ = Place(source_->get(), BoundsFor(input_));
   obs_set_output_source(0, obs_scene_get_source(scene_));
+}
+
+void Stage::Play() {
   if (background_) background_->Play();
   source_->Play();
 }

@@ -39,6 +39,8 @@ class Stage {
   // Below the source. Before it is shown; the input must outlive the stage.
   void AddBackground(const Input &background);
   void Show();
+  // Pictures and colours begin: live as soon as they are shown.
+  void Play();
   // In step: a frame of ours goes in, dark or in all but its pixels like the last one that entered.
   void PushOne(bool like_last);
   obs_source_t *source() const { return source_->get(); }

@@ -21,6 +21,8 @@ constexpr double kTickLimit = 30;       // for libobs to draw once
 constexpr double kStopLimit = 60;       // for the muxer
 constexpr double kNoPictureLimit = 10;  // seconds of the clip
 constexpr int kSettledFrames = 3;
+constexpr uint64_t kSoundBlockNs = 21'333'333;  // 1024 samples of 48000 a second
+constexpr uint64_t kBeforeNs = 500'000;         // little, but more than roundings
 constexpr uint64_t kSettleNs = 100'000'000;  // the landmark filter takes its first picture when it is older than this
 constexpr int kAskAgainMs = 5;
 constexpr double kAnswerSeconds = 0.2;
@@ -157,24 +159,35 @@ void StepRun::Begin(const std::function<void()> &start_sound) {
   }
   const uint64_t settled = clock.Now() + kSettleNs;
   while (clock.Now() < settled) pace_.Wait();
-  start_sound();
-  clock.AwaitAudioThread();
   keeps_one_ = GoesToWorker();
   entered_before_ = meter_.entered();
   left_before_ = meter_.left();
   const double rate = static_cast<double>(input_.rate.num) / input_.rate.den;
   // A canvas that is slower than the file takes the newest frame of each tick, as libobs does.
   clock.FollowFramesOf(stage_.source(), input_.file_rate <= rate * 1.001);
-  // The file begins in the middle between two ticks: far from both, whatever its times are rounded to. Its first frame
-  // is drawn half a tick later, or when the next frame enters; the sound waits as long.
+
+  // libobs starts a file in a tick. It begins to play in the middle between that one and the next: far from both,
+  // whatever its times are rounded to. Its first frame is drawn in the next tick, or when the frame behind it enters.
   const uint64_t interval = IntervalNs(input_.rate);
-  clock.SleepUntil(clock.NextTick());
-  clock.SleepUntil(clock.NextTick() - interval / 2);
+  const uint64_t start_tick = clock.NextTick() + (kSoundBlockNs / interval + 2) * interval;
   const double frame_ticks = input_.file_rate > 0 ? std::max(1.0, std::round(rate / input_.file_rate)) : 1.0;
-  const double ticks = 0.5 + (keeps_one_ ? frame_ticks : 0.0);
-  obs_source_set_sync_offset(stage_.source(), static_cast<int64_t>(ticks * static_cast<double>(interval)));
+  const uint64_t first_drawn = start_tick + interval + (keeps_one_ ? static_cast<uint64_t>(frame_ticks) * interval : 0);
+  // libobs records no picture before it has mixed sound of its time: the block that holds the first picture's ends
+  // right behind it.
+  uint64_t sound_start = first_drawn + kBeforeNs;
+  while (sound_start + kBeforeNs > start_tick) sound_start -= kSoundBlockNs;
+  clock.SleepUntil(sound_start);
+  start_sound();
+  clock.AwaitAudioThread();
+
+  clock.DelayFilesBy(interval / 2);
+  const uint64_t first_frame = start_tick + interval / 2;
+  obs_source_set_sync_offset(stage_.source(), static_cast<int64_t>(first_drawn - first_frame));
+  clock.SleepUntil(start_tick - kBeforeNs / 2);
   stage_.Show();
-  pace_.StartRun();
+  clock.SleepUntil(start_tick);
+  stage_.Play();
+  pace_.StartRun(first_frame);
 }
 
 bool StepRun::FrameComesNext() const {
