@@ -59,8 +59,8 @@ void BeautyControl::SetUpHost() const {
   if (options_.InStep()) AskForTheSameEachTime();
 }
 
-// Nothing may depend on how fast the machine is: what the engine would do beside the frames, it does with them. What the
-// engine takes as a parameter is in Snapshot.
+// Nothing may depend on how fast the machine is: what the engine would do beside the frames, it does with them. What
+// the engine takes as a parameter is in Snapshot.
 void BeautyControl::AskForTheSameEachTime() const {
   lumivex_set_frames_await_loads(true);
 }
