@@ -9,6 +9,8 @@
 #include <optional>
 #include <utility>
 
+#include "settings/engine_control.h"
+
 namespace lumivex {
 
 // Destruction and a new start wait for the reader, which looks at its flag between pictures.
@@ -44,8 +46,9 @@ class Loading {
 
   bool Pending() const { return result_.valid(); }
 
-  // What was read, once. Never waits.
+  // What was read, once. Waits only where the program wants frames to.
   std::optional<Result> Take() {
+    if (result_.valid() && FramesAwaitLoads()) result_.wait();
     if (!result_.valid() || result_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return std::nullopt;
     return result_.get();
   }

@@ -12,6 +12,7 @@ std::atomic<int> g_frame_delay{0};
 std::atomic<int> g_start_delay{0};
 std::atomic<int> g_stop_delay{0};
 std::atomic<int> g_frames_left{-1};  // negative: frames do not fail
+std::atomic<bool> g_frames_await_loads{false};
 std::atomic<int> g_pixel_buffer_format{0};
 std::atomic<int> g_texture_fault{LUMIVEX_TEXTURE_GOOD};
 
@@ -39,6 +40,10 @@ int TextureFault() {
   return g_texture_fault.load(std::memory_order_relaxed);
 }
 
+bool FramesAwaitLoads() {
+  return g_frames_await_loads;
+}
+
 bool FailThisFrame() {
   int left = g_frames_left.load(std::memory_order_relaxed);
   while (left > 0) {
@@ -63,6 +68,9 @@ void lumivex_set_start_delay_ms(int milliseconds) {
 }
 void lumivex_set_stop_delay_ms(int milliseconds) {
   lumivex::g_stop_delay = milliseconds;
+}
+void lumivex_set_frames_await_loads(bool await) {
+  lumivex::g_frames_await_loads = await;
 }
 void lumivex_set_fail_after_frames(int frames) {
   lumivex::g_frames_left = frames;

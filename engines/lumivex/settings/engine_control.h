@@ -10,6 +10,9 @@ void DelayStart();
 void DelayStop();
 void DelayFrame();
 
+// Frames wait for what is being read. Threads: any.
+bool FramesAwaitLoads();
+
 // The format that every frame is to come back with, 3 or 4; 0 for the one that it was asked for. Threads: any.
 int PixelBufferFormat();
 // One of lumivex_texture_fault. Threads: any.

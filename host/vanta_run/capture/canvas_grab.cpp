@@ -1,56 +1,43 @@
 #include "capture/canvas_grab.h"
 
-#include <obs.h>
-
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <opencv2/imgproc.hpp>
-#include <optional>
-
-#include "capture/matte_keeper.h"
 
 namespace vanta_run {
-namespace {
 
-struct Grab {
-  std::mutex mutex;
-  std::condition_variable came;
-  CanvasGrab taken;  // guarded by mutex
-  std::optional<MatteKeeper> mattes;
-  int width, height;
-};
-
-void OnFrame(void *param, video_data *frame) {
-  auto *grab = static_cast<Grab *>(param);
-  std::lock_guard<std::mutex> lock(grab->mutex);
-  if (!grab->taken.picture.empty()) return;
-  if (grab->mattes) {
-    grab->taken.matte = grab->mattes->At(frame->timestamp);
-    if (grab->taken.matte.empty()) return;  // drawn before the mattes were kept: the next frame will do
-  }
-  const cv::Mat bgra(grab->height, grab->width, CV_8UC4, frame->data[0], frame->linesize[0]);
-  cv::cvtColor(bgra, grab->taken.picture, cv::COLOR_BGRA2BGR);
-  grab->came.notify_all();
+CanvasGrab::CanvasGrab(obs_sceneitem_t *keyed) {
+  obs_video_info video{};
+  if (!obs_get_video_info(&video)) return;
+  width_ = static_cast<int>(video.output_width);
+  height_ = static_cast<int>(video.output_height);
+  if (keyed != nullptr) mattes_.emplace(keyed);
+  video_scale_info wanted{VIDEO_FORMAT_BGRA, video.output_width, video.output_height, VIDEO_RANGE_FULL, VIDEO_CS_SRGB};
+  obs_add_raw_video_callback(&wanted, OnFrame, this);
 }
 
-}  // namespace
+CanvasGrab::~CanvasGrab() {
+  obs_remove_raw_video_callback(OnFrame, this);
+}
 
-CanvasGrab GrabCanvas(obs_sceneitem_t *keyed) {
-  obs_video_info video{};
-  if (!obs_get_video_info(&video)) return {};
-  Grab grab;
-  grab.width = static_cast<int>(video.output_width);
-  grab.height = static_cast<int>(video.output_height);
-  if (keyed != nullptr) grab.mattes.emplace(keyed);
-  video_scale_info wanted{VIDEO_FORMAT_BGRA, video.output_width, video.output_height, VIDEO_RANGE_FULL, VIDEO_CS_SRGB};
-  obs_add_raw_video_callback(&wanted, OnFrame, &grab);
-  {
-    std::unique_lock<std::mutex> lock(grab.mutex);
-    grab.came.wait_for(lock, std::chrono::seconds(5), [&grab] { return !grab.taken.picture.empty(); });
+bool CanvasGrab::Came() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return !taken_.picture.empty();
+}
+
+CanvasPicture CanvasGrab::Taken() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return taken_;
+}
+
+void CanvasGrab::OnFrame(void *param, video_data *frame) {
+  auto *grab = static_cast<CanvasGrab *>(param);
+  const std::lock_guard<std::mutex> lock(grab->mutex_);
+  if (!grab->taken_.picture.empty()) return;
+  if (grab->mattes_) {
+    grab->taken_.matte = grab->mattes_->At(frame->timestamp);
+    if (grab->taken_.matte.empty()) return;  // drawn before the mattes were kept: the next frame will do
   }
-  obs_remove_raw_video_callback(OnFrame, &grab);
-  return grab.taken;
+  const cv::Mat bgra(grab->height_, grab->width_, CV_8UC4, frame->data[0], frame->linesize[0]);
+  cv::cvtColor(bgra, grab->taken_.picture, cv::COLOR_BGRA2BGR);
 }
 
 }  // namespace vanta_run

@@ -30,6 +30,9 @@ void Keep(std::vector<float> &costs, double microseconds) {
 // As the module's own statistics have it.
 constexpr uint64_t kBigJank = 3;
 
+// Costs are the machine's, whatever clock libobs runs on.
+using Clock = std::chrono::steady_clock;
+
 }  // namespace
 
 void FrameMeter::Enter(obs_source_frame *frame) {
@@ -49,18 +52,25 @@ void FrameMeter::Enter(obs_source_frame *frame) {
   } else if (!pair_.waiting && requested_.exchange(false)) {
     Mark(pair_, frame);
   }
-  enter_time_ns_ = os_gettime_ns();
+  last_entered_ = *frame;
+  ++entered_;
+  {
+    const std::lock_guard<std::mutex> lock(on_enter_mutex_);
+    if (on_enter_) on_enter_();
+  }
+  enter_time_ = Clock::now();
 }
 
 void FrameMeter::Leave(obs_source_frame *frame) {
-  const uint64_t now = os_gettime_ns();
+  const std::chrono::duration<double, std::micro> cost = Clock::now() - enter_time_;
   ++tick_counts_.out;
+  ++left_count_;
   if (withheld_ > 0) ++(withheld_ < kBigJank ? tick_counts_.janks : tick_counts_.big_janks);
   withheld_ = 0;
   left_ = true;
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    Keep(filter_costs_, static_cast<double>(now - enter_time_ns_) / 1000);
+    Keep(filter_costs_, cost.count());
   }
   for (Followed *followed : {&pair_, &dump_}) {
     if (followed->waiting && vanta::GetDumpId(frame) == followed->mark) return ComeBack(*followed, frame);

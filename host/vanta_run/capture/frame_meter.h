@@ -4,10 +4,13 @@
 #include <obs.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vanta_run {
@@ -48,6 +51,16 @@ class FrameMeter {
   void Drawn(double microseconds);  // [render]
 
   void set_filter(obs_source_t *filter) { filter_ = filter; }
+  // Called with each frame that enters, before the filter gets it. [tick]
+  void set_on_enter(std::function<void()> on_enter) {
+    const std::lock_guard<std::mutex> lock(on_enter_mutex_);
+    on_enter_ = std::move(on_enter);
+  }
+  // Frames that have entered and left so far, the one in the filter included.
+  uint64_t entered() const { return entered_; }
+  uint64_t left() const { return left_count_; }
+  // Size, format and colours of the last frame that entered, no pixels. While no tick is under way.
+  const obs_source_frame &last_entered() const { return last_entered_; }
   // As of the end of a tick, so that both numbers speak of the same frames.
   FrameCounts Counts() const;
   // Forgets the times taken so far; the counts go on.
@@ -79,7 +92,7 @@ class FrameMeter {
 
   // Constant once frames flow.
   obs_source_t *filter_ = nullptr;
-
+  std::atomic<uint64_t> entered_{0}, left_count_{0};
   std::atomic<bool> requested_{false};
   std::atomic<uint64_t> dump_in_{0};  // frames until the one to dump; 0: none is wanted, or it has entered
   Followed pair_, dump_;
@@ -88,8 +101,12 @@ class FrameMeter {
   FrameCounts tick_counts_;
   uint64_t withheld_ = 0;  // in a row, before the frame that is in the filter now
   bool left_ = true;       // the last frame that entered
-  uint64_t enter_time_ns_ = 0;
+  std::chrono::steady_clock::time_point enter_time_;
+  obs_source_frame last_entered_{};
   uint32_t last_mark_ = 0;
+
+  std::mutex on_enter_mutex_;
+  std::function<void()> on_enter_;  // guarded by on_enter_mutex_
 
   mutable std::mutex mutex_;  // guards what follows
   FrameCounts counts_;

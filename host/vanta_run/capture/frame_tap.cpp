@@ -1,5 +1,5 @@
 // The two private filters that stand on either side of the beauty filter.
-#include <util/platform.h>
+#include <chrono>
 #include <obs.hpp>
 
 #include "capture/frame_meter.h"
@@ -40,9 +40,9 @@ obs_source_frame *After(void *data, obs_source_frame *frame) {
 void DrawAfter(void *data, gs_effect_t *) {
   auto *tap = static_cast<Tap *>(data);
   if (obs_filter_get_parent(tap->source) == nullptr) return;
-  const uint64_t start = os_gettime_ns();
+  const auto start = std::chrono::steady_clock::now();
   obs_source_skip_video_filter(tap->source);
-  tap->meter->Drawn(static_cast<double>(os_gettime_ns() - start) / 1000);
+  tap->meter->Drawn(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
 }
 
 void RegisterOnce() {

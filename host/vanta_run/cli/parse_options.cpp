@@ -15,6 +15,23 @@ void RefuseBeautyOptions(const std::vector<GivenOption> &given) {
   }
 }
 
+// The clip's own clock stands still while the engine works, and nobody can type or watch at its pace.
+void RefuseLiveOptions(const Options &options) {
+  if (options.live && options.every_frame) {
+    throw Failure(kExitUsage, "--every-frame", "a live run takes only the frames that the machine has time for",
+                  "drop it, or --live");
+  }
+  const std::pair<const char *, bool> needing[] = {
+      {"--engine-delay", options.engine_delay_ms > 0},
+      {"--interactive", options.interactive},
+      {"--monitor", options.monitor},
+      {"--plot", !options.plot.empty()},
+  };
+  for (const auto &[name, given] : needing) {
+    if (given && options.InStep()) throw Failure(kExitUsage, name, "is for live runs only", "give --live too");
+  }
+}
+
 // Before and after are taken from frames in memory: one handed over as a texture would show the former twice.
 void KeepFramesInMemory(Options &options) {
   bool textures = false;  // what is said last counts
@@ -37,6 +54,7 @@ bool ReadCommandLine(const std::vector<GivenOption> &given, CommandLine &line) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
   if (!options.beauty_filter) RefuseBeautyOptions(given);
+  RefuseLiveOptions(options);
   if (!options.matte.empty() && !options.green_screen) {
     throw Failure(kExitUsage, "--matte", "without the green screen there is no matte", "give --green-screen too");
   }

@@ -116,6 +116,13 @@ OptionSection InputSection(CommandLine &line) {
         .letter = 'l',
         .text = "start again at the end; without a limit the run goes on until Ctrl-C",
         .read = Set(options.loop)},
+       {.name = "live",
+        .text = "in real time, as a live host plays it, though it is recorded. --interactive, --monitor, --plot and "
+                "--engine-delay need it beside --output, and cameras always play so",
+        .read = Set(options.live)},
+       {.name = "every-frame",
+        .text = "the clock of its own, though nothing is recorded",
+        .read = Set(options.every_frame)},
        {.name = "size",
         .letter = 's',
         .value = "WxH",
@@ -126,7 +133,8 @@ OptionSection InputSection(CommandLine &line) {
        {.name = "fps",
         .letter = 'r',
         .value = "N",
-        .text = "frames a second: 30, 29.97 or 30000/1001. Default: the file's own up to 60; pictures 30",
+        .text = "frames a second: 30, 29.97 or 30000/1001. Default: the file's own, live up to 60; pictures 30. Below the "
+                "file's own, frames are left out",
         .read = Parsed("fps", ParseRate, options.rate, "give a rate from 1 to 240, as 30, 29.97 or 30000/1001")},
        {.name = "seconds",
         .letter = 't',
@@ -483,9 +491,13 @@ CommandPage RunPage(CommandLine &line) {
       "plays a file through the beauty filter, the landmark filter and the green screen, without a window",
       {"vanta-run --input FILE [options]", "vanta-run --input FILE... --output 'PLACE/{name}.mp4' [--resume] [options]",
        "vanta-run monitor [--ports N] [--seconds S]"},
-      {"Starts libobs, loads the filter, plays FILE through it in real time, and records what comes out. FILE is "
-       "anything "
-       "that libobs's media source plays, a still picture, or a plain colour written \"color:RRGGBB\".",
+      {"Starts libobs, loads the filter, plays FILE through it, and records what comes out. FILE is anything that libobs's "
+       "media source plays, a still picture, or a plain colour written \"color:RRGGBB\".",
+       "With --output it plays on a clock of its own, which stands still while anybody works: every frame goes through "
+       "the filter and into the recording once, in order, with the sound in step, however slow the machine is, and as "
+       "fast as it can. The same input and options give the same picture and sound streams each time, to the bit, on "
+       "one machine. Times of options, commands and the report are the clip's. Without --output, or with --live, it "
+       "plays as a live host does: a machine that is too slow drops frames.",
        "The run ends after --seconds or --frames, at the end of the file, or with Ctrl-C; pictures and colours end "
        "after 5 "
        "seconds unless told otherwise. A second Ctrl-C ends it at once, without its files.",

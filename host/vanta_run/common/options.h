@@ -47,6 +47,10 @@ struct Options {
   double seconds = 0;               // 0: no limit by time
   uint64_t frames = 0;              // 0: no limit by count
   bool loop = false;
+  bool live = false;         // at the machine's pace, as a live host plays it
+  bool every_frame = false;  // the clip's own clock, even where nothing is recorded
+  // On the clip's own clock, which stands still while anybody works: each frame is taken once.
+  bool InStep() const { return !live && !virtual_camera && (every_frame || !output.empty()); }
 
   // Beauty and engine
   std::vector<std::pair<LXBeautyType, float>> beauty;

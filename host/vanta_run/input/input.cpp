@@ -28,6 +28,7 @@ constexpr PictureSize kLargestPicture{1920, 1080};
 constexpr PictureSize kColorSize{1280, 720};
 constexpr PictureSize kLargestCanvas{3840, 2160};
 constexpr double kFastestDefault = 60;
+constexpr double kFastestGrid = 120;
 constexpr char kColorPrefix[] = "color:";
 
 uint32_t RoundDown(uint32_t value, uint32_t step) {
@@ -58,6 +59,7 @@ struct Request {
   std::string text;
   std::optional<PictureSize> size;
   bool verbose;
+  bool in_step;
 };
 
 void ProbeColor(const Request &wish, Input &input) {
@@ -110,6 +112,20 @@ std::string AvReason(int error) {
   return text;
 }
 
+double MeanRate(const AVStream &stream) {
+  return stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0 ? av_q2d(stream.avg_frame_rate) : 0;
+}
+
+// Ticks that leave room for each frame of a variable rate: the rate on whose grid all frames' times lie, where there is
+// a sensible one. Twice the mean is the rate of fields, not of frames.
+AVRational TickRate(const AVStream &stream) {
+  const AVRational mean = stream.avg_frame_rate, grid = stream.r_frame_rate;
+  if (MeanRate(stream) <= 0) return grid;
+  if (grid.num <= 0 || grid.den <= 0 || av_q2d(grid) > kFastestGrid) return mean;
+  const double ratio = av_q2d(grid) / av_q2d(mean);
+  return ratio > 1.02 && std::fabs(ratio - 2) > 0.02 ? grid : mean;
+}
+
 void ProbeMedia(const Request &wish, Input &input) {
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
@@ -125,9 +141,12 @@ void ProbeMedia(const Request &wish, Input &input) {
   }
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
   input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
-  const AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+  input.file_rate = MeanRate(*stream);
+  const AVRational rate = wish.in_step                     ? TickRate(*stream)
+                          : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
+                                                           : stream->r_frame_rate;
   if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1) {
-    input.rate = av_q2d(rate) <= kFastestDefault
+    input.rate = wish.in_step || av_q2d(rate) <= kFastestDefault
                      ? FrameRate{static_cast<uint32_t>(rate.num), static_cast<uint32_t>(rate.den)}
                      : FrameRate{static_cast<uint32_t>(kFastestDefault), 1};
   }
@@ -184,13 +203,13 @@ Input LookAt(const Request &wish) {
 }  // namespace
 
 Input ProbeInput(const Options &options) {
-  Input input = LookAt({"--input", options.input, options.size, options.verbose});
+  Input input = LookAt({"--input", options.input, options.size, options.verbose, options.InStep()});
   if (options.rate) input.rate = *options.rate;
   return input;
 }
 
 Input ProbeBackground(const Options &options) {
-  return LookAt({"--background", options.background, std::nullopt, options.verbose});
+  return LookAt({"--background", options.background, std::nullopt, options.verbose, false});
 }
 
 }  // namespace vanta_run

@@ -14,10 +14,11 @@ enum class InputKind { kMedia, kPicture, kColor, kCamera };
 struct Input {
   InputKind kind = InputKind::kMedia;
   std::string path;
-  PictureSize size;     // of its frames
-  FrameRate rate;       // of the canvas
-  PictureSize canvas;   // of the recording; width a multiple of 4, height of 2, as libobs wants it
-  double duration = 0;  // seconds; 0: unknown or endless
+  PictureSize size;      // of its frames
+  FrameRate rate;        // of the canvas
+  double file_rate = 0;  // frames a second of a video, its mean; 0: unknown, or none
+  PictureSize canvas;    // of the recording; width a multiple of 4, height of 2, as libobs wants it
+  double duration = 0;   // seconds; 0: unknown or endless
   // Pictures and colours: the frame, BGRA, size.width * 4 bytes per row.
   std::vector<uint8_t> pixels;
 };

@@ -1,9 +1,20 @@
 #include "input/played_source.h"
 
+#include <media-io/video-io.h>
+#include <util/platform.h>
+
+#include <algorithm>
+#include <cstring>
+
 #include "common/failure.h"
 
 namespace vanta_run {
 namespace {
+
+struct FrameDeleter {
+  void operator()(obs_source_frame *frame) const { obs_source_frame_destroy(frame); }
+};
+using FrameHandle = std::unique_ptr<obs_source_frame, FrameDeleter>;
 
 obs_source_t *CreateMedia(const Input &input, const char *name, bool loop) {
   OBSDataAutoRelease settings = obs_data_create();
@@ -27,20 +38,58 @@ obs_source_t *CreateCamera(const Input &input, const char *name) {
                 "install the package obs-plugins");
 }
 
+// Its colours do not matter: nobody sees it. They are the same each time.
+FrameHandle DarkFrame(video_format format, PictureSize size) {
+  FrameHandle frame(obs_source_frame_create(format, size.width, size.height));
+  std::memset(frame->data[0], 16, size_t{frame->linesize[0]} * size.height);
+  const size_t chroma_rows = (size.height + 1) / 2;  // of NV12; other planes have no fewer
+  for (int i = 1; i < MAX_AV_PLANES; ++i) {
+    if (frame->data[i] != nullptr) std::memset(frame->data[i], 128, frame->linesize[i] * chroma_rows);
+  }
+  return frame;
+}
+
 }  // namespace
 
-PlayedSource::PlayedSource(const Input &input, const char *name, bool loop) {
+PlayedSource::PlayedSource(const Input &input, const char *name, bool loop, bool in_step) : size_(input.size) {
   if (input.kind == InputKind::kMedia) {
     media_ = CreateMedia(input, name, loop);
+    if (in_step) obs_source_set_async_unbuffered(media_, true);
   } else if (input.kind == InputKind::kCamera) {
     camera_ = CreateCamera(input, name);
   } else {
-    still_ = std::make_unique<StillSource>(input);
+    still_ = std::make_unique<StillSource>(input, !in_step);
   }
 }
 
 void PlayedSource::Restart() {
   if (media_ != nullptr) obs_source_media_restart(media_);
+}
+
+void PlayedSource::Play() {
+  if (still_) still_->Play();
+}
+
+void PlayedSource::PushOne(const obs_source_frame *like) {
+  if (still_) return still_->Deliver();
+  const bool known = like != nullptr && like->format != VIDEO_FORMAT_NONE;
+  const FrameHandle frame =
+      DarkFrame(known ? like->format : VIDEO_FORMAT_NV12, known ? PictureSize{like->width, like->height} : size_);
+  if (known) {
+    std::copy(std::begin(like->color_matrix), std::end(like->color_matrix), frame->color_matrix);
+    std::copy(std::begin(like->color_range_min), std::end(like->color_range_min), frame->color_range_min);
+    std::copy(std::begin(like->color_range_max), std::end(like->color_range_max), frame->color_range_max);
+    frame->full_range = like->full_range;
+    frame->max_luminance = like->max_luminance;
+    frame->flip = like->flip;
+    frame->flags = like->flags;
+    frame->trc = like->trc;
+  } else {
+    video_format_get_parameters_for_format(VIDEO_CS_709, VIDEO_RANGE_PARTIAL, frame->format, frame->color_matrix,
+                                           frame->color_range_min, frame->color_range_max);
+  }
+  frame->timestamp = os_gettime_ns();
+  obs_source_output_video(media_, frame.get());
 }
 
 bool PlayedSource::Ended() const {

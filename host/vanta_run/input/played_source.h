@@ -14,14 +14,20 @@ namespace vanta_run {
 class PlayedSource {
  public:
   // Throws Failure(kExitModule) where libobs has no source for a camera.
-  PlayedSource(const Input &input, const char *name, bool loop);
+  // `in_step`: on the clock that is held. Then nothing plays before Play, and only what PushOne gives is shown.
+  PlayedSource(const Input &input, const char *name, bool loop, bool in_step);
 
   obs_source_t *get() const { return still_ ? still_->source() : media_ ? media_.Get() : camera_.Get(); }
   // From the first frame again. Only files have one.
   void Restart();
   bool Ended() const;
+  // In step: a file begins when it becomes active; pictures and colours begin now.
+  void Play();
+  // One frame of ours: a picture's own, else a dark one in the size of the file's, or in all like another one.
+  void PushOne(const obs_source_frame *like);
 
  private:
+  PictureSize size_;
   std::unique_ptr<StillSource> still_;
   OBSSourceAutoRelease media_, camera_;
 };

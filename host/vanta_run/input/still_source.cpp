@@ -46,7 +46,7 @@ std::vector<uint8_t> ToNv12(const Input &input) {
 
 }  // namespace
 
-StillSource::StillSource(const Input &input) : nv12_(ToNv12(input)) {
+StillSource::StillSource(const Input &input, bool playing) : playing_(playing), nv12_(ToNv12(input)) {
   RegisterOnce();
   frame_.format = VIDEO_FORMAT_NV12;
   frame_.width = input.size.width;
@@ -67,8 +67,12 @@ StillSource::~StillSource() {
 
 void StillSource::OnTick(void *param, float) {
   auto *self = static_cast<StillSource *>(param);
-  self->frame_.timestamp = os_gettime_ns();
-  obs_source_output_video(self->source_, &self->frame_);
+  if (self->playing_) self->Deliver();
+}
+
+void StillSource::Deliver() {
+  frame_.timestamp = os_gettime_ns();
+  obs_source_output_video(source_, &frame_);
 }
 
 }  // namespace vanta_run

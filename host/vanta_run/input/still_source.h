@@ -4,6 +4,7 @@
 #include <media-io/video-io.h>
 #include <obs.hpp>
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -11,19 +12,24 @@
 
 namespace vanta_run {
 
-// Owns: the source and the frame. Threads: construction, destruction, source [control]; frames go out on [tick].
+// Owns: the source and the frame. Threads: frames go out on [tick]; everything else [control].
 class StillSource {
  public:
-  explicit StillSource(const Input &input);
+  // `playing`: from the start; else from Play on.
+  StillSource(const Input &input, bool playing);
   ~StillSource();
   StillSource(const StillSource &) = delete;
   StillSource &operator=(const StillSource &) = delete;
 
   obs_source_t *source() const { return source_; }
+  void Play() { playing_ = true; }
+  // One frame now.
+  void Deliver();
 
  private:
   static void OnTick(void *param, float seconds);
 
+  std::atomic<bool> playing_;
   std::vector<uint8_t> nv12_;
   obs_source_frame frame_{};
   OBSSourceAutoRelease source_;

@@ -11,8 +11,12 @@ Pictures::Pictures(const Options &options) {
 }
 
 void Pictures::TakeCanvasWhenDue(double elapsed, double at, obs_sceneitem_t *input) {
-  if ((!snapshot_ && !matte_) || !canvas_.picture.empty() || elapsed < at) return;
-  canvas_ = GrabCanvas(matte_ ? input : nullptr);
+  if (grab_ && grab_->Came()) {
+    canvas_ = grab_->Taken();
+    grab_.reset();
+  }
+  if ((!snapshot_ && !matte_) || grab_ || !canvas_.picture.empty() || elapsed < at) return;
+  grab_.emplace(matte_ ? input : nullptr);
 }
 
 void Pictures::Offer(const FramePair &pair, double entered, double at) {

@@ -22,11 +22,12 @@ class Pictures {
 
   bool wants_pairs() const { return compare_.has_value(); }
   // `at`: seconds into the run at which pictures are wanted. `input`: the input's place on the canvas.
+  // Asks for the next picture, and takes it at one of the next calls.
   void TakeCanvasWhenDue(double elapsed, double at, obs_sceneitem_t *input);
+  // It has been asked for and has not come yet.
+  bool awaits_canvas() const { return grab_.has_value(); }
   // Keeps the newest pair that entered before `at`, or the first one after it.
   void Offer(const FramePair &pair, double entered, double at);
-  // Takes what has not been taken yet: the run is about to end.
-  void TakeLast(obs_sceneitem_t *input);
   // Each picture by itself: one that fails does not keep the others from being written.
   void Write(Failures &failures);
 
@@ -34,7 +35,8 @@ class Pictures {
   void WriteComparison();
 
   std::optional<PendingFile> snapshot_, matte_, compare_;
-  CanvasGrab canvas_;
+  std::optional<CanvasGrab> grab_;
+  CanvasPicture canvas_;
   cv::Mat before_, after_;
   bool untouched_ = false;
   bool pair_is_late_ = false;

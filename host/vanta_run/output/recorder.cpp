@@ -1,8 +1,10 @@
 #include "output/recorder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <thread>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -62,6 +64,13 @@ void Recorder::Start() {
   obs_data_set_string(video, "preset", "veryfast");
   obs_data_set_string(video, "profile", "high");
   obs_data_set_int(video, "keyint_sec", 2);
+  if (same_bytes_) {
+    // The number of threads shows in the stream. Without B-frames the frame that is drawn last is also encoded last:
+    // the muxer cuts by the order of encoding.
+    const unsigned threads = std::clamp(std::thread::hardware_concurrency(), 1u, 16u);
+    obs_data_set_int(video, "bf", 0);
+    obs_data_set_string(video, "x264opts", ("threads=" + std::to_string(threads)).c_str());
+  }
   video_ = obs_video_encoder_create("obs_x264", "picture", video, nullptr);
   OBSDataAutoRelease audio = obs_data_create();
   obs_data_set_int(audio, "bitrate", 160);
@@ -103,6 +112,15 @@ bool Recorder::Failed() {
   }
   std::lock_guard<std::mutex> lock(mutex_);
   return stop_code_.has_value() || !early_reason_.empty();
+}
+
+void Recorder::Stop() {
+  obs_output_stop(output_);
+}
+
+bool Recorder::Stopped() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return stop_code_.has_value();
 }
 
 void Recorder::Finish() {

@@ -20,7 +20,9 @@ void RequireRecordingFormat(const std::string &path);
 // Threads: [control]; the output's word comes on a thread of its own.
 class Recorder {
  public:
-  Recorder(PendingFile &file, bool verbose) : file_(file), verbose_(verbose) {}
+  // `same_bytes`: the same pictures and sound give the same streams each time on this machine.
+  Recorder(PendingFile &file, bool verbose, bool same_bytes)
+      : file_(file), verbose_(verbose), same_bytes_(same_bytes) {}
   ~Recorder();
   Recorder(const Recorder &) = delete;
   Recorder &operator=(const Recorder &) = delete;
@@ -29,6 +31,10 @@ class Recorder {
   void Start();
   // The output has ended by itself, which it only does when writing fails, or there is no more room to write.
   bool Failed();
+  bool started() const { return started_; }
+  // What is drawn from now on is not recorded any more. The file is whole once Stopped.
+  void Stop();
+  bool Stopped();
   // Ends the file and gives it its name. Throws Failure(kExitOutput) when it is not whole.
   void Finish();
 
@@ -42,6 +48,7 @@ class Recorder {
 
   PendingFile &file_;
   const bool verbose_;  // the muxer may speak on standard error
+  const bool same_bytes_;
   OBSEncoderAutoRelease video_, audio_;
   OBSOutputAutoRelease output_;
   OBSSignal stop_signal_;

@@ -119,7 +119,9 @@ Json DelayJson(const RunFigures &figures) {
     frames.push_back(static_cast<float>(frame.delay_frames));
     milliseconds.push_back(static_cast<float>(frame.delay_ms));
   }
-  return {{"frames", Distribution(frames)}, {"ms", Distribution(milliseconds)}};
+  Json json = {{"frames", Distribution(frames)}};
+  if (!figures.in_step) json["ms"] = Distribution(milliseconds);
+  return json;
 }
 
 Json EngineJson(const Options &options, const RunFigures &figures) {
@@ -215,7 +217,9 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
       {"versions", {{"vanta_run", VANTA_VERSION}, {"libobs", obs_get_version_string()}}},
       {"input", InputJson(input)},
       {"run",
-       {{"seconds", Rounded(figures.seconds)},
+       {{"clock", figures.in_step ? "own" : "live"},
+        {"seconds", Rounded(figures.seconds)},
+        {"took_seconds", Rounded(figures.took_seconds)},
         {"warm_up_seconds", Rounded(figures.warm_up_seconds)},
         {"ended_by", figures.ended_by}}},
       {"beauty_filter", options.beauty_filter},
@@ -265,10 +269,15 @@ std::vector<std::string> SummaryLines(const RunFigures &figures) {
   const std::vector<float> engine = EngineTimes(figures);
   char text[200];
   std::vector<std::string> lines;
-  std::snprintf(text, sizeof(text), "frames  in %llu, out %llu, repeated %llu, dropped %llu, in %.1f s",
-                static_cast<unsigned long long>(figures.frames.in), static_cast<unsigned long long>(figures.frames.out),
-                static_cast<unsigned long long>(Repeated(figures)), static_cast<unsigned long long>(Dropped(figures)),
-                figures.seconds);
+  const int written = std::snprintf(
+      text, sizeof(text), "frames  in %llu, out %llu, repeated %llu, dropped %llu, in %.1f s",
+      static_cast<unsigned long long>(figures.frames.in), static_cast<unsigned long long>(figures.frames.out),
+      static_cast<unsigned long long>(Repeated(figures)), static_cast<unsigned long long>(Dropped(figures)),
+      figures.seconds);
+  if (figures.in_step) {
+    std::snprintf(text + written, sizeof(text) - static_cast<size_t>(written), " of the clip, which took %.1f s",
+                  figures.took_seconds);
+  }
   lines.emplace_back(text);
   if (figures.faces) {
     std::snprintf(text, sizeof(text), "faces   looked %llu times, found some %llu times, at most %llu at once",
@@ -282,7 +291,11 @@ std::vector<std::string> SummaryLines(const RunFigures &figures) {
     return lines;
   }
   if (!delays.empty()) {
-    std::snprintf(text, sizeof(text), "delay   %.1f ms, %.1f frames", mean(delays), mean(delay_frames));
+    if (figures.in_step) {
+      std::snprintf(text, sizeof(text), "delay   %.1f frames", mean(delay_frames));
+    } else {
+      std::snprintf(text, sizeof(text), "delay   %.1f ms, %.1f frames", mean(delays), mean(delay_frames));
+    }
     lines.emplace_back(text);
   }
   int length = std::snprintf(text, sizeof(text), "engine  %s", EngineName());

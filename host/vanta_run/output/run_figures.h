@@ -58,10 +58,12 @@ struct EventCount {
 };
 
 struct RunFigures {
+  bool in_step = false;        // on the clip's own clock: nothing that is in milliseconds of delay is true
   const char *ended_by = "";   // "end of input", "limit", "interrupt", "quit"
   bool beauty_filter = true;   // in the chain
   double warm_up_seconds = 0;  // from showing the source to the first frames after the engine's report
-  double seconds = 0;
+  double seconds = 0;          // of the run; on the clip's own clock the clip's
+  double took_seconds = 0;     // of the machine's time
   FrameCounts frames;
   LineCounts lines;
   std::vector<FollowedFrame> followed;

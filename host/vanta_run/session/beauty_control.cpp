@@ -56,10 +56,19 @@ void BeautyControl::SetUpHost() const {
   for (const auto &[which, on] : options_.switches) vanta_host_set_switch(which, on);
   lumivex_set_available(options_.engine);
   lumivex_set_delay_ms(static_cast<int>(options_.engine_delay_ms));
+  if (options_.InStep()) AskForTheSameEachTime();
+}
+
+// Nothing may depend on how fast the machine is: what the engine would do beside the frames, it does with them. What
+// the engine takes as a parameter is in Snapshot.
+void BeautyControl::AskForTheSameEachTime() const {
+  lumivex_set_frames_await_loads(true);
 }
 
 FacelessEngineSnapshot BeautyControl::Snapshot() const {
   FacelessEngineSnapshot snapshot;
+  // Faces are looked for in the very frame, on the thread that works on it.
+  if (options_.InStep()) snapshot.tessera_params = R"({"sync_detect":"1"})";
   for (const auto &[type, on] : options_.stages) snapshot.effect_enabled[type] = on;
   for (const auto &[type, intensity] : options_.beauty) snapshot.beauty[type] = intensity;
   for (const auto &[mode, intensity] : options_.deform) snapshot.deform[mode] = intensity;

@@ -33,6 +33,7 @@ class BeautyControl {
   static ILumivex *Faceless();
 
  private:
+  void AskForTheSameEachTime() const;
   FacelessEngineSnapshot Snapshot() const;
 
   const Options &options_;

@@ -25,9 +25,9 @@ void OpenStockModule(void *param, const obs_module_info2 *info) {
 
 }  // namespace
 
-ObsSession::ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras) {
+ObsSession::ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras, bool sound) {
   try {
-    Start(display, input, filter, cameras);
+    Start(display, input, filter, cameras, sound);
   } catch (...) {
     vanta_host_detach();
     obs_shutdown();
@@ -41,19 +41,24 @@ ObsSession::~ObsSession() {
   blog(LOG_INFO, "Number of memory leaks: %ld", bnum_allocs());
 }
 
-void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras) {
+void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras, bool sound) {
   obs_set_nix_platform(OBS_NIX_PLATFORM_X11_EGL);
   obs_set_nix_platform_display(display);
   if (!obs_startup("en-US", nullptr, nullptr)) {
     throw Failure(kExitModule, "libobs", "does not start", "install the package libobs0");
   }
   ResetVideo(input);
-  obs_audio_info audio{48000, SPEAKERS_STEREO};
-  obs_reset_audio(&audio);
+  if (sound) StartSound();
   vanta_host_attach();
   LoadStockModules(cameras);
   LoadFilter(filter);
   obs_post_load_modules();
+}
+
+void ObsSession::StartSound() {
+  if (obs_get_audio() != nullptr) return;
+  obs_audio_info audio{48000, SPEAKERS_STEREO};
+  obs_reset_audio(&audio);
 }
 
 void ObsSession::ResetVideo(const Input &input) {

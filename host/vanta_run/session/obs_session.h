@@ -15,16 +15,19 @@ class ObsSession {
  public:
   // Throws Failure(kExitDisplay) where there is no OpenGL, Failure(kExitModule) where a plug-in is missing.
   // `cameras`: with the plug-in for them too.
-  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras);
+  // `sound`: from the start; else from StartSound on, which must come before the first source goes.
+  ObsSession(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras, bool sound);
   ~ObsSession();
   ObsSession(const ObsSession &) = delete;
   ObsSession &operator=(const ObsSession &) = delete;
+
+  void StartSound();
 
   // The plug-in's library, as dlsym takes it.
   void *filter_library() const { return obs_get_module_lib(filter_); }
 
  private:
-  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras);
+  void Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras, bool sound);
   void ResetVideo(const Input &input);
   void LoadStockModules(bool cameras);
   void LoadFilter(const ModulePaths &paths);

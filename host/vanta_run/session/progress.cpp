@@ -1,6 +1,7 @@
 #include "session/progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
@@ -10,6 +11,13 @@ namespace {
 constexpr double kBarPeriod = 0.2;  // seconds between two showings
 constexpr double kLinePeriod = 2.0;
 constexpr int kBarWidth = 28;  // letters
+
+// "about 40 s left", "about 3 min left".
+std::string LeftText(double seconds) {
+  const bool minutes = seconds >= 120;
+  return "about " + std::to_string(static_cast<long>(std::ceil(minutes ? seconds / 60 : seconds))) +
+         (minutes ? " min left" : " s left");
+}
 
 std::string Figures(const ProgressState &state) {
   char text[160];
@@ -21,7 +29,9 @@ std::string Figures(const ProgressState &state) {
     std::snprintf(text + length, sizeof(text) - static_cast<size_t>(length), ", delay %lld ms",
                   static_cast<long long>(state.delay_ms));
   }
-  return text;
+  std::string line = text;
+  if (state.left >= 0) line += ", " + LeftText(state.left);
+  return line;
 }
 
 }  // namespace
@@ -39,8 +49,8 @@ void Progress::Complain(const std::string &line) {
 }
 
 void Progress::Show(const ProgressState &state) {
-  if (!showing_ || (last_ >= 0 && state.elapsed - last_ < (terminal_ ? kBarPeriod : kLinePeriod))) return;
-  last_ = state.elapsed;
+  if (!showing_ || (last_ >= 0 && state.real_elapsed - last_ < (terminal_ ? kBarPeriod : kLinePeriod))) return;
+  last_ = state.real_elapsed;
   if (!terminal_) {
     std::fprintf(stderr, "vanta-run: %s\n", Figures(state).c_str());
     return;

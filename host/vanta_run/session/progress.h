@@ -14,7 +14,9 @@ struct ProgressState {
   double total = 0;    // seconds; 0: no known end
   double part = 0;     // 0 to 1, of what ends the run
   uint64_t in = 0, out = 0;
-  int64_t delay_ms = -1;  // negative: not known yet
+  int64_t delay_ms = -1;    // negative: not known yet
+  double real_elapsed = 0;  // seconds of the machine's time
+  double left = -1;         // likewise, until the end; negative: not told
 };
 
 // Writes to standard error. Threads: [control].
@@ -40,7 +42,7 @@ class Progress {
   const bool terminal_;
   LiveRegion region_{stderr};
   std::vector<std::string> above_;
-  double last_ = -1;  // elapsed seconds at the last showing
+  double last_ = -1;  // of the machine's time, at the last showing
 };
 
 }  // namespace vanta_run

@@ -9,6 +9,7 @@ extern "C" {
 }
 
 #include "capture/frame_dump.h"
+#include "clock/step_clock.h"
 #include "common/failures.h"
 #include "common/standard_output.h"
 #include "faces/face_file.h"
@@ -36,6 +37,17 @@ ILumivex &RequireControl() {
   }
   return *control;
 }
+
+// However a run ends, libobs goes at the machine's pace again before anything that plays is taken down.
+struct ClockEnd {
+  ~ClockEnd() { StepClock::Get().Release(); }
+};
+
+// Without sound libobs does not wait for what it destroys.
+struct SoundAtEnd {
+  ObsSession &session;
+  ~SoundAtEnd() { session.StartSound(); }
+};
 
 // The config goes to standard output, where a file can take it; what was found, beside it.
 int PickKey(const Input &input) {
@@ -101,7 +113,9 @@ int Run(const Options &options, Interrupt &interrupt) {
   control.SetUpHost();
   const bool cameras = options.virtual_camera || input.kind == InputKind::kCamera ||
                        (background && background->kind == InputKind::kCamera);
-  ObsSession session(display.connection(), input, module, cameras);
+  const bool in_step = options.InStep() && !cameras;  // a camera does not wait
+  if (in_step) StepClock::Get().Start();
+  ObsSession session(display.connection(), input, module, cameras, !in_step);
   ReportCollector reports;
   CostObserver observer(session.filter_library());
   control.SendSnapshot();
@@ -109,28 +123,34 @@ int Run(const Options &options, Interrupt &interrupt) {
   Failures failures;
   RunFigures figures;
   figures.beauty_filter = options.beauty_filter;
+  figures.in_step = in_step;
   {
     FrameMeter meter;
     AbilityHandler abilities;
     std::optional<FaceFile> faces;
     if (options.FindsFaces()) faces.emplace(landmarks ? &*landmarks : nullptr, !options.landmarks.empty());
-    Stage stage(input, options.loop, meter);
+    Stage stage(input, options.loop, in_step, meter);
+    const SoundAtEnd sound{session};
     stage.AddFilters(options.beauty_filter);
     if (faces) stage.AddLandmarks();
     if (options.green_screen) stage.AddGreenScreen(*options.green_screen);
     if (options.draw_landmarks) stage.AddFaceOverlay(faces->listener());
     if (background) stage.AddBackground(*background);
     control.SendCommands();
-    stage.Show();
+    if (!in_step) stage.Show();
     std::optional<VirtualCamera> camera;
     if (options.virtual_camera) camera.emplace();
     std::optional<Recorder> recorder;
-    if (recording) recorder.emplace(*recording, options.verbose);
+    if (recording) recorder.emplace(*recording, options.verbose, in_step);
     CommandPlayer commands(options.commands, std::move(script), options.interactive, progress, stage,
                            {abilities, std::move(answers), std::move(events)}, RequireControl());
-    Runner runner({options, input, limits, interrupt, progress, failures, log, control, meter, stage, abilities,
-                   commands, pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr,
-                   faces ? &*faces : nullptr, monitor ? &*monitor : nullptr});
+    Pace pace(in_step, input.rate, interrupt);
+    std::optional<StepRun> step;
+    if (in_step) step.emplace(input, stage, meter, recorder ? &*recorder : nullptr, pace, interrupt, progress);
+    const ClockEnd clock;
+    Runner runner({options, input, limits, interrupt, progress, failures, log, control, meter, stage, abilities, commands,
+                   pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
+                   monitor ? &*monitor : nullptr, pace, step ? &*step : nullptr, [&session] { session.StartSound(); }});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();

@@ -16,6 +16,7 @@ constexpr double kFirstMark = 0.3;      // seconds into the run; then one frame 
 constexpr double kWarmUpLimit = 30;     // seconds
 constexpr double kNoPictureLimit = 10;  // seconds
 constexpr double kLastFramesLimit = 1;  // seconds
+constexpr double kCanvasLimit = 5;      // seconds
 constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
@@ -52,6 +53,23 @@ bool Runner::Go(RunFigures &figures) {
 
 bool Runner::WarmUp(RunFigures &figures) {
   const uint64_t start = os_gettime_ns();
+  if (!(p_.step != nullptr ? p_.step->WarmUp() : WarmUpLive())) return false;
+  figures.warm_up_seconds = Seconds(start);
+  if (p_.stage.filter() == nullptr) return true;
+  if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
+    p_.progress.Say("no effect engine: the picture passes untouched");
+  }
+  std::vector<std::string> settings = p_.options.settings;
+  // First, so that --settings wins.
+  if (!p_.options.effect.empty() || !p_.options.ability_answers.empty()) {
+    settings.insert(settings.begin(), R"({"effect_json_ability_handler":true})");
+  }
+  UpdateFilter(p_.stage.filter(), settings, &p_.abilities);
+  return true;
+}
+
+bool Runner::WarmUpLive() {
+  const uint64_t start = os_gettime_ns();
   uint64_t out_at_word = 0;
   double restarted = 0;
   bool word = p_.stage.filter() == nullptr;  // without the filter no engine is asked
@@ -75,28 +93,16 @@ bool Runner::WarmUp(RunFigures &figures) {
       break;
     }
   }
-  figures.warm_up_seconds = Seconds(start);
-  if (p_.stage.filter() == nullptr) return true;
-  if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
-    p_.progress.Say("no effect engine: the picture passes untouched");
-  }
-  std::vector<std::string> settings = p_.options.settings;
-  // First, so that --settings wins.
-  if (!p_.options.effect.empty() || !p_.options.ability_answers.empty()) {
-    settings.insert(settings.begin(), R"({"effect_json_ability_handler":true})");
-  }
-  UpdateFilter(p_.stage.filter(), settings, &p_.abilities);
   return true;
 }
 
 void Runner::Begin() {
-  const uint64_t in_before = p_.meter.Counts().in;
-  p_.stage.Restart();
-  const uint64_t asked = os_gettime_ns();
-  while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
+  if (p_.step == nullptr) {
+    BeginLive();
+  } else {
+    p_.control.StartEffect(p_.options.events.empty() ? std::string() : p_.options.events.front());
+    p_.step->Begin(p_.start_sound);
   }
-  p_.control.StartEffect(p_.options.events.empty() ? std::string() : p_.options.events.front());
-  if (p_.recorder != nullptr) p_.recorder->Start();
   if (p_.faces != nullptr) p_.faces->Start();
   p_.meter.StartOver();
   counts_at_start_ = p_.meter.Counts();
@@ -105,20 +111,37 @@ void Runner::Begin() {
   canvas_at_start_ = obs_get_total_frames();
   lagged_at_start_ = obs_get_lagged_frames();
   if (p_.dump != nullptr) p_.meter.RequestDump(p_.options.dump->frame);
-  next_mark_ = kFirstMark;
-  start_ns_ = os_gettime_ns();
+  if (p_.step == nullptr) {
+    p_.pace.StartRun(os_gettime_ns());
+    next_mark_ = kFirstMark;
+  }
+}
+
+void Runner::BeginLive() {
+  const uint64_t in_before = p_.meter.Counts().in;
+  p_.stage.Restart();
+  const uint64_t asked = os_gettime_ns();
+  while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
+  }
+  p_.control.StartEffect(p_.options.events.empty() ? std::string() : p_.options.events.front());
+  if (p_.recorder != nullptr) p_.recorder->Start();
+}
+
+uint64_t Runner::FramesIn() const {
+  return p_.step != nullptr ? p_.step->frames_in() : p_.meter.Counts().in - counts_at_start_.in;
 }
 
 const char *Runner::Play(RunFigures &figures) {
   bool engine_stopped = false;
   for (;;) {
-    if (p_.interrupt.Wait(kPollMs)) return "interrupt";
-    const double elapsed = Seconds(start_ns_);
-    const uint64_t entered = p_.meter.Counts().in - counts_at_start_.in;
+    if (p_.pace.Wait()) return "interrupt";
+    const double elapsed = p_.pace.Elapsed();
+    const uint64_t entered = FramesIn();
     if (p_.recorder != nullptr && p_.recorder->Failed()) return "a failed recording";
     if (p_.limits.Reached(elapsed, entered)) return "limit";
     if (Drained(elapsed, entered)) return "end of input";
     if (!p_.commands.Advance(elapsed)) return "quit";
+    if (p_.step != nullptr) p_.step->Look();
     if (!engine_stopped && p_.options.engine_stop_after >= 0 && elapsed >= p_.options.engine_stop_after) {
       p_.control.StopEngine(p_.stage.filter());
       engine_stopped = true;
@@ -137,6 +160,7 @@ const char *Runner::Play(RunFigures &figures) {
 
 // The file has been read to its end, and the frames that libobs still held have entered.
 bool Runner::Drained(double elapsed, uint64_t entered) {
+  if (p_.step != nullptr) return p_.step->Drained() && !p_.options.loop;
   if (entered != last_entered_ || !p_.stage.Ended()) {
     last_entered_ = entered;
     last_entered_time_ = elapsed;
@@ -157,7 +181,7 @@ void Runner::MarkWhenDue(double elapsed) {
 void Runner::TakePair(RunFigures &figures) {
   const FramePair pair = p_.meter.TakePair();
   if (pair.entered_ns == 0) return;
-  const double entered = static_cast<double>(pair.entered_ns) / 1e9 - static_cast<double>(start_ns_) / 1e9;
+  const double entered = (static_cast<double>(pair.entered_ns) - static_cast<double>(p_.pace.start_ns())) / 1e9;
   figures.followed.push_back({entered, pair.delay_frames, pair.delay_ms, pair.untouched, pair.applied});
   p_.pictures.Offer(pair, entered, at_);
 }
@@ -190,31 +214,58 @@ void Runner::Show(double elapsed, const RunFigures &figures) {
   state.elapsed = elapsed;
   state.total = p_.limits.expected;
   state.part = p_.limits.expected > 0 ? elapsed / p_.limits.expected : 0;
-  state.in = counts.in - counts_at_start_.in;
-  state.out = counts.out - counts_at_start_.out;
-  if (!figures.followed.empty()) state.delay_ms = static_cast<int64_t>(figures.followed.back().delay_ms);
+  state.in = FramesIn();
+  state.out = p_.step != nullptr ? p_.step->frames_out() : counts.out - counts_at_start_.out;
+  state.real_elapsed = p_.pace.RealElapsed();
+  if (p_.step != nullptr) {
+    if (state.part > 0) state.left = state.real_elapsed * (1 / std::min(state.part, 1.0) - 1);
+  } else if (!figures.followed.empty())
+    state.delay_ms = static_cast<int64_t>(figures.followed.back().delay_ms);
   p_.progress.Show(state);
 }
 
-void Runner::End(RunFigures &figures) {
-  figures.seconds = Seconds(start_ns_);
-  const FrameCounts counts = p_.meter.Counts();
-  figures.frames = counts - counts_at_start_;
-  const LineCounts lines = p_.log.Counts();
-  figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
-                   lines.reduced - lines_at_start_.reduced, lines.errors};
-  p_.pictures.TakeLast(p_.stage.item());
-  // A short run may have its only marked frame still under way.
-  if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
+// What has been asked for and is still under way: pictures of a run that ended before their time, the only marked frame
+// of a short run.
+void Runner::TakeLast(RunFigures &figures) {
   const uint64_t asked = os_gettime_ns();
+  p_.pictures.TakeCanvasWhenDue(0, 0, p_.stage.item());
+  while (p_.pictures.awaits_canvas() && Seconds(asked) < kCanvasLimit) {
+    p_.pace.Wait();
+    p_.pictures.TakeCanvasWhenDue(0, 0, p_.stage.item());
+  }
+  TakePair(figures);
+  if (p_.dump != nullptr) p_.dump->Take(p_.meter);
+  if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
   while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
-    os_sleep_ms(kPollMs);
+    p_.pace.Wait();
     TakePair(figures);
   }
   while (p_.dump != nullptr && p_.dump->IsDue(figures.frames.in) && Seconds(asked) < kLastFramesLimit) {
-    os_sleep_ms(kPollMs);
+    p_.pace.Wait();
     p_.dump->Take(p_.meter);
   }
+}
+
+void Runner::End(RunFigures &figures) {
+  figures.seconds = p_.pace.Elapsed();
+  if (p_.step != nullptr) p_.step->FinishFrames();
+  figures.frames = p_.meter.Counts() - counts_at_start_;
+  if (p_.step != nullptr) {
+    figures.frames.in = p_.step->frames_in();
+    figures.frames.out = p_.step->frames_out();
+  }
+  const LineCounts lines = p_.log.Counts();
+  figures.lines = {lines.refused - lines_at_start_.refused, lines.empty - lines_at_start_.empty,
+                   lines.reduced - lines_at_start_.reduced, lines.errors};
+  TakeLast(figures);
+  if (p_.step != nullptr) {
+    p_.step->LetGo();
+    if (p_.step->given_up() > 0) {
+      p_.progress.Complain("the filter's worker has not finished " + std::to_string(p_.step->given_up()) +
+                           " frames in a minute each; the run went on without them");
+    }
+  }
+  figures.took_seconds = p_.pace.RealElapsed();
   figures.canvas_frames = obs_get_total_frames() - canvas_at_start_;
   figures.canvas_lagged = obs_get_lagged_frames() - lagged_at_start_;
   figures.filter_costs = p_.meter.FilterCosts();

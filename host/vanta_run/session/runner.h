@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "capture/frame_dump.h"
 #include "capture/frame_meter.h"
@@ -21,6 +22,7 @@
 #include "session/progress.h"
 #include "session/run_limits.h"
 #include "session/stage.h"
+#include "session/step_run.h"
 
 namespace vanta_run {
 
@@ -43,6 +45,9 @@ struct RunParts {
   Recorder *recorder;    // null: nothing is recorded
   FaceFile *faces;       // null: no faces are looked for
   LiveMonitor *monitor;  // null: not wanted
+  Pace &pace;
+  StepRun *step;                      // null: the run is live
+  std::function<void()> start_sound;  // in step
 };
 
 // Threads: [control].
@@ -55,11 +60,15 @@ class Runner {
 
  private:
   bool WarmUp(RunFigures &figures);
+  bool WarmUpLive();
   void Begin();
+  void BeginLive();
   const char *Play(RunFigures &figures);  // what ended it
   void End(RunFigures &figures);
   bool Drained(double elapsed, uint64_t entered);
   void MarkWhenDue(double elapsed);
+  uint64_t FramesIn() const;
+  void TakeLast(RunFigures &figures);
   void TakePair(RunFigures &figures);
   void TakeAggregates(double elapsed, RunFigures &figures);
   void ShowMonitor();
@@ -72,7 +81,6 @@ class Runner {
   SecondLog seconds_;
   LineCounts lines_at_start_;
   uint32_t canvas_at_start_ = 0, lagged_at_start_ = 0;
-  uint64_t start_ns_ = 0;
   double next_mark_ = 0;  // seconds into the run
   double next_look_ = 0;  // likewise, at the ten-second records
   bool marked_at_ = false;

@@ -33,8 +33,9 @@ obs_bounds_type BoundsFor(const Input &input) {
 
 }  // namespace
 
-Stage::Stage(const Input &input, bool loop, FrameMeter &meter) : input_(input), meter_(meter) {
-  source_.emplace(input, kSourceName, loop);
+Stage::Stage(const Input &input, bool loop, bool in_step, FrameMeter &meter)
+    : input_(input), in_step_(in_step), meter_(meter) {
+  source_.emplace(input, kSourceName, loop, in_step);
 }
 
 Stage::~Stage() {
@@ -73,7 +74,8 @@ void Stage::AddFilters(bool beauty) {
 }
 
 void Stage::AddLandmarks() {
-  vanta_host_set_landmark_in_background(true);  // here the processors also draw
+  // Here the processors also draw; on the clock that is held drawing waits for the faces anyway.
+  vanta_host_set_landmark_in_background(!in_step_);
   landmarks_ = CreateFilter(kLandmarkId, "landmarks", nullptr);
   obs_source_filter_add(source_->get(), landmarks_);
 }
@@ -91,7 +93,7 @@ void Stage::AddGreenScreen(const std::string &config) {
 }
 
 void Stage::AddBackground(const Input &background) {
-  background_.emplace(background, "background", true);
+  background_.emplace(background, "background", true, in_step_);
   obs_source_set_muted(background_->get(), true);  // what is heard is the input
 }
 
@@ -101,6 +103,28 @@ void Stage::Show() {
   if (background_) Place(background_->get(), OBS_BOUNDS_SCALE_OUTER);
   item_ = Place(source_->get(), BoundsFor(input_));
   obs_set_output_source(0, obs_scene_get_source(scene_));
+}
+
+void Stage::Play() {
+  if (background_) background_->Play();
+  source_->Play();
+}
+
+void Stage::PushOne(bool like_last) {
+  source_->PushOne(like_last ? &meter_.last_entered() : nullptr);
+}
+
+void Stage::DrawUnseen() const {
+  obs_enter_graphics();
+  gs_texrender_t *target = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+  const uint32_t width = input_.canvas.width, height = input_.canvas.height;
+  if (gs_texrender_begin(target, width, height)) {
+    gs_ortho(0.0f, static_cast<float>(width), 0.0f, static_cast<float>(height), -100.0f, 100.0f);
+    obs_source_video_render(source_->get());
+    gs_texrender_end(target);
+  }
+  gs_texrender_destroy(target);
+  obs_leave_graphics();
 }
 
 obs_sceneitem_t *Stage::Place(obs_source_t *source, obs_bounds_type bounds) {

@@ -16,7 +16,8 @@ namespace vanta_run {
 // Threads: [control]. The meter must outlive it.
 class Stage {
  public:
-  Stage(const Input &input, bool loop, FrameMeter &meter);
+  // `in_step`: for the clock that is held. Nothing plays before it is shown then.
+  Stage(const Input &input, bool loop, bool in_step, FrameMeter &meter);
   // Takes everything off the canvas and waits until libobs has destroyed it.
   ~Stage();
   Stage(const Stage &) = delete;
@@ -34,6 +35,14 @@ class Stage {
   // Below the source. Before it is shown; the input must outlive the stage.
   void AddBackground(const Input &background);
   void Show();
+  // Pictures and colours begin: live as soon as they are shown.
+  void Play();
+  // In step: a frame of ours goes in, dark or in all but its pixels like the last one that entered.
+  void PushOne(bool like_last);
+  obs_source_t *source() const { return source_->get(); }
+  bool finds_faces() const { return landmarks_ != nullptr; }
+  // Draws the source with its filters, where nobody sees it.
+  void DrawUnseen() const;
   void Restart() { source_->Restart(); }
   bool Ended() const { return source_->Ended(); }
   // The beauty filter; null where there is none.
@@ -47,6 +56,7 @@ class Stage {
   obs_sceneitem_t *Place(obs_source_t *source, obs_bounds_type bounds);
 
   const Input &input_;
+  const bool in_step_;
   FrameMeter &meter_;
   std::optional<PlayedSource> source_, background_;
   OBSSourceAutoRelease before_, filter_, after_, landmarks_, green_screen_, overlay_;

@@ -8,7 +8,7 @@ namespace vanta {
 namespace {
 
 bool IsTimeForCapture(LandmarkFilterData &filter) {
-  const int64_t now = SteadyClockNs();
+  const int64_t now = HostClockNs();
   const double elapsed_ms = static_cast<double>(now - filter.last_capture_ns) / 1000000.0;
   if (filter.capture_interval_ms > elapsed_ms) return false;
   filter.last_capture_ns = now;

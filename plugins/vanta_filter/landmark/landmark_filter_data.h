@@ -18,9 +18,9 @@ struct LandmarkFilterData {
 
   obs_source_t *const context;  // the filter's own; borrowed
   std::shared_ptr<TesseraLandmarkFilterWorker> worker = std::make_shared<TesseraLandmarkFilterWorker>();
-  int64_t last_capture_ns = SteadyClockNs();  // of the last attempt, successful or not
-  uint32_t width = 1920;                      // pixels, of `texrender` and `stagesurface`
-  uint32_t height = 1080;                     // pixels
+  int64_t last_capture_ns = HostClockNs();  // of the last attempt, successful or not
+  uint32_t width = 1920;                    // pixels, of `texrender` and `stagesurface`
+  uint32_t height = 1080;                   // pixels
   gs_texrender_t *texrender = nullptr;
   gs_stagesurf_t *stagesurface = nullptr;  // CPU path; stays mapped between captures
   uint8_t *mapped_data = nullptr;          // what it is mapped to; null when it is not

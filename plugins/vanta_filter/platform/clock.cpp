@@ -1,5 +1,7 @@
 #include "platform/clock.h"
 
+#include <util/platform.h>
+
 #include <chrono>
 
 #include "platform/cond_var.h"
@@ -10,6 +12,10 @@ namespace vanta {
 int64_t SteadyClockNs() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
       .count();
+}
+
+int64_t HostClockNs() {
+  return static_cast<int64_t>(os_gettime_ns());
 }
 
 int64_t SystemTickMs() {

@@ -62,6 +62,10 @@ int64_t SteadyClockNs() {
   return steady_ns.load();
 }
 
+int64_t HostClockNs() {
+  return steady_ns.load();
+}
+
 int64_t SystemTickMs() {
   return system_ns.load() / 1'000'000;
 }

@@ -125,7 +125,8 @@ TEST(RunFiles, SizeOptionFitsAVideoIntoItsCanvas) {
 
 TEST(RunFiles, CtrlCLeavesAPlayableFile) {
   const Workplace workplace;
-  RunningProgram program(workplace, {"--input", "color:203040", "--loop", "--output", "out.mp4", "--report", "r.json"});
+  RunningProgram program(workplace,
+                         {"--input", "color:203040", "--loop", "--live", "--output", "out.mp4", "--report", "r.json"});
   ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << "no progress line of the third second";
   program.Signal(SIGINT);
   const ProgramResult result = program.Finish();

@@ -72,7 +72,7 @@ const std::vector<Target> &House() {
         {"core"}},
        {kBase, kContracts, kHostHeader, kRunnerHeaders}},
       {"host/vanta_run/",
-       {{"common"}, {"capture", "commands", "faces", "input", "monitor"}, {"output"}, {"plot"}, {"session"}, {"cli"}},
+       {{"common", "keying"}, {"clock"}, {"capture", "commands", "faces", "input", "monitor"}, {"output"}, {"plot"}, {"session"}, {"cli"}},
        {kBase, kContracts, kHostHeader, kEngineHeaders}},
       {"docs/examples/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
   };
