@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "greenscreen/green_screen_filter_data.h"
+#include "greenscreen/passes/backing_map_pass.h"
 #include "obs/module_text.h"
 #include "obs/source_registration.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -37,6 +38,7 @@ void Update(void *data, obs_data_t *settings) {
 
 void *Create(obs_data_t *settings, obs_source_t *source) {
   auto filter = std::make_unique<GreenScreenFilterData>(source);
+  filter->renderer.AddOptionalPass(std::make_unique<BackingMapPass>());
   if (!filter->renderer.Initialise(kEffectFile)) {
     blog(LOG_ERROR, "[LX_green_screen_filter] create failed: renderer init error");
     return nullptr;

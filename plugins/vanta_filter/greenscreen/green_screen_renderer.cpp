@@ -65,11 +65,13 @@ bool GreenScreenRenderer::Render(obs_source_t *source, uint64_t frame_index, Gre
   if (!effect_.params().image)
     return FallBack(frame, "[LX_green_screen_filter][shader] image param missing, fallback passthrough");
 
-  RunOptionalPasses({size, source_tex, lut_tex, frame_index, settings.values});
+  const BeforeKey before_key{size, source_tex, lut_tex, frame_index, settings.values};
+  for (const auto &pass : optional_passes_) pass->Run(effect_, before_key);
 
   gs_texture_t *const uvka_tex = lut_apply_.Run(effect_, source_tex, lut_tex, size);
   if (!uvka_tex) return FallBack(frame, "[LX_green_screen_filter][shader] uvka texture missing, fallback passthrough");
   gs_texture_t *const alpha_tex = refinement_.Run(effect_, uvka_tex, size, settings_);
+  for (const auto &pass : optional_passes_) pass->SetForSpill(before_key);
   gs_texture_t *const output_tex = spill_.Run(effect_, {source_tex, uvka_tex, alpha_tex, size}, settings_.Current());
   if (!output_tex)
     return FallBack(frame, "[LX_green_screen_filter][shader] output texture missing, fallback passthrough");
@@ -85,10 +87,6 @@ gs_texture_t *GreenScreenRenderer::CachedOutput(const OutputCache::Key &key, uin
     cache_.Drop();
   }
   return texture;
-}
-
-void GreenScreenRenderer::RunOptionalPasses(const BeforeKey &input) {
-  for (const auto &pass : optional_passes_) pass->Run(effect_, input);
 }
 
 bool GreenScreenRenderer::DrawOutput(FilterFrame &frame, gs_texture_t *output_tex, GreenScreenRenderResult &result) {

@@ -60,7 +60,6 @@ class GreenScreenRenderer {
 
   // The steps of Render.
   gs_texture_t *CachedOutput(const OutputCache::Key &key, uint64_t key_revision);
-  void RunOptionalPasses(const BeforeKey &input) VANTA_REQUIRES(graphics_context);
   bool DrawOutput(FilterFrame &frame, gs_texture_t *output_tex, GreenScreenRenderResult &result)
       VANTA_REQUIRES(graphics_context);
   // The frame goes on unkeyed.

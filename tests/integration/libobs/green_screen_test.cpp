@@ -287,11 +287,11 @@ TEST_F(GreenScreenPicture, ATranslucentEdgeBlendsWithWhatLiesBehind) {
   PaintedSource source;
   const GreenScreen filter(source.Get(), R"({"denoiseEnabled":false,"spillSupEnabled":false})");
   // Half of the key's chroma, over the default levels: partly transparent.
-  const Screenshot plain = Shoot(source, SquareOn({100, 170, 100, 255}, kGreen));
+  const Screenshot plain = Shoot(source, SquareOn({80, 200, 80, 255}, kGreen));
   const Pixel edge = plain.At(5, 5);
   ASSERT_GT(edge[3], 20);
   ASSERT_LT(edge[3], 235);
-  ExpectNear(edge, {100, 170, 100, edge[3]}, 1);
+  ExpectNear(edge, {80, 200, 80, edge[3]}, 1);
   const OBSSceneAutoRelease scene = obs_scene_create_private("composite");
   obs_scene_add(scene, behind.Get());
   obs_scene_add(scene, source.Get());

@@ -329,7 +329,7 @@ class EffectThatLacks : public RenderFailure {
   // A filter with every pass on, whose effect has all but `name`.
   void CreateWithout(const std::string &name) {
     gs_recorder::Reset();
-    gs_recorder::SetEffectLacks({name});
+    gs_recorder::SetEffectLacks({name, kOptionalTechnique});
     obs_data_set_string(settings_, "config", kEverything);
     instance_ = record_.create(settings_, &filter_);
     ASSERT_NE(instance_, nullptr) << name;

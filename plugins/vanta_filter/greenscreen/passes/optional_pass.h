@@ -37,6 +37,8 @@ class OptionalPass {
   virtual void Bind(const GreenScreenEffect &effect) = 0;
   // Writes no log lines on its per-frame path. Leaves no pass begun.
   virtual void Run(const GreenScreenEffect &effect, const BeforeKey &input) VANTA_REQUIRES(graphics_context) = 0;
+  // Sets what it found for `SpillSuppression`, right before that pass: libobs forgets parameters when a technique ends.
+  virtual void SetForSpill(const BeforeKey &) VANTA_REQUIRES(graphics_context) {}
   // Lets render targets, parameters and state go. Safe to run twice.
   virtual void Release() VANTA_REQUIRES(graphics_context) = 0;
 };

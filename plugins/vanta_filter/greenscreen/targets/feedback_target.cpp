@@ -2,10 +2,10 @@
 
 namespace vanta {
 
-bool FeedbackTarget::Create() {
+bool FeedbackTarget::Create(gs_color_format format) {
   Forget();
-  const bool state = state_.Create();
-  return next_.Create() && state;
+  const bool state = state_.Create(format);
+  return next_.Create(format) && state;
 }
 
 void FeedbackTarget::Destroy() {

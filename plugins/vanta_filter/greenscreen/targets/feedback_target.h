@@ -10,7 +10,7 @@ namespace vanta {
 class FeedbackTarget {
  public:
   // False where one of the two cannot be made.
-  bool Create() VANTA_REQUIRES(graphics_context);
+  bool Create(gs_color_format format = GS_RGBA) VANTA_REQUIRES(graphics_context);
   void Destroy() VANTA_REQUIRES(graphics_context);
   bool exists() const { return state_.exists() && next_.exists(); }
 

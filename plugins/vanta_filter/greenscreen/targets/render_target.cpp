@@ -8,8 +8,8 @@ RenderTarget::~RenderTarget() {
   Destroy();
 }
 
-bool RenderTarget::Create() {
-  target_ = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+bool RenderTarget::Create(gs_color_format format) {
+  target_ = gs_texrender_create(format, GS_ZS_NONE);
   return target_ != nullptr;
 }
 

@@ -27,7 +27,7 @@ class RenderTarget {
   RenderTarget &operator=(const RenderTarget &) = delete;
 
   // False where libobs cannot make it. Call it once before Destroy.
-  bool Create() VANTA_REQUIRES(graphics_context);
+  bool Create(gs_color_format format = GS_RGBA) VANTA_REQUIRES(graphics_context);
   void Destroy() VANTA_REQUIRES(graphics_context);  // safe to run twice
 
   bool exists() const { return target_ != nullptr; }

@@ -1,0 +1,81 @@
+// The effect file's arithmetic on the CPU, in floats: to choose its constants with, and to hold its passes against.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "keyer_scene.h"
+
+namespace keyer_bench {
+
+// From a pixel's clearness x to alpha, for one way of mixing; see Alpha below.
+struct Ramp {
+  float gain, lift, from, to, bend, black;
+};
+
+struct KeyConstants {
+  Ramp encoded{1.03f, 0.78f, 0.49f, 0.70f, -0.25f, 0.032f};
+  Ramp linear{0.88f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f};
+  float dark = 5.0f;                            // how much opaquer than its chroma a dark front is
+  float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
+  float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
+  float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
+  float noise = 0.75f;                          // of the backing's deviation, in the black point
+  float mixing_green = 0.34f, mixing_blue = 0.12f, mixing_width = 0.24f;  // of the evidence, from encoded to linear
+  float forced_mixing = -1;                                               // 0 to 1: in place of the detector
+  bool map = true;
+  bool denoise = true;
+  float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
+  float time_base = 0.002f, time_noise = 8.0f;
+};
+
+struct KeySettings {
+  float similarity = 0.667f, alpha_down = 0.75f, alpha_up = 0.25f, denoise_q = 15;
+};
+
+class ReferenceKey {
+ public:
+  ReferenceKey(uint32_t width, uint32_t height, const Colour &key, const KeyConstants &constants = {},
+               const KeySettings &settings = {});
+
+  // The alpha of the next frame.
+  std::vector<float> Next(const std::vector<uint8_t> &rgba);
+
+  float Mixing() const { return mixing_; }  // 0 encoded, 1 linear
+  struct Cell {
+    float light, deviation, certainty, ratio;
+  };
+  const std::vector<Cell> &Map() const { return map_; }
+  // Of the mixing, above `mixing_green` or `mixing_blue` linear.
+  double Evidence() const { return weight_ > 0 ? evidence_ / weight_ : 0; }
+
+ private:
+  struct Pixel {
+    float raw, along, luma, most;
+  };
+  Pixel At(const uint8_t *rgba) const;
+  void FindCells(const std::vector<uint8_t> &rgba);
+  void FollowRatio();
+  void FillMap();
+  void FindMixing(const std::vector<uint8_t> &rgba);
+  Cell MapAt(float u, float v) const;
+  float Transparency(const Pixel &pixel, const Cell &cell) const;
+  void Filter(const std::vector<float> &raw, const std::vector<float> &deviation);
+
+  uint32_t width_, height_;
+  KeyConstants constants_;
+  KeySettings settings_;
+  bool blue_ = false;
+  float x_ = 0, y_ = 1, z_ = 0;        // the key's direction and length
+  float key_luma_ = 0, key_most_ = 0;  // its luma, the greater of its other channels
+  float inner_ = 0, outer_ = 0;
+  std::vector<Cell> cells_, map_;
+  float ratio_ = 1;
+  float mixing_ = 0.5f;
+  double evidence_ = 0, weight_ = 0;
+  bool started_ = false;
+  std::vector<float> state_, variance_;
+};
+
+}  // namespace keyer_bench

@@ -1,0 +1,112 @@
+// The map of the backing on the graphics recorder: its targets, what it keeps, and that the key does not need it.
+#include "greenscreen/passes/backing_map_pass.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "fixtures/module/green_screen_pass_fixture.h"
+
+namespace vanta_test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class BackingMapPass : public GreenScreenPassFixture {
+ protected:
+  BackingMapPass() { pass_.Bind(effect_); }
+  ~BackingMapPass() override {
+    gs_recorder::AllowAll();
+    pass_.Release();
+  }
+
+  void Run() {
+    gs_recorder::Clear();
+    pass_.Run(effect_, input_);
+  }
+  static size_t TargetsMade() {
+    const std::vector<std::string> calls = gs_recorder::Calls();
+    return static_cast<size_t>(std::count_if(calls.begin(), calls.end(), [](const std::string &call) {
+      return call.rfind("gs_texrender_create(", 0) == 0;
+    }));
+  }
+  // The first value of the flag in a frame: whether there was something to go on from.
+  static std::string HadPrevious() { return Values("mixing_flag").front(); }
+
+  vanta::BackingMapPass pass_;
+  vanta::BeforeKey input_{kSize, &source_, &key_, 1, {}};
+};
+
+TEST_F(BackingMapPass, DrawsCellsMapEvidenceAndWhatIsKeptOfIt) {
+  Run();
+  EXPECT_THAT(Passes(), ElementsAre("BackingCells texrender1 48x27", "BackingMap texrender2 48x27",
+                                    "MixingCells texrender3 48x27", "Mixing texrender5 1x1"));
+  EXPECT_THAT(Values("backing_flag"), ElementsAre("1"));
+  EXPECT_EQ(Values("backing_tex").back(), "texrender2.texture");
+}
+
+TEST_F(BackingMapPass, MakesItsTargetsOnceAndNotBeforeItRuns) {
+  EXPECT_EQ(TargetsMade(), 0u);
+  Run();
+  EXPECT_EQ(TargetsMade(), 5u);
+  Run();
+  EXPECT_EQ(TargetsMade(), 0u);
+}
+
+TEST_F(BackingMapPass, GoesOnFromTheFrameBefore) {
+  Run();
+  EXPECT_EQ(HadPrevious(), "0");
+  Run();
+  EXPECT_EQ(HadPrevious(), "1");
+}
+
+TEST_F(BackingMapPass, BeginsAnewWithAnotherSize) {
+  Run();
+  input_.size.width *= 2;
+  Run();
+  EXPECT_EQ(HadPrevious(), "0");
+}
+
+TEST_F(BackingMapPass, BeginsAnewWithAnotherKey) {
+  Run();
+  input_.settings.key_color[2] = 0.5f;
+  Run();
+  EXPECT_EQ(HadPrevious(), "0");
+}
+
+TEST_F(BackingMapPass, SaysThatThereIsNoMapWhereATargetIsLost) {
+  for (const char *call : {"gs_texrender_create", "gs_texrender_begin(texrender1", "gs_texrender_begin(texrender2",
+                           "gs_texrender_begin(texrender3"}) {
+    gs_recorder::FailAll(call);
+    Run();
+    EXPECT_EQ(Values("backing_flag").back(), "0") << call;
+    EXPECT_EQ(Values("backing_tex").back(), "null") << call;
+    gs_recorder::AllowAll();
+  }
+  EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(BackingMapPass, SetsTheMapAgainForTheSpill) {
+  Run();
+  gs_recorder::Clear();
+  pass_.SetForSpill(input_);
+  EXPECT_THAT(Values("backing_tex"), ElementsAre("texrender2.texture"));
+  EXPECT_THAT(Values("backing_flag"), ElementsAre("1"));
+}
+
+TEST_F(BackingMapPass, IsOffWhereTheFileLacksAnyOfIt) {
+  for (const char *name : {"BackingCells", "BackingMap", "MixingCells", "Mixing", "backing_tex", "mixing_cells_tex",
+                           "mixing_tex", "backing_flag", "mixing_flag", "key_color", "frame_texel"}) {
+    pass_.Release();
+    LoadWithout({name});
+    pass_.Bind(effect_);
+    Run();
+    EXPECT_THAT(Passes(), IsEmpty()) << name;
+    EXPECT_EQ(TargetsMade(), 0u) << name;
+    EXPECT_THAT(Errors(), IsEmpty()) << name;
+  }
+}
+
+}  // namespace
+}  // namespace vanta_test
