@@ -139,6 +139,34 @@ void FindLips(const FaceCues &face, Mouth &mouth) {
   mouth.bottom = face.Y(static_cast<float>(bottom) + Crossing(at(bottom), at(bottom + 1), level_below));
 }
 
+// Between closed lips there is a thin dark line, between open ones the dark of the mouth.
+void FindGap(const FaceCues &face, Mouth &mouth) {
+  constexpr float kReach = 0.1F;
+  constexpr float kThinGap = 0.1F;  // units: no more than the line
+  constexpr float kWideGap = 0.15F;
+  constexpr float kFaintGap = 10;  // luma codes
+  constexpr float kClearGap = 25;
+  const float middle = (mouth.left.x + mouth.right.x) * 0.5F;
+  const cv::Range columns(face.NearestColumn(middle - kReach), face.NearestColumn(middle + kReach) + 1);
+  cv::Mat dark;
+  cv::reduce(face.lines.colRange(columns), dark, 1, cv::REDUCE_AVG);
+  const int first = face.NearestRow(mouth.line - 0.1F);
+  const int last = face.NearestRow(mouth.line + 0.3F);
+  int peak = first;
+  for (int row = first; row <= last; ++row) {
+    if (dark.at<float>(row) > dark.at<float>(peak)) peak = row;
+  }
+  const float half = dark.at<float>(peak) * 0.5F;
+  int top = peak;
+  while (top > first && dark.at<float>(top - 1) > half) --top;
+  int bottom = peak;
+  while (bottom < last && dark.at<float>(bottom + 1) > half) ++bottom;
+  mouth.gap_top = face.Y(static_cast<float>(top) - 0.5F);
+  mouth.gap_bottom = face.Y(static_cast<float>(bottom) + 0.5F);
+  mouth.gap_confidence = Clamped01((mouth.gap_bottom - mouth.gap_top - kThinGap) / (kWideGap - kThinGap)) *
+                         Clamped01((dark.at<float>(peak) - kFaintGap) / (kClearGap - kFaintGap));
+}
+
 }  // namespace
 
 Mouth FindMouth(const FaceCues &face) {
@@ -154,6 +182,7 @@ Mouth FindMouth(const FaceCues &face) {
   mouth.line = std::min(face.Y(static_cast<float>(line.rows[middle])), corners + 0.08F);
   mouth.confidence = Clamped01((std::min(left.strength, right.strength) - 4) / 12);
   FindLips(face, mouth);
+  FindGap(face, mouth);
   return mouth;
 }
 

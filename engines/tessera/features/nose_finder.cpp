@@ -1,4 +1,5 @@
 #include <array>
+#include <vector>
 
 #include "features/face_features.h"
 #include "vision/numbers.h"
@@ -11,31 +12,60 @@ constexpr float kNostrilHeight = 0.67F;
 constexpr float kNostrilSpread = 0.08F;
 constexpr float kNostrilAside = 0.16F;
 constexpr float kNostrilAsideSpread = 0.08F;
+constexpr float kTurnedAside = 0.25F;
 
 }  // namespace
 
-Nose FindNose(const FaceCues &face) {
-  std::array<cv::Point2f, 2> places;
-  std::array<float, 2> strengths{};
-  for (const size_t side : {0U, 1U}) {
-    const float sign = side == 0 ? -1.0F : 1.0F;
-    for (int row = face.NearestRow(0.5F); row <= face.NearestRow(0.84F); ++row) {
-      const float y = face.Y(static_cast<float>(row));
-      for (float x = 0.06F; x <= 0.27F; x += 0.0125F) {
-        const float here = face.spots.at<float>(row, face.NearestColumn(sign * x)) *
-                           Bell(y - kNostrilHeight, kNostrilSpread) * Bell(x - kNostrilAside, kNostrilAsideSpread);
-        if (here <= strengths[side]) continue;
-        strengths[side] = here;
-        places[side] = {sign * x, y};
-      }
+namespace {
+
+struct Nostril {
+  cv::Point2f place;
+  float strength = 0;
+};
+
+// The darkest spot on one side of a nose whose middle is `aside`.
+Nostril FindNostril(const FaceCues &face, float sign, float aside) {
+  static const std::vector<float> bells = [] {
+    std::vector<float> made;
+    for (float x = 0.06F; x <= 0.27F; x += 0.0125F) made.push_back(Bell(x - kNostrilAside, kNostrilAsideSpread));
+    return made;
+  }();
+  Nostril best;
+  for (int row = face.NearestRow(0.5F); row <= face.NearestRow(0.84F); ++row) {
+    const float y = face.Y(static_cast<float>(row));
+    const float bell = Bell(y - kNostrilHeight, kNostrilSpread);
+    for (size_t i = 0; i < bells.size(); ++i) {
+      const float x = aside + sign * (0.06F + 0.0125F * static_cast<float>(i));
+      const float here = face.spots.at<float>(row, face.NearestColumn(x)) * bell * bells[i];
+      if (here <= best.strength) continue;
+      best.strength = here;
+      best.place = {x, y};
     }
   }
+  return best;
+}
+
+}  // namespace
+
+// In a head that turns aside the nose goes far from the middle between the pupils.
+Nose FindNose(const FaceCues &face) {
+  std::array<Nostril, 2> best;
+  float best_score = 0;
+  for (int step = -6; step <= 6; ++step) {
+    const float aside = 0.06F * static_cast<float>(step);
+    const Nostril left = FindNostril(face, -1, aside);
+    const Nostril right = FindNostril(face, 1, aside);
+    const float score = (left.strength + right.strength) * Bell(aside, kTurnedAside);
+    if (score <= best_score) continue;
+    best_score = score;
+    best = {left, right};
+  }
   Nose nose;
-  const float both = strengths[0] + strengths[1];
+  const float both = best[0].strength + best[1].strength;
   if (both <= 0) return nose;
-  nose.nostrils.x = (places[0].x + places[1].x) * 0.5F;
-  nose.nostrils.y = (places[0].y * strengths[0] + places[1].y * strengths[1]) / both;
-  nose.confidence = Clamped01((std::min(strengths[0], strengths[1]) - 1.5F) / 5);
+  nose.nostrils.x = (best[0].place.x + best[1].place.x) * 0.5F;
+  nose.nostrils.y = (best[0].place.y * best[0].strength + best[1].place.y * best[1].strength) / both;
+  nose.confidence = Clamped01((std::min(best[0].strength, best[1].strength) - 1.5F) / 5);
   return nose;
 }
 

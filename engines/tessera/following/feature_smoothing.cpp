@@ -51,6 +51,9 @@ void Smooth(Features &smooth, const Features &found) {
   }
   StepConfidence(smooth.mouth.confidence, found.mouth.confidence);
   StepConfidence(smooth.mouth.lips_confidence, found.mouth.lips_confidence);
+  Step(smooth.mouth.gap_top, found.mouth.gap_top);
+  Step(smooth.mouth.gap_bottom, found.mouth.gap_bottom);
+  smooth.mouth.gap_confidence += (found.mouth.gap_confidence - smooth.mouth.gap_confidence) * kMovingPart;
   Step(smooth.nose.nostrils, found.nose.nostrils);
   StepConfidence(smooth.nose.confidence, found.nose.confidence);
   for (size_t side = 0; side < 2; ++side) {

@@ -184,7 +184,7 @@ std::vector<FoundFace> KnownFaces::Shown(cv::Size size, float scale) const {
     face.box = ExpandedBox(face.points, place.unit, size);
     face.confidence = Clamped01((known.correlation - kBadCorrelation) / (kSureCorrelation - kBadCorrelation));
     face.mouth_open = MouthOpening(known.features.mouth);
-    face.mouth_confidence = known.features.mouth.lips_confidence;
+    face.mouth_confidence = std::max(known.features.mouth.lips_confidence, known.features.mouth.gap_confidence);
     for (size_t side = 0; side < 2; ++side) {
       face.eyes_open[side] = known.features.lids[side].open;
       face.eyes_confidence[side] = known.features.lids[side].confidence;

@@ -6,8 +6,9 @@
 namespace tessera {
 namespace {
 
-constexpr int kRounds = 5;
-constexpr float kTukey = 4.685F;          // of standard deviations: nothing beyond that counts
+constexpr int kRounds = 10;
+constexpr int kFirstRounds = 6;   // by absolute distances: many points that are wrong alike do not draw the start aside
+constexpr float kTukey = 4.685F;  // of standard deviations: nothing beyond that counts
 constexpr float kSpreadOfMedian = 1.48F;  // a standard deviation by the median of what is left over
 
 // x' = a * x - b * y + shift.x, y' = b * x + a * y + shift.y.
@@ -74,6 +75,10 @@ std::optional<Placement> FitSimilarity(const std::vector<cv::Point2f> &from, con
     const float reach = kTukey * std::max(kSpreadOfMedian * *middle, 1e-4F);
     agree = 0;
     for (size_t i = 0; i < from.size(); ++i) {
+      if (round < kFirstRounds) {
+        weights[i] = 1 / std::max(off[i], 1e-3F);
+        continue;
+      }
       const float part = off[i] / reach;
       const float rest = 1 - part * part;
       weights[i] = rest > 0 ? rest * rest : 0;

@@ -44,6 +44,12 @@ MouthShape ShapeOf(const std::vector<cv::Point2f> &mean, const Mouth &mouth) {
   const float thickness = std::min(1.0F, height / (upper + lower));
   shape.upper_bottom = shape.upper_top + upper * thickness;
   shape.lower_top = shape.lower_bottom - lower * thickness;
+  // The dark between open lips is surer than their colour; the lips go along with it.
+  const float open = mouth.gap_confidence;
+  shape.upper_bottom = Mixed(shape.upper_bottom, mouth.gap_top, open);
+  shape.lower_top = Mixed(shape.lower_top, mouth.gap_bottom, open);
+  shape.upper_top = std::min(shape.upper_top, shape.upper_bottom - 0.5F * upper);
+  shape.lower_bottom = std::max(shape.lower_bottom, shape.lower_top + 0.8F * lower * open);
   return shape;
 }
 
@@ -113,7 +119,7 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
   const float usual_nostrils = mean[kNoseTip].y + 0.07F;
   const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);
   const float nose_down = nose_off * features.nose.confidence;
-  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.12F, 0.12F) * features.nose.confidence;
+  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.35F, 0.35F) * features.nose.confidence;
   const float usual_brow = BrowHeight(mean);
 
   std::vector<cv::Point2f> points;
