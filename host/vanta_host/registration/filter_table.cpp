@@ -5,8 +5,11 @@
 
 #include <obs.hpp>
 
+#include "controls/key_picker.h"
+#include "pages/landmark_page.h"
 #include "registration/ability_handlers.h"
 #include "registration/engine_watch.h"
+#include "registration/filter_pages.h"
 #include "registration/module_control.h"
 #include "vanta_filter/module/host_frame.h"
 #include "vanta_host.h"
@@ -42,16 +45,20 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
 
 void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *source) {
   if (type == kBeautyType) RemoveForeignHandler(settings);
-  void *data = types_[type].create.load()(settings, source);
+  const OBSData read = BeforeCreation(type, source, settings);
+  void *data = types_[type].create.load()(read, source);
   if (data) {
     MutexLock lock(mutex_);
     instances_.push_back({source, data, type});
+  } else {
+    AfterEnd(type, source);
   }
   control_ = FindControl();
   return data;
 }
 
 void FilterTable::Destroy(size_t type, void *data) {
+  if (obs_source_t *source = SourceOf(type, data)) AfterEnd(type, source);
   {
     MutexLock lock(mutex_);
     std::erase_if(instances_, [&](const Instance &instance) {
@@ -70,13 +77,19 @@ obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_f
   return types_[type].filter_video.load()(data, frame);
 }
 
-void FilterTable::Update(void *data, obs_data_t *settings) {
+void FilterTable::Update(size_t type, void *data, obs_data_t *settings) {
+  const auto update = types_[type].update.load();
+  if (type == kGreenScreenType) {
+    for (const OBSData &read : GreenScreenUpdates(settings)) update(data, read);
+    return;
+  }
   RemoveForeignHandler(settings);
+  if (obs_source_t *source = SourceOf(type, data)) TakeBeautyUpdate(source, settings);
   // `settings` are the source's own: another thread's update may put the address back while the module reads.
   const OBSDataAutoRelease copy = obs_data_create();
   obs_data_apply(copy, settings);
   RemoveForeignHandler(copy);
-  types_[kBeautyType].update.load()(data, copy);
+  update(data, copy);
 }
 
 bool FilterTable::IsPassedBy() const {
@@ -84,12 +97,14 @@ bool FilterTable::IsPassedBy() const {
   return PicturesPass() || (control && control->GetFacelessJumpInfo().need_jump);
 }
 
-void FilterTable::VideoRender(void *data, gs_effect_t *effect) {
-  obs_source_t *source = IsPassedBy() ? SourceOf(kBeautyType, data) : nullptr;
-  if (source && obs_filter_get_parent(source))
+void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
+  obs_source_t *source = SourceOf(type, data);
+  if (source && !obs_filter_get_parent(source)) source = nullptr;
+  if (source && (type == kBeautyType ? IsPassedBy() : ShowsUnkeyed(source)))
     obs_source_skip_video_filter(source);
   else
-    types_[kBeautyType].video_render.load()(data, effect);
+    types_[type].video_render.load()(data, effect);
+  if (source && type == kLandmarkType) DrawLandmarks(source);
 }
 
 obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {
