@@ -7,11 +7,13 @@
 #include <util/platform.h>
 
 #include "controls/face_watch.h"
+#include "controls/frontend.h"
 #include "pages/page_refresh.h"
 #include "registration/adapter.h"
 #include "registration/engine_watch.h"
 #include "registration/supervision.h"
 #include "remote/hotkeys.h"
+#include "remote/websocket_vendor.h"
 #include "reports/report_history.h"
 #include "textures/gl_context.h"
 #include "textures/texture_registry.h"
@@ -77,16 +79,28 @@ void LeavePlainLocale() {
 
 void OnTick(void *, float) {
   vanta_host::Pages().Tick(os_gettime_ns());
+  vanta_host::TickWebsocket(os_gettime_ns());
 }
+
+// The websocket's handler dies after the program's end has begun, and before the graphics thread.
+void OnFrontendEvent(obs_frontend_event event, void *) {
+  if (event == OBS_FRONTEND_EVENT_EXIT) vanta_host::StopWebsocket();
+}
+
+using EventCallbacks = void(obs_frontend_event_cb, void *);
 
 void Connect() {
   signal_handler_connect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
   signal_handler_connect(obs_get_signal_handler(), kFaceSignal, vanta_host::OnFacePoints, nullptr);
   obs_add_tick_callback(OnTick, nullptr);
+  if (auto *add = vanta_host::FrontendFunction<EventCallbacks>("obs_frontend_add_event_callback"))
+    add(OnFrontendEvent, nullptr);
 }
 
 void Disconnect() {
   vanta_host::UnregisterLookHotkeys();
+  if (auto *remove = vanta_host::FrontendFunction<EventCallbacks>("obs_frontend_remove_event_callback"))
+    remove(OnFrontendEvent, nullptr);
   obs_remove_tick_callback(OnTick, nullptr);
   signal_handler_disconnect(obs_get_signal_handler(), kFaceSignal, vanta_host::OnFacePoints, nullptr);
   signal_handler_disconnect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
@@ -96,6 +110,7 @@ void ForgetSession() {
   vanta_host::ForgetEngine();
   vanta_host::ForgetFaces();
   vanta_host::ForgetLookHotkeys();
+  vanta_host::ForgetWebsocket();
   vanta_host::ForgetAdapter();
   vanta_host::ForgetRenderer();
   vanta_host::TextureRegistry::Instance().Clear();
