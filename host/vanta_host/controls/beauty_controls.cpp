@@ -40,8 +40,6 @@ void BeautyControls::Forget(obs_source_t *filter) {
   std::erase(filters_, filter);
   if (!filters_.empty()) return;
   look_ = BeautyLook();
-  foreign_ = false;
-  snapshot_base_ = FacelessEngineSnapshot();
   LearnIdle();
   if (snapshot_sent_) SendSnapshot();
   snapshot_sent_ = false;
@@ -67,18 +65,6 @@ void BeautyControls::SetLook(const BeautyLook &look) {
   Mirror(nullptr);
 }
 
-void BeautyControls::SetSnapshotBase(const FacelessEngineSnapshot &snapshot) {
-  MutexLock lock(mutex_);
-  snapshot_base_ = snapshot;
-  SendSnapshot();
-}
-
-void BeautyControls::NoteForeignCommand() {
-  MutexLock lock(mutex_);
-  foreign_ = true;
-  LearnIdle();
-}
-
 // The snapshot goes first: an engine that starts in between has the look by it, and then takes the commands as well.
 void BeautyControls::Change(const BeautyLook &look) {
   const BeautyLook before = look_;
@@ -96,7 +82,7 @@ void BeautyControls::Change(const BeautyLook &look) {
 void BeautyControls::SendSnapshot() {
   ILumivex *control = Control();
   if (!control) return;
-  FacelessEngineSnapshot snapshot = snapshot_base_;
+  FacelessEngineSnapshot snapshot;
   PutIntoSnapshot(look_, ModuleFolders(), snapshot);
   control->SetEngineSnapshot(snapshot);
   snapshot_sent_ = true;
@@ -114,7 +100,7 @@ void BeautyControls::Mirror(const obs_source_t *except) {
 }
 
 void BeautyControls::LearnIdle() {
-  idle_ = !filters_.empty() && !foreign_ && look_.IsOff();
+  idle_ = !filters_.empty() && look_.IsOff();
 }
 
 }  // namespace vanta_host

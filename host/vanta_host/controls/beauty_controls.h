@@ -31,13 +31,8 @@ class BeautyControls {
   BeautyLook Look() const;
   // Does nothing while there is no filter.
   void SetLook(const BeautyLook &look);
-  // What stands below the look in each snapshot, for who gives one of their own.
-  void SetSnapshotBase(const FacelessEngineSnapshot &snapshot);
-
-  // Frames need not go through an engine: the look is off, and nobody has sent other commands. Waits for nothing.
+  // Frames need not go through an engine: the look is off. Waits for nothing.
   bool IsIdle() const { return idle_; }
-  // A command that the look knows nothing of has been sent: frames go through the engine until the last filter dies.
-  void NoteForeignCommand();
   // Rises with each change of the look. Waits for nothing.
   uint64_t Changes() const { return changes_; }
 
@@ -49,9 +44,7 @@ class BeautyControls {
 
   mutable vanta::Mutex mutex_;  // commands are sent under it: their order is that of the changes
   BeautyLook look_ VANTA_GUARDED_BY(mutex_);
-  FacelessEngineSnapshot snapshot_base_ VANTA_GUARDED_BY(mutex_);
   bool snapshot_sent_ VANTA_GUARDED_BY(mutex_) = false;
-  bool foreign_ VANTA_GUARDED_BY(mutex_) = false;
   std::vector<obs_source_t *> filters_ VANTA_GUARDED_BY(mutex_);
   std::atomic<bool> idle_{false};
   std::atomic<uint64_t> changes_{0};

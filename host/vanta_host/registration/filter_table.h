@@ -5,11 +5,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <obs.h>
 
+#include "registration/frame_gate.h"
 #include "vanta_base/mutex.h"
 #include "vanta_filter/engine/i_faceless.h"
 #include "vanta_filter/module/source_record.h"
@@ -34,7 +36,7 @@ class FilterTable {
 
   void *Create(size_t type, obs_data_t *settings, obs_source_t *source);
   void Destroy(size_t type, void *data);
-  // Without an engine the beauty filter's frame is returned as it is, with its dump mark.
+  // Without an engine, and while its look is off, the beauty filter's frame is returned as it is, with its dump mark.
   obs_source_frame *FilterVideo(size_t type, void *data, obs_source_frame *frame);
   // For beauty and green screen. The module reads a copy of the settings: without a foreign address, with a complete
   // config.
@@ -63,11 +65,13 @@ class FilterTable {
     obs_source_t *source;
     void *data;
     size_t type;
-    uint32_t mark = 0;  // of its next frame; 0: none
+    std::shared_ptr<FrameGate> gate;  // of a beauty filter
+    uint32_t mark = 0;                // of its next frame; 0: none
   };
 
   uint32_t TakeMark(const void *data);
-  bool IsPassedBy() const;
+  std::shared_ptr<FrameGate> GateOf(const void *data) const;
+  bool IsPassedBy(const void *data) const;
 
   std::array<Type, kTypes> types_;
   std::atomic<size_t> marks_{0};  // instances with a mark: a frame of a process without marks takes no lock
