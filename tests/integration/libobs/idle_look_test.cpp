@@ -59,7 +59,7 @@ TEST_F(IdleLook, CostsNoWorkOnceTheEngineHasTheCommands) {
 
 TEST_F(IdleLook, ShowsNoOldPictureWhenItComesBack) {
   SetAll(0);
-  for (int i = 0; i < 5; ++i) FeedThrough(source_, chain_, MakeFrame(kAfter));
+  for (int i = 0; i < 5; ++i) FeedThrough(source_, chain_, MakeFrame(kBefore));
   SetAll(30);
   chain_.behind.TakeFrames();
   const uint64_t processed = scripted_engine::FramesProcessed();
