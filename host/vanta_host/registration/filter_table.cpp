@@ -5,9 +5,14 @@
 
 #include <obs.hpp>
 
+#include "controls/beauty_controls.h"
+#include "controls/key_picker.h"
+#include "pages/landmark_page.h"
 #include "registration/ability_handlers.h"
 #include "registration/engine_watch.h"
+#include "registration/filter_pages.h"
 #include "registration/module_control.h"
+#include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/module/host_frame.h"
 #include "vanta_host.h"
 
@@ -42,16 +47,22 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
 
 void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *source) {
   if (type == kBeautyType) RemoveForeignHandler(settings);
-  void *data = types_[type].create.load()(settings, source);
+  const OBSData read = BeforeCreation(type, source, settings);
+  std::shared_ptr<FrameGate> gate;
+  if (type == kBeautyType) gate = std::make_shared<FrameGate>(Controls().Changes());
+  void *data = types_[type].create.load()(read, source);
   if (data) {
     MutexLock lock(mutex_);
-    instances_.push_back({source, data, type});
+    instances_.push_back({source, data, type, std::move(gate)});
+  } else {
+    AfterEnd(type, source);
   }
   control_ = FindControl();
   return data;
 }
 
 void FilterTable::Destroy(size_t type, void *data) {
+  if (obs_source_t *source = SourceOf(type, data)) AfterEnd(type, source);
   {
     MutexLock lock(mutex_);
     std::erase_if(instances_, [&](const Instance &instance) {
@@ -66,30 +77,55 @@ void FilterTable::Destroy(size_t type, void *data) {
 obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_frame *frame) {
   // libobs recycles frame records with their tail as it was, so an old mark has to go from every frame.
   if (frame) vanta::SetDumpId(frame, TakeMark(data));
-  if (type == kBeautyType && PicturesPass()) return frame;
-  return types_[type].filter_video.load()(data, frame);
+  const auto filter_video = types_[type].filter_video.load();
+  if (type != kBeautyType) return filter_video(data, frame);
+  if (PicturesPass()) return frame;
+  const std::shared_ptr<FrameGate> gate = GateOf(data);
+  if (!gate) return filter_video(data, frame);
+  // A dump and face points from the engine need it.
+  const bool idle = Controls().IsIdle() && !FacePointByLX() && !(frame && vanta::GetDumpId(frame) != 0);
+  return gate->Filter(idle, Controls().Changes(), filter_video, data, frame);
 }
 
-void FilterTable::Update(void *data, obs_data_t *settings) {
+void FilterTable::Update(size_t type, void *data, obs_data_t *settings) {
+  const auto update = types_[type].update.load();
+  if (type == kGreenScreenType) {
+    for (const OBSData &read : GreenScreenUpdates(settings)) update(data, read);
+    return;
+  }
   RemoveForeignHandler(settings);
+  if (obs_source_t *source = SourceOf(type, data)) TakeBeautyUpdate(source, settings);
   // `settings` are the source's own: another thread's update may put the address back while the module reads.
   const OBSDataAutoRelease copy = obs_data_create();
   obs_data_apply(copy, settings);
   RemoveForeignHandler(copy);
-  types_[kBeautyType].update.load()(data, copy);
+  update(data, copy);
 }
 
-bool FilterTable::IsPassedBy() const {
+std::shared_ptr<FrameGate> FilterTable::GateOf(const void *data) const {
+  MutexLock lock(mutex_);
+  const auto found = std::find_if(instances_.begin(), instances_.end(), [&](const Instance &instance) {
+    return instance.data == data && instance.type == kBeautyType;
+  });
+  return found == instances_.end() ? nullptr : found->gate;
+}
+
+bool FilterTable::IsPassedBy(const void *data) const {
+  if (PicturesPass()) return true;
   ILumivex *control = control_;
-  return PicturesPass() || (control && control->GetFacelessJumpInfo().need_jump);
+  if (control && control->GetFacelessJumpInfo().need_jump) return true;
+  const std::shared_ptr<FrameGate> gate = GateOf(data);
+  return gate && gate->PassesBy();
 }
 
-void FilterTable::VideoRender(void *data, gs_effect_t *effect) {
-  obs_source_t *source = IsPassedBy() ? SourceOf(kBeautyType, data) : nullptr;
-  if (source && obs_filter_get_parent(source))
+void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
+  obs_source_t *source = SourceOf(type, data);
+  if (source && !obs_filter_get_parent(source)) source = nullptr;
+  if (source && (type == kBeautyType ? IsPassedBy(data) : ShowsUnkeyed(source)))
     obs_source_skip_video_filter(source);
   else
-    types_[kBeautyType].video_render.load()(data, effect);
+    types_[type].video_render.load()(data, effect);
+  if (source && type == kLandmarkType) DrawLandmarks(source);
 }
 
 obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {

@@ -5,11 +5,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <obs.h>
 
+#include "registration/frame_gate.h"
 #include "vanta_base/mutex.h"
 #include "vanta_filter/engine/i_faceless.h"
 #include "vanta_filter/module/source_record.h"
@@ -22,9 +24,11 @@ namespace vanta_host {
 // MarkNextFrame, GetDumpJson any that holds a reference on the source.
 class FilterTable {
  public:
-  // The beauty filter's, kept for it however many others register.
+  // The module's three, kept for them however many others register.
   static constexpr size_t kBeautyType = 0;
-  static constexpr size_t kTypes = 17;
+  static constexpr size_t kGreenScreenType = 1;
+  static constexpr size_t kLandmarkType = 2;
+  static constexpr size_t kTypes = 19;
   static constexpr size_t kNoType = SIZE_MAX;
 
   // The index of the record's type; kNoType when the table is full. A type that registers again keeps its index.
@@ -32,13 +36,17 @@ class FilterTable {
 
   void *Create(size_t type, obs_data_t *settings, obs_source_t *source);
   void Destroy(size_t type, void *data);
-  // Without an engine the beauty filter's frame is returned as it is, with its dump mark.
+  // Without an engine, and while its look is off, the beauty filter's frame is returned as it is, with its dump mark.
   obs_source_frame *FilterVideo(size_t type, void *data, obs_source_frame *frame);
-  // For the beauty filter. The module reads a copy of the settings, without a foreign address.
-  void Update(void *data, obs_data_t *settings);
-  // For the beauty filter. Where its frames pass untouched it is not drawn either: what it would draw is an older
-  // frame.
-  void VideoRender(void *data, gs_effect_t *effect);
+  // For beauty and green screen. The module reads a copy of the settings: without a foreign address, with a complete
+  // config.
+  void Update(size_t type, void *data, obs_data_t *settings);
+  // For the module's three. A beauty filter whose frames pass untouched is not drawn either: what it would draw is an
+  // older frame.
+  void VideoRender(size_t type, void *data, gs_effect_t *effect);
+
+  // Null for an instance that is not known.
+  obs_source_t *SourceOf(size_t type, const void *data) const;
 
   bool MarkNextFrame(obs_source_t *source, uint32_t id);
   bool GetDumpJson(obs_source_t *source, const char **text, uint32_t *length) const;
@@ -57,12 +65,13 @@ class FilterTable {
     obs_source_t *source;
     void *data;
     size_t type;
-    uint32_t mark = 0;  // of its next frame; 0: none
+    std::shared_ptr<FrameGate> gate;  // of a beauty filter
+    uint32_t mark = 0;                // of its next frame; 0: none
   };
 
   uint32_t TakeMark(const void *data);
-  obs_source_t *SourceOf(size_t type, const void *data) const;
-  bool IsPassedBy() const;
+  std::shared_ptr<FrameGate> GateOf(const void *data) const;
+  bool IsPassedBy(const void *data) const;
 
   std::array<Type, kTypes> types_;
   std::atomic<size_t> marks_{0};  // instances with a mark: a frame of a process without marks takes no lock
@@ -70,7 +79,8 @@ class FilterTable {
   std::atomic<ILumivex *> control_{nullptr};  // the module's, found when it made a filter
 
   mutable vanta::Mutex mutex_;
-  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_){"face_beauty_filter_v2"};  // by type
+  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_){"face_beauty_filter_v2", "LX_green_screen_filter",
+                                                         "tessera_landmark_filter"};  // by type
   std::vector<Instance> instances_ VANTA_GUARDED_BY(mutex_);
 };
 

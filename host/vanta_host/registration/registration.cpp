@@ -7,6 +7,7 @@
 #include "registration/filter_table.h"
 #include "registration/module_control.h"
 #include "registration/public_record.h"
+#include "remote/hotkeys.h"
 #include "vanta_host.h"
 
 namespace {
@@ -19,6 +20,10 @@ bool IsRegistered(const char *id) {
   return false;
 }
 
+bool IsBeautyFilter(const HostSourceInfo &record) {
+  return std::strcmp(record.id, "face_beauty_filter_v2") == 0;
+}
+
 void RegisterLongRecord(const HostSourceInfo &record) {
   obs_source_info info = vanta_host::PublicRecord(record);
   // libobs refuses an id that it has; the callbacks of the one that it keeps must stay in the table.
@@ -26,6 +31,7 @@ void RegisterLongRecord(const HostSourceInfo &record) {
     vanta_host::RememberModule(reinterpret_cast<const void *>(record.create));
     if (!vanta_host::InstallTrampolines(record, info))
       blog(LOG_WARNING, "[vanta_host] no room for %s: its frames cannot be marked for a dump", record.id);
+    if (IsBeautyFilter(record)) vanta_host::RegisterLookHotkeys();
   }
   obs_register_source_s(&info, vanta_host::kPublicSourceInfoSize);
 }

@@ -1,13 +1,19 @@
-// What belongs to one obs_startup(): the declarations of the module's signals, the subscription to one of them, and the
-// character type locale.
+// What belongs to one obs_startup(): the declarations of the module's signals, the subscriptions to two of them, and
+// the character type locale.
 #include <clocale>
 #include <cstring>
 
 #include <obs.h>
+#include <util/platform.h>
 
+#include "controls/face_watch.h"
+#include "controls/frontend.h"
+#include "pages/page_refresh.h"
 #include "registration/adapter.h"
 #include "registration/engine_watch.h"
 #include "registration/supervision.h"
+#include "remote/hotkeys.h"
+#include "remote/websocket_vendor.h"
 #include "reports/report_history.h"
 #include "textures/gl_context.h"
 #include "textures/texture_registry.h"
@@ -20,6 +26,7 @@ using vanta::Mutex;
 using vanta::MutexLock;
 
 constexpr const char *kFilterSignal = "vanta_filter_callback";
+constexpr const char *kFaceSignal = "TesseraFacePointRet";
 constexpr const char *kSignals[] = {
     "void vanta_filter_callback(int type, string type_func, string data_str)",
     "void zt_magic_callback(bool disable_beautify, bool disable_deform, bool disable_makeup, bool disable_filter, "
@@ -70,8 +77,40 @@ void LeavePlainLocale() {
   if (IsPlainLocale()) std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
+void OnTick(void *, float) {
+  vanta_host::Pages().Tick(os_gettime_ns());
+  vanta_host::TickWebsocket(os_gettime_ns());
+}
+
+// The websocket's handler dies after the program's end has begun, and before the graphics thread.
+void OnFrontendEvent(obs_frontend_event event, void *) {
+  if (event == OBS_FRONTEND_EVENT_EXIT) vanta_host::StopWebsocket();
+}
+
+using EventCallbacks = void(obs_frontend_event_cb, void *);
+
+void Connect() {
+  signal_handler_connect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
+  signal_handler_connect(obs_get_signal_handler(), kFaceSignal, vanta_host::OnFacePoints, nullptr);
+  obs_add_tick_callback(OnTick, nullptr);
+  if (auto *add = vanta_host::FrontendFunction<EventCallbacks>("obs_frontend_add_event_callback"))
+    add(OnFrontendEvent, nullptr);
+}
+
+void Disconnect() {
+  vanta_host::UnregisterLookHotkeys();
+  if (auto *remove = vanta_host::FrontendFunction<EventCallbacks>("obs_frontend_remove_event_callback"))
+    remove(OnFrontendEvent, nullptr);
+  obs_remove_tick_callback(OnTick, nullptr);
+  signal_handler_disconnect(obs_get_signal_handler(), kFaceSignal, vanta_host::OnFacePoints, nullptr);
+  signal_handler_disconnect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
+}
+
 void ForgetSession() {
   vanta_host::ForgetEngine();
+  vanta_host::ForgetFaces();
+  vanta_host::ForgetLookHotkeys();
+  vanta_host::ForgetWebsocket();
   vanta_host::ForgetAdapter();
   vanta_host::ForgetRenderer();
   vanta_host::TextureRegistry::Instance().Clear();
@@ -90,7 +129,7 @@ bool vanta_host_attach(void) {
     Mark();
   }
   if (!session.connected) {
-    signal_handler_connect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
+    Connect();
     session.connected = true;
     LeavePlainLocale();
   }
@@ -106,8 +145,7 @@ void vanta_host_detach(void) {
     session.connected = false;
   }
   // Waits for a signal in progress, so it stands outside the lock.
-  if (was_connected && obs_initialized())
-    signal_handler_disconnect(obs_get_signal_handler(), kFilterSignal, vanta_host::OnFilterSignal, nullptr);
+  if (was_connected && obs_initialized()) Disconnect();
   ForgetSession();
   vanta_host::StopWatchdog();
   // A subscriber may call libobs, which is about to end.

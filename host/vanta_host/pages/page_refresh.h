@@ -1,0 +1,48 @@
+// When a page that is open has to be made anew.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+#include <obs.h>
+
+#include "controls/filter_status.h"
+#include "vanta_base/mutex.h"
+
+namespace vanta_host {
+
+// A page that is made anew while a slider is dragged ends the drag, and with a colour or file dialog open the host
+// crashes. So only pages without those are, when what they say is no longer true, two seconds after the last change.
+// Borrows: filters, from Built to Forget.
+// Threads: any; Tick [tick].
+class PageRefresh {
+ public:
+  using Status = FilterStatus (*)(obs_source_t *filter);
+
+  // A page for the filter was made, with that state; `more` is whether it shows all of its settings.
+  void Built(obs_source_t *filter, Status status, const std::string &state, bool more);
+  void ShowsMore(obs_source_t *filter, bool more);
+  // The settings have changed; `more` is what they say now.
+  void Edited(obs_source_t *filter, bool more);
+  void Forget(obs_source_t *filter);
+  // Looks once a second, and asks for the pages that are out of date.
+  void Tick(uint64_t now_ns);
+
+ private:
+  struct Page {
+    Status status;
+    std::string state;
+    bool more;
+    bool outdated = false;  // what is visible no longer fits the settings
+    uint64_t edited_ns = 0;
+  };
+
+  vanta::Mutex mutex_;
+  std::map<obs_source_t *, Page> pages_ VANTA_GUARDED_BY(mutex_);
+  uint64_t looked_ns_ VANTA_GUARDED_BY(mutex_) = 0;
+};
+
+PageRefresh &Pages();  // the process's
+
+}  // namespace vanta_host

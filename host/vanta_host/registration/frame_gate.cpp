@@ -1,0 +1,51 @@
+#include "registration/frame_gate.h"
+
+#include "vanta_filter/module/host_frame.h"
+
+namespace vanta_host {
+namespace {
+
+constexpr int kMostUnderWay = 4;      // frames that a worker has at a time
+constexpr int kFramesForAChange = 2;  // the first one may find no free place
+constexpr long kNeverReleased = 0x7fffffff;
+
+}  // namespace
+
+obs_source_frame *FrameGate::Filter(bool idle, uint64_t changes, FilterVideo filter_video, void *data,
+                                    obs_source_frame *frame) {
+  if (!frame) return filter_video(data, frame);
+  if (idle) {
+    passes_by_ = true;
+    stale_ = kMostUnderWay;
+    if (changes != changes_) owed_ = kFramesForAChange;
+    changes_ = changes;
+    if (owed_ == 0) return frame;
+    --owed_;
+    Discard(filter_video, data, *frame);
+    return frame;
+  }
+  changes_ = changes;
+  owed_ = 0;
+  if (stale_ > 0) {
+    stale_ = Discard(filter_video, data, *frame) ? stale_ - 1 : 0;
+    return frame;
+  }
+  obs_source_frame *given = filter_video(data, frame);
+  if (given) passes_by_ = false;
+  return given;
+}
+
+// The module gives a frame back to libobs when it has no result: the copy belongs to nobody there, and stays ours.
+bool FrameGate::Discard(FilterVideo filter_video, void *data, const obs_source_frame &frame) {
+  obs_source_frame *copy = obs_source_frame_create(frame.format, frame.width, frame.height);
+  if (!copy) return false;
+  obs_source_frame_copy(copy, &frame);
+  vanta::SetDumpId(copy, 0);
+  copy->refs = kNeverReleased;
+  const bool delivered = filter_video(data, copy) == copy;
+  copy->refs = 0;
+  obs_source_frame_destroy(copy);
+  return delivered;
+}
+
+}  // namespace vanta_host

@@ -1,0 +1,55 @@
+"""The filters' window of a running OBS Studio, and a mouse in it. Needs xdotool and openbox on the display."""
+import os
+import subprocess
+import time
+
+from obs_client import await_value
+
+LIBDIR = "lib"
+LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
+FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
+
+
+def link_plugin(root, build, prefix):
+    """The plug-in of a build folder, where OBS Studio looks for it: below `prefix`."""
+    for source, target in ((os.path.join(build, "plugins/vanta_filter/vanta_filter.so"),
+                            f"{LIBDIR}/obs-plugins/vanta_filter.so"),
+                           (os.path.join(root, "plugins/vanta_filter/data"), "share/obs/obs-plugins/vanta_filter")):
+        target = os.path.join(prefix, target)
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        os.symlink(os.path.abspath(source), target)
+
+
+def xdotool(*words):
+    return subprocess.run(["xdotool", *map(str, words)], stdout=subprocess.PIPE, text=True).stdout.strip()
+
+
+def click(x, y):
+    xdotool("mousemove", x, y)
+    time.sleep(0.2)
+    xdotool("click", 1)
+    time.sleep(0.5)
+
+
+def drag(from_x, to_x, y):
+    xdotool("mousemove", from_x, y, "mousedown", 1)
+    for x in range(from_x, to_x, 20):
+        xdotool("mousemove", x, y)
+        time.sleep(0.05)
+    xdotool("mouseup", 1)
+
+
+def open_filters(obs, source):
+    """Opens the window at the place that the positions here count on. The window."""
+    obs.ask("OpenInputFiltersDialog", inputName=source)
+    window = await_value("the filters' window", lambda: xdotool("search", "--onlyvisible", "--name", "Filters for")).split()[-1]
+    xdotool("windowsize", window, WIDTH, HEIGHT)
+    xdotool("windowmove", window, LEFT, TOP)
+    time.sleep(1.5)
+    return window
+
+
+def show_page(index):
+    """Of the filter at that place in the list."""
+    click(FILTER_X, FIRST_FILTER_Y + index * FILTER_STEP)
+    time.sleep(1)
