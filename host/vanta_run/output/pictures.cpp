@@ -29,10 +29,6 @@ void Pictures::Offer(const FramePair &pair, double entered, double at) {
   pair_is_late_ = late;
 }
 
-void Pictures::TakeLast(obs_sceneitem_t *input) {
-  TakeCanvasWhenDue(0, 0, input);
-}
-
 void Pictures::Write(Failures &failures) {
   const auto write = [](std::optional<PendingFile> &file, const cv::Mat &picture) {
     if (!file) return;
