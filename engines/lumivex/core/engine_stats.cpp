@@ -51,8 +51,12 @@ std::string EngineStats::Text() const {
   for (size_t i = 0; i < kStageCount; ++i) {
     if (stages_[i].count) stages[kStageNames[i]] = ToJson(stages_[i]);
   }
-  const Json json = {{"engine", "lumivex"},         {"frames", beauty_.count},   {"failed", failed_},
-                     {"skin_frames", skin_frames_}, {"beauty", ToJson(beauty_)}, {"tessera", ToJson(vision_in_frames_)},
+  const Json json = {{"engine", "lumivex"},
+                     {"frames", beauty_.count},
+                     {"failed", failed_},
+                     {"skin_frames", skin_frames_},
+                     {"beauty", ToJson(beauty_)},
+                     {"tessera", ToJson(vision_in_frames_)},
                      {"face_search_share", Rounded(search_share_)},
                      {"stages", std::move(stages)}};
   return json.dump();

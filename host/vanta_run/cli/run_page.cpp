@@ -133,8 +133,9 @@ OptionSection InputSection(CommandLine &line) {
        {.name = "fps",
         .letter = 'r',
         .value = "N",
-        .text = "frames a second: 30, 29.97 or 30000/1001. Default: the file's own, live up to 60; pictures 30. Below the "
-                "file's own, frames are left out",
+        .text =
+            "frames a second: 30, 29.97 or 30000/1001. Default: the file's own, live up to 60; pictures 30. Below the "
+            "file's own, frames are left out",
         .read = Parsed("fps", ParseRate, options.rate, "give a rate from 1 to 240, as 30, 29.97 or 30000/1001")},
        {.name = "seconds",
         .letter = 't',
@@ -327,19 +328,20 @@ OptionSection SwitchSection(Options &options) {
   for (int i = 0; i < VANTA_SWITCH_COUNT; ++i) {
     const auto which = static_cast<vanta_host_switch>(i);
     const std::string name = vanta_host_switch_name(which);
-    section.rows.push_back({.name = name,
-                            .value = "on|off",
-                            .text = std::string("default ") + (which == VANTA_SWITCH_CREATE_GL_CONTEXT ? "on where a GPU draws"
-                                                               : vanta_host_get_switch(which)          ? "on"
-                                                                                                       : "off"),
-                            .read =
-                                [&options, which, name](const std::string &value) {
-                                  const auto on = ParseOnOff(value);
-                                  if (!on) BadValue(name, value, "write on or off");
-                                  options.switches.emplace_back(which, *on);
-                                },
-                            .completes = Completes::kWords,
-                            .words = {"on", "off"}});
+    section.rows.push_back(
+        {.name = name,
+         .value = "on|off",
+         .text = std::string("default ") + (which == VANTA_SWITCH_CREATE_GL_CONTEXT ? "on where a GPU draws"
+                                            : vanta_host_get_switch(which)          ? "on"
+                                                                                    : "off"),
+         .read =
+             [&options, which, name](const std::string &value) {
+               const auto on = ParseOnOff(value);
+               if (!on) BadValue(name, value, "write on or off");
+               options.switches.emplace_back(which, *on);
+             },
+         .completes = Completes::kWords,
+         .words = {"on", "off"}});
   }
   return section;
 }
@@ -491,7 +493,8 @@ CommandPage RunPage(CommandLine &line) {
       "plays a file through the beauty filter, the landmark filter and the green screen, without a window",
       {"vanta-run --input FILE [options]", "vanta-run --input FILE... --output 'PLACE/{name}.mp4' [--resume] [options]",
        "vanta-run monitor [--ports N] [--seconds S]"},
-      {"Starts libobs, loads the filter, plays FILE through it, and records what comes out. FILE is anything that libobs's "
+      {"Starts libobs, loads the filter, plays FILE through it, and records what comes out. FILE is anything that "
+       "libobs's "
        "media source plays, a still picture, or a plain colour written \"color:RRGGBB\".",
        "With --output it plays on a clock of its own, which stands still while anybody works: every frame goes through "
        "the filter and into the recording once, in order, with the sound in step, however slow the machine is, and as "

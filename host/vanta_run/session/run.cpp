@@ -148,9 +148,26 @@ int Run(const Options &options, Interrupt &interrupt) {
     std::optional<StepRun> step;
     if (in_step) step.emplace(input, stage, meter, recorder ? &*recorder : nullptr, pace, interrupt, progress);
     const ClockEnd clock;
-    Runner runner({options, input, limits, interrupt, progress, failures, log, control, meter, stage, abilities, commands,
-                   pictures, dump ? &*dump : nullptr, recorder ? &*recorder : nullptr, faces ? &*faces : nullptr,
-                   monitor ? &*monitor : nullptr, pace, step ? &*step : nullptr, [&session] { session.StartSound(); }});
+    Runner runner({options,
+                   input,
+                   limits,
+                   interrupt,
+                   progress,
+                   failures,
+                   log,
+                   control,
+                   meter,
+                   stage,
+                   abilities,
+                   commands,
+                   pictures,
+                   dump ? &*dump : nullptr,
+                   recorder ? &*recorder : nullptr,
+                   faces ? &*faces : nullptr,
+                   monitor ? &*monitor : nullptr,
+                   pace,
+                   step ? &*step : nullptr,
+                   [&session] { session.StartSound(); }});
     if (!runner.Go(figures)) return kExitInterrupted;
     if (recorder) {
       figures.recorded_frames = recorder->frames();

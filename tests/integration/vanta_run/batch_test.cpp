@@ -72,8 +72,8 @@ TEST(RunBatch, FaultOfTheCallEndsIt) {
 
 TEST(RunBatch, SignalEndsTheRunUnderWayProperlyAndBeginsNoOther) {
   const Workplace workplace;
-  RunningProgram program(
-      workplace, Inputs({"color:203040", "color:C0A080"}, {"--size", "64x64", "--loop", "--output", "{name}.mp4"}));
+  RunningProgram program(workplace, Inputs({"color:203040", "color:C0A080"},
+                                           {"--size", "64x64", "--loop", "--live", "--output", "{name}.mp4"}));
   ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << program.errors();
   program.Signal(SIGTERM);
   const ProgramResult result = program.Finish();
@@ -84,8 +84,8 @@ TEST(RunBatch, SignalEndsTheRunUnderWayProperlyAndBeginsNoOther) {
 
 TEST(RunBatch, SecondSignalEndsTheRunUnderWayToo) {
   const Workplace workplace;
-  RunningProgram program(
-      workplace, Inputs({"color:203040", "color:C0A080"}, {"--size", "64x64", "--loop", "--output", "{name}.mp4"}));
+  RunningProgram program(workplace, Inputs({"color:203040", "color:C0A080"},
+                                           {"--size", "64x64", "--loop", "--live", "--output", "{name}.mp4"}));
   ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << program.errors();
   program.Signal(SIGINT);
   program.Signal(SIGTERM);

@@ -161,7 +161,8 @@ TEST(RunFiles, ExistingFileStaysWhenTheRunFails) {
 // At once: nothing is finished any more, and nothing unfinished is left.
 TEST(RunFiles, SecondSignalEndsTheRunWithoutItsFiles) {
   const Workplace workplace;
-  RunningProgram program(workplace, {"--input", "color:203040", "--loop", "--output", "out.mp4", "--report", "r.json"});
+  RunningProgram program(workplace,
+                         {"--input", "color:203040", "--loop", "--live", "--output", "out.mp4", "--report", "r.json"});
   ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << "no progress line of the third second";
   program.Signal(SIGINT);
   program.Signal(SIGTERM);

@@ -50,11 +50,11 @@ TEST(RunLandmarks, FullDiskForTheFacesLeavesTheOtherFiles) {
   const Workplace workplace;
   ProgramSetting setting;
   setting.output = "/dev/full";
-  const ProgramResult result =
-      RunProgram(workplace,
-                 {"--quiet", "--input", VANTA_TEST_PORTRAIT, "--size", "640x600", "--fps", "15", "--no-beauty",
-                  "--seconds", "3", "--landmarks", "-", "--output", "o.mp4", "--snapshot", "s.png", "--report", "r.json"},
-                 setting);
+  const ProgramResult result = RunProgram(
+      workplace,
+      {"--quiet", "--input", VANTA_TEST_PORTRAIT, "--size", "640x600", "--fps", "15", "--no-beauty", "--seconds", "3",
+       "--landmarks", "-", "--output", "o.mp4", "--snapshot", "s.png", "--report", "r.json"},
+      setting);
   EXPECT_EQ(result.exit_code, 6);
   EXPECT_EQ(result.err, "vanta-run: standard output: No space left on device; give a file, or a reader that stays\n");
   EXPECT_EQ(workplace.Files(), (std::vector<std::string>{"o.mp4", "r.json", "s.png"}));

@@ -45,6 +45,7 @@ TEST(RunShort, EveryPartLeavesItsFile) {
                                                       "s.png",
                                                       "--commands",
                                                       "s.jsonl",
+                                                      "--live",
                                                       "--output",
                                                       "o.mkv",
                                                       "--report",
@@ -67,7 +68,8 @@ TEST(RunShort, EveryPartLeavesItsFile) {
 // Two signals, the second while files are being finished.
 TEST(RunShort, SecondSignalEndsIt) {
   const Workplace workplace;
-  RunningProgram program(workplace, {"--input", "color:203040", "--size", "64x64", "--loop", "--output", "out.mp4"});
+  RunningProgram program(workplace,
+                         {"--input", "color:203040", "--size", "64x64", "--loop", "--live", "--output", "out.mp4"});
   ASSERT_TRUE(program.WaitForLine("frames in")) << program.errors();
   program.Signal(SIGINT);
   program.Signal(SIGTERM);

@@ -280,7 +280,8 @@ TEST_F(BeautyFilter, MayBeDestroyedOnItsWorkersOwnThread) {
   ASSERT_TRUE(WaitUntil(
       [&] {
         if (scripted_engine::Waiting(Gate::kProcess) > 0) return true;
-        data().worker->commands().Command(&IFaceless::SetBasicAdjustIntensity, 0, 0.0F);  // wakes it, should the wake be lost
+        data().worker->commands().Command(&IFaceless::SetBasicAdjustIntensity, 0,
+                                          0.0F);  // wakes it, should the wake be lost
         return false;
       },
       "a frame in the engine"));

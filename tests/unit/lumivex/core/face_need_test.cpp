@@ -49,9 +49,19 @@ class FaceNeed : public WithScriptedRunner {
   std::shared_ptr<tessera::TesseraOut> last_;
 };
 
-TEST_F(FaceNeed, SkinEffectsAndColoursNeverLook) {
+TEST_F(FaceNeed, SkinLooksWhileAnythingOfItIsOn) {
+  for (const LXBeautyType type : {lumivex::kBeautySmooth, lumivex::kBeautyWhiten, lumivex::kBeautyRuddy}) {
+    engine_->setBeautyIntensityWithType(type, 0.5f);
+    EXPECT_EQ(Looks(1), 1);
+    engine_->setBeautyIntensityWithType(type, 0.0f);
+    EXPECT_EQ(Looks(1), 0);
+  }
+}
+
+TEST_F(FaceNeed, ColoursNeverLook) {
   for (int type = 0; type < static_cast<int>(lumivex::kBeautyTypeCount); ++type)
     engine_->setBeautyIntensityWithType(LXBeautyType(type), 0.5f);
+  engine_->setEffectEnabledWithEffectType(lumivex::kEffectBeauty, false);
   engine_->setEffectEnabledWithEffectType(lumivex::kEffectGreenMatting, true);
   EXPECT_EQ(Looks(), 0);
   EXPECT_EQ(Script().created, 0) << "not even a runner";
@@ -146,7 +156,7 @@ TEST_F(FaceNeed, StatisticsOfTheSearchCountFromTheEnginesStart) {
   std::string text;
   engine_->getTesseraStat(text);
   EXPECT_EQ(nlohmann::json::parse(text)["frames"], 0);
-  engine_->setBeautyIntensityWithType(lumivex::kBeautySmooth, 0.5f);
+  engine_->setBeautyIntensityWithType(lumivex::kBeautySharpen, 0.5f);
   engine_->setDeformIntensityWithMode(lumivex::kDeformEyeSize, 0.5f);
   Looks(1);
   engine_->clearStats();

@@ -68,7 +68,7 @@ TEST(Delays, AreTheFramesOwn) {
   EXPECT_GT(frame->beauty_ms, 0.0f);
   engine->setBeautyIntensityWithType(lumivex::kBeautySmooth, 0.5f);
   frame = Process(*engine, picture);
-  EXPECT_EQ(frame->tessera_ms, 0.0f) << "skin is found without looking for faces";
+  EXPECT_GT(frame->tessera_ms, 0.0f) << "skin is learned from faces";
   const json stats = json::parse(engine->getStats());
   EXPECT_GE(frame->beauty_ms, stats["stages"]["skin"]["max_ms"].get<double>());
 }

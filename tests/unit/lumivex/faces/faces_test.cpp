@@ -64,7 +64,7 @@ std::shared_ptr<LX::FrameData> ProcessAt(LX::LumivexSync &engine, Picture &pictu
 
 TEST_F(FaceFinder, DoesNotRunWhenNothingNeedsFaces) {
   const auto engine = MakeEngine(320, 240);
-  engine->setBeautyIntensityWithType(lumivex::kBeautySmooth, 0.5f);
+  engine->setBeautyIntensityWithType(lumivex::kBeautySharpen, 0.5f);
   Picture picture(320, 240, kSkin);
   Process(*engine, picture);
   EXPECT_EQ(Script().created, 0);
