@@ -65,6 +65,7 @@ Planes Through(const Planes &before, const Look &look, bool *found = nullptr) {
   config.width = kWidth;
   config.height = kHeight;
   const auto engine = LX::LumivexSync::createEngine(&config);
+  engine->updateTesseraParams(R"({"sync_detect":1})");  // faces in step: each frame has its own
   engine->setBeautyIntensityWithType(lumivex::kBeautySmooth, look.smooth);
   LX::FramePool pool;
   Planes after;

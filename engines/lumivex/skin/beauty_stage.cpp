@@ -22,7 +22,7 @@ constexpr float kStrongDeviation = 0.035f;
 constexpr float kQuietDeviationBesideFace = 0.015f;
 constexpr float kStrongDeviationBesideFace = 0.02f;
 constexpr float kQuietDeviationInFace = 0.04f;
-constexpr float kStrongDeviationInFace = 0.24f;
+constexpr float kStrongDeviationInFace = 0.20f;
 // A blemish takes a part of the light, so its contrast grows with the skin's luma. The two above are those of skin half
 // way to white; of black skin they are this part.
 constexpr float kDimDeviation = 0.15f;

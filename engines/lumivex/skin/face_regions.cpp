@@ -12,7 +12,7 @@ namespace lumivex {
 namespace {
 
 // In distances between the eyes.
-constexpr float kForeheadTop = 1.05f;  // above the eyes
+constexpr float kForeheadTop = 0.85f;  // above the eyes
 constexpr float kOvalSoft = 0.16f;     // width of the oval's soft edge
 constexpr float kFeatureSoft = 0.05f;  // and of a feature's
 constexpr float kLidMargin = 0.07f;    // lashes and the folds of the lids

@@ -17,8 +17,8 @@ constexpr float kLost = 0.6F;
 
 constexpr float kDegree = static_cast<float>(CV_PI) / 180;
 constexpr SearchPass kUpright = {320, 0};
-constexpr std::array<SearchPass, 5> kOthers = {
-    {{320, -20 * kDegree}, {320, 20 * kDegree}, {400, 0}, {320, -40 * kDegree}, {320, 40 * kDegree}}};
+constexpr std::array<SearchPass, 6> kOthers = {
+    {{320, 0, true}, {320, -20 * kDegree}, {320, 20 * kDegree}, {400, 0}, {320, -40 * kDegree}, {320, 40 * kDegree}}};
 
 }  // namespace
 

@@ -30,6 +30,20 @@ Placement PlacementOfBox(const cv::Rect &box) {
           0};
 }
 
+// Contrast of its own for each eighth of the picture, so that a dark face in a bright room has what the cascades need.
+cv::Mat Evened(const cv::Mat &luma) {
+  constexpr double kMostContrast = 10;
+  cv::Mat evened;
+  cv::createCLAHE(kMostContrast, cv::Size(8, 8))->apply(luma, evened);
+  return evened;
+}
+
+// Evened light shows faces in noise, too: it counts for what is dark alone, which is why it is there.
+bool IsDark(const cv::Mat &luma, const cv::Rect &box) {
+  constexpr double kDark = 105;  // mean code of a face
+  return cv::mean(luma(box & cv::Rect(0, 0, luma.cols, luma.rows)))[0] < kDark;
+}
+
 bool SamePlace(const Placement &a, const Placement &b) {
   const cv::Point2f apart = a.origin - b.origin;
   return std::hypot(apart.x, apart.y) < std::max(a.unit, b.unit);
@@ -60,7 +74,8 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
                         std::max(1, cvRound(static_cast<float>(luma.rows) * scale)));
     cv::resize(luma, small, size, 0, 0, cv::INTER_AREA);
   }
-  small = Lit(small);
+  const cv::Mat plain = small;
+  small = pass.evened ? Evened(small) : Lit(small);
   // The turned picture has room for all of it; a flat border costs the cascade next to nothing.
   const float c = std::cos(pass.angle);
   const float s = std::sin(pass.angle);
@@ -84,6 +99,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
                                       : quick_.empty() ? cascade_.FindAny(upright, 1.2, kSmallestBox)
                                                        : quick_.FindAny(upright, 1.2, kSmallestBox);
   for (const VotedBox &found : boxes) {
+    if (pass.evened && !IsDark(plain, found.box)) continue;
     Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
@@ -102,6 +118,7 @@ std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle
     if (std::abs(angle - first_angle) > 5 * kDegree) passes.push_back({kUsualFaces, angle});
   }
   if (std::max(luma.cols, luma.rows) > kUsualFaces) passes.push_back({kSmallFaces, 0});
+  passes.push_back({kUsualFaces, 0, true});
 
   std::vector<CoarseFace> found;
   for (const SearchPass &pass : passes) {
@@ -121,12 +138,17 @@ std::vector<CoarseFace> FaceSearch::Sweep(const cv::Mat &luma, const SearchPass 
 std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement &last) {
   const cv::Rect2f window(-2.1F, -1.9F, 4.2F, 4.4F);
   const float density = kTrackedBox * kEyeDistance;
-  for (const float turn : {0.0F, -15 * kDegree, 15 * kDegree}) {
+  struct Try {
+    float turn;
+    bool evened;
+  };
+  for (const Try &one : {Try{0.0F, false}, {-15 * kDegree, false}, {15 * kDegree, false}, {0.0F, true}}) {
     Placement place = last;
-    place.angle += turn;
-    const cv::Mat patch = Lit(CutUpright(luma, place, window, density));
+    place.angle += one.turn;
+    const cv::Mat cut = CutUpright(luma, place, window, density);
+    const cv::Mat patch = one.evened ? Evened(cut) : Lit(cut);
     const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
-    if (boxes.empty()) continue;
+    if (boxes.empty() || (one.evened && !IsDark(cut, boxes[0].box))) continue;
     const Placement in_patch = PlacementOfBox(boxes[0].box);
     CoarseFace face;
     face.placement.origin = place.ToPicture((in_patch.origin + cv::Point2f(0.5F, 0.5F)) * (1 / density) + window.tl());

@@ -18,8 +18,10 @@ struct CoarseFace {
 
 // One search of a whole picture.
 struct SearchPass {
-  int long_side = 0;  // of the picture that is searched, pixels
-  float angle = 0;    // radians
+  int long_side = 0;    // of the picture that is searched, pixels
+  float angle = 0;      // radians
+  bool evened = false;  // upright only: with the light of each part of the picture evened out: shows very dark faces in
+                        // bright places
 };
 
 // Owns: the cascades. Threads: one at a time.
@@ -35,7 +37,7 @@ class FaceSearch {
   // By the quick cascade: a few milliseconds, and much that is no face. Most votes first.
   std::vector<CoarseFace> Sweep(const cv::Mat &luma, const SearchPass &pass);
 
-  // Searches near where a face was seen, at its angle and at two beside it.
+  // Searches near where a face was seen, at its angle, at two beside it, and with its light evened out.
   std::optional<CoarseFace> Near(const cv::Mat &luma, const Placement &last);
 
  private:

@@ -11,15 +11,16 @@ constexpr int kUsualFaces = 320;  // long side of the picture that is searched, 
 constexpr int kSmallFaces = 400;
 
 // Every second pass is upright and for usual faces; these stand between.
-constexpr std::array<SearchPass, 9> kPasses = {{{kUsualFaces, -20 * kDegree},
-                                                {kUsualFaces, 20 * kDegree},
-                                                {kSmallFaces, 0},
-                                                {kUsualFaces, -20 * kDegree},
-                                                {kUsualFaces, 20 * kDegree},
-                                                {kUsualFaces, -40 * kDegree},
-                                                {kUsualFaces, -20 * kDegree},
-                                                {kUsualFaces, 20 * kDegree},
-                                                {kUsualFaces, 40 * kDegree}}};
+constexpr std::array<SearchPass, 10> kPasses = {{{kUsualFaces, 0, true},
+                                                 {kUsualFaces, -20 * kDegree},
+                                                 {kUsualFaces, 20 * kDegree},
+                                                 {kSmallFaces, 0},
+                                                 {kUsualFaces, -20 * kDegree},
+                                                 {kUsualFaces, 20 * kDegree},
+                                                 {kUsualFaces, -40 * kDegree},
+                                                 {kUsualFaces, -20 * kDegree},
+                                                 {kUsualFaces, 20 * kDegree},
+                                                 {kUsualFaces, 40 * kDegree}}};
 
 constexpr uint64_t kLookEvery = 3;  // turns, while there is room for more faces
 constexpr size_t kMostChecks = 4;   // of proposals in a turn: each takes 2 to 8 ms
