@@ -14,9 +14,9 @@ class BackingMapPass : public OptionalPass {
   static constexpr FrameSize kMapSize{48, 27};  // in cells; the effect's loops know it too
 
   void Bind(const GreenScreenEffect &effect) override;
-  void Run(const GreenScreenEffect &effect, const BeforeKey &input) override;
+  void Run(const GreenScreenEffect &effect, const BeforeKey &input) override VANTA_REQUIRES(graphics_context);
   void SetForSpill(const BeforeKey &input) override { SetFound(input); }
-  void Release() override;
+  void Release() override VANTA_REQUIRES(graphics_context);
 
  private:
   struct Parameters {
