@@ -19,7 +19,7 @@ constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 constexpr int kWarmUps = 5;
 constexpr int kRounds = 60;
-constexpr double kBar = 0.2;
+constexpr double kBar = 0.25;
 
 // All skin, lit unevenly and with texture, so that no row can be left out.
 struct Picture {
