@@ -5,20 +5,12 @@
 #include <array>
 #include <cmath>
 
+#include "fixtures/portrait/monk_tones.h"
+
 namespace lumivex {
 namespace {
 
-// The ten swatches of the Monk Skin Tone scale, lightest first.
-constexpr std::array<std::array<int, 3>, 10> kTones = {{{246, 237, 228},
-                                                        {243, 231, 219},
-                                                        {247, 234, 208},
-                                                        {234, 218, 186},
-                                                        {215, 189, 150},
-                                                        {160, 126, 86},
-                                                        {130, 92, 67},
-                                                        {96, 65, 52},
-                                                        {58, 49, 42},
-                                                        {41, 36, 32}}};
+constexpr auto &kTones = vanta_test::kMonkTones;
 
 ShadeFreeColour Colour(const std::array<int, 3> &rgb, float light = 1.0f, const YuvSpace &space = SpaceOf(0)) {
   const auto part = [&](int i) { return light * static_cast<float>(rgb[static_cast<size_t>(i)]) / 255.0f; };
