@@ -1,4 +1,6 @@
 // The built plug-in as a host meets it: by its exports, on real libobs.
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -72,11 +74,16 @@ TEST_F(ModuleFile, LocaleWithoutAFileReadsAsTheDefault) {
   EXPECT_EQ(DisplayName("face_beauty_filter_v2"), "Face Beauty");
 }
 
+// A leak shows in every round; a thread of libobs that allocates once, when it gets to start, in one only.
 TEST_F(ModuleFile, ChangesOfLocaleLeaveNothingAllocated) {
   obs_set_locale("de-DE");
-  const long before = bnum_allocs();
-  for (int i = 0; i < 20; ++i) obs_set_locale(i % 2 == 0 ? "zh-CN" : "de-DE");
-  EXPECT_EQ(bnum_allocs(), before);
+  long left = LONG_MAX;
+  for (int round = 0; round < 5; ++round) {
+    const long before = bnum_allocs();
+    for (int i = 0; i < 20; ++i) obs_set_locale(i % 2 == 0 ? "zh-CN" : "de-DE");
+    left = std::min(left, bnum_allocs() - before);
+  }
+  EXPECT_EQ(left, 0);
 }
 
 TEST_F(ModuleFile, EffectAndBuiltinPresetsAreFoundInItsData) {
