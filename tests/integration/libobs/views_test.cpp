@@ -24,7 +24,6 @@ namespace scripted_engine = vanta_test::scripted_engine;
 
 constexpr uint32_t kWidth = 64;
 constexpr uint32_t kHeight = 48;
-constexpr int kPixelBuffer = 3;  // LX::FrameData::pixel_format: four bytes a pixel, to be uploaded
 
 void WhitenLuma(LX::FrameData &frame) {
   std::memset(frame.planes[0], 235, static_cast<size_t>(frame.strides[0]) * static_cast<size_t>(frame.height));
@@ -69,7 +68,7 @@ TEST(Screenshot, ShowsAPixelBufferOfTheEngine) {
   const ObsSession session;
   scripted_engine::Change([](EngineScript &script) {
     script.on_frame = PaintOrange;
-    script.out_format = kPixelBuffer;
+    script.out_format = LX::PixelFormat::kPixelBuffer;
   });
   FedSource source;
   BeautyChain chain(source.Get());
@@ -129,7 +128,7 @@ TEST(Screenshot, TakenFromAnotherThreadMeetsEachNewPixelBuffer) {
   const ObsSession session;
   scripted_engine::Change([](EngineScript &script) {
     script.on_frame = PaintOrange;
-    script.out_format = kPixelBuffer;
+    script.out_format = LX::PixelFormat::kPixelBuffer;
   });
   FedSource source;
   BeautyChain chain(source.Get());
