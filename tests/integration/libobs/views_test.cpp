@@ -119,9 +119,9 @@ TEST(Screenshot, TakenFromAnotherThreadLeavesTheFramesAsTheyAre) {
   FeedUntilKept(source, chain);
   chain.behind.TakeFrames();
   FeedBesideScreenshots(source, chain, 40);
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   EXPECT_EQ(out.size(), 40u);
-  for (const HostFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
+  for (const FedFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
 }
 
 TEST(Screenshot, TakenFromAnotherThreadMeetsEachNewPixelBuffer) {
@@ -209,9 +209,9 @@ TEST(Views, ASecondViewAndADisplayShareTheSourceWhileFramesFlow) {
   const Preview preview(source.Get());
   for (int frame = 0; frame < 40; ++frame) FeedThrough(source, chain, MakeFrame(60));
   vanta_test::WaitUntil([&] { return preview.Drawn() >= 10; }, "ten drawings of the display");
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   EXPECT_EQ(out.size(), 40u);
-  for (const HostFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
+  for (const FedFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
 }
 
 }  // namespace

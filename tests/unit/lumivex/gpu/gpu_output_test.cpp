@@ -48,7 +48,7 @@ class GpuOutput : public testing::Test {
   }
 
  private:
-  vanta_test::ObsSession obs_;
+  vanta_test::HeadlessSession obs_;
   bool video_ = false;
 
  protected:
