@@ -98,7 +98,7 @@ class DrawnFilter {
     lumivex_set_pixel_buffer_output(pixel_buffer ? 3 : 0);
     chain_.before.KeepCopies(false);
     chain_.behind.KeepCopies(false);
-    const HostFrame picture = MakeFrame(60, VIDEO_FORMAT_NV12, kWidth, kHeight);
+    const FedFrame picture = MakeFrame(60, VIDEO_FORMAT_NV12, kWidth, kHeight);
     vanta_test::WaitUntil(
         [&] {
           FeedThrough(source_, chain_, picture);

@@ -19,7 +19,7 @@ vanta_packages() {
       printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools groff-base
       ;;
     style)
-      printf '%s\n' clang-format
+      printf '%s\n' clang-format clang-tidy
       ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.

@@ -21,8 +21,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 
-constexpr int32_t kNoGreenMatting = 4;  // in FrameData::pixel_format, going in
-
 // As people write it: 0.7, not the nearest float's 0.699999988.
 double Readable(float value) {
   return std::round(static_cast<double>(value) * 1e4) / 1e4;
@@ -83,11 +81,11 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
 
 std::shared_ptr<LX::FrameData> Engine::Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                                FrameTimes &times) {
-  const int32_t wish = frame->pixel_format;
+  const int32_t request = frame->pixel_format;
   const YuvSpace space = SpaceOf(frame->color_code);
-  if (!output_.Works(wish)) return output_.Hand(frame, view, space, wish);
+  if (!output_.Works(request)) return output_.Deliver(frame, view, space, request);
   std::shared_ptr<LX::FrameData> result;
-  Timed(times[Stage::kOutput], [&] { result = output_.Hand(frame, view, space, wish); });
+  Timed(times[Stage::kOutput], [&] { result = output_.Deliver(frame, view, space, request); });
   return result;
 }
 
@@ -95,7 +93,7 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   const YuvSpace space = SpaceOf(frame.color_code);
   FindFaces(frame, view, times);
   // The backdrop goes first, while its colour is still the camera's.
-  if (applied_.Enabled(kEffectGreenMatting) && frame.pixel_format != kNoGreenMatting) {
+  if (applied_.Enabled(kEffectGreenMatting) && frame.pixel_format != LX::PixelFormat::kNoGreenMatting) {
     Timed(times[Stage::kGreenMatting], [&] { green_matting_.Apply(view, space); });
   }
   RunBeauty(view, space, times);
@@ -250,11 +248,11 @@ std::shared_ptr<const MakeupResource> Engine::FindMakeup(const std::string &fold
   return load.resource;
 }
 
-void Engine::SetMakeup(const std::vector<MakeupRequest> &wishes) {
+void Engine::SetMakeup(const std::vector<MakeupRequest> &requests) {
   std::vector<MakeupChoice> choices;
-  for (const MakeupRequest &wish : wishes) {
-    if (auto resource = FindMakeup(wish.folder))
-      choices.push_back({wish.key, std::move(resource), wish.blend, Clamped(wish.intensity, 0.0f, 1.0f)});
+  for (const MakeupRequest &request : requests) {
+    if (auto resource = FindMakeup(request.folder))
+      choices.push_back({request.key, std::move(resource), request.blend, Clamped(request.intensity, 0.0f, 1.0f)});
   }
   edited_.face.makeup = std::move(choices);
   Publish();

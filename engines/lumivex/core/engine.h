@@ -57,7 +57,7 @@ class Engine {
   void SetLookup(const std::string &path, float intensity, int32_t type);
   void SetLookupIntensity(float intensity);
   // Replaces all makeup in use. What cannot be loaded is left out.
-  void SetMakeup(const std::vector<MakeupRequest> &wishes);
+  void SetMakeup(const std::vector<MakeupRequest> &requests);
   void SetMakeupIntensity(const std::string &key, float intensity);
   void SetDeform(int mode, float intensity);
   void SetSlimming(LXBodySlimmingType type, float intensity);

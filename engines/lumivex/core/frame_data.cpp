@@ -9,7 +9,7 @@ FrameData::FrameData()
       word(0),
       color_code(2),
       layout_code(1),
-      pixel_format(-1),
+      pixel_format(LX::PixelFormat::kFresh),
       reserved(0),
       width(0),
       height(0),

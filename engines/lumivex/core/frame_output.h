@@ -20,11 +20,11 @@ class FrameOutput {
   FrameOutput(const GLFWwindow *window, int width, int height);
 
   bool HasSharedTextures() const { return gpu_ != nullptr; }
-  // True when Hand does more than to name the frame a memory frame.
-  bool Works(int32_t wish) const;
-  // `wish` is the pixel format that the frame came in with. What cannot be handed out as wished comes back in memory.
-  std::shared_ptr<LX::FrameData> Hand(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
-                                      const YuvSpace &space, int32_t wish);
+  // True when Deliver does more than to name the frame a memory frame.
+  bool Works(int32_t request) const;
+  // `request` is the pixel format that the frame came in with. What cannot be handed out as asked comes back in memory.
+  std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
+                                         const YuvSpace &space, int32_t request);
 
  private:
   bool DeliverTexture(LX::FrameData &frame, const Nv12View &view, const YuvSpace &space);

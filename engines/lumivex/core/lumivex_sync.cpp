@@ -249,12 +249,12 @@ void LumivexSync::updateTesseraParams(const std::string &json) {
 }
 void LumivexSync::setMakeupInfo(const std::vector<LXMakeupInfo> &layers) {
   Guarded("setMakeupInfo", [&] {
-    std::vector<lumivex::MakeupRequest> wishes;
+    std::vector<lumivex::MakeupRequest> requests;
     for (const LXMakeupInfo &layer : layers) {
-      wishes.push_back(
+      requests.push_back(
           {lumivex::BoundedText(layer.resourceDir), lumivex::BoundedText(layer.key), layer.word, layer.intensity});
     }
-    impl_->engine.SetMakeup(wishes);
+    impl_->engine.SetMakeup(requests);
   });
 }
 void LumivexSync::setMakeupIntensityWithKey(std::string key, float intensity) {

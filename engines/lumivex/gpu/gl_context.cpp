@@ -17,19 +17,19 @@ GlContext::~GlContext() {
 }
 
 void GlContext::DeferDelete(GLuint texture, vanta_host_texture *shared) {
-  vanta::MutexLock lock(buried_mutex_);
-  buried_.push_back({texture, shared});
+  vanta::MutexLock lock(deferred_mutex_);
+  deferred_.push_back({texture, shared});
 }
 
 // Without a bound context the textures have gone with the host's graphics.
-void GlContext::DeleteBuried(bool bound) {
-  std::vector<Buried> buried;
+void GlContext::DeleteDeferred(bool bound) {
+  std::vector<Deferred> deferred;
   {
-    vanta::MutexLock lock(buried_mutex_);
-    if (buried_.empty()) return;
-    buried.swap(buried_);
+    vanta::MutexLock lock(deferred_mutex_);
+    if (deferred_.empty()) return;
+    deferred.swap(deferred_);
   }
-  for (const Buried &each : buried) {
+  for (const Deferred &each : deferred) {
     vanta_host_texture_close(each.shared);
     if (bound) Gl().DeleteTextures(1, &each.texture);
   }
@@ -38,7 +38,7 @@ void GlContext::DeleteBuried(bool bound) {
 GlScope::GlScope(GlContext &context) : context_(context) {
   context_.use_mutex_.Lock();
   bound_ = vanta_host_gl_context_bind(context_.context_);
-  context_.DeleteBuried(bound_);
+  context_.DeleteDeferred(bound_);
 }
 
 GlScope::~GlScope() {

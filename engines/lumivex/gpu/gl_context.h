@@ -10,7 +10,7 @@
 
 namespace lumivex {
 
-// Owns: the context, and the textures that were buried and not yet deleted.
+// Owns: the context, and the textures whose deletion was put off.
 // Threads: any; it is bound on one at a time, by a GlScope.
 class GlContext {
  public:
@@ -25,18 +25,18 @@ class GlContext {
 
  private:
   friend class GlScope;
-  struct Buried {
+  struct Deferred {
     GLuint texture;
     vanta_host_texture *shared;
   };
 
   explicit GlContext(vanta_host_gl_context *context) : context_(context) {}
-  void DeleteBuried(bool bound);
+  void DeleteDeferred(bool bound);
 
   vanta_host_gl_context *const context_;
   vanta::Mutex use_mutex_;  // held while bound
-  vanta::Mutex buried_mutex_ VANTA_ACQUIRED_AFTER(use_mutex_);
-  std::vector<Buried> buried_ VANTA_GUARDED_BY(buried_mutex_);
+  vanta::Mutex deferred_mutex_ VANTA_ACQUIRED_AFTER(use_mutex_);
+  std::vector<Deferred> deferred_ VANTA_GUARDED_BY(deferred_mutex_);
 };
 
 // Binds the context for its own life, and gives the thread back what it had. False where the driver refused: nothing

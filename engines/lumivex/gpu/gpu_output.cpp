@@ -45,7 +45,7 @@ GpuOutput::~GpuOutput() {
   if (scope && painter_) painter_->Delete();
 }
 
-std::shared_ptr<LX::DXGLSharedTexture> GpuOutput::Hand(const Nv12View &view, const YuvSpace &space) {
+std::shared_ptr<LX::DXGLSharedTexture> GpuOutput::Deliver(const Nv12View &view, const YuvSpace &space) {
   const int fault = TextureFault();
   if (fault == LUMIVEX_TEXTURE_NO_HANDLE) return WithHandle(0);
   if (fault == LUMIVEX_TEXTURE_UNKNOWN_HANDLE) return WithHandle(kUnknownHandle);

@@ -22,7 +22,7 @@ class GpuOutput {
   GpuOutput &operator=(const GpuOutput &) = delete;
 
   // Null when the picture cannot be handed out this way now.
-  std::shared_ptr<LX::DXGLSharedTexture> Hand(const Nv12View &view, const YuvSpace &space);
+  std::shared_ptr<LX::DXGLSharedTexture> Deliver(const Nv12View &view, const YuvSpace &space);
 
  private:
   GpuOutput(std::shared_ptr<GlContext> context, int width, int height)

@@ -30,7 +30,7 @@ class EffectOutbox {
   // The request by which the host learns that an effect is over.
   void SendClearEffect();
 
-  // What a callback throws is borne: one line in the log for each kind of callback, then silence.
+  // Exceptions of callbacks are caught; the first of each kind of callback is logged.
   void Deliver();
 
  private:

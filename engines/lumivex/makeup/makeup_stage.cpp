@@ -7,8 +7,8 @@
 namespace lumivex {
 namespace {
 
-MakeupBlend BlendOf(int32_t wish, MakeupBlend resource) {
-  switch (wish) {
+MakeupBlend BlendOf(int32_t request, MakeupBlend resource) {
+  switch (request) {
     case kMakeupBlendNormal:
       return MakeupBlend::kNormal;
     case kMakeupBlendMultiply:

@@ -17,8 +17,8 @@ uint8_t ToByte(int fixed) {
 
 }  // namespace
 
-std::shared_ptr<LX::FrameData> PixelBufferOutput::Hand(const LX::FrameData &frame, const Nv12View &view,
-                                                       const YuvSpace &space) {
+std::shared_ptr<LX::FrameData> PixelBufferOutput::Deliver(const LX::FrameData &frame, const Nv12View &view,
+                                                          const YuvSpace &space) {
   SetSpace(space);
   std::shared_ptr<PixelFrame> made = FreeFrame();
   static_cast<LX::FrameData &>(*made) = frame;

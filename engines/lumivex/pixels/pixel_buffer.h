@@ -16,7 +16,7 @@ namespace lumivex {
 class PixelBufferOutput {
  public:
   // A copy of the frame with pixels of its own.
-  std::shared_ptr<LX::FrameData> Hand(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space);
+  std::shared_ptr<LX::FrameData> Deliver(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space);
 
  private:
   struct PixelFrame : LX::FrameData {

@@ -22,11 +22,11 @@ BeautyStrength EffectSettings::SkinStrength() const {
 }
 
 WarpRequest EffectSettings::Warp() const {
-  WarpRequest wish;
-  if (Enabled(kEffectDeform)) wish.deform = face.deform;
-  if (Enabled(kEffectBodySlimming)) wish.slimming = face.slimming;
-  wish.legs = face.legs;
-  return wish;
+  WarpRequest request;
+  if (Enabled(kEffectDeform)) request.deform = face.deform;
+  if (Enabled(kEffectBodySlimming)) request.slimming = face.slimming;
+  request.legs = face.legs;
+  return request;
 }
 
 bool EffectSettings::ShowsMakeup() const {

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <thread>
 
+#include "vanta_filter/engine/lumivex_api.h"
+
 namespace lumivex {
 namespace {
 
@@ -76,7 +78,8 @@ void lumivex_set_fail_after_frames(int frames) {
   lumivex::g_frames_left = frames;
 }
 void lumivex_set_pixel_buffer_output(int pixel_format) {
-  lumivex::g_pixel_buffer_format = pixel_format == 3 || pixel_format == 4 ? pixel_format : 0;
+  const bool known = pixel_format == LX::PixelFormat::kPixelBuffer || pixel_format == LX::PixelFormat::kPixelBuffer4;
+  lumivex::g_pixel_buffer_format = known ? pixel_format : 0;
 }
 void lumivex_set_texture_fault(int fault) {
   lumivex::g_texture_fault = fault;

@@ -4,13 +4,14 @@
 #include <atomic>
 #include <cstring>
 #include <set>
+#include <vector>
 
 #include <graphics/graphics.h>
 #include <graphics/vec4.h>
 
-#include "controls/backing_color.h"
 #include "controls/green_screen_keys.h"
 #include "vanta_base/mutex.h"
+#include "vanta_keying/backing_color.h"
 
 namespace vanta_host {
 namespace {
@@ -19,6 +20,13 @@ using vanta::Mutex;
 using vanta::MutexLock;
 
 constexpr uint32_t kPictureWidth = 320;  // pixels; more would not move the middle
+
+// RGBA rows without gaps.
+struct RgbaPicture {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  std::vector<uint8_t> pixels;
+};
 
 struct Unkeyed {
   Mutex mutex;
@@ -83,7 +91,12 @@ std::optional<std::array<double, 3>> PickKeyColor(obs_source_t *filter) {
   obs_enter_graphics();
   const RgbaPicture picture = TakePicture(filter);
   obs_leave_graphics();
-  return FindBackingColor(picture);
+  if (picture.pixels.empty()) return std::nullopt;
+  const vanta_keying::SmallPicture small =
+      vanta_keying::MakeSmall({picture.pixels.data(), picture.width, picture.height, size_t{picture.width} * 4});
+  const std::optional<vanta_keying::Rgb> color = vanta_keying::FindBackingColor({small});
+  if (!color) return std::nullopt;
+  return std::array<double, 3>{(*color)[0], (*color)[1], (*color)[2]};
 }
 
 void SetKeyColor(obs_data_t *settings, const std::array<double, 3> &color) {

@@ -10,7 +10,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A party may vanish without a word while another waits: how soon that is noticed.
+// How often a waiting thread looks whether the holder of the lock was destroyed.
 constexpr uint32_t kLookAgainMs = 20;
 
 std::string LabelOf(uint64_t end) {

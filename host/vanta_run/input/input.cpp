@@ -62,21 +62,22 @@ struct Request {
   bool in_step;
 };
 
-void ProbeColor(const Request &wish, Input &input) {
+void ProbeColor(const Request &request, Input &input) {
   const std::string text = input.path.substr(sizeof(kColorPrefix) - 1);
   const auto color = ParseColor(text);
   if (!color) {
-    throw Failure(kExitUsage, wish.option, "bad colour '" + text + "'", "write six hexadecimal digits, color:30A060");
+    throw Failure(kExitUsage, request.option, "bad colour '" + text + "'",
+                  "write six hexadecimal digits, color:30A060");
   }
-  const PictureSize size = CanvasSize(wish.size.value_or(kColorSize));
+  const PictureSize size = CanvasSize(request.size.value_or(kColorSize));
   TakePixels(cv::Mat(static_cast<int>(size.height), static_cast<int>(size.width), CV_8UC4,
                      cv::Scalar(*color & 255, *color >> 8 & 255, *color >> 16 & 255, 255)),
              input);
 }
 
-void ProbePicture(const Request &wish, Input &input) {
+void ProbePicture(const Request &request, Input &input) {
   cv::Mat picture;
-  const QuietErrors quiet(wish.verbose);  // the decoders write their warnings there
+  const QuietErrors quiet(request.verbose);  // the decoders write their warnings there
   try {
     picture = cv::imread(input.path, cv::IMREAD_COLOR);
   } catch (const cv::Exception &) {
@@ -84,7 +85,7 @@ void ProbePicture(const Request &wish, Input &input) {
   }
   if (picture.empty()) throw Failure(kExitInput, input.path, "the picture is damaged", "give another file");
   const PictureSize own{static_cast<uint32_t>(picture.cols), static_cast<uint32_t>(picture.rows)};
-  const PictureSize frame = CanvasSize(wish.size.value_or(FitInside(own, kLargestPicture)));
+  const PictureSize frame = CanvasSize(request.size.value_or(FitInside(own, kLargestPicture)));
   // The picture keeps its shape: what is left of the frame stays black.
   const double factor =
       std::min(static_cast<double>(frame.width) / own.width, static_cast<double>(frame.height) / own.height);
@@ -126,7 +127,7 @@ AVRational TickRate(const AVStream &stream) {
   return ratio > 1.02 && std::fabs(ratio - 2) > 0.02 ? grid : mean;
 }
 
-void ProbeMedia(const Request &wish, Input &input) {
+void ProbeMedia(const Request &request, Input &input) {
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
   if (error < 0) throw Failure(kExitInput, input.path, AvReason(error), "give a video, a picture or color:RRGGBB");
@@ -140,20 +141,20 @@ void ProbeMedia(const Request &wish, Input &input) {
     throw Failure(kExitInput, input.path, "holds no video", "give a file with a picture");
   }
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
-  input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
+  input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
   input.file_rate = MeanRate(*stream);
-  const AVRational rate = wish.in_step                     ? TickRate(*stream)
+  const AVRational rate = request.in_step                  ? TickRate(*stream)
                           : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
                                                            : stream->r_frame_rate;
   if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1) {
-    input.rate = wish.in_step || av_q2d(rate) <= kFastestDefault
+    input.rate = request.in_step || av_q2d(rate) <= kFastestDefault
                      ? FrameRate{static_cast<uint32_t>(rate.num), static_cast<uint32_t>(rate.den)}
                      : FrameRate{static_cast<uint32_t>(kFastestDefault), 1};
   }
   if (context->duration > 0) input.duration = static_cast<double>(context->duration) / AV_TIME_BASE;
 }
 
-void ProbeCamera(const Request &wish, Input &input) {
+void ProbeCamera(const Request &request, Input &input) {
   std::error_code ignored;
   const auto device = ProbeVideoDevice(input.path);
   if (!std::filesystem::exists(input.path, ignored)) {
@@ -163,7 +164,7 @@ void ProbeCamera(const Request &wish, Input &input) {
     throw Failure(kExitInput, input.path, "is no camera, or may not be used", "give one that this user may open");
   }
   input.size = device->size.width > 0 && device->size.height > 0 ? device->size : kColorSize;
-  input.canvas = wish.size.value_or(FitInside(input.size, kLargestCanvas));
+  input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
 }
 
 void RequireReadable(const std::string &path) {
@@ -177,23 +178,23 @@ void RequireReadable(const std::string &path) {
   }
 }
 
-Input LookAt(const Request &wish) {
+Input LookAt(const Request &request) {
   Input input;
-  input.path = wish.text;
+  input.path = request.text;
   if (input.path.rfind(kColorPrefix, 0) == 0) {
     input.kind = InputKind::kColor;
-    ProbeColor(wish, input);
+    ProbeColor(request, input);
   } else if (NamesVideoDevice(input.path)) {
     input.kind = InputKind::kCamera;
-    ProbeCamera(wish, input);
+    ProbeCamera(request, input);
   } else {
     RequireReadable(input.path);
     input.path = std::filesystem::absolute(input.path).string();  // a colon in a bare name would read as a protocol
     if (cv::haveImageReader(input.path)) {
       input.kind = InputKind::kPicture;
-      ProbePicture(wish, input);
+      ProbePicture(request, input);
     } else {
-      ProbeMedia(wish, input);
+      ProbeMedia(request, input);
     }
   }
   input.canvas = CanvasSize(input.canvas);

@@ -14,7 +14,6 @@ extern "C" {
 #include "common/standard_output.h"
 #include "faces/face_file.h"
 #include "input/first_frame.h"
-#include "keying/key_fit.h"
 #include "monitor/live_monitor.h"
 #include "output/cost_observer.h"
 #include "output/virtual_camera.h"
@@ -26,6 +25,7 @@ extern "C" {
 #include "session/report_collector.h"
 #include "session/runner.h"
 #include "session/virtual_display.h"
+#include "vanta_keying/key_fit.h"
 
 namespace vanta_run {
 namespace {
@@ -53,14 +53,14 @@ struct SoundAtEnd {
 int PickKey(const Input &input) {
   cv::Mat rgba;
   cv::cvtColor(FirstFrame(input), rgba, cv::COLOR_BGR2RGBA);
-  const auto fit = FitKey({{rgba.data, static_cast<uint32_t>(rgba.cols), static_cast<uint32_t>(rgba.rows),
-                            static_cast<size_t>(rgba.step)}});
+  const auto fit = vanta_keying::FitKey({{rgba.data, static_cast<uint32_t>(rgba.cols), static_cast<uint32_t>(rgba.rows),
+                                          static_cast<size_t>(rgba.step)}});
   if (!fit) {
     throw Failure(kExitInput, input.path, "its first frame has no green or blue backing",
                   "give another input, or write the keyColor yourself");
   }
-  std::puts(KeyFitConfig(*fit).c_str());
-  std::fprintf(stderr, "%s\n", DescribeKeyFit(*fit).c_str());
+  std::puts(vanta_keying::KeyFitConfig(*fit).c_str());
+  std::fprintf(stderr, "%s\n", vanta_keying::DescribeKeyFit(*fit).c_str());
   return kExitOk;
 }
 

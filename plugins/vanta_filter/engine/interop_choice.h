@@ -15,8 +15,7 @@ class InteropChoice {
  public:
   // False without an engine, which may then be asked later. May block for 500 ms, once.
   bool IsUsable(LX::LumivexSync *engine);
-  // What a frame asks of the engine in its `pixel_format`: 5 a shared texture, 4 memory without green matting, -1
-  // memory.
+  // What a frame asks of the engine in its `pixel_format`: PixelFormat's kSharedTexture, kNoGreenMatting or kFresh.
   int32_t FormatToAsk(LX::LumivexSync *engine);
   // Tells the host's flags how the frame came back.
   void RecordDelivery(const LX::FrameData &result);

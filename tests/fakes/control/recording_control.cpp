@@ -61,7 +61,7 @@ std::vector<StatisticsSample> RecordingControl::GetBeautyStatistics() {
 
 FacelessJumpInfo RecordingControl::GetFacelessJumpInfo() {
   Note("GetFacelessJumpInfo");
-  return {true, 5};
+  return jumps.empty() ? FacelessJumpInfo{} : jumps.back();
 }
 
 }  // namespace vanta_test

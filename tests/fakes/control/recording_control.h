@@ -8,10 +8,11 @@
 
 namespace vanta_test {
 
-// Texts stand in single quotes, floats as "%g" has them.
+// Texts stand in single quotes, floats as "%g" has them. The jump state works: what was set last comes back.
 class RecordingControl final : public ILumivex {
  public:
   std::vector<std::string> calls;
+  std::vector<FacelessJumpInfo> jumps;  // as they were set, in order
 
   void SetModelPathDic(const std::map<std::string, std::string> &path_dic) override;
   void SetModelRootPath(std::string path) override { Note("SetModelRootPath", path); }
@@ -76,6 +77,7 @@ class RecordingControl final : public ILumivex {
   }
   void SetFacelessJumpInfo(const FacelessJumpInfo &info) override {
     Note("SetFacelessJumpInfo", info.need_jump, info.jump_type);
+    jumps.push_back(info);
   }
   FacelessJumpInfo GetFacelessJumpInfo() override;
 

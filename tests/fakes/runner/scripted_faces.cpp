@@ -1,11 +1,12 @@
 #include "fakes/runner/scripted_faces.h"
 
 #include <cmath>
+#include <cstdint>
 #include <opencv2/imgproc.hpp>
 #include <stdexcept>
 #include <utility>
 
-#include "results/implementation_state.h"
+#include "fakes/runner/scripted_runner.h"
 #include "results/result_tree.h"
 #include "shape/mean_shape.h"
 #include "vanta_filter/landmark/tessera_api.h"
@@ -20,8 +21,41 @@ tessera::FoundFace FoundWith(std::vector<cv::Point2f> points) {
   return found;
 }
 
-cv::Mat CopyOf(unsigned char *plane, int width, int height, int stride) {
-  return cv::Mat(height, width, CV_8UC1, plane, static_cast<size_t>(stride)).clone();
+cv::Mat MatOf(const std::vector<uint8_t> &plane, int width, int height) {
+  return cv::Mat(height, width, CV_8UC1, const_cast<uint8_t *>(plane.data())).clone();
+}
+
+void KeepPicture(const vanta_test::RunnerPicture &picture) {
+  FacesScript &script = Script();
+  ++script.runs;
+  if (script.throws) throw std::runtime_error("as the script says");
+  const int half_width = (picture.width + 1) / 2, half_height = (picture.height + 1) / 2;
+  script.luma = MatOf(picture.y, picture.width, picture.height);
+  script.u = MatOf(picture.u, half_width, half_height);
+  script.v = MatOf(picture.v, half_width, half_height);
+}
+
+bool Create(const std::string &model_folder) {
+  Script().model_folder = model_folder;
+  if (Script().refuses) return false;
+  ++Script().created;
+  return true;
+}
+
+void KeepParams(const tessera::Any &param) {
+  Script().params.clear();
+  const tessera::Any params = param.asMap().get("landmarks_param", tessera::Any());
+  for (const auto &[name, value] : params.asMap().items) Script().params[name] = value.text;
+}
+
+std::shared_ptr<tessera::Any> Result() {
+  std::vector<tessera::FoundFace> faces;
+  for (const ScriptedFace &face : Script().faces) faces.push_back(FoundWith(PointsOf(face)));
+  for (const auto &points : Script().raw_faces) faces.push_back(FoundWith(points));
+  auto result = std::make_shared<tessera::Any>(tessera::ResultTree(faces));
+  if (Script().search_elapsed_ms > 0)
+    tessera::AddSearchTime(*result, {Script().search_processor_ms, Script().search_elapsed_ms});
+  return result;
 }
 
 }  // namespace
@@ -35,60 +69,23 @@ std::vector<cv::Point2f> PointsOf(const ScriptedFace &face) {
   return points;
 }
 
-RunnerScript &Script() {
-  static RunnerScript script;
+FacesScript &Script() {
+  static FacesScript script;
   return script;
 }
 
+WithScriptedRunner::WithScriptedRunner() {
+  Script() = {};
+  vanta_test::RunnerScript script;
+  script.on_create = Create;
+  script.on_init = [] { return Script().init_result; };
+  script.on_param = KeepParams;
+  script.on_run = KeepPicture;
+  script.on_result = [] { return Script().is_mute ? 1 : 0; };
+  script.tree = Result;
+  vanta_test::scripted_runner::SetScript(script);
+  vanta_test::scripted_runner::SetRecording(false);
+  vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, true);
+}
+
 }  // namespace lumivex_test
-
-namespace tessera {
-
-using lumivex_test::Script;
-
-struct TesseraRunner::State {};
-
-TesseraRunner::TesseraRunner() = default;
-TesseraRunner::~TesseraRunner() = default;
-
-std::shared_ptr<TesseraRunner> TesseraRunner::createTesseraRunner(std::shared_ptr<TesseraConfig> config) {
-  Script().model_folder = config->state_->model_folder;
-  if (Script().refuses) return nullptr;
-  ++Script().created;
-  return std::shared_ptr<TesseraRunner>(new TesseraRunner);
-}
-
-void TesseraRunner::setLogLevel(int) {}
-
-int TesseraRunner::init() {
-  return Script().init_result;
-}
-
-void TesseraRunner::setParam(std::shared_ptr<Any> param) {
-  Script().params.clear();
-  const Any params = param->asMap().get("landmarks_param", Any());
-  for (const auto &[name, value] : params.asMap().items) Script().params[name] = value.text;
-}
-
-int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out) {
-  ++Script().runs;
-  if (Script().throws) throw std::runtime_error("as the script says");
-  const TesseraImage::State &image = *frame->state_->image->state_;
-  Script().luma = lumivex_test::CopyOf(image.planes[0], image.width, image.height, image.strides[0]);
-  const int half_width = (image.width + 1) / 2;
-  const int half_height = (image.height + 1) / 2;
-  Script().u = lumivex_test::CopyOf(image.planes[1], half_width, half_height, image.strides[1]);
-  Script().v = lumivex_test::CopyOf(image.planes[2], half_width, half_height, image.strides[2]);
-  if (Script().is_mute) return 1;
-  std::vector<FoundFace> faces;
-  for (const auto &face : Script().faces) faces.push_back(lumivex_test::FoundWith(lumivex_test::PointsOf(face)));
-  for (const auto &points : Script().raw_faces) faces.push_back(lumivex_test::FoundWith(points));
-  out = std::make_shared<TesseraOut>();
-  out->getAny() = std::make_shared<Any>(ResultTree(faces));
-  if (Script().search_elapsed_ms > 0) {
-    AddSearchTime(*out->getAny(), {Script().search_processor_ms, Script().search_elapsed_ms});
-  }
-  return 0;
-}
-
-}  // namespace tessera

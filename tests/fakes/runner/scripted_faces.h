@@ -1,5 +1,4 @@
-// A vision runner that finds the faces it is told of, in place of the open one: a program that has this file's object
-// wins over the library.
+// What the scripted runner finds, for the engine's tests: faces at places of the test's choice.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +22,7 @@ struct ScriptedFace {
 std::vector<cv::Point2f> PointsOf(const ScriptedFace &face);
 
 // What the runners of this process do, and what was asked of them. Threads: one at a time.
-struct RunnerScript {
+struct FacesScript {
   bool refuses = false;  // createTesseraRunner gives null
   int init_result = 0;
   bool throws = false;
@@ -42,15 +41,12 @@ struct RunnerScript {
   cv::Mat v;
 };
 
-RunnerScript &Script();
+FacesScript &Script();
 
 // Each test starts with a new script, and with a host that takes its face points from the engine.
 class WithScriptedRunner : public ::testing::Test {
  protected:
-  WithScriptedRunner() {
-    Script() = {};
-    vanta_host_set_switch(VANTA_SWITCH_FACE_POINT_BY_LX, true);
-  }
+  WithScriptedRunner();
 };
 
 }  // namespace lumivex_test

@@ -223,7 +223,9 @@ void Any::addMapItem(const std::string &key, const Any &value) {
     asMap().items[key] = std::move(copy);
 }
 
-struct TesseraConfig::State {};
+struct TesseraConfig::State {
+  std::string model_folder;
+};
 struct TesseraImage::State {
   RunnerPicture picture;
   unsigned char *planes[3] = {nullptr, nullptr, nullptr};
@@ -256,6 +258,7 @@ void TesseraConfig::setUseMode(const std::string &mode) {
 }
 void TesseraConfig::setModelFolderPath(const std::string &path) {
   Note("setModelFolderPath(" + path + ")");
+  state_->model_folder = path;
 }
 void TesseraConfig::setModelFilePaths(const std::vector<std::string> &paths) {
   std::string text;
@@ -305,7 +308,9 @@ TesseraRunner::TesseraRunner() : state_(std::make_shared<State>()) {}
 TesseraRunner::~TesseraRunner() = default;
 std::shared_ptr<TesseraRunner> TesseraRunner::createTesseraRunner(std::shared_ptr<TesseraConfig> config) {
   Note(config ? "createTesseraRunner()" : "createTesseraRunner(null)");
-  if (!Script()->create) return nullptr;
+  const std::shared_ptr<const RunnerScript> script = Script();
+  if (script->on_create ? !script->on_create(config ? config->state_->model_folder : "") : !script->create)
+    return nullptr;
   return std::shared_ptr<TesseraRunner>(new TesseraRunner);
 }
 void TesseraRunner::setLogLevel(int level) {
@@ -313,10 +318,13 @@ void TesseraRunner::setLogLevel(int level) {
 }
 int TesseraRunner::init() {
   Note("init()");
-  return Script()->init;
+  const std::shared_ptr<const RunnerScript> script = Script();
+  return script->on_init ? script->on_init() : script->init;
 }
 void TesseraRunner::setParam(std::shared_ptr<Any> param) {
   Note("setParam(" + (param ? Text(*param) : "null") + ")");
+  const std::shared_ptr<const RunnerScript> script = Script();
+  if (script->on_param && param) script->on_param(*param);
 }
 
 int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out) {
@@ -333,7 +341,8 @@ int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<Tess
   Note("run(" + std::to_string(picture.width) + "x" + std::to_string(picture.height) + ")");
   PassGate();
   if (script->on_run) script->on_run(picture);
-  if (script->result) {
+  const int returned = script->on_result ? script->on_result() : 0;
+  if (script->result && returned == 0) {
     out = std::make_shared<TesseraOut>();
     if (script->tree) out->getAny() = script->tree();
   }
@@ -341,7 +350,7 @@ int TesseraRunner::run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<Tess
   if (Get().recording) Get().pictures.push_back(std::move(picture));
   ++Get().runs;
   Get().changed.notify_all();
-  return 0;
+  return returned;
 }
 
 }  // namespace tessera

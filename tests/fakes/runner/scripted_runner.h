@@ -33,7 +33,12 @@ struct RunnerScript {
   int init = 0;
   bool result = true;                                        // false: `run` leaves its result null
   std::function<std::shared_ptr<tessera::Any>()> tree;       // of each result; empty: a result without a tree
-  std::function<void(const RunnerPicture &picture)> on_run;  // inside `run`, before the answer
+  std::function<void(const RunnerPicture &picture)> on_run;  // inside `run`, before the answer; may throw
+  // Where a test decides at the call itself; each takes the place of the value of its name.
+  std::function<bool(const std::string &model_folder)> on_create;  // false: null
+  std::function<int()> on_init;
+  std::function<int()> on_result;  // what `run` returns; its result stays null unless that is 0
+  std::function<void(const tessera::Any &param)> on_param;
 };
 
 struct RunnerCall {

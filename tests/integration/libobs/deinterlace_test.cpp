@@ -121,7 +121,7 @@ struct Shape {
   uint32_t height;
 };
 
-void ExpectShape(const HostFrame &frame, const Shape &shape) {
+void ExpectShape(const FedFrame &frame, const Shape &shape) {
   EXPECT_EQ(frame.Format(), shape.format);
   EXPECT_EQ(frame.Width(), shape.width);
   EXPECT_EQ(frame.Height(), shape.height);

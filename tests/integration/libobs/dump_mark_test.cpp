@@ -29,7 +29,7 @@ constexpr int kPresetsTouch = 10;
 
 // What left the filter with an id and a word of the engine.
 struct Dump {
-  HostFrame frame;
+  FedFrame frame;
   Json word;
 };
 
@@ -62,18 +62,18 @@ class DumpMark : public testing::Test {
   }
 
   // The frame as it entered.
-  HostFrame Feed(int first, uint32_t width = 64, uint32_t height = 48) {
+  FedFrame Feed(int first, uint32_t width = 64, uint32_t height = 48) {
     FeedThrough(*source_, *chain_, MakeFrame(first, VIDEO_FORMAT_NV12, width, height));
     return chain_->before.Last();
   }
-  HostFrame FeedMarked(uint32_t id, int first, uint32_t width = 64, uint32_t height = 48) {
+  FedFrame FeedMarked(uint32_t id, int first, uint32_t width = 64, uint32_t height = 48) {
     EXPECT_TRUE(vanta_host_mark_next_frame(chain_->Filter(), id));
     return Feed(first, width, height);
   }
 
   // Those that have come back since the last call.
   void TakeDumps() {
-    for (HostFrame &frame : chain_->behind.TakeFrames()) {
+    for (FedFrame &frame : chain_->behind.TakeFrames()) {
       const std::string &word = words_[seen_++];
       // The record that brought a mark in carries it out again with the pixels of an older frame, and without a word.
       if (frame.DumpId() != 0 && !word.empty()) dumps_.push_back({std::move(frame), Json::parse(word)});
@@ -106,7 +106,7 @@ class DumpMark : public testing::Test {
 };
 
 TEST_F(DumpMark, ComesBackOnceWithItsFramesPixelsAndTheEnginesWord) {
-  const HostFrame marked = FeedMarked(77, kMarked);
+  const FedFrame marked = FeedMarked(77, kMarked);
   EXPECT_EQ(marked.DumpId(), 0u) << "the mark is set behind the tap";
   const Dump *dump = Await(77);
   ASSERT_TRUE(dump);
@@ -143,7 +143,7 @@ TEST_F(DumpMark, OnAnOlderFramesPixelsBringsNoWord) {
         return chain_->behind.Count() > before || Await(id) == nullptr;
       },
       "an older frame in the record of the marked one"));
-  const HostFrame older = chain_->behind.Last();
+  const FedFrame older = chain_->behind.Last();
   EXPECT_EQ(older.DumpId(), id);
   EXPECT_NEAR(older.Luma(0, 0), kPlain, kPresetsTouch);
   EXPECT_EQ(Word(), "") << "neither the older frame's, which has none, nor that of the last mark";
@@ -159,7 +159,7 @@ TEST_F(DumpMark, MarksAmongFramesInFlightAndDroppedOnesComeBackInTheirOrder) {
         return log.Has(LOG_WARNING, "[beauty][FaceBeautyFilterWorker]  EnqueueFrame failed, return original frame");
       },
       "a dropped frame"));
-  std::vector<HostFrame> marked;
+  std::vector<FedFrame> marked;
   for (uint32_t id = 101; id <= 103; ++id) {
     marked.push_back(FeedMarked(id, kMarked + 30 * static_cast<int>(id - 101)));
     Feed(kPlain);
@@ -176,7 +176,7 @@ TEST_F(DumpMark, MarksAmongFramesInFlightAndDroppedOnesComeBackInTheirOrder) {
 TEST_F(DumpMark, IsLostWithAFrameOfAFormerSize) {
   FeedMarked(77, kMarked);
   for (int frame = 0; frame < 5; ++frame) Feed(kPlain, 96, 64);
-  const HostFrame marked = FeedMarked(78, kMarked, 96, 64);
+  const FedFrame marked = FeedMarked(78, kMarked, 96, 64);
   const Dump *dump = Await(78, 96, 64);
   ASSERT_TRUE(dump);
   EXPECT_LE(LargestDifference(dump->frame, marked), kPresetsTouch);
@@ -225,7 +225,7 @@ class DumpMarkOnGpu : public DumpMark {
 
 // Such a frame's pixels are in a texture; what leaves in memory is only its clock and its mark.
 TEST_F(DumpMarkOnGpu, ComesBackWithTheEnginesWord) {
-  const HostFrame marked = FeedMarked(77, kMarked);
+  const FedFrame marked = FeedMarked(77, kMarked);
   const Dump *dump = Await(77);
   ASSERT_TRUE(dump);
   EXPECT_EQ(dump->word["frame"]["timestamp"], marked.Timestamp());

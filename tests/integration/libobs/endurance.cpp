@@ -67,7 +67,7 @@ void Play(long minutes, uint32_t width, uint32_t height) {
   auto next_frame = Clock::now();
   const auto begin = next_frame;
   long printed = -1;
-  vanta_integration::HostFrame frame = vanta_integration::MakeFrame(80, VIDEO_FORMAT_NV12, width, height);
+  vanta_integration::FedFrame frame = vanta_integration::MakeFrame(80, VIDEO_FORMAT_NV12, width, height);
   while (printed < minutes) {
     frame.Get()->timestamp = os_gettime_ns();
     source.Feed(frame);

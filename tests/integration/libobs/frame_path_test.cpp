@@ -43,13 +43,13 @@ void ExpectFramesOneCallLater(video_format format, Tolerance tolerance) {
   ASSERT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= chain.FirstKept() + 8; }, "eight frames"));
   chain.RemoveFilter();
 
-  const std::vector<HostFrame> in = chain.before.TakeFrames();
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> in = chain.before.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   const size_t untouched = chain.FirstKept();
   for (size_t index = untouched; index < untouched + 8; ++index) {
     SCOPED_TRACE("frame " + std::to_string(index));
-    const HostFrame &given = out[index];
-    const HostFrame &source_picture = in[index];
+    const FedFrame &given = out[index];
+    const FedFrame &source_picture = in[index];
     EXPECT_EQ(source_picture.Format(), format);
     EXPECT_EQ(given.Format(), format);
     EXPECT_EQ(given.Timestamp(), in[index + 1].Timestamp());

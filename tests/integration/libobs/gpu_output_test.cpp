@@ -49,7 +49,7 @@ bool NothingDrawn(const Screenshot &shot) {
 }
 
 // Feeds the picture until what the source shows fits.
-bool FeedUntilShown(FedSource &source, BeautyChain &chain, const HostFrame &picture,
+bool FeedUntilShown(FedSource &source, BeautyChain &chain, const FedFrame &picture,
                     const std::function<bool(const Screenshot &)> &fits, const char *what) {
   return vanta_test::WaitUntil(
       [&] {
@@ -93,7 +93,7 @@ class ShownBeside {
 };
 
 // The picture without this module.
-Screenshot Plain(const HostFrame &picture) {
+Screenshot Plain(const FedFrame &picture) {
   FedSource source("plain");
   const ShownBeside shown(source.Get());
   Screenshot shot;
@@ -111,7 +111,7 @@ Screenshot Plain(const HostFrame &picture) {
 // A source whose frames go through the open engine and stay on the GPU, and which shows its first picture.
 class GpuChain {
  public:
-  GpuChain(const ObsSession &session, const HostFrame &picture)
+  GpuChain(const ObsSession &session, const FedFrame &picture)
       : on_gpu_((vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true), true)),
         settings_(OpenInterop()),
         chain(source.Get(), settings_),
@@ -128,12 +128,12 @@ class GpuChain {
   }
   ~GpuChain() { lumivex_set_texture_fault(LUMIVEX_TEXTURE_GOOD); }
 
-  bool ShowsPlain(const HostFrame &picture) {
+  bool ShowsPlain(const FedFrame &picture) {
     return FeedUntilShown(
         source, chain, picture, [&](const Screenshot &shot) { return MeanDifference(shot, plain) <= kSame; },
         "the picture");
   }
-  bool ShowsNothing(const HostFrame &picture) {
+  bool ShowsNothing(const FedFrame &picture) {
     return FeedUntilShown(source, chain, picture, NothingDrawn, "nothing to be drawn");
   }
 
@@ -152,7 +152,7 @@ class GpuPathFormats : public testing::TestWithParam<video_format> {};
 
 TEST_P(GpuPathFormats, ShowsThePictureOfTheMemoryPath) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst, GetParam(), 128, 96);
+  const FedFrame picture = MakeFrame(kFirst, GetParam(), 128, 96);
   const GpuChain gpu(session, picture);
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, false);
   FedSource source("in memory");
@@ -171,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, GpuPathFormats,
 
 TEST(GpuPath, LeavesTheFramesInMemoryAsTheyCame) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
   session.Control().SetBeautyIntensityWithType(lumivex::kBeautyBrightness, 1.0f);  // the engine is there
   EXPECT_TRUE(FeedUntilShown(
@@ -214,7 +214,7 @@ TEST(GpuPath, PlaysAClipAsTheMemoryPathDoes) {
 TEST(GpuPath, FollowsTheSourcesSize) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
-  const HostFrame larger = MakeFrame(kFirst, VIDEO_FORMAT_NV12, 96, 64);
+  const FedFrame larger = MakeFrame(kFirst, VIDEO_FORMAT_NV12, 96, 64);
   const Screenshot plain = Plain(larger);
   EXPECT_TRUE(FeedUntilShown(
       gpu.source, gpu.chain, larger, [&](const Screenshot &shot) { return MeanDifference(shot, plain) <= kSame; },
@@ -226,7 +226,7 @@ TEST(GpuPath, FollowsTheSourcesSize) {
 TEST(GpuPath, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
-  const HostFrame other = MakeFrame(kSecond);
+  const FedFrame other = MakeFrame(kSecond);
   const Screenshot plain = Plain(other);
   session.Control().SetFacelessJumpInfo({true, 7});
   EXPECT_TRUE(FeedUntilShown(
@@ -238,7 +238,7 @@ TEST(GpuPath, JumpedOverShowsTheSourceAndNotTheFrameBefore) {
 TEST(GpuPath, PassedByWithoutAnEngineShowsTheSourceAndNotTheFrameBefore) {
   const ObsSession session;
   GpuChain gpu(session, MakeFrame(kFirst));
-  const HostFrame other = MakeFrame(kSecond);
+  const FedFrame other = MakeFrame(kSecond);
   const Screenshot plain = Plain(other);
   SignalMissingEngine();
   ASSERT_TRUE(vanta_host_is_passing_through());
@@ -261,7 +261,7 @@ TEST(GpuPath, LeadsThroughMemoryWhereTheDriverHasNoLabels) {
   const vanta_test::ScriptedDriver driver({{"GL_KHR_debug"}, "4.2"});
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, true);
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   const Screenshot plain = Plain(picture);
   SetNeutralPreset(session, 0.5f);
   FedSource source("without labels");
@@ -290,7 +290,7 @@ constexpr char kLockFailed[] =
 // A texture whose failure is for good: nothing is drawn, and told, until the frames come back in memory.
 void ExpectFallBack(lumivex_texture_fault fault, const char *line, const std::string &reason) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
   const vanta_test::LogCapture log;
   lumivex_set_texture_fault(fault);
@@ -318,7 +318,7 @@ TEST(FailingTexture, ThatCannotBeOpenedDrawsNothingAndFallsBack) {
 // A texture whose failure may pass: nothing is drawn, nothing falls back, and the next good one is drawn.
 void ExpectFramesSkipped(lumivex_texture_fault fault, const char *line) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
   vanta_host_clear_reports();
   const vanta_test::LogCapture log;
@@ -348,7 +348,7 @@ TEST(FailingTexture, WhoseLockIsAbandonedDrawsNothingAndFallsBackOnNothing) {
 
 TEST(FailingTexture, ThatTheEngineReplacesByMemoryIsShownFromThere) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   GpuChain gpu(session, picture);
   lumivex_set_texture_fault(LUMIVEX_TEXTURE_MEMORY_FRAME);
   EXPECT_TRUE(vanta_test::WaitUntil(
@@ -364,7 +364,7 @@ TEST(FailingTexture, ThatTheEngineReplacesByMemoryIsShownFromThere) {
 // Nobody has said where frames go: on software GL that is memory.
 TEST(GpuPath, IsLeftAloneOnSoftwareGlUnlessItIsAskedFor) {
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   const Screenshot plain = Plain(picture);
   SetNeutralPreset(session, 0.5f);
   const vanta_test::LogCapture log;
@@ -386,7 +386,7 @@ TEST_P(PixelBufferFormats, AreUploadedAndShown) {
   lumivex_set_pixel_buffer_output(GetParam());
   vanta_host_set_switch(VANTA_SWITCH_CREATE_GL_CONTEXT, false);
   const ObsSession session;
-  const HostFrame picture = MakeFrame(kFirst);
+  const FedFrame picture = MakeFrame(kFirst);
   const Screenshot plain = Plain(picture);
   FedSource source;
   source.Show();

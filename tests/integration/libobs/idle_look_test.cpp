@@ -50,7 +50,7 @@ TEST_F(IdleLook, CostsNoWorkOnceTheEngineHasTheCommands) {
   for (int i = 0; i < 4; ++i) FeedThrough(source_, chain_, MakeFrame(kBefore));
   const uint64_t given = scripted_engine::FramesTaken();
   for (int i = 0; i < 10; ++i) {
-    const HostFrame frame = MakeFrame(kAfter);
+    const FedFrame frame = MakeFrame(kAfter);
     FeedThrough(source_, chain_, frame);
     EXPECT_EQ(LargestDifference(chain_.behind.Last(), frame), 0);
   }
@@ -69,7 +69,7 @@ TEST_F(IdleLook, ShowsNoOldPictureWhenItComesBack) {
         return scripted_engine::FramesProcessed() > processed + 8;
       },
       "the engine at work again");
-  for (const HostFrame &frame : chain_.behind.TakeFrames()) EXPECT_GE(frame.Luma(0, 0), kAfter);
+  for (const FedFrame &frame : chain_.behind.TakeFrames()) EXPECT_GE(frame.Luma(0, 0), kAfter);
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ Points PointsOnPath(const Picture &picture, Path path) {
 Points PointsOnTheEnginesPath(const Picture &picture) {
   const auto width = static_cast<int>(picture.width);
   const auto height = static_cast<int>(picture.height);
-  const HostFrame frame = MakeFrame(0, VIDEO_FORMAT_I420, picture.width, picture.height);
+  const FedFrame frame = MakeFrame(0, VIDEO_FORMAT_I420, picture.width, picture.height);
   obs_source_frame &i420 = *frame.Get();
   libyuv::ABGRToI420(picture.pixels.data(), width * 4, i420.data[0], static_cast<int>(i420.linesize[0]), i420.data[1],
                      static_cast<int>(i420.linesize[1]), i420.data[2], static_cast<int>(i420.linesize[2]), width,

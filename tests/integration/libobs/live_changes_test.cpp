@@ -135,11 +135,11 @@ TEST(LiveChanges, TwoFiltersOnOneSourceBothWorkOnEachFrame) {
   FedSource source;
   BeautyChain first(source.Get());
   BeautyChain second(source.Get());
-  const HostFrame picture = MakeFrame(60);
+  const FedFrame picture = MakeFrame(60);
   ASSERT_TRUE(vanta_test::WaitUntil(
       [&] {
         FeedThrough(source, first, MakeFrame(60));
-        const std::vector<HostFrame> out = second.behind.TakeFrames();
+        const std::vector<FedFrame> out = second.behind.TakeFrames();
         return !out.empty() && LumaDifference(out.back(), picture) == std::pair(2 * kLift, 2 * kLift);
       },
       "a frame lifted twice"));
@@ -180,11 +180,11 @@ TEST(LiveChanges, ASizeThatChangesWithEachFrameSettlesOnceItStays) {
   for (uint32_t step = 0; step < 40; ++step)
     FeedThrough(source, chain, MakeFrame(60, VIDEO_FORMAT_NV12, 32 + 2 * (step % 9), 24 + 2 * (step % 7)));
   chain.behind.TakeFrames();
-  const HostFrame picture = MakeFrame(60);
+  const FedFrame picture = MakeFrame(60);
   EXPECT_TRUE(vanta_test::WaitUntil(
       [&] {
         FeedThrough(source, chain, MakeFrame(60));
-        const std::vector<HostFrame> out = chain.behind.TakeFrames();
+        const std::vector<FedFrame> out = chain.behind.TakeFrames();
         return !out.empty() && LumaDifference(out.back(), picture) == std::pair(kLift, kLift);
       },
       "processed frames of the size that stays"));
@@ -233,7 +233,7 @@ TEST_P(EdgeSizes, AreCarriedOrKeptBackWithoutHarm) {
       [&] {
         chain.behind.TakeFrames();
         FeedThrough(source, chain, MakeFrame(60, GetParam(), 64, 48));
-        const std::vector<HostFrame> out = chain.behind.TakeFrames();
+        const std::vector<FedFrame> out = chain.behind.TakeFrames();
         return !out.empty() && out.back().Width() == 64;
       },
       "frames of an ordinary size again"));

@@ -108,8 +108,8 @@ TEST(NoEngine, EveryLaterFramePassesUntouched) {
   chain.before.TakeFrames();
   chain.behind.TakeFrames();
   for (int frame = 0; frame < 20; ++frame) FeedThrough(source, chain, MakeFrame(40 + frame));
-  const std::vector<HostFrame> in = chain.before.TakeFrames();
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> in = chain.before.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   ASSERT_EQ(out.size(), 20u);
   for (size_t index = 0; index < out.size(); ++index) {
     EXPECT_EQ(LargestDifference(in[index], out[index]), 0) << "frame " << index;
@@ -124,7 +124,7 @@ TEST(NoEngine, ThePictureOnTheCanvasIsThePlainOne) {
   BeautyChain chain(source.Get());
   source.Show();
   ASSERT_TRUE(FeedUntilTheyPass(source, chain));
-  HostFrame white(VIDEO_FORMAT_BGRA, 64, 48);
+  FedFrame white(VIDEO_FORMAT_BGRA, 64, 48);
   white.Draw(200);
   white.Get()->timestamp = MakeFrame(0).Timestamp();
   FeedThrough(source, chain, white);
@@ -152,8 +152,8 @@ TEST(NoEngine, AnEngineThatGoesAwayInTheMiddleLeavesThePlainPicture) {
   chain.before.TakeFrames();
   chain.behind.TakeFrames();
   for (int frame = 0; frame < 10; ++frame) FeedThrough(source, chain, MakeFrame(60, VIDEO_FORMAT_NV12, 80, 60));
-  const std::vector<HostFrame> in = chain.before.TakeFrames();
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> in = chain.before.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   ASSERT_EQ(out.size(), 10u);
   for (size_t index = 0; index < out.size(); ++index) EXPECT_EQ(LargestDifference(in[index], out[index]), 0);
 }

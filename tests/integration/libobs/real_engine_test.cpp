@@ -16,13 +16,13 @@ namespace vanta_integration {
 namespace {
 
 // Feeds the same picture until what comes out of the filter fits.
-bool FeedUntilOutput(FedSource &source, BeautyChain &chain, const HostFrame &picture,
-                     const std::function<bool(const HostFrame &)> &fits, const char *what) {
+bool FeedUntilOutput(FedSource &source, BeautyChain &chain, const FedFrame &picture,
+                     const std::function<bool(const FedFrame &)> &fits, const char *what) {
   return vanta_test::WaitUntil(
       [&] {
         chain.behind.TakeFrames();
         FeedThrough(source, chain, picture);
-        const std::vector<HostFrame> out = chain.behind.TakeFrames();
+        const std::vector<FedFrame> out = chain.behind.TakeFrames();
         return !out.empty() && fits(out.back());
       },
       what);
@@ -35,11 +35,11 @@ TEST_P(RealEngineFormats, BrightnessLiftsThePicture) {
   const ObsSession session;
   FedSource source;
   BeautyChain chain(source.Get());
-  const HostFrame picture = MakeFrame(90, GetParam());
+  const FedFrame picture = MakeFrame(90, GetParam());
   session.Control().SetBeautyIntensityWithType(lumivex::kBeautyBrightness, 1.0f);
   EXPECT_TRUE(FeedUntilOutput(
       source, chain, picture,
-      [&](const HostFrame &out) {
+      [&](const FedFrame &out) {
         // Commands may come before the engine exists; the host then sends them again.
         session.Control().SetBeautyIntensityWithType(lumivex::kBeautyBrightness, 1.0f);
         return LumaDifference(out, picture).first >= 10;
@@ -73,7 +73,7 @@ TEST(RealEngine, WhereItCannotRunThePicturePassesUntouched) {
   const ObsSession session;
   FedSource source;
   BeautyChain chain(source.Get());
-  const HostFrame picture = MakeFrame(90);
+  const FedFrame picture = MakeFrame(90);
   ASSERT_TRUE(vanta_test::WaitUntil(
       [&] {
         FeedThrough(source, chain, picture);
@@ -82,9 +82,9 @@ TEST(RealEngine, WhereItCannotRunThePicturePassesUntouched) {
       "the host to know that there is no engine"));
   chain.behind.TakeFrames();
   for (int frame = 0; frame < 10; ++frame) FeedThrough(source, chain, picture);
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   ASSERT_EQ(out.size(), 10u);
-  for (const HostFrame &frame : out) EXPECT_EQ(LargestDifference(frame, picture), 0);
+  for (const FedFrame &frame : out) EXPECT_EQ(LargestDifference(frame, picture), 0);
   lumivex_set_available(true);
 }
 
@@ -94,11 +94,11 @@ TEST(RealEngine, ThatGoesAwayInTheMiddleLeavesThePlainPicture) {
   BeautyChain chain(source.Get());
   ASSERT_TRUE(FeedUntilOutput(
       source, chain, MakeFrame(90),
-      [](const HostFrame &) { return vanta_host_get_engine_state() == VANTA_ENGINE_RUNNING; }, "a running engine"));
+      [](const FedFrame &) { return vanta_host_get_engine_state() == VANTA_ENGINE_RUNNING; }, "a running engine"));
   lumivex_set_available(false);
-  const HostFrame larger = MakeFrame(90, VIDEO_FORMAT_NV12, 96, 64);
+  const FedFrame larger = MakeFrame(90, VIDEO_FORMAT_NV12, 96, 64);
   EXPECT_TRUE(FeedUntilOutput(
-      source, chain, larger, [&](const HostFrame &out) { return LargestDifference(out, larger) == 0; },
+      source, chain, larger, [&](const FedFrame &out) { return LargestDifference(out, larger) == 0; },
       "the plain picture"));
   lumivex_set_available(true);
 }

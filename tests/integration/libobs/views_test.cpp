@@ -24,7 +24,6 @@ namespace scripted_engine = vanta_test::scripted_engine;
 
 constexpr uint32_t kWidth = 64;
 constexpr uint32_t kHeight = 48;
-constexpr int kPixelBuffer = 3;  // LX::FrameData::pixel_format: four bytes a pixel, to be uploaded
 
 void WhitenLuma(LX::FrameData &frame) {
   std::memset(frame.planes[0], 235, static_cast<size_t>(frame.strides[0]) * static_cast<size_t>(frame.height));
@@ -69,7 +68,7 @@ TEST(Screenshot, ShowsAPixelBufferOfTheEngine) {
   const ObsSession session;
   scripted_engine::Change([](EngineScript &script) {
     script.on_frame = PaintOrange;
-    script.out_format = kPixelBuffer;
+    script.out_format = LX::PixelFormat::kPixelBuffer;
   });
   FedSource source;
   BeautyChain chain(source.Get());
@@ -120,16 +119,16 @@ TEST(Screenshot, TakenFromAnotherThreadLeavesTheFramesAsTheyAre) {
   FeedUntilKept(source, chain);
   chain.behind.TakeFrames();
   FeedBesideScreenshots(source, chain, 40);
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   EXPECT_EQ(out.size(), 40u);
-  for (const HostFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
+  for (const FedFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
 }
 
 TEST(Screenshot, TakenFromAnotherThreadMeetsEachNewPixelBuffer) {
   const ObsSession session;
   scripted_engine::Change([](EngineScript &script) {
     script.on_frame = PaintOrange;
-    script.out_format = kPixelBuffer;
+    script.out_format = LX::PixelFormat::kPixelBuffer;
   });
   FedSource source;
   BeautyChain chain(source.Get());
@@ -210,9 +209,9 @@ TEST(Views, ASecondViewAndADisplayShareTheSourceWhileFramesFlow) {
   const Preview preview(source.Get());
   for (int frame = 0; frame < 40; ++frame) FeedThrough(source, chain, MakeFrame(60));
   vanta_test::WaitUntil([&] { return preview.Drawn() >= 10; }, "ten drawings of the display");
-  const std::vector<HostFrame> out = chain.behind.TakeFrames();
+  const std::vector<FedFrame> out = chain.behind.TakeFrames();
   EXPECT_EQ(out.size(), 40u);
-  for (const HostFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
+  for (const FedFrame &frame : out) EXPECT_EQ(frame.Luma(20, 20), 235);
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ class EnqueueWatch {
 };
 
 TEST_F(BeautyFilterDeinterlaced, FirstFrameComesBackAsACopyOfItself) {
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 51);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 51);
   obs_source_frame *out = Video(frame.get());
   ASSERT_NE(out, nullptr);
   EXPECT_EQ(out, data().last_frame);
@@ -85,7 +85,7 @@ TEST_F(BeautyFilterDeinterlaced, HostIsToldOnEveryFrameAndReportedToOnce) {
 
 TEST_F(BeautyFilterDeinterlaced, DeliveredFrameIsKeptAsTheLastOne) {
   Pass(1, kWidth, kHeight, 61);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 62, 99);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 62, 99);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(data().last_frame->data[0][0], 61);
   EXPECT_EQ(data().last_frame->timestamp, 99u);
@@ -98,7 +98,7 @@ TEST_F(BeautyFilterDeinterlaced, OnlyTheFirstInstancesFirstFramePrimes) {
   void *second = record_.create(settings_, &second_filter);
   auto &second_data = *static_cast<face_beauty_filter_data *>(second);
   ASSERT_TRUE(WaitUntil([&] { return second_data.worker->IsRunning(); }));
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 71);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 71);
   scripted_engine::Close(Gate::kProcess);
   obs_source_frame *out = record_.filter_video(second, frame.get());
   scripted_engine::Open(Gate::kProcess);
@@ -123,7 +123,7 @@ TEST_F(BeautyFilterDeinterlaced, BlankFrameIsOpaqueBlackInEachKindOfFormat) {
                {VIDEO_FORMAT_YUVA, {{0, 0, 0, 0}, "\x80\x80\x80\x80", "\x80\x80\x80\x80", "\xFF\xFF\xFF\xFF"}}};
   StopWorker();
   for (const auto &wanted : cases) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight, 99, 1, wanted.format);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 99, 1, wanted.format);
     EXPECT_EQ(Video(frame.get()), frame.get());
     const obs_source_frame &last = *data().last_frame;
     ASSERT_EQ(last.format, wanted.format);
@@ -148,13 +148,13 @@ TEST_F(BeautyFilterDeinterlaced, SizeThatTheHostCannotLayOutHasNoLastFrame) {
     EXPECT_EQ(Video(&frame), &frame);
     EXPECT_EQ(data().last_frame, nullptr) << width << "x" << height;
   }
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   Video(frame.get());
   EXPECT_NE(data().last_frame, nullptr);
 }
 
 TEST_F(BeautyFilterDeinterlaced, FirstFrameWithoutAChromaPlaneDoesNotPrime) {
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 51);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 51);
   frame->data[1] = nullptr;
   obs_source_frame *out = Video(frame.get());
   ASSERT_EQ(out, data().last_frame);
@@ -166,11 +166,11 @@ TEST_F(BeautyFilterDeinterlaced, FrameWithoutAChromaPlaneIsNotKeptWhenTheOutputS
   for (const int32_t type : {3, 4, 5}) {
     scripted_engine::Change([type](EngineScript &script) { script.out_format = type; });
     Pass(1, kWidth, kHeight, 61);
-    const TestFrame before = MakeFrame(kWidth, kHeight, 62);
+    const HostFrame before = MakeFlatFrame(kWidth, kHeight, 62);
     Video(before.get());
     EXPECT_TRUE(WaitForPasses(++passes_));
     ASSERT_EQ(data().last_frame->data[0][0], 62);
-    const TestFrame frame = MakeFrame(kWidth, kHeight, 63);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 63);
     frame->data[1] = nullptr;
     EXPECT_EQ(Video(frame.get()), frame.get());
     EXPECT_EQ(data().frame_type, type);
@@ -179,7 +179,7 @@ TEST_F(BeautyFilterDeinterlaced, FrameWithoutAChromaPlaneIsNotKeptWhenTheOutputS
 }
 
 TEST_F(BeautyFilterDeinterlaced, FrameWithAPitchBeyondTheSignedRangeIsNotKept) {
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 51);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 51);
   frame->linesize[1] = 0xFFFFFFC0u;
   obs_source_frame *out = Video(frame.get());
   ASSERT_EQ(out, data().last_frame);
@@ -189,7 +189,7 @@ TEST_F(BeautyFilterDeinterlaced, FrameWithAPitchBeyondTheSignedRangeIsNotKept) {
 TEST_F(BeautyFilterDeinterlaced, NewSizeReplacesTheLastFrameBeforeTheEnqueue) {
   Pass();
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(32, 16);
+  const HostFrame frame = MakeFlatFrame(32, 16);
   const EnqueueWatch watch(data());
   Video(frame.get());
   EXPECT_EQ(watch.width_then, 32u);
@@ -200,7 +200,7 @@ TEST_F(BeautyFilterDeinterlaced, NewSizeReplacesTheLastFrameBeforeTheEnqueue) {
 
 TEST_F(BeautyFilterDeinterlaced, NewFormatOfTheSameSizeReplacesItToo) {
   Pass();
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 1, VIDEO_FORMAT_I420);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, 1, VIDEO_FORMAT_I420);
   Video(frame.get());
   EXPECT_EQ(data().last_frame->format, VIDEO_FORMAT_I420);
   EXPECT_NE(data().last_frame->data[2], nullptr);
@@ -215,7 +215,7 @@ TEST_F(BeautyFilterDeinterlaced, FormatsOfTheSamePlanesShareTheFrame) {
     constexpr long kHeld = 0x7ffffffe;  // a new frame has another count, though it may lie in the same place
     const obs_source_frame *kept = nullptr;
     for (const video_format format : formats) {
-      const TestFrame frame = MakeFrame(kWidth, kHeight, 77, 1, format);
+      const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 77, 1, format);
       obs_source_frame *out = Video(frame.get());
       EXPECT_TRUE(WaitForPasses(++passes_));
       if (kept) {
@@ -233,8 +233,8 @@ TEST_F(BeautyFilterDeinterlaced, FormatsOfTheSamePlanesShareTheFrame) {
 
 TEST_F(BeautyFilterDeinterlaced, SharedFrameHasTheFormatOfItsOwnPixels) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame first = MakeFrame(kWidth, kHeight, 51, 1, VIDEO_FORMAT_YUY2);
-  const TestFrame second = MakeFrame(kWidth, kHeight, 52, 2, VIDEO_FORMAT_UYVY);
+  const HostFrame first = MakeFlatFrame(kWidth, kHeight, 51, 1, VIDEO_FORMAT_YUY2);
+  const HostFrame second = MakeFlatFrame(kWidth, kHeight, 52, 2, VIDEO_FORMAT_UYVY);
   obs_source_frame *of_first = Video(first.get());
   ASSERT_EQ(of_first, data().last_frame);
   obs_source_frame *of_second = Video(second.get());  // nothing has been delivered: the first one's pixels again
@@ -252,7 +252,7 @@ TEST_F(BeautyFilterDeinterlaced, SwitchingTheModeOffFreesItOnTheNextFrame) {
 }
 
 TEST_F(BeautyFilterDeinterlaced, LastFrameCarriesNoDumpMark) {
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 5);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, 5);
   vanta::SetDumpId(frame.get(), 9);
   obs_source_frame *out = Video(frame.get());
   ASSERT_EQ(out, data().last_frame);
@@ -285,11 +285,11 @@ class BeautyFilterDump : public FilterFixture {
 };
 
 TEST_F(BeautyFilterDump, MarkedFrameBringsItsTextToTheRecord) {
-  const TestFrame marked = MakeFrame(kWidth, kHeight, 16, 1000);
+  const HostFrame marked = MakeFlatFrame(kWidth, kHeight, 16, 1000);
   vanta::SetDumpId(marked.get(), 7);
   Video(marked.get());
   ASSERT_TRUE(WaitForPasses(1));
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 16, 2000);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, 2000);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(vanta::GetDumpId(frame.get()), 7u);
   EXPECT_EQ(data().dump_json, "{\"a\":1}");
@@ -299,7 +299,7 @@ TEST_F(BeautyFilterDump, MarkedFrameBringsItsTextToTheRecord) {
 
 TEST_F(BeautyFilterDump, MarkThatRodeOnALaterFrameIsRefused) {
   Pass();
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   vanta::SetDumpId(frame.get(), 8);  // this very frame is to be dumped; what comes out is an older, unmarked one
   Video(frame.get());
   EXPECT_EQ(data().dump_json, "");

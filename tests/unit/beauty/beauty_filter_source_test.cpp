@@ -167,7 +167,7 @@ TEST_F(BeautyFilter, FilterRemoveStopsTheWorkerAndFramesPass) {
   CreateFilter();
   Pass();
   record_.filter_remove(instance_, &parent_);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 33);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 33);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 33);
   EXPECT_FALSE(log_.HasText("uninited"));
@@ -193,7 +193,7 @@ TEST_F(BeautyFilter, UpdateReachesTheWorker) {
 
 TEST_F(BeautyFilter, FirstFrameYieldsNothingAndIsReleased) {
   CreateFilter();
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   EXPECT_EQ(Video(frame.get()), nullptr);
   EXPECT_TRUE(log_.Has(kWarning, kDequeueFailed));
   EXPECT_EQ(gs_recorder::Count("obs_source_release_frame(parent, frame)"), 1u);
@@ -204,7 +204,7 @@ TEST_F(BeautyFilter, FirstFrameYieldsNothingAndIsReleased) {
 TEST_F(BeautyFilter, LaterFrameCarriesEarlierPixelsAndItsOwnClock) {
   CreateFilter();
   Pass(1, kWidth, kHeight, 10);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 20, 4711);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 20, 4711);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 10);
   EXPECT_EQ(frame->timestamp, 4711u);
@@ -216,7 +216,7 @@ TEST_F(BeautyFilter, EmptyDequeueKeepsTheTypeOfTheLastDelivery) {
   CreateFilter();
   Deliver(3);
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   while (Video(frame.get())) {
   }
   EXPECT_EQ(data().frame_type, 3);
@@ -226,8 +226,8 @@ TEST_F(BeautyFilter, EnqueueFailureIsLoggedAndTheFlowGoesOn) {
   CreateFilter();
   Pass();
   scripted_engine::Close(Gate::kProcess);
-  TestFrame frames[5];
-  for (TestFrame &frame : frames) frame = MakeFrame(kWidth, kHeight);
+  HostFrame frames[5];
+  for (HostFrame &frame : frames) frame = MakeFlatFrame(kWidth, kHeight);
   // One stands in the output; the first call takes it out again.
   obs_source_frame *results[5];
   for (int i = 0; i < 5; ++i) results[i] = Video(frames[i].get());
@@ -244,7 +244,7 @@ TEST_F(BeautyFilter, EngineOfTwoFramePeriodsDropsInputsAndLeavesGaps) {
   size_t delivered = 0;
   size_t processed = 1;
   for (int tick = 0; tick < 20; ++tick) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight, 16, static_cast<uint64_t>(tick));
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, static_cast<uint64_t>(tick));
     if (Video(frame.get())) ++delivered;
     if (tick % 2 == 1) {
       ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
@@ -261,7 +261,7 @@ TEST_F(BeautyFilter, UninitialisedWorkerPassesFramesAndSaysSo) {
   CreateFilter();
   auto running = data().worker;
   data().worker = vanta::FaceBeautyFilterWorker::Create(&filter_);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 21);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 21);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 21);
   EXPECT_TRUE(log_.Has(kWarning, kUninited));
@@ -275,7 +275,7 @@ TEST_F(BeautyFilter, MayBeDestroyedOnItsWorkersOwnThread) {
   scripted_engine::Change(
       [this](EngineScript &script) { script.on_frame = [this](LX::FrameData &) { DestroyFilter(); }; });
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   record_.filter_video(instance_, frame.get());
   ASSERT_TRUE(WaitUntil(
       [&] {
@@ -296,7 +296,7 @@ TEST_F(BeautyFilter, WithoutAWorkerFramesPass) {
   CreateFilter();
   auto running = data().worker;
   data().worker = nullptr;
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 22);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 22);
   EXPECT_EQ(Video(frame.get()), frame.get());
   record_.update(instance_, settings_);
   record_.filter_remove(instance_, &parent_);
@@ -305,7 +305,7 @@ TEST_F(BeautyFilter, WithoutAWorkerFramesPass) {
 
 TEST_F(BeautyFilter, FlipIsThatOfTheNewestInput) {
   CreateFilter();
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   frame->flip = true;
   Video(frame.get());
   EXPECT_TRUE(data().flip);
@@ -323,7 +323,7 @@ TEST_F(BeautyFilter, MinuteOfFilterVideoIsReportedByItsRecorder) {
 TEST_F(BeautyFilter, PassedFramesAreMeasuredToo) {
   CreateFilter();
   vanta::FacelessInstance::GetInstance()->SetFacelessJumpInfo({true, 1});
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   Video(frame.get());
   MovableClock::Advance(61s);
   Video(frame.get());
@@ -356,7 +356,7 @@ class BeautyFilterJump : public BeautyFilter {
 TEST_F(BeautyFilterJump, FramesPassUntouchedAndTheWorkerSeesNone) {
   CreateFilter();
   Jump(true);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 23);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 23);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 23);
   EXPECT_EQ(scripted_engine::Created(), 0);
@@ -365,7 +365,7 @@ TEST_F(BeautyFilterJump, FramesPassUntouchedAndTheWorkerSeesNone) {
 TEST_F(BeautyFilterJump, OneLineInSixHundredFrames) {
   CreateFilter();
   Jump(true, 3);
-  const TestFrame frame = MakeFrame(2, 2);
+  const HostFrame frame = MakeFlatFrame(2, 2);
   for (int i = 0; i < 599; ++i) Video(frame.get());
   EXPECT_EQ(log_.CountWith("[beauty][jump]"), 0u);
   Video(frame.get());
@@ -377,7 +377,7 @@ TEST_F(BeautyFilterJump, OneLineInSixHundredFrames) {
 TEST_F(BeautyFilterJump, EndOfTheJumpBeginsTheCountAnew) {
   CreateFilter();
   Jump(true);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   for (int i = 0; i < 599; ++i) Video(frame.get());
   Jump(false);
   Pass();
@@ -390,10 +390,10 @@ TEST_F(BeautyFilterJump, QueuedFramesAreDeliveredAfterTheJump) {
   CreateFilter();
   Pass(1, kWidth, kHeight, 41);
   Jump(true);
-  const TestFrame jumped = MakeFrame(kWidth, kHeight, 42);
+  const HostFrame jumped = MakeFlatFrame(kWidth, kHeight, 42);
   Video(jumped.get());
   Jump(false);
-  const TestFrame frame = MakeFrame(kWidth, kHeight, 43);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 43);
   EXPECT_EQ(Video(frame.get()), frame.get());
   EXPECT_EQ(frame->data[0][0], 41);
   EXPECT_TRUE(WaitForPasses(2));
@@ -404,7 +404,7 @@ TEST_F(BeautyFilterJump, DeinterlaceModeIsReadEvenSo) {
   Jump(true);
   parent_.deinterlace = OBS_DEINTERLACE_MODE_BLEND;
   gs_recorder::Clear();
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   Video(frame.get());
   EXPECT_EQ(gs_recorder::CallsWithout({"obs_find_module_file"}),
             (Texts{"obs_filter_get_parent(filter)", "obs_source_get_deinterlace_mode(parent)"}));

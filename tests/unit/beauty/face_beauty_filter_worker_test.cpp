@@ -97,7 +97,7 @@ TEST_F(WorkerLife, StopBeforeStartLeavesTheWorkerUninitialised) {
 TEST_F(WorkerLife, StopDoesNotWaitForAFrameInProgress) {
   StartWorker();
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   worker_->stop();  // the gate is still closed: a wait would never end
@@ -164,7 +164,7 @@ TEST_F(WorkerLife, CommandsNotRunDieWithTheWorker) {
 TEST_F(WorkerLife, ShortLivesInARowLeaveNothingBehind) {
   for (int i = 0; i < 50; ++i) {
     StartWorker();
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     worker_->EnqueueFrame(frame.get());
     worker_->EnqueueFrame(frame.get());
     StopWorker();
@@ -248,7 +248,7 @@ TEST_F(LastReference, MayGoOnAThreadOfAnotherWorkerWhoseOwnLastReferenceGoesOnTh
   ASSERT_TRUE(other->start());
   ASSERT_TRUE(WaitUntil([&] { return other->IsRunning(); }, "a running worker"));
   ASSERT_TRUE(HoldAt(Gate::kProcess));
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(other->EnqueueFrame(frame.get()));
   ASSERT_TRUE(WaitUntil(
       [&] {

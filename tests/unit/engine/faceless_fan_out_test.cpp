@@ -43,7 +43,7 @@ class FanOut : public WorkerFixture {
   // Frames through all workers. A frame that comes before a worker runs is processed as well, and a lost wake-up takes
   // another.
   bool PassFramesUntil(const std::function<bool()> &condition) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     return WaitUntil(
         [&] {
           for (FaceBeautyFilterWorker *worker : {worker_.get(), second_.get()}) {

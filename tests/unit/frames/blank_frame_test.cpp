@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <media-io/video-scaler.h>
 
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 
 namespace vanta {

@@ -5,6 +5,7 @@
 
 #include "fakes/engine/scripted_engine.h"
 #include "fakes/host/host_double.h"
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 #include "fixtures/process/log_capture.h"
 #include "frames/face_beauty_frame_factory.h"

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 #include "fixtures/process/log_capture.h"
 #include "frames/face_beauty_frame_factory.h"

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fakes/engine/scripted_engine.h"
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 #include "fixtures/process/alloc_counter.h"
 #include "frames/face_beauty_frame_factory.h"

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <util/bmem.h>
 
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 #include "frames/face_beauty_frame_factory.h"
 

@@ -32,6 +32,7 @@ struct Target {
 
 const std::string kBase = "base/include/";
 const std::string kContracts = "plugins/vanta_filter/include/";
+const std::string kKeyingHeaders = "host/keying/include/";
 const std::string kHostHeader = "host/vanta_host/include/";
 const std::string kEngineHeaders = "engines/lumivex/include/";
 const std::string kRunnerHeaders = "engines/tessera/include/";
@@ -49,9 +50,10 @@ const std::vector<Target> &House() {
         {"beauty", "greenscreen", "landmark"},
         {"module"}},
        {kBase}},
+      {"host/keying/", {{"include"}}, {}},
       {"host/vanta_host/",
        {{"include"}, {"textures"}, {"reports"}, {"controls"}, {"pages"}, {"remote"}, {"registration"}, {"supervision"}},
-       {kBase, kContracts, kEngineHeaders}},
+       {kBase, kContracts, kKeyingHeaders, kEngineHeaders}},
       {"engines/tessera/",
        {{"include"},
         {"platform", "vision"},
@@ -72,14 +74,14 @@ const std::vector<Target> &House() {
         {"core"}},
        {kBase, kContracts, kHostHeader, kRunnerHeaders}},
       {"host/vanta_run/",
-       {{"common", "keying"},
+       {{"common"},
         {"clock"},
         {"capture", "commands", "faces", "input", "monitor"},
         {"output"},
         {"plot"},
         {"session"},
         {"cli"}},
-       {kBase, kContracts, kHostHeader, kEngineHeaders}},
+       {kBase, kContracts, kKeyingHeaders, kHostHeader, kEngineHeaders}},
       {"docs/examples/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
   };
   return house;

@@ -4,10 +4,9 @@
 #include <cstdint>
 
 #include <gtest/gtest.h>
-#include <obs-nix-platform.h>
 #include <obs.h>
 
-#include "session/virtual_display.h"
+#include "fixtures/host/headless_session.h"
 
 namespace {
 
@@ -19,24 +18,13 @@ using Picture = std::array<uint8_t, kWidth * kHeight * 4>;
 class BeautyEffect : public testing::Test {
  protected:
   BeautyEffect() {
-    obs_set_nix_platform(OBS_NIX_PLATFORM_X11_EGL);
-    obs_set_nix_platform_display(display_.connection());
-    EXPECT_TRUE(obs_startup("en-US", nullptr, nullptr));
-    obs_video_info video{};
-    video.graphics_module = "libobs-opengl";
-    video.fps_num = 30;
-    video.fps_den = 1;
-    video.base_width = video.output_width = 64;
-    video.base_height = video.output_height = 64;
-    video.output_format = VIDEO_FORMAT_NV12;
-    EXPECT_EQ(obs_reset_video(&video), OBS_VIDEO_SUCCESS);
+    EXPECT_TRUE(vanta_test::StartVideo());
     obs_enter_graphics();
     effect_ = gs_effect_create_from_file(VANTA_TEST_DATA_FOLDER "/vanta_beauty.effect", nullptr);
   }
   ~BeautyEffect() override {
     gs_effect_destroy(effect_);
     obs_leave_graphics();
-    obs_shutdown();
   }
 
   // Draws `picture` with the effect over transparent black and reads the result back.
@@ -81,7 +69,7 @@ class BeautyEffect : public testing::Test {
     return result;
   }
 
-  vanta_run::VirtualDisplay display_;
+  vanta_test::HeadlessSession obs_;
 };
 
 TEST_F(BeautyEffect, OffersTheTechniqueAndTheParameterOfTheFilter) {

@@ -102,6 +102,7 @@ TEST(Operations, WhatASnapshotLeavesOutKeepsItsDefault) {
 
 TEST(Operations, JumpStateComesBackAsAnObject) {
   FakeTarget target;
+  target.control.SetFacelessJumpInfo({true, 5});
   EXPECT_EQ(Send(target, R"({"call":"GetFacelessJumpInfo"})").dump(), R"({"need_jump":true,"jump_type":5})");
 }
 

@@ -33,8 +33,8 @@ bool InteropRequests::ProcessorMustChange() {
   const OpenTask task = TakeOpenTask();
   if (!task.pending) return false;
   const bool current = IsBeautySharedTexture();
-  blog(LOG_INFO, "[lx_enable_nvdx_interop] cur [%d] target [%d]", current, task.wish);
-  if (current == task.wish) return false;
+  blog(LOG_INFO, "[lx_enable_nvdx_interop] cur [%d] target [%d]", current, task.shared_textures);
+  if (current == task.shared_textures) return false;
   blog(LOG_INFO, "[lx_enable_nvdx_interop] LumivexProcessor recreate because of LX AB change");
   return true;
 }
@@ -43,9 +43,9 @@ InteropRequests::OpenTask InteropRequests::TakeOpenTask() {
   MutexLock lock(open_tasks_mutex_);
   if (open_tasks_.empty()) return {false, false};
   // Only the latest request counts.
-  const bool wish = open_tasks_.back() == "open";
+  const bool shared_textures = open_tasks_.back() == "open";
   open_tasks_.clear();
-  return {true, wish};
+  return {true, shared_textures};
 }
 
 }  // namespace vanta

@@ -25,7 +25,7 @@ class InteropRequests {
  private:
   struct OpenTask {
     bool pending;
-    bool wish;  // meaningful when pending
+    bool shared_textures;  // meaningful when pending
   };
   OpenTask TakeOpenTask() VANTA_EXCLUDES(open_tasks_mutex_);
 

@@ -78,7 +78,7 @@ TEST_F(CommandForwarder, DirectCommandWaitsForTheFrameInProgress) {
   ASSERT_TRUE(Feed());
   SetAsync(false);
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   std::atomic<uint64_t> thread{0};
@@ -99,7 +99,7 @@ TEST_F(CommandForwarder, DirectCommandWaitsForTheFrameInProgress) {
 TEST_F(CommandForwarder, QueuedCommandDoesNotWaitForTheFrameInProgress) {
   ASSERT_TRUE(Feed());
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   worker_->commands().Command(&IFaceless::SetLookupIntensity, 0.5F);  // with the gate closed, a wait would never end

@@ -33,7 +33,7 @@ class DelayReduction : public WorkerFixture {
   // Marked frames come on top of the four carriers, so that the output can grow as far as a test wants.
   void FeedMarked(int count) {
     for (int i = 0; i < count; ++i) {
-      const TestFrame frame = MakeFrame(kWidth, kHeight, 16, ++timestamp_);
+      const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, ++timestamp_);
       vanta::SetDumpId(frame.get(), 1);
       ASSERT_TRUE(FeedFrame(frame.get()));
     }
@@ -163,7 +163,7 @@ TEST_F(DelayReductionAlone, FramesNotYetProcessedAreNoDelay) {
   Test(1);
   Finish(1);
   for (int i = 0; i < 3; ++i) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     frames_.PutInput(frames_.TakeFreeFrame(kWidth, kHeight), frame.get());
   }
   MovableClock::Advance(milliseconds(60001));

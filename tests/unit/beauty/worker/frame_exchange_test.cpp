@@ -55,7 +55,7 @@ TEST_F(FrameExchange, DequeueWithNothingFinishedLeavesTheTypeAlone) {
 
 TEST_F(FrameExchange, FifthFrameInFlightIsRefused) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_FALSE(worker_->EnqueueFrame(frame.get()));
   scripted_engine::Open(Gate::kProcess);
@@ -67,7 +67,7 @@ TEST_F(FrameExchange, FifthFrameInFlightIsRefused) {
 
 TEST_F(FrameExchange, EnqueueReturnsWhileTheEngineIsBusy) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
@@ -154,7 +154,7 @@ TEST_F(FrameExchange, EveryOtherPixelFormatIsAMemoryFrame) {
 
 TEST_F(FrameExchange, FailedCopyIntoTheHostsFrameSetsNothing) {
   ASSERT_TRUE(Feed());
-  TestFrame frame = MakeFrame(kWidth, kHeight);
+  HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   uint8_t *const plane = frame->data[0];
   frame->data[0] = nullptr;
   int32_t type = 2;
@@ -166,7 +166,7 @@ TEST_F(FrameExchange, FailedCopyIntoTheHostsFrameSetsNothing) {
 }
 
 TEST_F(FrameExchange, FrameOfAFormatThatTheScalerLacksIsNotProcessed) {
-  TestFrame frame = MakeFrame(kWidth, kHeight);
+  HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   frame->format = static_cast<video_format>(31);  // the enumeration has room up to here
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_TRUE(log_.Has(kWarning, "[beauty] create ffmpeg scaler failed"));
@@ -183,7 +183,7 @@ class FrameExchangeDump : public WorkerFixture {
   }
 
   bool FeedMarked(uint32_t id, uint64_t timestamp) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight, 16, timestamp);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight, 16, timestamp);
     vanta::SetDumpId(frame.get(), id);
     return FeedFrame(frame.get());
   }
@@ -218,9 +218,9 @@ TEST_F(FrameExchangeDump, AnotherIdIsRefusedWithAnEmptyText) {
 
 TEST_F(FrameExchangeDump, MarkedFrameComesOnTopOfTheFourInFlight) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   for (int i = 0; i < 4; ++i) ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  const TestFrame marked = MakeFrame(kWidth, kHeight, 16, 99);
+  const HostFrame marked = MakeFlatFrame(kWidth, kHeight, 16, 99);
   vanta::SetDumpId(marked.get(), 5);
   EXPECT_TRUE(worker_->EnqueueFrame(marked.get()));
   EXPECT_FALSE(worker_->EnqueueFrame(frame.get()));
@@ -228,7 +228,7 @@ TEST_F(FrameExchangeDump, MarkedFrameComesOnTopOfTheFourInFlight) {
 
 TEST_F(FrameExchangeDump, OrdinaryFrameLeavesTheHostsMarkAlone) {
   ASSERT_TRUE(Feed());
-  TestFrame frame = MakeFrame(kWidth, kHeight);
+  HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   vanta::SetDumpId(frame.get(), 3);
   int32_t type = 2;
   std::shared_ptr<LX::FrameData> bgra;
@@ -261,7 +261,7 @@ TEST_F(FrameExchangeDump, SecondMarkOnOneTimestampStands) {
 class FrameExchangeAlone : public testing::Test {
  protected:
   bool Enqueue() {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     frame->flip = true;
     return exchange_.EnqueueFrame(frame.get());
   }
@@ -296,7 +296,7 @@ TEST_F(FrameExchangeAlone, TickCountsWhatComesInAndWhatIsTaken) {
   exchange_.SetTick(&tick);
   Enqueue();
   frames_.PushOutput(frames_.TakeNextInput());
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   EXPECT_TRUE(Dequeue(frame.get()));
   EXPECT_FALSE(Dequeue(frame.get()));
   EXPECT_EQ(tick.in_count, 1u);

@@ -33,8 +33,8 @@ class WorkerAllocation : public WorkerFixture {
 
   // Allocations of the whole process over so many trips, after a warm-up.
   uint64_t Allocations(video_format format) {
-    const TestFrame in = MakeFrame(kWidth, kHeight, 16, 1, format);
-    const TestFrame out = MakeFrame(kWidth, kHeight, 0, 2, format);
+    const HostFrame in = MakeFlatFrame(kWidth, kHeight, 16, 1, format);
+    const HostFrame out = MakeFlatFrame(kWidth, kHeight, 0, 2, format);
     EXPECT_TRUE(FeedFrame(in.get()));
     EXPECT_TRUE(Dequeue().success);
     scripted_engine::SetRecording(false);
@@ -54,8 +54,8 @@ class WorkerAllocation : public WorkerFixture {
 
 // The tick runs, once a second; what a sample allocates stands between the seconds.
 TEST_F(WorkerAllocation, FramesBetweenTheSamplesTakeNothingFromTheHeap) {
-  const TestFrame in = MakeFrame(kWidth, kHeight);
-  const TestFrame out = MakeFrame(kWidth, kHeight);
+  const HostFrame in = MakeFlatFrame(kWidth, kHeight);
+  const HostFrame out = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(FeedFrame(in.get()));
   ASSERT_TRUE(Dequeue().success);
   scripted_engine::SetRecording(false);

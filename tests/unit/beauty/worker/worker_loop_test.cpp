@@ -73,7 +73,7 @@ TEST_F(WorkerLoop, ThreadLogsItsLifeInOrder) {
 TEST_F(WorkerLoop, StopDuringAFrameFinishesItAndTakesNoOther) {
   StartWorker();
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
@@ -93,7 +93,7 @@ TEST_F(WorkerLoop, StopBeforeTheFirstProcessorLeavesStateRunningAndProcessesNoth
   ASSERT_TRUE(worker_->start());
   ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
   EXPECT_TRUE(worker_->IsRunning());
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_EQ(scripted_engine::Created(), 0);
   EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
@@ -114,7 +114,7 @@ TEST_F(WorkerLoop, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcesse
   go_on.set_value();
   ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
   EXPECT_TRUE(worker_->IsRunning());
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_EQ(scripted_engine::Created(), 0);
   EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
@@ -123,7 +123,7 @@ TEST_F(WorkerLoop, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcesse
 TEST_F(WorkerLoop, StopWhileAnEngineIsMadeFinishesItsFrameAndTakesNoOther) {
   StartWorker();
   scripted_engine::Close(Gate::kCreate);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kCreate));
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
@@ -165,7 +165,7 @@ TEST_F(RunningWorkerLoop, WakeWithoutAFrameIsToldToTheHostAsAnIdlePass) {
 TEST_F(RunningWorkerLoop, NextFrameRepairsALostWake) {
   ASSERT_TRUE(Feed());
   ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   MovableClock::LoseNotifications(1);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_TRUE(WaitUntil([&] {
@@ -177,7 +177,7 @@ TEST_F(RunningWorkerLoop, NextFrameRepairsALostWake) {
 TEST_F(RunningWorkerLoop, RefusedFrameRepairsALostWakeToo) {
   ASSERT_TRUE(Feed());
   ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   MovableClock::LoseNotifications(3);
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   // One stands in the output, three in the input: from here on every frame is refused.
@@ -189,7 +189,7 @@ TEST_F(RunningWorkerLoop, RefusedFrameRepairsALostWakeToo) {
 
 TEST_F(RunningWorkerLoop, FramesThatArriveDuringAPassAreTakenWithoutANewWait) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
@@ -205,7 +205,7 @@ TEST_F(RunningWorkerLoop, FramesThatArriveDuringAPassAreTakenWithoutANewWait) {
 class WorkerLoopAlone : public testing::Test {
  protected:
   void PutFrame() {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     frames_.PutInput(frames_.TakeFreeFrame(kWidth, kHeight), frame.get());
   }
 

@@ -38,7 +38,7 @@ class WorkerSettings : public WorkerFixture {
   }
   // The call that the engine got for the next frame.
   std::string NextFrameCall(bool frame_flip = false) {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     frame->flip = frame_flip;
     EXPECT_TRUE(FeedFrame(frame.get()));
     std::vector<std::string> texts = scripted_engine::Texts();

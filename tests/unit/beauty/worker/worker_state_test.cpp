@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "fakes/clock/movable_clock.h"
-#include "fixtures/module/engine_test_frame.h"
+#include "fixtures/frames/host_frame.h"
 #include "fixtures/process/wait.h"
 #include "frames/face_beauty_frame_factory.h"
 
@@ -16,7 +16,7 @@ using namespace vanta_test;
 using vanta::FaceBeautyFrameFactory;
 
 void PutFrame(FaceBeautyFrameFactory &frames) {
-  const TestFrame frame = MakeFrame(64, 48);
+  const HostFrame frame = MakeFlatFrame(64, 48);
   frames.PutInput(frames.TakeFreeFrame(64, 48), frame.get());
 }
 

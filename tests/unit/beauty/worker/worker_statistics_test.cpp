@@ -34,7 +34,7 @@ class WorkerStatistics : public WorkerFixture {
   }
   // A finished frame is taken, and cannot be copied into the host's.
   bool DequeueIntoNoPlane() {
-    const TestFrame frame = MakeFrame(kWidth, kHeight);
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
     uint8_t *const plane = std::exchange(frame->data[0], nullptr);
     int32_t type = 2;
     std::shared_ptr<LX::FrameData> bgra;
@@ -110,7 +110,7 @@ TEST_F(WorkerStatistics, TickCountsFramesThatEnterAndThatLeaveWhetherDeliveredOr
 
 TEST_F(WorkerStatistics, EventsOfTheFramePathAreCounted) {
   scripted_engine::Close(Gate::kProcess);
-  const TestFrame frame = MakeFrame(kWidth, kHeight);
+  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
   for (int i = 0; i < 6; ++i) worker_->EnqueueFrame(frame.get());  // two are refused
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(Dequeue().success);
   ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));

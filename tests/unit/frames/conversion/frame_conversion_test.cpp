@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "beauty/face_beauty_filter_worker.h"
+#include "fixtures/frames/guarded_frame.h"
 #include "fixtures/frames/host_frame.h"
 #include "fixtures/frames/i420_picture.h"
 #include "fixtures/process/log_capture.h"

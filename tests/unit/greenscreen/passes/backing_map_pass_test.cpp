@@ -75,9 +75,19 @@ TEST_F(BackingMapPass, BeginsAnewWithAnotherKey) {
   EXPECT_EQ(HadPrevious(), "0");
 }
 
+TEST_F(BackingMapPass, SaysThatThereIsNoMapWhereATargetCannotBeMade) {
+  gs_recorder::FailAll("gs_texrender_create");
+  Run();
+  EXPECT_EQ(Values("backing_flag").back(), "0");
+  EXPECT_EQ(Values("backing_tex").back(), "null");
+  EXPECT_THAT(Errors(), IsEmpty());
+}
+
 TEST_F(BackingMapPass, SaysThatThereIsNoMapWhereATargetIsLost) {
-  for (const char *call : {"gs_texrender_create", "gs_texrender_begin(texrender1", "gs_texrender_begin(texrender2",
-                           "gs_texrender_begin(texrender3"}) {
+  for (const char *call :
+       {"gs_texrender_begin(texrender1", "gs_texrender_begin(texrender2", "gs_texrender_begin(texrender3"}) {
+    Run();
+    EXPECT_EQ(Values("backing_flag").back(), "1") << "before " << call;
     gs_recorder::FailAll(call);
     Run();
     EXPECT_EQ(Values("backing_flag").back(), "0") << call;

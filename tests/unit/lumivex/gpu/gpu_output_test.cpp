@@ -22,8 +22,6 @@ using vanta_test::Colour;
 
 constexpr int kWidth = 48;
 constexpr int kHeight = 32;
-constexpr int32_t kMemoryFrame = 1;
-constexpr int32_t kSharedTexture = 5;
 constexpr std::chrono::milliseconds kProbe{500};
 
 // A host that draws, and a window of the engine's.
@@ -50,7 +48,7 @@ class GpuOutput : public testing::Test {
   }
 
  private:
-  vanta_test::ObsSession obs_;
+  vanta_test::HeadlessSession obs_;
   bool video_ = false;
 
  protected:
@@ -60,7 +58,7 @@ class GpuOutput : public testing::Test {
 
 std::shared_ptr<LX::FrameData> Requested(LX::LumivexSync &engine, Picture &picture, int color_code = 2) {
   std::shared_ptr<LX::FrameData> frame = picture.Frame(color_code);
-  frame->pixel_format = kSharedTexture;
+  frame->pixel_format = LX::PixelFormat::kSharedTexture;
   return engine.processFrameData(frame);
 }
 
@@ -122,7 +120,7 @@ TEST_F(GpuOutput, ComesBackUnderAHandleWithTheKeyOne) {
   Picture picture(kWidth, kHeight, kBlue);
   const auto frame = Requested(*engine, picture);
   ASSERT_NE(frame, nullptr);
-  EXPECT_EQ(frame->pixel_format, kSharedTexture);
+  EXPECT_EQ(frame->pixel_format, LX::PixelFormat::kSharedTexture);
   ASSERT_NE(frame->shared_texture, nullptr);
   EXPECT_NE(frame->shared_texture->handle, 0u);
   EXPECT_EQ(frame->shared_texture->getKeyValue(), 1u);
@@ -135,7 +133,7 @@ TEST_F(GpuOutput, IsMemoryWhereAMemoryFrameIsAskedFor) {
     const auto frame = picture.Frame();
     frame->pixel_format = wish;
     ASSERT_EQ(engine->processFrameData(frame), frame);
-    EXPECT_EQ(frame->pixel_format, kMemoryFrame);
+    EXPECT_EQ(frame->pixel_format, LX::PixelFormat::kMemory);
     EXPECT_EQ(frame->shared_texture, nullptr);
   }
 }
@@ -248,11 +246,11 @@ TEST_F(GpuOutput, TurnsToMemoryForAHostThatGivesNoTextureBack) {
   std::vector<std::shared_ptr<LX::FrameData>> kept;
   const vanta_test::LogCapture log;
   while (kept.size() < 20) kept.push_back(Requested(*engine, picture));
-  EXPECT_EQ(kept.front()->pixel_format, kSharedTexture);
-  EXPECT_EQ(kept.back()->pixel_format, kMemoryFrame);
+  EXPECT_EQ(kept.front()->pixel_format, LX::PixelFormat::kSharedTexture);
+  EXPECT_EQ(kept.back()->pixel_format, LX::PixelFormat::kMemory);
   EXPECT_EQ(log.Count("[lumivex] no shared texture to be had for a frame, it comes back in memory"), 1u);
   kept.clear();
-  EXPECT_EQ(Requested(*engine, picture)->pixel_format, kSharedTexture);
+  EXPECT_EQ(Requested(*engine, picture)->pixel_format, LX::PixelFormat::kSharedTexture);
 }
 
 TEST_F(GpuOutput, TurnsToMemoryWhileTheHostHoldsTheLock) {
@@ -263,9 +261,9 @@ TEST_F(GpuOutput, TurnsToMemoryWhileTheHostHoldsTheLock) {
   vanta_host_texture *end = vanta_host_texture_open(static_cast<uint32_t>(frame->shared_texture->handle));
   ASSERT_EQ(vanta_host_texture_acquire(end, 1, 0), 0);
   frame.reset();
-  EXPECT_EQ(Requested(*engine, picture)->pixel_format, kMemoryFrame);
+  EXPECT_EQ(Requested(*engine, picture)->pixel_format, LX::PixelFormat::kMemory);
   vanta_host_texture_release(end, 1);
-  EXPECT_EQ(Requested(*engine, picture)->pixel_format, kSharedTexture);
+  EXPECT_EQ(Requested(*engine, picture)->pixel_format, LX::PixelFormat::kSharedTexture);
   vanta_host_texture_close(end);
 }
 
@@ -282,7 +280,7 @@ TEST_F(GpuOutput, ReplacesATextureThatTheHostHasLost) {
   }
   frame.reset();
   frame = Requested(*engine, picture);
-  EXPECT_EQ(frame->pixel_format, kSharedTexture);
+  EXPECT_EQ(frame->pixel_format, LX::PixelFormat::kSharedTexture);
   EXPECT_NE(frame->shared_texture->handle, lost);
   EXPECT_FALSE(Draw(*host, *frame).empty());
 }
@@ -330,7 +328,7 @@ TEST_F(GpuOutput, FailsAsItIsTold) {
   Picture picture(kWidth, kHeight, kGrey);
   lumivex_set_texture_fault(LUMIVEX_TEXTURE_MISSING);
   auto frame = Requested(*engine, picture);
-  EXPECT_EQ(frame->pixel_format, kSharedTexture);
+  EXPECT_EQ(frame->pixel_format, LX::PixelFormat::kSharedTexture);
   EXPECT_EQ(frame->shared_texture, nullptr);
   lumivex_set_texture_fault(LUMIVEX_TEXTURE_NO_HANDLE);
   EXPECT_EQ(Requested(*engine, picture)->shared_texture->handle, 0u);
@@ -348,7 +346,7 @@ TEST_F(GpuOutput, FailsAsItIsTold) {
     vanta_host_texture_close(end);
   }
   lumivex_set_texture_fault(LUMIVEX_TEXTURE_MEMORY_FRAME);
-  EXPECT_EQ(Requested(*engine, picture)->pixel_format, kMemoryFrame);
+  EXPECT_EQ(Requested(*engine, picture)->pixel_format, LX::PixelFormat::kMemory);
   lumivex_set_texture_fault(LUMIVEX_TEXTURE_GOOD);
   frame = Requested(*engine, picture);
   EXPECT_FALSE(Draw(*host, *frame).empty());

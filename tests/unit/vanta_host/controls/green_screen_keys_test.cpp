@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <obs.hpp>
 
-#include "controls/backing_color.h"
 
 namespace {
 
@@ -115,37 +114,6 @@ TEST_F(GreenScreenKeys, RefuseATextThatIsNoObjectOnce) {
   EXPECT_FALSE(Give("[1]"));
   EXPECT_TRUE(MergeConfig(settings_));
   EXPECT_FLOAT_EQ(Complete()["similarity"].get<float>(), 0.667f);
-}
-
-// A subject of one colour before a backing of another.
-RgbaPicture Take(const uint8_t (&backing)[3], const uint8_t (&subject)[3]) {
-  RgbaPicture picture{40, 30, {}};
-  for (uint32_t y = 0; y < picture.height; ++y) {
-    for (uint32_t x = 0; x < picture.width; ++x) {
-      const uint8_t *colour = x >= 12 && x < 28 && y >= 8 ? subject : backing;
-      picture.pixels.insert(picture.pixels.end(), {colour[0], colour[1], colour[2], 255});
-    }
-  }
-  return picture;
-}
-
-TEST(BackingColor, IsTheGreenBehindTheSubject) {
-  const auto colour = FindBackingColor(Take({51, 158, 77}, {30, 40, 220}));
-  ASSERT_TRUE(colour);
-  EXPECT_NEAR((*colour)[0], 51 / 255.0, 1e-6);
-  EXPECT_NEAR((*colour)[1], 158 / 255.0, 1e-6);
-  EXPECT_NEAR((*colour)[2], 77 / 255.0, 1e-6);
-}
-
-TEST(BackingColor, IsTheBlueBehindTheSubject) {
-  const auto colour = FindBackingColor(Take({30, 60, 200}, {220, 180, 160}));
-  ASSERT_TRUE(colour);
-  EXPECT_NEAR((*colour)[2], 200 / 255.0, 1e-6);
-}
-
-TEST(BackingColor, IsNoneInAGreyRoom) {
-  EXPECT_FALSE(FindBackingColor(Take({120, 120, 120}, {220, 180, 160})));
-  EXPECT_FALSE(FindBackingColor(RgbaPicture{}));
 }
 
 }  // namespace

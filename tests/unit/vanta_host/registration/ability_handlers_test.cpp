@@ -93,7 +93,7 @@ class AbilityHandlers : public testing::Test {
     return filter;
   }
 
-  ObsSession obs_;
+  HeadlessSession obs_;
   OBSSourceAutoRelease camera_;
 };
 
@@ -250,7 +250,7 @@ TEST_F(AbilityHandlers, OtherFiltersSettingsAreLeftAlone) {
 
 TEST(AbilityHandlersOfALateFilter, AreGuardedHoweverManyTypesCameBefore) {
   std::vector<std::string> ids;  // libobs keeps their addresses
-  const ObsSession obs;
+  const HeadlessSession obs;
   for (int i = 0; i < 20; ++i) ids.push_back("fake_" + std::to_string(i));
   for (const std::string &id : ids) RegisterFilter(id.c_str());
   RegisterFilter(kBeautyFilterId);

@@ -35,7 +35,7 @@ class DumpMark : public testing::Test {
   }
   void Pass(uint32_t left_over = 0) { Pass(data_, left_over); }
 
-  ObsSession obs_;
+  HeadlessSession obs_;
   OBSSourceAutoRelease filter_;
   decltype(obs_source_info::filter_video) filter_video_;
   void *data_;

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <obs.hpp>
 
-#include "fakes/control/fake_control.h"
+#include "fakes/control/exported_control.h"
 #include "fakes/control/fake_filter.h"
 #include "fixtures/host/headless_session.h"
 #include "fixtures/host/registrations.h"
@@ -52,7 +52,7 @@ class EngineWatch : public testing::Test {
     return TheFakeFilter().dump_ids.size() == seen;
   }
 
-  ObsSession obs_;
+  HeadlessSession obs_;
   decltype(obs_source_info::filter_video) filter_video_;
   OBSSourceAutoRelease filter_;
 };
@@ -200,7 +200,7 @@ TEST(EngineWatchRestart, ANewStartOfLibobsBeginsAfresh) {
   RegisterModule();
   EngineStarted(false);
   obs_shutdown();
-  ObsSession obs;
+  HeadlessSession obs;
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_EQ(vanta_host_get_engine_state(), VANTA_ENGINE_UNKNOWN);
   EXPECT_FALSE(vanta_host_is_passing_through());
@@ -209,7 +209,7 @@ TEST(EngineWatchRestart, ANewStartOfLibobsBeginsAfresh) {
 }
 
 TEST(EngineWatchRestart, NoModuleMeansNoControlObject) {
-  ObsSession obs;
+  HeadlessSession obs;
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_EQ(vanta_host_get_faceless(), nullptr);
 }

@@ -31,7 +31,7 @@ uint64_t Word(const void *record, size_t offset) {
 }
 
 TEST(Registration, EachSlotOfTheLongRecordReachesItsPublicPlace) {
-  ObsSession obs;
+  HeadlessSession obs;
   ForwardRegistrations(false);
   alignas(HostSourceInfo) char bytes[kLong];
   for (uint64_t offset = 0; offset < kLong; offset += 8) {
@@ -56,7 +56,7 @@ TEST(Registration, EachSlotOfTheLongRecordReachesItsPublicPlace) {
 }
 
 TEST(Registration, SlotsKeepTheirNames) {
-  ObsSession obs;
+  HeadlessSession obs;
   ForwardRegistrations(false);
   HostSourceInfo record = FakeRecord("names");
   record.get_properties = [](void *) -> obs_properties_t * { return nullptr; };
@@ -81,7 +81,7 @@ TEST(Registration, SlotsKeepTheirNames) {
 }
 
 TEST(Registration, EmptySlotsStayEmpty) {
-  ObsSession obs;
+  HeadlessSession obs;
   ForwardRegistrations(false);
   HostSourceInfo record{};
   record.id = "empty";
@@ -91,7 +91,7 @@ TEST(Registration, EmptySlotsStayEmpty) {
 }
 
 TEST(Registration, RecordsOfAnotherLengthGoOnAsTheyAre) {
-  ObsSession obs;
+  HeadlessSession obs;
   ForwardRegistrations(false);
   obs_source_info info{};
   info.id = "public";
@@ -103,7 +103,7 @@ TEST(Registration, RecordsOfAnotherLengthGoOnAsTheyAre) {
 }
 
 TEST(Registration, LibobsTakesTheFilterAndDrivesIt) {
-  ObsSession obs;
+  HeadlessSession obs;
   ASSERT_TRUE(StartVideo());
   Register(FakeRecord("fake_filter"));
   EXPECT_STREQ(obs_source_get_display_name("fake_filter"), "fake");
@@ -118,7 +118,7 @@ TEST(Registration, LibobsTakesTheFilterAndDrivesIt) {
 }
 
 TEST(Registration, ARefusedDuplicateLeavesTheFirstItsCallbacks) {
-  ObsSession obs;
+  HeadlessSession obs;
   Register(FakeRecord("fake_filter"));
   HostSourceInfo duplicate = FakeRecord("fake_filter");
   duplicate.create = [](obs_data_t *, obs_source_t *) -> void * {
@@ -132,10 +132,10 @@ TEST(Registration, ARefusedDuplicateLeavesTheFirstItsCallbacks) {
 
 TEST(Registration, AfterARestartTheNewCallbacksCount) {
   {
-    ObsSession obs;
+    HeadlessSession obs;
     Register(FakeRecord("fake_filter"));
   }
-  ObsSession obs;
+  HeadlessSession obs;
   HostSourceInfo anew = FakeRecord("fake_filter");
   anew.create = [](obs_data_t *, obs_source_t *) -> void * {
     TheFakeFilter().Note("create anew");
@@ -148,7 +148,7 @@ TEST(Registration, AfterARestartTheNewCallbacksCount) {
 
 TEST(Registration, TypesPastTheTableStillWorkWithoutMarks) {
   std::array<std::string, 17> ids;  // libobs keeps their addresses
-  ObsSession obs;
+  HeadlessSession obs;
   LogCapture log;
   for (size_t i = 0; i < ids.size(); ++i) {
     ids[i] = "fake_" + std::to_string(i);
@@ -164,7 +164,7 @@ TEST(Registration, TypesPastTheTableStillWorkWithoutMarks) {
 }
 
 TEST(Registration, TheFirstOneAttachesTheHost) {
-  ObsSession obs;
+  HeadlessSession obs;
   LogCapture log;
   Register(FakeRecord("fake_filter"));
   static bool came = false;

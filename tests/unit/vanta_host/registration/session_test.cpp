@@ -41,14 +41,14 @@ TEST(Session, DetachingWithoutLibobsIsHarmless) {
 }
 
 TEST(Session, DeclaresTheModulesSignals) {
-  ObsSession obs;
+  HeadlessSession obs;
   EXPECT_EQ(SignalsThatArrive(), 0u);
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_EQ(SignalsThatArrive(), kSignals.size());
 }
 
 TEST(Session, DeclaresThemOnceHoweverOftenItIsAttached) {
-  ObsSession obs;
+  HeadlessSession obs;
   LogCapture log;
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_TRUE(vanta_host_attach());
@@ -60,7 +60,7 @@ TEST(Session, DeclaresThemOnceHoweverOftenItIsAttached) {
 
 TEST(Session, DeclaresThemAgainAfterEachStart) {
   for (int i = 0; i < 3; ++i) {
-    ObsSession obs;
+    HeadlessSession obs;
     EXPECT_TRUE(vanta_host_attach());
     EXPECT_EQ(SignalsThatArrive(), kSignals.size()) << i;
   }
@@ -79,7 +79,7 @@ TEST(Session, DeclaresThemAgainWhereNobodyDetached) {
 TEST(Session, LeavesNothingBehind) {
   const long before = bnum_allocs();
   {
-    ObsSession obs;
+    HeadlessSession obs;
     EXPECT_TRUE(vanta_host_attach());
   }
   EXPECT_EQ(bnum_allocs(), before);
@@ -87,7 +87,7 @@ TEST(Session, LeavesNothingBehind) {
 
 TEST(Session, SwitchesOutliveIt) {
   {
-    ObsSession obs;
+    HeadlessSession obs;
     EXPECT_TRUE(vanta_host_attach());
     vanta_host_set_switch(VANTA_SWITCH_FRAME_FLIP, false);
   }
@@ -104,7 +104,7 @@ size_t MultibyteCount(const char *text) {
 TEST(Session, LeavesThePlainLocale) {
   std::setlocale(LC_ALL, "C");
   setenv("LC_ALL", "C", 1);
-  ObsSession obs;
+  HeadlessSession obs;
   const char *path = "/home/\xC3\xA9t\xC3\xA9";
   ASSERT_EQ(MultibyteCount(path), 0u);
   EXPECT_TRUE(vanta_host_attach());
@@ -115,7 +115,7 @@ TEST(Session, LeavesThePlainLocale) {
 TEST(Session, KeepsTheLocaleOfTheProgram) {
   ASSERT_TRUE(std::setlocale(LC_CTYPE, "C.utf8"));  // a name that nobody else gives it
   setenv("LC_ALL", "POSIX", 1);
-  ObsSession obs;
+  HeadlessSession obs;
   EXPECT_TRUE(vanta_host_attach());
   EXPECT_STREQ(std::setlocale(LC_CTYPE, nullptr), "C.utf8");
 }

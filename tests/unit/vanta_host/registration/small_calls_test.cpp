@@ -38,7 +38,7 @@ TEST(SharedTextures, NeedADrawingHostAndSaySoOnce) {
 
 TEST(Adapter, IsUnknownWithoutLibobsAndWithoutVideo) {
   EXPECT_STREQ(vanta_host_adapter_name(), "");
-  ObsSession obs;
+  HeadlessSession obs;
   EXPECT_STREQ(vanta_host_adapter_name(), "");
   const HostAdapterDesc desc = GetD3DAdapterInfo();
   EXPECT_EQ(desc.description[0], 0);
@@ -51,7 +51,7 @@ std::u16string AdapterText() {
 }
 
 TEST(Adapter, IsTheRendererOnceVideoIsUp) {
-  ObsSession obs;
+  HeadlessSession obs;
   vanta_host_attach();
   ASSERT_TRUE(StartVideo());
   EXPECT_EQ(AdapterText(), u"");  // nobody has asked the driver yet
@@ -62,7 +62,7 @@ TEST(Adapter, IsTheRendererOnceVideoIsUp) {
 }
 
 TEST(Adapter, IsLearntWhenAFilterIsCreated) {
-  ObsSession obs;
+  HeadlessSession obs;
   ASSERT_TRUE(StartVideo());
   const HostSourceInfo record = FakeRecord("fake_filter");
   __wrap_obs_register_source_s(reinterpret_cast<const obs_source_info *>(&record), sizeof(record));

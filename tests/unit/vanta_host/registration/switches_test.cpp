@@ -77,7 +77,7 @@ class GpuSwitch : public testing::Test {
   // With video, on a renderer that goes by that name.
   static bool GpuOutputOn(const std::string &renderer) {
     const vanta_test::ScriptedDriver driver({{}, "", renderer});
-    const vanta_test::ObsSession obs;
+    const vanta_test::HeadlessSession obs;
     vanta_host_attach();
     EXPECT_TRUE(vanta_test::StartVideo());
     return GpuOutputOfANewFilter();
@@ -102,7 +102,7 @@ TEST_F(GpuSwitch, FollowsTheRendererOfEachSession) {
 }
 
 TEST_F(GpuSwitch, StaysOnByItselfWhereTheRendererIsNotKnown) {
-  const vanta_test::ObsSession obs;
+  const vanta_test::HeadlessSession obs;
   vanta_host_attach();
   EXPECT_TRUE(GpuOutputOfANewFilter());
 }

@@ -109,7 +109,7 @@ class SharedTextures : public testing::Test {
   }
 
  private:
-  ObsSession obs_;
+  HeadlessSession obs_;
   bool video_ = false;
 
  protected:
@@ -551,7 +551,7 @@ TEST_F(SharedTextures, AreDrawnInAContextThatGivesTheThreadItsFormerOneBack) {
 
 TEST(PrivateContexts, AreNotMadeWhileLibobsDoesNotDraw) {
   EXPECT_EQ(vanta_host_gl_context_create(), nullptr);
-  const ObsSession obs;
+  const HeadlessSession obs;
   LogCapture log;
   EXPECT_EQ(vanta_host_gl_context_create(), nullptr);
   EXPECT_TRUE(log.Has(LOG_INFO, "[vanta_host] no off-screen GL context: libobs does not draw with EGL"));
@@ -560,7 +560,7 @@ TEST(PrivateContexts, AreNotMadeWhileLibobsDoesNotDraw) {
 TEST(PrivateContexts, OutliveLibobsWithoutHarm) {
   vanta_host_gl_context *context = nullptr;
   {
-    const ObsSession obs;
+    const HeadlessSession obs;
     ASSERT_TRUE(StartVideo());
     context = vanta_host_gl_context_create();
     ASSERT_NE(context, nullptr);

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "keying/small_picture.h"
+#include "vanta_keying/small_picture.h"
 
-namespace vanta_run {
+namespace vanta_keying {
 
 struct KeyFit {
   Rgb color{};           // of the backing, where its light is middling
@@ -31,4 +31,4 @@ std::string KeyFitConfig(const KeyFit &fit);
 // A sentence: "backing uneven (0.71 to 1.08 of the key), noise σ 3.1, 12 % spill".
 std::string DescribeKeyFit(const KeyFit &fit);
 
-}  // namespace vanta_run
+}  // namespace vanta_keying

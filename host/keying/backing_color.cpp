@@ -1,11 +1,11 @@
-#include "keying/backing_color.h"
+#include "vanta_keying/backing_color.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 
-namespace vanta_run {
+namespace vanta_keying {
 namespace {
 
 constexpr double kBorder = 0.15;       // of each side
@@ -116,4 +116,4 @@ std::optional<Rgb> FindBackingColor(const std::vector<SmallPicture> &pictures) {
   return Dominant(Collect(pictures, false), kPictureShare);
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_keying

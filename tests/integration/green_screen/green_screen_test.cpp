@@ -124,7 +124,7 @@ TEST_F(GreenScreenPicture, TheFirstKeyedFrameIsReportedToTheHost) {
 TEST_F(GreenScreenPicture, AnAsynchronousSourceIsKeyed) {
   FedSource source;
   const GreenScreen filter(source.Get());
-  HostFrame frame(VIDEO_FORMAT_NV12, 64, 48);
+  FedFrame frame(VIDEO_FORMAT_NV12, 64, 48);
   for (uint32_t y = 0; y < 48; ++y) std::fill_n(frame.Get()->data[0] + y * frame.Get()->linesize[0], 64, 173);
   for (uint32_t y = 0; y < 24; ++y) {
     for (uint32_t x = 0; x < 32; ++x) {

@@ -1,4 +1,4 @@
-#include "fakes/control/fake_control.h"
+#include "fakes/control/exported_control.h"
 
 #include "vanta_base/export.h"
 
@@ -10,8 +10,8 @@ bool control_locked = false;
 
 namespace vanta_test {
 
-FakeControl &Control() {
-  static FakeControl control;
+RecordingControl &Control() {
+  static RecordingControl control;
   return control;
 }
 

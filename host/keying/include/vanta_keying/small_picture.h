@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace vanta_run {
+namespace vanta_keying {
 
 // A frame as it lies in memory: rows of red, green, blue and alpha bytes; alpha counts for nothing. Borrowed.
 struct KeyPicture {
@@ -29,4 +29,4 @@ struct SmallPicture {
 // Each pixel is the mean of what it stands for. Empty for an empty picture.
 SmallPicture MakeSmall(const KeyPicture &picture);
 
-}  // namespace vanta_run
+}  // namespace vanta_keying

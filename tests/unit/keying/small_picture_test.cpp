@@ -1,8 +1,8 @@
-#include "keying/small_picture.h"
+#include "vanta_keying/small_picture.h"
 
 #include <gtest/gtest.h>
 
-namespace vanta_run {
+namespace vanta_keying {
 namespace {
 
 TEST(SmallPicture, KeepsASmallOneAsItIs) {
@@ -29,4 +29,4 @@ TEST(SmallPicture, OfNothingIsEmpty) {
 }
 
 }  // namespace
-}  // namespace vanta_run
+}  // namespace vanta_keying

@@ -1,13 +1,13 @@
-#include "keying/key_fit.h"
+#include "vanta_keying/key_fit.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
 
-#include "keying/backing_color.h"
+#include "vanta_keying/backing_color.h"
 
-namespace vanta_run {
+namespace vanta_keying {
 namespace {
 
 constexpr uint32_t kCellsAcross = 32;
@@ -237,4 +237,4 @@ std::string DescribeKeyFit(const KeyFit &fit) {
   return text;
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_keying

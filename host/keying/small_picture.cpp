@@ -1,8 +1,8 @@
-#include "keying/small_picture.h"
+#include "vanta_keying/small_picture.h"
 
 #include <algorithm>
 
-namespace vanta_run {
+namespace vanta_keying {
 namespace {
 
 constexpr uint32_t kGreatestWidth = 640;
@@ -42,4 +42,4 @@ SmallPicture MakeSmall(const KeyPicture &picture) {
   return small;
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_keying

@@ -1,4 +1,4 @@
-#include "keying/key_fit.h"
+#include "vanta_keying/key_fit.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
-namespace vanta_run {
+namespace vanta_keying {
 namespace {
 
 using testing::HasSubstr;
@@ -243,4 +243,4 @@ TEST(KeyFit, IsDescribedInOneSentence) {
 }
 
 }  // namespace
-}  // namespace vanta_run
+}  // namespace vanta_keying
