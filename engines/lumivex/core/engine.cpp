@@ -103,9 +103,9 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   if (applied_.ShowsMakeup() && !faces_.Found().empty()) {
     Timed(times[Stage::kMakeup], [&] { makeup_.Apply(view, space, faces_.Found(), applied_.face.makeup); });
   }
-  if (const float relight = applied_.Beauty(kBeautyRelight); relight > 0.0f && applied_.Enabled(kEffectRelight)) {
+  if (const float relight = applied_.Relight(); relight > 0.0f) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, relight); });
+    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, faces_.Found(), relight); });
   }
   const bool adjust = applied_.Enabled(kEffectAdjust);
   const float brightness = applied_.Beauty(kBeautyBrightness);
@@ -172,10 +172,18 @@ std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
 
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   const BeautyStrength strength = applied_.SkinStrength();
-  if (!strength.Any()) return;
-  Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces_.Found()); });
-  if (!times.skin_found) return;
-  Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
+  const RetouchStrength retouch = applied_.Retouch();
+  const EyesAndTeethStrength features = applied_.EyesAndTeeth();
+  const Faces &faces = faces_.Found();
+  if (strength.Any() || (retouch.Any() && !faces.empty()))
+    Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces); });
+  if (!faces.empty() && ((retouch.Any() && times.skin_found) || features.Any())) {
+    Timed(times[Stage::kRetouch], [&] {
+      eyes_and_teeth_.Apply(view, space, faces, features);
+      if (times.skin_found) retouch_.Apply(view, space, beauty_.Skin(), beauty_.CellLuma(), faces, retouch);
+    });
+  }
+  if (times.skin_found && strength.Any()) Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
 }
 
 void Engine::EndBatch() {

@@ -21,6 +21,8 @@
 #include "settings/effect_settings.h"
 #include "settings/preset.h"
 #include "skin/beauty_stage.h"
+#include "skin/eyes_and_teeth.h"
+#include "skin/retouch_stage.h"
 #include "skin/sharpen_stage.h"
 #include "vanta_filter/engine/lumivex_api.h"
 #include "warp/warp_stage.h"
@@ -111,6 +113,8 @@ class Engine {
 
   GreenMattingStage green_matting_;
   BeautyStage beauty_;
+  RetouchStage retouch_;
+  EyesAndTeethStage eyes_and_teeth_;
   RelightStage relight_;
   ToneStage tone_;
   LookupStage lookup_;
