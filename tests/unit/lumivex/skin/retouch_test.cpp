@@ -205,7 +205,7 @@ TEST_F(Retouch, NaturalityWeakensIt) {
   const Picture whole = With(spotted, lumivex::kBeautySpots);
   const auto engine = MakeEngine(kWidth, kHeight);
   engine->setBeautyIntensityWithType(lumivex::kBeautySpots, 1.0F);
-  engine->setNaturality(1.0F);
+  engine->setNaturalityIntensity(1.0F);
   Picture natural = spotted;
   Process(*engine, natural);
   EXPECT_LT(natural.Luma(at.x, at.y), whole.Luma(at.x, at.y) - 4);
