@@ -320,16 +320,6 @@ TEST_F(Makeup, SaysWhatIsWrongWithAPicture) {
   EXPECT_TRUE(says("it is no file"));
 }
 
-TEST_F(Makeup, LayersTogetherStayWithinTheBudget) {
-  const std::string layer = R"({"image": "large.png", "anchors": {"nose": [1, 1], "chin": [1, 9]}})";
-  WriteFile("makeup.json", R"({"format": 1, "layers": [)" + layer + "," + layer + "," + layer + "]}");
-  cv::imwrite(OwnFolder() + "/large.png", cv::Mat(4096, 4096, CV_8UC4, cv::Scalar(0, 0, 0, 0)));
-  const auto engine = MakeEngine();
-  const vanta_test::LogCapture log;
-  engine->setMakeupInfo({Info(OwnFolder())});
-  EXPECT_EQ(log.CountWith("with it the layers have more than 32 million pixels"), 1u);
-}
-
 TEST_F(Makeup, ThatIsNoGoodLeavesWhatItsKeyHas) {
   Script().faces = {kFace};
   const std::string folder = MakeFolder("normal", {0, 0, 255, 255});
