@@ -1,16 +1,19 @@
 #include "color/cube_file.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <optional>
+
+#include "platform/regular_file.h"
 
 namespace lumivex {
 namespace {
 
 constexpr std::string_view kBlank = " \t\r";
+constexpr uintmax_t kMostBytes = uintmax_t{64} << 20;
+constexpr size_t kShortestEntry = 6;  // bytes: "0 0 0" and the line's end
 constexpr const char *kRemedy = "export the table again as a 3D .cube file";
 
 // Takes the next word off the line; empty at its end.
@@ -49,6 +52,8 @@ std::optional<Rgb> ToRgbTriple(std::string_view line) {
 // Owns: the table under construction. Threads: one.
 class CubeParser {
  public:
+  explicit CubeParser(size_t text_bytes) : text_bytes_(text_bytes) {}
+
   // False when the line is wrong; `Reason` then says why.
   bool TakeLine(std::string_view line) {
     const std::string_view whole = line;
@@ -89,7 +94,8 @@ class CubeParser {
     if (table_.side != 0) return Fail("LUT_3D_SIZE stands there twice");
     table_.side = *side;
     wanted_ = static_cast<size_t>(*side) * *side * *side;
-    table_.entries.reserve(wanted_);
+    // No more than the text can hold, whatever size it tells.
+    table_.entries.reserve(std::min(wanted_, text_bytes_ / kShortestEntry + 1));
     return true;
   }
 
@@ -103,7 +109,8 @@ class CubeParser {
   bool TakeRange(std::string_view rest) {
     const auto low = ToNumber<float>(NextWord(rest));
     const auto high = ToNumber<float>(NextWord(rest));
-    if (!low || !high) return Fail("an input range is not two numbers");
+    if (!low || !high || !std::isfinite(*low) || !std::isfinite(*high))
+      return Fail("an input range is not two numbers");
     table_.domain_min = {*low, *low, *low};
     table_.domain_max = {*high, *high, *high};
     return true;
@@ -118,6 +125,7 @@ class CubeParser {
     return true;
   }
 
+  const size_t text_bytes_;
   LookupTable table_;
   size_t wanted_ = 0;  // entries
   std::string reason_;
@@ -126,7 +134,7 @@ class CubeParser {
 }  // namespace
 
 LookupFile ParseCube(std::string_view text) {
-  CubeParser parser;
+  CubeParser parser(text.size());
   for (int number = 1; !text.empty(); ++number) {
     const size_t end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -138,10 +146,10 @@ LookupFile ParseCube(std::string_view text) {
 }
 
 LookupFile ReadCubeFile(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return {nullptr, "it cannot be read", "check the file's permissions"};
-  const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  return ParseCube(text);
+  const auto [fault, bytes] = ReadRegularFile(path, kMostBytes);
+  if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 64 MiB", "export it with fewer entries"};
+  if (fault != FileFault::kNone) return {nullptr, "it cannot be read", "check the file's permissions"};
+  return ParseCube({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
 }
 
 }  // namespace lumivex

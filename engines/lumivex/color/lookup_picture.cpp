@@ -2,11 +2,16 @@
 
 #include <opencv2/imgcodecs.hpp>
 
+#include "files/picture_size.h"
+#include "platform/regular_file.h"
+
 namespace lumivex {
 namespace {
 
+constexpr uintmax_t kMostBytes = uintmax_t{16} << 20;  // 512 pixels a side take 2 MiB at most
+
 // Tiles per row for a picture of that side, 0 when there is none.
-int TilesFor(int side) {
+int TilesFor(int64_t side) {
   for (int tiles = 2; tiles * tiles <= kMaxLookupSide; ++tiles) {
     if (tiles * tiles * tiles == side) return tiles;
   }
@@ -32,15 +37,25 @@ void CopyEntries(const cv::Mat &picture, int tiles, float white, LookupTable &ta
 }  // namespace
 
 LookupFile ReadLookupPicture(const std::string &path) {
-  const cv::Mat picture = cv::imread(path, cv::IMREAD_COLOR | cv::IMREAD_ANYDEPTH);
-  if (picture.empty()) return {nullptr, "it is no picture that can be read", "save the table as a PNG picture"};
-  const int tiles = picture.cols == picture.rows ? TilesFor(picture.cols) : 0;
+  const LookupFile unreadable{nullptr, "it is no picture that can be read", "save the table as a PNG picture"};
+  const auto [fault, bytes] = ReadRegularFile(path, kMostBytes);
+  if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 16 MiB", "save the table as a PNG picture"};
+  const auto size = ReadPictureSize(bytes);
+  if (!size) return unreadable;
+  const int tiles = size->width == size->height ? TilesFor(size->width) : 0;
   if (tiles == 0) {
     return {nullptr,
-            "a picture of " + std::to_string(picture.cols) + " by " + std::to_string(picture.rows) +
+            "a picture of " + std::to_string(size->width) + " by " + std::to_string(size->height) +
                 " pixels holds no table",
             "use a square one of 64, 125, 216, 343 or 512 pixels a side"};
   }
+  cv::Mat picture;
+  try {
+    picture = cv::imdecode(bytes, cv::IMREAD_COLOR | cv::IMREAD_ANYDEPTH);
+  } catch (const cv::Exception &) {
+    return unreadable;
+  }
+  if (picture.cols != size->width || picture.rows != size->height) return unreadable;
   auto table = std::make_shared<LookupTable>();
   table->side = tiles * tiles;
   table->entries.reserve(static_cast<size_t>(picture.cols) * static_cast<size_t>(picture.rows));

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
 
+#include "color/face_light.h"
+
 namespace lumivex {
 namespace {
 
@@ -13,6 +15,7 @@ constexpr Place kLight{0.25f, 0.15f};  // on the upright picture
 constexpr float kReachX = 0.45f;       // standard deviation of the light, in widths
 constexpr float kReachY = 0.55f;       // in heights
 constexpr float kLift = 0.21f;         // of white: what full light adds to middle grey
+constexpr float kFade = 0.1f;          // of the light that changes over to the faces, or away from them, in a frame
 
 float Light(float distance, float reach) {
   return std::exp(-0.5f * distance * distance / (reach * reach));
@@ -31,8 +34,10 @@ float Centre(int index, int count) {
 
 }  // namespace
 
-void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, float strength) {
+void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orientation &orientation,
+                         const Faces &faces, float strength) {
   Prepare(view.width, view.height, orientation);
+  FollowFaces(orientation, faces);
   const cv::v_int16x8 black = cv::v_setall_s16(static_cast<int16_t>(space.black));
   const cv::v_int16x8 span = cv::v_setall_s16(static_cast<int16_t>(space.span));
   const cv::v_int16x8 zero = cv::v_setzero_s16();
@@ -41,20 +46,44 @@ void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orie
   const float curve_top = static_cast<float>(space.span * space.span) / 2.0f;
   const float scale = strength * kLift * static_cast<float>(space.span) * 32.0f * 2.0f * 65536.0f / curve_top;
 
+  const bool shapes = share_of_faces_ > 0.0f;
+  const cv::v_int16x8 face_amount =
+      cv::v_setall_s16(static_cast<int16_t>(std::lround(std::clamp(scale * share_of_faces_, 0.0f, 32767.0f))));
   for (int row = 0; row < view.height; ++row) {
+    if (shapes) face_map_.ExpandToLuma(row, face_row_.data());
     uint8_t *pixels = view.YRow(row);
     std::memcpy(out_row_.data(), pixels, static_cast<size_t>(view.width));
-    const cv::v_int16x8 amount = cv::v_setall_s16(
-        static_cast<int16_t>(std::lround(std::clamp(scale * rows_[static_cast<size_t>(row)], 0.0f, 32767.0f))));
+    const cv::v_int16x8 amount = cv::v_setall_s16(static_cast<int16_t>(
+        std::lround(std::clamp(scale * (1.0f - share_of_faces_) * rows_[static_cast<size_t>(row)], 0.0f, 32767.0f))));
     for (int x = 0; x < view.width; x += kStep) {
       const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x));
       const cv::v_int16x8 level = cv::v_min(cv::v_max(here - black, zero), span);
       const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
-      const cv::v_int16x8 light = cv::v_mul_hi(cv::v_load(columns_.data() + x), amount);
+      cv::v_int16x8 light = cv::v_mul_hi(cv::v_load(columns_.data() + x), amount);
+      if (shapes) light += cv::v_mul_hi(cv::v_load(face_row_.data() + x), face_amount);
       const cv::v_int16x8 added = cv::v_mul_hi(curve, light);
       cv::v_pack_u_store(out_row_.data() + x, ((here << 5) + added + half) >> 5);
     }
     std::memcpy(pixels, out_row_.data(), static_cast<size_t>(view.width));
+  }
+}
+
+// The first frame begins with what it has.
+void RelightStage::FollowFaces(const Orientation &orientation, const Faces &faces) {
+  const float wanted = faces.empty() ? 0.0f : 1.0f;
+  share_of_faces_ = has_run_ ? std::clamp(wanted, share_of_faces_ - kFade, share_of_faces_ + kFade) : wanted;
+  has_run_ = true;
+  if (faces.empty()) return;
+  const int columns = (width_ + kCell - 1) / kCell;
+  const int rows = (height_ + kCell - 1) / kCell;
+  face_light_.create(rows, columns, CV_32F);
+  LightFaces(faces, orientation, kCell, face_light_);
+  face_map_.Resize(columns, rows);
+  for (int row = 0; row < rows; ++row) {
+    const float *lights = face_light_.ptr<float>(row);
+    int16_t *map = face_map_.Row(row);
+    for (int column = 0; column < columns; ++column)
+      map[column] = static_cast<int16_t>(std::lround(lights[column] * 32767.0f));
   }
 }
 
@@ -63,6 +92,10 @@ void RelightStage::Prepare(int width, int height, const Orientation &orientation
   width_ = width;
   height_ = height;
   orientation_ = orientation;
+  has_run_ = false;
+  share_of_faces_ = 0.0f;
+  constexpr int kWholeCells = kStep * kCell;  // a map fills its row by so many pixels
+  face_row_.assign(static_cast<size_t>((width + kWholeCells - 1) / kWholeCells * kWholeCells), 0);
   const auto padded = static_cast<size_t>((width + kStep - 1) / kStep * kStep);
   columns_.assign(padded, 0);
   out_row_.assign(padded, 0);

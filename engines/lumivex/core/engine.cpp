@@ -2,6 +2,7 @@
 
 #include <util/base.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -49,7 +50,8 @@ Json EffectsJson(const std::vector<RunningEffect> &running) {
   return effects;
 }
 
-// Relative names that are not found as they stand are looked up among the tables that come with the engine.
+// Relative names that are not found as they stand are looked up among the
+// tables that come with the engine.
 std::string LookupPath(const std::string &root, const std::string &path) {
   std::error_code error;
   if (path.empty() || std::filesystem::exists(path, error)) return path;
@@ -67,6 +69,7 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
     return nullptr;
   }
   FrameTimes times;
+  if (batch_depth_ == 0) TakeLoaded();
   effects_.Begin(frame->timestamp);
   RunStages(*frame, *view, times);
   DelayFrame();
@@ -101,9 +104,9 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   if (applied_.ShowsMakeup() && !faces_.Found().empty()) {
     Timed(times[Stage::kMakeup], [&] { makeup_.Apply(view, space, faces_.Found(), applied_.face.makeup); });
   }
-  if (const float relight = applied_.Beauty(kBeautyRelight); relight > 0.0f && applied_.Enabled(kEffectRelight)) {
+  if (const float relight = applied_.Relight(); relight > 0.0f) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, relight); });
+    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, faces_.Found(), relight); });
   }
   const bool adjust = applied_.Enabled(kEffectAdjust);
   const float brightness = applied_.Beauty(kBeautyBrightness);
@@ -152,14 +155,14 @@ void Engine::EndFaceReports() {
 
 // After everything that knows the faces' places.
 void Engine::RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
-  const WarpRequest wish = applied_.Warp();
+  const WarpRequest request = applied_.Warp();
   bool slimmed = false;
-  if (wish.Any() && (!wish.NeedsFaces() || !faces_.Found().empty())) {
+  if (request.Any() && (!request.NeedsFaces() || !faces_.Found().empty())) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-    Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), wish); });
+    Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), request); });
   }
   slimming_status_ = kSlimmingIdle;
-  if (AnySlimming(wish.slimming)) slimming_status_ = slimmed ? kSlimmingActive : kSlimmingNoBody;
+  if (AnySlimming(request.slimming)) slimming_status_ = slimmed ? kSlimmingActive : kSlimmingNoBody;
 }
 
 std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
@@ -170,10 +173,18 @@ std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
 
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   const BeautyStrength strength = applied_.SkinStrength();
-  if (!strength.Any()) return;
-  Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces_.Found()); });
-  if (!times.skin_found) return;
-  Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
+  const RetouchStrength retouch = applied_.Retouch();
+  const EyesAndTeethStrength features = applied_.EyesAndTeeth();
+  const Faces &faces = faces_.Found();
+  if (strength.Any() || (retouch.Any() && !faces.empty()))
+    Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces); });
+  if (!faces.empty() && ((retouch.Any() && times.skin_found) || features.Any())) {
+    Timed(times[Stage::kRetouch], [&] {
+      eyes_and_teeth_.Apply(view, space, faces, features);
+      if (times.skin_found) retouch_.Apply(view, space, beauty_.Skin(), beauty_.CellLuma(), faces, retouch);
+    });
+  }
+  if (times.skin_found && strength.Any()) Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
 }
 
 void Engine::EndBatch() {
@@ -198,6 +209,7 @@ void Engine::SetBeautyIntensity(LXBeautyType type, float intensity) {
          static_cast<int>(kBeautyTypeCount) - 1);
     return;
   }
+  if (group_loading_.Pending()) beauty_since_group_.emplace_back(type, intensity);
   Publish();
 }
 
@@ -215,47 +227,96 @@ void Engine::SetNaturality(float naturality) {
   Publish();
 }
 
+void Engine::TakeLoaded() {
+  const bool await = FramesAwaitLoads();
+  const bool table = TakeTable(await);
+  const bool makeup = TakeMakeup(await);
+  const bool group = TakeGroup(await);
+  if (table || makeup || group) Publish();
+}
+
 void Engine::SetLookup(const std::string &path, float intensity, int32_t type) {
-  edited_.lookup.reset();
-  edited_.lookup_name.clear();
-  edited_.lookup_intensity = Clamped(intensity, 0.0f, 1.0f);
-  if (!path.empty()) {
-    LookupFile file = ReadLookup(LookupPath(root_, path), type);
-    if (file.table) {
-      edited_.lookup = std::move(file.table);
-      edited_.lookup_name = path;
-    } else {
-      blog(LOG_WARNING, "[lumivex] lookup table %s: %s; %s", path.c_str(), file.reason.c_str(), file.remedy.c_str());
-    }
+  loading_table_intensity_ = Clamped(intensity, 0.0f, 1.0f);
+  if (path.empty()) {
+    table_loading_.Cancel();
+    edited_.lookup.reset();
+    edited_.lookup_name.clear();
+    edited_.lookup_intensity = loading_table_intensity_;
+    return Publish();
   }
+  loading_table_ = path;
+  table_loading_.Start(loader_, [root = root_, path, type](const std::atomic<bool> &) {
+    return ReadTable{ReadLookup(LookupPath(root, path), type)};
+  });
+  if (FramesAwaitLoads()) TakeTable(true);
   Publish();
+}
+
+bool Engine::TakeTable(bool await) {
+  std::optional<ReadTable> read = table_loading_.Take(await);
+  if (!read) return false;
+  if (!read->file.table) {
+    blog(LOG_WARNING, "[lumivex] lookup table %s: %s; %s", loading_table_.c_str(), read->file.reason.c_str(),
+         read->file.remedy.c_str());
+    return false;
+  }
+  edited_.lookup = std::move(read->file.table);
+  edited_.lookup_name = loading_table_;
+  edited_.lookup_intensity = loading_table_intensity_;
+  return true;
 }
 
 void Engine::SetLookupIntensity(float intensity) {
-  edited_.lookup_intensity = Clamped(intensity, 0.0f, 1.0f);
+  edited_.lookup_intensity = loading_table_intensity_ = Clamped(intensity, 0.0f, 1.0f);
   Publish();
-}
-
-// A folder that is in use already is not read again.
-std::shared_ptr<const MakeupResource> Engine::FindMakeup(const std::string &folder) const {
-  for (const MakeupChoice &choice : edited_.face.makeup) {
-    if (choice.resource->folder == folder) return choice.resource;
-  }
-  const MakeupLoad load = LoadMakeup(folder);
-  if (!load.resource) {
-    blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
-  }
-  return load.resource;
 }
 
 void Engine::SetMakeup(const std::vector<MakeupRequest> &requests) {
+  if (requests.empty()) {
+    makeup_loading_.Cancel();
+    edited_.face.makeup.clear();
+    return Publish();
+  }
+  loading_makeup_ = requests;
+  // A folder that is in use already is not read again.
+  std::vector<std::shared_ptr<const MakeupResource>> known;
+  for (const MakeupChoice &choice : edited_.face.makeup) known.push_back(choice.resource);
+  makeup_loading_.Start(loader_, [requests, known = std::move(known)](const std::atomic<bool> &cancelled) {
+    ReadMakeup read;
+    for (const MakeupRequest &request : requests) {
+      if (cancelled.load(std::memory_order_relaxed)) break;
+      const auto same = std::find_if(known.begin(), known.end(),
+                                     [&](const auto &resource) { return resource->folder == request.folder; });
+      read.loads.push_back(same != known.end() ? MakeupLoad{*same, {}, {}, {}} : LoadMakeup(request.folder));
+    }
+    return read;
+  });
+  if (FramesAwaitLoads()) TakeMakeup(true);
+  Publish();
+}
+
+bool Engine::TakeMakeup(bool await) {
+  std::optional<ReadMakeup> read = makeup_loading_.Take(await);
+  if (!read) return false;
+  if (!read->reason.empty()) {
+    blog(LOG_WARNING, "[lumivex] makeup: %s; it stays as it is", read->reason.c_str());
+    return false;
+  }
   std::vector<MakeupChoice> choices;
-  for (const MakeupRequest &request : requests) {
-    if (auto resource = FindMakeup(request.folder))
-      choices.push_back({request.key, std::move(resource), request.blend, Clamped(request.intensity, 0.0f, 1.0f)});
+  for (size_t i = 0; i < read->loads.size(); ++i) {
+    const MakeupRequest &request = loading_makeup_[i];
+    MakeupLoad &load = read->loads[i];
+    if (load.resource) {
+      choices.push_back({request.key, std::move(load.resource), request.blend, Clamped(request.intensity, 0.0f, 1.0f)});
+      continue;
+    }
+    blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
+    for (const MakeupChoice &former : edited_.face.makeup) {
+      if (former.key == request.key) choices.push_back(former);
+    }
   }
   edited_.face.makeup = std::move(choices);
-  Publish();
+  return true;
 }
 
 void Engine::SetMakeupIntensity(const std::string &key, float intensity) {
@@ -264,6 +325,13 @@ void Engine::SetMakeupIntensity(const std::string &key, float intensity) {
     if (choice.key != key) continue;
     choice.intensity = Clamped(intensity, 0.0f, 1.0f);
     found = true;
+  }
+  if (makeup_loading_.Pending()) {
+    for (MakeupRequest &request : loading_makeup_) {
+      if (request.key != key) continue;
+      request.intensity = intensity;
+      found = true;
+    }
   }
   if (!found) blog(LOG_WARNING, "[lumivex] no makeup has the key '%s'", key.c_str());
   Publish();
@@ -293,7 +361,9 @@ void Engine::SetLegRange(float top, float bottom, int direction) {
     return Publish();
   }
   if (!(top >= 0.0f && top < bottom && bottom <= 1.0f)) {
-    blog(LOG_WARNING, "[lumivex] no leg range from %g to %g: it goes down within 0 to 1; the range stays as it is",
+    blog(LOG_WARNING,
+         "[lumivex] no leg range from %g to %g: it goes down within 0 to 1; "
+         "the range stays as it is",
          static_cast<double>(top), static_cast<double>(bottom));
     return;
   }
@@ -312,15 +382,29 @@ void Engine::SetVisionParams(const std::string &json) {
 
 void Engine::SetGroup(const std::string &text, bool is_group) {
   if (text.empty()) return;
-  const PresetFile file = ReadPreset(root_, text, is_group);
-  if (!file.values) {
-    blog(LOG_WARNING, "[lumivex] beauty preset %s: %s: %s; beauty stays as it is", text.c_str(), file.file.c_str(),
-         file.reason.c_str());
-    return;
-  }
-  edited_.beauty = *file.values;
-  edited_.group = text;
+  loading_group_ = text;
+  beauty_since_group_.clear();
+  group_loading_.Start(loader_, [root = root_, text, is_group](const std::atomic<bool> &) {
+    return ReadGroup{ReadPreset(root, text, is_group)};
+  });
+  if (FramesAwaitLoads()) TakeGroup(true);
   Publish();
+}
+
+// Intensities that were set after the group go on top of it.
+bool Engine::TakeGroup(bool await) {
+  const std::optional<ReadGroup> read = group_loading_.Take(await);
+  if (!read) return false;
+  const auto later = std::exchange(beauty_since_group_, {});
+  if (!read->file.values) {
+    blog(LOG_WARNING, "[lumivex] beauty preset %s: %s: %s; beauty stays as it is", loading_group_.c_str(),
+         read->file.file.c_str(), read->file.reason.c_str());
+    return false;
+  }
+  edited_.beauty = *read->file.values;
+  edited_.group = loading_group_;
+  for (const auto &[type, intensity] : later) SetBeauty(edited_.beauty, type, intensity);
+  return true;
 }
 
 std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times) const {

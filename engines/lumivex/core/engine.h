@@ -15,12 +15,15 @@
 #include "core/engine_stats.h"
 #include "core/frame_output.h"
 #include "faces/face_finder.h"
+#include "files/loading.h"
 #include "magic/magic_effects.h"
 #include "makeup/makeup_stage.h"
 #include "pixels/nv12_view.h"
 #include "settings/effect_settings.h"
 #include "settings/preset.h"
 #include "skin/beauty_stage.h"
+#include "skin/eyes_and_teeth.h"
+#include "skin/retouch_stage.h"
 #include "skin/sharpen_stage.h"
 #include "vanta_filter/engine/lumivex_api.h"
 #include "warp/warp_stage.h"
@@ -35,15 +38,20 @@ struct MakeupRequest {
   float intensity = 1.0f;
 };
 
-// Commands change the edited settings; frames are worked on with the applied ones. The two are the same except between
-// BeginBatch and EndBatch.
-// Owns: settings and every stage's scratch memory. Borrows: the frame, for the call. Threads: one at a time.
+// Tables, makeup and presets are read by the loader, and take effect with a
+// later frame; where frames are to wait for them, before the command comes
+// back. Until then, and where they are no good, what is in use stays. Commands
+// change the edited settings; frames are worked on with the applied ones. The
+// two are the same except between BeginBatch and EndBatch. Owns: settings and
+// every stage's scratch memory. Borrows: the frame, for the call. Threads: one
+// at a time.
 class Engine {
  public:
   // `root` is the folder faceless_builtin.
   Engine(std::string root, FrameOutput output) : root_(std::move(root)), output_(std::move(output)) {}
 
-  // Changes the frame in place; the result may be another one. Null for a frame that is no NV12 picture.
+  // Changes the frame in place; the result may be another one. Null for a frame
+  // that is no NV12 picture.
   std::shared_ptr<LX::FrameData> Process(const std::shared_ptr<LX::FrameData> &frame);
 
   bool HasSharedTextures() const { return output_.HasSharedTextures(); }
@@ -56,7 +64,8 @@ class Engine {
   void SetNaturality(float naturality);
   void SetLookup(const std::string &path, float intensity, int32_t type);
   void SetLookupIntensity(float intensity);
-  // Replaces all makeup in use. What cannot be loaded is left out.
+  // Replaces all makeup in use. What cannot be loaded is left out; its key
+  // keeps the makeup that it has.
   void SetMakeup(const std::vector<MakeupRequest> &requests);
   void SetMakeupIntensity(const std::string &key, float intensity);
   void SetDeform(int mode, float intensity);
@@ -65,12 +74,14 @@ class Engine {
   void SetLegRange(float top, float bottom, int direction);
   void SetGroup(const std::string &text, bool is_group);
 
-  // Whether the host listens. While it does it is told of every look for faces, whatever that was for.
+  // Whether the host listens. While it does it is told of every look for faces,
+  // whatever that was for.
   void ReportFaces(bool report) { reports_faces_ = report; }
   void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
   void SetVisionParams(const std::string &json);
-  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones. When the looking
-  // ends they come once more, without a result.
+  // The landmarks that the last frame brought and that nobody has taken yet;
+  // null without new ones. When the looking ends they come once more, without a
+  // result.
   std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
 
   // Commands that change effects wait for a batch's end, too.
@@ -83,8 +94,27 @@ class Engine {
   const EngineStats &Stats() const { return stats_; }
 
  private:
+  struct ReadTable {
+    static ReadTable Failed(const std::string &reason) { return {{nullptr, reason, "try again"}}; }
+    LookupFile file;
+  };
+  struct ReadMakeup {
+    static ReadMakeup Failed(const std::string &reason) { return {{}, reason}; }
+    std::vector<MakeupLoad> loads;  // one for each that was asked for
+    std::string reason;             // why there are none
+  };
+  struct ReadGroup {
+    static ReadGroup Failed(const std::string &reason) { return {{std::nullopt, {}, reason}}; }
+    PresetFile file;
+  };
+
   void Publish();
-  std::shared_ptr<const MakeupResource> FindMakeup(const std::string &folder) const;
+  // What the loader has read. Between BeginBatch and EndBatch only with
+  // `await`.
+  void TakeLoaded();
+  bool TakeTable(bool await);
+  bool TakeMakeup(bool await);
+  bool TakeGroup(bool await);
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
@@ -96,6 +126,15 @@ class Engine {
   std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
 
   const std::string root_;
+  Loader loader_;  // outlives all that reads with it
+  Loading<ReadTable> table_loading_;
+  std::string loading_table_;             // its path
+  float loading_table_intensity_ = 1.0f;  // 0 to 1
+  Loading<ReadMakeup> makeup_loading_;
+  std::vector<MakeupRequest> loading_makeup_;
+  Loading<ReadGroup> group_loading_;
+  std::string loading_group_;
+  std::vector<std::pair<LXBeautyType, float>> beauty_since_group_;  // set while that one is being read
   EffectSettings edited_;
   EffectSettings applied_;
   int batch_depth_ = 0;
@@ -111,13 +150,15 @@ class Engine {
 
   GreenMattingStage green_matting_;
   BeautyStage beauty_;
+  RetouchStage retouch_;
+  EyesAndTeethStage eyes_and_teeth_;
   RelightStage relight_;
   ToneStage tone_;
   LookupStage lookup_;
   MakeupStage makeup_;
   WarpStage warp_;
   SharpenStage sharpen_;
-  MagicEffects effects_;
+  MagicEffects effects_{loader_};
   FrameOutput output_;
 };
 

@@ -12,6 +12,7 @@ enum class Stage {
   kFaces,
   kGreenMatting,
   kSkin,
+  kRetouch,
   kBeauty,
   kMakeup,
   kRelight,
@@ -26,7 +27,7 @@ enum class Stage {
 
 inline constexpr size_t kStageCount = static_cast<size_t>(Stage::kCount);
 inline constexpr std::array<const char *, kStageCount> kStageNames = {
-    "faces", "green_matting", "skin", "beauty",  "makeup",        "relight",
+    "faces", "green_matting", "skin", "retouch", "beauty",        "makeup", "relight",
     "tone",  "lookup",        "warp", "sharpen", "magic_effects", "output"};
 
 // One frame. Milliseconds; negative for a stage that did not run.

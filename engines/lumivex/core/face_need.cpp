@@ -7,7 +7,8 @@ namespace {
 
 // Every stage that works on faces stands here: a new one adds its line.
 bool ChangesFaces(const EffectSettings &settings, const MagicEffects &effects) {
-  return settings.SkinStrength().Any() || settings.ShowsMakeup() || settings.Warp().NeedsFaces() ||
+  return settings.SkinStrength().Any() || settings.Retouch().Any() || settings.EyesAndTeeth().Any() ||
+         settings.Relight() > 0.0f || settings.ShowsMakeup() || settings.Warp().NeedsFaces() ||
          (settings.Enabled(kEffectMagic) && effects.NeedsFaces());
 }
 

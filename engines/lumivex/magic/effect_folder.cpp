@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <utility>
+
+#include "platform/regular_file.h"
 
 namespace lumivex {
 namespace {
@@ -12,21 +13,22 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kEffectFile[] = "effect.json";
+constexpr uintmax_t kMostFileBytes = kMaxEffectTextBytes;
 constexpr size_t kMaxFolderEntries = 4096;  // that are looked at
 
-// As far as the limit and a byte beyond, so that a longer text is seen to be one.
+// Of a text that is too long, something that is too long as well.
 bool ReadText(const fs::path &file, std::string &text) {
-  std::error_code error;
-  if (!fs::is_regular_file(file, error)) return false;
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return false;
-  text.resize(kMaxEffectTextBytes + 1);
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<size_t>(stream.gcount()));
-  return !stream.bad();
+  const auto [fault, bytes] = ReadRegularFile(file, kMostFileBytes);
+  if (fault == FileFault::kTooLong) {
+    text.assign(kMaxEffectTextBytes + 1, ' ');
+    return true;
+  }
+  text.assign(bytes.begin(), bytes.end());
+  return fault == FileFault::kNone;
 }
 
-// Where the name leads, symbolic links followed; empty when that is outside the folder.
+// Where the name leads, symbolic links followed; empty when that is outside the
+// folder.
 fs::path Inside(const fs::path &folder, const std::string &name) {
   const fs::path relative(name);
   if (relative.is_absolute() || name.find('\\') != std::string::npos || name.find('\0') != std::string::npos) return {};
@@ -58,7 +60,8 @@ std::vector<fs::path> PictureNames(const fs::path &folder) {
   return names;
 }
 
-// `root`: where links in a folder of pictures must not lead out of; empty: anywhere.
+// `root`: where links in a folder of pictures must not lead out of; empty:
+// anywhere.
 Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudget &budget,
                           const std::atomic<bool> &cancelled) {
   std::error_code error;

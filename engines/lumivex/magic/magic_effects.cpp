@@ -9,6 +9,7 @@
 
 #include "magic/json_members.h"
 #include "settings/effect_settings.h"
+#include "settings/engine_control.h"
 
 namespace lumivex {
 namespace {
@@ -53,15 +54,15 @@ void MagicEffects::SetEffect(const std::string &path, LXEffectSlot slot) {
 }
 
 void MagicEffects::Play(EffectSlot &slot, const std::string &path) {
-  Clear(slot);
   slot.path = path;
-  slot.loading.Start([path](const std::atomic<bool> &cancelled) { return LoadEffect(path, cancelled); });
+  slot.loading.Start(loader_, [path](const std::atomic<bool> &cancelled) { return LoadEffect(path, cancelled); });
 }
 
 void MagicEffects::Clear(EffectSlot &slot) {
   slot.loading.Cancel();
   slot.player.reset();
   slot.path.clear();
+  slot.playing_path.clear();
 }
 
 void MagicEffects::Cancel() {
@@ -84,16 +85,18 @@ void MagicEffects::SetIntensity(LXEffectAdjustType type, float intensity) {
   } else if (!other_intensity_logged_) {
     other_intensity_logged_ = true;
     blog(LOG_INFO,
-         "[lumivex] effects hold pictures alone, so of their intensities only the opacity, 0, does something; got %d",
+         "[lumivex] effects hold pictures alone, so of their intensities only "
+         "the opacity, 0, does something; got %d",
          static_cast<int>(type));
   }
 }
 
 void MagicEffects::SetMedia(int32_t type, const std::string &path) {
-  media_loading_.Cancel();
-  shared_.media.clear();
-  media_path_.clear();
-  if (type == kMediaNone || type == kMediaTypeSkipEngine || path.empty()) return;
+  if (type == kMediaNone || type == kMediaTypeSkipEngine || path.empty()) {
+    media_loading_.Cancel();
+    shared_.media.clear();
+    return;
+  }
   if (type != kMediaPicture && type != kMediaVideo) {
     blog(LOG_WARNING, "[lumivex] no media type %d, types go from 0 to %d", static_cast<int>(type),
          static_cast<int>(kMediaVideo));
@@ -101,13 +104,14 @@ void MagicEffects::SetMedia(int32_t type, const std::string &path) {
   }
   std::error_code error;
   if (type == kMediaVideo && !std::filesystem::is_directory(path, error)) {
-    blog(LOG_WARNING, "[lumivex] media resource %s: video files cannot be played; give a folder of PNG pictures",
+    blog(LOG_WARNING,
+         "[lumivex] media resource %s: video files cannot be played; give a "
+         "folder of PNG pictures",
          path.c_str());
     return;
   }
   media_path_ = path;
-  media_ns_ = 0;
-  media_loading_.Start([path](const std::atomic<bool> &cancelled) {
+  media_loading_.Start(loader_, [path](const std::atomic<bool> &cancelled) {
     PixelBudget budget;
     return LoadPictures(path, budget, cancelled);
   });
@@ -118,7 +122,7 @@ void MagicEffects::SetCustomImages(const std::vector<std::string> &paths) {
                                  paths.begin() + static_cast<ptrdiff_t>(std::min(paths.size(), kMaxCustomImages)));
   if (taken.size() < paths.size())
     blog(LOG_WARNING, "[lumivex] %zu custom images: only the first %zu are used", paths.size(), kMaxCustomImages);
-  custom_loading_.Start([paths = std::move(taken)](const std::atomic<bool> &cancelled) {
+  custom_loading_.Start(loader_, [paths = std::move(taken)](const std::atomic<bool> &cancelled) {
     CustomImages images;
     PixelBudget budget;
     for (const std::string &path : paths) {
@@ -136,7 +140,9 @@ void MagicEffects::ReceiveGameData(const std::string &json) {
   const Json message = readable ? Json::parse(json, nullptr, false) : Json(Json::value_t::discarded);
   if (!message.is_object()) {
     if (!bad_game_data_logged_)
-      blog(LOG_WARNING, "[lumivex] game data from the host is no JSON object, it is left out");
+      blog(LOG_WARNING,
+           "[lumivex] game data from the host is no JSON object, "
+           "it is left out");
     bad_game_data_logged_ = true;
     return;
   }
@@ -168,35 +174,40 @@ void MagicEffects::Begin(uint64_t timestamp) {
 }
 
 void MagicEffects::TakeLoaded() {
-  for (EffectSlot &slot : slots_) TakeEffect(slot);
-  if (auto media = media_loading_.Take()) {
-    if (media->content)
+  const bool await = FramesAwaitLoads();
+  for (EffectSlot &slot : slots_) TakeEffect(slot, await);
+  if (auto media = media_loading_.Take(await)) {
+    if (media->content) {
       shared_.media = *media->content;
-    else
+      media_ns_ = 0;
+    } else {
       blog(LOG_WARNING, "%s",
            FailureLine("media resource", media_path_, media->file, media->reason, media->remedy).c_str());
-    media_ns_ = 0;
+    }
   }
-  if (auto custom = custom_loading_.Take()) {
+  if (auto custom = custom_loading_.Take(await)) {
     shared_.custom = std::move(custom->pictures);
     for (const std::string &line : custom->failures) blog(LOG_WARNING, "%s", line.c_str());
   }
 }
 
-void MagicEffects::TakeEffect(EffectSlot &slot) {
-  auto loaded = slot.loading.Take();
+void MagicEffects::TakeEffect(EffectSlot &slot, bool await) {
+  auto loaded = slot.loading.Take(await);
   if (!loaded) return;
   if (!loaded->content) {
     blog(LOG_WARNING, "%s",
          FailureLine("magic effect", slot.path, loaded->file, loaded->reason, loaded->remedy).c_str());
     outbox_.Describe(FailureDescription(slot.path, loaded->reason), false);
+    if (slot.player) slot.path = slot.playing_path;
     return;
   }
+  slot.playing_path = slot.path;
   slot.player = std::make_unique<EffectPlayer>(std::move(loaded->content));
   slot.player->Start(DisablesOfAll(), outbox_);
 }
 
-// A description says anew what the host's user may set, so it speaks for every effect. A gift's takes nothing over.
+// A description says anew what the host's user may set, so it speaks for every
+// effect. A gift's takes nothing over.
 Disables MagicEffects::DisablesOfAll() const {
   Disables all = {};
   for (const EffectSlot &slot : slots_) {
@@ -244,7 +255,7 @@ void MagicEffects::DrawMedia(const Nv12View &view, const YuvSpace &space, const 
 std::vector<RunningEffect> MagicEffects::Running() const {
   std::vector<RunningEffect> running;
   for (size_t i = 0; i < slots_.size(); ++i) {
-    if (slots_[i].player) running.push_back({kSlotNames[i], slots_[i].path, *slots_[i].player});
+    if (slots_[i].player) running.push_back({kSlotNames[i], slots_[i].playing_path, *slots_[i].player});
   }
   return running;
 }

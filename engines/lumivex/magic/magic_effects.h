@@ -1,4 +1,5 @@
-// `MagicEffects`: the slots, what plays in them, and the commands that reach them.
+// `MagicEffects`: the slots, what plays in them, and the commands that reach
+// them.
 #pragma once
 
 #include <array>
@@ -8,10 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "files/loading.h"
 #include "magic/effect_outbox.h"
 #include "magic/effect_player.h"
 #include "magic/frame_clock.h"
-#include "magic/loading.h"
 #include "vanta_filter/engine/records.h"
 
 namespace lumivex {
@@ -20,7 +21,8 @@ namespace lumivex {
 struct EffectSlot {
   bool Busy() const { return player || loading.Pending(); }
 
-  std::string path;  // as it was asked for, also after its end
+  std::string path;          // as it was asked for, also after its end
+  std::string playing_path;  // of the player, which goes on until the next one is whole
   Loading<Loaded<Effect>> loading;
   std::unique_ptr<EffectPlayer> player;
 };
@@ -31,11 +33,14 @@ struct RunningEffect {
   const EffectPlayer &player;
 };
 
-// Resources are read on threads of their own and take effect with a later frame. Nothing is drawn, and no callback
-// called, but for a frame.
-// Owns: effects, pictures, callbacks. Threads: one at a time.
+// Resources are read by the loader and take effect with a later frame; until
+// then, and where they are no good, what is there goes on. Nothing is drawn,
+// and no callback called, but for a frame. Owns: effects, pictures, callbacks.
+// Borrows: the loader. Threads: one at a time.
 class MagicEffects {
  public:
+  explicit MagicEffects(Loader &loader) : loader_(loader) {}
+
   EffectOutbox &Outbox() { return outbox_; }
 
   // An empty path empties the slot.
@@ -49,7 +54,8 @@ class MagicEffects {
   void LoadBox(const std::string &path);
   void UnloadBox();
 
-  // For each frame, in this order. Begin takes over what has been read and lets time pass.
+  // For each frame, in this order. Begin takes over what has been read and lets
+  // time pass.
   void Begin(uint64_t timestamp);
   bool NeedsFaces() const;
   bool Visible() const;
@@ -73,11 +79,12 @@ class MagicEffects {
   void Play(EffectSlot &slot, const std::string &path);
   static void Clear(EffectSlot &slot);
   void TakeLoaded();
-  void TakeEffect(EffectSlot &slot);
+  void TakeEffect(EffectSlot &slot, bool await);
   Disables DisablesOfAll() const;
   bool ShowsMediaItself() const;
   void DrawMedia(const Nv12View &view, const YuvSpace &space, const Orientation &orientation);
 
+  Loader &loader_;
   EffectOutbox outbox_;
   FrameClock clock_;
   std::array<EffectSlot, kSlotCount> slots_;
@@ -86,7 +93,7 @@ class MagicEffects {
   bool bad_game_data_logged_ = false;
 
   SharedPictures shared_;
-  std::string media_path_;
+  std::string media_path_;  // as it was asked for last
   Loading<Loaded<Pictures>> media_loading_;
   Loading<CustomImages> custom_loading_;
   int64_t media_ns_ = 0;

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "magic/picture_size.h"
+#include "files/picture_size.h"
+#include "platform/regular_file.h"
 
 namespace lumivex {
 namespace {
@@ -14,15 +14,8 @@ namespace {
 constexpr int kSmallestLevel = 8;  // pixels a side
 constexpr char kSaveAsPng[] = "save it as a PNG picture of 8 bits a channel";
 
-std::vector<uint8_t> ReadBytes(const std::filesystem::path &file, uintmax_t count) {
-  std::ifstream stream(file, std::ios::binary);
-  std::vector<uint8_t> content(static_cast<size_t>(count));
-  stream.read(reinterpret_cast<char *>(content.data()), static_cast<std::streamsize>(content.size()));
-  content.resize(static_cast<size_t>(stream.gcount()));
-  return content;
-}
-
-// A JPEG picture is turned as its camera noted; that note is not read with IMREAD_UNCHANGED, which alone keeps alpha.
+// A JPEG picture is turned as its camera noted; that note is not read with
+// IMREAD_UNCHANGED, which alone keeps alpha.
 cv::Mat Decoded(const std::vector<uint8_t> &content) {
   const bool jpeg = content.front() == 0xFF;
   return cv::imdecode(content, jpeg ? cv::IMREAD_COLOR : cv::IMREAD_UNCHANGED);
@@ -85,13 +78,11 @@ const cv::Mat &Picture::LevelFor(float shrink) const {
 }
 
 PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) {
-  std::error_code error;
-  const uintmax_t bytes = std::filesystem::is_regular_file(file, error) ? std::filesystem::file_size(file, error) : 0;
-  if (error || bytes == 0) return {nullptr, "it is no file that can be read", "check the name"};
-  if (bytes > kMaxPictureBytes) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
-  const std::vector<uint8_t> content = ReadBytes(file, bytes);
+  const auto [fault, content] = ReadRegularFile(file, kMaxPictureBytes);
+  if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
+  if (content.empty()) return {nullptr, "it is no file that can be read", "check the name"};
   const auto size = ReadPictureSize(content);
-  if (!size) return {nullptr, "it is no PNG or JPEG picture", kSaveAsPng};
+  if (!size) return {nullptr, "it is no PNG, JPEG or WebP picture", kSaveAsPng};
   if (size->width < 1 || size->height < 1 || size->width > kMaxPictureSide || size->height > kMaxPictureSide)
     return {nullptr, "it has " + Sized(*size), "make it at most 4096 pixels a side"};
   if (size->width * size->height > budget.left)

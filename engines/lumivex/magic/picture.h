@@ -43,7 +43,7 @@ struct PictureFile {
 inline constexpr int64_t kMaxPictureSide = 4096;
 inline constexpr uintmax_t kMaxPictureBytes = uintmax_t{1} << 26;
 
-// Reads a PNG or JPEG file. Threads: any.
+// Reads a PNG, JPEG or WebP file, whose size is known before it is decoded. Threads: any.
 PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget);
 
 // One line of printable ASCII, transparent around it. Null for an empty one. `color`: red, green, blue.

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+
+#include "files/picture_size.h"
+#include "platform/regular_file.h"
 
 namespace lumivex {
 namespace {
@@ -14,9 +15,11 @@ namespace fs = std::filesystem;
 
 constexpr char kDescription[] = "makeup.json";
 constexpr uintmax_t kMostFileBytes = uintmax_t{64} << 20;
-constexpr int kSmallestSide = 16;  // pixels: no smaller picture is made
+constexpr int64_t kMostPixels = int64_t{1} << 25;  // of all layers
+constexpr int kSmallestSide = 16;                  // pixels: no smaller picture is made
 
-// Red, green, blue, alpha; colours multiplied by alpha. Empty for a kind of picture that cannot be taken.
+// Red, green, blue, alpha; colours multiplied by alpha. Empty for a kind of
+// picture that cannot be taken.
 cv::Mat Premultiplied(const cv::Mat &picture) {
   if (picture.depth() != CV_8U || picture.channels() != 4) return {};
   cv::Mat result(picture.size(), CV_8UC4);
@@ -64,14 +67,10 @@ class Loader {
 
   bool ReadLayers() {
     const fs::path file = folder_ / kDescription;
-    std::ifstream stream(file, std::ios::binary);
-    std::error_code error;
-    if (!stream || fs::is_directory(file, error))
-      return Fail(file, "it cannot be read", "give a folder that holds a makeup.json");
-    std::string text(kMostMakeupTextBytes + 1, '\0');
-    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<size_t>(stream.gcount()));
-    MakeupText parsed = ParseMakeup(text);
+    const auto [fault, bytes] = ReadRegularFile(file, kMostMakeupTextBytes);
+    if (fault == FileFault::kTooLong) return Fail(file, "it is longer than 1 MiB", "docs/effects.md has the format");
+    if (fault != FileFault::kNone) return Fail(file, "it cannot be read", "give a folder that holds a makeup.json");
+    MakeupText parsed = ParseMakeup({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
     if (!parsed.reason.empty()) return Fail(file, parsed.reason, "docs/effects.md has the format");
     for (MakeupLayerText &layer : parsed.layers) {
       if (!ReadLayer(layer)) return false;
@@ -81,14 +80,20 @@ class Loader {
 
   bool ReadLayer(MakeupLayerText &text) {
     const fs::path file = folder_ / text.image;
-    std::error_code error;
-    if (!fs::is_regular_file(file, error)) return Fail(file, "it is no file", "put the layer's picture there");
-    if (const uintmax_t size = fs::file_size(file, error); error || size > kMostFileBytes)
-      return Fail(file, "it is larger than 64 MiB", "make the picture smaller");
-    const cv::Mat picture = Decode(file);
-    if (picture.empty()) return Fail(file, "it is no picture that can be read", "save it as a PNG of 8 bits");
-    if (std::max(picture.cols, picture.rows) > kMostMakeupSide)
+    const auto [fault, bytes] = ReadRegularFile(file, kMostFileBytes);
+    if (fault == FileFault::kTooLong) return Fail(file, "it is larger than 64 MiB", "make the picture smaller");
+    if (fault != FileFault::kNone) return Fail(file, "it is no file", "put the layer's picture there");
+    const auto size = ReadPictureSize(bytes);
+    if (!size || size->width < 1 || size->height < 1)
+      return Fail(file, "it is no picture that can be read", "save it as a PNG of 8 bits");
+    if (std::max(size->width, size->height) > kMostMakeupSide)
       return Fail(file, "it is larger than 4096 pixels a side", "make the picture smaller");
+    if (size->width * size->height > pixels_left_)
+      return Fail(file, "with it the layers have more than 32 million pixels", "use fewer or smaller pictures");
+    pixels_left_ -= size->width * size->height;
+    const cv::Mat picture = Decode(bytes);
+    if (picture.cols != size->width || picture.rows != size->height)
+      return Fail(file, "it is no picture that can be read", "save it as a PNG of 8 bits");
     MakeupLayer layer{{Premultiplied(picture)}, text.blend, text.opacity, std::move(text.pins)};
     if (layer.pictures[0].empty())
       return Fail(file, "it has no alpha, or not 8 bits", "save it as a PNG of 8 bits with alpha");
@@ -97,9 +102,9 @@ class Loader {
     return true;
   }
 
-  static cv::Mat Decode(const fs::path &file) {
+  static cv::Mat Decode(const std::vector<uint8_t> &bytes) {
     try {
-      return cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+      return cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
     } catch (const cv::Exception &) {
       return {};
     }
@@ -108,6 +113,7 @@ class Loader {
   const fs::path folder_;
   std::shared_ptr<MakeupResource> resource_;
   MakeupLoad load_;
+  int64_t pixels_left_ = kMostPixels;
 };
 
 }  // namespace

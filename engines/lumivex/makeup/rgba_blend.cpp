@@ -157,12 +157,33 @@ class PairOfRows {
   float *blue_;
 };
 
+// The columns of up to two rows, from an even one on, outside of which the picture is clear.
+cv::Range CoveredColumns(const cv::Mat &picture, int row) {
+  int first = picture.cols;
+  int end = 0;
+  for (int i = row; i < std::min(row + 2, picture.rows); ++i) {
+    const uint8_t *alpha = picture.ptr<uint8_t>(i) + 3;
+    int x = 0;
+    while (x < first && alpha[4 * x] == 0) ++x;
+    first = x;
+    int last = picture.cols;
+    while (last > end && alpha[4 * (last - 1)] == 0) --last;
+    end = last;
+  }
+  return {first & ~1, std::max(first & ~1, end)};
+}
+
 template <MakeupBlend kBlend>
 void BlendWith(const Nv12View &view, const YuvSpace &space, const cv::Rect &part, const cv::Mat &picture,
                float strength, float *from_chroma, float *changed) {
   const Codes codes(space);
-  for (int row = 0; row < part.height; row += 2)
-    PairOfRows<kBlend>(view, codes, part, picture, row, strength, from_chroma).Blend(changed);
+  for (int row = 0; row < part.height; row += 2) {
+    cv::Range columns = CoveredColumns(picture, row);
+    if (columns.empty()) continue;
+    columns.end = std::min(columns.end + (columns.end & 1), part.width);  // whole pairs of chroma
+    const cv::Rect covered(part.x + columns.start, part.y, columns.size(), part.height);
+    PairOfRows<kBlend>(view, codes, covered, picture.colRange(columns), row, strength, from_chroma).Blend(changed);
+  }
 }
 
 }  // namespace

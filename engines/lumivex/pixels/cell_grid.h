@@ -17,7 +17,7 @@ inline constexpr int kCell = 4;  // luma pixels
 // take the pixels that they have.
 void MeasureCells(const Nv12View &view, cv::Mat &mean, cv::Mat &square);
 
-// One fixed-point value per cell, from 0 to 32767.
+// One fixed-point value per cell, from 0 to 32767, or with a sign, from -16384 to 16383.
 // Owns: the values and one blended row. Threads: one at a time.
 class CellMap {
  public:

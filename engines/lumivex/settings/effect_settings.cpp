@@ -13,12 +13,29 @@ bool InRange(Enumeration type, size_t count) {
   return static_cast<int32_t>(type) >= 0 && static_cast<size_t>(type) < count;
 }
 
+float PartLeft(float naturality) {
+  return 1.0f - (1.0f - kNaturalPart) * naturality;
+}
+
 }  // namespace
 
 BeautyStrength EffectSettings::SkinStrength() const {
   if (!Enabled(kEffectBeauty)) return {};
-  const float part = 1.0f - (1.0f - kNaturalPart) * naturality;
+  const float part = PartLeft(naturality);
   return {Beauty(kBeautySmooth) * part, Beauty(kBeautyWhiten) * part, Beauty(kBeautyRuddy) * part};
+}
+
+RetouchStrength EffectSettings::Retouch() const {
+  if (!Enabled(kEffectBeauty)) return {};
+  const float part = PartLeft(naturality);
+  return {Beauty(kBeautyEvenTone) * part, Beauty(kBeautySpots) * part, Beauty(kBeautyDarkCircles) * part,
+          Beauty(kBeautySmileLines) * part};
+}
+
+EyesAndTeethStrength EffectSettings::EyesAndTeeth() const {
+  if (!Enabled(kEffectBeauty)) return {};
+  const float part = PartLeft(naturality);
+  return {Beauty(kBeautyBrightEyes) * part, Beauty(kBeautyWhiteTeeth) * part};
 }
 
 WarpRequest EffectSettings::Warp() const {

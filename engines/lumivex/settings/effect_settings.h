@@ -9,6 +9,8 @@
 #include "faces/face_settings.h"
 #include "lumivex/lumivex_values.h"
 #include "skin/beauty_stage.h"
+#include "skin/eyes_and_teeth.h"
+#include "skin/retouch_stage.h"
 #include "warp/warp_stage.h"
 
 namespace lumivex {
@@ -29,6 +31,11 @@ struct EffectSettings {
   bool Enabled(LXEffectType type) const { return enabled[static_cast<size_t>(type)]; }
   // What the skin gets once the stage's switch and naturality have had their say.
   BeautyStrength SkinStrength() const;
+  // Likewise, on known faces.
+  RetouchStrength Retouch() const;
+  EyesAndTeethStrength EyesAndTeeth() const;
+  // The key light, without what is switched off.
+  float Relight() const { return Enabled(kEffectRelight) ? Beauty(kBeautyRelight) : 0.0f; }
   // What is moved in the picture, without what is switched off.
   WarpRequest Warp() const;
   // Whether there is makeup to be seen on a face.

@@ -1,8 +1,9 @@
 #include "settings/preset.h"
 
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
+
+#include "platform/regular_file.h"
 
 namespace lumivex {
 namespace {
@@ -12,6 +13,8 @@ namespace fs = std::filesystem;
 
 constexpr int kPresetFormat = 1;
 constexpr int kDeepestGroup = 4;  // groups within groups
+constexpr int kMostFiles = 256;   // of one group and all that it names
+constexpr uintmax_t kMostBytes = uintmax_t{1} << 20;
 
 bool IsBareName(const std::string &text) {
   return text.find_first_of("/\\") == std::string::npos && fs::path(text).extension() != ".json";
@@ -36,9 +39,11 @@ class PresetReader {
   // Adds what the file sets to what earlier ones have set.
   bool Read(const fs::path &file, int depth) {
     file_ = file.string();
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) return Fail("it cannot be read");
-    const Json json = Json::parse(stream, nullptr, false);
+    if (++files_ > kMostFiles) return Fail("it leads to more than 256 files");
+    const auto [fault, bytes] = ReadRegularFile(file, kMostBytes);
+    if (fault == FileFault::kTooLong) return Fail("it is longer than 1 MiB");
+    if (fault != FileFault::kNone) return Fail("it cannot be read");
+    const Json json = Json::parse(bytes.begin(), bytes.end(), nullptr, false);
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
     if (format == json.end() || *format != kPresetFormat) return Fail("its \"format\" is not 1");
@@ -84,6 +89,7 @@ class PresetReader {
   }
 
   const fs::path root_;
+  int files_ = 0;  // read so far
   std::string file_;
   std::string reason_;
 };

@@ -32,6 +32,9 @@ class BeautyStage {
   // Finds the skin of the frame; false when there is none, and then there is nothing to apply.
   bool FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces);
   void Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
+  // Of the frame that FindSkin saw last; luma is the mean of each cell, CV_32F.
+  const SkinMap &Skin() const { return skin_; }
+  const cv::Mat &CellLuma() const { return mean_; }
   // How much sharpening the frame that FindSkin saw last may get: what was smoothed is not to be sharpened again.
   CellMap &ShareToSharpen(float smooth);
 

@@ -21,6 +21,16 @@ constexpr float kLipMargin = 0.04f;
 constexpr float kNostrilWidth = 0.13f;
 constexpr float kNostrilHeight = 0.07f;
 constexpr float kNostrilBeside = 0.11f;  // from the middle of the nose's base
+constexpr float kCircleTop = 0.08f;     // dark circles: below the lower lid
+constexpr float kCircleHeight = 0.24f;  // in their middle
+constexpr float kCircleSoft = 0.12f;
+constexpr float kLineWidth = 0.16f;  // nose to mouth
+constexpr float kLineSoft = 0.08f;
+constexpr float kLineBesideNose = 0.10f;
+constexpr float kLineBesideMouth = 0.16f;
+constexpr float kLineBelowMouth = 0.18f;
+constexpr float kOpeningSoft = 0.03f;  // eyes and mouth
+constexpr float kOpenMouth = 0.06f;    // from lip to lip
 constexpr int kForeheadSteps = 12;
 
 constexpr int kShift = 4;  // bits behind the point that the polygons have
@@ -128,7 +138,96 @@ void Lay(const Patch &patch, int cell, float pixels, cv::Mat &map) {
   cv::max(here, patch.pixels, here);
 }
 
+// The part of the map that the outline needs, cleared.
+Patch PatchFor(const Outline &outline, int cell, float margin, const cv::Size &map) {
+  const cv::Rect place = Around(outline, cell, margin + static_cast<float>(cell), map);
+  return {place, place.empty() ? cv::Mat() : cv::Mat::zeros(place.size(), CV_8U)};
+}
+
+FramePoint Moved(const Face &face, const FramePoint &from, float to_right, float to_down) {
+  return {from.x + face.eye_distance * (to_right * face.right.x + to_down * face.down.x),
+          from.y + face.eye_distance * (to_right * face.right.y + to_down * face.down.y)};
+}
+
+// A crescent below the lower lid, from corner to corner.
+Outline UnderEye(const Face &face, tessera::PointRange lower_lid, size_t from, size_t to) {
+  Outline lid{face.points[from]};
+  for (size_t i = lower_lid.first; i <= lower_lid.last; ++i) lid.push_back(face.points[i]);
+  lid.push_back(face.points[to]);
+  Outline outline;
+  for (const FramePoint &point : lid) outline.push_back(Moved(face, point, 0.0f, kCircleTop));
+  for (size_t i = lid.size(); i-- > 0;) {
+    const float along = static_cast<float>(i) / static_cast<float>(lid.size() - 1);
+    const float deep = kCircleHeight * std::sin(3.14159265f * (0.1f + 0.8f * along));
+    outline.push_back(Moved(face, lid[i], 0.0f, kCircleTop + deep));
+  }
+  return outline;
+}
+
+FaceMask MaskOf(const Outline &outline, float soft, const cv::Size &frame) {
+  cv::Rect place = Around(outline, 1, soft + 2.0f, frame);
+  place.width += place.x & 1;
+  place.height += place.y & 1;
+  place.x &= ~1;
+  place.y &= ~1;
+  if (place.empty()) return {};
+  Patch patch{place, cv::Mat::zeros(place.size(), CV_8U)};
+  Fill(patch, outline, 1);
+  const int side = 2 * std::max(static_cast<int>(std::lround(soft / 2.0f)), 1) + 1;
+  cv::blur(patch.pixels, patch.pixels, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  return {place, patch.pixels};
+}
+
 }  // namespace
+
+void DrawUnderEyes(const Face &face, int cell, cv::Mat &map) {
+  const float soft = kCircleSoft * face.eye_distance;
+  for (const Outline &outline :
+       {UnderEye(face, tessera::kLeftLowerLid, tessera::kLeftEyeInnerCorner, tessera::kLeftEyeOuterCorner),
+        UnderEye(face, tessera::kRightLowerLid, tessera::kRightEyeOuterCorner, tessera::kRightEyeInnerCorner)}) {
+    Patch patch = PatchFor(outline, cell, soft, map.size());
+    if (patch.place.empty()) continue;
+    Fill(patch, outline, cell);
+    Lay(patch, cell, soft, map);
+  }
+}
+
+void DrawSmileLines(const Face &face, int cell, cv::Mat &map) {
+  const float soft = kLineSoft * face.eye_distance;
+  const float half = kLineWidth / 2.0f;
+  const auto line = [&](float side, size_t wing, size_t corner) {
+    const FramePoint top = Moved(face, face.points[wing], side * kLineBesideNose, 0.0f);
+    const FramePoint middle = Moved(face, face.points[corner], side * kLineBesideMouth, 0.0f);
+    const FramePoint end = Moved(face, middle, side * 0.02f, kLineBelowMouth);
+    const Outline outline = {Moved(face, top, -half, 0.0f), Moved(face, middle, -half, 0.0f),
+                             Moved(face, end, -half, 0.0f), Moved(face, end, half, 0.0f),
+                             Moved(face, middle, half, 0.0f), Moved(face, top, half, 0.0f)};
+    Patch patch = PatchFor(outline, cell, soft, map.size());
+    if (patch.place.empty()) return;
+    Fill(patch, outline, cell);
+    Lay(patch, cell, soft, map);
+  };
+  // On the face's own sides: `right` runs from the left eye to the right one.
+  line(-1.0f, tessera::kNoseLeftWing, tessera::kMouthLeftCorner);
+  line(1.0f, tessera::kNoseRightWing, tessera::kMouthRightCorner);
+}
+
+FaceMask MaskLeftEye(const Face &face, const cv::Size &frame) {
+  return MaskOf(PointsOf(face, {tessera::kLeftEye}), kOpeningSoft * face.eye_distance, frame);
+}
+
+FaceMask MaskRightEye(const Face &face, const cv::Size &frame) {
+  return MaskOf(PointsOf(face, {tessera::kRightEye}), kOpeningSoft * face.eye_distance, frame);
+}
+
+FaceMask MaskOpenMouth(const Face &face, const cv::Size &frame) {
+  const FramePoint &upper = face.At(FaceAnchor::kUpperLipInner);
+  const FramePoint &lower = face.At(FaceAnchor::kLowerLipInner);
+  const float open = (lower.x - upper.x) * face.down.x + (lower.y - upper.y) * face.down.y;
+  if (open < kOpenMouth * face.eye_distance) return {};
+  return MaskOf(PointsOf(face, {tessera::kUpperLipInner, tessera::kLowerLipInner}), kOpeningSoft * face.eye_distance,
+                frame);
+}
 
 void DrawFaceRegions(const Face &face, int cell, cv::Mat &inside, cv::Mat &features) {
   const float eyes = face.eye_distance;

@@ -113,7 +113,7 @@ void AddValues(obs_properties_t *page, size_t first, size_t end) {
   }
 }
 
-constexpr size_t kFirstMore = 3, kFirstFace = 7, kFirstBody = 12;
+constexpr size_t kFirstMore = 3, kFirstFace = 13, kFirstBody = 18;
 
 void AddGroup(obs_properties_t *page, const char *name, const char *text, size_t first, size_t end) {
   obs_properties_t *group = obs_properties_create();

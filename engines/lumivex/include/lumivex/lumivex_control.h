@@ -16,8 +16,8 @@ LUMIVEX_API void lumivex_set_delay_ms(int milliseconds);        // added to ever
 LUMIVEX_API void lumivex_set_start_delay_ms(int milliseconds);  // createEngine takes this much longer
 LUMIVEX_API void lumivex_set_stop_delay_ms(int milliseconds);   // so does an engine's destruction
 
-// True: a frame waits for the effects, pictures and sounds that are being read for it, so that they begin with the same
-// frame each time. False, as at the start: frames go on without them.
+// True: a frame waits for the effects and pictures that are being read for it, and a command for its table, makeup or
+// preset, so that they begin with the same frame each time. False, as at the start: frames go on without them.
 LUMIVEX_API void lumivex_set_frames_await_loads(bool await);
 
 // After so many more frames, counted over all engines, every frame fails (processFrameData gives null). Negative:

@@ -11,7 +11,7 @@
 namespace lumivex {
 
 // Whole stages, switched by setEffectEnabledWithEffectType. All are on at the start but green matting.
-inline constexpr LXEffectType kEffectBeauty{0};        // smooth, whiten, ruddy
+inline constexpr LXEffectType kEffectBeauty{0};        // smooth, whiten, ruddy, and the six from even tone on
 inline constexpr LXEffectType kEffectAdjust{1};        // sharpen, brightness, contrast
 inline constexpr LXEffectType kEffectLookup{2};        // colour lookup table
 inline constexpr LXEffectType kEffectRelight{3};       // soft key light
@@ -30,7 +30,13 @@ inline constexpr LXBeautyType kBeautySharpen{3};
 inline constexpr LXBeautyType kBeautyBrightness{4};
 inline constexpr LXBeautyType kBeautyContrast{5};
 inline constexpr LXBeautyType kBeautyRelight{6};
-inline constexpr size_t kBeautyTypeCount = 7;
+inline constexpr LXBeautyType kBeautyEvenTone{7};
+inline constexpr LXBeautyType kBeautySpots{8};
+inline constexpr LXBeautyType kBeautyDarkCircles{9};
+inline constexpr LXBeautyType kBeautySmileLines{10};
+inline constexpr LXBeautyType kBeautyBrightEyes{11};
+inline constexpr LXBeautyType kBeautyWhiteTeeth{12};
+inline constexpr size_t kBeautyTypeCount = 13;
 
 struct BeautyTypeInfo {
   LXBeautyType type;
@@ -48,7 +54,14 @@ inline constexpr BeautyTypeInfo kBeautyTypes[kBeautyTypeCount] = {
     {kBeautySharpen, "sharpen", 0.0f, 1.0f, "sharper fine detail in the whole picture"},
     {kBeautyBrightness, "brightness", -1.0f, 1.0f, "lighter or darker middle tones; black and white stay"},
     {kBeautyContrast, "contrast", -1.0f, 1.0f, "more or less contrast; black, middle grey and white stay"},
-    {kBeautyRelight, "relight", 0.0f, 1.0f, "soft key light from the upper left of the upright picture"},
+    {kBeautyRelight, "relight", 0.0f, 1.0f, "soft key light from the upper left, shaped by the faces in view"},
+    // Of known faces alone.
+    {kBeautyEvenTone, "even_tone", 0.0f, 1.0f, "blotches and uneven colour of the face fade"},
+    {kBeautySpots, "spots", 0.0f, 1.0f, "dark and red spots fade; the skin's texture stays"},
+    {kBeautyDarkCircles, "dark_circles", 0.0f, 1.0f, "lighter skin below the eyes"},
+    {kBeautySmileLines, "smile_lines", 0.0f, 1.0f, "weaker lines from the nose to the mouth"},
+    {kBeautyBrightEyes, "bright_eyes", 0.0f, 1.0f, "brighter eyes, clearer whites of the eyes"},
+    {kBeautyWhiteTeeth, "white_teeth", 0.0f, 1.0f, "whiter teeth in an open mouth"},
 };
 
 // Null for a name that no type has.

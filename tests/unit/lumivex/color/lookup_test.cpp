@@ -200,6 +200,9 @@ INSTANTIATE_TEST_SUITE_P(
                       BrokenFile{"0 0 0\n", "line 1: entries come before LUT_3D_SIZE"},
                       BrokenFile{"LUT_1D_SIZE 4\n", "line 1: it holds a 1D table"},
                       BrokenFile{"LUT_3D_SIZE 2\nDOMAIN_MIN 0\n", "line 2: a domain is not three numbers"},
+                      BrokenFile{"LUT_3D_SIZE 2\nLUT_3D_INPUT_RANGE 0 inf\n", "line 2: an input range is not two"},
+                      BrokenFile{"LUT_3D_SIZE 2\nLUT_3D_INPUT_RANGE nan 1\n", "line 2: an input range is not two"},
+                      BrokenFile{"LUT_3D_SIZE 256\n", "it holds 0 of 16777216 entries"},
                       BrokenFile{"\x89PNG\r\n\x1a\n", "line 1: "},
                       BrokenFile{"NONSENSE 1\n", "line 1: unknown keyword"}));
 
@@ -243,6 +246,16 @@ TEST(PictureTable, OfAnImpossibleSizeIsOneLogLine) {
   EXPECT_EQ(log.CountWith("a picture of 100 by 100 pixels holds no table"), 1u);
 }
 
+TEST(PictureTable, ThatTellsOfAHugeSizeIsRefusedUndecoded) {
+  // The signature, and a header that tells of 9000 by 9000 pixels.
+  const std::string path =
+      WriteFile("huge.png", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\x23\x28\0\0\x23\x28\x08\x02\0\0\0", 29));
+  const vanta_test::LogCapture log;
+  const Picture before = AllCodes();
+  EXPECT_TRUE(Looked(before, path) == before);
+  EXPECT_EQ(log.CountWith("a picture of 9000 by 9000 pixels holds no table"), 1u);
+}
+
 TEST(PictureTable, ThatIsNoPictureIsOneLogLine) {
   const std::string path = WriteFile("text.png", "no picture");
   const vanta_test::LogCapture log;
@@ -277,14 +290,15 @@ TEST(Lookup, ThatIsAFolderIsOneLogLine) {
   EXPECT_EQ(log.CountWith("no such file"), 1u);
 }
 
-TEST(Lookup, ThatIsBrokenEndsTheFormerOne) {
+TEST(Lookup, ThatIsBrokenLeavesTheFormerOneAsItWas) {
   const auto engine = MakeEngine();
   SetLookup(*engine, WriteFile("halve.cube", CubeText(3, Halve)));
-  SetLookup(*engine, "/nowhere/at all.cube");
-  const Picture before = AllCodes();
-  Picture picture = before;
+  Picture former = AllCodes();
+  Process(*engine, former);
+  SetLookup(*engine, "/nowhere/at all.cube", 0.5f);
+  Picture picture = AllCodes();
   Process(*engine, picture);
-  EXPECT_TRUE(picture == before);
+  EXPECT_TRUE(picture == former);
 }
 
 TEST(Lookup, WithAnEmptyPathIsOff) {

@@ -101,7 +101,7 @@ TEST_F(MediaResource, ThatCannotBeShownIsALogLine) {
   SetMedia(17, "film");
   EXPECT_EQ(log.CountWith("no media type 17"), 1u);
   SetMedia(lumivex::kMediaPicture, WriteFile("text.png", "text"));
-  Await([&] { return log.CountWith("it is no PNG or JPEG picture") == 1; });
+  Await([&] { return log.CountWith("it is no PNG, JPEG or WebP picture") == 1; });
 }
 
 }  // namespace

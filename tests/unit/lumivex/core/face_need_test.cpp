@@ -50,7 +50,10 @@ class FaceNeed : public WithScriptedRunner {
 };
 
 TEST_F(FaceNeed, SkinLooksWhileAnythingOfItIsOn) {
-  for (const LXBeautyType type : {lumivex::kBeautySmooth, lumivex::kBeautyWhiten, lumivex::kBeautyRuddy}) {
+  for (const LXBeautyType type :
+       {lumivex::kBeautySmooth, lumivex::kBeautyWhiten, lumivex::kBeautyRuddy, lumivex::kBeautyEvenTone,
+        lumivex::kBeautySpots, lumivex::kBeautyDarkCircles, lumivex::kBeautySmileLines, lumivex::kBeautyBrightEyes,
+        lumivex::kBeautyWhiteTeeth, lumivex::kBeautyRelight}) {
     engine_->setBeautyIntensityWithType(type, 0.5f);
     EXPECT_EQ(Looks(1), 1);
     engine_->setBeautyIntensityWithType(type, 0.0f);
@@ -62,6 +65,7 @@ TEST_F(FaceNeed, ColoursNeverLook) {
   for (int type = 0; type < static_cast<int>(lumivex::kBeautyTypeCount); ++type)
     engine_->setBeautyIntensityWithType(LXBeautyType(type), 0.5f);
   engine_->setEffectEnabledWithEffectType(lumivex::kEffectBeauty, false);
+  engine_->setEffectEnabledWithEffectType(lumivex::kEffectRelight, false);
   engine_->setEffectEnabledWithEffectType(lumivex::kEffectGreenMatting, true);
   EXPECT_EQ(Looks(), 0);
   EXPECT_EQ(Script().created, 0) << "not even a runner";

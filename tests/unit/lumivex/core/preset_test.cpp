@@ -117,6 +117,16 @@ TEST(Group, ThatHoldsItselfIsRefused) {
   EXPECT_TRUE(log.HasText("groups stand too deep in one another"));
 }
 
+TEST(Group, ThatLeadsToTooManyFilesIsRefused) {
+  std::string members = "\"jingdian\"";
+  for (int i = 0; i < 299; ++i) members += ", \"jingdian\"";
+  const std::string path = WriteFile("many.json", R"({"format": 1, "presets": [)" + members + "]}");
+  const auto engine = MakeEngine();
+  const vanta_test::LogCapture log;
+  SetGroup(*engine, path);
+  EXPECT_EQ(log.CountWith("it leads to more than 256 files"), 1u);
+}
+
 struct BrokenPreset {
   const char *text;
   const char *reason;

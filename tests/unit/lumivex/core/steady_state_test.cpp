@@ -24,8 +24,7 @@ uint64_t Allocations(LX::LumivexSync &engine) {
 
 TEST(SteadyState, OfTheWholePictureAllocatesNothing) {
   const auto engine = MakeEngine(kWidth, kHeight);
-  for (const auto type :
-       {lumivex::kBeautySharpen, lumivex::kBeautyBrightness, lumivex::kBeautyContrast, lumivex::kBeautyRelight}) {
+  for (const auto type : {lumivex::kBeautySharpen, lumivex::kBeautyBrightness, lumivex::kBeautyContrast}) {
     engine->setBeautyIntensityWithType(type, 0.6f);
   }
   engine->setEffectEnabledWithEffectType(lumivex::kEffectGreenMatting, true);

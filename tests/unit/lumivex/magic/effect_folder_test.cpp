@@ -89,7 +89,7 @@ TEST_F(EffectFolder, BrokenPicturesAreRefused) {
   Cut(file, 40);
   EXPECT_EQ(Refusal(folder), file + ": it is a broken picture" + save);
   Cut(file, 20);
-  EXPECT_EQ(Refusal(folder), file + ": it is no PNG or JPEG picture" + save);
+  EXPECT_EQ(Refusal(folder), file + ": it is no PNG, JPEG or WebP picture" + save);
   Cut(file, 0);
   EXPECT_EQ(Refusal(folder), file + ": it is no file that can be read; check the name");
 }

@@ -48,10 +48,15 @@ TEST_F(EffectSlots, HoldOneEffectEach) {
   EXPECT_TRUE(Is(picture, 40, 40, kGrey));
 }
 
-TEST_F(EffectSlots, OfAFolderThatIsNoGoodAreEmpty) {
-  Play(Screen("good", kRed));
+TEST_F(EffectSlots, KeepTheirEffectWhenTheNextOneIsNoGood) {
+  const std::string good = Screen("good", kRed);
+  Play(good);
   Play(OwnFolder() + "/missing");
-  EXPECT_TRUE(Is(Show(), 9, 9, kGrey));
+  EXPECT_TRUE(Is(Show(), 9, 9, kRedCodes));
+  Play(Screen("gift", kGreen), kRecognitionGiftSlot);
+  engine_->setMagicEffectWithPath(good, kMainEffectSlot, false);
+  EXPECT_TRUE(Is(Show(), 9, 9, kRedCodes)) << "the slot knows the one that plays";
+  EXPECT_EQ(descriptions_.size(), 3u) << "which did not start again";
 }
 
 TEST_F(EffectSlots, ThatDoNotExistAreALogLine) {

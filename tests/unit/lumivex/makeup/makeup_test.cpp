@@ -320,6 +320,20 @@ TEST_F(Makeup, SaysWhatIsWrongWithAPicture) {
   EXPECT_TRUE(says("it is no file"));
 }
 
+TEST_F(Makeup, ThatIsNoGoodLeavesWhatItsKeyHas) {
+  Script().faces = {kFace};
+  const std::string folder = MakeFolder("normal", {0, 0, 255, 255});
+  const auto engine = MakeEngine(kWidth, kHeight);
+  engine->setMakeupInfo({Info(folder)});
+  Picture former = Grey();
+  Process(*engine, former);
+  engine->setMakeupInfo({Info(folder + "/absent")});
+  Picture picture = Grey();
+  Process(*engine, picture);
+  EXPECT_TRUE(picture == former);
+  EXPECT_FALSE(picture == Grey());
+}
+
 TEST_F(Makeup, BearsTextsWithoutTheirEnd) {
   LXMakeupInfo info{};
   std::memset(info.resourceDir, 'a', sizeof(info.resourceDir));

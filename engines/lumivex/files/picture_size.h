@@ -1,4 +1,5 @@
-// How large a picture file says its picture is, known before any memory is taken for it.
+// How large a picture file says its picture is, known before any memory is
+// taken for it.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +14,8 @@ struct PictureSize {
   int64_t height = 0;
 };
 
-// Empty for a file that is neither PNG nor JPEG, or is cut off before its size. Threads: any.
+// Empty for a file that is no PNG, JPEG or WebP picture, or is cut off before
+// its size. Threads: any.
 std::optional<PictureSize> ReadPictureSize(std::span<const uint8_t> file);
 
 }  // namespace lumivex

@@ -1,7 +1,8 @@
-#include "magic/picture_size.h"
+#include "files/picture_size.h"
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace lumivex {
 namespace {
@@ -40,12 +41,38 @@ std::optional<PictureSize> ReadJpeg(std::span<const uint8_t> file) {
   return std::nullopt;
 }
 
+int64_t LittleEndian(std::span<const uint8_t> file, size_t at, size_t count) {
+  int64_t value = 0;
+  for (size_t i = count; i-- > 0;) value = value << 8 | file[at + i];
+  return value;
+}
+
+bool Says(std::span<const uint8_t> file, size_t at, std::string_view text) {
+  return file.size() >= at + text.size() &&
+         std::equal(text.begin(), text.end(), file.begin() + static_cast<ptrdiff_t>(at),
+                    [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; });
+}
+
+// The first chunk of a WebP file is one of three kinds (RFC 9649).
+std::optional<PictureSize> ReadWebp(std::span<const uint8_t> file) {
+  if (file.size() < 30) return std::nullopt;
+  if (Says(file, 12, "VP8X")) return PictureSize{LittleEndian(file, 24, 3) + 1, LittleEndian(file, 27, 3) + 1};
+  if (Says(file, 12, "VP8L")) {
+    if (file[20] != 0x2F) return std::nullopt;
+    const int64_t bits = LittleEndian(file, 21, 4);
+    return PictureSize{(bits & 0x3FFF) + 1, (bits >> 14 & 0x3FFF) + 1};
+  }
+  if (!Says(file, 12, "VP8 ") || !Says(file, 23, "\x9D\x01\x2A")) return std::nullopt;
+  return PictureSize{LittleEndian(file, 26, 2) & 0x3FFF, LittleEndian(file, 28, 2) & 0x3FFF};
+}
+
 }  // namespace
 
 std::optional<PictureSize> ReadPictureSize(std::span<const uint8_t> file) {
   if (file.size() >= kPngSignature.size() && std::equal(kPngSignature.begin(), kPngSignature.end(), file.begin()))
     return ReadPng(file);
   if (file.size() >= 2 && file[0] == 0xFF && file[1] == 0xD8) return ReadJpeg(file);
+  if (Says(file, 0, "RIFF") && Says(file, 8, "WEBP")) return ReadWebp(file);
   return std::nullopt;
 }
 
