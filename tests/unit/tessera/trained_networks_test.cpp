@@ -16,9 +16,11 @@
 #include "fixtures/portrait/face_reader.h"
 #include "fixtures/process/log_capture.h"
 #include "fixtures/process/wait.h"
+#include "search/face_look.h"
 #include "shape/mean_shape.h"
 #include "shape/sparse_shape.h"
 #include "tessera/point_layout.h"
+#include "vision/cascade_files.h"
 
 namespace {
 
@@ -135,11 +137,16 @@ TEST_F(TrainedNetworks, WithoutTheDetectorThereIsNoFaceThere) {
   EXPECT_TRUE(reader.Run(wall).empty());
 }
 
-TEST_F(TrainedNetworks, DetectorsFaceIsFollowedAsLongAsItIsSeen) {
+TEST_F(TrainedNetworks, DetectorSeesAKnownFaceAgainAtItsPlace) {
   Put(tessera::kFaceNetworkFile, OneFaceDetector());
-  FaceReader reader(1, Folder());
+  tessera::FaceLook look;
+  const std::string cascade = tessera::FindCascade(tessera::kFaceCascade, "", {});
+  ASSERT_TRUE(look.Load({cascade, "", "", (folder_ / tessera::kFaceNetworkFile).string(), ""}));
   PortraitPicture wall = Wall();
-  for (int i = 0; i < 30; ++i) ASSERT_EQ(reader.Run(wall).size(), 1U) << i;
+  tessera::PictureView view;
+  view.y = wall.i420.rowRange(0, wall.bgr.rows);
+  EXPECT_TRUE(look.Again(view, tessera::PlacementOfEyes(kLeftEye, kRightEye)).has_value());
+  EXPECT_FALSE(look.Again(view, {{100, 100}, 80, 0}).has_value());
 }
 
 TEST_F(TrainedNetworks, SearchThreadReadsThem) {
