@@ -15,10 +15,10 @@ namespace tessera {
 
 struct CascadeFiles {
   std::string faces;
-  std::string eyes;           // empty: the eyes are told by darkness alone
-  std::string quick;          // empty: the cascade of faces does that one's work, slower
-  std::string face_network;   // empty: none; read at the first look
-  std::string point_network;  // likewise
+  std::string eyes;             // empty: the eyes are told by darkness alone
+  std::string quick;            // empty: the cascade of faces does that one's work, slower
+  std::string face_network{};   // empty: none; read at the first look
+  std::string point_network{};  // likewise
 };
 
 // A face that was seen.
