@@ -7,7 +7,7 @@ vanta_packages() {
     build)
       printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
         nlohmann-json3-dev libcli11-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
-        libopencv-objdetect-dev libopencv-video-dev \
+        libopencv-objdetect-dev libopencv-video-dev libopencv-dnn-dev \
         libavformat-dev libavcodec-dev libavutil-dev
       ;;
     run)

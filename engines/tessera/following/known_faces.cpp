@@ -69,6 +69,7 @@ void FollowOne(KnownFace &face, const PictureView &picture) {
   face.step = (found.placement.origin - face.placement.origin) * (1 / face.placement.unit);
   face.placement = found.placement;
   face.drawn = PartOf(face.drawn, 1 - kDrawnStep);
+  face.own_shape.Step();
   face.pictures_away = MiddleIsInside(face.placement, picture.y.size()) ? 0 : face.pictures_away + 1;
 }
 
@@ -102,7 +103,7 @@ void KnownFaces::Follow(const PictureView &picture) {
 }
 
 void KnownFaces::Confirm(uint32_t id, const Placement &correction, std::shared_ptr<const FaceTemplate> face,
-                         double now) {
+                         double now, const std::vector<cv::Point2f> &points) {
   KnownFace *known = Find(id);
   if (!known) return;
   known->missed_looks = 0;
@@ -112,6 +113,7 @@ void KnownFaces::Confirm(uint32_t id, const Placement &correction, std::shared_p
   known->drawn = Relative(correction, known->drawn);
   known->step *= 1 / correction.unit;
   known->face = std::move(face);
+  known->own_shape.Told(points, known->features);
 }
 
 bool KnownFaces::Miss(uint32_t id) {
@@ -139,6 +141,7 @@ bool KnownFaces::Add(const NewFace &face, double now) {
   added.drawn = SamePlacement();
   added.face = face.face;
   added.features = face.features;
+  added.own_shape.Told(face.points, face.features);
   added.confirmed = now;
   added.features_turn = features_turn_;
   faces_.push_back(std::move(added));
@@ -181,6 +184,7 @@ std::vector<FoundFace> KnownFaces::Shown(cv::Size size, float scale) const {
     if (known.bad_pictures > kShownBadPictures || !MiddleIsInside(place, size)) continue;
     FoundFace face;
     face.points = FitShape(place, known.features);
+    known.own_shape.Apply(place, face.points);
     face.box = ExpandedBox(face.points, place.unit, size);
     face.confidence = Clamped01((known.correlation - kBadCorrelation) / (kSureCorrelation - kBadCorrelation));
     face.mouth_open = MouthOpening(known.features.mouth);

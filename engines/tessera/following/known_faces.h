@@ -8,6 +8,7 @@
 
 #include "features/face_features.h"
 #include "following/face_template.h"
+#include "following/own_shape.h"
 #include "results/result_tree.h"
 #include "vision/picture_view.h"
 
@@ -18,6 +19,7 @@ struct NewFace {
   Placement placement;  // in the picture that was searched
   Features features;
   std::shared_ptr<const FaceTemplate> face;  // never null
+  std::vector<cv::Point2f> points;           // that a network told, units; empty: none did
 };
 
 struct KnownFace {
@@ -25,6 +27,7 @@ struct KnownFace {
   Placement placement;                       // of the template's frame, in the last picture
   std::shared_ptr<const FaceTemplate> face;  // never null
   Features features;                         // smoothed
+  OwnShape own_shape;
   // Where the face is drawn, in the template's frame: after each search it comes to lie on it in small steps.
   Placement drawn;
   cv::Point2f step;       // from the picture before to the last one, units
@@ -60,8 +63,9 @@ class KnownFaces {
   void Follow(const PictureView &picture);
 
   // A search has seen the face: `correction` is the way from the template's frame, at the picture that was searched, to
-  // that of the new template.
-  void Confirm(uint32_t id, const Placement &correction, std::shared_ptr<const FaceTemplate> face, double now);
+  // that of the new template. `points`: those that a network told, in units of the new template's frame; may be empty.
+  void Confirm(uint32_t id, const Placement &correction, std::shared_ptr<const FaceTemplate> face, double now,
+               const std::vector<cv::Point2f> &points = {});
   // A search has not seen it. False when it is dropped for that.
   bool Miss(uint32_t id);
   void Drop(uint32_t id);

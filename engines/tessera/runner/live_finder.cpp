@@ -13,7 +13,7 @@ double Seconds() {
 std::optional<NewFace> FindAnew(FaceLook &look, const SmallPicture &picture, const Placement &place) {
   const auto seen = look.Again(picture.view, place);
   if (!seen) return std::nullopt;
-  return FaceLook::Begin(picture.view, seen->placement);
+  return look.Begin(picture.view, *seen);
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ void LiveFinder::StartAnew() {
 void LiveFinder::Take(SearchAnswer &&answer, double now) {
   for (LookResult &look : answer.looks) {
     if (look.seen) {
-      known_.Confirm(look.id, look.correction, std::move(look.face), now);
+      known_.Confirm(look.id, look.correction, std::move(look.face), now, look.points);
     } else {
       known_.Miss(look.id);
     }

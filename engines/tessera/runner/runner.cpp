@@ -81,7 +81,9 @@ void TesseraRunner::setLogLevel(int) {}
 int TesseraRunner::init() {
   const TesseraConfig::State &config = state_->config;
   const auto find = [&config](const char *name) { return FindCascade(name, config.model_folder, config.model_files); };
-  const CascadeFiles files{find(kFaceCascade), find(kEyeCascade), find(kQuickCascade)};
+  const auto own = [&config](const char *name) { return FindModelFile(name, config.model_folder, config.model_files); };
+  const CascadeFiles files{find(kFaceCascade), find(kEyeCascade), find(kQuickCascade), own(kFaceNetworkFile),
+                           own(kPointNetworkFile)};
   const std::string &faces = files.faces;
   const std::string &eyes = files.eyes;
   state_->live.reset();

@@ -49,13 +49,14 @@ void FaceFinder::LookAgain(const PictureView &picture) {
       continue;
     }
     const Placement correction = FaceLook::Correction(face.placement, *seen);
-    known_.Confirm(face.id, correction, MakeTemplate(picture.y, Composed(face.placement, correction)), 0);
+    const Placement place = Composed(face.placement, correction);
+    known_.Confirm(face.id, correction, MakeTemplate(picture.y, place), 0, look_.Points(picture, place));
     last_angle_ = seen->placement.angle;
   }
 }
 
 void FaceFinder::Begin(const PictureView &picture, const SeenFace &seen) {
-  const auto face = FaceLook::Begin(picture, seen.placement);
+  const auto face = look_.Begin(picture, seen);
   if (face && known_.Add(*face, 0)) last_angle_ = seen.placement.angle;
 }
 

@@ -20,13 +20,25 @@ constexpr float kFastMove = 0.10F;
 // What the cascade's box alone tells counts less.
 constexpr float kPartOfOneEye = 0.5F;
 
+std::vector<CoarseFace> Coarse(const std::vector<Placement> &faces) {
+  std::vector<CoarseFace> coarse;
+  for (const Placement &face : faces) coarse.push_back({face, kSureVotes, true});
+  return coarse;
+}
+
 }  // namespace
 
 bool FaceLook::Load(const CascadeFiles &files) {
+  networks_.Use(files.face_network, files.point_network);
   return search_.Load(files.faces, files.quick) && (files.eyes.empty() || eyes_.Load(files.eyes));
 }
 
 std::optional<SeenFace> FaceLook::Again(const PictureView &picture, const Placement &place) {
+  if (const auto faces = networks_.Faces(picture)) {
+    const auto face =
+        std::find_if(faces->begin(), faces->end(), [&place](const Placement &found) { return Overlap(found, place); });
+    return face == faces->end() ? std::nullopt : std::optional(ByNetwork(picture, *face));
+  }
   const auto box = search_.Near(picture.y, place);
   if (!box) return std::nullopt;
   const Eyes eyes = eyes_.Find(picture.y, box->placement);
@@ -43,14 +55,17 @@ Placement FaceLook::Correction(const Placement &place, const SeenFace &seen) {
 }
 
 std::vector<CoarseFace> FaceLook::Everywhere(const PictureView &picture, float first_angle, int wanted) {
+  if (const auto faces = networks_.Faces(picture)) return Coarse(*faces);
   return search_.Whole(picture.y, first_angle, wanted);
 }
 
 std::vector<CoarseFace> FaceLook::Sweep(const PictureView &picture, const SearchPass &pass) {
+  if (const auto faces = networks_.Faces(picture)) return Coarse(*faces);
   return search_.Sweep(picture.y, pass);
 }
 
 std::optional<SeenFace> FaceLook::Check(const PictureView &picture, const CoarseFace &proposal) {
+  if (proposal.trained) return ByNetwork(picture, proposal.placement);
   const Eyes eyes = eyes_.Find(picture.y, proposal.placement);
   const SeenFace seen{eyes.placement, eyes.seen, proposal.score};
   const bool enough_votes = seen.votes >= kVotesWithoutEyes;
@@ -60,17 +75,34 @@ std::optional<SeenFace> FaceLook::Check(const PictureView &picture, const Coarse
 }
 
 std::optional<SeenFace> FaceLook::CheckSwept(const PictureView &picture, const CoarseFace &proposal) {
+  if (proposal.trained) return ByNetwork(picture, proposal.placement);
   const auto box = search_.Near(picture.y, proposal.placement);
   if (!box) return std::nullopt;
   return Check(picture, *box);
+}
+
+// Its pupils where the cascade of eyes and the iris's edges tell them better.
+SeenFace FaceLook::ByNetwork(const PictureView &picture, const Placement &placement) {
+  const Eyes eyes = eyes_.Find(picture.y, placement);
+  return {eyes.seen == 2 ? eyes.placement : placement, 2, kSureVotes};
 }
 
 bool FaceLook::IsSure(const SeenFace &seen) {
   return seen.eyes == 2 && seen.votes >= kSureVotes;
 }
 
+std::vector<cv::Point2f> FaceLook::Points(const PictureView &picture, const Placement &placement) {
+  return networks_.Points(picture, placement);
+}
+
+std::optional<NewFace> FaceLook::Begin(const PictureView &picture, const SeenFace &seen) {
+  std::optional<NewFace> face = Begin(picture, seen.placement);
+  if (face) face->points = Points(picture, seen.placement);
+  return face;
+}
+
 std::optional<NewFace> FaceLook::Begin(const PictureView &picture, const Placement &placement) {
-  NewFace face{placement, {}, MakeTemplate(picture.y, placement)};
+  NewFace face{placement, {}, MakeTemplate(picture.y, placement), {}};
   if (!face.face) return std::nullopt;
   face.features = FindFeatures(picture, placement);
   return face;

@@ -1,4 +1,4 @@
-// Looks for faces in one picture.
+// Looks for faces in one picture: by trained networks where the user has some, else by cascades.
 #pragma once
 
 #include <optional>
@@ -7,6 +7,7 @@
 
 #include "features/eye_finder.h"
 #include "following/known_faces.h"
+#include "networks/trained_networks.h"
 #include "search/face_search.h"
 #include "vision/picture_view.h"
 
@@ -14,8 +15,10 @@ namespace tessera {
 
 struct CascadeFiles {
   std::string faces;
-  std::string eyes;   // empty: the eyes are told by darkness alone
-  std::string quick;  // empty: the cascade of faces does that one's work, slower
+  std::string eyes;             // empty: the eyes are told by darkness alone
+  std::string quick;            // empty: the cascade of faces does that one's work, slower
+  std::string face_network{};   // empty: none; read at the first look
+  std::string point_network{};  // likewise
 };
 
 // A face that was seen.
@@ -25,7 +28,7 @@ struct SeenFace {
   float votes = 0;  // how many windows agreed
 };
 
-// Owns: the cascades. Threads: one at a time.
+// Owns: the cascades and the networks. Threads: one at a time.
 class FaceLook {
  public:
   // False when a file is no cascade.
@@ -49,12 +52,20 @@ class FaceLook {
   // Whether one look is enough.
   static bool IsSure(const SeenFace &seen);
 
-  // What is needed to follow it from this picture on. None where there is too little to see.
+  // The points of such a face by the user's network, in units of the placement. Empty: there is none.
+  std::vector<cv::Point2f> Points(const PictureView &picture, const Placement &placement);
+
+  // What is needed to follow it from this picture on, with the network's points. None where there is too little to see.
+  std::optional<NewFace> Begin(const PictureView &picture, const SeenFace &seen);
+  // As Begin, without the network.
   static std::optional<NewFace> Begin(const PictureView &picture, const Placement &placement);
 
  private:
+  SeenFace ByNetwork(const PictureView &picture, const Placement &placement);
+
   FaceSearch search_;
   EyeFinder eyes_;
+  TrainedNetworks networks_;
 };
 
 }  // namespace tessera

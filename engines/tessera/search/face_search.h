@@ -13,7 +13,8 @@ namespace tessera {
 // A face as the cascade's box tells it: pupils and their distance are those of an average face in such a box.
 struct CoarseFace {
   Placement placement;
-  float score = 0;  // how many boxes agreed
+  float score = 0;       // how many boxes agreed
+  bool trained = false;  // a network saw it: no cascade is asked again
 };
 
 // One search of a whole picture.

@@ -58,7 +58,9 @@ void SearchTurns::LookAtOne(const SearchTask &task, SearchAnswer &answer) {
   if (const auto seen = look_.Again(picture, known.placement)) {
     result.seen = true;
     result.correction = FaceLook::Correction(known.placement, *seen);
-    result.face = MakeTemplate(picture.y, Composed(known.placement, result.correction));
+    const Placement place = Composed(known.placement, result.correction);
+    result.face = MakeTemplate(picture.y, place);
+    if (!stop_) result.points = look_.Points(picture, place);
   }
   answer.looks.push_back(std::move(result));
 }
@@ -75,7 +77,7 @@ void SearchTurns::LookAtDoubtful(const SearchTask &task, SearchAnswer &answer) {
     if (stop_ || IsKnown(task, answer, doubtful.placement)) continue;
     const auto seen = look_.CheckSwept(task.picture->view, {doubtful.placement, 0});
     if (seen) {
-      if (auto face = FaceLook::Begin(task.picture->view, seen->placement)) answer.fresh.push_back(std::move(*face));
+      if (auto face = look_.Begin(task.picture->view, *seen)) answer.fresh.push_back(std::move(*face));
     } else if (--doubtful.pictures_left > 0) {
       kept.push_back(doubtful);
     }
@@ -102,7 +104,7 @@ void SearchTurns::LookForMore(const SearchTask &task, SearchAnswer &answer) {
       if (doubtful_.size() < kMostChecks) doubtful_.push_back({seen->placement, kDoubtfulTurns});
       continue;
     }
-    if (auto face = FaceLook::Begin(picture, seen->placement)) answer.fresh.push_back(std::move(*face));
+    if (auto face = look_.Begin(picture, *seen)) answer.fresh.push_back(std::move(*face));
   }
   first_proposal_ += kMostChecks - kMostChecks / 2;
 }

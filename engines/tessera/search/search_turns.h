@@ -29,6 +29,7 @@ struct LookResult {
   bool seen = false;
   Placement correction;                      // from the template's frame to that of the new template
   std::shared_ptr<const FaceTemplate> face;  // the new template; null: the old one stays
+  std::vector<cv::Point2f> points;           // in units of the new template's frame; empty: nothing told them
 };
 
 struct SearchAnswer {

@@ -12,6 +12,11 @@ inline constexpr const char *kQuickCascade = "lbpcascade_frontalface.xml";
 // The folder of Debian's package opencv-data, or the one that the environment variable TESSERA_CASCADES names instead.
 std::string CascadePackageFolder();
 
+// The first file of that name among the model files themselves, in the model folder, beside the model files. Empty when
+// there is none.
+std::string FindModelFile(const std::string &name, const std::string &model_folder,
+                          const std::vector<std::string> &model_files);
+
 // The first file of that name: among the model files themselves, in the model folder, beside the model files, in the
 // package's folder. Empty when there is none.
 std::string FindCascade(const std::string &name, const std::string &model_folder,

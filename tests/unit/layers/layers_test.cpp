@@ -60,7 +60,7 @@ const std::vector<Target> &House() {
         {"results"},
         {"features"},
         {"shape"},
-        {"following"},
+        {"following", "networks"},
         {"search"},
         {"runner"}},
        {kBase, kContracts}},
