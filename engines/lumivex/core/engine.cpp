@@ -125,11 +125,11 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   DrawEffects(frame, view, space, times);
 }
 
-// Last, so that no other stage changes their colours.
+// Last, so that no other stage changes their colours. They go where the warp has moved what they lie on.
 void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   if (!applied_.Enabled(kEffectMagic) || !effects_.Visible()) return;
   const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found()); });
+  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found(), warp_.Applied()); });
 }
 
 void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
@@ -156,6 +156,7 @@ void Engine::EndFaceReports() {
 void Engine::RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
   const WarpRequest wish = applied_.Warp();
   bool slimmed = false;
+  warp_.Begin();
   if (wish.Any() && (!wish.NeedsFaces() || !faces_.Found().empty())) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
     Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), wish); });
@@ -239,11 +240,12 @@ void Engine::SetLookupIntensity(float intensity) {
 }
 
 // A folder that is in use already is not read again.
-std::shared_ptr<const MakeupResource> Engine::FindMakeup(const std::string &folder) const {
+std::shared_ptr<const MakeupResource> Engine::FindMakeup(const MakeupRequest &wish) const {
+  const bool is_color = IsMakeupColor(wish.folder);
   for (const MakeupChoice &choice : edited_.face.makeup) {
-    if (choice.resource->folder == folder) return choice.resource;
+    if (!is_color && choice.resource->folder == wish.folder) return choice.resource;
   }
-  const MakeupLoad load = LoadMakeup(folder);
+  const MakeupLoad load = is_color ? MakeupOfColor(wish.folder, wish.key) : LoadMakeup(wish.folder);
   if (!load.resource) {
     blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
   }
@@ -253,7 +255,7 @@ std::shared_ptr<const MakeupResource> Engine::FindMakeup(const std::string &fold
 void Engine::SetMakeup(const std::vector<MakeupRequest> &wishes) {
   std::vector<MakeupChoice> choices;
   for (const MakeupRequest &wish : wishes) {
-    if (auto resource = FindMakeup(wish.folder))
+    if (auto resource = FindMakeup(wish))
       choices.push_back({wish.key, std::move(resource), wish.blend, Clamped(wish.intensity, 0.0f, 1.0f)});
   }
   edited_.face.makeup = std::move(choices);

@@ -29,7 +29,7 @@ namespace lumivex {
 
 // A makeup as a host asks for it.
 struct MakeupRequest {
-  std::string folder;
+  std::string folder;  // or a colour
   std::string key;
   int32_t blend = kMakeupBlendOfResource;
   float intensity = 1.0f;
@@ -84,7 +84,7 @@ class Engine {
 
  private:
   void Publish();
-  std::shared_ptr<const MakeupResource> FindMakeup(const std::string &folder) const;
+  std::shared_ptr<const MakeupResource> FindMakeup(const MakeupRequest &wish) const;
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);

@@ -19,7 +19,7 @@ struct BeautyValue {
   int initial;           // per cent: what an engine starts with
 };
 
-inline constexpr size_t kValueCount = 19;
+inline constexpr size_t kValueCount = 25;
 
 // In the order of the page.
 const std::array<BeautyValue, kValueCount> &BeautyValues();
