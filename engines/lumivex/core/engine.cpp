@@ -126,11 +126,11 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   DrawEffects(frame, view, space, times);
 }
 
-// Last, so that no other stage changes their colours.
+// Last, so that no other stage changes their colours. They go where the warp has moved what they lie on.
 void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   if (!applied_.Enabled(kEffectMagic) || !effects_.Visible()) return;
   const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found()); });
+  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found(), warp_.Applied()); });
 }
 
 void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
@@ -157,6 +157,7 @@ void Engine::EndFaceReports() {
 void Engine::RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
   const WarpRequest request = applied_.Warp();
   bool slimmed = false;
+  warp_.Begin();
   if (request.Any() && (!request.NeedsFaces() || !faces_.Found().empty())) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
     Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), request); });
@@ -285,6 +286,10 @@ void Engine::SetMakeup(const std::vector<MakeupRequest> &requests) {
     ReadMakeup read;
     for (const MakeupRequest &request : requests) {
       if (cancelled.load(std::memory_order_relaxed)) break;
+      if (IsMakeupColor(request.folder)) {
+        read.loads.push_back(MakeupOfColor(request.folder, request.key));
+        continue;
+      }
       const auto same = std::find_if(known.begin(), known.end(),
                                      [&](const auto &resource) { return resource->folder == request.folder; });
       read.loads.push_back(same != known.end() ? MakeupLoad{*same, {}, {}, {}} : LoadMakeup(request.folder));

@@ -32,7 +32,7 @@ namespace lumivex {
 
 // A makeup as a host asks for it.
 struct MakeupRequest {
-  std::string folder;
+  std::string folder;  // or a colour
   std::string key;
   int32_t blend = kMakeupBlendOfResource;
   float intensity = 1.0f;

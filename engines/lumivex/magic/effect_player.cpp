@@ -157,7 +157,10 @@ void EffectPlayer::DrawLayer(size_t index, const PicturePointer &picture, const 
     stamp.Blend(view);
   };
   if (plan.anchor.face) {
-    for (const Face &face : canvas.faces) press(PlaceOnFace(plan, shape, face));
+    for (const Face &face : canvas.faces) {
+      const Placement found = PlaceOnFace(plan, shape, face);
+      press(canvas.warp ? MovedBy(*canvas.warp, found) : found);
+    }
   } else {
     press(PlaceOnScreen(plan, shape, view.width, view.height, canvas.orientation));
   }

@@ -17,6 +17,7 @@
 #include "pixels/nv12_view.h"
 #include "pixels/orientation.h"
 #include "pixels/yuv_space.h"
+#include "warp/warp_field.h"
 
 namespace lumivex {
 
@@ -32,6 +33,7 @@ struct Canvas {
   const YuvSpace &space;
   Orientation orientation;
   const Faces &faces;
+  const WarpField *warp;  // what has moved the frame since the faces were found; null: nothing
   float opacity;  // 0 to 1, of all effects
 };
 

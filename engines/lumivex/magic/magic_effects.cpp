@@ -234,10 +234,10 @@ bool MagicEffects::ShowsMediaItself() const {
   });
 }
 
-void MagicEffects::Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation,
-                        const Faces &faces) {
+void MagicEffects::Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, const Faces &faces,
+                        const WarpField *warp) {
   if (ShowsMediaItself()) DrawMedia(view, space, orientation);
-  const Canvas canvas{view, space, orientation, faces, opacity_};
+  const Canvas canvas{view, space, orientation, faces, warp, opacity_};
   for (EffectSlot &slot : slots_) {
     if (slot.player) slot.player->Draw(canvas, shared_);
   }

@@ -59,7 +59,9 @@ class MagicEffects {
   void Begin(uint64_t timestamp);
   bool NeedsFaces() const;
   bool Visible() const;
-  void Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, const Faces &faces);
+  // `faces` as they were found; `warp`: how the frame was moved since, or null.
+  void Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, const Faces &faces,
+            const WarpField *warp);
   void Deliver() { outbox_.Deliver(); }
 
   std::vector<RunningEffect> Running() const;

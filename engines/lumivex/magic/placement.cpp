@@ -95,6 +95,17 @@ Placement PlaceOnFace(const LayerPlan &layer, float shape, const Face &face) {
   return {center, {face.right.x * wide, face.right.y * wide}, {face.down.x * high, face.down.y * high}};
 }
 
+Placement MovedBy(const WarpField &warp, const Placement &placement) {
+  const FramePoint &center = placement.center;
+  // From edge to edge: the two halves may be moved differently.
+  const auto way = [&](const FramePoint &whole) {
+    const FramePoint from = warp.Moved({center.x - whole.x / 2.0f, center.y - whole.y / 2.0f});
+    const FramePoint to = warp.Moved({center.x + whole.x / 2.0f, center.y + whole.y / 2.0f});
+    return FramePoint{to.x - from.x, to.y - from.y};
+  };
+  return {warp.Moved(center), way(placement.across), way(placement.down)};
+}
+
 Placement PlaceWhole(float shape, int width, int height, const Orientation &orientation) {
   const Upright upright(width, height, orientation);
   const float wide = std::min(upright.width, upright.height / shape);

@@ -6,6 +6,7 @@
 #include "faces/faces.h"
 #include "magic/effect_plan.h"
 #include "pixels/orientation.h"
+#include "warp/warp_field.h"
 
 namespace lumivex {
 
@@ -21,6 +22,8 @@ struct Placement {
 // `shape`: the layer's height in its widths. Threads: any.
 Placement PlaceOnScreen(const LayerPlan &layer, float shape, int width, int height, const Orientation &orientation);
 Placement PlaceOnFace(const LayerPlan &layer, float shape, const Face &face);
+// Where the warp shows that part of the picture: its middle and the middles of its edges go along.
+Placement MovedBy(const WarpField &warp, const Placement &placement);
 // As large as fits, in the middle.
 Placement PlaceWhole(float shape, int width, int height, const Orientation &orientation);
 

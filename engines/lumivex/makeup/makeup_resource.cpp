@@ -122,4 +122,13 @@ MakeupLoad LoadMakeup(const std::string &folder) {
   return Loader(folder).Load();
 }
 
+MakeupLoad MakeupOfColor(const std::string &resource, const std::string &key) {
+  MakeupColorText text = ParseMakeupColor(resource, key);
+  if (!text.color) return {nullptr, resource, std::move(text.reason), std::move(text.remedy)};
+  auto made = std::make_shared<MakeupResource>();
+  made->folder = resource;
+  made->color = text.color;
+  return {std::move(made), {}, {}, {}};
+}
+
 }  // namespace lumivex

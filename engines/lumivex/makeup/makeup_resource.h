@@ -3,9 +3,11 @@
 
 #include <memory>
 #include <opencv2/core.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "makeup/makeup_color.h"
 #include "makeup/makeup_file.h"
 
 namespace lumivex {
@@ -21,6 +23,7 @@ struct MakeupLayer {
 struct MakeupResource {
   std::string folder;
   std::vector<MakeupLayer> layers;
+  std::optional<MakeupColor> color;  // in place of layers
 };
 
 struct MakeupLoad {
@@ -33,5 +36,7 @@ struct MakeupLoad {
 inline constexpr int kMostMakeupSide = 4096;  // pixels of a layer's picture
 
 MakeupLoad LoadMakeup(const std::string &folder);
+// Reads no file. `resource` is "color:RRGGBB".
+MakeupLoad MakeupOfColor(const std::string &resource, const std::string &key);
 
 }  // namespace lumivex

@@ -1,7 +1,9 @@
 #include "makeup/makeup_stage.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <opencv2/imgproc.hpp>
 
 namespace lumivex {
@@ -61,6 +63,28 @@ cv::Matx23d PixelMap(const AffineMap &back, const cv::Point &part, double scale_
           scale_y * back.d, scale_y * back.e, scale_y * (back.d * x + back.e * y + back.f) - 0.5};
 }
 
+// What full intensity covers: the skin's own light and shade are to be seen through it.
+float OpacityOf(MakeupPart part) {
+  constexpr std::array<float, kMakeupParts.size()> kOpacity = {0.60f, 0.50f, 0.55f, 0.90f, 0.60f};
+  return kOpacity[static_cast<size_t>(part)];
+}
+
+// Red, green, blue, alpha, the colours multiplied by alpha.
+void Color(const cv::Mat &covered, const std::array<uint8_t, 3> &rgb, cv::Mat &laid) {
+  std::array<std::array<uint8_t, 4>, 256> table;
+  for (int alpha = 0; alpha < 256; ++alpha) {
+    std::array<uint8_t, 4> &entry = table[static_cast<size_t>(alpha)];
+    for (size_t i = 0; i < 3; ++i) entry[i] = static_cast<uint8_t>((rgb[i] * alpha + 127) / 255);
+    entry[3] = static_cast<uint8_t>(alpha);
+  }
+  laid.create(covered.size(), CV_8UC4);
+  for (int row = 0; row < covered.rows; ++row) {
+    const uint8_t *from = covered.ptr<uint8_t>(row);
+    uint8_t *to = laid.ptr<uint8_t>(row);
+    for (int x = 0; x < covered.cols; ++x) std::memcpy(to + ptrdiff_t{4} * x, table[from[x]].data(), 4);
+  }
+}
+
 }  // namespace
 
 void MakeupStage::Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces,
@@ -68,6 +92,8 @@ void MakeupStage::Apply(const Nv12View &view, const YuvSpace &space, const Faces
   for (const Face &face : faces) {
     for (const MakeupChoice &choice : choices) {
       if (choice.intensity <= 0.0f) continue;
+      if (const auto &color = choice.resource->color)
+        Paint(view, space, face, *color, BlendOf(choice.blend, MakeupBlend::kNormal), choice.intensity);
       for (const MakeupLayer &layer : choice.resource->layers)
         Lay(view, space, face, layer, BlendOf(choice.blend, layer.blend), choice.intensity * layer.opacity);
     }
@@ -90,6 +116,14 @@ void MakeupStage::Lay(const Nv12View &view, const YuvSpace &space, const Face &f
   cv::warpAffine(picture, laid_, pixels, part.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
                  cv::Scalar::all(0));
   blender_.Blend(view, space, part, laid_, blend, strength);
+}
+
+void MakeupStage::Paint(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupColor &color,
+                        MakeupBlend blend, float strength) {
+  for (const PaintMask &mask : paint_.Draw(face, color.part, cv::Size(view.width, view.height))) {
+    Color(mask.covered, color.rgb, laid_);
+    blender_.Blend(view, space, mask.place, laid_, blend, strength * OpacityOf(color.part));
+  }
 }
 
 }  // namespace lumivex

@@ -7,6 +7,7 @@
 #include "faces/face_fit.h"
 #include "faces/face_settings.h"
 #include "faces/faces.h"
+#include "makeup/face_paint.h"
 #include "makeup/makeup_resource.h"
 #include "makeup/rgba_blend.h"
 #include "pixels/nv12_view.h"
@@ -23,6 +24,10 @@ class MakeupStage {
   void Lay(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupLayer &layer, MakeupBlend blend,
            float strength);
 
+  void Paint(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupColor &color, MakeupBlend blend,
+             float strength);
+
+  FacePaint paint_;
   std::vector<FitPin> pins_;
   cv::Mat laid_;
   RgbaBlender blender_;

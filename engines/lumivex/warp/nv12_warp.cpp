@@ -70,7 +70,7 @@ void Nv12Warp::Apply(const Nv12View &view, const WarpField &field) {
 // In its own place within a copy of the whole plane's size, which need not be made anew when the part moves.
 void Nv12Warp::Copy(Plane &plane, const WarpField &field) {
   const cv::Rect part = MovingPart(field);
-  const int margin = static_cast<int>(std::ceil(field.Longest() / static_cast<float>(plane.step))) + 2;
+  const int margin = static_cast<int>(std::ceil(field.Longest() / static_cast<float>(plane.step))) + 3;
   const cv::Rect wanted(part.x / plane.step - margin, part.y / plane.step - margin,
                         part.width / plane.step + 2 * margin, part.height / plane.step + 2 * margin);
   const cv::Rect present = wanted & cv::Rect(cv::Point(), plane.pixels.size());
@@ -86,7 +86,9 @@ void Nv12Warp::MoveTile(Plane &plane, const WarpField &field, int tile_row, int 
   if (tile.empty()) return;
   FillMaps(plane, field, tile);
   cv::Mat moved = plane.pixels(tile);
-  cv::remap(plane.copy, moved, places_, fractions_, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+  // What is enlarged would lose its fine lines between straight neighbours.
+  const int between = field.TileEnlarges(tile_row, tile_column) ? cv::INTER_CUBIC : cv::INTER_LINEAR;
+  cv::remap(plane.copy, moved, places_, fractions_, between, cv::BORDER_REPLICATE);
 }
 
 void Nv12Warp::FillMaps(const Plane &plane, const WarpField &field, const cv::Rect &tile) {

@@ -8,8 +8,8 @@
 
 namespace lumivex {
 
-// In place, tile by tile, out of a copy of what moves. Pixels are blended between neighbours, to 1/32 of a pixel; those
-// that do not move keep their codes.
+// In place, tile by tile, out of a copy of what moves. Pixels are blended between neighbours, to 1/32 of a pixel: by a
+// cubic where a tile is enlarged, else straight. Those that do not move keep their codes.
 // Owns: the copy, and the maps of one tile. Borrows: picture and field, for the call. Threads: one at a time.
 class Nv12Warp {
  public:

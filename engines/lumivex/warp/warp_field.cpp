@@ -26,6 +26,54 @@ void WarpField::Begin(int width, int height) {
   touched_ = false;
   moves_ = false;
   longest_ = 0.0f;
+  farthest_ = 0.0f;
+}
+
+FramePoint WarpField::Source(const FramePoint &moved) const {
+  if (!moves_) return moved;
+  const float x = std::clamp(moved.x / kStep, 0.0f, static_cast<float>(columns_ - 1));
+  const float y = std::clamp(moved.y / kStep, 0.0f, static_cast<float>(rows_ - 1));
+  const int column = std::min(static_cast<int>(x), columns_ - 2);
+  const int row = std::min(static_cast<int>(y), rows_ - 2);
+  const float right = x - static_cast<float>(column);
+  const float below = y - static_cast<float>(row);
+  const FramePoint *upper = Row(row) + column;
+  const FramePoint *lower = Row(row + 1) + column;
+  const auto between = [&](float FramePoint::*axis) {
+    const float above = upper[0].*axis + (upper[1].*axis - upper[0].*axis) * right;
+    const float under = lower[0].*axis + (lower[1].*axis - lower[0].*axis) * right;
+    return above + (under - above) * below;
+  };
+  return {moved.x + between(&FramePoint::x), moved.y + between(&FramePoint::y)};
+}
+
+FramePoint WarpField::Moved(const FramePoint &source) const {
+  if (!moves_ || !std::isfinite(source.x) || !std::isfinite(source.y)) return source;
+  constexpr int kMostSteps = 40;
+  constexpr float kNear = 0.01f;  // pixels
+  FramePoint moved = source;
+  for (int step = 0; step < kMostSteps; ++step) {
+    const FramePoint shown = Source(moved);
+    const FramePoint rest{source.x - shown.x, source.y - shown.y};
+    moved = {moved.x + rest.x, moved.y + rest.y};
+    if (std::max(std::fabs(rest.x), std::fabs(rest.y)) < kNear) break;
+  }
+  return moved;
+}
+
+bool WarpField::TileEnlarges(int tile_row, int tile_column) const {
+  constexpr float kLeastPart = 0.97f;  // of a pixel's area: less is to be seen
+  constexpr float kAreaOfCell = kStep * kStep;
+  for (int row = tile_row * kTileNodes; row < (tile_row + 1) * kTileNodes; ++row) {
+    const FramePoint *upper = Row(row) + tile_column * kTileNodes;
+    const FramePoint *lower = upper + columns_;
+    for (int i = 0; i < kTileNodes; ++i) {
+      const FramePoint across{kStep + upper[i + 1].x - upper[i].x, upper[i + 1].y - upper[i].y};
+      const FramePoint down{lower[i].x - upper[i].x, kStep + lower[i].y - upper[i].y};
+      if (across.x * down.y - across.y * down.x < kLeastPart * kAreaOfCell) return true;
+    }
+  }
+  return false;
 }
 
 void WarpField::End() {

@@ -12,40 +12,55 @@
 namespace lumivex {
 
 // Displacements at the nodes of a grid, straight between them: the pixel at p shows what was at p + displacement.
+// Movements are chained, so that the field folds nowhere if none of them does: each is added for the picture before the
+// ones added earlier, and is given in that picture's places.
 // Owns: the nodes. Threads: one at a time.
 class WarpField {
  public:
-  static constexpr int kStep = 8;   // pixels between nodes
+  static constexpr int kStep = 4;   // pixels between nodes: a lip may have no more
   static constexpr int kTile = 64;  // pixels a side of the squares that are moved or left as a whole
   static constexpr int kTileNodes = kTile / kStep;
 
   // Moves nothing afterwards. Sizes in pixels, 1 or more.
   void Begin(int width, int height);
 
-  // Adds a displacement, in pixels, to every node that is no farther from `center` than `reach_x` and `reach_y`.
-  // `displacement` takes a FramePoint and gives one; it should be 0 at the edge of what it reaches.
+  // Adds a displacement, in pixels, to every node that shows a place no farther from `center` than `reach_x` and
+  // `reach_y`. `displacement` takes a FramePoint and gives one; it should be 0 at the edge of what it reaches.
   template <typename Displacement>
   void Add(const FramePoint &center, float reach_x, float reach_y, const Displacement &displacement) {
-    const int left = ToNode(center.x - reach_x, columns_);
-    const int right = ToNode(center.x + reach_x + kStep, columns_);
-    const int top = ToNode(center.y - reach_y, rows_);
-    const int bottom = ToNode(center.y + reach_y + kStep, rows_);
+    const float far_x = reach_x + farthest_ + kStep;
+    const float far_y = reach_y + farthest_ + kStep;
+    const int left = ToNode(center.x - far_x, columns_);
+    const int right = ToNode(center.x + far_x, columns_);
+    const int top = ToNode(center.y - far_y, rows_);
+    const int bottom = ToNode(center.y + far_y, rows_);
+    float farthest = farthest_;
     for (int row = top; row <= bottom; ++row) {
       for (int column = left; column <= right; ++column) {
         FramePoint &node = nodes_[Index(row, column)];
-        const FramePoint more =
-            displacement(FramePoint{static_cast<float>(column * kStep), static_cast<float>(row * kStep)});
+        const FramePoint shown{static_cast<float>(column * kStep) + node.x, static_cast<float>(row * kStep) + node.y};
+        const FramePoint more = displacement(shown);
         node.x += more.x;
         node.y += more.y;
+        farthest = std::max({farthest, std::fabs(node.x), std::fabs(node.y)});
       }
     }
+    farthest_ = farthest;
     touched_ = touched_ || (left <= right && top <= bottom);
   }
 
   // After the last Add: keeps every displacement within the picture, and notes which tiles move.
   void End();
 
+  // The place that is shown at a place of the moved picture.
+  FramePoint Source(const FramePoint &moved) const;
+  // The other way: where a place of the picture is shown afterwards. Within a hundredth of a pixel, unless the field
+  // folds there.
+  FramePoint Moved(const FramePoint &source) const;
+
   bool Moves() const { return moves_; }
+  // Whether a part of the tile is shown larger than it was.
+  bool TileEnlarges(int tile_row, int tile_column) const;
   bool TileMoves(int tile_row, int tile_column) const {
     return tiles_[static_cast<size_t>(tile_row) * static_cast<size_t>(tile_columns_) +
                   static_cast<size_t>(tile_column)] != 0;
@@ -81,6 +96,7 @@ class WarpField {
   bool touched_ = false;
   bool moves_ = false;
   float longest_ = 0.0f;
+  float farthest_ = 0.0f;  // likewise, while movements are added
 };
 
 }  // namespace lumivex

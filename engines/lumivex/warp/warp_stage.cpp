@@ -17,12 +17,15 @@ bool WarpRequest::NeedsFaces() const {
 }
 
 bool WarpStage::Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces,
-                      const WarpRequest &wish) {
+                      const WarpRequest &request) {
   field_.Begin(view.width, view.height);
-  for (const Face &face : faces) AddFaceWarps(face, wish.deform, field_);
-  const bool slimmed = AddBodyWarps(faces, orientation, view.width, view.height, wish.slimming, wish.legs, field_);
+  // What is added first is done last: the bodies move with the faces on them.
+  const bool slimmed =
+      AddBodyWarps(faces, orientation, view.width, view.height, request.slimming, request.legs, field_);
+  for (const Face &face : faces) AddFaceWarps(face, request.deform, field_);
   field_.End();
   warp_.Apply(view, field_);
+  applied_ = field_.Moves();
   return slimmed;
 }
 

@@ -22,12 +22,17 @@ struct WarpRequest {
 // Owns: the field and the warp's scratch memory. Borrows: frame and faces, for the call. Threads: one at a time.
 class WarpStage {
  public:
+  // For each frame, before Apply: nothing is moved yet.
+  void Begin() { applied_ = false; }
   // Whether there was somebody to slim.
-  bool Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces, const WarpRequest &wish);
+  bool Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces, const WarpRequest &request);
+  // What the frame's pixels were moved by; null where they were not.
+  const WarpField *Applied() const { return applied_ ? &field_ : nullptr; }
 
  private:
   WarpField field_;
   Nv12Warp warp_;
+  bool applied_ = false;
 };
 
 }  // namespace lumivex

@@ -168,10 +168,35 @@ std::string ReadEffectFolder(const std::string &value) {
 }
 
 MakeupOption ReadMakeup(const std::string &value) {
-  MakeupOption makeup{value, 1.0f};
+  MakeupOption makeup{value, 1.0f, {}};
   makeup.intensity = SplitIntensity("--makeup", makeup.folder);
   RequireFolder("--makeup", makeup.folder, "give the folder of a makeup layer, as docs/effects.md describes it");
   makeup.folder = Absolute(makeup.folder);
+  return makeup;
+}
+
+MakeupOption ReadMakeupColor(const std::string &value) {
+  constexpr char kOption[] = "--makeup-color";
+  const auto fail = [&](const std::string &remedy) {
+    return Failure(kExitUsage, kOption, "bad value '" + value + "'", remedy);
+  };
+  const size_t equals = value.find('=');
+  if (equals == std::string::npos) throw fail("write PART=RRGGBB, as in lips=b03040");
+  const std::string part = value.substr(0, equals);
+  const std::vector<OptionItem> parts = MakeupPartItems();
+  if (std::none_of(parts.begin(), parts.end(), [&](const OptionItem &item) { return item.name == part; })) {
+    std::string names;
+    for (const OptionItem &item : parts) names += (names.empty() ? "" : ", ") + item.name;
+    throw Failure(kExitUsage, kOption, "no part of a face is called '" + part + "'", "known are " + names);
+  }
+  const size_t comma = value.find(',', equals);
+  const std::string color = value.substr(equals + 1, comma == std::string::npos ? comma : comma - equals - 1);
+  if (!ParseColor(color)) throw fail("write the colour as six hexadecimal digits, RRGGBB");
+  MakeupOption makeup{std::string(lumivex::kMakeupColorPrefix) + color, 1.0f, part};
+  if (comma == std::string::npos) return makeup;
+  const auto number = ParseNumber(value.substr(comma + 1));
+  if (!number || *number < 0 || *number > 1) throw fail("give the intensity as a number from 0 to 1");
+  makeup.intensity = static_cast<float>(*number);
   return makeup;
 }
 
@@ -190,6 +215,12 @@ std::vector<OptionItem> SlimItems() {
 std::vector<OptionItem> StageItems() {
   std::vector<OptionItem> items;
   for (const StageInfo &stage : kStages) items.push_back({std::string(stage.name), std::string(stage.what)});
+  return items;
+}
+
+std::vector<OptionItem> MakeupPartItems() {
+  std::vector<OptionItem> items;
+  for (const auto &part : lumivex::kMakeupParts) items.push_back({std::string(part.name), std::string(part.what)});
   return items;
 }
 

@@ -21,12 +21,15 @@ LookupOption ReadLookup(const std::string &value);
 std::string ReadEffectFolder(const std::string &value);
 // DIR or DIR=INTENSITY.
 MakeupOption ReadMakeup(const std::string &value);
+// PART=RRGGBB or PART=RRGGBB,INTENSITY.
+MakeupOption ReadMakeupColor(const std::string &value);
 
 // The names that these lists know, for the help.
 std::vector<OptionItem> BeautyItems();
 std::vector<OptionItem> DeformItems();
 std::vector<OptionItem> SlimItems();
 std::vector<OptionItem> StageItems();
+std::vector<OptionItem> MakeupPartItems();
 // "NAME=" of each, for completion.
 std::vector<std::string> WordsOf(const std::vector<OptionItem> &items);
 

@@ -30,8 +30,9 @@ struct LookupOption {
 
 // One layer of makeup.
 struct MakeupOption {
-  std::string folder;      // absolute
+  std::string folder;      // absolute, or "color:RRGGBB"
   float intensity = 1.0f;  // 0 to 1
+  std::string key;         // empty: the folder's name
 };
 
 struct DumpOption {

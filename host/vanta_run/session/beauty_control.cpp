@@ -39,7 +39,7 @@ std::vector<LXMakeupInfo> MakeupLayers(const std::vector<MakeupOption> &options)
   for (const MakeupOption &option : options) {
     LXMakeupInfo layer{};
     CopyPath(layer.resourceDir, option.folder);
-    CopyPath(layer.key, std::filesystem::path(option.folder).filename().string());
+    CopyPath(layer.key, option.key.empty() ? std::filesystem::path(option.folder).filename().string() : option.key);
     layer.intensity = option.intensity;
     layers.push_back(layer);
   }

@@ -11,6 +11,7 @@
 #include "cli/completion.h"
 #include "cli/page_text.h"
 #include "cli/parse_arguments.h"
+#include "common/failure.h"
 
 namespace vanta_test {
 namespace {
@@ -73,12 +74,26 @@ TEST_F(RunTable, EveryStageOfTheEngineCanBeSwitched) {
 }
 
 TEST_F(RunTable, EveryShapeOfFaceAndBodyIsReached) {
-  Read({"--deform", "slim_face=0.1,eye_size=0.2,slim_nose=0.3,chin=-0.4,mouth_size=0.5", "--slim",
-        "whole=0.1,waist=0.2,hip=0.3,arm=0.4,shoulder=0.5,head=0.6,leg_length=0.7"});
+  Read({"--deform",
+        "slim_face=0.1,eye_size=0.2,slim_nose=0.3,chin=-0.4,mouth_size=0.5,jaw=0.6,cheekbone=0.7,forehead=-0.8,"
+        "eye_distance=0.9,brow_height=-1,lip_fullness=1",
+        "--slim", "whole=0.1,waist=0.2,hip=0.3,arm=0.4,shoulder=0.5,head=0.6,leg_length=0.7"});
   EXPECT_EQ(line_.options.deform.size(), lumivex::kDeformModeCount);
   EXPECT_THAT(line_.options.deform, Contains(Pair(lumivex::kDeformChin, -0.4f)));
   EXPECT_EQ(line_.options.slim.size(), lumivex::kSlimTypeCount);
   EXPECT_THAT(line_.options.slim, Contains(Pair(lumivex::kSlimLegLength, 0.7f)));
+}
+
+TEST_F(RunTable, MakeupOfAColourNamesItsPart) {
+  Read({"--makeup-color", "lips=b03040,0.7", "--makeup-color", "brows=302010"});
+  ASSERT_EQ(line_.options.makeup.size(), 2u);
+  EXPECT_EQ(line_.options.makeup[0].folder, "color:b03040");
+  EXPECT_EQ(line_.options.makeup[0].key, "lips");
+  EXPECT_FLOAT_EQ(line_.options.makeup[0].intensity, 0.7f);
+  EXPECT_EQ(line_.options.makeup[1].key, "brows");
+  EXPECT_FLOAT_EQ(line_.options.makeup[1].intensity, 1.0f);
+  for (const char *bad : {"lips", "ears=b03040", "lips=b0304", "lips=b03040,2", "lips=b03040,"})
+    EXPECT_THROW(Read({"--makeup-color", bad}), vanta_run::Failure) << bad;
 }
 
 TEST(PageText, TextIsCutBetweenWords) {

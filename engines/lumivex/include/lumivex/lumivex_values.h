@@ -2,6 +2,7 @@
 // and the names by which people write them. Header only.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -78,7 +79,13 @@ inline constexpr int kDeformEyeSize = 1;
 inline constexpr int kDeformSlimNose = 2;
 inline constexpr int kDeformChin = 3;
 inline constexpr int kDeformMouthSize = 4;
-inline constexpr size_t kDeformModeCount = 5;
+inline constexpr int kDeformJaw = 5;
+inline constexpr int kDeformCheekbone = 6;
+inline constexpr int kDeformForehead = 7;
+inline constexpr int kDeformEyeDistance = 8;
+inline constexpr int kDeformBrowHeight = 9;
+inline constexpr int kDeformLipFullness = 10;
+inline constexpr size_t kDeformModeCount = 11;
 
 struct DeformModeInfo {
   int mode;
@@ -95,6 +102,12 @@ inline constexpr DeformModeInfo kDeformModes[kDeformModeCount] = {
     {kDeformSlimNose, "slim_nose", 0.0f, 1.0f, "a narrower nose"},
     {kDeformChin, "chin", -1.0f, 1.0f, "a longer or shorter chin"},
     {kDeformMouthSize, "mouth_size", -1.0f, 1.0f, "a larger or smaller mouth"},
+    {kDeformJaw, "jaw", 0.0f, 1.0f, "a narrower jaw"},
+    {kDeformCheekbone, "cheekbone", 0.0f, 1.0f, "cheekbones drawn in"},
+    {kDeformForehead, "forehead", -1.0f, 1.0f, "a higher or lower forehead"},
+    {kDeformEyeDistance, "eye_distance", -1.0f, 1.0f, "eyes farther apart or closer together"},
+    {kDeformBrowHeight, "brow_height", -1.0f, 1.0f, "higher or lower brows"},
+    {kDeformLipFullness, "lip_fullness", -1.0f, 1.0f, "fuller or thinner lips"},
 };
 
 // LXLookupInfo::type; its intensity is 0 off to 1 whole, its dimension is read from the file.
@@ -113,6 +126,22 @@ inline constexpr int32_t kMakeupBlendMultiply = 1;
 inline constexpr int32_t kMakeupBlendScreen = 2;
 inline constexpr int32_t kMakeupBlendSoftLight = 3;
 inline constexpr int32_t kMakeupBlendNormal = 4;
+
+// LXMakeupInfo::resourceDir is a makeup's folder, or this and six hexadecimal digits of red, green and blue: then the
+// key names the part of the face that has the colour.
+inline constexpr std::string_view kMakeupColorPrefix = "color:";
+
+struct MakeupPartInfo {
+  std::string_view name;
+  std::string_view what;
+};
+inline constexpr std::array<MakeupPartInfo, 5> kMakeupParts = {{
+    {"lips", "the lips; an open mouth stays as it is"},
+    {"blush", "the cheeks"},
+    {"shadow", "the upper lids, up towards the brows"},
+    {"liner", "a line along the upper lashes"},
+    {"brows", "the brows"},
+}};
 
 // Slots beside kMainEffectSlot (0) and kRecognitionGiftSlot (2). Each plays one effect, the higher number over the
 // lower.

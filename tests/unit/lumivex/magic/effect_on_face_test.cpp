@@ -98,7 +98,7 @@ void Draw(lumivex::EffectPlayer &player, Picture &picture, const lumivex::Faces 
   view.chroma_width = (picture.Width() + 1) / 2;
   view.chroma_height = (picture.Height() + 1) / 2;
   const lumivex::YuvSpace space = lumivex::SpaceOf(0);
-  player.Draw({view, space, {}, faces, 1.0f}, {});
+  player.Draw({view, space, {}, faces, nullptr, 1.0f}, {});
   EXPECT_TRUE(picture.MarginsUntouched());
 }
 

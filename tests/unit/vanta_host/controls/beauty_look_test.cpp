@@ -121,7 +121,7 @@ TEST_F(LookCommands, SnapshotHoldsEveryValueAndWhatTheLookDoesNotKnow) {
   PutIntoSnapshot(look, {{}, {}}, snapshot);
   EXPECT_EQ(snapshot.model_root_path, "/models");
   EXPECT_EQ(snapshot.beauty.size(), 7u);
-  EXPECT_EQ(snapshot.deform.size(), 5u);
+  EXPECT_EQ(snapshot.deform.size(), 11u);
   EXPECT_EQ(snapshot.body_slimming.size(), 7u);
   EXPECT_FLOAT_EQ(snapshot.beauty[LXBeautyType{0}], 0.8f);
   EXPECT_FALSE(snapshot.lookup);
