@@ -120,8 +120,7 @@ struct Figures {
     }
     five.push_back(sum / 5);
     worst.push_back(most);
-    lips.push_back(
-        MeanOff(face, head, {tessera::kMouthOuter, tessera::kUpperLipInner, tessera::kLowerLipInner}));
+    lips.push_back(MeanOff(face, head, {tessera::kMouthOuter, tessera::kUpperLipInner, tessera::kLowerLipInner}));
     eyes.push_back(MeanOff(face, head, {tessera::kLeftEye, tessera::kRightEye}));
     brows.push_back(MeanOff(face, head, {tessera::kLeftBrow, tessera::kRightBrow}));
     for (const float error : vanta_test::JawErrors(face, head.picture)) jaw.push_back(error);
@@ -218,15 +217,17 @@ int main(int argc, char **argv) {
     Figures figures;
     Run(one, seed, people, figures, shots);
     Print(one.name, figures);
-    if (one.name.rfind("tone", 0) == 0 || one.name == "glasses" || one.name == "beard" || one.name.rfind("hair", 0) == 0) {
+    if (one.name.rfind("tone", 0) == 0 || one.name == "glasses" || one.name == "beard" ||
+        one.name.rfind("hair", 0) == 0) {
       front.pictures += figures.pictures;
       front.five.insert(front.five.end(), figures.five.begin(), figures.five.end());
       front.worst.insert(front.worst.end(), figures.worst.begin(), figures.worst.end());
     }
   }
-  std::printf("%-24s | %3zu/%-3d | %5.3f %5.3f | %5.3f %5.3f\n", "all from the front", front.five.size(), front.pictures,
-              static_cast<double>(Percentile(front.five, 0.5F)), static_cast<double>(Percentile(front.five, 0.95F)),
-              static_cast<double>(Percentile(front.worst, 0.5F)), static_cast<double>(Percentile(front.worst, 0.95F)));
+  std::printf("%-24s | %3zu/%-3d | %5.3f %5.3f | %5.3f %5.3f\n", "all from the front", front.five.size(),
+              front.pictures, static_cast<double>(Percentile(front.five, 0.5F)),
+              static_cast<double>(Percentile(front.five, 0.95F)), static_cast<double>(Percentile(front.worst, 0.5F)),
+              static_cast<double>(Percentile(front.worst, 0.95F)));
   const std::string file = Argument(argc, argv, "--draw", "");
   if (!file.empty() && !shots.empty()) {
     constexpr size_t kAcross = 6;
