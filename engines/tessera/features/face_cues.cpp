@@ -51,6 +51,7 @@ FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWin
   cv::Mat lit;
   patch.convertTo(lit, CV_32F, static_cast<double>(gain_));
   const cv::Mat fine = Blurred(lit, 0.02F);
+  light = fine;
   lines = cv::max(Blurred(lit, 0.22F) - fine, 0);
   spots = cv::max(Blurred(lit, 0.09F) - fine, 0);
 }

@@ -13,9 +13,9 @@ struct CueWindow {
   float density = 0;
 };
 
-// The face from the brows to below the eyes, and from below the eyes to the chin.
+// The face from the brows to below the eyes, and from below the eyes to the chin of an open mouth.
 inline const CueWindow kUpperFace{{-1.0F, -0.65F, 2.0F, 0.95F}, 44};
-inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.3F}, 40};
+inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.6F}, 36};
 
 // Pictures of floats, as bright as if the face were well lit. Threads: any.
 class FaceCues {
@@ -33,6 +33,7 @@ class FaceCues {
   float X(float column) const;
   float Y(float row) const;
 
+  cv::Mat light;  // luma codes
   cv::Mat lines;  // how much darker than its wider surroundings, luma codes
   cv::Mat spots;  // the same for small dark places
   // How far from the skin's colour, chroma codes: V (towards red) and U (towards blue). Empty without colour.

@@ -18,9 +18,9 @@ struct Mouth {
   float top = 0;         // outer edges of the lips on the middle line, y
   float bottom = 0;
   float lips_confidence = 0;
-  float gap_top = 0;  // of what is dark between open lips, y
+  float gap_top = 0;  // the lips' inner edges on the middle line, y; the same while they are closed
   float gap_bottom = 0;
-  float gap_confidence = 0;  // that they are open
+  float gap_confidence = 0;  // that they were seen
 };
 
 struct Nose {

@@ -89,82 +89,155 @@ Corner LineEnd(const FaceCues &face, const MouthLine &line, int side) {
       dark(peak)};
 }
 
-// How far each row of the mouth is from the skin's colour. Lips are redder than skin, teeth paler; both are less
-// yellow. Means of rows come first: noise in them is small, and does not look like colour.
-std::vector<float> ColourProfile(const FaceCues &face, float middle) {
-  constexpr float kReach = 0.17F;
-  const cv::Range columns(face.NearestColumn(middle - kReach), face.NearestColumn(middle + kReach) + 1);
-  cv::Mat red;
-  cv::Mat blue;
-  cv::reduce(face.red.colRange(columns), red, 1, cv::REDUCE_AVG);
-  cv::reduce(face.blue.colRange(columns), blue, 1, cv::REDUCE_AVG);
-  std::vector<float> profile;
-  for (int row = 0; row < red.rows; ++row) {
-    profile.push_back(std::abs(red.at<float>(row)) + std::max(blue.at<float>(row), 0.0F));
-  }
-  return profile;
+// Means of rows over the middle of a mouth: noise in them is small.
+std::vector<float> RowsOf(const FaceCues &face, const cv::Mat &cue, const Mouth &mouth, float reach) {
+  const float middle = (mouth.left.x + mouth.right.x) * 0.5F;
+  const cv::Range columns(face.NearestColumn(middle - reach), face.NearestColumn(middle + reach) + 1);
+  cv::Mat rows;
+  cv::reduce(cue.colRange(columns), rows, 1, cv::REDUCE_AVG);
+  return {rows.begin<float>(), rows.end<float>()};
 }
 
-// The lips' outer edges by their colour.
-void FindLips(const FaceCues &face, Mouth &mouth) {
-  if (face.red.empty()) return;
-  const std::vector<float> profile = ColourProfile(face, (mouth.left.x + mouth.right.x) * 0.5F);
-  const auto mean = [&](float from, float to) {
-    float sum = 0;
-    int count = 0;
-    for (int row = cvRound(face.Row(from)); row <= cvRound(face.Row(to)); ++row, ++count) {
-      sum += profile[static_cast<size_t>(std::clamp(row, 0, face.lines.rows - 1))];
-    }
-    return sum / static_cast<float>(count);
+// Of `from`..`to` (y in units) the row at which the profile falls most on the way down, or rises where `sign` is -1;
+// finer than a row.
+struct Edge {
+  float y = 0;
+  int row = 0;
+};
+
+Edge Steepest(const FaceCues &face, const std::vector<float> &profile, float from, float to, float sign) {
+  const int last = static_cast<int>(profile.size()) - 4;
+  const int first_row = std::clamp(cvRound(face.Row(from)), 3, last);
+  const int last_row = std::clamp(cvRound(face.Row(to)), first_row, last);
+  const auto fall = [&](int row) {
+    const auto at = [&profile](int near) { return profile[static_cast<size_t>(near)]; };
+    return sign * (at(row - 2) + at(row - 1) - at(row + 1) - at(row + 2));
   };
-  const int first = std::max(1, cvRound(face.Row(mouth.line - 0.19F)));
-  const int last = std::min(face.lines.rows - 2, cvRound(face.Row(mouth.line + 0.42F)));
-  const auto begin = profile.begin();
-  const float skin_above = *std::min_element(begin + first, begin + face.NearestRow(mouth.line - 0.06F) + 1);
-  const float skin_below = mean(mouth.line + 0.45F, 1.52F);
-  const float peak = *std::max_element(begin + face.NearestRow(mouth.line - 0.12F), begin + last + 1);
-  mouth.lips_confidence = Clamped01((peak - std::max(skin_above, skin_below) - 1.5F) / 3);
-  if (mouth.lips_confidence <= 0) return;
-  const float level_above = Mixed(skin_above, peak, 0.4F);
-  const float level_below = Mixed(skin_below, peak, 0.4F);
-  // The upper lip ends where its colour does above the line (higher up comes the nose); below, teeth may lie between.
-  int top = std::max(first + 1, cvRound(face.Row(mouth.line)));
-  const int start = std::max(first + 1, top - 4);
-  while (top > start && profile[static_cast<size_t>(top)] < level_above) --top;
-  while (top > first && profile[static_cast<size_t>(top - 1)] >= level_above) --top;
-  int bottom = last;
-  while (bottom > top && profile[static_cast<size_t>(bottom)] < level_below) --bottom;
-  const auto at = [&profile](int row) { return profile[static_cast<size_t>(row)]; };
-  mouth.top = face.Y(static_cast<float>(top) - Crossing(at(top), at(top - 1), level_above));
-  mouth.bottom = face.Y(static_cast<float>(bottom) + Crossing(at(bottom), at(bottom + 1), level_below));
+  int best = first_row;
+  for (int row = first_row; row <= last_row; ++row) {
+    if (fall(row) > fall(best)) best = row;
+  }
+  const float before = fall(best - 1);
+  const float after = fall(best + 1);
+  const float bend = 2 * fall(best) - before - after;
+  const float part = bend > 0 ? std::clamp(0.5F * (after - before) / bend, -0.5F, 0.5F) : 0;
+  return {face.Y(static_cast<float>(best) + part), best};
 }
 
-// Between closed lips there is a thin dark line, between open ones the dark of the mouth.
+float MeanOf(const FaceCues &face, const std::vector<float> &profile, float from, float to) {
+  const int first = face.NearestRow(from);
+  const int last = std::max(first, face.NearestRow(to));
+  float sum = 0;
+  for (int row = first; row <= last; ++row) sum += profile[static_cast<size_t>(row)];
+  return sum / static_cast<float>(last - first + 1);
+}
+
+float MostOf(const FaceCues &face, const std::vector<float> &profile, float from, float to) {
+  const int first = face.NearestRow(from);
+  const int last = std::max(first, face.NearestRow(to));
+  return *std::max_element(profile.begin() + first, profile.begin() + last + 1);
+}
+
+constexpr float kLipReach = 0.17F;  // columns that tell of the lips, to either side of the middle
+constexpr float kThickestLip = 0.27F;
+constexpr float kFaintRed = 1.5F;  // chroma codes
+constexpr float kClearRed = 4.5F;
+
+// Between the lips it is dark: a thin line, or the dark of the mouth. Where teeth stand above the dark, the upper lip
+// begins above them, where it gets red.
 void FindGap(const FaceCues &face, Mouth &mouth) {
   constexpr float kReach = 0.1F;
-  constexpr float kThinGap = 0.1F;  // units: no more than the line
-  constexpr float kWideGap = 0.15F;
-  constexpr float kFaintGap = 10;  // luma codes
-  constexpr float kClearGap = 25;
-  const float middle = (mouth.left.x + mouth.right.x) * 0.5F;
-  const cv::Range columns(face.NearestColumn(middle - kReach), face.NearestColumn(middle + kReach) + 1);
-  cv::Mat dark;
-  cv::reduce(face.lines.colRange(columns), dark, 1, cv::REDUCE_AVG);
-  const int first = face.NearestRow(mouth.line - 0.1F);
-  const int last = face.NearestRow(mouth.line + 0.3F);
+  constexpr float kFaintGap = 8;  // luma codes
+  constexpr float kClearGap = 22;
+  constexpr float kLineWidth = 0.05F;  // between the edges of the line of closed lips
+  constexpr float kTeeth = 0.11F;      // no more of them is seen
+  constexpr float kTeethBelow = 0.2F;
+  constexpr float kAround = 0.3F;
+  constexpr float kFirstLevel = 0.35F;  // of the way from the darkest row to the skin
+  constexpr float kBeside = 0.08F;
+  const std::vector<float> dark = RowsOf(face, face.lines, mouth, kReach);
+  const std::vector<float> light = RowsOf(face, face.light, mouth, kReach);
+  const int first = face.NearestRow(mouth.line - 0.08F);
+  const int last = face.NearestRow(mouth.line + 0.16F);
   int peak = first;
+  float most = 0;
   for (int row = first; row <= last; ++row) {
-    if (dark.at<float>(row) > dark.at<float>(peak)) peak = row;
+    const float here = dark[static_cast<size_t>(row)] * Bell(face.Y(static_cast<float>(row)) - mouth.line, 0.07F);
+    if (here <= most) continue;
+    most = here;
+    peak = row;
   }
-  const float half = dark.at<float>(peak) * 0.5F;
+  const float middle = face.Y(static_cast<float>(peak));
+  const float darkest = light[static_cast<size_t>(peak)];
+  float around = std::min(MostOf(face, light, middle - kAround, middle), MostOf(face, light, middle, middle + kAround));
+  float level = Mixed(darkest, around, kFirstLevel);
   int top = peak;
-  while (top > first && dark.at<float>(top - 1) > half) --top;
   int bottom = peak;
-  while (bottom < last && dark.at<float>(bottom + 1) > half) ++bottom;
-  mouth.gap_top = face.Y(static_cast<float>(top) - 0.5F);
-  mouth.gap_bottom = face.Y(static_cast<float>(bottom) + 0.5F);
-  mouth.gap_confidence = Clamped01((mouth.gap_bottom - mouth.gap_top - kThinGap) / (kWideGap - kThinGap)) *
-                         Clamped01((dark.at<float>(peak) - kFaintGap) / (kClearGap - kFaintGap));
+  const auto widen = [&] {
+    while (top > face.NearestRow(middle - kAround) && light[static_cast<size_t>(top)] < level) --top;
+    while (bottom < face.NearestRow(middle + 1.3F * kAround) && light[static_cast<size_t>(bottom)] < level) ++bottom;
+  };
+  widen();
+  // The lips beside it are darker than the skin.
+  const float above = face.Y(static_cast<float>(top));
+  const float below = face.Y(static_cast<float>(bottom));
+  around = std::min(MostOf(face, light, above - kBeside, above), MostOf(face, light, below, below + kBeside));
+  level = Mixed(darkest, around, 0.5F);
+  widen();
+  mouth.gap_confidence = Clamped01((around - darkest - kFaintGap) / (kClearGap - kFaintGap));
+  const auto at = [&light](int row) { return light[static_cast<size_t>(row)]; };
+  const float top_y = top < peak ? face.Y(static_cast<float>(top) + Crossing(at(top), at(top + 1), level)) : middle;
+  const float bottom_y =
+      bottom > peak ? face.Y(static_cast<float>(bottom) - Crossing(at(bottom), at(bottom - 1), level)) : middle;
+  const float line = std::min(0.5F * kLineWidth, 0.5F * (bottom_y - top_y));
+  mouth.gap_top = top_y + line;
+  mouth.gap_bottom = bottom_y - line;
+  if (face.red.empty()) return;
+  const std::vector<float> red = RowsOf(face, face.red, mouth, kReach);
+  const auto red_at = [&red](int row) { return red[static_cast<size_t>(row)]; };
+  const auto palest = [&red_at](int from, int to, int step) {
+    int best = from;
+    for (int row = from; row != to + step; row += step) {
+      if (red_at(row) < red_at(best)) best = row;
+    }
+    return best;
+  };
+  // Down to where the lower lip's red begins, below what is pale: teeth.
+  const int pale_below = palest(bottom, face.NearestRow(bottom_y + kTeethBelow), 1);
+  const float pale_y = face.Y(static_cast<float>(pale_below));
+  const float lower_lip = MostOf(face, red, pale_y, pale_y + kAround);
+  if (lower_lip - red_at(pale_below) >= kClearRed) {
+    mouth.gap_confidence = 1;
+    const float half = (lower_lip + red_at(pale_below)) * 0.5F;
+    int row = pale_below;
+    while (row + 1 < static_cast<int>(red.size()) && red_at(row) < half) ++row;
+    mouth.gap_bottom =
+        std::max(mouth.gap_bottom, face.Y(static_cast<float>(row) - Crossing(red_at(row), red_at(row - 1), half)));
+  }
+  if (mouth.gap_bottom - mouth.gap_top < 0.5F * kLineWidth) return;
+  const int last_tooth = face.NearestRow(top_y - kTeeth);
+  const int pale_above = palest(top, last_tooth, -1);
+  const float upper_lip = MostOf(face, red, top_y - kTeeth - 0.1F, face.Y(static_cast<float>(pale_above)));
+  if (upper_lip - red_at(pale_above) < kClearRed) return;
+  int row = pale_above;
+  while (row > last_tooth && red_at(row) < (upper_lip + red_at(pale_above)) * 0.5F) --row;
+  if (row > last_tooth) mouth.gap_top = std::min(mouth.gap_top, face.Y(static_cast<float>(row)));
+}
+
+// The lips' outer edges: where the red of their colour begins above the gap, and ends below it.
+void FindLips(const FaceCues &face, Mouth &mouth) {
+  if (face.red.empty()) return;
+  std::vector<float> red = RowsOf(face, face.red, mouth, kLipReach);
+  const std::vector<float> blue = RowsOf(face, face.blue, mouth, kLipReach);  // lips may be less yellow, too
+  for (size_t row = 0; row < red.size(); ++row) red[row] += std::max(blue[row], 0.0F);
+  const Edge top = Steepest(face, red, mouth.gap_top - kThickestLip, mouth.gap_top - 0.04F, -1);
+  const Edge bottom = Steepest(face, red, mouth.gap_bottom + 0.06F, mouth.gap_bottom + kThickestLip, 1);
+  const float upper = MostOf(face, red, top.y, mouth.gap_top) - MeanOf(face, red, top.y - 0.08F, top.y - 0.04F);
+  const float lower =
+      MostOf(face, red, mouth.gap_bottom, bottom.y) - MeanOf(face, red, bottom.y + 0.04F, bottom.y + 0.08F);
+  mouth.top = top.y;
+  mouth.bottom = bottom.y;
+  mouth.lips_confidence = Clamped01((std::min(upper, lower) - kFaintRed) / (kClearRed - kFaintRed));
 }
 
 }  // namespace
@@ -181,8 +254,8 @@ Mouth FindMouth(const FaceCues &face) {
   const float corners = (left.place.y + right.place.y) * 0.5F;
   mouth.line = std::min(face.Y(static_cast<float>(line.rows[middle])), corners + 0.08F);
   mouth.confidence = Clamped01((std::min(left.strength, right.strength) - 4) / 12);
-  FindLips(face, mouth);
   FindGap(face, mouth);
+  FindLips(face, mouth);
   return mouth;
 }
 

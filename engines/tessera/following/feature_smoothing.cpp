@@ -14,8 +14,15 @@ constexpr float kStillMove = 0.02F;
 constexpr float kMovingMove = 0.08F;
 constexpr float kConfidencePart = 0.2F;
 
-float PartFor(float move) {
-  return Mixed(kStillPart, kMovingPart, Clamped01((move - kStillMove) / (kMovingMove - kStillMove)));
+// A mouth opens quickly: less of it is noise.
+constexpr float kQuickMove = 0.04F;
+
+float PartFor(float move, float moving = kMovingMove) {
+  return Mixed(kStillPart, kMovingPart, Clamped01((move - kStillMove) / (moving - kStillMove)));
+}
+
+void QuickStep(float &smooth, float found) {
+  smooth += (found - smooth) * PartFor(std::abs(found - smooth), kQuickMove);
 }
 
 void Step(float &smooth, float found) {
@@ -51,8 +58,8 @@ void Smooth(Features &smooth, const Features &found) {
   }
   StepConfidence(smooth.mouth.confidence, found.mouth.confidence);
   StepConfidence(smooth.mouth.lips_confidence, found.mouth.lips_confidence);
-  Step(smooth.mouth.gap_top, found.mouth.gap_top);
-  Step(smooth.mouth.gap_bottom, found.mouth.gap_bottom);
+  QuickStep(smooth.mouth.gap_top, found.mouth.gap_top);
+  QuickStep(smooth.mouth.gap_bottom, found.mouth.gap_bottom);
   smooth.mouth.gap_confidence += (found.mouth.gap_confidence - smooth.mouth.gap_confidence) * kMovingPart;
   Step(smooth.nose.nostrils, found.nose.nostrils);
   StepConfidence(smooth.nose.confidence, found.nose.confidence);

@@ -14,6 +14,8 @@ bool In(const PointRange &range, size_t point) {
   return point >= range.first && point <= range.last;
 }
 
+constexpr float kLeastGap = 0.01F;  // between the inner edges of closed lips, units
+
 // The mouth to be drawn, in units: corners, and heights on its middle line.
 struct MouthShape {
   cv::Point2f left;
@@ -33,23 +35,17 @@ MouthShape ShapeOf(const std::vector<cv::Point2f> &mean, const Mouth &mouth) {
   shape.right = corner(mean[kMouthRightCorner], mouth.right);
   const float usual_line = mean[kMouthLeftCorner].y;
   const float line = Mixed(usual_line, mouth.line, mouth.confidence);
-  const float above = usual_line - mean[kUpperLipTop].y;
-  const float below = mean[kLowerLipBottom].y - usual_line;
-  shape.upper_top = Mixed(line - above, mouth.top, mouth.lips_confidence);
-  shape.lower_bottom = Mixed(line + below, mouth.bottom, mouth.lips_confidence);
-  // Lips keep about their thickness; what is between them more than that is the open mouth.
-  const float upper = mean[kUpperLipMiddle].y - mean[kUpperLipTop].y;
+  const float upper_usual = mean[kUpperLipMiddle].y - usual_line;
+  const float lower_usual = mean[kLowerLipMiddle].y - usual_line;
+  const float upper = mean[kUpperLipMiddle].y - mean[kUpperLipTop].y;  // thickness
   const float lower = mean[kLowerLipBottom].y - mean[kLowerLipMiddle].y;
-  const float height = std::max(0.08F, shape.lower_bottom - shape.upper_top);
-  const float thickness = std::min(1.0F, height / (upper + lower));
-  shape.upper_bottom = shape.upper_top + upper * thickness;
-  shape.lower_top = shape.lower_bottom - lower * thickness;
-  // The dark between open lips is surer than their colour; the lips go along with it.
   const float open = mouth.gap_confidence;
-  shape.upper_bottom = Mixed(shape.upper_bottom, mouth.gap_top, open);
-  shape.lower_top = Mixed(shape.lower_top, mouth.gap_bottom, open);
-  shape.upper_top = std::min(shape.upper_top, shape.upper_bottom - 0.5F * upper);
-  shape.lower_bottom = std::max(shape.lower_bottom, shape.lower_top + 0.8F * lower * open);
+  shape.upper_bottom = Mixed(line + upper_usual, mouth.gap_top, open);
+  shape.lower_top = std::max(shape.upper_bottom + kLeastGap, Mixed(line + lower_usual, mouth.gap_bottom, open));
+  shape.upper_top = Mixed(shape.upper_bottom - upper, mouth.top, mouth.lips_confidence);
+  shape.lower_bottom = Mixed(shape.lower_top + lower, mouth.bottom, mouth.lips_confidence);
+  shape.upper_top = std::min(shape.upper_top, shape.upper_bottom - 0.3F * upper);
+  shape.lower_bottom = std::max(shape.lower_bottom, shape.lower_top + 0.3F * lower);
   return shape;
 }
 
@@ -114,7 +110,7 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
   const MouthShape mouth = ShapeOf(mean, features.mouth);
   const float mouth_aside = (mouth.left.x + mouth.right.x) * 0.5F;
   // The chin goes with the lower lip when the mouth opens, and in a long face.
-  const float chin_down = mouth.lower_bottom - mean[kLowerLipBottom].y;
+  const float chin_down = mouth.lower_top - mean[kLowerLipMiddle].y;
 
   const float usual_nostrils = mean[kNoseTip].y + 0.07F;
   const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);

@@ -1,0 +1,131 @@
+// Points of model heads, whose true places are known. The heads are none of those that the constants were chosen on.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "fixtures/heads/draw_head.h"
+#include "fixtures/portrait/face_reader.h"
+#include "tessera/point_layout.h"
+
+namespace {
+
+using vanta_test::FaceReader;
+using vanta_test::HeadLook;
+using vanta_test::HeadPicture;
+using vanta_test::HeadPose;
+using vanta_test::HeadScene;
+using vanta_test::ReadFace;
+
+constexpr uint64_t kPerson = 2001;
+
+HeadPicture Draw(const HeadLook &look, const HeadPose &pose = {}) {
+  HeadScene scene;
+  scene.eye_distance = 70;
+  return vanta_test::DrawHead(look, pose, scene);
+}
+
+// The face of the last of some such pictures; no points where it is not shown.
+ReadFace After(FaceReader &reader, HeadPicture &head, int times) {
+  ReadFace face;
+  for (int i = 0; i < times; ++i) {
+    const auto faces = reader.Run(head.picture);
+    face = faces.empty() ? ReadFace{} : faces[0];
+  }
+  return face;
+}
+
+float Off(const ReadFace &face, const HeadPicture &head, size_t point) {
+  const cv::Point2f off = face.points[point] - head.points[point];
+  return std::hypot(off.x, off.y) / head.picture.eye_distance;
+}
+
+// Mean of pupils, tip of the nose and corners of the mouth.
+float FivePoints(const ReadFace &face, const HeadPicture &head) {
+  return (Off(face, head, tessera::kLeftPupil) + Off(face, head, tessera::kRightPupil) +
+          Off(face, head, tessera::kNoseTip) + Off(face, head, tessera::kMouthLeftCorner) +
+          Off(face, head, tessera::kMouthRightCorner)) /
+         5;
+}
+
+TEST(Heads, PointsAreAsGoodOnEachToneDownToTheEighth) {
+  for (size_t tone = 0; tone < 8; ++tone) {
+    SCOPED_TRACE(tone);
+    HeadPicture head = Draw(vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]));
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(FivePoints(face, head), 0.06F);
+  }
+}
+
+TEST(Heads, GlassesAndHairOverTheBrowsDoNotMoveThePoints) {
+  HeadLook glasses = vanta_test::Person(kPerson, vanta_test::kMonkTones[3]);
+  glasses.glasses = true;
+  HeadLook fringe = vanta_test::Person(kPerson + 1, vanta_test::kMonkTones[4]);
+  fringe.hairline = -0.33F;
+  for (const HeadLook &look : {glasses, fringe}) {
+    HeadPicture head = Draw(look);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(FivePoints(face, head), 0.06F);
+  }
+}
+
+TEST(Heads, LowMouthHasPointsThatAreNumbers) {
+  HeadLook look = vanta_test::Person(kPerson, vanta_test::kMonkTones[2]);
+  look.mouth = 1.13F;
+  look.length = 1.08F;
+  HeadPicture head = Draw(look);
+  FaceReader reader;
+  const ReadFace face = After(reader, head, 4);
+  ASSERT_FALSE(face.points.empty());
+  for (const cv::Point2f &point : face.points) EXPECT_TRUE(std::isfinite(point.x) && std::isfinite(point.y));
+  EXPECT_TRUE(std::isfinite(face.mouth_open));
+  EXPECT_LT(Off(face, head, tessera::kLowerLipBottom), 0.1F);
+}
+
+TEST(Heads, MouthThatOpensIsMeasured) {
+  for (const size_t tone : {1U, 4U, 6U}) {
+    SCOPED_TRACE(tone);
+    const HeadLook look = vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]);
+    FaceReader reader;
+    HeadPicture closed = Draw(look);
+    EXPECT_LT(After(reader, closed, 6).mouth_open, 0.08F);
+    for (const float gap : {0.15F, 0.3F}) {
+      HeadPose pose;
+      pose.mouth_open = gap;
+      HeadPicture open = Draw(look, pose);
+      const ReadFace face = After(reader, open, 6);
+      ASSERT_FALSE(face.points.empty());
+      EXPECT_GT(face.mouth_open, 0.5F * gap);
+      EXPECT_LT(face.mouth_open, 1.3F * gap);
+      EXPECT_GT(face.mouth_confidence, 0.5F);
+    }
+  }
+}
+
+TEST(Heads, BlinkIsNoOpenMouth) {
+  const HeadLook look = vanta_test::Person(kPerson, vanta_test::kMonkTones[3]);
+  HeadPicture calm = Draw(look);
+  HeadPose blink;
+  blink.eyes_closed = 1;
+  HeadPose speaking;
+  speaking.mouth_open = 0.25F;
+  HeadPicture closed = Draw(look, blink);
+  HeadPicture open = Draw(look, speaking);
+  FaceReader reader;
+  After(reader, calm, 6);
+  const ReadFace blinking = After(reader, closed, 3);
+  After(reader, calm, 6);
+  const ReadFace talking = After(reader, open, 4);
+  ASSERT_FALSE(blinking.points.empty());
+  ASSERT_FALSE(talking.points.empty());
+  EXPECT_LT(std::max(blinking.eyes_open[0], blinking.eyes_open[1]), 0.4F);
+  EXPECT_LT(blinking.mouth_open, 0.1F);
+  EXPECT_GT(std::min(talking.eyes_open[0], talking.eyes_open[1]), 0.6F);
+  EXPECT_GT(talking.mouth_open, 0.12F);
+}
+
+}  // namespace
