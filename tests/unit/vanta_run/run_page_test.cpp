@@ -6,6 +6,8 @@
 #include <lumivex/lumivex_values.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <set>
 
 #include "cli/completion.h"
@@ -79,6 +81,16 @@ TEST_F(RunTable, EveryShapeOfFaceAndBodyIsReached) {
   EXPECT_THAT(line_.options.deform, Contains(Pair(lumivex::kDeformChin, -0.4f)));
   EXPECT_EQ(line_.options.slim.size(), lumivex::kSlimTypeCount);
   EXPECT_THAT(line_.options.slim, Contains(Pair(lumivex::kSlimLegLength, 0.7f)));
+}
+
+TEST_F(RunTable, KeyConfigsFileIsKnownAndItsTextIsNoFile) {
+  Read({"--green-screen", "{}"});
+  EXPECT_EQ(line_.options.green_screen_file, "");
+  const std::string path = testing::TempDir() + "vanta_run_page_key.json";
+  std::ofstream(path) << "{}";
+  Read({"--green-screen", path});
+  EXPECT_EQ(line_.options.green_screen_file, path);
+  std::remove(path.c_str());
 }
 
 TEST(PageText, TextIsCutBetweenWords) {
