@@ -235,6 +235,19 @@ TEST(EveryFrameOf, ACommandShowsWithTheFrameOfItsTime) {
   EXPECT_GT(light(15), light(0) + 10);
 }
 
+// A picture is looked at in every second tick, 66 ms apart at the least, and its faces are there in the same one.
+TEST(EveryFrameOf, FacesComeAtFixedTimesOfTheClip) {
+  const Workplace workplace;
+  MakeClip(workplace, "clip.mp4", NumberedFrames("30", "1"), "1");
+  Record(workplace, "clip.mp4", "out.mp4", {"--no-beauty", "--landmarks", "faces.jsonl"});
+  std::vector<double> times;
+  std::ifstream file(workplace / "faces.jsonl");
+  for (std::string line; std::getline(file, line);) times.push_back(nlohmann::json::parse(line)["seconds"]);
+  ASSERT_GE(times.size(), 14u);
+  for (size_t i = 0; i < times.size(); ++i)
+    EXPECT_NEAR(times[i], times[0] + 2.0 / 30 * static_cast<double>(i), 0.0011) << i;
+}
+
 TEST(EveryFrameOf, AnInterruptedRunIsAWholeFile) {
   const Workplace workplace;
   RunningProgram program(workplace, {"--input", "color:203040", "--size", "64x64", "--loop", "--output", "out.mp4"});
