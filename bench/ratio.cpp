@@ -38,8 +38,10 @@ void PrintRow(const Row &row) {
   static bool headed = std::getenv("VANTA_BENCH_NO_HEADINGS") != nullptr;
   if (!headed) std::printf("%-58s | %9s | %9s | %6s | %5s\n", "name", "ours ms", "other ms", "ratio", "bar");
   headed = true;
-  std::printf("%-58s | %9.3f | %9.3f | %6.3f | %5.2f%s\n", row.name.c_str(), row.ours_ms, row.other_ms, row.ratio,
-              row.bar, Passes(row) ? "" : "  MISSED");
+  char bar[32] = "-";
+  if (row.bar != kNoBar) std::snprintf(bar, sizeof(bar), "%.2f", row.bar);
+  std::printf("%-58s | %9.3f | %9.3f | %6.3f | %5s%s\n", row.name.c_str(), row.ours_ms, row.other_ms, row.ratio, bar,
+              Passes(row) ? "" : "  MISSED");
   std::fflush(stdout);
 }
 
@@ -50,7 +52,7 @@ bool WriteJson(const std::string &path, const std::vector<Row> &rows) {
                     {"ours_ms", row.ours_ms},
                     {"other_ms", row.other_ms},
                     {"ratio", row.ratio},
-                    {"bar", row.bar},
+                    {"bar", row.bar != kNoBar ? nlohmann::ordered_json(row.bar) : nlohmann::ordered_json()},
                     {"passes", Passes(row)}});
   }
   std::ofstream file(path);

@@ -50,8 +50,12 @@ void RequireObject(const std::string &subject, const std::string &text) {
 
 }  // namespace
 
+bool IsKeyConfigText(const std::string &value) {
+  return !value.empty() && value.front() == '{';
+}
+
 std::string ReadKeyConfig(const std::string &value) {
-  const bool inline_text = !value.empty() && value.front() == '{';
+  const bool inline_text = IsKeyConfigText(value);
   std::string text = inline_text ? value : FileText(value);
   RequireObject(inline_text ? kOption : value, text);
   return text;

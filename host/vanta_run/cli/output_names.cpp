@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -27,12 +28,42 @@ std::string NameOf(const std::string &input) {
 }
 
 std::vector<NamedFile> Sources(const Options &options) {
-  std::vector<NamedFile> files = {{"--commands", options.commands}, {"--ability-answers", options.ability_answers}};
+  std::vector<NamedFile> files = {{"--commands", options.commands},
+                                  {"--ability-answers", options.ability_answers},
+                                  {"--green-screen", options.green_screen_file},
+                                  {"--group", options.group},
+                                  {"--module", options.module}};
   if (options.input.rfind(kColorPrefix, 0) != 0) files.push_back({"--input", options.input});
   if (options.background.rfind(kColorPrefix, 0) != 0) files.push_back({"--background", options.background});
   if (options.lookup) files.push_back({"--lookup", options.lookup->path});
   std::erase_if(files, [](const NamedFile &file) { return file.path.empty(); });
   return files;
+}
+
+// What is read from these is known only to their reader.
+std::vector<NamedFile> SourceFolders(const Options &options) {
+  std::vector<NamedFile> folders = {{"--effect", options.effect},
+                                    {"--group", options.group},
+                                    {"--module", options.module},
+                                    {"--module-data", options.module_data}};
+  for (const MakeupOption &makeup : options.makeup) folders.push_back({"--makeup", makeup.folder});
+  std::error_code ignored;
+  std::erase_if(folders, [&](const NamedFile &folder) { return !fs::is_directory(folder.path, ignored); });
+  return folders;
+}
+
+// The option whose folder holds that file; empty: none does, or the file is not there yet.
+std::string FolderThatHolds(const std::string &path, const std::vector<NamedFile> &folders) {
+  std::error_code error;
+  const fs::path file = fs::canonical(path, error);
+  if (error || !fs::is_regular_file(file, error)) return "";
+  for (const NamedFile &folder : folders) {
+    const fs::path root = fs::canonical(folder.path, error);
+    if (!error && std::mismatch(root.begin(), root.end(), file.begin(), file.end()).first == root.end()) {
+      return folder.option;
+    }
+  }
+  return "";
 }
 
 // A file's names: where its path leads to, and, where it exists, the file system's own number for it, which hard links
@@ -114,11 +145,18 @@ void RefuseSharedFiles(const std::vector<Options> &runs) {
     }
   }
   for (size_t i = 0; i < runs.size(); ++i) {
+    const std::vector<NamedFile> folders = SourceFolders(runs[i]);
     std::vector<NamedFile> files = Results(runs[i]);
     if (!runs[i].log.empty()) files.push_back({"--log", runs[i].log});
     for (const NamedFile &file : files) {
       if (const auto source = FindClaim(read, file.path)) {
         throw Failure(kExitUsage, file.option, "'" + file.path + "' is the file of " + source->file.option,
+                      "what is read is not replaced: give another name");
+      }
+      // A recording made in such a folder may be made again: its ending is that of a video, which none of them reads.
+      const std::string holder = file.option == "--output" ? "" : FolderThatHolds(file.path, folders);
+      if (!holder.empty()) {
+        throw Failure(kExitUsage, file.option, "'" + file.path + "' is there already, in the folder of " + holder,
                       "what is read is not replaced: give another name");
       }
       if (const auto other = FindClaim(written, file.path)) RefuseTwice(file, *other, i, runs);

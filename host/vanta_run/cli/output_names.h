@@ -22,8 +22,8 @@ struct NamedFile {
 // Without the log, which is begun anew by every run, and without standard output.
 std::vector<NamedFile> Results(const Options &options);
 
-// Throws Failure(kExitUsage) where a run would write a file that one of them reads, or two would write the same. Names
-// are compared by what they lead to.
+// Throws Failure(kExitUsage) where a run would write a file that one of them reads, or one that is there already in a
+// folder that it reads, or two would write the same. Names are compared by what they lead to.
 void RefuseSharedFiles(const std::vector<Options> &runs);
 
 }  // namespace vanta_run

@@ -268,7 +268,11 @@ OptionSection GreenScreenSection(Options &options) {
         .text = "key the input before a green or blue backing, behind the beauty filter. The value is the filter's "
                 "config, a file or a text that begins with \"{\": '{\"keyColor\":[0.2,0.68,0.28]}'. \"{}\" takes the "
                 "defaults, a pure green",
-        .read = [&options](const std::string &value) { options.green_screen = ReadKeyConfig(value); },
+        .read =
+            [&options](const std::string &value) {
+              options.green_screen = ReadKeyConfig(value);
+              options.green_screen_file = IsKeyConfigText(value) ? "" : value;
+            },
         .completes = Completes::kFiles},
        {.name = "pick-key",
         .text = "print a config with the colour of the backing in the input's first frame and what else helps, on "

@@ -72,6 +72,7 @@ struct Options {
 
   // Green screen
   std::optional<std::string> green_screen;  // a JSON object; empty: no such filter
+  std::string green_screen_file;            // where it was read from; empty: from the command line
   bool pick_key = false;                    // print the backing's colour and end
   std::string background;                   // a file, or "color:RRGGBB"; empty: none
 

@@ -3,15 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <memory>
 #include <thread>
-
-extern "C" {
-#include <libavformat/avformat.h>
-}
 
 #include "common/failure.h"
 #include "common/quiet_errors.h"
+#include "output/recorded_file.h"
 
 namespace vanta_run {
 namespace {
@@ -19,30 +15,7 @@ namespace {
 constexpr auto kFinishLimit = std::chrono::seconds(20);
 constexpr auto kLookPeriod = std::chrono::milliseconds(500);  // between two looks at the space that is left
 
-struct FormatCloser {
-  void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-};
-
 }  // namespace
-
-bool IsWholeRecording(const std::string &path) {
-  AVFormatContext *opened = nullptr;
-  if (avformat_open_input(&opened, path.c_str(), nullptr, nullptr) < 0) return false;
-  const std::unique_ptr<AVFormatContext, FormatCloser> context(opened);
-  if (avformat_find_stream_info(context.get(), nullptr) < 0) return false;
-  const int video = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (video < 0) return false;
-  const int64_t promised = context->streams[video]->nb_frames;  // 0 where the format does not say
-  AVPacket *packet = av_packet_alloc();
-  int64_t found = 0;
-  int result = 0;
-  while ((result = av_read_frame(context.get(), packet)) >= 0) {
-    if (packet->stream_index == video && (packet->flags & AV_PKT_FLAG_CORRUPT) == 0) ++found;
-    av_packet_unref(packet);
-  }
-  av_packet_free(&packet);
-  return result == AVERROR_EOF && found > 0 && (promised == 0 || found == promised);
-}
 
 void RequireRecordingFormat(const std::string &path) {
   const std::string ending = std::filesystem::path(path).extension().string();
@@ -137,10 +110,13 @@ void Recorder::Finish() {
       ThrowBroken("the muxer does not end");
     }
   }
-  frames_ = static_cast<uint64_t>(obs_output_get_total_frames(output_));
   if (!early_reason_.empty()) ThrowBroken(early_reason_);
   if (*stop_code_ != OBS_OUTPUT_SUCCESS) ThrowBroken(LastError());
-  if (!IsWholeRecording(file_.path())) ThrowBroken("the file is not whole");
+  // libobs's own count holds the packet that ends the recording too, which is not written.
+  const auto frames = CountRecordedFrames(file_.path());
+  if (!frames) ThrowBroken("the file is not whole");
+  frames_ = *frames;
+  if (same_bytes_ && !EndSoundWithPicture(file_.path())) ThrowBroken("its sound cannot be cut to its picture");
   bytes_ = std::filesystem::file_size(file_.path());
   file_.Commit();
 }

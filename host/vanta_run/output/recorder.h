@@ -35,7 +35,8 @@ class Recorder {
   // What is drawn from now on is not recorded any more. The file is whole once Stopped.
   void Stop();
   bool Stopped();
-  // Ends the file and gives it its name. Throws Failure(kExitOutput) when it is not whole.
+  // Ends the file and gives it its name; with `same_bytes` its sound ends with its picture. Throws Failure(kExitOutput)
+  // when it is not whole.
   void Finish();
 
   uint64_t frames() const { return frames_; }
@@ -62,8 +63,5 @@ class Recorder {
   std::condition_variable stopped_;
   std::optional<long long> stop_code_;
 };
-
-// The file opens, has a video stream, and that stream ends where it says it does.
-bool IsWholeRecording(const std::string &path);
 
 }  // namespace vanta_run

@@ -159,6 +159,8 @@ void StepRun::Begin(const std::function<void()> &start_sound) {
   }
   const uint64_t settled = clock.Now() + kSettleNs;
   while (clock.Now() < settled) pace_.Wait();
+  landmarks_.StartOver();
+  landmarks_on_gpu_.StartOver();
   keeps_one_ = GoesToWorker();
   entered_before_ = meter_.entered();
   left_before_ = meter_.left();

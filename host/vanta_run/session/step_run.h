@@ -22,6 +22,8 @@ class LandmarkGate {
  public:
   explicit LandmarkGate(WorkerKind kind) : gate_(kind, [this] { LookForWorker(); }) {}
   uint64_t given_up() const { return gate_.given_up(); }
+  // What it has answered until now is not of the run.
+  void StartOver() { gate_.StartOver(); }
 
  private:
   void LookForWorker();

@@ -1,8 +1,8 @@
-// Both of the landmark filter's paths on whole libobs: what the runner is shown, and what comes back.
+// Both of the landmark filter's paths on whole libobs: what the runner is shown, and what comes back. Time is a clock's
+// that is held, so it is known which tick's picture a message is of.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -13,7 +13,6 @@
 #include "fixtures/libobs/obs_session.h"
 #include "fixtures/libobs/painted_source.h"
 #include "fixtures/process/log_capture.h"
-#include "fixtures/process/wait.h"
 #include "vanta_host.h"
 
 namespace vanta_integration {
@@ -25,8 +24,7 @@ constexpr uint32_t kWidth = 320;
 constexpr uint32_t kHeight = 240;
 constexpr int kPictures = 5;
 constexpr double kHalfAPixel = 0.5;
-// Six captures of the picture before may be under way, a seventh begun.
-constexpr size_t kMessagesForANewPicture = 8;
+constexpr int kTicksBetweenCaptures = 7;  // at 100 a second: the first tick that is 66 ms later
 
 // A bright round patch on grey, with soft edges: its middle lies between pixels.
 Picture Patch(Point middle) {
@@ -102,7 +100,7 @@ class LandmarkPaths : public testing::Test {
  protected:
   LandmarkPaths() { RegisterPaintedSource(); }
 
-  // The whole clip down one path: the last message of each picture.
+  // The whole clip down one path: the next message after each new picture, which is of that one.
   std::vector<FaceMessage> Play(Path path) {
     PaintedSource source;
     source.Paint(Patch(MiddleOf(0)));
@@ -113,7 +111,7 @@ class LandmarkPaths : public testing::Test {
       const LandmarkFilter filter(source.Get(), path);
       for (int i = 0; i < kPictures; ++i) {
         source.Paint(Patch(MiddleOf(i)));
-        messages.push_back(receiver.WaitForNext(kMessagesForANewPicture));
+        messages.push_back(receiver.WaitForNext(1));
       }
     }
     obs_set_output_source(0, nullptr);
@@ -126,7 +124,7 @@ class LandmarkPaths : public testing::Test {
   }
 
   const vanta_test::LogCapture log_;
-  ObsSession session_;
+  ObsSession session_{SessionOptions{.held_clock = true}};
   PatchRunner runner_;
 };
 
@@ -165,7 +163,7 @@ TEST_P(EachPath, ShowsTheRunnerThePictureWhereTheSourceHasIt) {
 TEST_P(EachPath, SendsNothingMoreWhenTheFilterIsGone) {
   Play(GetParam());
   const FaceReceiver receiver;
-  WaitForTicks(20);
+  EXPECT_TRUE(WaitForTicks(10 * kTicksBetweenCaptures));
   EXPECT_EQ(receiver.Messages().size(), 0u);
   EXPECT_EQ(vanta_test::scripted_runner::Alive(), 0);
 }
@@ -178,11 +176,13 @@ TEST_P(EachPath, CapturesAtMostFifteenTimesASecond) {
   {
     const LandmarkFilter filter(source.Get(), GetParam());
     const FaceReceiver receiver;
-    const auto start = std::chrono::steady_clock::now();
-    receiver.WaitForNext(15);
-    const auto passed = std::chrono::steady_clock::now() - start;
-    // Fifteen messages have fourteen whole intervals between them, and their own paths differ by less than one.
-    EXPECT_GE(passed, std::chrono::milliseconds(13 * 66));
+    receiver.WaitForNext(1);
+    for (size_t more = 1; more <= 15; ++more) {
+      EXPECT_TRUE(WaitForTicks(kTicksBetweenCaptures - 1));
+      EXPECT_EQ(receiver.Messages().size(), more);
+      EXPECT_TRUE(WaitForTicks(1));
+      EXPECT_EQ(receiver.Messages().size(), more + 1);
+    }
   }
   obs_set_output_source(0, nullptr);
 }

@@ -115,6 +115,12 @@ double BeepIn(const Workplace &workplace, const std::string &name) {
   return -1;
 }
 
+// Seconds that a stream ("v" or "a") lasts, by what the file says of it.
+double LengthOf(const Workplace &workplace, const std::string &name, const std::string &stream) {
+  return std::stod(RunTool({"ffprobe", "-v", "error", "-select_streams", stream, "-show_entries", "stream=duration",
+                            "-of", "csv=p=0", (workplace / name).string()}));
+}
+
 std::string StreamHashes(const Workplace &workplace, const std::string &name) {
   return RunTool({"ffmpeg", "-v", "error", "-nostdin", "-i", (workplace / name).string(), "-map", "0", "-c", "copy",
                   "-f", "streamhash", "-hash", "md5", "-"});
@@ -147,7 +153,9 @@ TEST_P(EveryFrame, IsRecordedOnceInOrderWithTheSoundInStepAndTheSameToTheBitOnAB
   const nlohmann::json report = Record(workplace, "clip.mp4", "idle.mp4");
   EXPECT_EQ(ReadNumbers(workplace, "idle.mp4"), UpTo(GetParam().frames));
   EXPECT_NEAR(BeepIn(workplace, "idle.mp4"), kBeepSeconds, 0.005);
+  EXPECT_NEAR(LengthOf(workplace, "idle.mp4", "a"), LengthOf(workplace, "idle.mp4", "v"), 0.005);
   EXPECT_EQ(report["run"]["clock"], "own");
+  EXPECT_EQ(report["recording"]["frames"], GetParam().frames);
   EXPECT_EQ(report["frames"]["in"], GetParam().frames);
   EXPECT_EQ(report["frames"]["out"], GetParam().frames);
   EXPECT_EQ(report["frames"]["repeated"], 0);
@@ -162,7 +170,7 @@ TEST_P(EveryFrame, IsRecordedOnceInOrderWithTheSoundInStepAndTheSameToTheBitOnAB
 
 INSTANTIATE_TEST_SUITE_P(All, EveryFrame,
                          testing::Values(Clip{"Ten", "10", "1", 10}, Clip{"TwentyNine97", "30000/1001", "1.001", 30},
-                                         Clip{"Sixty", "60", "1", 60}),
+                                         Clip{"Sixty", "60", "0.9", 54}),
                          [](const auto &info) { return std::string(info.param.name); });
 
 TEST(EveryFrameOf, AVariableRateIsRecordedInOrder) {
@@ -225,6 +233,19 @@ TEST(EveryFrameOf, ACommandShowsWithTheFrameOfItsTime) {
   const auto light = [&pixels](size_t frame) { return static_cast<int>(static_cast<uint8_t>(pixels[frame])); };
   EXPECT_NEAR(light(14), light(0), 2);
   EXPECT_GT(light(15), light(0) + 10);
+}
+
+// A picture is looked at in every second tick, 66 ms apart at the least, and its faces are there in the same one.
+TEST(EveryFrameOf, FacesComeAtFixedTimesOfTheClip) {
+  const Workplace workplace;
+  MakeClip(workplace, "clip.mp4", NumberedFrames("30", "1"), "1");
+  Record(workplace, "clip.mp4", "out.mp4", {"--no-beauty", "--landmarks", "faces.jsonl"});
+  std::vector<double> times;
+  std::ifstream file(workplace / "faces.jsonl");
+  for (std::string line; std::getline(file, line);) times.push_back(nlohmann::json::parse(line)["seconds"]);
+  ASSERT_GE(times.size(), 14u);
+  for (size_t i = 0; i < times.size(); ++i)
+    EXPECT_NEAR(times[i], times[0] + 2.0 / 30 * static_cast<double>(i), 0.0011) << i;
 }
 
 TEST(EveryFrameOf, AnInterruptedRunIsAWholeFile) {

@@ -13,6 +13,7 @@ namespace vanta_test {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::HasSubstr;
 using vanta_run::ForInput;
 using vanta_run::NamedFor;
@@ -77,14 +78,56 @@ TEST_F(SharedFiles, InputIsNotReplacedWhateverItIsCalled) {
 }
 
 TEST_F(SharedFiles, NothingThatIsReadIsReplaced) {
+  for (const auto &[option, member] : {std::pair{"--background", &Options::background},
+                                       {"--commands", &Options::commands},
+                                       {"--ability-answers", &Options::ability_answers},
+                                       {"--green-screen", &Options::green_screen_file},
+                                       {"--group", &Options::group},
+                                       {"--module", &Options::module}}) {
+    Options run;
+    run.input = "color:000000";
+    run.*member = In("a.mp4");
+    run.report = In("a.mp4");
+    EXPECT_THAT(RefusalOf(run), AllOf(HasSubstr("--report: "), HasSubstr(std::string("is the file of ") + option)));
+  }
   Options run;
   run.input = "color:000000";
-  run.background = In("a.mp4");
+  run.lookup = vanta_run::LookupOption{In("a.mp4"), 1};
   run.report = In("a.mp4");
-  EXPECT_THAT(RefusalOf(run), HasSubstr("--report: "));
-  run.background.clear();
-  run.commands = In("a.mp4");
-  EXPECT_THAT(RefusalOf(run), HasSubstr("is the file of --commands"));
+  EXPECT_THAT(RefusalOf(run), HasSubstr("is the file of --lookup"));
+}
+
+TEST_F(SharedFiles, NothingInAFolderThatIsReadIsReplaced) {
+  fs::create_directories(In("fx/part"));
+  std::ofstream(In("fx/part/a.png")) << "picture";
+  for (const auto &[option, member] : {std::pair{"--effect", &Options::effect},
+                                       {"--group", &Options::group},
+                                       {"--module", &Options::module},
+                                       {"--module-data", &Options::module_data}}) {
+    Options run;
+    run.input = "color:000000";
+    run.*member = In("fx");
+    run.snapshot = In("fx/../fx/part/a.png");
+    EXPECT_THAT(RefusalOf(run), HasSubstr(std::string("is there already, in the folder of ") + option)) << option;
+    run.snapshot = In("fx/new.png");
+    EXPECT_EQ(RefusalOf(run), "") << option;
+    run.snapshot = In("a.mp4");
+    EXPECT_EQ(RefusalOf(run), "") << option;
+  }
+  Options run;
+  run.input = "color:000000";
+  run.makeup = {{In("other"), 1}, {In("fx"), 1}};
+  run.report = In("fx/part/a.png");
+  EXPECT_THAT(RefusalOf(run), HasSubstr("in the folder of --makeup"));
+}
+
+// Whoever works in the effect's folder records there again and again.
+TEST_F(SharedFiles, RecordingInAFolderThatIsReadMayBeMadeAgain) {
+  Options run;
+  run.input = "color:000000";
+  run.effect = In("");
+  run.output = In("a.mp4");
+  EXPECT_EQ(RefusalOf(run), "");
 }
 
 TEST_F(SharedFiles, TwoResultsOfOneNameAreRefused) {

@@ -6,6 +6,8 @@
 #include <lumivex/lumivex_values.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <set>
 
 #include "cli/completion.h"
@@ -94,6 +96,16 @@ TEST_F(RunTable, MakeupOfAColourNamesItsPart) {
   EXPECT_FLOAT_EQ(line_.options.makeup[1].intensity, 1.0f);
   for (const char *bad : {"lips", "ears=b03040", "lips=b0304", "lips=b03040,2", "lips=b03040,"})
     EXPECT_THROW(Read({"--makeup-color", bad}), vanta_run::Failure) << bad;
+}
+
+TEST_F(RunTable, KeyConfigsFileIsKnownAndItsTextIsNoFile) {
+  Read({"--green-screen", "{}"});
+  EXPECT_EQ(line_.options.green_screen_file, "");
+  const std::string path = testing::TempDir() + "vanta_run_page_key.json";
+  std::ofstream(path) << "{}";
+  Read({"--green-screen", path});
+  EXPECT_EQ(line_.options.green_screen_file, path);
+  std::remove(path.c_str());
 }
 
 TEST(PageText, TextIsCutBetweenWords) {
