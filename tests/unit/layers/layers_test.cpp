@@ -32,6 +32,7 @@ struct Target {
 
 const std::string kBase = "base/include/";
 const std::string kContracts = "plugins/vanta_filter/include/";
+const std::string kOperations = "host/operations/include/";
 const std::string kHostHeader = "host/vanta_host/include/";
 const std::string kEngineHeaders = "engines/lumivex/include/";
 const std::string kRunnerHeaders = "engines/tessera/include/";
@@ -49,9 +50,18 @@ const std::vector<Target> &House() {
         {"beauty", "greenscreen", "landmark"},
         {"module"}},
        {kBase}},
+      {"host/operations/", {{"include"}}, {kBase, kContracts, kEngineHeaders}},
       {"host/vanta_host/",
-       {{"include"}, {"textures"}, {"reports"}, {"controls"}, {"pages"}, {"remote"}, {"registration"}, {"supervision"}},
-       {kBase, kContracts, kEngineHeaders}},
+       {{"include"},
+        {"textures"},
+        {"reports"},
+        {"module"},
+        {"controls"},
+        {"pages"},
+        {"remote"},
+        {"registration"},
+        {"supervision"}},
+       {kBase, kContracts, kOperations, kEngineHeaders}},
       {"engines/tessera/",
        {{"include"},
         {"platform", "vision"},
@@ -79,7 +89,7 @@ const std::vector<Target> &House() {
         {"plot"},
         {"session"},
         {"cli"}},
-       {kBase, kContracts, kHostHeader, kEngineHeaders}},
+       {kBase, kContracts, kOperations, kHostHeader, kEngineHeaders}},
       {"docs/examples/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
   };
   return house;
