@@ -33,6 +33,7 @@ def storm(obs, clip):
     first = obs.ask("GetSceneCollectionList")["currentSceneCollectionName"]
     obs.ask("CreateSceneCollection", sceneCollectionName="other")
     obs.scene()
+    await_value("the former clip is gone", lambda: not obs.ask("GetInputList", inputKind="ffmpeg_source")["inputs"])
     stock.add_clip(obs, clip)
     add(obs, "beauty")
     obs.vendor("SetBeauty", smooth=0.8)
@@ -115,6 +116,8 @@ def main():
         await_value("requests are answered", lambda: asker.answers > 3)
         leaks = stock.end(obs)
         print("memory leaks:", leaks, "rounds of requests until the end:", asker.answers)
+        # OBS Studio 29.0.2 itself leaks one allocation for each collection that it loads from a file.
+        assert leaks == 2 * ROUNDS + 1, leaks
     except BaseException:
         if obs:
             print("\n".join(obs.log().splitlines()[-60:]), file=sys.stderr)
