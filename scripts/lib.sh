@@ -16,7 +16,7 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket ffmpeg xauth ccache glslang-tools groff-base
+      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket xdotool openbox ffmpeg xauth ccache glslang-tools groff-base
       ;;
     style)
       printf '%s\n' clang-format clang-tidy

@@ -10,6 +10,13 @@ LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 
 
+def grab(x, y, width, height):
+    """A part of the screen, as bytes."""
+    return subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-f", "x11grab", "-draw_mouse", "0", "-video_size",
+                           f"{width}x{height}", "-i", f"{os.environ['DISPLAY']}+{x},{y}", "-frames:v", "1", "-f",
+                           "rawvideo", "-pix_fmt", "rgb24", "-"], stdout=subprocess.PIPE, check=True).stdout
+
+
 def link_plugin(root, build, prefix):
     """The plug-in of a build folder, where OBS Studio looks for it: below `prefix`."""
     for source, target in ((os.path.join(build, "plugins/vanta_filter/vanta_filter.so"),
@@ -39,10 +46,18 @@ def drag(from_x, to_x, y):
     xdotool("mouseup", 1)
 
 
+def scroll(steps):
+    """Down, on the page."""
+    xdotool("mousemove", 320, 700)
+    for _ in range(steps):
+        xdotool("click", 5)
+    time.sleep(0.5)
+
+
 def open_filters(obs, source):
     """Opens the window at the place that the positions here count on. The window."""
     obs.ask("OpenInputFiltersDialog", inputName=source)
-    window = await_value("the filters' window", lambda: xdotool("search", "--onlyvisible", "--name", "Filters for")).split()[-1]
+    window = await_value("the filters' window", lambda: xdotool("search", "--onlyvisible", "--name", source)).split()[-1]
     xdotool("windowsize", window, WIDTH, HEIGHT)
     xdotool("windowmove", window, LEFT, TOP)
     time.sleep(1.5)

@@ -11,6 +11,7 @@ import websocket
 
 GLOBAL_INI = """[General]
 FirstRun=true
+Language={language}
 EnableAutoUpdates=false
 
 [OBSWebSocket]
@@ -40,16 +41,22 @@ def free_port():
         return probe.getsockname()[1]
 
 
+def collection_file(home):
+    """Where the only scene collection is saved."""
+    folder = os.path.join(home, "obs-studio/basic/scenes")
+    return os.path.join(folder, next(name for name in os.listdir(folder) if name.endswith(".json")))
+
+
 class Obs:
     """One run of the program. `home` keeps its settings and scenes from one run to the next."""
 
-    def __init__(self, home, prefix, libdir):
+    def __init__(self, home, prefix, libdir, language="en-US"):
         self.port = free_port()
         self.log_path = os.path.join(home, f"run-{self.port}.log")
         config = os.path.join(home, "obs-studio")
         os.makedirs(config, exist_ok=True)
         with open(os.path.join(config, "global.ini"), "w") as ini:
-            ini.write(GLOBAL_INI.format(port=self.port))
+            ini.write(GLOBAL_INI.format(port=self.port, language=language))
         environment = dict(
             os.environ, HOME=home, XDG_CONFIG_HOME=home, XDG_RUNTIME_DIR=home, LIBGL_ALWAYS_SOFTWARE="1",
             LC_ALL="C.UTF-8", QT_QPA_PLATFORM="xcb", OBS_PLUGINS_PATH=os.path.join(prefix, libdir, "obs-plugins"),
@@ -59,12 +66,13 @@ class Obs:
             ["obs", "--multi", "--verbose", "--disable-updater", "--disable-missing-files-check"],
             env=environment, stdin=subprocess.DEVNULL, stdout=self.log_file, stderr=subprocess.STDOUT)
         self.connection = None
+        self.events = []  # what vendors have sent meanwhile: (kind, data)
 
     def log(self):
         with open(self.log_path, errors="replace") as file:
             return file.read()
 
-    def connect(self):
+    def connect(self, vendor_events=False):
         def attempt():
             assert self.process.poll() is None, f"OBS Studio ended by itself, status {self.process.returncode}"
             try:
@@ -75,7 +83,8 @@ class Obs:
 
         self.connection = await_value("its websocket answers", attempt, 60)
         json.loads(self.connection.recv())  # Hello
-        self.connection.send(json.dumps({"op": 1, "d": {"rpcVersion": 1, "eventSubscriptions": 0}}))
+        self.connection.send(json.dumps({"op": 1, "d": {"rpcVersion": 1,
+                                                               "eventSubscriptions": 512 if vendor_events else 0}}))
         identified = json.loads(self.connection.recv())
         assert identified["op"] == 2, identified
 
@@ -91,6 +100,14 @@ class Obs:
             message = json.loads(self.connection.recv())
             if message["op"] == 7:
                 return message["d"]
+            if message["op"] == 5 and message["d"]["eventType"] == "VendorEvent":
+                event = message["d"]["eventData"]
+                self.events.append((event["eventType"], event.get("eventData") or {}))
+
+    def vendor(self, request, **data):
+        """The answer of the filters' own request. An empty object is refused, so it is left out."""
+        extra = {"requestData": data} if data else {}
+        return self.ask("CallVendorRequest", vendorName="vanta_filter", requestType=request, **extra).get("responseData") or {}
 
     def scene(self):
         """The name of the scene that is shown, once there is one."""

@@ -4,19 +4,11 @@
 
 #include "controls/look_commands.h"
 #include "controls/module_files.h"
-#include "vanta_host.h"
+#include "module/module_control.h"
 
 namespace vanta_host {
 
 using vanta::MutexLock;
-
-namespace {
-
-ILumivex *Control() {
-  return static_cast<ILumivex *>(vanta_host_get_faceless());
-}
-
-}  // namespace
 
 BeautyControls &Controls() {
   // Never destroyed: libobs destroys sources on a task thread of its own, perhaps late.
@@ -37,9 +29,25 @@ void BeautyControls::Adopt(obs_source_t *filter, obs_data_t *settings) {
 
 void BeautyControls::Forget(obs_source_t *filter) {
   MutexLock lock(mutex_);
+  if (!Knows(filter)) return;
   std::erase(filters_, filter);
-  if (!filters_.empty()) return;
+  if (filters_.empty()) Reset();
+}
+
+void BeautyControls::ForgetAll() {
+  MutexLock lock(mutex_);
+  if (filters_.empty()) return;
+  filters_.clear();
+  Reset();
+}
+
+bool BeautyControls::Knows(const obs_source_t *filter) const {
+  return std::find(filters_.begin(), filters_.end(), filter) != filters_.end();
+}
+
+void BeautyControls::Reset() {
   look_ = BeautyLook();
+  rest_ = FacelessEngineSnapshot();
   LearnIdle();
   if (snapshot_sent_) SendSnapshot();
   snapshot_sent_ = false;
@@ -48,9 +56,14 @@ void BeautyControls::Forget(obs_source_t *filter) {
 void BeautyControls::TakeUpdate(obs_source_t *filter, obs_data_t *settings) {
   MutexLock lock(mutex_);
   const BeautyLook look = ReadLook(settings);
-  if (look == look_) return;
+  if (!Knows(filter) || look == look_) return;
   Change(look);
   Mirror(filter);
+}
+
+bool BeautyControls::HasFilters() const {
+  MutexLock lock(mutex_);
+  return !filters_.empty();
 }
 
 BeautyLook BeautyControls::Look() const {
@@ -59,10 +72,30 @@ BeautyLook BeautyControls::Look() const {
 }
 
 void BeautyControls::SetLook(const BeautyLook &look) {
+  Edit([&look](BeautyLook &present) { present = look; });
+}
+
+bool BeautyControls::Edit(const std::function<void(BeautyLook &)> &edit) {
   MutexLock lock(mutex_);
-  if (filters_.empty() || look == look_) return;
+  if (filters_.empty()) return false;
+  BeautyLook look = look_;
+  edit(look);
+  if (look == look_) return true;
   Change(look);
   Mirror(nullptr);
+  return true;
+}
+
+void BeautyControls::KeepBeside(const std::function<void(FacelessEngineSnapshot &)> &keep) {
+  MutexLock lock(mutex_);
+  if (filters_.empty()) return;
+  keep(rest_);
+  driven_ = true;
+  SendSnapshot();
+}
+
+bool BeautyControls::IsIdle() const {
+  return idle_ && !driven_ && !ApplicationDrives();
 }
 
 // The snapshot goes first: an engine that starts in between has the look by it, and then takes the commands as well.
@@ -70,7 +103,7 @@ void BeautyControls::Change(const BeautyLook &look) {
   const BeautyLook before = look_;
   if (look == before) return;
   look_ = look;
-  ILumivex *control = Control();
+  ILumivex *control = FindControl();
   if (control) {
     SendSnapshot();
     SendChanges(*control, before, look, ModuleFolders());
@@ -80,9 +113,9 @@ void BeautyControls::Change(const BeautyLook &look) {
 }
 
 void BeautyControls::SendSnapshot() {
-  ILumivex *control = Control();
+  ILumivex *control = FindControl();
   if (!control) return;
-  FacelessEngineSnapshot snapshot;
+  FacelessEngineSnapshot snapshot = rest_;
   PutIntoSnapshot(look_, ModuleFolders(), snapshot);
   control->SetEngineSnapshot(snapshot);
   snapshot_sent_ = true;
@@ -101,6 +134,7 @@ void BeautyControls::Mirror(const obs_source_t *except) {
 
 void BeautyControls::LearnIdle() {
   idle_ = !filters_.empty() && look_.IsOff();
+  if (filters_.empty()) driven_ = false;
 }
 
 }  // namespace vanta_host

@@ -26,10 +26,15 @@ double Value(obs_data_t *settings, const KeySetting &key) {
   return std::isfinite(value) ? std::clamp(value, key.minimum, key.maximum) : key.initial;
 }
 
+// As a page has it. 0.29 times 100 is a little less than 29, and whole numbers are cut.
+double Shown(double value, const KeySetting &key) {
+  return std::round(value * key.scale * 1e6) / 1e6;
+}
+
 void SetDefault(obs_data_t *settings, const KeySetting &key) {
   switch (key.kind) {
     case KeyKind::kNumber:
-      return obs_data_set_default_double(settings, key.setting, key.initial * key.scale);
+      return obs_data_set_default_double(settings, key.setting, Shown(key.initial, key));
     case KeyKind::kSwitch:
       return obs_data_set_default_bool(settings, key.setting, key.initial != 0);
     case KeyKind::kWhole:
@@ -40,7 +45,7 @@ void SetDefault(obs_data_t *settings, const KeySetting &key) {
 void TakeNumber(const Json &value, const KeySetting &key, obs_data_t *settings) {
   if (!value.is_number()) return;
   const double number = std::clamp(value.get<double>(), key.minimum, key.maximum);
-  obs_data_set_double(settings, key.setting, number * key.scale);
+  obs_data_set_double(settings, key.setting, Shown(number, key));
 }
 
 void TakeWhole(const Json &value, const KeySetting &key, obs_data_t *settings) {
@@ -113,7 +118,7 @@ void ResetUnadjusted(obs_data_t *settings) {
   if (obs_data_get_bool(settings, kAdjustSetting)) return;
   for (const char *setting : kAdjusted) {
     const KeySetting *key = FindKeySetting(setting);
-    obs_data_set_double(settings, setting, key->initial * key->scale);
+    obs_data_set_double(settings, setting, Shown(key->initial, *key));
   }
 }
 
@@ -181,6 +186,12 @@ bool MergeConfig(obs_data_t *settings) {
   TakeBlueFlag(config, TakeColor(config, settings), settings);
   ResetUnadjusted(settings);
   return true;
+}
+
+void TakeConfig(obs_data_t *settings, const std::string &config) {
+  obs_data_set_string(settings, kMergedSetting, "");
+  obs_data_set_string(settings, kConfigSetting, config.c_str());
+  MergeConfig(settings);
 }
 
 std::string CompleteConfig(obs_data_t *settings) {

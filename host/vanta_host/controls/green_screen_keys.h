@@ -33,6 +33,8 @@ void SetKeyDefaults(obs_data_t *settings);
 // Takes a `config` that has changed since the last time into the settings, as the patch that it is. False for one that
 // is no JSON object: it changes nothing, and the module says so in the log if it is shown the text.
 bool MergeConfig(obs_data_t *settings);
+// The same for one that is given now, though it may be the former one's text.
+void TakeConfig(obs_data_t *settings, const std::string &config);
 // The whole of the settings as one config. Each text is a patch to the module, so that one which says all is what makes
 // "Defaults" and "undo" do something.
 std::string CompleteConfig(obs_data_t *settings);

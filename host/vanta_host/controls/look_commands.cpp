@@ -93,10 +93,8 @@ void PutIntoSnapshot(const BeautyLook &look, const ResourceFolders &folders, Fac
         break;
     }
   }
-  snapshot.lookup.reset();
   if (!look.lookup.empty()) snapshot.lookup = Lookup(look, folders);
-  snapshot.makeup = Makeup(look, folders);
-  snapshot.magic_path.reset();
+  if (!look.makeup.empty()) snapshot.makeup = Makeup(look, folders);
   const std::string effect = folders.Find(ResourceKind::kEffect, look.effect);
   if (!effect.empty()) snapshot.magic_path = effect;
 }

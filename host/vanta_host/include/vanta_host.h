@@ -138,7 +138,9 @@ VANTA_HOST_C_API bool vanta_host_is_passing_through(void);
  * an engine runs the filter gives no picture; a start that fails lets the pictures pass again. */
 VANTA_HOST_C_API void vanta_host_end_pass_through(void);
 /* The module's control object (an ILumivex *, which stays valid while the module is loaded), or NULL before the module
- * has registered a filter. A program that has the module linked in must export its symbols (-rdynamic). */
+ * has registered a filter. A program that has the module linked in must export its symbols (-rdynamic). Once it has
+ * been given the object, the frames of beauty filters go through the module even where the values of their settings are
+ * all off: the program may set others. */
 VANTA_HOST_C_API void *vanta_host_get_faceless(void);
 
 /* ---- Ability handlers ---- */

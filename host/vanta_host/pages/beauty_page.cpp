@@ -195,7 +195,7 @@ obs_properties_t *MakeBeautyPage(obs_source_t *filter) {
     const OBSDataAutoRelease settings = obs_source_get_settings(filter);
     more = obs_data_get_bool(settings, kMore);
   }
-  Pages().Built(filter, StatusOf, status.state, more);
+  Pages().Built(filter, StatusOf, status.state, more, true);
   return page;
 }
 

@@ -1,6 +1,7 @@
 #include "pages/green_screen_page.h"
 
 #include <array>
+#include <cmath>
 #include <optional>
 #include <string>
 
@@ -23,12 +24,16 @@ std::string KeyText(const std::string &setting) {
   return "Key." + setting.substr(4);
 }
 
+int Percent(double value) {
+  return static_cast<int>(std::lround(value * 100));
+}
+
 obs_property_t *AddKey(obs_properties_t *page, const char *setting) {
   const KeySetting *key = FindKeySetting(setting);
   const std::string text = KeyText(setting);
   if (key->kind == KeyKind::kSwitch) return AddSwitch(page, setting, text);
-  obs_property_t *slider = obs_properties_add_float_slider(page, setting, Text(text), key->minimum * key->scale,
-                                                           key->maximum * key->scale, 0.1);
+  if (key->scale > 1) return AddSlider(page, setting, text, Percent(key->minimum), Percent(key->maximum));
+  obs_property_t *slider = obs_properties_add_float_slider(page, setting, Text(text), key->minimum, key->maximum, 0.1);
   obs_property_float_set_suffix(slider, key->suffix);
   return Labelled(slider, text);
 }

@@ -31,7 +31,7 @@ obs_properties_t *MakeLandmarkPage(obs_source_t *filter) {
   AddStatus(page, status);
   AddSwitch(page, kDraw, "Landmarks.Draw");
   AddManual(page);
-  Pages().Built(filter, LandmarkStatus, status.state, false);
+  Pages().Built(filter, LandmarkStatus, status.state, false, false);
   return page;
 }
 

@@ -7,6 +7,7 @@
 #include <util/platform.h>
 #include <obs.hpp>
 
+#include "controls/beauty_controls.h"
 #include "controls/frontend.h"
 
 namespace vanta_host {
@@ -30,15 +31,20 @@ void AskForNewPage(OBSSourceAutoRelease filter) {
 
 }  // namespace
 
+bool PageRefresh::IsOutdated(const Page &page, obs_source_t *filter) {
+  return page.outdated || (page.shows_look && page.changes != Controls().Changes()) ||
+         page.status(filter).state != page.state;
+}
+
 PageRefresh &Pages() {
   static PageRefresh *pages = new PageRefresh;
   return *pages;
 }
 
-void PageRefresh::Built(obs_source_t *filter, Status status, const std::string &state, bool more) {
+void PageRefresh::Built(obs_source_t *filter, Status status, const std::string &state, bool more, bool shows_look) {
   if (!filter) return;
   MutexLock lock(mutex_);
-  pages_[filter] = {status, state, more};
+  pages_[filter] = {status, state, more, shows_look, Controls().Changes()};
 }
 
 void PageRefresh::ShowsMore(obs_source_t *filter, bool more) {
@@ -54,6 +60,7 @@ void PageRefresh::Edited(obs_source_t *filter, bool more) {
   const auto page = pages_.find(filter);
   if (page == pages_.end()) return;
   page->second.edited_ns = os_gettime_ns();
+  page->second.changes = Controls().Changes();
   page->second.outdated = page->second.more != more;
 }
 
@@ -75,7 +82,7 @@ void PageRefresh::Tick(uint64_t now_ns) {
     }
   }
   for (auto &[filter, page] : looked_at) {
-    if (!filter || (!page.outdated && page.status(filter).state == page.state)) continue;
+    if (!filter || !IsOutdated(page, filter)) continue;
     Forget(filter);  // it is known again once it is shown
     AskForNewPage(std::move(filter));
   }

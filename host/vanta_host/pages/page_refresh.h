@@ -20,8 +20,9 @@ class PageRefresh {
  public:
   using Status = FilterStatus (*)(obs_source_t *filter);
 
-  // A page for the filter was made, with that state; `more` is whether it shows all of its settings.
-  void Built(obs_source_t *filter, Status status, const std::string &state, bool more);
+  // A page for the filter was made, with that state; `more` is whether it shows all of its settings. One that
+  // `shows_look` is out of date, too, once the look was changed by others than that page.
+  void Built(obs_source_t *filter, Status status, const std::string &state, bool more, bool shows_look);
   void ShowsMore(obs_source_t *filter, bool more);
   // The settings have changed; `more` is what they say now.
   void Edited(obs_source_t *filter, bool more);
@@ -34,9 +35,13 @@ class PageRefresh {
     Status status;
     std::string state;
     bool more;
+    bool shows_look;
+    uint64_t changes;       // of the look, that the page knows of
     bool outdated = false;  // what is visible no longer fits the settings
     uint64_t edited_ns = 0;
   };
+
+  static bool IsOutdated(const Page &page, obs_source_t *filter);
 
   vanta::Mutex mutex_;
   std::map<obs_source_t *, Page> pages_ VANTA_GUARDED_BY(mutex_);

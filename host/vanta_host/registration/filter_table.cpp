@@ -7,11 +7,11 @@
 
 #include "controls/beauty_controls.h"
 #include "controls/key_picker.h"
+#include "module/module_control.h"
 #include "pages/landmark_page.h"
 #include "registration/ability_handlers.h"
 #include "registration/engine_watch.h"
 #include "registration/filter_pages.h"
-#include "registration/module_control.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/module/host_frame.h"
 #include "vanta_host.h"

@@ -4,8 +4,8 @@
 
 #include <util/base.h>
 
+#include "module/module_control.h"
 #include "registration/filter_table.h"
-#include "registration/module_control.h"
 #include "registration/public_record.h"
 #include "remote/hotkeys.h"
 #include "vanta_host.h"

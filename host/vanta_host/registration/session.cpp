@@ -6,8 +6,10 @@
 #include <obs.h>
 #include <util/platform.h>
 
+#include "controls/beauty_controls.h"
 #include "controls/face_watch.h"
 #include "controls/frontend.h"
+#include "module/module_control.h"
 #include "pages/page_refresh.h"
 #include "registration/adapter.h"
 #include "registration/engine_watch.h"
@@ -85,6 +87,8 @@ void OnTick(void *, float) {
 // The websocket's handler dies after the program's end has begun, and before the graphics thread.
 void OnFrontendEvent(obs_frontend_event event, void *) {
   if (event == OBS_FRONTEND_EVENT_EXIT) vanta_host::StopWebsocket();
+  // An open window may keep filters of the former collection alive until after those of the next one are made.
+  if (event == OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP) vanta_host::Controls().ForgetAll();
 }
 
 using EventCallbacks = void(obs_frontend_event_cb, void *);
@@ -107,6 +111,7 @@ void Disconnect() {
 }
 
 void ForgetSession() {
+  vanta_host::ForgetApplication();
   vanta_host::ForgetEngine();
   vanta_host::ForgetFaces();
   vanta_host::ForgetLookHotkeys();

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include <util/platform.h>
 #include <obs.hpp>
 
 #include "controls/beauty_controls.h"
@@ -17,12 +21,21 @@
 #include "controls/look_file.h"
 #include "controls/module_files.h"
 #include "controls/statistics_reader.h"
+#include "module/module_control.h"
+#include "remote/call_control.h"
+#include "remote/config_check.h"
 #include "vanta_host.h"
+#include "vanta_operations/operations.h"
 
 namespace vanta_host {
 namespace {
 
+using vanta_operations::Json;
+
 constexpr char kGreenScreen[] = "LX_green_screen_filter";
+constexpr char kBeauty[] = "face_beauty_filter_v2";
+constexpr double kLongestWatch = 3600;  // seconds
+constexpr char kNoBeautyFilter[] = "no source has a Face Beauty filter";
 
 void Refuse(obs_data_t *response, const std::string &why) {
   obs_data_set_string(response, "error", why.c_str());
@@ -31,7 +44,7 @@ void Refuse(obs_data_t *response, const std::string &why) {
 // ---- Status ----
 
 bool IsOurs(const char *id) {
-  return std::strcmp(id, "face_beauty_filter_v2") == 0 || std::strcmp(id, kGreenScreen) == 0 ||
+  return std::strcmp(id, kBeauty) == 0 || std::strcmp(id, kGreenScreen) == 0 ||
          std::strcmp(id, "tessera_landmark_filter") == 0;
 }
 
@@ -59,21 +72,6 @@ bool TellFilters(void *param, obs_source_t *source) {
   return true;
 }
 
-void TellStatistics(obs_data_t *response) {
-  const OBSDataArrayAutoRelease list = obs_data_array_create();
-  for (const StatisticsSample &sample : ReadStatistics()) {
-    const OBSDataAutoRelease entry = obs_data_create();
-    obs_data_set_string(entry, "name", sample.name.c_str());
-    obs_data_set_double(entry, "arrived", static_cast<double>(sample.arrived_fps));
-    obs_data_set_double(entry, "processed", static_cast<double>(sample.render_fps));
-    obs_data_set_double(entry, "milliseconds", static_cast<double>(sample.filter_avg));
-    obs_data_set_int(entry, "repeated", sample.empty_dequeue_count);
-    obs_data_set_int(entry, "dropped", sample.drop_count + sample.enqueue_fail_count);
-    obs_data_array_push_back(list, entry);
-  }
-  obs_data_set_array(response, "statistics", list);
-}
-
 void GetStatus(obs_data_t *, obs_data_t *response) {
   obs_data_set_string(response, "engine", EngineStateName());
   obs_data_set_int(response, "faces", LastFaces().count);
@@ -86,17 +84,29 @@ void GetStatus(obs_data_t *, obs_data_t *response) {
 
 // ---- Beauty ----
 
+std::string Number(double value) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "%g", value);
+  return text;
+}
+
+bool IsLookValue(const std::string &name) {
+  constexpr std::array kOthers = {"lookup", "lookup_intensity", "makeup", "makeup_intensity", "effect"};
+  return FindBeautyValue(name) < kValueCount || std::find(kOthers.begin(), kOthers.end(), name) != kOthers.end();
+}
+
 // Names and numbers of `request` that are values of the look; an error names the first one that is wrong.
 std::optional<std::string> TakeValue(obs_data_item_t *item, BeautyLook &look) {
   const std::string name = obs_data_item_get_name(item);
   const bool number = obs_data_item_gettype(item) == OBS_DATA_NUMBER;
   const bool text = obs_data_item_gettype(item) == OBS_DATA_STRING;
+  std::optional<std::string> wrong;
   const auto percent = [&](int minimum, int maximum) {
     const double value = obs_data_item_numtype(item) == OBS_DATA_NUM_INT ? double(obs_data_item_get_int(item))
                                                                          : obs_data_item_get_double(item);
-    return std::isfinite(value)
-               ? static_cast<int>(std::lround(std::clamp(value * 100, double(minimum), double(maximum))))
-               : 0;
+    if (!(value * 100 >= minimum && value * 100 <= maximum))
+      wrong = "'" + name + "' is " + Number(value) + "; it goes from " + Number(minimum / 100.0) + " to 1";
+    return static_cast<int>(std::lround(std::clamp(std::isfinite(value) ? value : 0, -1.0, 1.0) * 100));
   };
   const size_t index = FindBeautyValue(name);
   if (index < kValueCount && number) {
@@ -112,12 +122,17 @@ std::optional<std::string> TakeValue(obs_data_item_t *item, BeautyLook &look) {
   } else if (name == "effect" && text) {
     look.effect = obs_data_item_get_string(item);
   } else {
-    return "'" + name + "' is no value of a look, or of the wrong type";
+    return IsLookValue(name) ? "'" + name + "' is of the wrong type" : "'" + name + "' is no value of a look";
   }
-  return std::nullopt;
+  return wrong;
 }
 
 void GetBeauty(obs_data_t *, obs_data_t *response) {
+  TellLook(response);
+}
+
+void Show(const BeautyLook &look, obs_data_t *response) {
+  if (!Controls().Edit([&look](BeautyLook &present) { present = look; })) return Refuse(response, kNoBeautyFilter);
   TellLook(response);
 }
 
@@ -130,21 +145,18 @@ void SetBeauty(obs_data_t *request, obs_data_t *response) {
       return Refuse(response, *wrong);
     }
   }
-  Controls().SetLook(look);
-  TellLook(response);
+  Show(look, response);
 }
 
 void ApplyPreset(obs_data_t *request, obs_data_t *response) {
   const std::string name = obs_data_get_string(request, "preset");
   const std::optional<BeautyLook> look = ReadLookFile(ModuleFolders().Find(ResourceKind::kPreset, name));
   if (!look) return Refuse(response, "there is no preset '" + name + "'");
-  Controls().SetLook(*look);
-  TellLook(response);
+  Show(*look, response);
 }
 
 void ResetBeauty(obs_data_t *, obs_data_t *response) {
-  Controls().SetLook(BeautyLook());
-  TellLook(response);
+  Show(BeautyLook(), response);
 }
 
 void GetPresets(obs_data_t *, obs_data_t *response) {
@@ -161,11 +173,18 @@ void GetPresets(obs_data_t *, obs_data_t *response) {
 
 // Null, and said why, where the request names no such filter.
 OBSSourceAutoRelease GreenScreenFilter(obs_data_t *request, obs_data_t *response) {
-  const OBSSourceAutoRelease source = obs_get_source_by_name(obs_data_get_string(request, "source"));
-  OBSSourceAutoRelease filter =
-      source ? obs_source_get_filter_by_name(source, obs_data_get_string(request, "filter")) : nullptr;
-  if (filter && std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreen) == 0) return filter;
-  Refuse(response, "'source' and 'filter' name no green screen filter");
+  const std::string source_name = obs_data_get_string(request, "source");
+  const std::string name = obs_data_get_string(request, "filter");
+  const OBSSourceAutoRelease source = obs_get_source_by_name(source_name.c_str());
+  OBSSourceAutoRelease filter = source ? obs_source_get_filter_by_name(source, name.c_str()) : nullptr;
+  if (!source)
+    Refuse(response, "there is no source '" + source_name + "'");
+  else if (!filter)
+    Refuse(response, "the source '" + source_name + "' has no filter '" + name + "'");
+  else if (std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreen) != 0)
+    Refuse(response, "the filter '" + name + "' is no green screen");
+  else
+    return filter;
   return nullptr;
 }
 
@@ -183,12 +202,13 @@ void GetKey(obs_data_t *request, obs_data_t *response) {
 void SetKey(obs_data_t *request, obs_data_t *response) {
   const OBSSourceAutoRelease filter = GreenScreenFilter(request, response);
   if (!filter) return;
+  const std::string config = obs_data_get_string(request, "config");
+  if (const std::optional<std::string> fault = FindConfigFault(config)) return Refuse(response, *fault);
   const OBSDataAutoRelease settings = obs_source_get_settings(filter);
   const OBSDataAutoRelease patched = obs_data_create();
   SetKeyDefaults(patched);
   obs_data_apply(patched, settings);
-  obs_data_set_string(patched, kConfigSetting, obs_data_get_string(request, "config"));
-  if (!MergeConfig(patched)) return Refuse(response, "'config' is no text that holds a JSON object");
+  TakeConfig(patched, config);
   obs_source_update(filter, patched);
   obs_data_set_string(response, "config", CompleteConfig(patched).c_str());
 }
@@ -204,16 +224,129 @@ void PickKey(obs_data_t *request, obs_data_t *response) {
   TellKey(filter, response);
 }
 
-constexpr NamedRequest kRequests[] = {{"GetStatus", GetStatus},     {"GetBeauty", GetBeauty},
-                                      {"SetBeauty", SetBeauty},     {"GetPresets", GetPresets},
-                                      {"ApplyPreset", ApplyPreset}, {"ResetBeauty", ResetBeauty},
-                                      {"PickKeyColor", PickKey},    {"GetKey", GetKey},
-                                      {"SetKey", SetKey},           {nullptr, nullptr}};
+// ---- Control object ----
+
+class CallTarget final : public vanta_operations::OperationTarget {
+ public:
+  explicit CallTarget(ILumivex &control) : control_(control) {}
+  ILumivex &Control() override { return control_; }
+  // Beauty filters are found by the name of the filter, as the operation wants them, or of a source that has one.
+  obs_source_t *TakeSource(const std::string &name) override {
+    Wanted wanted{name.c_str(), nullptr};
+    obs_enum_sources(LookForFilter, &wanted);
+    if (!wanted.found) obs_enum_scenes(LookForFilter, &wanted);
+    return wanted.found;
+  }
+
+ private:
+  struct Wanted {
+    const char *name;
+    obs_source_t *found;
+  };
+  static bool LookForFilter(void *param, obs_source_t *source) {
+    auto *wanted = static_cast<Wanted *>(param);
+    const bool whole = std::strcmp(obs_source_get_name(source), wanted->name) == 0;
+    std::pair<Wanted *, bool> search(wanted, whole);
+    obs_source_enum_filters(
+        source,
+        [](obs_source_t *, obs_source_t *filter, void *data) {
+          const auto [wanted_filter, any] = *static_cast<std::pair<Wanted *, bool> *>(data);
+          if (wanted_filter->found || std::strcmp(obs_source_get_unversioned_id(filter), kBeauty) != 0) return;
+          if (any || std::strcmp(obs_source_get_name(filter), wanted_filter->name) == 0)
+            wanted_filter->found = obs_source_get_ref(filter);
+        },
+        &search);
+    return !wanted->found;
+  }
+
+  CallControl control_;
+};
+
+// The arguments stand beside "call", or all of them in the text "arguments": the websocket drops lists of texts and of
+// numbers from requests.
+Json ArgumentsOf(obs_data_t *request) {
+  const char *text = obs_data_has_user_value(request, "arguments") ? obs_data_get_string(request, "arguments")
+                                                                   : obs_data_get_json(request);
+  Json arguments = Json::parse(text ? text : "", nullptr, false);
+  if (!arguments.is_object()) throw vanta_operations::BadCommand("'arguments' is no text that holds a JSON object");
+  if (!obs_data_has_user_value(request, "arguments")) arguments.erase("call");
+  return arguments;
+}
+
+void TellResult(const Json &result, obs_data_t *response) {
+  if (result.is_null()) return;
+  const Json named = {{"result", result}};
+  const OBSDataAutoRelease data =
+      obs_data_create_from_json(named.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+  obs_data_apply(response, data);
+}
+
+void Call(obs_data_t *request, obs_data_t *response) {
+  const std::string name = obs_data_get_string(request, "call");
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation(name);
+  if (!operation) return Refuse(response, "no operation is called '" + name + "'");
+  ILumivex *control = FindControl();
+  if (!control || !Controls().HasFilters()) return Refuse(response, kNoBeautyFilter);
+  CallTarget target(*control);
+  try {
+    TellResult(operation->read(ArgumentsOf(request))(target), response);
+    obs_data_set_string(response, "call", name.c_str());
+  } catch (const vanta_operations::BadCommand &reason) {
+    Refuse(response, reason.what());
+  }
+}
+
+// ---- Events ----
+
+std::atomic<uint64_t> statistics_until_ns{0};
+
+void WatchStatistics(obs_data_t *request, obs_data_t *response) {
+  obs_data_item_t *item = obs_data_item_byname(request, "seconds");
+  const bool number = item && obs_data_item_gettype(item) == OBS_DATA_NUMBER;
+  obs_data_item_release(&item);
+  const double seconds = number ? obs_data_get_double(request, "seconds") : -1;
+  if (!(seconds >= 0 && seconds <= kLongestWatch))
+    return Refuse(response, "'seconds' is no number from 0 to " + Number(kLongestWatch));
+  statistics_until_ns = os_gettime_ns() + static_cast<uint64_t>(seconds * 1e9);
+  obs_data_set_double(response, "seconds", seconds);
+}
+
+constexpr NamedRequest kRequests[] = {{"GetStatus", GetStatus},
+                                      {"GetBeauty", GetBeauty},
+                                      {"SetBeauty", SetBeauty},
+                                      {"GetPresets", GetPresets},
+                                      {"ApplyPreset", ApplyPreset},
+                                      {"ResetBeauty", ResetBeauty},
+                                      {"PickKeyColor", PickKey},
+                                      {"GetKey", GetKey},
+                                      {"SetKey", SetKey},
+                                      {"Call", Call},
+                                      {"WatchStatistics", WatchStatistics},
+                                      {nullptr, nullptr}};
 
 }  // namespace
 
 const NamedRequest *Requests() {
   return kRequests;
+}
+
+bool StatisticsAreWatched(uint64_t now_ns) {
+  return now_ns < statistics_until_ns;
+}
+
+void TellStatistics(obs_data_t *response) {
+  const OBSDataArrayAutoRelease list = obs_data_array_create();
+  for (const StatisticsSample &sample : ReadStatistics()) {
+    const OBSDataAutoRelease entry = obs_data_create();
+    obs_data_set_string(entry, "name", sample.name.c_str());
+    obs_data_set_double(entry, "arrived", static_cast<double>(sample.arrived_fps));
+    obs_data_set_double(entry, "processed", static_cast<double>(sample.render_fps));
+    obs_data_set_double(entry, "milliseconds", static_cast<double>(sample.filter_avg));
+    obs_data_set_int(entry, "repeated", sample.empty_dequeue_count);
+    obs_data_set_int(entry, "dropped", sample.drop_count + sample.enqueue_fail_count);
+    obs_data_array_push_back(list, entry);
+  }
+  obs_data_set_array(response, "statistics", list);
 }
 
 void TellLook(obs_data_t *response) {

@@ -1,6 +1,8 @@
 // What other programs may ask for, apart from how they ask.
 #pragma once
 
+#include <cstdint>
+
 #include <obs.h>
 
 namespace vanta_host {
@@ -17,6 +19,10 @@ const NamedRequest *Requests();
 
 // The look as GetBeauty tells it.
 void TellLook(obs_data_t *response);
+// The last ten seconds of each beauty filter, as "statistics".
+void TellStatistics(obs_data_t *response);
+// Somebody has asked for the event. Waits for nothing.
+bool StatisticsAreWatched(uint64_t now_ns);
 const char *EngineStateName();
 
 }  // namespace vanta_host

@@ -17,6 +17,7 @@ namespace {
 
 constexpr char kVendor[] = "vanta_filter";
 constexpr uint64_t kEventPeriodNs = 500000000;
+constexpr uint64_t kStatisticsPeriodNs = 1000000000;
 
 // As the websocket's plug-in takes a request's callback; it keeps a copy.
 struct RequestCallback {
@@ -65,6 +66,12 @@ class Vendor {
       obs_data_set_int(data, "faces", faces);
       Emit("FacesChanged", data);
     }
+    if (StatisticsAreWatched(now_ns) && now_ns - told_ns_ >= kStatisticsPeriodNs) {
+      told_ns_ = now_ns;
+      const OBSDataAutoRelease data = obs_data_create();
+      TellStatistics(data);
+      Emit("Statistics", data);
+    }
   }
 
  private:
@@ -107,6 +114,7 @@ class Vendor {
   proc_handler_t *handler_ = nullptr;
   void *vendor_ = nullptr;
   uint64_t looked_ns_ = 0;
+  uint64_t told_ns_ = 0;
   uint64_t changes_ = 0;
   std::string engine_;
   int faces_ = 0;

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "commands/operations.h"
+#include "vanta_operations/operations.h"
 
 namespace vanta_run {
 namespace {
@@ -40,7 +40,7 @@ OPERATIONS, with their arguments; what stands in brackets may be left out
 constexpr char kCommandsTail[] =
     R"(
   The type of an intensity or effect is its number, or its name as --beauty and --stage have it. Paths go to
-  the engine as they stand. SetMagicEffectForSources finds the filter under the name "beauty".
+  the engine as they stand. SetMagicEffectForSources knows the sources "beauty", the filter, and "video".
 )";
 
 // In lines that fit a terminal, cut behind commas.
@@ -60,7 +60,7 @@ std::vector<std::string> Folded(const std::string &text) {
 
 std::string CommandsHelpText() {
   std::string text = kCommands;
-  for (const Operation &operation : Operations()) {
+  for (const vanta_operations::Operation &operation : vanta_operations::Operations()) {
     text += "  " + std::string(operation.name) + "\n";
     for (const std::string &line : Folded(operation.forms)) text += "      " + line + "\n";
   }

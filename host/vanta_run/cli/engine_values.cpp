@@ -9,6 +9,7 @@
 
 #include "common/failure.h"
 #include "common/option_values.h"
+#include "vanta_operations/stages.h"
 
 namespace vanta_run {
 namespace {
@@ -135,11 +136,12 @@ void ReadStages(const std::string &value, Options &options) {
   const auto pairs = ParsePairs(value);
   if (!pairs) throw Failure(kExitUsage, "--stage", "bad value '" + value + "'", kRemedy);
   for (const auto &[name, text] : *pairs) {
-    const auto type = FindEffectType(name);
+    const auto type = vanta_operations::FindEffectType(name);
     const auto on = ParseOnOff(text);
     if (!type) {
       std::string names;
-      for (const StageInfo &stage : kStages) names += (names.empty() ? "" : ", ") + std::string(stage.name);
+      for (const vanta_operations::StageInfo &stage : vanta_operations::kStages)
+        names += (names.empty() ? "" : ", ") + std::string(stage.name);
       throw Failure(kExitUsage, "--stage", "no stage is called '" + name + "'", "known are " + names);
     }
     if (!on) throw Failure(kExitUsage, "--stage", "bad value '" + value + "'", kRemedy);
@@ -214,7 +216,8 @@ std::vector<OptionItem> SlimItems() {
 
 std::vector<OptionItem> StageItems() {
   std::vector<OptionItem> items;
-  for (const StageInfo &stage : kStages) items.push_back({std::string(stage.name), std::string(stage.what)});
+  for (const vanta_operations::StageInfo &stage : vanta_operations::kStages)
+    items.push_back({std::string(stage.name), std::string(stage.what)});
   return items;
 }
 

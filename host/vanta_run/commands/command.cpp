@@ -1,21 +1,25 @@
 #include "commands/command.h"
 
 #include "commands/settings_update.h"
-#include "commands/values.h"
+#include "common/source_names.h"
 #include "vanta_host.h"
+#include "vanta_operations/values.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
 // The object of an update, checked.
 template <>
 struct Value<Json> {
   static void Read(const Json &value, Json &field) {
-    CheckSettings(value);
+    vanta_run::CheckSettings(value);
     field = value;
   }
   static std::string Form() { return "object"; }
 };
 
+}  // namespace vanta_operations
+
+namespace vanta_run {
 namespace {
 
 // The parser's own words, from the place on: "column 5: syntax error while ...".
@@ -55,13 +59,23 @@ std::optional<vanta_host_switch> FindSwitch(const std::string &name) {
   return std::nullopt;
 }
 
+// A script is read before the run has its sources, but their names are known.
+void CheckSources(const Json &names) {
+  for (const Json &name : names) {
+    if (name != kFilterName && name != kSourceName)
+      throw BadCommand("member 'sources' names no source '" + name.get<std::string>() + "'");
+  }
+}
+
 Command ReadCall(Json json) {
   if (!json["call"].is_string()) throw BadCommand("member 'call' is no text");
   const auto name = json["call"].get<std::string>();
   json.erase("call");
-  const Operation *operation = FindOperation(name);
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation(name);
   if (operation == nullptr) throw BadCommand("no operation is called '" + name + "'");
-  return {name, operation->read(json)};
+  Command command{name, operation->read(json)};
+  if (json.contains("sources")) CheckSources(json["sources"]);
+  return command;
 }
 
 Command ReadUpdate(const Json &json) {

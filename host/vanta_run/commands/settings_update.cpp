@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <mutex>
 
-#include "commands/values.h"
 #include "vanta_filter/engine/ability_handler.h"
+#include "vanta_operations/values.h"
 
 namespace vanta_run {
 namespace {

@@ -6,11 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "commands/members.h"
+#include "vanta_operations/members.h"
 
 class ILiveEffectJsonAbilityHandler;
 
 namespace vanta_run {
+
+using vanta_operations::BadCommand;
+using vanta_operations::Json;
+using vanta_operations::Members;
 
 // Throws BadCommand where it is no object, or one of the filter's own keys has the wrong type. Other keys are the
 // engine's. "effect_json_ability_handler" is true or false here: an address would be worth nothing.

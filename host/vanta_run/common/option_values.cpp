@@ -2,9 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <tuple>
-
-#include <lumivex/lumivex_values.h>
 
 namespace vanta_run {
 namespace {
@@ -18,19 +15,6 @@ std::optional<T> Whole(std::string_view text, int base = 10) {
 }
 
 }  // namespace
-
-const std::array<StageInfo, 9> kStages = {{
-    {"beauty", lumivex::kEffectBeauty, "smooth, whiten, ruddy"},
-    {"adjust", lumivex::kEffectAdjust, "sharpen, brightness, contrast"},
-    {"lookup", lumivex::kEffectLookup, "the colour table"},
-    {"relight", lumivex::kEffectRelight, "the soft key light"},
-    {"green-matting", lumivex::kEffectGreenMatting, "a green backdrop replaced by a dark grey one; off at the start"},
-    {"makeup", lumivex::kEffectMakeup, "layers of makeup"},
-    {"deform", lumivex::kEffectDeform, "shapes of the face"},
-    {"body-slimming", lumivex::kEffectBodySlimming, "shapes of the body"},
-    {"magic", lumivex::kEffectMagic, "effects, gifts, media, the interactive box"},
-}};
-static_assert(std::tuple_size_v<decltype(kStages)> == lumivex::kEffectTypeCount);
 
 std::optional<double> ParseNumber(std::string_view text) {
   double value = 0;
@@ -90,13 +74,6 @@ std::optional<bool> ParseOnOff(std::string_view text) {
 std::optional<uint32_t> ParseColor(std::string_view text) {
   if (text.size() != 6) return std::nullopt;
   return Whole<uint32_t>(text, 16);
-}
-
-std::optional<LXEffectType> FindEffectType(std::string_view name) {
-  for (const StageInfo &stage : kStages) {
-    if (stage.name == name) return stage.type;
-  }
-  return std::nullopt;
 }
 
 std::optional<std::vector<std::pair<std::string, std::string>>> ParsePairs(std::string_view text) {

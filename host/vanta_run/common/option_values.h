@@ -1,7 +1,6 @@
 // Values of command-line options: text in, number or list out. Empty where the text is no such value.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,16 +18,6 @@ std::optional<PictureSize> ParseSize(std::string_view text);  // "1280x720", 16 
 std::optional<FrameRate> ParseRate(std::string_view text);    // "30", "29.97", "30000/1001"; 1 to 240
 std::optional<bool> ParseOnOff(std::string_view text);        // on, off, true, false, 1, 0
 std::optional<uint32_t> ParseColor(std::string_view text);    // "RRGGBB"
-
-// A whole stage of the engine, as people name it.
-struct StageInfo {
-  std::string_view name;
-  LXEffectType type;
-  std::string_view what;
-};
-// All that the engine has.
-extern const std::array<StageInfo, 9> kStages;
-std::optional<LXEffectType> FindEffectType(std::string_view name);
 
 // "a=1,b=2" as pairs of texts; empty where an item lacks its name or its value.
 std::optional<std::vector<std::pair<std::string, std::string>>> ParsePairs(std::string_view text);

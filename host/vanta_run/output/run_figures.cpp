@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
-#include "common/statistics_json.h"
 #include "output/engine_report.h"
 #include "output/run_figures.h"
 #include "vanta_host.h"
+#include "vanta_operations/statistics_json.h"
 
 namespace vanta_run {
 namespace {
@@ -138,7 +138,7 @@ Json EngineJson(const Options &options, const RunFigures &figures) {
 Json AggregatesJson(const std::vector<Aggregate> &aggregates) {
   Json all = Json::array();
   for (const Aggregate &aggregate : aggregates) {
-    Json json = StatisticsJson({aggregate.sample})[0];
+    Json json = vanta_operations::StatisticsJson({aggregate.sample})[0];
     json["seconds"] = Rounded(aggregate.seconds);
     all.push_back(std::move(json));
   }
@@ -229,7 +229,7 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
       {"cost_us",
        {{"filter_video", Distribution(figures.filter_costs)}, {"video_render", Distribution(figures.draw_costs)}}},
       {"engine", EngineJson(options, figures)},
-      {"statistics", StatisticsJson(figures.statistics)},
+      {"statistics", vanta_operations::StatisticsJson(figures.statistics)},
       {"aggregates", AggregatesJson(figures.aggregates)},
       {"commands", CommandsJson(figures)},
       {"ability_calls", AbilitiesJson(figures.abilities)},

@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "commands/operations.h"
+#include "commands/command.h"
 #include "fakes/control/recording_control.h"
 
 namespace vanta_test {
 
-// Every known source is one and the same invalid address: nothing looks behind it.
+// Every source but "gone" is one and the same invalid address: nothing looks behind it.
 class FakeTarget final : public vanta_run::CommandTarget {
  public:
   RecordingControl control;
@@ -19,7 +19,7 @@ class FakeTarget final : public vanta_run::CommandTarget {
   ILumivex &Control() override { return control; }
   obs_source_t *TakeSource(const std::string &name) override {
     sources.push_back(name);
-    return reinterpret_cast<obs_source_t *>(1);
+    return name == "gone" ? nullptr : reinterpret_cast<obs_source_t *>(1);
   }
   void Update(const std::string &settings) override { updates.push_back(settings); }
   void Quit() override { quit = true; }

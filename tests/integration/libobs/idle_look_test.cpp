@@ -72,5 +72,25 @@ TEST_F(IdleLook, ShowsNoOldPictureWhenItComesBack) {
   for (const FedFrame &frame : chain_.behind.TakeFrames()) EXPECT_GE(frame.Luma(0, 0), kAfter);
 }
 
+// It may send commands that no look holds.
+TEST_F(IdleLook, WorksAgainOnceTheApplicationHasTheControlObject) {
+  SetAll(0);
+  for (int i = 0; i < 5; ++i) FeedThrough(source_, chain_, MakeFrame(kBefore));
+  session_.Control().SetNaturalityIntensity(0.25f);
+  vanta_test::WaitUntil(
+      [&] {
+        FeedThrough(source_, chain_, MakeFrame(kBefore));
+        return scripted_engine::Count("setNaturalityIntensity(0.25)") > 0;
+      },
+      "the command at the engine");
+  const uint64_t given = scripted_engine::FramesTaken();
+  vanta_test::WaitUntil(
+      [&] {
+        FeedThrough(source_, chain_, MakeFrame(kBefore));
+        return scripted_engine::FramesTaken() > given + 4;
+      },
+      "frames at the engine");
+}
+
 }  // namespace
 }  // namespace vanta_integration

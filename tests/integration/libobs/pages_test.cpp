@@ -230,6 +230,7 @@ TEST_F(BeautyPage, ForgetsTheLookWithTheLastFilter) {
   }
   const OBSSourceAutoRelease next = MakeFilter(kBeauty);
   EXPECT_EQ(Int(next, "beauty_smooth"), 35);
+  EXPECT_EQ(log_.CountWith(std::string(kSetBeauty) + ", intensity=0.35,type=0"), 0u);  // nothing to be taken back
 }
 
 TEST_F(BeautyPage, GoesBackToTheDefaultsAsAUserAsksForThem) {
@@ -248,6 +249,7 @@ TEST_F(BeautyPage, TakesSettingsBackAsUndoDoes) {
   const OBSSourceAutoRelease one = MakeFilter(kBeauty), other = MakeFilter(kBeauty);
   const std::string before = obs_data_get_json(SettingsOf(one));
   Page(one).SetInt("beauty_smooth", 80);
+  EXPECT_EQ(Int(other, "beauty_smooth"), 80);
   const OBSDataAutoRelease saved = obs_data_create_from_json(before.c_str());
   obs_source_reset_settings(one, saved);
   WaitForTicks(2);
@@ -322,6 +324,16 @@ TEST_F(GreenScreenPage, ShowsWhatAConfigSays) {
   WaitForTicks(2);
   EXPECT_NEAR(obs_data_get_double(SettingsOf(filter), "key_alpha_up"), 10, 1e-9);
   EXPECT_NEAR(obs_data_get_double(SettingsOf(filter), "key_similarity"), 40, 1e-9);
+}
+
+TEST_F(GreenScreenPage, HasWholeNumbersOfPerCent) {
+  const OBSSourceAutoRelease filter = MakeFilter(
+      kGreenScreen, [](obs_data_t *settings) { obs_data_set_string(settings, "config", R"({"similarity":0.29})"); });
+  const Page page(filter);
+  EXPECT_EQ(obs_property_get_type(page["key_similarity"]), OBS_PROPERTY_INT);
+  EXPECT_STREQ(obs_property_int_suffix(page["key_similarity"]), " %");
+  EXPECT_EQ(Int(filter, "key_similarity"), 29);
+  EXPECT_EQ(obs_property_get_type(page["key_alpha_shrink"]), OBS_PROPERTY_FLOAT);
 }
 
 TEST_F(GreenScreenPage, LogsAConfigThatIsNoObjectAsTheModuleDoes) {

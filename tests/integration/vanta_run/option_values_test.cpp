@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <lumivex/lumivex_values.h>
 
+#include "vanta_operations/stages.h"
+
 namespace vanta_run {
 namespace {
 
@@ -57,8 +59,8 @@ TEST(OptionValues, PairsNeedANameAndAValueEach) {
 }
 
 TEST(OptionValues, EffectsHaveTheEnginesNumbers) {
-  EXPECT_EQ(FindEffectType("green-matting"), lumivex::kEffectGreenMatting);
-  EXPECT_FALSE(FindEffectType("charm"));
+  EXPECT_EQ(vanta_operations::FindEffectType("green-matting"), lumivex::kEffectGreenMatting);
+  EXPECT_FALSE(vanta_operations::FindEffectType("charm"));
 }
 
 }  // namespace

@@ -33,6 +33,7 @@ struct Target {
 const std::string kBase = "base/include/";
 const std::string kContracts = "plugins/vanta_filter/include/";
 const std::string kKeyingHeaders = "host/keying/include/";
+const std::string kOperations = "host/operations/include/";
 const std::string kHostHeader = "host/vanta_host/include/";
 const std::string kEngineHeaders = "engines/lumivex/include/";
 const std::string kRunnerHeaders = "engines/tessera/include/";
@@ -51,9 +52,18 @@ const std::vector<Target> &House() {
         {"module"}},
        {kBase}},
       {"host/keying/", {{"include"}}, {}},
+      {"host/operations/", {{"include"}}, {kBase, kContracts, kEngineHeaders}},
       {"host/vanta_host/",
-       {{"include"}, {"textures"}, {"reports"}, {"controls"}, {"pages"}, {"remote"}, {"registration"}, {"supervision"}},
-       {kBase, kContracts, kKeyingHeaders, kEngineHeaders}},
+       {{"include"},
+        {"textures"},
+        {"reports"},
+        {"module"},
+        {"controls"},
+        {"pages"},
+        {"remote"},
+        {"registration"},
+        {"supervision"}},
+       {kBase, kContracts, kKeyingHeaders, kOperations, kEngineHeaders}},
       {"engines/tessera/",
        {{"include"},
         {"platform", "vision"},
@@ -81,7 +91,7 @@ const std::vector<Target> &House() {
         {"plot"},
         {"session"},
         {"cli"}},
-       {kBase, kContracts, kKeyingHeaders, kHostHeader, kEngineHeaders}},
+       {kBase, kContracts, kKeyingHeaders, kOperations, kHostHeader, kEngineHeaders}},
       {"docs/examples/", {}, {kBase, kContracts, kHostHeader, kEngineHeaders}},
   };
   return house;

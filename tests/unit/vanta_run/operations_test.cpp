@@ -89,7 +89,8 @@ INSTANTIATE_TEST_SUITE_P(All, OperationByName, testing::ValuesIn(kReached),
 TEST(Operations, AllThirtyThreeAreReachedAbove) {
   std::set<std::string> reached, known;
   for (const Reached &one : kReached) reached.insert(NameOf(one));
-  for (const vanta_run::Operation &operation : vanta_run::Operations()) known.insert(std::string(operation.name));
+  for (const vanta_operations::Operation &operation : vanta_operations::Operations())
+    known.insert(std::string(operation.name));
   EXPECT_EQ(known.size(), 33u);
   EXPECT_EQ(reached, known);
 }
@@ -125,8 +126,17 @@ TEST(Operations, SourcesAreLookedUpWhenTheCommandIsSent) {
   EXPECT_EQ(target.sources, std::vector<std::string>{"beauty"});
 }
 
+TEST(Operations, AreNotCalledWhereASourceIsMissing) {
+  FakeTarget target;
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation("SetMagicEffectForSources");
+  const auto action =
+      operation->read(Json::parse(R"({"sources":["gone"],"request":{"path":"","slot":0,"flag":true}})"));
+  EXPECT_THROW(action(target), vanta_operations::BadCommand);
+  EXPECT_TRUE(target.control.calls.empty());
+}
+
 TEST(Operations, HelpNamesArgumentsAndWhatMayBeLeftOut) {
-  const vanta_run::Operation *operation = vanta_run::FindOperation("SetBeautyGroupPath");
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation("SetBeautyGroupPath");
   ASSERT_NE(operation, nullptr);
   EXPECT_EQ(operation->forms, "path: text, [is_group: true or false]");
 }

@@ -1,13 +1,13 @@
-#include "commands/values.h"
+#include "vanta_operations/values.h"
 
 #include <cmath>
 #include <cstring>
 
 #include <lumivex/lumivex_values.h>
 
-#include "common/option_values.h"
+#include "vanta_operations/stages.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
 bool ReadBool(const Json &value) {
   if (!value.is_boolean()) throw BadCommand("is neither true nor false");
@@ -58,4 +58,4 @@ LXEffectType ReadEffectType(const Json &value) {
   return *type;
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

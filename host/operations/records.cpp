@@ -1,9 +1,8 @@
-#include "commands/records.h"
+#include "vanta_operations/records.h"
 
-#include "commands/values.h"
-#include "common/source_names.h"
+#include "vanta_operations/values.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
 void ListMembers(Members &members, LXGroupConfig &record) {
   members.Need("path", record.path);
@@ -64,13 +63,10 @@ void ListMembers(Members &members, FacelessEngineSnapshot &record) {
 
 void Value<SourceNames>::Read(const Json &value, SourceNames &field) {
   Value<std::vector<std::string>>::Read(value, field.names);
-  for (const std::string &name : field.names) {
-    if (name != kFilterName && name != kSourceName) throw BadCommand("names no source '" + name + "'");
-  }
 }
 
 std::string Value<SourceNames>::Form() {
-  return std::string("[\"") + kFilterName + "\" or \"" + kSourceName + "\", ..]";
+  return "[name of a source, ..]";
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

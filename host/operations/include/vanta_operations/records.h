@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "commands/members.h"
 #include "vanta_filter/engine/records.h"
+#include "vanta_operations/members.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
-// The sources of a run, by name: `MagicEffectForSources` takes the filters among them.
+// Sources of the host, by name: `SetMagicEffectForSources` takes the beauty filters among them.
 struct SourceNames {
   std::vector<std::string> names;
 };
@@ -30,4 +30,4 @@ struct Value<SourceNames> {
   static std::string Form();
 };
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

@@ -1,31 +1,36 @@
-#include "commands/operations.h"
+#include "vanta_operations/operations.h"
 
 #include <list>
 #include <memory>
 #include <tuple>
 #include <utility>
 
-#include "commands/records.h"
-#include "commands/values.h"
-#include "common/statistics_json.h"
+#include "vanta_operations/records.h"
+#include "vanta_operations/statistics_json.h"
+#include "vanta_operations/values.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 namespace {
 
 // What a line keeps of an argument until the call. Sources are looked up at the call: a line is read before they exist.
 template <typename Param>
 struct Kept {
   using Type = std::decay_t<Param>;
-  static const Type &Give(const Type &kept, CommandTarget &) { return kept; }
+  static const Type &Give(const Type &kept, OperationTarget &) { return kept; }
 };
 
 template <>
 struct Kept<std::list<obs_source_t *>> {
   using Type = SourceNames;
-  static std::list<obs_source_t *> Give(const SourceNames &kept, CommandTarget &target) {
+  static std::list<obs_source_t *> Give(const SourceNames &kept, OperationTarget &target) {
     std::list<obs_source_t *> sources;
     for (const std::string &name : kept.names) {
-      if (obs_source_t *source = target.TakeSource(name)) sources.push_back(source);
+      obs_source_t *source = target.TakeSource(name);
+      if (!source) {
+        for (obs_source_t *taken : sources) obs_source_release(taken);
+        throw BadCommand("member 'sources' names no source '" + name + "'");
+      }
+      sources.push_back(source);
     }
     return sources;
   }
@@ -42,7 +47,7 @@ Json ResultJson(const std::vector<StatisticsSample> &samples) {
 template <typename Class, typename Result, typename... Params>
 Action MakeAction(Result (Class::*operation)(Params...),
                   std::shared_ptr<const std::tuple<typename Kept<Params>::Type...>> arguments) {
-  return [operation, arguments = std::move(arguments)](CommandTarget &target) -> Json {
+  return [operation, arguments = std::move(arguments)](OperationTarget &target) -> Json {
     return std::apply(
         [&](const auto &...kept) -> Json {
           if constexpr (std::is_void_v<Result>) {
@@ -144,4 +149,4 @@ const Operation *FindOperation(std::string_view name) {
   return nullptr;
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

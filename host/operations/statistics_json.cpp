@@ -1,8 +1,8 @@
-#include "common/statistics_json.h"
+#include "vanta_operations/statistics_json.h"
 
 #include <cmath>
 
-namespace vanta_run {
+namespace vanta_operations {
 
 nlohmann::ordered_json StatisticsJson(const std::vector<StatisticsSample> &samples) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
@@ -28,4 +28,4 @@ nlohmann::ordered_json StatisticsJson(const std::vector<StatisticsSample> &sampl
   return all;
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

@@ -1,6 +1,6 @@
-#include "commands/members.h"
+#include "vanta_operations/members.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
 std::string Placed(const std::string &place, const std::string &reason) {
   for (const char *start : {"member ", "no member ", "item "}) {
@@ -34,4 +34,4 @@ void Members::Describe(const char *name, const std::string &form, bool required)
   forms_ += required ? text : "[" + text + "]";
 }
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

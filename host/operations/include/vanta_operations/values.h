@@ -10,10 +10,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "commands/members.h"
 #include "vanta_filter/engine/records.h"
+#include "vanta_operations/members.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
 // Throw BadCommand.
 bool ReadBool(const Json &value);
@@ -157,4 +157,4 @@ struct Value<T> {
   }
 };
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

@@ -11,4 +11,8 @@ void RememberModule(const void *address);
 // Null while no module that exports the getter is loaded. The object lives as long as the module. Threads: any.
 ILumivex *FindControl();
 
+// The application has asked for the control object in this session: it may send commands that nobody here sees.
+bool ApplicationDrives();
+void ForgetApplication();
+
 }  // namespace vanta_host

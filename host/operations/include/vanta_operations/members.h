@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace vanta_run {
+namespace vanta_operations {
 
 using Json = nlohmann::ordered_json;
 
@@ -71,4 +71,4 @@ class Members {
   std::string forms_;
 };
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

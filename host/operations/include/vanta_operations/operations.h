@@ -1,4 +1,4 @@
-// The control object's operations by their names: how a line's members become a call.
+// The control object's operations by their names: how the members of a JSON object become a call.
 #pragma once
 
 #include <obs.h>
@@ -8,25 +8,23 @@
 #include <string_view>
 #include <vector>
 
-#include "commands/members.h"
 #include "vanta_filter/engine/i_faceless.h"
+#include "vanta_operations/members.h"
 
-namespace vanta_run {
+namespace vanta_operations {
 
-// What a command works on.
-class CommandTarget {
+// What an operation works on.
+class OperationTarget {
  public:
-  virtual ~CommandTarget() = default;
+  virtual ~OperationTarget() = default;
   virtual ILumivex &Control() = 0;
-  // A new reference, or null where the run has no such source.
+  // A new reference, or null where the host has no such source.
   virtual obs_source_t *TakeSource(const std::string &name) = 0;
-  // Applies the object as one update of the filter.
-  virtual void Update(const std::string &settings) = 0;
-  virtual void Quit() = 0;
 };
 
-// Done on [control]. What it gives back is the operation's result; null for those without one.
-using Action = std::function<Json(CommandTarget &)>;
+// Done on [control]. What it gives back is the operation's result; null for those without one. Throws BadCommand, with
+// nothing done, where a source is missing.
+using Action = std::function<Json(OperationTarget &)>;
 
 struct Operation {
   std::string_view name;
@@ -39,4 +37,4 @@ const std::vector<Operation> &Operations();
 // Null for a name that none has.
 const Operation *FindOperation(std::string_view name);
 
-}  // namespace vanta_run
+}  // namespace vanta_operations

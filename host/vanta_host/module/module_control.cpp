@@ -1,7 +1,8 @@
-#include "registration/module_control.h"
+#include "module/module_control.h"
 
 #include <dlfcn.h>
 
+#include <atomic>
 #include <string>
 
 #include "vanta_base/mutex.h"
@@ -15,6 +16,8 @@ using vanta::MutexLock;
 
 using FindFacelessInstance = bool (*)(void **out);
 constexpr const char *kGetterName = "FindFacelessInstance";
+
+std::atomic<bool> application_drives{false};
 
 struct Module {
   Mutex mutex;
@@ -69,8 +72,18 @@ ILumivex *FindControl() {
   return static_cast<ILumivex *>(control);
 }
 
+bool ApplicationDrives() {
+  return application_drives;
+}
+
+void ForgetApplication() {
+  application_drives = false;
+}
+
 }  // namespace vanta_host
 
 void *vanta_host_get_faceless(void) {
-  return vanta_host::FindControl();
+  ILumivex *control = vanta_host::FindControl();
+  if (control) vanta_host::application_drives = true;
+  return control;
 }
