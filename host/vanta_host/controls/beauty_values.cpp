@@ -60,6 +60,12 @@ const std::array<BeautyValue, kValueCount> &BeautyValues() {
   return kValues;
 }
 
+size_t FirstValue(ValueKind kind) {
+  size_t index = 0;
+  while (kValues[index].kind != kind) ++index;
+  return index;
+}
+
 size_t FindBeautyValue(std::string_view name) {
   size_t index = 0;
   while (index < kValueCount && kValues[index].name != name) ++index;

@@ -19,10 +19,12 @@ struct BeautyValue {
   int initial;           // per cent: what an engine starts with
 };
 
-inline constexpr size_t kValueCount = 25;
+inline constexpr size_t kValueCount = 31;
 
 // In the order of the page.
 const std::array<BeautyValue, kValueCount> &BeautyValues();
+// Where the values of a kind begin in the table: each kind stands together.
+size_t FirstValue(ValueKind kind);
 // Its place in the table; kValueCount for a name that none has.
 size_t FindBeautyValue(std::string_view name);
 

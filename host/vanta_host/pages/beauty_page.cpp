@@ -113,7 +113,15 @@ void AddValues(obs_properties_t *page, size_t first, size_t end) {
   }
 }
 
-constexpr size_t kFirstMore = 3, kFirstFace = 13, kFirstBody = 18;
+constexpr size_t kFirstMore = 3;  // the page shows those before it always
+
+size_t FirstOfFace() {
+  return FirstValue(ValueKind::kDeform);
+}
+
+size_t FirstOfBody() {
+  return FirstValue(ValueKind::kBody);
+}
 
 void AddGroup(obs_properties_t *page, const char *name, const char *text, size_t first, size_t end) {
   obs_properties_t *group = obs_properties_create();
@@ -147,7 +155,7 @@ void AddStrength(obs_properties_t *page, const char *list, const char *setting, 
 
 bool OnMore(obs_properties_t *page, obs_property_t *, obs_data_t *settings) {
   const bool more = obs_data_get_bool(settings, kMore);
-  for (size_t i = kFirstMore; i < kFirstFace; ++i) SetVisible(page, {BeautyValues()[i].setting}, more);
+  for (size_t i = kFirstMore; i < FirstOfFace(); ++i) SetVisible(page, {BeautyValues()[i].setting}, more);
   SetVisible(page,
              {kFaceGroup, kBodyGroup, kLookupSetting, kLookupStrengthSetting, kMakeupSetting, kMakeupStrengthSetting,
               kEffectSetting, kLookGroup},
@@ -158,9 +166,9 @@ bool OnMore(obs_properties_t *page, obs_property_t *, obs_data_t *settings) {
 
 void AddMore(obs_properties_t *page, const BeautyLook &look) {
   obs_property_set_modified_callback(AddSwitch(page, kMore, "Page.More"), OnMore);
-  AddValues(page, kFirstMore, kFirstFace);
-  AddGroup(page, kFaceGroup, "Group.Face", kFirstFace, kFirstBody);
-  AddGroup(page, kBodyGroup, "Group.Body", kFirstBody, kValueCount);
+  AddValues(page, kFirstMore, FirstOfFace());
+  AddGroup(page, kFaceGroup, "Group.Face", FirstOfFace(), FirstOfBody());
+  AddGroup(page, kBodyGroup, "Group.Body", FirstOfBody(), kValueCount);
   AddResources(page, ResourceKind::kLookup, kLookupSetting, "Lookup", look.lookup);
   AddStrength(page, kLookupSetting, kLookupStrengthSetting, "LookupStrength");
   AddResources(page, ResourceKind::kMakeup, kMakeupSetting, "Makeup", look.makeup);

@@ -120,7 +120,7 @@ TEST_F(LookCommands, SnapshotHoldsEveryValueAndWhatTheLookDoesNotKnow) {
   look.percent[At("smooth")] = 80;
   PutIntoSnapshot(look, {{}, {}}, snapshot);
   EXPECT_EQ(snapshot.model_root_path, "/models");
-  EXPECT_EQ(snapshot.beauty.size(), 7u);
+  EXPECT_EQ(snapshot.beauty.size(), 13u);
   EXPECT_EQ(snapshot.deform.size(), 11u);
   EXPECT_EQ(snapshot.body_slimming.size(), 7u);
   EXPECT_FLOAT_EQ(snapshot.beauty[LXBeautyType{0}], 0.8f);
