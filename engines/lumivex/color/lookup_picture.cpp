@@ -37,7 +37,7 @@ void CopyEntries(const cv::Mat &picture, int tiles, float white, LookupTable &ta
 }  // namespace
 
 LookupFile ReadLookupPicture(const std::string &path) {
-  const LookupFile unreadable{nullptr, "it is no picture that can be read", "save the table as a PNG picture"};
+  LookupFile unreadable{nullptr, "it is no picture that can be read", "save the table as a PNG picture"};
   const auto [fault, bytes] = ReadRegularFile(path, kMostBytes);
   if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 16 MiB", "save the table as a PNG picture"};
   const auto size = ReadPictureSize(bytes);

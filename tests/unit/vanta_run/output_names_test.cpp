@@ -116,7 +116,7 @@ TEST_F(SharedFiles, NothingInAFolderThatIsReadIsReplaced) {
   }
   Options run;
   run.input = "color:000000";
-  run.makeup = {{In("other"), 1}, {In("fx"), 1}};
+  run.makeup = {{In("other"), 1, ""}, {In("fx"), 1, ""}};
   run.report = In("fx/part/a.png");
   EXPECT_THAT(RefusalOf(run), HasSubstr("in the folder of --makeup"));
 }
