@@ -108,7 +108,7 @@ class NoiseMeter {
       for (uint32_t x = 1; x + 1 < picture.width; ++x) {
         if (!map.cells[CellAt(x, picture.width, y, picture.height)]) continue;
         const uint8_t *at = picture.rgba + y * picture.stride + size_t{x} * 4 + channel;
-        const auto row = [at](const uint8_t *middle) { return middle[-4] - 2 * middle[0] + middle[4]; };
+        const auto row = [](const uint8_t *middle) { return middle[-4] - 2 * middle[0] + middle[4]; };
         sum_ += std::abs(row(at - picture.stride) - 2 * row(at) + row(at + picture.stride));
         ++count_;
       }

@@ -37,7 +37,7 @@ std::string FindModelFile(const std::string &name, const std::string &model_fold
 
 std::string FindCascade(const std::string &name, const std::string &model_folder,
                         const std::vector<std::string> &model_files) {
-  const std::string own = FindModelFile(name, model_folder, model_files);
+  std::string own = FindModelFile(name, model_folder, model_files);
   if (!own.empty()) return own;
   const fs::path package(CascadePackageFolder());
   return FirstFile({package / name, package.parent_path() / "lbpcascades" / name});

@@ -269,7 +269,7 @@ TEST(RunHelp, BashIsOfferedOptionsValuesAndFiles) {
   WriteFile(workplace / "my clip.mp4", "");
   EXPECT_EQ(Offered(workplace, "--dump"), "--dump-frame\n");
   EXPECT_EQ(Offered(workplace, "--input my"), "my clip.mp4\n");
-  EXPECT_EQ(Offered(workplace, "--deform eye"), "eye_size=\n");
+  EXPECT_EQ(Offered(workplace, "--deform eye"), "eye_size= eye_distance=\n");
   EXPECT_EQ(Offered(workplace, "--async-commands o"), "on off\n");
   EXPECT_EQ(Offered(workplace, "moni"), "monitor\n");
   EXPECT_EQ(Offered(workplace, "monitor --"), "--ports --seconds --help\n");
