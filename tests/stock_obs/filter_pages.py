@@ -7,6 +7,7 @@ from obs_client import await_value
 
 LIBDIR = "lib"
 LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
+TITLE_HEIGHT = 22  # of a window
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 
 
@@ -56,12 +57,23 @@ def scroll(steps):
 
 def open_filters(obs, source):
     """Opens the window at the place that the positions here count on. The window."""
-    obs.ask("OpenInputFiltersDialog", inputName=source)
-    window = await_value("the filters' window", lambda: xdotool("search", "--onlyvisible", "--name", source)).split()[-1]
+
+    def opened():  # asked again, since one that is still closing is not opened anew
+        obs.ask("OpenInputFiltersDialog", inputName=source)
+        time.sleep(1)
+        return xdotool("search", "--onlyvisible", "--name", source)
+
+    window = await_value("the filters' window", opened).split()[-1]
     xdotool("windowsize", window, WIDTH, HEIGHT)
     xdotool("windowmove", window, LEFT, TOP)
     time.sleep(1.5)
     return window
+
+
+def cancel(dialog):
+    """By its button, at the lower right: Escape may reach the window behind it, too. xdotool counts the title twice."""
+    place = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", dialog).splitlines())
+    click(int(place["X"]) + int(place["WIDTH"]) - 60, int(place["Y"]) + int(place["HEIGHT"]) - 30 - TITLE_HEIGHT)
 
 
 def show_page(index):

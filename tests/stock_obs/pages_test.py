@@ -121,7 +121,7 @@ def change_while_in_use(obs, steps):
         obs.vendor("SetKey", source="clip", filter=GREEN, config=json.dumps({"similarity": step / 10}))
         obs.screenshot("clip", 64, 36)
     steps.keep("color-dialog")
-    xdotool("key", "--window", dialog.split()[-1], "Escape")
+    filter_pages.cancel(dialog.split()[-1])
     await_value("the color dialog is closed", lambda: not xdotool("search", "--onlyvisible", "--name", "[Cc]olor"))
     obs.vendor("SetKey", source="clip", filter=GREEN, config='{"similarity":0.667}')
 
@@ -129,7 +129,6 @@ def change_while_in_use(obs, steps):
 def follow_others(obs, steps):
     """A page shows what was changed elsewhere, a while later."""
     obs.vendor("SetBeauty", smooth=0.3)
-    filter_pages.open_filters(obs, "clip")  # Escape may have closed the window behind the dialog, too
     show_page(0)
 
     def slider():
