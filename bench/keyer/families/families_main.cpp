@@ -1,6 +1,7 @@
 // keyer_families [--quick] [training]: alpha on families of synthetic takes, by family and backing. Ours is the effect
 // file's arithmetic on the CPU with nothing but the picked key colour; the public formulas are tuned on each take with
-// its truth. The constants were chosen on the seeds of `training`; the table is of others. --quick: the plain families.
+// its truth. The constants were chosen on seeds 1 to 4, of which `training` shows the first; the table is of another.
+// --quick: the plain families.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -50,6 +50,8 @@ ReferenceKey::Pixel ReferenceKey::At(const uint8_t *p) const {
   const float u = (b - pixel.luma) / 0.886f, v = (r - pixel.luma) / 0.701f;
   const float along = u * y_ + v * x_, across = std::fabs(v * y_ - u * x_);
   pixel.along = along / z_;
+  pixel.greener = Saturate(constants_.greener *
+                           (std::max(0.0f, u * x_ - v * y_) / std::max(along, 0.05f) - constants_.greener_from));
   pixel.raw = std::max(0.0f, along - std::max(0.0f, across - std::max(along, 0.0f) * inner_) /
                                          std::max(outer_ - inner_, 1e-4f)) /
               z_;
@@ -96,7 +98,7 @@ void ReferenceKey::FollowRatio() {
     sum += cell.certainty;
     ratios += cell.certainty * cell.ratio;
   }
-  ratio_ = std::clamp(Lerp(ratio_, ratios / sum, constants_.ratio_rate), 0.85f, 1.15f);
+  ratio_ = std::clamp(Lerp(ratio_, ratios / sum, frame_ == 0 ? 1 : constants_.ratio_rate), 0.85f, 1.15f);
 }
 
 void ReferenceKey::FillMap() {
@@ -209,15 +211,17 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
 
 // 0 opaque to 1 clear. What the picture's alpha makes of it: 1 - t / 0.75 with the default settings.
 float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
-  const float s = mixing_;
-  const Ramp &a = constants_.encoded, &b = constants_.linear;
-  const float black = Lerp(a.black, b.black, s) + cell.deviation * constants_.noise;
-  const float kappa = p.raw / cell.light, over = p.luma - key_luma_ * cell.light;
+  const float s = map_mixing_;
+  const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded, &b = constants_.linear;
+  const float black = Lerp(a.black, b.black, s) + cell.deviation * Lerp(a.noise, b.noise, s);
+  const float kappa = p.raw / cell.light * (1 - p.greener * (blue_ ? 1 - s : 0)),
+              over = p.luma - key_luma_ * cell.light;
   const float brighter = std::clamp(over, 0.0f, 0.45f), darker = std::clamp(-over, 0.0f, 0.45f);
   const float protection = std::max(1 - p.most, 0.001f) / std::max(1 - key_most_ * cell.light, 0.05f);
   const float clear = 1 - kappa * std::sqrt(std::sqrt(protection)) - black;
   const float x = std::max(0.0f, clear);
-  float alpha = Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + constants_.dark * darker));
+  float alpha =
+      Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + Lerp(a.dark, b.dark, s) * darker));
   alpha +=
       (1 - alpha) * Smooth(Lerp(a.from, b.from, s), Lerp(a.to, b.to, s), x * (1 + Lerp(a.bend, b.bend, s) * brighter));
   // Below the black point the rest of the range says how far: a lower `alphaUp` shows it.
@@ -235,13 +239,9 @@ void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float
       };
       const size_t at = index(px, py);
       const float r = constants_.time_base + constants_.time_noise * deviation[at] * deviation[at];
-      float mean = 0;  // of two samples between the pixels
-      for (const int side : {-1, 0})
-        for (const int dy : {0, 1})
-          for (const int dx : {0, 1}) {
-            const size_t n = index(px + side + dx, py + side + dy);
-            mean += (raw[n] - x[n]) / 8;
-          }
+      float mean = 0;  // of a sample between four pixels
+      for (const int dy : {0, 1})
+        for (const int dx : {0, 1}) mean += (raw[index(px + dx, py + dy)] - x[index(px + dx, py + dy)]) / 4;
       const float p = variance_[at] * r;
       const float gate = 24 * std::max(0.0f, mean * mean - 0.7f * (r + p));
       const float predicted = std::min(1.0f, p + 0.0001f * rate * rate * rate * rate + gate);
@@ -255,14 +255,25 @@ void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float
   }
 }
 
+void ReferenceKey::UpdateMap(const std::vector<uint8_t> &rgba) {
+  FindCells(rgba);
+  FillMap();
+  map_mixing_ = mixing_;
+}
+
 std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
   const size_t count = size_t{width_} * height_;
   if (constants_.map) {
-    FindCells(rgba);
-    FillMap();
+    if (frame_ % 4 == 0) UpdateMap(rgba);
+    if (frame_ == 0 || frame_ % 4 == 2) {
+      FindMixing(rgba);
+      FollowRatio();
+    }
+    // What the first picture says of itself is for that picture too.
+    if (frame_ == 0) UpdateMap(rgba);
   } else {
     map_.assign(size_t{kCellsX} * kCellsY, {1, 0.05f, 0, 1});
-    if (constants_.forced_mixing >= 0) mixing_ = constants_.forced_mixing;
+    if (constants_.forced_mixing >= 0) map_mixing_ = constants_.forced_mixing;
   }
   std::vector<float> raw(count), deviation(count);
   for (uint32_t y = 0; y < height_; ++y) {
@@ -274,11 +285,6 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
       deviation[at] = cell.deviation;
     }
   }
-  // What this frame says of them is for the next one.
-  if (constants_.map) {
-    FindMixing(rgba);
-    FollowRatio();
-  }
   if (!constants_.denoise || !started_) {
     state_ = raw;
     variance_.assign(count, 1.0f);
@@ -286,6 +292,7 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
   } else {
     Filter(raw, deviation);
   }
+  ++frame_;
   std::vector<float> alpha(count);
   for (size_t i = 0; i < count; ++i)
     alpha[i] = Saturate((1 - state_[i] - settings_.alpha_up) / std::max(settings_.alpha_down, 0.001f));

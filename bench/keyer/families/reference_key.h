@@ -12,18 +12,20 @@ namespace keyer_bench {
 // From a pixel's clearness x to alpha, for one way of mixing; see Alpha below.
 struct Ramp {
   float gain, lift, from, to, bend, black;
+  float dark;   // how much opaquer than its chroma a dark front is
+  float noise;  // of the backing's deviation, in the black point
 };
 
 struct KeyConstants {
-  Ramp encoded{1.03f, 0.78f, 0.49f, 0.70f, -0.25f, 0.032f};
-  Ramp linear{0.88f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f};
-  float dark = 5.0f;                            // how much opaquer than its chroma a dark front is
+  Ramp encoded{1.03f, 0.78f, 0.49f, 0.74f, -0.25f, 0.032f, 4.2f, 0.75f};
+  Ramp encoded_blue{0.90f, 1.20f, 0.49f, 0.70f, 0.20f, 0.032f, 6.0f, 0.90f};
+  Ramp linear{0.88f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
-  float noise = 0.75f;                          // of the backing's deviation, in the black point
   float mixing_green = 0.34f, mixing_blue = 0.12f, mixing_width = 0.24f;  // of the evidence, from encoded to linear
-  float forced_mixing = -1;                                               // 0 to 1: in place of the detector
+  float greener = 1.8f, greener_from = 0.033f;  // of a hue beside blue: how much less of the key it has
+  float forced_mixing = -1;                     // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
@@ -52,11 +54,12 @@ class ReferenceKey {
 
  private:
   struct Pixel {
-    float raw, along, luma, most;
+    float raw, along, luma, most, greener;
   };
   Pixel At(const uint8_t *rgba) const;
   void FindCells(const std::vector<uint8_t> &rgba);
   void FollowRatio();
+  void UpdateMap(const std::vector<uint8_t> &rgba);
   void FillMap();
   void FindMixing(const std::vector<uint8_t> &rgba);
   Cell MapAt(float u, float v) const;
@@ -72,7 +75,8 @@ class ReferenceKey {
   float inner_ = 0, outer_ = 0;
   std::vector<Cell> cells_, map_;
   float ratio_ = 1;
-  float mixing_ = 0.5f;
+  float mixing_ = 0.5f, map_mixing_ = 0.5f;  // the last one found; the one that the map has
+  uint64_t frame_ = 0;
   double evidence_ = 0, weight_ = 0;
   bool started_ = false;
   std::vector<float> state_, variance_;

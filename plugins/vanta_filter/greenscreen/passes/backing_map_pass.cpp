@@ -50,11 +50,43 @@ bool BackingMapPass::CreateTargets() {
 }
 
 gs_texture_t *BackingMapPass::Draw(const GreenScreenEffect &effect, const BeforeKey &input) {
-  gs_texture_t *const previous = PreviousMixing(input);
-  if (!DrawCells(effect, input, previous) || !DrawMap(effect, previous) || !DrawMixingCells(effect, input))
-    return nullptr;
-  DrawMixing(effect, input, previous);
-  return map_.Texture();
+  ForgetOthers(input);
+  const bool first = !drawn_;
+  drawn_ = UpdateMap(effect, input) && UpdateMixing(effect, input);
+  // What the first picture says of itself is for that picture too.
+  if (first && drawn_) drawn_ = DrawMaps(effect, input);
+  return drawn_ ? map_.Texture() : nullptr;
+}
+
+void BackingMapPass::ForgetOthers(const BeforeKey &input) {
+  const GreenScreenSettings &settings = input.settings;
+  if (drawn_ && size_ == input.size && similarity_ == settings.similarity &&
+      std::equal(std::begin(key_color_), std::end(key_color_), std::begin(settings.key_color)))
+    return;
+  drawn_ = false;
+  mixing_.Forget();
+  size_ = input.size;
+  similarity_ = settings.similarity;
+  std::copy(std::begin(settings.key_color), std::end(settings.key_color), std::begin(key_color_));
+}
+
+bool BackingMapPass::UpdateMap(const GreenScreenEffect &effect, const BeforeKey &input) {
+  if (drawn_ && input.frame_index - map_tick_ < kTicks) return true;
+  map_tick_ = input.frame_index;
+  return DrawMaps(effect, input);
+}
+
+bool BackingMapPass::DrawMaps(const GreenScreenEffect &effect, const BeforeKey &input) {
+  gs_texture_t *const previous = mixing_.Previous(input.size);
+  return DrawCells(effect, input, previous) && DrawMap(effect, previous);
+}
+
+bool BackingMapPass::UpdateMixing(const GreenScreenEffect &effect, const BeforeKey &input) {
+  if (drawn_ && input.frame_index - mixing_tick_ < kTicks) return true;
+  if (!DrawMixingCells(effect, input)) return false;
+  DrawMixing(effect, input, mixing_.Previous(input.size));
+  mixing_tick_ = drawn_ ? input.frame_index : input.frame_index - kTicks / 2;
+  return true;
 }
 
 // libobs forgets the parameters of a technique when it ends, so each pass sets all of its own.
@@ -119,12 +151,6 @@ void BackingMapPass::SetMixing(gs_texture_t *previous) {
   SetInt(params_.mixing_flag, previous ? 1 : 0);
 }
 
-gs_texture_t *BackingMapPass::PreviousMixing(const BeforeKey &input) {
-  if (!std::equal(std::begin(key_color_), std::end(key_color_), std::begin(input.settings.key_color))) mixing_.Forget();
-  std::copy(std::begin(input.settings.key_color), std::end(input.settings.key_color), std::begin(key_color_));
-  return mixing_.Previous(input.size);
-}
-
 void BackingMapPass::Release() {
   cells_.Destroy();
   map_.Destroy();
@@ -132,6 +158,7 @@ void BackingMapPass::Release() {
   mixing_.Destroy();
   params_ = {};
   offered_ = false;
+  drawn_ = false;
   found_ = nullptr;
 }
 

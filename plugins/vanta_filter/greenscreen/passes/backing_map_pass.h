@@ -8,10 +8,12 @@ namespace vanta {
 
 // Draws four small targets: cells of the backing, a map filled from them, cells of evidence for the mixing, and a
 // single pixel that keeps what is known of it from frame to frame. `LutApply` reads the map; `backing_flag` says that
-// there is one. What is kept starts anew with another size of the frame or another key colour.
+// there is one. What is kept starts anew with another size of the frame or another key. Light on a backing changes
+// slowly: cells and map are drawn at every fourth tick of the host, the evidence two ticks behind them.
 class BackingMapPass : public OptionalPass {
  public:
   static constexpr FrameSize kMapSize{48, 27};  // in cells; the effect's loops know it too
+  static constexpr uint64_t kTicks = 4;         // from one map to the next
 
   void Bind(const GreenScreenEffect &effect) override;
   void Run(const GreenScreenEffect &effect, const BeforeKey &input) override VANTA_REQUIRES(graphics_context);
@@ -32,6 +34,11 @@ class BackingMapPass : public OptionalPass {
   bool CreateTargets() VANTA_REQUIRES(graphics_context);
   // The map; null where a target cannot be begun.
   gs_texture_t *Draw(const GreenScreenEffect &effect, const BeforeKey &input);
+  // Lets go of what is known of another picture.
+  void ForgetOthers(const BeforeKey &input);
+  bool UpdateMap(const GreenScreenEffect &effect, const BeforeKey &input);
+  bool UpdateMixing(const GreenScreenEffect &effect, const BeforeKey &input);
+  bool DrawMaps(const GreenScreenEffect &effect, const BeforeKey &input);  // cells, and the map from them
   bool DrawCells(const GreenScreenEffect &effect, const BeforeKey &input, gs_texture_t *previous);
   bool DrawMap(const GreenScreenEffect &effect, gs_texture_t *previous);
   bool DrawMixingCells(const GreenScreenEffect &effect, const BeforeKey &input);
@@ -40,8 +47,6 @@ class BackingMapPass : public OptionalPass {
   void SetKeyColor(const BeforeKey &input);
   void SetFrameTexel(const BeforeKey &input);
   void SetMixing(gs_texture_t *previous);
-  // What the last frame knew of the mixing; null where that was another picture.
-  gs_texture_t *PreviousMixing(const BeforeKey &input);
 
   bool offered_ = false;           // the file has all that is needed
   gs_texture_t *found_ = nullptr;  // the frame's map
@@ -50,7 +55,13 @@ class BackingMapPass : public OptionalPass {
   RenderTarget map_;
   RenderTarget mixing_cells_;
   FeedbackTarget mixing_;
-  float key_color_[3] = {};  // that of `mixing_`
+  // What the map is of.
+  bool drawn_ = false;
+  FrameSize size_;
+  float key_color_[3] = {};
+  float similarity_ = 0;
+  uint64_t map_tick_ = 0;  // of the last cells and map
+  uint64_t mixing_tick_ = 0;
 };
 
 }  // namespace vanta

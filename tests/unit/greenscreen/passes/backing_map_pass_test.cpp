@@ -21,8 +21,10 @@ class BackingMapPass : public GreenScreenPassFixture {
     pass_.Release();
   }
 
-  void Run() {
+  // `ticks` after the last time.
+  void Run(uint64_t ticks = vanta::BackingMapPass::kTicks) {
     gs_recorder::Clear();
+    input_.frame_index += ticks;
     pass_.Run(effect_, input_);
   }
   static size_t TargetsMade() {
@@ -31,17 +33,26 @@ class BackingMapPass : public GreenScreenPassFixture {
       return call.rfind("gs_texrender_create(", 0) == 0;
     }));
   }
-  // The first value of the flag in a frame: whether there was something to go on from.
-  static std::string HadPrevious() { return Values("mixing_flag").front(); }
+  static std::vector<std::string> Techniques() {
+    std::vector<std::string> names;
+    for (const std::string &pass : Passes()) names.push_back(pass.substr(0, pass.find(' ')));
+    return names;
+  }
+  // The first value of the flag in a frame: whether there was something to go on from. Empty where nothing was drawn.
+  static std::string HadPrevious() {
+    const std::vector<std::string> values = Values("mixing_flag");
+    return values.empty() ? "" : values.front();
+  }
 
   vanta::BackingMapPass pass_;
   vanta::BeforeKey input_{kSize, &source_, &key_, 1, {}};
 };
 
-TEST_F(BackingMapPass, DrawsCellsMapEvidenceAndWhatIsKeptOfIt) {
+TEST_F(BackingMapPass, DrawsCellsMapEvidenceAndWhatIsKeptOfItThenTheMapWithThat) {
   Run();
   EXPECT_THAT(Passes(), ElementsAre("BackingCells texrender1 48x27", "BackingMap texrender2 48x27",
-                                    "MixingCells texrender3 48x27", "Mixing texrender5 1x1"));
+                                    "MixingCells texrender3 48x27", "Mixing texrender5 1x1",
+                                    "BackingCells texrender1 48x27", "BackingMap texrender2 48x27"));
   EXPECT_THAT(Values("backing_flag"), ElementsAre("1"));
   EXPECT_EQ(Values("backing_tex").back(), "texrender2.texture");
 }
@@ -61,17 +72,42 @@ TEST_F(BackingMapPass, GoesOnFromTheFrameBefore) {
   EXPECT_EQ(HadPrevious(), "1");
 }
 
+TEST_F(BackingMapPass, DrawsTheMapAtEveryFourthTickAndTheEvidenceBetween) {
+  Run();
+  std::vector<std::vector<std::string>> drawn;
+  for (int tick = 1; tick <= 8; ++tick) {
+    Run(1);
+    drawn.push_back(Techniques());
+    EXPECT_THAT(Values("backing_flag"), ElementsAre("1")) << tick;
+  }
+  const std::vector<std::string> map{"BackingCells", "BackingMap"}, evidence{"MixingCells", "Mixing"}, nothing;
+  EXPECT_THAT(drawn, ElementsAre(nothing, evidence, nothing, map, nothing, evidence, nothing, map));
+}
+
+TEST_F(BackingMapPass, DrawsTheMapAnewAfterAPause) {
+  Run();
+  Run(1000);
+  EXPECT_THAT(Techniques(), ElementsAre("BackingCells", "BackingMap", "MixingCells", "Mixing"));
+}
+
+TEST_F(BackingMapPass, BeginsAnewWithAnotherSimilarity) {
+  Run();
+  input_.settings.similarity = 0.5f;
+  Run(1);
+  EXPECT_EQ(HadPrevious(), "0");
+}
+
 TEST_F(BackingMapPass, BeginsAnewWithAnotherSize) {
   Run();
   input_.size.width *= 2;
-  Run();
+  Run(1);
   EXPECT_EQ(HadPrevious(), "0");
 }
 
 TEST_F(BackingMapPass, BeginsAnewWithAnotherKey) {
   Run();
   input_.settings.key_color[2] = 0.5f;
-  Run();
+  Run(1);
   EXPECT_EQ(HadPrevious(), "0");
 }
 
