@@ -1,6 +1,6 @@
-// The open engine on a 1920x1080 frame, on one thread, turn by turn in one run: smoothing and whitening against OpenCV's
-// bilateral filter (d = 9) on the same luma plane, and makeup on all five parts of a face against OpenCV's turning of a
-// whole picture with alpha.
+// The open engine on a 1920x1080 frame, on one thread, turn by turn in one run: smoothing and whitening against
+// OpenCV's bilateral filter (d = 9) on the same luma plane, and makeup on all five parts of a face against OpenCV's
+// turning of a whole picture with alpha.
 #include <util/base.h>
 
 #include <cstdarg>
@@ -89,7 +89,8 @@ vanta_bench::Row MakeupRow(Picture picture) {
   for (int round = -kWarmUps; round < kRounds; ++round) {
     const double makeup =
         vanta_bench::ProcessorMilliseconds([&] { stage.Apply(view, lumivex::SpaceOf(0), faces, choices); });
-    const double affine = vanta_bench::ProcessorMilliseconds([&] { cv::warpAffine(layer, turned, turn, layer.size()); });
+    const double affine =
+        vanta_bench::ProcessorMilliseconds([&] { cv::warpAffine(layer, turned, turn, layer.size()); });
     if (round >= 0) turns.Add(makeup, affine);
   }
   return turns.Result("engine makeup of five parts / warpAffine of RGBA", kMakeupBar);

@@ -89,7 +89,7 @@ void PlayEffect(lumivex::EffectPlan plan, const std::string &message) {
   const auto sent = nlohmann::ordered_json::parse(message, nullptr, false);
   for (int i = 0; i < 3; ++i) {
     player.Advance(500000000, outbox);
-    player.Draw({view, space, {}, faces, 1.0f}, {});
+    player.Draw({view, space, {}, faces, nullptr, 1.0f}, {});
     if (sent.is_object()) player.React(sent, outbox);
     outbox.Deliver();
   }

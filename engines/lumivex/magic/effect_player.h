@@ -34,7 +34,7 @@ struct Canvas {
   Orientation orientation;
   const Faces &faces;
   const WarpField *warp;  // what has moved the frame since the faces were found; null: nothing
-  float opacity;  // 0 to 1, of all effects
+  float opacity;          // 0 to 1, of all effects
 };
 
 // Owns: the layers' states. Threads: one at a time.

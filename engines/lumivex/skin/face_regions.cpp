@@ -21,8 +21,8 @@ constexpr float kLipMargin = 0.04f;
 constexpr float kNostrilWidth = 0.13f;
 constexpr float kNostrilHeight = 0.07f;
 constexpr float kNostrilBeside = 0.11f;  // from the middle of the nose's base
-constexpr float kCircleTop = 0.08f;     // dark circles: below the lower lid
-constexpr float kCircleHeight = 0.24f;  // in their middle
+constexpr float kCircleTop = 0.08f;      // dark circles: below the lower lid
+constexpr float kCircleHeight = 0.24f;   // in their middle
 constexpr float kCircleSoft = 0.12f;
 constexpr float kLineWidth = 0.16f;  // nose to mouth
 constexpr float kLineSoft = 0.08f;
@@ -199,8 +199,8 @@ void DrawSmileLines(const Face &face, int cell, cv::Mat &map) {
     const FramePoint top = Moved(face, face.points[wing], side * kLineBesideNose, 0.0f);
     const FramePoint middle = Moved(face, face.points[corner], side * kLineBesideMouth, 0.0f);
     const FramePoint end = Moved(face, middle, side * 0.02f, kLineBelowMouth);
-    const Outline outline = {Moved(face, top, -half, 0.0f), Moved(face, middle, -half, 0.0f),
-                             Moved(face, end, -half, 0.0f), Moved(face, end, half, 0.0f),
+    const Outline outline = {Moved(face, top, -half, 0.0f),   Moved(face, middle, -half, 0.0f),
+                             Moved(face, end, -half, 0.0f),   Moved(face, end, half, 0.0f),
                              Moved(face, middle, half, 0.0f), Moved(face, top, half, 0.0f)};
     Patch patch = PatchFor(outline, cell, soft, map.size());
     if (patch.place.empty()) return;

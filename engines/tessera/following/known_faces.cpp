@@ -102,8 +102,8 @@ void KnownFaces::Follow(const PictureView &picture) {
   faces_ = std::move(kept);
 }
 
-void KnownFaces::Confirm(uint32_t id, const Placement &correction, std::shared_ptr<const FaceTemplate> face,
-                         double now, const std::vector<cv::Point2f> &points) {
+void KnownFaces::Confirm(uint32_t id, const Placement &correction, std::shared_ptr<const FaceTemplate> face, double now,
+                         const std::vector<cv::Point2f> &points) {
   KnownFace *known = Find(id);
   if (!known) return;
   known->missed_looks = 0;

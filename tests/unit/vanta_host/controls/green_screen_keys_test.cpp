@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <obs.hpp>
 
-
 namespace {
 
 using namespace vanta_host;
