@@ -2,6 +2,7 @@
 
 #include <util/base.h>
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -450,7 +451,7 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"beauty_ms", Readable(times.beauty)},
   };
   // Names of files need not be UTF-8.
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return vanta::WriteJson(json);
 }
 
 }  // namespace lumivex

@@ -1,5 +1,6 @@
 #include "core/engine_stats.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
@@ -59,7 +60,7 @@ std::string EngineStats::Text() const {
                      {"tessera", ToJson(vision_in_frames_)},
                      {"face_search_share", Rounded(search_share_)},
                      {"stages", std::move(stages)}};
-  return json.dump();
+  return vanta::WriteJson(json);
 }
 
 std::string EngineStats::VisionText() const {
@@ -67,7 +68,7 @@ std::string EngineStats::VisionText() const {
   json["vision"] = "faces";
   json["face_frames"] = face_frames_;
   json["face_search_share"] = Rounded(search_share_);
-  return json.dump();
+  return vanta::WriteJson(json);
 }
 
 }  // namespace lumivex

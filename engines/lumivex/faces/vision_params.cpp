@@ -1,5 +1,6 @@
 #include "faces/vision_params.h"
 
+#include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 namespace lumivex {
@@ -11,14 +12,14 @@ using Json = nlohmann::ordered_json;
 std::optional<std::string> TextOf(const Json &value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_boolean()) return value.get<bool>() ? "1" : "0";
-  if (value.is_number()) return value.dump();
+  if (value.is_number()) return vanta::WriteJson(value);
   return std::nullopt;
 }
 
 }  // namespace
 
 VisionParams ReadVisionParams(std::string_view json) {
-  const Json parsed = Json::parse(json, nullptr, false);
+  const Json parsed = vanta::ReadJson(json);
   if (!parsed.is_object()) return {std::nullopt, "they are no JSON object"};
   const auto inner = parsed.find("landmarks_param");
   const Json &params = inner != parsed.end() ? *inner : parsed;

@@ -2,6 +2,7 @@
 
 #include <util/base.h>
 
+#include <vanta_base/json_text.h>
 #include <exception>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -22,10 +23,10 @@ void EffectOutbox::Describe(std::string description, bool success) {
 }
 
 void EffectOutbox::SendGameData(const std::string &json) {
-  Json message = Json::parse(json, nullptr, false);
+  Json message = vanta::ReadJson(json);
   if (!message.is_object()) return;
   if (!message.contains("seqId")) message["seqId"] = next_sequence_++;
-  Keep({true, message.dump(-1, ' ', false, Json::error_handler_t::replace), true});
+  Keep({true, vanta::WriteJson(message), true});
 }
 
 void EffectOutbox::SendClearEffect() {
@@ -33,7 +34,7 @@ void EffectOutbox::SendClearEffect() {
       {"reqType", kClearEffectRequest},
       {"seqId", next_sequence_++},
       {"data", {{"ability", "LiveEffectAbility"}, {"method", "clearEffect"}, {"params", Json::object()}}}};
-  Keep({true, message.dump(), true});
+  Keep({true, vanta::WriteJson(message), true});
 }
 
 void EffectOutbox::Keep(Item item) {

@@ -1,5 +1,6 @@
 #include "magic/effect_plan.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -20,7 +21,7 @@ constexpr std::string_view kMediaName = "media";
 constexpr std::string_view kEyesName = "eyes";
 
 std::string Dumped(const Json &json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return vanta::WriteJson(json);
 }
 
 bool IsPlainText(const std::string &text) {
@@ -254,7 +255,7 @@ EffectText ParseEffect(const std::string &text) {
   if (text.size() > kMaxEffectTextBytes)
     return {std::nullopt, "it is longer than " + std::to_string(kMaxEffectTextBytes) + " bytes"};
   if (NestsDeeperThan(text, kMaxEffectNesting)) return {std::nullopt, "it nests too deep"};
-  const Json json = Json::parse(text, nullptr, false);
+  const Json json = vanta::ReadJson(text);
   if (json.is_discarded()) return {std::nullopt, "it is no JSON"};
   PlanReader reader;
   std::string reason = reader.Read(json);

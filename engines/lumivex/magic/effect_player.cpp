@@ -1,5 +1,6 @@
 #include "magic/effect_player.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -25,7 +26,7 @@ std::optional<std::string> TextAt(const Json &message, const std::string &pointe
   if (!message.contains(place)) return std::nullopt;
   const Json &value = message.at(place);
   if (value.is_string()) return value.get<std::string>();
-  if (value.is_number()) return value.dump();
+  if (value.is_number()) return vanta::WriteJson(value);
   return std::nullopt;
 }
 

@@ -2,6 +2,7 @@
 
 #include <util/base.h>
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
@@ -27,7 +28,7 @@ std::string FailureLine(const char *what, const std::string &path, const std::st
 }
 
 std::string FailureDescription(const std::string &path, const std::string &reason) {
-  return Json{{"path", path}, {"error", reason}}.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return vanta::WriteJson(Json{{"path", path}, {"error", reason}});
 }
 
 }  // namespace
@@ -137,7 +138,7 @@ void MagicEffects::SetCustomImages(const std::vector<std::string> &paths) {
 
 void MagicEffects::ReceiveGameData(const std::string &json) {
   const bool readable = json.size() <= kMaxEffectTextBytes && !NestsDeeperThan(json, kMaxEffectNesting);
-  const Json message = readable ? Json::parse(json, nullptr, false) : Json(Json::value_t::discarded);
+  const Json message = readable ? vanta::ReadJson(json) : Json(Json::value_t::discarded);
   if (!message.is_object()) {
     if (!bad_game_data_logged_)
       blog(LOG_WARNING,

@@ -1,5 +1,6 @@
 #include "makeup/makeup_file.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -57,7 +58,7 @@ class MakeupReader {
 
   bool ReadAll(std::string_view text) {
     if (text.size() > kMostMakeupTextBytes) return Fail("it is longer than 1 MiB");
-    const Json json = Json::parse(text, nullptr, false);
+    const Json json = vanta::ReadJson(text);
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
     if (format == json.end() || *format != kMakeupFormat) return Fail("its \"format\" is not 1");

@@ -1,5 +1,6 @@
 #include "settings/preset.h"
 
+#include <vanta_base/json_text.h>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -43,7 +44,7 @@ class PresetReader {
     const auto [fault, bytes] = ReadRegularFile(file, kMostBytes);
     if (fault == FileFault::kTooLong) return Fail("it is longer than 1 MiB");
     if (fault != FileFault::kNone) return Fail("it cannot be read");
-    const Json json = Json::parse(bytes.begin(), bytes.end(), nullptr, false);
+    const Json json = vanta::ReadJson(std::string(bytes.begin(), bytes.end()));
     if (!json.is_object()) return Fail("it is no JSON object");
     const auto format = json.find("format");
     if (format == json.end() || *format != kPresetFormat) return Fail("its \"format\" is not 1");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "controls/green_screen_keys.h"
@@ -33,7 +34,7 @@ std::optional<std::string> FindFault(const KeySetting &key, const Json &value) {
     return name + (whole ? " is no whole number" : " is no number");
   const double number = value.get<double>();
   if (number >= key.minimum && number <= key.maximum) return std::nullopt;
-  return name + " is " + value.dump() + "; it goes from " + Range(key.minimum, key.maximum);
+  return name + " is " + vanta::WriteJson(value) + "; it goes from " + Range(key.minimum, key.maximum);
 }
 
 std::optional<std::string> FindFault(const std::string &name, const Json &value) {
@@ -54,7 +55,7 @@ std::optional<std::string> FindFault(const std::string &name, const Json &value)
 }  // namespace
 
 std::optional<std::string> FindConfigFault(const std::string &config) {
-  const Json json = Json::parse(config, nullptr, false);
+  const Json json = vanta::ReadJson(config);
   if (!json.is_object()) return "'config' is no text that holds a JSON object";
   for (const auto &[name, value] : json.items()) {
     if (std::optional<std::string> fault = FindFault(name, value)) return fault;

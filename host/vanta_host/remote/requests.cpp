@@ -1,5 +1,6 @@
 #include "remote/requests.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -267,7 +268,7 @@ class CallTarget final : public vanta_operations::OperationTarget {
 Json ArgumentsOf(obs_data_t *request) {
   const char *text = obs_data_has_user_value(request, "arguments") ? obs_data_get_string(request, "arguments")
                                                                    : obs_data_get_json(request);
-  Json arguments = Json::parse(text ? text : "", nullptr, false);
+  Json arguments = vanta::ReadJson(text ? text : "");
   if (!arguments.is_object()) throw vanta_operations::BadCommand("'arguments' is no text that holds a JSON object");
   if (!obs_data_has_user_value(request, "arguments")) arguments.erase("call");
   return arguments;
@@ -276,8 +277,7 @@ Json ArgumentsOf(obs_data_t *request) {
 void TellResult(const Json &result, obs_data_t *response) {
   if (result.is_null()) return;
   const Json named = {{"result", result}};
-  const OBSDataAutoRelease data =
-      obs_data_create_from_json(named.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+  const OBSDataAutoRelease data = obs_data_create_from_json(vanta::WriteJson(named).c_str());
   obs_data_apply(response, data);
 }
 

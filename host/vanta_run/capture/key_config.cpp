@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "common/failure.h"
@@ -40,7 +41,7 @@ std::string Reason(const nlohmann::json::parse_error &error) {
 
 void RequireObject(const std::string &subject, const std::string &text) {
   try {
-    if (!nlohmann::json::parse(text).is_object()) {
+    if (!vanta::ReadJsonOrThrow(text).is_object()) {
       throw Failure(kExitUsage, subject, "holds JSON, but no object", kTextRemedy);
     }
   } catch (const nlohmann::json::parse_error &error) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "common/failure.h"
@@ -16,7 +17,7 @@ using Json = nlohmann::ordered_json;
 constexpr char kRemedy[] = R"(write {"method": "getPkId", "answer": {"pkId": "7"}} for instance)";
 
 AbilityAnswer ReadLine(const std::string &subject, const std::string &line) {
-  const Json json = Json::parse(line, nullptr, false);
+  const Json json = vanta::ReadJson(line);
   if (!json.is_object()) throw Failure(kExitUsage, subject, "is no JSON object", kRemedy);
   for (const auto &[key, value] : json.items()) {
     if (key != "method" && key != "answer") throw Failure(kExitUsage, subject, "has no use for '" + key + "'", kRemedy);
@@ -25,7 +26,7 @@ AbilityAnswer ReadLine(const std::string &subject, const std::string &line) {
     throw Failure(kExitUsage, subject, "names no method", kRemedy);
   }
   if (!json.contains("answer")) throw Failure(kExitUsage, subject, "holds no answer", kRemedy);
-  return {json["method"].get<std::string>(), json["answer"].dump()};
+  return {json["method"].get<std::string>(), vanta::WriteJson(json["answer"])};
 }
 
 }  // namespace
@@ -49,12 +50,12 @@ std::optional<std::string> FindAnswer(const std::vector<AbilityAnswer> &answers,
   if (call.operation != "PostGameData") return std::nullopt;
   for (const AbilityAnswer &answer : answers) {
     if (answer.method != call.method) continue;
-    Json json = Json::parse(answer.text);
-    const Json request = Json::parse(call.raw, nullptr, false);
+    Json json = vanta::ReadJsonOrThrow(answer.text);
+    const Json request = vanta::ReadJson(call.raw);
     if (json.is_object() && request.is_object() && request.contains("seqId") && !json.contains("seqId")) {
       json["seqId"] = request["seqId"];
     }
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return vanta::WriteJson(json);
   }
   return std::nullopt;
 }

@@ -5,6 +5,8 @@
 #include "vanta_host.h"
 #include "vanta_operations/values.h"
 
+#include <vanta_base/json_text.h>
+
 namespace vanta_operations {
 
 // The object of an update, checked.
@@ -35,7 +37,7 @@ std::string ParserReason(const std::string &text) {
 Json ParseObject(const std::string &line) {
   Json json;
   try {
-    json = Json::parse(line);
+    json = vanta::ReadJsonOrThrow(line);
   } catch (const Json::exception &error) {
     throw BadCommand(ParserReason(error.what()));
   }
@@ -83,7 +85,7 @@ Command ReadUpdate(const Json &json) {
   Json settings;
   members.Need("update", settings);
   members.End();
-  return {"update", [text = settings.dump()](CommandTarget &target) {
+  return {"update", [text = vanta::WriteJson(settings)](CommandTarget &target) {
             target.Update(text);
             return Json();
           }};

@@ -1,5 +1,6 @@
 #include "commands/command_script.h"
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -24,7 +25,7 @@ std::ifstream OpenScript(const std::string &path) {
 }
 
 std::string Seconds(double value) {
-  return Json(value).dump();
+  return vanta::WriteJson(Json(value));
 }
 
 }  // namespace

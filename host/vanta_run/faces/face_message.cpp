@@ -2,6 +2,7 @@
 
 #include <obs.hpp>
 
+#include <vanta_base/json_text.h>
 #include <cmath>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -44,9 +45,9 @@ std::string FaceLine(obs_data_t *message, double seconds) {
   using Json = nlohmann::ordered_json;
   Json line = {{"seconds", std::round(seconds * 1000) / 1000}};
   const char *text = obs_data_get_json(message);
-  const Json whole = Json::parse(text != nullptr ? text : "", nullptr, false);
+  const Json whole = vanta::ReadJson(text != nullptr ? text : "");
   if (whole.is_object()) line.update(whole);
-  return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return vanta::WriteJson(line);
 }
 
 }  // namespace vanta_run

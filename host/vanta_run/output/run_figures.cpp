@@ -1,5 +1,6 @@
 #include <obs.h>
 
+#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -81,7 +82,7 @@ uint64_t Dropped(const RunFigures &figures) {
 
 // What the engine told of one followed frame; null where it told nothing.
 Json Applied(const FollowedFrame &frame) {
-  Json applied = Json::parse(frame.applied, nullptr, false);
+  Json applied = vanta::ReadJson(frame.applied);
   return applied.is_object() ? applied : Json();
 }
 
@@ -97,7 +98,7 @@ std::vector<float> EngineTimes(const RunFigures &figures) {
 // Null where nothing is keyed.
 Json GreenScreenJson(const Options &options) {
   if (!options.green_screen) return {};
-  Json json = {{"config", Json::parse(*options.green_screen)}};
+  Json json = {{"config", vanta::ReadJsonOrThrow(*options.green_screen)}};
   if (!options.background.empty()) json["background"] = options.background;
   return json;
 }
@@ -185,7 +186,7 @@ Json NotesJson(const std::vector<CostNote> &notes) {
 Json ReportsJson(const std::vector<ModuleReport> &reports) {
   Json all = Json::array();
   for (const ModuleReport &report : reports) {
-    Json body = Json::parse(report.body, nullptr, false);
+    Json body = vanta::ReadJson(report.body);
     if (body.is_discarded()) body = report.body;
     all.push_back({{"id", report.id}, {"seconds", Rounded(report.seconds)}, {"body", std::move(body)}});
   }
@@ -253,7 +254,7 @@ std::string ReportText(const Options &options, const Input &input, const RunFigu
       {"recording", {{"path", options.output}, {"frames", figures.recorded_frames}, {"bytes", figures.recorded_bytes}}},
       {"log_errors", figures.lines.errors},
       {"failed", figures.failures}};
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return vanta::WriteJson(json, 2) + "\n";
 }
 
 std::vector<std::string> SummaryLines(const RunFigures &figures) {

@@ -1,6 +1,7 @@
 #include "session/command_player.h"
 
 #include <unistd.h>
+#include <vanta_base/json_text.h>
 
 #include <cmath>
 #include <cstdio>
@@ -21,7 +22,7 @@ double Rounded(double seconds) {
 // At once, so that a program at the other end of the pipe gets it while the run goes on.
 void Answer(const std::string &place, size_t line, const std::string &name, const Json &result) {
   const Json answer = {{"from", place}, {"line", line}, {"call", name}, {"result", result}};
-  std::printf("%s\n", answer.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+  std::printf("%s\n", vanta::WriteJson(answer).c_str());
   std::fflush(stdout);
 }
 
@@ -60,8 +61,10 @@ void CommandPlayer::ReadInput(double elapsed) {
       if (!command) continue;
       const double before = typed_.empty() ? 0 : typed_.back().at;
       const double at = given.value_or(before);
-      if (given && at < elapsed) throw BadCommand("its time " + Json(at).dump() + " has passed");
-      if (at < before) throw BadCommand("its time " + Json(at).dump() + " goes back, behind " + Json(before).dump());
+      if (given && at < elapsed) throw BadCommand("its time " + vanta::WriteJson(Json(at)) + " has passed");
+      if (at < before)
+        throw BadCommand("its time " + vanta::WriteJson(Json(at)) + " goes back, behind " +
+                         vanta::WriteJson(Json(before)));
       typed_.push_back({lines_read_, at, std::move(*command)});
     } catch (const BadCommand &reason) {
       progress_.Complain(ComplainOfLine(kInputName, lines_read_, reason.what()));
@@ -110,7 +113,7 @@ void CommandPlayer::LookAtEvents() {
 void CommandPlayer::Tell(RunFigures &figures) {
   if (!script_.empty() && !quit_) {
     progress_.Say(script_name_ + ":" + std::to_string(script_.front().number) + ": the run ended before this line's " +
-                  Json(script_.front().at).dump() + " s; " + std::to_string(script_.size()) +
+                  vanta::WriteJson(Json(script_.front().at)) + " s; " + std::to_string(script_.size()) +
                   " commands were not sent");
   }
   figures.commands_left = script_.size() + typed_.size();
