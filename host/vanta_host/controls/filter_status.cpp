@@ -8,8 +8,8 @@
 #include "controls/beauty_controls.h"
 #include "controls/face_watch.h"
 #include "controls/key_picker.h"
-#include "controls/module_files.h"
-#include "controls/statistics_reader.h"
+#include "module/module_files.h"
+#include "module/statistics_reader.h"
 
 namespace vanta_host {
 namespace {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "controls/beauty_look.h"
-#include "controls/resource_folders.h"
+#include "module/resource_folders.h"
 #include "vanta_filter/engine/i_faceless.h"
 
 namespace vanta_host {

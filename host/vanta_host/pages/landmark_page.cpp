@@ -6,7 +6,7 @@
 #include <graphics/vec4.h>
 
 #include "controls/face_watch.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "pages/page_parts.h"
 #include "pages/page_refresh.h"
 

@@ -9,8 +9,8 @@
 
 #include "controls/beauty_controls.h"
 #include "controls/look_file.h"
-#include "controls/module_files.h"
-#include "controls/statistics_reader.h"
+#include "module/module_files.h"
+#include "module/statistics_reader.h"
 #include "vanta_operations/members.h"
 
 namespace vanta_host {

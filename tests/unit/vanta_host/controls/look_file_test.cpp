@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "controls/resource_folders.h"
+#include "module/resource_folders.h"
 
 namespace {
 
