@@ -35,10 +35,14 @@ using vanta_operations::Json;
 constexpr char kGreenScreen[] = "LX_green_screen_filter";
 constexpr char kBeauty[] = "face_beauty_filter_v2";
 constexpr double kLongestWatch = 3600;  // seconds
+constexpr size_t kLongestReason = 200;  // bytes
 constexpr char kNoBeautyFilter[] = "no source has a Face Beauty filter";
 
+// Some reasons name what was sent, which may be of any length.
 void Refuse(obs_data_t *response, const std::string &why) {
-  obs_data_set_string(response, "error", why.c_str());
+  size_t length = std::min(why.size(), kLongestReason);
+  while (length < why.size() && (static_cast<unsigned char>(why[length]) & 0xC0) == 0x80) --length;
+  obs_data_set_string(response, "error", (why.substr(0, length) + (length < why.size() ? "…" : "")).c_str());
 }
 
 // ---- Status ----
@@ -64,6 +68,7 @@ void TellFilter(obs_source_t *source, obs_source_t *filter, void *param) {
   obs_data_set_bool(entry, "enabled", obs_source_enabled(filter));
   obs_data_set_string(entry, "state", status.state.c_str());
   obs_data_set_string(entry, "text", status.text.c_str());
+  if (std::strcmp(id, "tessera_landmark_filter") == 0) obs_data_set_int(entry, "faces", FacesOf(filter).count);
   obs_data_array_push_back(static_cast<obs_data_array_t *>(param), entry);
 }
 
@@ -74,7 +79,7 @@ bool TellFilters(void *param, obs_source_t *source) {
 
 void GetStatus(obs_data_t *, obs_data_t *response) {
   obs_data_set_string(response, "engine", EngineStateName());
-  obs_data_set_int(response, "faces", LastFaces().count);
+  obs_data_set_int(response, "faces", CountFaces());
   const OBSDataArrayAutoRelease filters = obs_data_array_create();
   obs_enum_sources(TellFilters, filters);
   obs_enum_scenes(TellFilters, filters);
@@ -90,9 +95,35 @@ std::string Number(double value) {
   return text;
 }
 
+// The part of the face whose colour, or its strength, has that name in requests; kMakeupPartCount for none.
+size_t FindColorName(const std::string &name, const char *MakeupPart::*which) {
+  const auto found = std::find_if(MakeupParts().begin(), MakeupParts().end(),
+                                  [&](const MakeupPart &part) { return name == part.*which; });
+  return static_cast<size_t>(found - MakeupParts().begin());
+}
+
 bool IsLookValue(const std::string &name) {
   constexpr std::array kOthers = {"lookup", "lookup_intensity", "makeup", "makeup_intensity", "effect"};
-  return FindBeautyValue(name) < kValueCount || std::find(kOthers.begin(), kOthers.end(), name) != kOthers.end();
+  return FindBeautyValue(name) < kValueCount || std::find(kOthers.begin(), kOthers.end(), name) != kOthers.end() ||
+         FindColorName(name, &MakeupPart::color_name) < kMakeupPartCount ||
+         FindColorName(name, &MakeupPart::strength_name) < kMakeupPartCount;
+}
+
+// Empty takes the look's away. One that the present look names already may have gone from the disk.
+std::optional<std::string> TakeResource(const std::string &name, ResourceKind kind, const char *given,
+                                        std::string &chosen) {
+  const std::string wanted = given ? given : "";
+  if (!wanted.empty() && wanted != chosen && ModuleFolders().Find(kind, wanted).empty())
+    return "'" + name + "' is '" + wanted + "', and there is no such file or folder";
+  chosen = wanted;
+  return std::nullopt;
+}
+
+std::optional<std::string> TakeColor(const std::string &name, const char *given, MakeupColor &color) {
+  const std::string digits = ColorDigits(given ? given : "");
+  if (digits.empty() && given && *given) return "'" + name + "' is no color of six hexadecimal digits";
+  color.rgb = digits;
+  return std::nullopt;
 }
 
 // Names and numbers of `request` that are values of the look; an error names the first one that is wrong.
@@ -109,18 +140,24 @@ std::optional<std::string> TakeValue(obs_data_item_t *item, BeautyLook &look) {
     return static_cast<int>(std::lround(std::clamp(std::isfinite(value) ? value : 0, -1.0, 1.0) * 100));
   };
   const size_t index = FindBeautyValue(name);
+  const size_t color = FindColorName(name, &MakeupPart::color_name);
+  const size_t strength = FindColorName(name, &MakeupPart::strength_name);
   if (index < kValueCount && number) {
     look.percent[index] = percent(BeautyValues()[index].minimum, BeautyValues()[index].maximum);
   } else if (name == "lookup_intensity" && number) {
     look.lookup_strength = percent(0, 100);
   } else if (name == "makeup_intensity" && number) {
     look.makeup_strength = percent(0, 100);
+  } else if (strength < kMakeupPartCount && number) {
+    look.colors[strength].strength = percent(0, 100);
+  } else if (color < kMakeupPartCount && text) {
+    return TakeColor(name, obs_data_item_get_string(item), look.colors[color]);
   } else if (name == "lookup" && text) {
-    look.lookup = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kLookup, obs_data_item_get_string(item), look.lookup);
   } else if (name == "makeup" && text) {
-    look.makeup = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kMakeup, obs_data_item_get_string(item), look.makeup);
   } else if (name == "effect" && text) {
-    look.effect = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kEffect, obs_data_item_get_string(item), look.effect);
   } else {
     return IsLookValue(name) ? "'" + name + "' is of the wrong type" : "'" + name + "' is no value of a look";
   }
@@ -358,6 +395,10 @@ void TellLook(obs_data_t *response) {
   obs_data_set_string(response, "makeup", look.makeup.c_str());
   obs_data_set_double(response, "makeup_intensity", look.makeup_strength / 100.0);
   obs_data_set_string(response, "effect", look.effect.c_str());
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    obs_data_set_string(response, MakeupParts()[i].color_name, look.colors[i].rgb.c_str());
+    obs_data_set_double(response, MakeupParts()[i].strength_name, look.colors[i].strength / 100.0);
+  }
 }
 
 const char *EngineStateName() {
