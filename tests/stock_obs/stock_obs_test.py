@@ -34,11 +34,11 @@ def check_package(package):
         assert name in depends, (name, depends)
 
 
-def make_clip(path):
-    """Three seconds of a red block before a green backing, which moves a little so that every frame is another."""
+def make_clip(path, block=RED):
+    """Three seconds of a block before a green backing, which moves a little so that every frame is another."""
     subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
                     f"color=0x{bytes(GREEN).hex()}:s=640x360:r=30:d=3", "-f", "lavfi", "-i",
-                    f"color=0x{bytes(RED).hex()}:s=240x240:r=30:d=3", "-filter_complex",
+                    f"color=0x{bytes(block).hex()}:s=240x240:r=30:d=3", "-filter_complex",
                     "[0][1]overlay=200+8*sin(t*4):60,scale=out_color_matrix=bt709:out_range=tv", "-colorspace", "bt709",
                     "-color_range", "tv", "-c:v", "libx264", "-crf", "12", "-pix_fmt", "yuv420p", path], check=True)
 

@@ -45,6 +45,17 @@ void Refuse(obs_data_t *response, const std::string &why) {
   obs_data_set_string(response, "error", (why.substr(0, length) + (length < why.size() ? "…" : "")).c_str());
 }
 
+// Empty, and said why, where the request has no such text.
+std::optional<std::string> TakeText(obs_data_t *request, const char *name, obs_data_t *response) {
+  obs_data_item_t *item = obs_data_item_byname(request, name);
+  const bool text = item && obs_data_item_gettype(item) == OBS_DATA_STRING;
+  const bool missing = !item;
+  obs_data_item_release(&item);
+  if (text) return obs_data_get_string(request, name);
+  Refuse(response, std::string("'") + name + (missing ? "' is missing" : "' is no text"));
+  return std::nullopt;
+}
+
 // ---- Status ----
 
 bool IsOurs(const char *id) {
@@ -186,9 +197,10 @@ void SetBeauty(obs_data_t *request, obs_data_t *response) {
 }
 
 void ApplyPreset(obs_data_t *request, obs_data_t *response) {
-  const std::string name = obs_data_get_string(request, "preset");
-  const std::optional<BeautyLook> look = ReadLookFile(ModuleFolders().Find(ResourceKind::kPreset, name));
-  if (!look) return Refuse(response, "there is no preset '" + name + "'");
+  const std::optional<std::string> name = TakeText(request, "preset", response);
+  if (!name) return;
+  const std::optional<BeautyLook> look = ReadLookFile(ModuleFolders().Find(ResourceKind::kPreset, *name));
+  if (!look) return Refuse(response, "there is no preset '" + *name + "'");
   Show(*look, response);
 }
 
@@ -210,16 +222,18 @@ void GetPresets(obs_data_t *, obs_data_t *response) {
 
 // Null, and said why, where the request names no such filter.
 OBSSourceAutoRelease GreenScreenFilter(obs_data_t *request, obs_data_t *response) {
-  const std::string source_name = obs_data_get_string(request, "source");
-  const std::string name = obs_data_get_string(request, "filter");
-  const OBSSourceAutoRelease source = obs_get_source_by_name(source_name.c_str());
-  OBSSourceAutoRelease filter = source ? obs_source_get_filter_by_name(source, name.c_str()) : nullptr;
+  const std::optional<std::string> source_name = TakeText(request, "source", response);
+  if (!source_name) return nullptr;
+  const std::optional<std::string> name = TakeText(request, "filter", response);
+  if (!name) return nullptr;
+  const OBSSourceAutoRelease source = obs_get_source_by_name(source_name->c_str());
+  OBSSourceAutoRelease filter = source ? obs_source_get_filter_by_name(source, name->c_str()) : nullptr;
   if (!source)
-    Refuse(response, "there is no source '" + source_name + "'");
+    Refuse(response, "there is no source '" + *source_name + "'");
   else if (!filter)
-    Refuse(response, "the source '" + source_name + "' has no filter '" + name + "'");
+    Refuse(response, "the source '" + *source_name + "' has no filter '" + *name + "'");
   else if (std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreen) != 0)
-    Refuse(response, "the filter '" + name + "' is no green screen");
+    Refuse(response, "the filter '" + *name + "' is no green screen");
   else
     return filter;
   return nullptr;
@@ -319,15 +333,16 @@ void TellResult(const Json &result, obs_data_t *response) {
 }
 
 void Call(obs_data_t *request, obs_data_t *response) {
-  const std::string name = obs_data_get_string(request, "call");
-  const vanta_operations::Operation *operation = vanta_operations::FindOperation(name);
-  if (!operation) return Refuse(response, "no operation is called '" + name + "'");
+  const std::optional<std::string> name = TakeText(request, "call", response);
+  if (!name) return;
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation(*name);
+  if (!operation) return Refuse(response, "no operation is called '" + *name + "'");
   ILumivex *control = FindControl();
   if (!control || !Controls().HasFilters()) return Refuse(response, kNoBeautyFilter);
   CallTarget target(*control);
   try {
     TellResult(operation->read(ArgumentsOf(request))(target), response);
-    obs_data_set_string(response, "call", name.c_str());
+    obs_data_set_string(response, "call", name->c_str());
   } catch (const vanta_operations::BadCommand &reason) {
     Refuse(response, reason.what());
   }
