@@ -12,10 +12,12 @@ LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
 TITLE_HEIGHT = 22  # of a window
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 ADD_X, ADD_Y = 50, 950  # the + below that list
+PAGE_CORNER, WINDOW_GROUND = (300, 915), (640, 950)  # of one colour where there is a page, else the first is the picture's
 
 
 def xdotool(*words):
-    return subprocess.run(["xdotool", *map(str, words)], stdout=subprocess.PIPE, text=True).stdout.strip()
+    return subprocess.run(["xdotool", *map(str, words)], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                          text=True).stdout.strip()
 
 
 def grab(x, y, width, height):
@@ -27,7 +29,11 @@ def grab(x, y, width, height):
 
 def windows():
     """All that are seen, menus and lists that have popped up among them."""
-    return set(xdotool("search", "--onlyvisible", "--class", "obs").split())
+    while True:
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "obs"], stdout=subprocess.PIPE,
+                               stderr=subprocess.DEVNULL, text=True)
+        if found.returncode == 0 and found.stdout:  # a window that goes meanwhile ends the search
+            return set(found.stdout.split())
 
 
 def holds(condition, seconds=5):
@@ -142,12 +148,18 @@ class FiltersWindow:
         assert windows() <= before, "another dialog has come"
 
     def show_page(self, index):
-        """Of the filter at that place in the list, once the list shows it as chosen."""
+        """Of the filter at that place in the list, once the list shows it as chosen, and a page stands below the picture:
+        before the first click the list shows one as chosen, too, and there is no page."""
         y = FIRST_FILTER_Y + index * FILTER_STEP
 
-        def chosen():
-            self.click(FILTER_X, y)
-            pixels = grab(FILTER_X - 48, y, 2, 1)
-            return pixels[2] > pixels[0] + 20  # bluish
+        def shown():
+            chosen = grab(FILTER_X - 48, y, 2, 1)
+            bluish = chosen[2] > chosen[0] + 20
+            return bluish and grab(*PAGE_CORNER, 2, 1) == grab(*WINDOW_GROUND, 2, 1)
 
-        await_value("the filter is chosen in the list", chosen, 90)
+        def clicked():
+            self.click(FILTER_X, y)
+            return holds(shown)
+
+        await_value("the filter's page is shown", clicked, 90)
+        self.settle()
