@@ -1,14 +1,23 @@
-"""The filters' window of a running OBS Studio, and a mouse in it. Needs xdotool and openbox on the display."""
+"""The filters' window of a running OBS Studio, and a mouse in it. Needs xdotool and openbox on the display.
+
+Nothing here counts on the machine's speed: after each move the program is given the time to answer it, and what a click
+opens or changes is awaited."""
 import os
 import subprocess
 import time
 
 from obs_client import await_value
 
-LIBDIR = "lib"
 LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
 TITLE_HEIGHT = 22  # of a window
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
+ADD_X, ADD_Y = 50, 950  # the + below that list
+PAGE_CORNER, WINDOW_GROUND = (300, 915), (640, 950)  # of one colour where there is a page, else the first is the picture's
+
+
+def xdotool(*words):
+    return subprocess.run(["xdotool", *map(str, words)], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                          text=True).stdout.strip()
 
 
 def grab(x, y, width, height):
@@ -18,65 +27,139 @@ def grab(x, y, width, height):
                            "rawvideo", "-pix_fmt", "rgb24", "-"], stdout=subprocess.PIPE, check=True).stdout
 
 
-def link_plugin(root, build, prefix):
-    """The plug-in of a build folder, where OBS Studio looks for it: below `prefix`."""
-    for source, target in ((os.path.join(build, "plugins/vanta_filter/vanta_filter.so"),
-                            f"{LIBDIR}/obs-plugins/vanta_filter.so"),
-                           (os.path.join(root, "plugins/vanta_filter/data"), "share/obs/obs-plugins/vanta_filter")):
-        target = os.path.join(prefix, target)
-        os.makedirs(os.path.dirname(target), exist_ok=True)
-        os.symlink(os.path.abspath(source), target)
+def windows():
+    """All that are seen, menus and lists that have popped up among them."""
+    while True:
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "obs"], stdout=subprocess.PIPE,
+                               stderr=subprocess.DEVNULL, text=True)
+        if found.returncode == 0 and found.stdout:  # a window that goes meanwhile ends the search
+            return set(found.stdout.split())
 
 
-def xdotool(*words):
-    return subprocess.run(["xdotool", *map(str, words)], stdout=subprocess.PIPE, text=True).stdout.strip()
-
-
-def click(x, y):
-    xdotool("mousemove", x, y)
-    time.sleep(0.2)
-    xdotool("click", 1)
-    time.sleep(0.5)
-
-
-def drag(from_x, to_x, y):
-    xdotool("mousemove", from_x, y, "mousedown", 1)
-    for x in range(from_x, to_x, 20):
-        xdotool("mousemove", x, y)
+def holds(condition, seconds=5):
+    """Whether it comes to hold within that time."""
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            return False
         time.sleep(0.05)
-    xdotool("mouseup", 1)
+    return True
 
 
-def scroll(steps):
-    """Down, on the page."""
-    xdotool("mousemove", 320, 700)
-    for _ in range(steps):
-        xdotool("click", 5)
-    time.sleep(0.5)
+class FiltersWindow:
+    """That of one source, at the place that the positions here count on."""
 
+    def __init__(self, obs, source):
+        self.obs, self.source = obs, source
 
-def open_filters(obs, source):
-    """Opens the window at the place that the positions here count on. The window."""
+        former = set(self.named(source))
 
-    def opened():  # asked again, since one that is still closing is not opened anew
-        obs.ask("OpenInputFiltersDialog", inputName=source)
-        time.sleep(1)
-        return xdotool("search", "--onlyvisible", "--name", source)
+        def opened():  # asked again, since one that is still closing is not opened anew
+            obs.ask("OpenInputFiltersDialog", inputName=source)
+            return holds(lambda: set(self.named(source)) - former)
 
-    window = await_value("the filters' window", opened).split()[-1]
-    xdotool("windowsize", window, WIDTH, HEIGHT)
-    xdotool("windowmove", window, LEFT, TOP)
-    time.sleep(1.5)
-    return window
+        await_value("the filters' window", opened, 90)
+        window = (set(self.named(source)) - former).pop()
+        xdotool("windowsize", "--sync", window, WIDTH, HEIGHT)
+        xdotool("windowmove", window, LEFT, TOP)
+        self.settle()
 
+    @staticmethod
+    def named(name):
+        return xdotool("search", "--onlyvisible", "--name", name).split()
 
-def cancel(dialog):
-    """By its button, at the lower right: Escape may reach the window behind it, too. xdotool counts the title twice."""
-    place = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", dialog).splitlines())
-    click(int(place["X"]) + int(place["WIDTH"]) - 60, int(place["Y"]) + int(place["HEIGHT"]) - 30 - TITLE_HEIGHT)
+    def settle(self):
+        """Until the program's main thread waits for something to do, looked at four times; at most five seconds."""
+        calm = 0
 
+        def waits():
+            nonlocal calm
+            calm = calm + 1 if self.obs.main_loop_waits() else 0
+            return calm == 4
 
-def show_page(index):
-    """Of the filter at that place in the list."""
-    click(FILTER_X, FIRST_FILTER_Y + index * FILTER_STEP)
-    time.sleep(1)
+        holds(waits)
+
+    def click(self, x, y):
+        xdotool("mousemove", x, y)
+        self.settle()
+        xdotool("click", 1)
+        self.settle()
+
+    def drag(self, from_x, to_x, y):
+        xdotool("mousemove", from_x, y, "mousedown", 1)
+        for x in range(from_x, to_x, 20):
+            xdotool("mousemove", x, y)
+            time.sleep(0.05)
+        xdotool("mouseup", 1)
+        self.settle()
+
+    def scroll(self, steps):
+        """Down, on the page."""
+        xdotool("mousemove", 320, 700)
+        for _ in range(steps):
+            xdotool("click", 5)
+        self.settle()
+
+    def pop_up(self, what, x, y):
+        """Clicks there until a window has opened. The new one."""
+        before = windows()
+
+        def opened():
+            self.click(x, y)
+            return holds(lambda: windows() - before)
+
+        await_value(what, opened, 90)
+        self.settle()
+        return (windows() - before).pop()
+
+    def answer(self, window, *keys):
+        """By the keyboard, until the window is closed."""
+
+        def closed():
+            xdotool("key", *keys)
+            return holds(lambda: window not in windows())
+
+        await_value("the window is closed", closed, 90)
+        self.settle()
+
+    def cancel(self, dialog):
+        """By its button, at the lower right: Escape may reach the window behind it, too. xdotool counts the title twice."""
+        place = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", dialog).splitlines())
+        x, y = int(place["X"]) + int(place["WIDTH"]) - 60, int(place["Y"]) + int(place["HEIGHT"]) - 30 - TITLE_HEIGHT
+
+        def closed():
+            self.click(x, y)
+            return holds(lambda: dialog not in windows())
+
+        await_value("the dialog is closed", closed, 90)
+
+    def add(self, steps_down, name):
+        """By the + below the list: the menu's entry so many steps from its upper end, then the name."""
+        menu = self.pop_up("the menu of filters", ADD_X, ADD_Y)
+        before = windows()
+        self.answer(menu, *["Down"] * steps_down, "Return")
+        await_value("the question for a name", lambda: self.named("Filter name"))
+        dialog = self.named("Filter name")[-1]
+        self.settle()
+        xdotool("key", "ctrl+a")
+        xdotool("type", name)
+        self.settle()
+        self.answer(dialog, "Return")
+        assert windows() <= before, "another dialog has come"
+
+    def show_page(self, index):
+        """Of the filter at that place in the list, once the list shows it as chosen, and a page stands below the picture:
+        before the first click the list shows one as chosen, too, and there is no page."""
+        y = FIRST_FILTER_Y + index * FILTER_STEP
+
+        def shown():
+            chosen = grab(FILTER_X - 48, y, 2, 1)
+            bluish = chosen[2] > chosen[0] + 20
+            return bluish and grab(*PAGE_CORNER, 2, 1) == grab(*WINDOW_GROUND, 2, 1)
+
+        def clicked():
+            self.click(FILTER_X, y)
+            return holds(shown)
+
+        await_value("the filter's page is shown", clicked, 90)
+        self.settle()

@@ -1,21 +1,20 @@
-"""The filters' pages in the distribution's own OBS Studio, used with a mouse. After each step a picture of the screen is
-kept in the build folder."""
-import argparse
+"""The filters' pages in the distribution's own OBS Studio, used with a mouse. After each step the source's picture is held
+against what the look says, and a picture of the screen is kept in the build folder."""
 import json
 import os
 import shutil
 import subprocess
-import sys
-import tempfile
-import time
 
 import filter_pages
+import session
 import stock_obs_test as stock
-from filter_pages import click, drag, show_page, xdotool
-from obs_client import Obs, await_value, collection_file
+from filter_pages import FiltersWindow, holds, xdotool
+from obs_client import await_value, collection_file
 
 GREEN, BEAUTY, OTHER = "green", "beauty", "other"
-SMOOTH_Y, LOOK_Y, MORE_Y, DEFAULTS_Y, PICK_Y, COLOR_Y = 581, 538, 710, 950, 520, 563  # pixels of the screen
+SKIN = (208, 152, 124)  # the block's colour: flat, so that it tells how much is whitened
+SMOOTH_Y, WHITEN_Y, LOOK_Y, MORE_Y, DEFAULTS_Y, PICK_Y, COLOR_Y = 581, 625, 538, 710, 950, 520, 563  # pixels of the screen
+MENU_STEPS_TO_BEAUTY = 6  # after five of OBS Studio's own
 MAIN_WINDOW = "OBS 29"
 HOTKEYS = {"vanta_filter.beauty_off": "OBS_KEY_F7", "vanta_filter.beauty_on": "OBS_KEY_F8"}
 
@@ -39,124 +38,178 @@ def settings(obs, name):
     return obs.ask("GetSourceFilter", sourceName="clip", filterName=name)["filterSettings"]
 
 
-def smooth(obs, name=BEAUTY):
-    return settings(obs, name).get("beauty_smooth", 35)
+def whiten(obs, name=BEAUTY):
+    return settings(obs, name).get("beauty_whiten", 15)
 
 
-def await_smooth(obs, value):
-    """In both filters' settings and in the look."""
-    await_value(f"the look's smooth is {value}", lambda: round(obs.vendor("GetBeauty")["smooth"] * 100) == value and
-                smooth(obs) == value and smooth(obs, OTHER) == value)
+def await_whiten(obs, value):
+    """In the look and in both filters' settings."""
+    await_value(f"the look's whiten is {value}", lambda: round(obs.vendor("GetBeauty")["whiten"] * 100) == value and
+                whiten(obs) == value and whiten(obs, OTHER) == value)
 
 
-def press_in_main_window(obs, key):
-    window = xdotool("search", "--onlyvisible", "--name", MAIN_WINDOW).split()[-1]
-    xdotool("windowactivate", "--sync", window)
-    xdotool("key", key)
+class Lightness:
+    """The block's in the source's picture: it goes with the look's whiten, and is the same for the same look."""
+
+    def __init__(self, obs):
+        self.obs, self.of_look = obs, {}
+
+    def now(self):
+        middle = self.obs.screenshot("clip", stock.WIDTH, stock.HEIGHT)[stock.HEIGHT // 2][stock.WIDTH // 2]
+        return sum(middle[:3])
+
+    def fits(self, look):
+        now = self.now()
+        known = self.of_look.get(look)
+        others = [(other, light) for other, light in self.of_look.items() if other != look]
+        if (known is not None and abs(now - known) > 3) or any((light < now) != (other < look) for other, light in others):
+            return False
+        self.of_look[look] = now if known is None else known
+        return True
+
+    def await_fit(self):
+        """Of what GetBeauty says."""
+        look = round(self.obs.vendor("GetBeauty")["whiten"] * 100)
+        await_value(f"a picture as whiten {look} makes it; known are {self.of_look}", lambda: self.fits(look))
 
 
 def press_until(obs, key, value):
     """Pressed again while nothing comes of it: OBS Studio keeps a change a while after it was made, and takes no key before
     its window is active."""
     def taken():
-        press_in_main_window(obs, key)
-        end = time.monotonic() + 3
-        while time.monotonic() < end and smooth(obs) != value:
-            time.sleep(0.1)
-        return smooth(obs) == value
+        window = xdotool("search", "--onlyvisible", "--name", MAIN_WINDOW).split()[-1]
+        xdotool("windowactivate", "--sync", window)
+        xdotool("key", key)
+        return holds(lambda: whiten(obs) == value)
 
-    await_value(f"{key} brings {value}", taken)
-    await_smooth(obs, value)
+    await_value(f"{key} brings {value}", taken, 90)
+    await_whiten(obs, value)
 
 
-def set_values(obs, steps):
-    filter_pages.open_filters(obs, "clip")
-    show_page(0)
-    assert smooth(obs) == 35, settings(obs, BEAUTY)
+def drag_until_changed(window, obs, from_x, to_x):
+    """The slider "whiten". A page that is made anew two seconds after the last change may end a drag, on a machine as slow as
+    that; the next one must work."""
+    def changed():
+        before = whiten(obs)
+        window.drag(from_x, to_x, WHITEN_Y)
+        return holds(lambda: whiten(obs) > max(50, before))
+
+    await_value("the slider has moved", changed, 90)
+    await_value("the value stays", lambda: (value := whiten(obs)) == whiten(obs, OTHER) and value)
+
+
+def add_filters(obs, steps):
+    """The first one by the menu, as a user does; then one beside it, and a green screen above which beauty must stand."""
+    FiltersWindow(obs, "clip").add(MENU_STEPS_TO_BEAUTY, BEAUTY)
+    await_value("the filter is there", lambda: stock.filters(obs) == [(BEAUTY, stock.BEAUTY)])
+    steps.keep("added")
+    for name, kind in (OTHER, stock.BEAUTY), (GREEN, stock.GREEN_SCREEN):
+        obs.ask("CreateSourceFilter", sourceName="clip", filterName=name, filterKind=kind, filterSettings={})
+
+
+def set_values(obs, steps, lightness):
+    window = FiltersWindow(obs, "clip")
+    window.show_page(0)
+    assert whiten(obs) == 15, settings(obs, BEAUTY)
+    lightness.await_fit()
     steps.keep("page")
 
-    drag(560, 760, SMOOTH_Y)
-    await_value("the slider has moved", lambda: smooth(obs) > 50)
-    moved = smooth(obs)
-    await_smooth(obs, moved)
+    drag_until_changed(window, obs, 470, 700)
+    moved = whiten(obs)
+    await_whiten(obs, moved)
+    lightness.await_fit()
     steps.keep("dragged")
 
-    press_until(obs, "ctrl+z", 35)
+    press_until(obs, "ctrl+z", 15)
+    lightness.await_fit()
     steps.keep("undone")
     press_until(obs, "ctrl+shift+z", moved)
+    lightness.await_fit()
     steps.keep("done-again")
 
-    filter_pages.open_filters(obs, "clip")
-    show_page(0)
-    click(650, LOOK_Y)
-    xdotool("key", "Down", "Down", "Return")  # Classic, Natural
-    await_smooth(obs, 20)
+    window = FiltersWindow(obs, "clip")
+    window.show_page(0)
+    window.answer(window.pop_up("the list of looks", 650, LOOK_Y), "Down", "Down", "Return")  # Classic, Natural
+    await_whiten(obs, 5)
+    lightness.await_fit()
     steps.keep("look")
 
-    click(368, MORE_Y)
+    window.click(368, MORE_Y)
     await_value("all settings are shown", lambda: settings(obs, BEAUTY).get("beauty_more"))
     steps.keep("more")
 
-    click(345, DEFAULTS_Y)
-    xdotool("key", "Return")
-    await_smooth(obs, 35)
+    window.click(345, DEFAULTS_Y)
+    await_whiten(obs, 15)
     await_value("nothing but defaults stands there", lambda: "beauty_more" not in settings(obs, BEAUTY))
+    lightness.await_fit()
     steps.keep("defaults")
+    return window
 
 
-def change_while_in_use(obs, steps):
-    """What would crash the program if the page were made anew at a wrong moment. A page that is made anew two seconds after
-    the last change may end a drag, on a machine as slow as that; the next one must work."""
-    show_page(0)
-    xdotool("mousemove", 560, SMOOTH_Y, "mousedown", 1)
+def change_while_in_use(window, obs, steps):
+    """What would crash the program if the page were made anew at a wrong moment."""
+    window.show_page(0)
+    xdotool("mousemove", 470, WHITEN_Y, "mousedown", 1)
     for step in range(12):
-        obs.vendor("SetBeauty", whiten=step / 20)
+        obs.vendor("SetBeauty", ruddy=step / 20)
         obs.vendor("Call", call="SetEffectEnabledWithEffectType", type="beauty", enabled=True)
-        xdotool("mousemove", 580 + 15 * step, SMOOTH_Y)
+        xdotool("mousemove", 490 + 15 * step, WHITEN_Y)
     xdotool("mouseup", 1)
-
-    def dragged():
-        before = smooth(obs)
-        show_page(0)
-        drag(500, 640, SMOOTH_Y)
-        drag(640, 780, SMOOTH_Y)
-        return smooth(obs) != before
-
-    await_value("the slider can be dragged again", dragged)
+    window.settle()
+    obs.vendor("SetBeauty", whiten=0.15)
+    await_whiten(obs, 15)
+    window = FiltersWindow(obs, "clip")
+    window.show_page(0)
+    drag_until_changed(window, obs, 470, 700)
     steps.keep("dragged-while-others-change")
 
-    show_page(2)
-    click(840, COLOR_Y)
-    dialog = await_value("the color dialog", lambda: xdotool("search", "--onlyvisible", "--name", "[Cc]olor"))
+    window.show_page(2)
+    dialog = window.pop_up("the color dialog", 840, COLOR_Y)
+    assert dialog in window.named("[Cc]olor"), xdotool("getwindowname", dialog)
     for step in range(8):
         obs.vendor("SetBeauty", smooth=step / 10)
         obs.ask("SetSourceFilterEnabled", sourceName="clip", filterName=GREEN, filterEnabled=step % 2 == 1)
         obs.vendor("SetKey", source="clip", filter=GREEN, config=json.dumps({"similarity": step / 10}))
         obs.screenshot("clip", 64, 36)
     steps.keep("color-dialog")
-    filter_pages.cancel(dialog.split()[-1])
-    await_value("the color dialog is closed", lambda: not xdotool("search", "--onlyvisible", "--name", "[Cc]olor"))
+    window.cancel(dialog)
     obs.vendor("SetKey", source="clip", filter=GREEN, config='{"similarity":0.667}')
+    return window
 
 
-def follow_others(obs, steps):
+def follow_others(window, obs, steps, lightness):
     """A page shows what was changed elsewhere, a while later."""
-    obs.vendor("SetBeauty", smooth=0.3)
-    show_page(0)
+    obs.vendor("SetBeauty", whiten=0.3)
+    window.show_page(0)
 
     def slider():
-        return filter_pages.grab(400, SMOOTH_Y - 8, 480, 16)
+        window.settle()
+        return filter_pages.grab(400, WHITEN_Y - 8, 480, 16)
 
     before = await_value("the slider stands still", lambda: (picture := slider()) == slider() and picture)
-    obs.vendor("SetBeauty", smooth=0.9)
+    obs.vendor("SetBeauty", whiten=0.9)
     await_value("the page shows the new value", lambda: slider() != before)
+    lightness.await_fit()
     steps.keep("changed-elsewhere")
 
 
-def pick(obs, steps):
-    show_page(2)
-    click(525, PICK_Y)
-    stock.look(obs, "clip", "keyed")
+def keyed(obs):
+    rows = obs.screenshot("clip", stock.WIDTH, stock.HEIGHT)
+    return rows[4][4][3] < 16 and rows[stock.HEIGHT // 2][stock.WIDTH // 2][3] > 240
+
+
+def pick(window, obs, steps):
+    window.show_page(2)
+    obs.vendor("SetKey", source="clip", filter=GREEN, config='{"keyColor":[0.1,0.1,0.9]}')
+    await_value("the button has something to do", lambda: not keyed(obs))
+
+    def picked():
+        window.click(525, PICK_Y)
+        return holds(lambda: keyed(obs))
+
+    await_value("the picture is keyed", picked, 90)
+    config = json.loads(obs.vendor("GetKey", source="clip", filter=GREEN)["config"])
+    assert all(abs(part * 255 - green) < 6 for part, green in zip(config["keyColor"], stock.GREEN)), config
     steps.keep("picked")
 
 
@@ -170,60 +223,41 @@ def bind_hotkeys(home):
         json.dump(saved, file)
 
 
-def second_run(obs, steps, value):
-    await_smooth(obs, value)
-    stock.look(obs, "clip", "keyed")
+def second_run(obs, steps, lightness, value):
+    await_whiten(obs, value)
+    await_value("the picture is keyed", lambda: keyed(obs))
+    lightness.await_fit()
     steps.keep("restarted")
     press_until(obs, "F7", 0)
+    lightness.await_fit()
     steps.keep("hotkey-off")
     press_until(obs, "F8", value)
+    lightness.await_fit()
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    for name in "build", "root":
-        parser.add_argument(f"--{name}", required=True)
-    arguments = parser.parse_args()
-    home = tempfile.mkdtemp(prefix="vanta_obs_pages_")
-    manager = subprocess.Popen(["openbox"], stderr=subprocess.DEVNULL)
+    arguments = session.arguments()
     steps = Steps(os.path.join(arguments.build, "stock_obs_pages"))
-    obs = None
-    try:
-        prefix = os.path.join(home, "usr")
-        filter_pages.link_plugin(arguments.root, arguments.build, prefix)
-        clip = os.path.join(home, "clip.mp4")
-        stock.make_clip(clip)
-        obs = Obs(home, prefix, filter_pages.LIBDIR)
-        obs.connect()
-        obs.scene()
-        stock.add_clip(obs, clip)
-        # A beauty filter below the green screen would show the camera without its key.
-        for name, kind in (BEAUTY, stock.BEAUTY), (OTHER, stock.BEAUTY), (GREEN, stock.GREEN_SCREEN):
-            obs.ask("CreateSourceFilter", sourceName="clip", filterName=name, filterKind=kind, filterSettings={})
-        set_values(obs, steps)
-        change_while_in_use(obs, steps)
-        follow_others(obs, steps)
-        pick(obs, steps)
+    with session.Session(arguments.build, arguments.root, window_manager=True, on_failure=lambda: steps.keep("failed"),
+                         block=SKIN) as run:
+        obs = run.start()
+        obs.ask("CreateInput", sceneName=obs.scene(), inputName="clip", inputKind="ffmpeg_source",
+                inputSettings={"local_file": run.clip, "looping": True}, sceneItemEnabled=True)
+        lightness = Lightness(obs)
+        add_filters(obs, steps)
+        set_values(obs, steps, lightness)
+        window = change_while_in_use(FiltersWindow(obs, "clip"), obs, steps)
+        follow_others(window, obs, steps, lightness)
+        pick(window, obs, steps)
         stock.end(obs)
-        bind_hotkeys(home)
-        obs = Obs(home, prefix, filter_pages.LIBDIR)
-        obs.connect()
-        obs.scene()
-        second_run(obs, steps, 90)
+        bind_hotkeys(run.home)
+        obs = run.start()
+        lightness.obs = obs
+        second_run(obs, steps, lightness, 90)
         stock.end(obs)
-        with open(collection_file(home)) as file:
+        with open(collection_file(run.home)) as file:
             modules = json.load(file)["modules"]
         assert all(modules[name][0]["key"] == key for name, key in HOTKEYS.items()), modules
-    except BaseException:
-        if obs:
-            steps.keep("failed")
-            print("\n".join(obs.log().splitlines()[-60:]), file=sys.stderr)
-        raise
-    finally:
-        if obs:
-            obs.kill()
-        manager.kill()
-        shutil.rmtree(home, ignore_errors=True)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,9 @@
-"""The Debian package's plug-in in the distribution's own OBS Studio: filters are added to a playing video, set, looked at,
-removed, saved and found again by the next run."""
+"""The Debian package's plug-in in the distribution's own OBS Studio: the package takes a former one's place, filters are added
+to a playing video, set, looked at, removed, saved and found again by the next run, and scenes that former versions have saved
+(scenes/) work."""
 import argparse
 import glob
+import json
 import os
 import re
 import shutil
@@ -34,11 +36,43 @@ def check_package(package):
         assert name in depends, (name, depends)
 
 
-def make_clip(path):
-    """Three seconds of a red block before a green backing, which moves a little so that every frame is another."""
+def former_package(package, folder):
+    """The same files and one more, under a lower version."""
+    subprocess.run(["dpkg-deb", "-R", package, folder], check=True)
+    control = os.path.join(folder, "DEBIAN/control")
+    with open(control) as file:
+        text = re.sub(r"(?m)^Version: .*$", "Version: 0.0.1", file.read())
+    with open(control, "w") as file:
+        file.write(text)
+    sums = os.path.join(folder, "DEBIAN/md5sums")
+    if os.path.exists(sums):
+        os.remove(sums)
+    gone = os.path.join(folder, "usr/share/obs/obs-plugins/vanta_filter/gone.effect")
+    with open(gone, "w") as file:
+        file.write("of a former version")
+    subprocess.run(["dpkg-deb", "--root-owner-group", "-b", folder, folder + ".deb"], check=True,
+                   stdout=subprocess.DEVNULL)
+    return folder + ".deb"
+
+
+def upgrade(package, folder, root):
+    """Into a system of nothing else below `root`: the former package, then this one over it."""
+    database = os.path.join(root, "var/lib/dpkg")
+    for name in "info", "updates", "triggers":
+        os.makedirs(os.path.join(database, name))
+    open(os.path.join(database, "status"), "w").close()
+    for wanted in former_package(package, os.path.join(folder, "former")), package:
+        subprocess.run(["dpkg", f"--root={root}", "--force-not-root", "--force-depends", "--force-bad-path", "--log=/dev/null",
+                        "-i", wanted], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    gone = glob.glob(os.path.join(root, "usr/share/obs/obs-plugins/vanta_filter/gone.effect"))
+    assert not gone, "a file of the former package has stayed"
+
+
+def make_clip(path, block=RED):
+    """Three seconds of a block before a green backing, which moves a little so that every frame is another."""
     subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
                     f"color=0x{bytes(GREEN).hex()}:s=640x360:r=30:d=3", "-f", "lavfi", "-i",
-                    f"color=0x{bytes(RED).hex()}:s=240x240:r=30:d=3", "-filter_complex",
+                    f"color=0x{bytes(block).hex()}:s=240x240:r=30:d=3", "-filter_complex",
                     "[0][1]overlay=200+8*sin(t*4):60,scale=out_color_matrix=bt709:out_range=tv", "-colorspace", "bt709",
                     "-color_range", "tv", "-c:v", "libx264", "-crf", "12", "-pix_fmt", "yuv420p", path], check=True)
 
@@ -145,6 +179,53 @@ def second_run(obs):
     return end(obs)
 
 
+def put_scene(home, name, clip):
+    """As the only scene collection of a new home."""
+    folder = os.path.join(home, "obs-studio/basic/scenes")
+    os.makedirs(folder)
+    with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "scenes", name)) as file:
+        text = file.read().replace('"CLIP"', json.dumps(clip))
+    with open(os.path.join(folder, "Untitled.json"), "w") as file:
+        file.write(text)
+
+
+def key_config(obs):
+    return json.loads(obs.vendor("GetKey", source="clip", filter="green")["config"])
+
+
+def run_former_scene(obs, values, config):
+    """What was saved counts, and can be changed."""
+    obs.connect()
+    obs.scene()
+    names = {"beauty": BEAUTY, "landmarks": LANDMARK, "green": GREEN_SCREEN}
+    await_value("the saved filters are back", lambda: dict(filters(obs)) == names)
+    look(obs, "clip", "keyed")
+    now = obs.vendor("GetBeauty")
+    assert {name: now[name] if isinstance(value, str) else round(now[name] * 100) for name, value in values.items()} == values, now
+    now = key_config(obs)
+    for name, value in config.items():
+        assert now[name] == value or abs(now[name] - value) < 1e-6, (name, now)
+    obs.vendor("SetBeauty", smooth=0.7)
+    obs.vendor("SetKey", source="clip", filter="green", config='{"alphaShrink":1}')
+    look(obs, "clip", "keyed")
+    saved = obs.ask("GetSourceFilter", sourceName="clip", filterName="beauty")["filterSettings"]
+    assert saved["beauty_smooth"] == 70 and saved["effect_json_ability_handler"] == 0, saved
+    assert key_config(obs)["alphaShrink"] == 1
+    return end(obs)
+
+
+def run_without_pages(obs):
+    """Before there were pages: nothing but what the filters read, and the address of another process's handler."""
+    return run_former_scene(obs, {"smooth": 35, "whiten": 15, "ruddy": 10, "sharpen": 0, "lookup": ""},
+                            {"similarity": 0.6, "keyColor": [0.157, 0.706, 0.275], "alphaShrink": 0})
+
+
+def run_first_pages(obs):
+    """Per cents of the green screen with a fraction, and nothing of makeup by color."""
+    return run_former_scene(obs, {"smooth": 80, "whiten": 15, "chin": -20, "lookup": "nuan.cube", "lips_color": ""},
+                            {"similarity": 0.601, "alphaShrink": 0.5, "spillSupColorMix": 0.5})
+
+
 def main():
     parser = argparse.ArgumentParser()
     for name in "build", "cpack", "libdir":
@@ -156,20 +237,24 @@ def main():
         package = make_package(arguments, os.path.join(home, "package"))
         check_package(package)
         root = os.path.join(home, "root")
-        subprocess.run(["dpkg-deb", "-x", package, root], check=True)
+        upgrade(package, home, root)
         clip = os.path.join(home, "clip.mp4")
         make_clip(clip)
         prefix = os.path.join(root, "usr")
         bare_home = os.path.join(home, "bare")
         os.mkdir(bare_home)
+        formers = {"without_pages.json": run_without_pages, "first_pages.json": run_first_pages}
+        for name in formers:
+            put_scene(os.path.join(home, name), name, clip)
         steps = [(bare_home, "/nowhere", lambda obs: bare_run(obs, clip)), (bare_home, "/nowhere", lambda obs: bare_run(obs, None)),
                  (home, prefix, lambda obs: first_run(obs, clip)), (home, prefix, second_run)]
+        steps += [(os.path.join(home, name), prefix, run) for name, run in formers.items()]
         leaks = []
         for folder, plugin_prefix, step in steps:
             runs.append(Obs(folder, plugin_prefix, arguments.libdir))
             leaks.append(step(runs[-1]))
-        print("memory leaks: without the plug-in, first and second run, then with it:", leaks)
-        assert leaks[2] == 0 and leaks[2:] == leaks[:2], leaks
+        print("memory leaks: without the plug-in, first and second run, then with it, then former scenes:", leaks)
+        assert leaks[2] == 0 and leaks[2:] == [*leaks[:2], leaks[1], leaks[1]], leaks
     except BaseException:
         for run in runs[-1:]:
             print("\n".join(run.log().splitlines()[-80:]), file=sys.stderr)

@@ -1,16 +1,10 @@
 """Filters made and removed, scene collections switched, Studio Mode and requests until the end, with a page open, in the
 distribution's own OBS Studio."""
-import argparse
-import os
-import shutil
-import subprocess
-import sys
-import tempfile
 import threading
 
 import websocket
 
-import filter_pages
+import session
 import stock_obs_test as stock
 from obs_client import Obs, await_value
 
@@ -93,23 +87,10 @@ class Asker(threading.Thread):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    for name in "build", "root":
-        parser.add_argument(f"--{name}", required=True)
-    arguments = parser.parse_args()
-    home = tempfile.mkdtemp(prefix="vanta_obs_storm_")
-    manager = subprocess.Popen(["openbox"], stderr=subprocess.DEVNULL)
-    obs = None
-    try:
-        prefix = os.path.join(home, "usr")
-        filter_pages.link_plugin(arguments.root, arguments.build, prefix)
-        clip = os.path.join(home, "clip.mp4")
-        stock.make_clip(clip)
-        obs = Obs(home, prefix, filter_pages.LIBDIR)
-        obs.connect()
-        obs.scene()
-        stock.add_clip(obs, clip)
-        storm(obs, clip)
+    arguments = session.arguments()
+    with session.Session(arguments.build, arguments.root, window_manager=True) as run:
+        obs = run.start_with_clip()
+        storm(obs, run.clip)
         use_studio_mode(obs)
         asker = Asker(obs)
         asker.start()
@@ -118,15 +99,6 @@ def main():
         print("memory leaks:", leaks, "rounds of requests until the end:", asker.answers)
         # OBS Studio 29.0.2 itself leaks one allocation for each collection that it loads from a file.
         assert leaks == 2 * ROUNDS + 1, leaks
-    except BaseException:
-        if obs:
-            print("\n".join(obs.log().splitlines()[-60:]), file=sys.stderr)
-        raise
-    finally:
-        if obs:
-            obs.kill()
-        manager.kill()
-        shutil.rmtree(home, ignore_errors=True)
 
 
 if __name__ == "__main__":

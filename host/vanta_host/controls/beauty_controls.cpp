@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "controls/look_commands.h"
-#include "controls/module_files.h"
 #include "module/module_control.h"
+#include "module/module_files.h"
 
 namespace vanta_host {
 

@@ -26,12 +26,16 @@ BeautyLook::BeautyLook() {
 
 bool BeautyLook::IsOff() const {
   const bool all_zero = std::all_of(percent.begin(), percent.end(), [](int value) { return value == 0; });
-  return all_zero && (lookup.empty() || lookup_strength == 0) && (makeup.empty() || makeup_strength == 0) &&
-         effect.empty();
+  return all_zero && (lookup.empty() || lookup_strength == 0) && !ShowsMakeup() && effect.empty();
+}
+
+bool BeautyLook::ShowsMakeup() const {
+  return (!makeup.empty() && makeup_strength != 0) ||
+         std::any_of(colors.begin(), colors.end(), [](const MakeupColor &color) { return color.Shows(); });
 }
 
 bool BeautyLook::NeedsFaces() const {
-  bool needs = !makeup.empty() && makeup_strength != 0;
+  bool needs = ShowsMakeup();
   for (size_t i = 0; i < kValueCount; ++i)
     needs = needs || (BeautyValues()[i].kind != ValueKind::kBeauty && percent[i]);
   return needs;
@@ -54,6 +58,11 @@ BeautyLook ReadLook(obs_data_t *settings) {
   look.makeup = obs_data_get_string(settings, kMakeupSetting);
   look.makeup_strength = ReadPercent(settings, kMakeupStrengthSetting, 0, 100);
   look.effect = obs_data_get_string(settings, kEffectSetting);
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    const MakeupPart &part = MakeupParts()[i];
+    look.colors[i] = {ColorDigits(obs_data_get_string(settings, part.color_setting)),
+                      ReadPercent(settings, part.strength_setting, 0, 100)};
+  }
   return look;
 }
 
@@ -64,6 +73,10 @@ void WriteLook(const BeautyLook &look, obs_data_t *settings) {
   WriteText(settings, kMakeupSetting, look.makeup);
   WriteInt(settings, kMakeupStrengthSetting, look.makeup_strength);
   WriteText(settings, kEffectSetting, look.effect);
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    WriteText(settings, MakeupParts()[i].color_setting, look.colors[i].rgb);
+    WriteInt(settings, MakeupParts()[i].strength_setting, look.colors[i].strength);
+  }
 }
 
 void SetLookDefaults(obs_data_t *settings) {
@@ -74,6 +87,10 @@ void SetLookDefaults(obs_data_t *settings) {
   obs_data_set_default_string(settings, kMakeupSetting, "");
   obs_data_set_default_int(settings, kMakeupStrengthSetting, initial.makeup_strength);
   obs_data_set_default_string(settings, kEffectSetting, "");
+  for (const MakeupPart &part : MakeupParts()) {
+    obs_data_set_default_string(settings, part.color_setting, "");
+    obs_data_set_default_int(settings, part.strength_setting, MakeupColor().strength);
+  }
 }
 
 }  // namespace vanta_host

@@ -7,6 +7,7 @@
 #include <obs.h>
 
 #include "controls/beauty_values.h"
+#include "controls/makeup_parts.h"
 
 namespace vanta_host {
 
@@ -17,6 +18,15 @@ inline constexpr char kMakeupSetting[] = "beauty_makeup";
 inline constexpr char kMakeupStrengthSetting[] = "beauty_makeup_strength";
 inline constexpr char kEffectSetting[] = "beauty_effect";
 
+// One part of the face.
+struct MakeupColor {
+  bool operator==(const MakeupColor &) const = default;
+  bool Shows() const { return !rgb.empty() && strength != 0; }
+
+  std::string rgb;    // as ColorDigits gives it; empty: the part is as it is
+  int strength = 60;  // per cent
+};
+
 // As it stands after construction an engine starts.
 struct BeautyLook {
   BeautyLook();
@@ -24,6 +34,7 @@ struct BeautyLook {
 
   // Nothing in the picture would be changed. Strengths of what is not chosen do not count.
   bool IsOff() const;
+  bool ShowsMakeup() const;
   // A face has to be found for it.
   bool NeedsFaces() const;
 
@@ -32,6 +43,7 @@ struct BeautyLook {
   std::string lookup, makeup, effect;
   int lookup_strength = 80;  // per cent
   int makeup_strength = 100;
+  std::array<MakeupColor, kMakeupPartCount> colors;  // in the order of MakeupParts
 };
 
 // Every value off.

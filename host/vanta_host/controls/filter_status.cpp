@@ -8,8 +8,8 @@
 #include "controls/beauty_controls.h"
 #include "controls/face_watch.h"
 #include "controls/key_picker.h"
-#include "controls/module_files.h"
-#include "controls/statistics_reader.h"
+#include "module/module_files.h"
+#include "module/statistics_reader.h"
 
 namespace vanta_host {
 namespace {
@@ -74,12 +74,12 @@ FilterStatus GreenScreenStatus(obs_source_t *filter) {
   return ShowsUnkeyed(filter) ? Say("Unkeyed", OBS_TEXT_INFO_WARNING) : Say("Keyed", OBS_TEXT_INFO_NORMAL);
 }
 
-FilterStatus LandmarkStatus(obs_source_t *) {
+FilterStatus LandmarkStatus(obs_source_t *filter) {
   if (!HasCascades()) return Say("NoCascades", OBS_TEXT_INFO_WARNING);
-  const int count = LastFaces().count;
-  FilterStatus status = Say("Faces", OBS_TEXT_INFO_NORMAL);
-  status.state += std::to_string(count);
-  status.text = Filled(status.text, std::to_string(count));
+  const FoundFaces faces = FacesOf(filter);
+  FilterStatus status = Say(faces.tellers > 1 ? "FacesTogether" : "Faces", OBS_TEXT_INFO_NORMAL);
+  status.state += std::to_string(faces.count);
+  status.text = Filled(status.text, std::to_string(faces.count));
   return status;
 }
 

@@ -1,13 +1,14 @@
 #include "controls/look_commands.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include <lumivex/lumivex_values.h>
+
 namespace vanta_host {
 namespace {
-
-constexpr char kMakeupKey[] = "makeup";
 
 float Intensity(int percent) {
   return static_cast<float>(percent) / 100.0f;
@@ -27,14 +28,47 @@ LXLookupInfo Lookup(const BeautyLook &look, const ResourceFolders &folders) {
   return info;
 }
 
-std::vector<LXMakeupInfo> Makeup(const BeautyLook &look, const ResourceFolders &folders) {
-  const std::string folder = folders.Find(ResourceKind::kMakeup, look.makeup);
-  if (folder.empty()) return {};
+LXMakeupInfo MakeupLayer(const std::string &resource, const char *key, int percent) {
   LXMakeupInfo layer{};
-  CopyPath(layer.resourceDir, folder);
-  CopyPath(layer.key, kMakeupKey);
-  layer.intensity = Intensity(look.makeup_strength);
-  return {layer};
+  CopyPath(layer.resourceDir, resource);
+  CopyPath(layer.key, key);
+  layer.intensity = Intensity(percent);
+  return layer;
+}
+
+std::vector<LXMakeupInfo> Makeup(const BeautyLook &look, const ResourceFolders &folders) {
+  std::vector<LXMakeupInfo> layers;
+  const std::string folder = folders.Find(ResourceKind::kMakeup, look.makeup);
+  if (!folder.empty()) layers.push_back(MakeupLayer(folder, kMakeupKey, look.makeup_strength));
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    const MakeupColor &color = look.colors[i];
+    if (!color.rgb.empty())
+      layers.push_back(
+          MakeupLayer(std::string(lumivex::kMakeupColorPrefix) + color.rgb, MakeupParts()[i].name, color.strength));
+  }
+  return layers;
+}
+
+// Apart from their strengths.
+bool HaveTheSameMakeup(const BeautyLook &one, const BeautyLook &other) {
+  return one.makeup == other.makeup &&
+         std::equal(one.colors.begin(), one.colors.end(), other.colors.begin(),
+                    [](const MakeupColor &a, const MakeupColor &b) { return a.rgb == b.rgb; });
+}
+
+bool HasMakeup(const BeautyLook &look) {
+  return !HaveTheSameMakeup(look, PlainLook());
+}
+
+void SendMakeup(ILumivex &control, const BeautyLook &before, const BeautyLook &after, const ResourceFolders &folders) {
+  if (!HaveTheSameMakeup(before, after)) return control.SetMakeupInfo(Makeup(after, folders));
+  if (after.makeup_strength != before.makeup_strength && !after.makeup.empty())
+    control.SetMakeupIntensityWithKey(kMakeupKey, Intensity(after.makeup_strength));
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    const MakeupColor &color = after.colors[i];
+    if (color != before.colors[i] && !color.rgb.empty())
+      control.SetMakeupIntensityWithKey(MakeupParts()[i].name, Intensity(color.strength));
+  }
 }
 
 void SendValue(ILumivex &control, const BeautyValue &value, float intensity) {
@@ -57,10 +91,7 @@ void SendResources(ILumivex &control, const BeautyLook &before, const BeautyLook
     control.SetLookupInfo(Lookup(after, folders));
   else if (after.lookup_strength != before.lookup_strength && !after.lookup.empty())
     control.SetLookupIntensity(Intensity(after.lookup_strength));
-  if (after.makeup != before.makeup)
-    control.SetMakeupInfo(Makeup(after, folders));
-  else if (after.makeup_strength != before.makeup_strength && !after.makeup.empty())
-    control.SetMakeupIntensityWithKey(kMakeupKey, Intensity(after.makeup_strength));
+  SendMakeup(control, before, after, folders);
   if (after.effect != before.effect)
     control.SetMagicEffectWithPath(folders.Find(ResourceKind::kEffect, after.effect), kMainEffectSlot, false);
 }
@@ -94,7 +125,7 @@ void PutIntoSnapshot(const BeautyLook &look, const ResourceFolders &folders, Fac
     }
   }
   if (!look.lookup.empty()) snapshot.lookup = Lookup(look, folders);
-  if (!look.makeup.empty()) snapshot.makeup = Makeup(look, folders);
+  if (HasMakeup(look)) snapshot.makeup = Makeup(look, folders);
   const std::string effect = folders.Find(ResourceKind::kEffect, look.effect);
   if (!effect.empty()) snapshot.magic_path = effect;
 }

@@ -12,6 +12,7 @@ namespace vanta_host {
 namespace {
 
 constexpr int kFormat = 1;
+constexpr char kColors[] = "makeup_colors";
 
 const char *ObjectName(ValueKind kind) {
   switch (kind) {
@@ -34,6 +35,29 @@ int StrengthIn(obs_data_t *data, const char *name, int otherwise) {
   return obs_data_has_user_value(data, name) ? Percent(obs_data_get_double(data, name), 0, 100) : otherwise;
 }
 
+void ReadColors(obs_data_t *data, BeautyLook &look) {
+  const OBSDataAutoRelease parts = obs_data_get_obj(data, kColors);
+  for (size_t i = 0; parts && i < kMakeupPartCount; ++i) {
+    const OBSDataAutoRelease part = obs_data_get_obj(parts, MakeupParts()[i].name);
+    MakeupColor &color = look.colors[i];
+    if (part) color = {ColorDigits(obs_data_get_string(part, "color")), StrengthIn(part, "intensity", color.strength)};
+  }
+}
+
+void WriteColors(const BeautyLook &look, obs_data_t *data) {
+  const OBSDataAutoRelease parts = obs_data_create();
+  bool any = false;
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    if (look.colors[i].rgb.empty()) continue;
+    any = true;
+    const OBSDataAutoRelease part = obs_data_create();
+    obs_data_set_string(part, "color", look.colors[i].rgb.c_str());
+    obs_data_set_double(part, "intensity", look.colors[i].strength / 100.0);
+    obs_data_set_obj(parts, MakeupParts()[i].name, part);
+  }
+  if (any) obs_data_set_obj(data, kColors, parts);
+}
+
 }  // namespace
 
 std::optional<BeautyLook> ReadLookFile(const std::string &path) {
@@ -51,6 +75,7 @@ std::optional<BeautyLook> ReadLookFile(const std::string &path) {
   look.makeup = obs_data_get_string(data, "makeup");
   look.makeup_strength = StrengthIn(data, "makeup_intensity", look.makeup_strength);
   look.effect = obs_data_get_string(data, "effect");
+  ReadColors(data, look);
   return look;
 }
 
@@ -74,6 +99,7 @@ bool WriteLookFile(const std::string &path, const BeautyLook &look) {
     obs_data_set_double(data, "makeup_intensity", look.makeup_strength / 100.0);
   }
   if (!look.effect.empty()) obs_data_set_string(data, "effect", look.effect.c_str());
+  WriteColors(look, data);
   os_mkdirs(std::filesystem::path(path).parent_path().string().c_str());
   return obs_data_save_json_safe(data, path.c_str(), "new", nullptr);
 }

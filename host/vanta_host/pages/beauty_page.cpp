@@ -11,7 +11,7 @@
 
 #include "controls/beauty_controls.h"
 #include "controls/look_file.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "pages/page_parts.h"
 #include "pages/page_refresh.h"
 
@@ -23,6 +23,7 @@ constexpr char kMore[] = "beauty_more";
 constexpr char kLookName[] = "beauty_look_name";
 constexpr char kFaceGroup[] = "beauty_group_face";
 constexpr char kBodyGroup[] = "beauty_group_body";
+constexpr char kMakeupGroup[] = "beauty_group_makeup";
 constexpr char kLookGroup[] = "beauty_group_look";
 
 // Those that come with the engine, in the order in which they are offered.
@@ -153,12 +154,32 @@ void AddStrength(obs_properties_t *page, const char *list, const char *setting, 
   if (obs_properties_get(page, list)) AddSlider(page, setting, text, 0, 100);
 }
 
+// A colour that is none of those offered stands in the list as its digits.
+void AddMakeupColor(obs_properties_t *page, const MakeupPart &part, const MakeupColor &chosen) {
+  obs_property_t *list = obs_properties_add_list(page, part.color_setting, Text(std::string("Makeup.") + part.name),
+                                                 OBS_COMBO_TYPE_LIST, OBS_COMBO_FORMAT_STRING);
+  obs_property_list_add_string(list, Text("Resource.None"), "");
+  bool offered = chosen.rgb.empty();
+  for (const MakeupShade &shade : part.shades) {
+    obs_property_list_add_string(list, Text(std::string("Color.") + shade.name), shade.rgb);
+    offered = offered || chosen.rgb == shade.rgb;
+  }
+  if (!offered) obs_property_list_add_string(list, ("#" + chosen.rgb).c_str(), chosen.rgb.c_str());
+  AddSlider(page, part.strength_setting, "Makeup.Strength", 0, 100);
+}
+
+void AddMakeupColors(obs_properties_t *page, const BeautyLook &look) {
+  obs_properties_t *group = obs_properties_create();
+  for (size_t i = 0; i < kMakeupPartCount; ++i) AddMakeupColor(group, MakeupParts()[i], look.colors[i]);
+  Labelled(obs_properties_add_group(page, kMakeupGroup, Text("Group.Makeup"), OBS_GROUP_NORMAL, group), "Group.Makeup");
+}
+
 bool OnMore(obs_properties_t *page, obs_property_t *, obs_data_t *settings) {
   const bool more = obs_data_get_bool(settings, kMore);
   for (size_t i = kFirstMore; i < FirstOfFace(); ++i) SetVisible(page, {BeautyValues()[i].setting}, more);
   SetVisible(page,
-             {kFaceGroup, kBodyGroup, kLookupSetting, kLookupStrengthSetting, kMakeupSetting, kMakeupStrengthSetting,
-              kEffectSetting, kLookGroup},
+             {kFaceGroup, kBodyGroup, kMakeupGroup, kLookupSetting, kLookupStrengthSetting, kMakeupSetting,
+              kMakeupStrengthSetting, kEffectSetting, kLookGroup},
              more);
   if (const OBSSourceAutoRelease filter = PageFilter(page)) Pages().ShowsMore(filter, more);
   return true;
@@ -169,6 +190,7 @@ void AddMore(obs_properties_t *page, const BeautyLook &look) {
   AddValues(page, kFirstMore, FirstOfFace());
   AddGroup(page, kFaceGroup, "Group.Face", FirstOfFace(), FirstOfBody());
   AddGroup(page, kBodyGroup, "Group.Body", FirstOfBody(), kValueCount);
+  AddMakeupColors(page, look);
   AddResources(page, ResourceKind::kLookup, kLookupSetting, "Lookup", look.lookup);
   AddStrength(page, kLookupSetting, kLookupStrengthSetting, "LookupStrength");
   AddResources(page, ResourceKind::kMakeup, kMakeupSetting, "Makeup", look.makeup);

@@ -7,7 +7,7 @@
 
 #include "controls/green_screen_keys.h"
 #include "controls/key_picker.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "pages/page_parts.h"
 
 namespace vanta_host {

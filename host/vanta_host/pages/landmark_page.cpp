@@ -6,7 +6,7 @@
 #include <graphics/vec4.h>
 
 #include "controls/face_watch.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "pages/page_parts.h"
 #include "pages/page_refresh.h"
 
@@ -42,7 +42,7 @@ void SetLandmarkDefaults(obs_data_t *settings) {
 void DrawLandmarks(obs_source_t *filter) {
   const OBSDataAutoRelease settings = obs_source_get_settings(filter);
   if (!obs_data_get_bool(settings, kDraw)) return;
-  const FoundFaces faces = LastFaces();
+  const FoundFaces faces = FacesOf(filter);
   obs_source_t *target = obs_filter_get_target(filter);
   if (faces.points.empty() || faces.width == 0 || faces.height == 0 || !target) return;
   const float scale_x = static_cast<float>(obs_source_get_base_width(target)) / static_cast<float>(faces.width);

@@ -1,6 +1,6 @@
 #include "pages/page_parts.h"
 
-#include "controls/module_files.h"
+#include "module/module_files.h"
 
 namespace vanta_host {
 namespace {

@@ -3,7 +3,7 @@
 #include "controls/beauty_controls.h"
 #include "controls/green_screen_keys.h"
 #include "controls/key_picker.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "pages/beauty_page.h"
 #include "pages/green_screen_page.h"
 #include "pages/landmark_page.h"

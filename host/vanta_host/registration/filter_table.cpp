@@ -48,8 +48,8 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
 void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *source) {
   if (type == kBeautyType) RemoveForeignHandler(settings);
   const OBSData read = BeforeCreation(type, source, settings);
-  std::shared_ptr<FrameGate> gate;
-  if (type == kBeautyType) gate = std::make_shared<FrameGate>(Controls().Changes());
+  std::unique_ptr<FrameGate> gate;
+  if (type == kBeautyType) gate = std::make_unique<FrameGate>(Controls().Changes());
   void *data = types_[type].create.load()(read, source);
   if (data) {
     MutexLock lock(mutex_);
@@ -80,7 +80,7 @@ obs_source_frame *FilterTable::FilterVideo(size_t type, void *data, obs_source_f
   const auto filter_video = types_[type].filter_video.load();
   if (type != kBeautyType) return filter_video(data, frame);
   if (PicturesPass()) return frame;
-  const std::shared_ptr<FrameGate> gate = GateOf(data);
+  FrameGate *gate = Find(type, data).gate;
   if (!gate) return filter_video(data, frame);
   // A dump and face points from the engine need it.
   const bool idle = Controls().IsIdle() && !FacePointByLX() && !(frame && vanta::GetDumpId(frame) != 0);
@@ -102,26 +102,17 @@ void FilterTable::Update(size_t type, void *data, obs_data_t *settings) {
   update(data, copy);
 }
 
-std::shared_ptr<FrameGate> FilterTable::GateOf(const void *data) const {
-  MutexLock lock(mutex_);
-  const auto found = std::find_if(instances_.begin(), instances_.end(), [&](const Instance &instance) {
-    return instance.data == data && instance.type == kBeautyType;
-  });
-  return found == instances_.end() ? nullptr : found->gate;
-}
-
-bool FilterTable::IsPassedBy(const void *data) const {
-  if (PicturesPass()) return true;
+// The gate is asked before the control object, which has a lock: a look that is off costs less than a jump.
+bool FilterTable::IsPassedBy(const FrameGate *gate) const {
+  if (PicturesPass() || (gate && gate->PassesBy())) return true;
   ILumivex *control = control_;
-  if (control && control->GetFacelessJumpInfo().need_jump) return true;
-  const std::shared_ptr<FrameGate> gate = GateOf(data);
-  return gate && gate->PassesBy();
+  return control && control->GetFacelessJumpInfo().need_jump;
 }
 
 void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
-  obs_source_t *source = SourceOf(type, data);
+  auto [source, gate] = Find(type, data);
   if (source && !obs_filter_get_parent(source)) source = nullptr;
-  if (source && (type == kBeautyType ? IsPassedBy(data) : ShowsUnkeyed(source)))
+  if (source && (type == kBeautyType ? IsPassedBy(gate) : ShowsUnkeyed(source)))
     obs_source_skip_video_filter(source);
   else
     types_[type].video_render.load()(data, effect);
@@ -129,11 +120,15 @@ void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
 }
 
 obs_source_t *FilterTable::SourceOf(size_t type, const void *data) const {
+  return Find(type, data).source;
+}
+
+FilterTable::Found FilterTable::Find(size_t type, const void *data) const {
   MutexLock lock(mutex_);
-  const auto found = std::find_if(instances_.begin(), instances_.end(), [&](const Instance &instance) {
-    return instance.data == data && instance.type == type;
-  });
-  return found == instances_.end() ? nullptr : found->source;
+  for (const Instance &instance : instances_) {
+    if (instance.data == data && instance.type == type) return {instance.source, instance.gate.get()};
+  }
+  return {};
 }
 
 uint32_t FilterTable::TakeMark(const void *data) {

@@ -65,13 +65,18 @@ class FilterTable {
     obs_source_t *source;
     void *data;
     size_t type;
-    std::shared_ptr<FrameGate> gate;  // of a beauty filter
+    std::unique_ptr<FrameGate> gate;  // of a beauty filter
     uint32_t mark = 0;                // of its next frame; 0: none
+  };
+  // What a callback needs of its instance: good until the instance's Destroy, as the module's own data is.
+  struct Found {
+    obs_source_t *source = nullptr;
+    FrameGate *gate = nullptr;
   };
 
   uint32_t TakeMark(const void *data);
-  std::shared_ptr<FrameGate> GateOf(const void *data) const;
-  bool IsPassedBy(const void *data) const;
+  Found Find(size_t type, const void *data) const;
+  bool IsPassedBy(const FrameGate *gate) const;
 
   std::array<Type, kTypes> types_;
   std::atomic<size_t> marks_{0};  // instances with a mark: a frame of a process without marks takes no lock

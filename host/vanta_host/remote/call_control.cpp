@@ -7,10 +7,13 @@
 #include <optional>
 #include <utility>
 
+#include <lumivex/lumivex_values.h>
+
 #include "controls/beauty_controls.h"
+#include "controls/look_commands.h"
 #include "controls/look_file.h"
-#include "controls/module_files.h"
-#include "controls/statistics_reader.h"
+#include "module/module_files.h"
+#include "module/statistics_reader.h"
 #include "vanta_operations/members.h"
 
 namespace vanta_host {
@@ -63,6 +66,40 @@ bool SetInLook(ValueKind kind, int32_t type, float intensity) {
 std::string NameOf(ResourceKind kind, const std::string &path) {
   std::string name = std::filesystem::path(path).filename().string();
   return ModuleFolders().Find(kind, name) == path ? name : std::string();
+}
+
+// False for layers that a look cannot hold; `look` is then left half changed.
+bool PutMakeupIntoLook(const std::vector<LXMakeupInfo> &layers, BeautyLook &look) {
+  look.makeup.clear();
+  look.colors = {};
+  for (const LXMakeupInfo &layer : layers) {
+    const std::string_view resource = layer.resourceDir, key = layer.key;
+    const size_t part = FindMakeupPart(key);
+    if (layer.word != lumivex::kMakeupBlendOfResource) return false;
+    if (resource.starts_with(lumivex::kMakeupColorPrefix) && part < kMakeupPartCount) {
+      look.colors[part] = {ColorDigits(resource.substr(lumivex::kMakeupColorPrefix.size())), Percent(layer.intensity)};
+      if (look.colors[part].rgb.empty()) return false;
+    } else if (const std::string name = NameOf(ResourceKind::kMakeup, layer.resourceDir);
+               !name.empty() && key == kMakeupKey) {
+      look.makeup = name;
+      look.makeup_strength = Percent(layer.intensity);
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+// False where the look has no such makeup.
+bool PutMakeupIntensity(BeautyLook &look, const std::string &key, float intensity) {
+  const size_t part = FindMakeupPart(key);
+  if (part < kMakeupPartCount && !look.colors[part].rgb.empty())
+    look.colors[part].strength = Percent(intensity);
+  else if (key == kMakeupKey && !look.makeup.empty())
+    look.makeup_strength = Percent(intensity);
+  else
+    return false;
+  return true;
 }
 
 // Values that a look holds are the look's.
@@ -119,13 +156,23 @@ void CallControl::SetLookupIntensity(float intensity) {
 
 void CallControl::SetMakeupInfo(const std::vector<LXMakeupInfo> &layers) {
   for (const LXMakeupInfo &layer : layers) CheckRange(layer.intensity, 0, 1);
-  Controls().Edit([](BeautyLook &look) { look.makeup.clear(); });
-  Controls().KeepBeside([&](FacelessEngineSnapshot &rest) { rest.makeup = layers; });
+  bool held = false;
+  Controls().Edit([&](BeautyLook &look) {
+    held = PutMakeupIntoLook(layers, look);
+    if (!held) PutMakeupIntoLook({}, look);
+  });
+  Controls().KeepBeside([&](FacelessEngineSnapshot &rest) {
+    rest.makeup.clear();
+    if (!held) rest.makeup = layers;
+  });
   control_.SetMakeupInfo(layers);
 }
 
 void CallControl::SetMakeupIntensityWithKey(std::string key, float intensity) {
   CheckRange(intensity, 0, 1);
+  bool held = false;
+  Controls().Edit([&](BeautyLook &look) { held = PutMakeupIntensity(look, key, intensity); });
+  if (held) return;
   Controls().KeepBeside([&](FacelessEngineSnapshot &rest) {
     for (LXMakeupInfo &layer : rest.makeup) {
       if (layer.key == key) layer.intensity = intensity;

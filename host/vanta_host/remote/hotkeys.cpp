@@ -11,7 +11,7 @@
 #include "controls/beauty_controls.h"
 #include "controls/frontend.h"
 #include "controls/look_file.h"
-#include "controls/module_files.h"
+#include "module/module_files.h"
 #include "vanta_base/mutex.h"
 
 namespace vanta_host {

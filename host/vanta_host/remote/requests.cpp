@@ -20,9 +20,9 @@
 #include "controls/green_screen_keys.h"
 #include "controls/key_picker.h"
 #include "controls/look_file.h"
-#include "controls/module_files.h"
-#include "controls/statistics_reader.h"
 #include "module/module_control.h"
+#include "module/module_files.h"
+#include "module/statistics_reader.h"
 #include "remote/call_control.h"
 #include "remote/config_check.h"
 #include "vanta_host.h"
@@ -36,10 +36,25 @@ using vanta_operations::Json;
 constexpr char kGreenScreen[] = "LX_green_screen_filter";
 constexpr char kBeauty[] = "face_beauty_filter_v2";
 constexpr double kLongestWatch = 3600;  // seconds
+constexpr size_t kLongestReason = 200;  // bytes
 constexpr char kNoBeautyFilter[] = "no source has a Face Beauty filter";
 
+// Some reasons name what was sent, which may be of any length.
 void Refuse(obs_data_t *response, const std::string &why) {
-  obs_data_set_string(response, "error", why.c_str());
+  size_t length = std::min(why.size(), kLongestReason);
+  while (length < why.size() && (static_cast<unsigned char>(why[length]) & 0xC0) == 0x80) --length;
+  obs_data_set_string(response, "error", (why.substr(0, length) + (length < why.size() ? "…" : "")).c_str());
+}
+
+// Empty, and said why, where the request has no such text.
+std::optional<std::string> TakeText(obs_data_t *request, const char *name, obs_data_t *response) {
+  obs_data_item_t *item = obs_data_item_byname(request, name);
+  const bool text = item && obs_data_item_gettype(item) == OBS_DATA_STRING;
+  const bool missing = !item;
+  obs_data_item_release(&item);
+  if (text) return obs_data_get_string(request, name);
+  Refuse(response, std::string("'") + name + (missing ? "' is missing" : "' is no text"));
+  return std::nullopt;
 }
 
 // ---- Status ----
@@ -65,6 +80,7 @@ void TellFilter(obs_source_t *source, obs_source_t *filter, void *param) {
   obs_data_set_bool(entry, "enabled", obs_source_enabled(filter));
   obs_data_set_string(entry, "state", status.state.c_str());
   obs_data_set_string(entry, "text", status.text.c_str());
+  if (std::strcmp(id, "tessera_landmark_filter") == 0) obs_data_set_int(entry, "faces", FacesOf(filter).count);
   obs_data_array_push_back(static_cast<obs_data_array_t *>(param), entry);
 }
 
@@ -75,7 +91,7 @@ bool TellFilters(void *param, obs_source_t *source) {
 
 void GetStatus(obs_data_t *, obs_data_t *response) {
   obs_data_set_string(response, "engine", EngineStateName());
-  obs_data_set_int(response, "faces", LastFaces().count);
+  obs_data_set_int(response, "faces", CountFaces());
   const OBSDataArrayAutoRelease filters = obs_data_array_create();
   obs_enum_sources(TellFilters, filters);
   obs_enum_scenes(TellFilters, filters);
@@ -91,9 +107,35 @@ std::string Number(double value) {
   return text;
 }
 
+// The part of the face whose colour, or its strength, has that name in requests; kMakeupPartCount for none.
+size_t FindColorName(const std::string &name, const char *MakeupPart::*which) {
+  const auto found = std::find_if(MakeupParts().begin(), MakeupParts().end(),
+                                  [&](const MakeupPart &part) { return name == part.*which; });
+  return static_cast<size_t>(found - MakeupParts().begin());
+}
+
 bool IsLookValue(const std::string &name) {
   constexpr std::array kOthers = {"lookup", "lookup_intensity", "makeup", "makeup_intensity", "effect"};
-  return FindBeautyValue(name) < kValueCount || std::find(kOthers.begin(), kOthers.end(), name) != kOthers.end();
+  return FindBeautyValue(name) < kValueCount || std::find(kOthers.begin(), kOthers.end(), name) != kOthers.end() ||
+         FindColorName(name, &MakeupPart::color_name) < kMakeupPartCount ||
+         FindColorName(name, &MakeupPart::strength_name) < kMakeupPartCount;
+}
+
+// Empty takes the look's away. One that the present look names already may have gone from the disk.
+std::optional<std::string> TakeResource(const std::string &name, ResourceKind kind, const char *given,
+                                        std::string &chosen) {
+  const std::string wanted = given ? given : "";
+  if (!wanted.empty() && wanted != chosen && ModuleFolders().Find(kind, wanted).empty())
+    return "'" + name + "' is '" + wanted + "', and there is no such file or folder";
+  chosen = wanted;
+  return std::nullopt;
+}
+
+std::optional<std::string> TakeColor(const std::string &name, const char *given, MakeupColor &color) {
+  const std::string digits = ColorDigits(given ? given : "");
+  if (digits.empty() && given && *given) return "'" + name + "' is no color of six hexadecimal digits";
+  color.rgb = digits;
+  return std::nullopt;
 }
 
 // Names and numbers of `request` that are values of the look; an error names the first one that is wrong.
@@ -110,18 +152,24 @@ std::optional<std::string> TakeValue(obs_data_item_t *item, BeautyLook &look) {
     return static_cast<int>(std::lround(std::clamp(std::isfinite(value) ? value : 0, -1.0, 1.0) * 100));
   };
   const size_t index = FindBeautyValue(name);
+  const size_t color = FindColorName(name, &MakeupPart::color_name);
+  const size_t strength = FindColorName(name, &MakeupPart::strength_name);
   if (index < kValueCount && number) {
     look.percent[index] = percent(BeautyValues()[index].minimum, BeautyValues()[index].maximum);
   } else if (name == "lookup_intensity" && number) {
     look.lookup_strength = percent(0, 100);
   } else if (name == "makeup_intensity" && number) {
     look.makeup_strength = percent(0, 100);
+  } else if (strength < kMakeupPartCount && number) {
+    look.colors[strength].strength = percent(0, 100);
+  } else if (color < kMakeupPartCount && text) {
+    return TakeColor(name, obs_data_item_get_string(item), look.colors[color]);
   } else if (name == "lookup" && text) {
-    look.lookup = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kLookup, obs_data_item_get_string(item), look.lookup);
   } else if (name == "makeup" && text) {
-    look.makeup = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kMakeup, obs_data_item_get_string(item), look.makeup);
   } else if (name == "effect" && text) {
-    look.effect = obs_data_item_get_string(item);
+    return TakeResource(name, ResourceKind::kEffect, obs_data_item_get_string(item), look.effect);
   } else {
     return IsLookValue(name) ? "'" + name + "' is of the wrong type" : "'" + name + "' is no value of a look";
   }
@@ -150,9 +198,10 @@ void SetBeauty(obs_data_t *request, obs_data_t *response) {
 }
 
 void ApplyPreset(obs_data_t *request, obs_data_t *response) {
-  const std::string name = obs_data_get_string(request, "preset");
-  const std::optional<BeautyLook> look = ReadLookFile(ModuleFolders().Find(ResourceKind::kPreset, name));
-  if (!look) return Refuse(response, "there is no preset '" + name + "'");
+  const std::optional<std::string> name = TakeText(request, "preset", response);
+  if (!name) return;
+  const std::optional<BeautyLook> look = ReadLookFile(ModuleFolders().Find(ResourceKind::kPreset, *name));
+  if (!look) return Refuse(response, "there is no preset '" + *name + "'");
   Show(*look, response);
 }
 
@@ -174,16 +223,18 @@ void GetPresets(obs_data_t *, obs_data_t *response) {
 
 // Null, and said why, where the request names no such filter.
 OBSSourceAutoRelease GreenScreenFilter(obs_data_t *request, obs_data_t *response) {
-  const std::string source_name = obs_data_get_string(request, "source");
-  const std::string name = obs_data_get_string(request, "filter");
-  const OBSSourceAutoRelease source = obs_get_source_by_name(source_name.c_str());
-  OBSSourceAutoRelease filter = source ? obs_source_get_filter_by_name(source, name.c_str()) : nullptr;
+  const std::optional<std::string> source_name = TakeText(request, "source", response);
+  if (!source_name) return nullptr;
+  const std::optional<std::string> name = TakeText(request, "filter", response);
+  if (!name) return nullptr;
+  const OBSSourceAutoRelease source = obs_get_source_by_name(source_name->c_str());
+  OBSSourceAutoRelease filter = source ? obs_source_get_filter_by_name(source, name->c_str()) : nullptr;
   if (!source)
-    Refuse(response, "there is no source '" + source_name + "'");
+    Refuse(response, "there is no source '" + *source_name + "'");
   else if (!filter)
-    Refuse(response, "the source '" + source_name + "' has no filter '" + name + "'");
+    Refuse(response, "the source '" + *source_name + "' has no filter '" + *name + "'");
   else if (std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreen) != 0)
-    Refuse(response, "the filter '" + name + "' is no green screen");
+    Refuse(response, "the filter '" + *name + "' is no green screen");
   else
     return filter;
   return nullptr;
@@ -282,15 +333,16 @@ void TellResult(const Json &result, obs_data_t *response) {
 }
 
 void Call(obs_data_t *request, obs_data_t *response) {
-  const std::string name = obs_data_get_string(request, "call");
-  const vanta_operations::Operation *operation = vanta_operations::FindOperation(name);
-  if (!operation) return Refuse(response, "no operation is called '" + name + "'");
+  const std::optional<std::string> name = TakeText(request, "call", response);
+  if (!name) return;
+  const vanta_operations::Operation *operation = vanta_operations::FindOperation(*name);
+  if (!operation) return Refuse(response, "no operation is called '" + *name + "'");
   ILumivex *control = FindControl();
   if (!control || !Controls().HasFilters()) return Refuse(response, kNoBeautyFilter);
   CallTarget target(*control);
   try {
     TellResult(operation->read(ArgumentsOf(request))(target), response);
-    obs_data_set_string(response, "call", name.c_str());
+    obs_data_set_string(response, "call", name->c_str());
   } catch (const vanta_operations::BadCommand &reason) {
     Refuse(response, reason.what());
   }
@@ -358,6 +410,10 @@ void TellLook(obs_data_t *response) {
   obs_data_set_string(response, "makeup", look.makeup.c_str());
   obs_data_set_double(response, "makeup_intensity", look.makeup_strength / 100.0);
   obs_data_set_string(response, "effect", look.effect.c_str());
+  for (size_t i = 0; i < kMakeupPartCount; ++i) {
+    obs_data_set_string(response, MakeupParts()[i].color_name, look.colors[i].rgb.c_str());
+    obs_data_set_double(response, MakeupParts()[i].strength_name, look.colors[i].strength / 100.0);
+  }
 }
 
 const char *EngineStateName() {

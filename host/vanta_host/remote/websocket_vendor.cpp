@@ -60,7 +60,7 @@ class Vendor {
       obs_data_set_string(data, "engine", engine.c_str());
       Emit("EngineStateChanged", data);
     }
-    if (const int faces = LastFaces().count; faces != faces_) {
+    if (const int faces = CountFaces(); faces != faces_) {
       faces_ = faces;
       const OBSDataAutoRelease data = obs_data_create();
       obs_data_set_int(data, "faces", faces);

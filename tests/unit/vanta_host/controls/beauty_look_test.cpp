@@ -37,6 +37,8 @@ TEST(BeautyLook, SurvivesASetOfSettings) {
   look.makeup = "red";
   look.makeup_strength = 42;
   look.effect = "crown";
+  look.colors[0] = {"b02840", 43};
+  look.colors[4] = {"5a3a28", 0};
   const OBSData settings = Settings();
   WriteLook(look, settings);
   EXPECT_EQ(ReadLook(settings), look);
@@ -51,6 +53,16 @@ TEST(BeautyLook, BringsWhatIsOutOfRangeIntoIt) {
   EXPECT_EQ(look.percent[At("smooth")], 100);
   EXPECT_EQ(look.percent[At("whiten")], 0);
   EXPECT_EQ(look.percent[At("chin")], -100);
+}
+
+TEST(BeautyLook, TakesSixHexadecimalDigitsForAColourAndNothingElse) {
+  const OBSData settings = Settings();
+  for (const char *text : {"red", "b0284", "b028400", "b0284g", "#b0284"}) {
+    obs_data_set_string(settings, "beauty_lips_color", text);
+    EXPECT_EQ(ReadLook(settings).colors[0].rgb, "") << text;
+  }
+  obs_data_set_string(settings, "beauty_lips_color", "B02840");
+  EXPECT_EQ(ReadLook(settings).colors[0].rgb, "b02840");
 }
 
 TEST(BeautyLook, WritesNothingThatTheSettingsSayAlready) {
@@ -68,6 +80,11 @@ TEST(BeautyLook, IsOffWithoutAnyStrength) {
   EXPECT_TRUE(look.IsOff());
   look.effect = "crown";
   EXPECT_FALSE(look.IsOff());
+  look = PlainLook();
+  look.colors[2] = {"7a5238", 10};
+  EXPECT_FALSE(look.IsOff());
+  look.colors[2].strength = 0;
+  EXPECT_TRUE(look.IsOff());
   EXPECT_FALSE(BeautyLook().IsOff());
 }
 
@@ -78,6 +95,9 @@ TEST(BeautyLook, NeedsFacesForShapesAndMakeupAlone) {
   EXPECT_TRUE(look.NeedsFaces());
   look = PlainLook();
   look.makeup = "red";
+  EXPECT_TRUE(look.NeedsFaces());
+  look = PlainLook();
+  look.colors[0].rgb = "b02840";
   EXPECT_TRUE(look.NeedsFaces());
 }
 
@@ -111,6 +131,30 @@ TEST_F(LookCommands, TakeATableAwayThatIsNotThere) {
   look.lookup = "gone.cube";
   const std::vector<std::string> expected = {"BeginBatchCommand", "SetLookupInfo '' 0.8 0 0", "EndBatchCommand"};
   EXPECT_EQ(Sent(look), expected);
+}
+
+TEST_F(LookCommands, GiveEachPartOfTheFaceItsColour) {
+  BeautyLook look;
+  look.colors[0] = {"b02840", 80};
+  look.colors[3] = {"1a1414", 50};
+  const std::vector<std::string> expected = {
+      "BeginBatchCommand", "SetMakeupInfo ('color:b02840' 'lips' 0 0.8) ('color:1a1414' 'liner' 0 0.5)",
+      "EndBatchCommand"};
+  EXPECT_EQ(Sent(look), expected);
+  FacelessEngineSnapshot snapshot;
+  PutIntoSnapshot(look, {{}, {}}, snapshot);
+  ASSERT_EQ(snapshot.makeup.size(), 2u);
+  EXPECT_STREQ(snapshot.makeup[1].resourceDir, "color:1a1414");
+}
+
+TEST_F(LookCommands, AreTheStrengthAloneWhereTheColourStays) {
+  BeautyLook before, after;
+  before.colors[1] = {"e08a90", 60};
+  after.colors[1] = {"e08a90", 30};
+  SendChanges(control_, before, after, {{}, {}});
+  const std::vector<std::string> expected = {"BeginBatchCommand", "SetMakeupIntensityWithKey 'blush' 0.3",
+                                             "EndBatchCommand"};
+  EXPECT_EQ(control_.calls, expected);
 }
 
 TEST_F(LookCommands, SnapshotHoldsEveryValueAndWhatTheLookDoesNotKnow) {

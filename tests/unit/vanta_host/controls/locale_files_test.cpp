@@ -8,6 +8,7 @@
 
 #include "controls/beauty_values.h"
 #include "controls/green_screen_keys.h"
+#include "controls/makeup_parts.h"
 
 namespace {
 
@@ -82,6 +83,16 @@ TEST(LocaleFiles, NameEveryValueAndEveryKeySetting) {
     const std::string name = std::string(key.setting).substr(4);
     if (name == "adjust") continue;  // on no page
     EXPECT_EQ(English().count("Key." + name), 1u) << name;
+  }
+}
+
+TEST(LocaleFiles, NameEveryPartThatMakeupColoursAndEveryShade) {
+  for (const vanta_host::MakeupPart &part : vanta_host::MakeupParts()) {
+    EXPECT_EQ(English().count(std::string("Makeup.") + part.name), 1u) << part.name;
+    for (const vanta_host::MakeupShade &shade : part.shades) {
+      EXPECT_EQ(English().count(std::string("Color.") + shade.name), 1u) << shade.name;
+      EXPECT_EQ(vanta_host::ColorDigits(shade.rgb), shade.rgb) << shade.name;
+    }
   }
 }
 

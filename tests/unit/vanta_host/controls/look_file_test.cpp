@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "controls/resource_folders.h"
+#include "module/resource_folders.h"
 
 namespace {
 
@@ -40,6 +40,7 @@ TEST_F(LookFiles, AreReadBackAsTheyWereWritten) {
   look.percent[FindBeautyValue("body_hip")] = 5;
   look.lookup = "nuan.cube";
   look.lookup_strength = 33;
+  look.colors[1] = {"e08a90", 45};
   const std::string path = Folders().UserPresetPath("mine");
   ASSERT_TRUE(WriteLookFile(path, look));
   EXPECT_EQ(ReadLookFile(path), look);

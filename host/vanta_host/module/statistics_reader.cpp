@@ -1,4 +1,4 @@
-#include "controls/statistics_reader.h"
+#include "module/statistics_reader.h"
 
 #include "module/module_control.h"
 #include "vanta_base/mutex.h"

@@ -1,4 +1,4 @@
-#include "controls/module_files.h"
+#include "module/module_files.h"
 
 #include <filesystem>
 #include <utility>

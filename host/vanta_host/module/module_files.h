@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "controls/resource_folders.h"
+#include "module/resource_folders.h"
 
 namespace vanta_host {
 

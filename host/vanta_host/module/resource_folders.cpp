@@ -1,4 +1,4 @@
-#include "controls/resource_folders.h"
+#include "module/resource_folders.h"
 
 #include <algorithm>
 #include <filesystem>
