@@ -120,7 +120,7 @@ TEST_F(GreenScreenScaled, AnItemOfAnySizeShowsThePictureFilteredPremultiplied) {
                                                    (y + 0.5) / static_cast<double>(scale), Filtered::kPremultiplied)));
         }
       }
-      EXPECT_LE(worst, 14) << "scale " << scale << ", method " << method;
+      EXPECT_LE(worst, 10) << "scale " << scale << ", method " << method;
     }
     obs_scene_enum_items(
         scene, [](obs_scene_t *, obs_sceneitem_t *each, void *) { return obs_sceneitem_remove(each), true; }, nullptr);
