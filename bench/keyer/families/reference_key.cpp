@@ -241,7 +241,8 @@ void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float
         return static_cast<size_t>(std::clamp(ay, 0, h - 1)) * width_ + static_cast<size_t>(std::clamp(ax, 0, w - 1));
       };
       const size_t at = index(px, py);
-      const float r = constants_.time_base + constants_.time_noise * deviation[at] * deviation[at];
+      const float noise = std::min(deviation[at] * deviation[at], 0.13f / 36);
+      const float r = constants_.time_base + noise * (constants_.time_noise + constants_.time_more_noise * noise);
       float mean = 0;  // of the four pixels that are shaded together
       for (const int dy : {0, 1})
         for (const int dx : {0, 1}) {

@@ -29,7 +29,7 @@ struct KeyConstants {
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
-  float time_base = 0.002f, time_noise = 5.4f;
+  float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f;
 };
 
 struct KeySettings {
