@@ -7,6 +7,7 @@ namespace keyer_bench {
 namespace {
 
 constexpr int kCellsX = 48, kCellsY = 27, kSamples = 7, kReach = 6;
+constexpr float kFiner = 16;  // the map's steps in a cell
 
 float Saturate(float x) {
   return std::clamp(x, 0.0f, 1.0f);
@@ -125,8 +126,9 @@ void ReferenceKey::FillMap() {
 }
 
 ReferenceKey::Cell ReferenceKey::MapAt(float u, float v) const {
-  const float x = std::clamp(u * kCellsX - 0.5f, 0.0f, kCellsX - 1.0f),
-              y = std::clamp(v * kCellsY - 0.5f, 0.0f, kCellsY - 1.0f);
+  u = (std::floor(u * kCellsX * kFiner) + 0.5f) / kFiner;
+  v = (std::floor(v * kCellsY * kFiner) + 0.5f) / kFiner;
+  const float x = std::clamp(u - 0.5f, 0.0f, kCellsX - 1.0f), y = std::clamp(v - 0.5f, 0.0f, kCellsY - 1.0f);
   const auto x0 = static_cast<size_t>(x), y0 = static_cast<size_t>(y);
   const size_t x1 = std::min<size_t>(x0 + 1, kCellsX - 1), y1 = std::min<size_t>(y0 + 1, kCellsY - 1);
   const float tx = x - static_cast<float>(x0), ty = y - static_cast<float>(y0);
@@ -222,10 +224,11 @@ float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
   const float x = std::max(0.0f, clear);
   float alpha =
       Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + Lerp(a.dark, b.dark, s) * darker));
-  alpha +=
-      (1 - alpha) * Smooth(Lerp(a.from, b.from, s), Lerp(a.to, b.to, s), x * (1 + Lerp(a.bend, b.bend, s) * brighter));
+  const float up = (x * (1 + Lerp(a.bend, b.bend, s) * brighter) - Lerp(a.from, b.from, s)) *
+                   Lerp(1 / (a.to - a.from), 1 / (b.to - b.from), s);
+  alpha += (1 - alpha) * Smooth(0, 1, up);
   // Below the black point the rest of the range says how far: a lower `alphaUp` shows it.
-  return alpha > 0 ? 0.75f * (1 - alpha) : 0.75f + 0.25f * Saturate(-clear / std::max(black, 0.01f));
+  return alpha > 0 ? 0.75f * (1 - alpha) : 0.75f + 0.25f * Saturate(-20 * clear);
 }
 
 void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float> &deviation) {
@@ -238,12 +241,16 @@ void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float
         return static_cast<size_t>(std::clamp(ay, 0, h - 1)) * width_ + static_cast<size_t>(std::clamp(ax, 0, w - 1));
       };
       const size_t at = index(px, py);
-      const float r = constants_.time_base + constants_.time_noise * deviation[at] * deviation[at];
-      float mean = 0;  // of a sample between four pixels
+      const float noise = std::min(deviation[at] * deviation[at], 0.13f / 36);
+      const float r = constants_.time_base + noise * (constants_.time_noise + constants_.time_more_noise * noise);
+      float mean = 0;  // of the four pixels that are shaded together
       for (const int dy : {0, 1})
-        for (const int dx : {0, 1}) mean += (raw[index(px + dx, py + dy)] - x[index(px + dx, py + dy)]) / 4;
+        for (const int dx : {0, 1}) {
+          const size_t beside = index(px / 2 * 2 + dx, py / 2 * 2 + dy);
+          mean += (raw[beside] - x[beside]) / 4;
+        }
       const float p = variance_[at] * r;
-      const float gate = 24 * std::max(0.0f, mean * mean - 0.7f * (r + p));
+      const float gate = 4 * std::max(0.0f, mean * mean - 0.15f * (r + p));
       const float predicted = std::min(1.0f, p + 0.0001f * rate * rate * rate * rate + gate);
       const float gain = predicted / (predicted + r);
       const float z = raw[at];

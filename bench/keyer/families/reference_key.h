@@ -17,9 +17,9 @@ struct Ramp {
 };
 
 struct KeyConstants {
-  Ramp encoded{1.03f, 0.78f, 0.49f, 0.74f, -0.25f, 0.032f, 4.2f, 0.75f};
-  Ramp encoded_blue{0.90f, 1.20f, 0.49f, 0.70f, 0.20f, 0.032f, 6.0f, 0.90f};
-  Ramp linear{0.88f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
+  Ramp encoded{0.89f, 1.40f, 0.52f, 0.705f, -0.19f, 0.036f, 6.0f, 0.64f};
+  Ramp encoded_blue{0.89f, 1.20f, 0.49f, 0.70f, 0.20f, 0.042f, 8.0f, 0.90f};
+  Ramp linear{0.89f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
@@ -29,7 +29,7 @@ struct KeyConstants {
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
-  float time_base = 0.002f, time_noise = 8.0f;
+  float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f;
 };
 
 struct KeySettings {

@@ -150,7 +150,7 @@ const Absence kParameters[] = {
     {"spill_sup_flag", Seen::kKeyed, {}, 1},
     {"spill_sup_offset", Seen::kKeyed, {}, 1},
     {"spill_sup_yth", Seen::kKeyed, {}, 1},
-    {"alpha_adjust_flag", Seen::kRawKey, {}, 1},
+    {"alpha_adjust_flag", Seen::kKeyed, {}, 1},
     {"alpha_down", Seen::kKeyed, {}, 1},
     {"alpha_up", Seen::kKeyed, {}, 1},
     {"blue_bg_flag", Seen::kKeyed, {}, 1},

@@ -286,7 +286,7 @@ TEST_F(GreenScreenPicture, ATranslucentEdgeBlendsWithWhatLiesBehind) {
   behind.Paint(white);
   PaintedSource source;
   const GreenScreen filter(source.Get(), R"({"denoiseEnabled":false,"spillSupEnabled":false})");
-  // Half of the key's chroma, over the default levels: partly transparent.
+  // Half of the key's chroma: partly transparent. With a third of it a pixel is taken for a greenish front.
   const Screenshot plain = Shoot(source, SquareOn({80, 200, 80, 255}, kGreen));
   const Pixel edge = plain.At(5, 5);
   ASSERT_GT(edge[3], 20);

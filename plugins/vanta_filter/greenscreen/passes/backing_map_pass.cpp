@@ -9,7 +9,7 @@
 namespace vanta {
 namespace {
 
-constexpr const char *kTechniques[] = {"BackingCells", "BackingMap", "MixingCells", "Mixing"};
+constexpr const char *kTechniques[] = {"BackingCells", "BackingMap", "FineMap", "MixingCells", "Mixing"};
 constexpr FrameSize kOnePixel{1, 1};
 
 }  // namespace
@@ -44,7 +44,7 @@ void BackingMapPass::SetFound(const BeforeKey &input) {
 
 bool BackingMapPass::CreateTargets() {
   // Half floats: eight bits would show as steps of the matte where the light falls off slowly.
-  for (RenderTarget *target : {&cells_, &map_, &mixing_cells_})
+  for (RenderTarget *target : {&cells_, &map_, &fine_map_, &mixing_cells_})
     if (!target->exists() && !target->Create(GS_RGBA16F)) return false;
   return mixing_.exists() || mixing_.Create(GS_RGBA16F);
 }
@@ -55,7 +55,7 @@ gs_texture_t *BackingMapPass::Draw(const GreenScreenEffect &effect, const Before
   drawn_ = UpdateMap(effect, input) && UpdateMixing(effect, input);
   // What the first picture says of itself is for that picture too.
   if (first && drawn_) drawn_ = DrawMaps(effect, input);
-  return drawn_ ? map_.Texture() : nullptr;
+  return drawn_ ? fine_map_.Texture() : nullptr;
 }
 
 void BackingMapPass::ForgetOthers(const BeforeKey &input) {
@@ -78,7 +78,7 @@ bool BackingMapPass::UpdateMap(const GreenScreenEffect &effect, const BeforeKey 
 
 bool BackingMapPass::DrawMaps(const GreenScreenEffect &effect, const BeforeKey &input) {
   gs_texture_t *const previous = mixing_.Previous(input.size);
-  return DrawCells(effect, input, previous) && DrawMap(effect, previous);
+  return DrawCells(effect, input, previous) && DrawMap(effect, previous) && DrawFineMap(effect, input);
 }
 
 bool BackingMapPass::UpdateMixing(const GreenScreenEffect &effect, const BeforeKey &input) {
@@ -108,6 +108,15 @@ bool BackingMapPass::DrawMap(const GreenScreenEffect &effect, gs_texture_t *prev
   SetTexture(params_.backing_tex, cells_.Texture());
   SetMixing(previous);
   effect.Draw("BackingMap");
+  return true;
+}
+
+bool BackingMapPass::DrawFineMap(const GreenScreenEffect &effect, const BeforeKey &input) {
+  const RenderPass pass(fine_map_, kFineMapSize);
+  if (!pass) return false;
+  SetTexture(params_.backing_tex, map_.Texture());
+  SetKeyColor(input);
+  effect.Draw("FineMap");
   return true;
 }
 
@@ -154,6 +163,7 @@ void BackingMapPass::SetMixing(gs_texture_t *previous) {
 void BackingMapPass::Release() {
   cells_.Destroy();
   map_.Destroy();
+  fine_map_.Destroy();
   mixing_cells_.Destroy();
   mixing_.Destroy();
   params_ = {};

@@ -6,14 +6,16 @@
 
 namespace vanta {
 
-// Draws four small targets: cells of the backing, a map filled from them, cells of evidence for the mixing, and a
-// single pixel that keeps what is known of it from frame to frame. `LutApply` reads the map; `backing_flag` says that
-// there is one. What is kept starts anew with another size of the frame or another key. Light on a backing changes
-// slowly: cells and map are drawn at every fourth tick of the host, the evidence two ticks behind them.
+// Draws five small targets: cells of the backing, a map filled from them, the same map in finer steps, cells of
+// evidence for the mixing, and a single pixel that keeps what is known of it from frame to frame. `LutApply` reads the
+// fine map; `backing_flag` says that there is one. What is kept starts anew with another size of the frame or another
+// key. Light on a backing changes slowly: cells and map are drawn at every fourth tick of the host, the evidence two
+// ticks behind them.
 class BackingMapPass : public OptionalPass {
  public:
-  static constexpr FrameSize kMapSize{48, 27};  // in cells; the effect's loops know it too
-  static constexpr uint64_t kTicks = 4;         // from one map to the next
+  static constexpr FrameSize kMapSize{48, 27};        // in cells; the effect's loops know it too
+  static constexpr FrameSize kFineMapSize{768, 432};  // the effect knows it too
+  static constexpr uint64_t kTicks = 4;               // from one map to the next
 
   void Bind(const GreenScreenEffect &effect) override;
   void Run(const GreenScreenEffect &effect, const BeforeKey &input) override VANTA_REQUIRES(graphics_context);
@@ -38,9 +40,10 @@ class BackingMapPass : public OptionalPass {
   void ForgetOthers(const BeforeKey &input);
   bool UpdateMap(const GreenScreenEffect &effect, const BeforeKey &input);
   bool UpdateMixing(const GreenScreenEffect &effect, const BeforeKey &input);
-  bool DrawMaps(const GreenScreenEffect &effect, const BeforeKey &input);  // cells, and the map from them
+  bool DrawMaps(const GreenScreenEffect &effect, const BeforeKey &input);  // cells, and the maps from them
   bool DrawCells(const GreenScreenEffect &effect, const BeforeKey &input, gs_texture_t *previous);
   bool DrawMap(const GreenScreenEffect &effect, gs_texture_t *previous);
+  bool DrawFineMap(const GreenScreenEffect &effect, const BeforeKey &input);
   bool DrawMixingCells(const GreenScreenEffect &effect, const BeforeKey &input);
   void DrawMixing(const GreenScreenEffect &effect, const BeforeKey &input, gs_texture_t *previous);
   void SetFound(const BeforeKey &input);
@@ -49,10 +52,11 @@ class BackingMapPass : public OptionalPass {
   void SetMixing(gs_texture_t *previous);
 
   bool offered_ = false;           // the file has all that is needed
-  gs_texture_t *found_ = nullptr;  // the frame's map
+  gs_texture_t *found_ = nullptr;  // the frame's fine map
   Parameters params_;
   RenderTarget cells_;
   RenderTarget map_;
+  RenderTarget fine_map_;
   RenderTarget mixing_cells_;
   FeedbackTarget mixing_;
   // What the map is of.

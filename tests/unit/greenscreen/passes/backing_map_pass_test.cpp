@@ -48,19 +48,22 @@ class BackingMapPass : public GreenScreenPassFixture {
   vanta::BeforeKey input_{kSize, &source_, &key_, 1, {}};
 };
 
-TEST_F(BackingMapPass, DrawsCellsMapEvidenceAndWhatIsKeptOfItThenTheMapWithThat) {
+TEST_F(BackingMapPass, DrawsCellsMapsEvidenceAndWhatIsKeptOfItThenTheMapsWithThat) {
   Run();
-  EXPECT_THAT(Passes(), ElementsAre("BackingCells texrender1 48x27", "BackingMap texrender2 48x27",
-                                    "MixingCells texrender3 48x27", "Mixing texrender5 1x1",
-                                    "BackingCells texrender1 48x27", "BackingMap texrender2 48x27"));
+  const std::vector<std::string> maps{"BackingCells texrender1 48x27", "BackingMap texrender2 48x27",
+                                      "FineMap texrender3 768x432"};
+  std::vector<std::string> wanted = maps;
+  wanted.insert(wanted.end(), {"MixingCells texrender4 48x27", "Mixing texrender6 1x1"});
+  wanted.insert(wanted.end(), maps.begin(), maps.end());
+  EXPECT_EQ(Passes(), wanted);
   EXPECT_THAT(Values("backing_flag"), ElementsAre("1"));
-  EXPECT_EQ(Values("backing_tex").back(), "texrender2.texture");
+  EXPECT_EQ(Values("backing_tex").back(), "texrender3.texture");
 }
 
 TEST_F(BackingMapPass, MakesItsTargetsOnceAndNotBeforeItRuns) {
   EXPECT_EQ(TargetsMade(), 0u);
   Run();
-  EXPECT_EQ(TargetsMade(), 5u);
+  EXPECT_EQ(TargetsMade(), 6u);
   Run();
   EXPECT_EQ(TargetsMade(), 0u);
 }
@@ -80,14 +83,15 @@ TEST_F(BackingMapPass, DrawsTheMapAtEveryFourthTickAndTheEvidenceBetween) {
     drawn.push_back(Techniques());
     EXPECT_THAT(Values("backing_flag"), ElementsAre("1")) << tick;
   }
-  const std::vector<std::string> map{"BackingCells", "BackingMap"}, evidence{"MixingCells", "Mixing"}, nothing;
+  const std::vector<std::string> map{"BackingCells", "BackingMap", "FineMap"}, evidence{"MixingCells", "Mixing"},
+      nothing;
   EXPECT_THAT(drawn, ElementsAre(nothing, evidence, nothing, map, nothing, evidence, nothing, map));
 }
 
 TEST_F(BackingMapPass, DrawsTheMapAnewAfterAPause) {
   Run();
   Run(1000);
-  EXPECT_THAT(Techniques(), ElementsAre("BackingCells", "BackingMap", "MixingCells", "Mixing"));
+  EXPECT_THAT(Techniques(), ElementsAre("BackingCells", "BackingMap", "FineMap", "MixingCells", "Mixing"));
 }
 
 TEST_F(BackingMapPass, BeginsAnewWithAnotherSimilarity) {
@@ -120,8 +124,8 @@ TEST_F(BackingMapPass, SaysThatThereIsNoMapWhereATargetCannotBeMade) {
 }
 
 TEST_F(BackingMapPass, SaysThatThereIsNoMapWhereATargetIsLost) {
-  for (const char *call :
-       {"gs_texrender_begin(texrender1", "gs_texrender_begin(texrender2", "gs_texrender_begin(texrender3"}) {
+  for (const char *call : {"gs_texrender_begin(texrender1", "gs_texrender_begin(texrender2",
+                           "gs_texrender_begin(texrender3", "gs_texrender_begin(texrender4"}) {
     Run();
     EXPECT_EQ(Values("backing_flag").back(), "1") << "before " << call;
     gs_recorder::FailAll(call);
@@ -137,13 +141,14 @@ TEST_F(BackingMapPass, SetsTheMapAgainForTheSpill) {
   Run();
   gs_recorder::Clear();
   pass_.SetForSpill(input_);
-  EXPECT_THAT(Values("backing_tex"), ElementsAre("texrender2.texture"));
+  EXPECT_THAT(Values("backing_tex"), ElementsAre("texrender3.texture"));
   EXPECT_THAT(Values("backing_flag"), ElementsAre("1"));
 }
 
 TEST_F(BackingMapPass, IsOffWhereTheFileLacksAnyOfIt) {
-  for (const char *name : {"BackingCells", "BackingMap", "MixingCells", "Mixing", "backing_tex", "mixing_cells_tex",
-                           "mixing_tex", "backing_flag", "mixing_flag", "key_color", "frame_texel"}) {
+  for (const char *name :
+       {"BackingCells", "BackingMap", "FineMap", "MixingCells", "Mixing", "backing_tex", "mixing_cells_tex",
+        "mixing_tex", "backing_flag", "mixing_flag", "key_color", "frame_texel"}) {
     pass_.Release();
     LoadWithout({name});
     pass_.Bind(effect_);
