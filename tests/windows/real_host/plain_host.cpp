@@ -4,12 +4,12 @@
 //
 //   plain_host DATA CONFIG STEP...    DATA: libobs's data folder, CONFIG: a folder for plug-ins' configurations
 //
-//   modules BINARIES DATA         loads all plug-ins of that path, as libobs writes it, with %module%
+//   modules                       loads all plug-ins of libobs's own folders
 //   module FILE DATA              loads one
 //   names                         ids and names of all filters for video
 //   pages ID...                   the property pages of these kinds of filter, a line for each control
-//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter as it is when it no longer changes: width and
-//                                 height in a line, then RGBA; ID "-": without a filter
+//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter when it has been drawn often: width and height
+//                                 in a line, then RGBA; ID "-": without a filter
 //   cycles N ID...                makes each kind of filter on a source and removes it, N times
 //   sizes N ID...                 a source of frames that changes its size and format N times, with these filters
 //   screenshots N IMAGE ID...     draws the picture N times from a second thread while the graphics thread draws it too
@@ -168,16 +168,13 @@ Picture Draw(obs_source_t *source) {
   return picture;
 }
 
-// A filter may learn from what it sees: drawn until it stays the same for a while.
-Picture DrawUntilSteady(obs_source_t *source) {
-  constexpr int kSame = 12;
-  constexpr int kMost = 600;
+// A filter may learn from what it sees, and draw the better the more often it has seen it.
+Picture DrawSeen(obs_source_t *source) {
+  constexpr int kTimes = 14;
   Picture last;
-  for (int i = 0, same = 0; i < kMost && same < kSame; ++i) {
+  for (int i = 0; i < kTimes; ++i) {
     AwaitTicks(1);
-    Picture next = Draw(source);
-    same = next.rgba == last.rgba && !next.rgba.empty() ? same + 1 : 0;
-    last = std::move(next);
+    last = Draw(source);
   }
   if (last.rgba.empty()) Fail("nothing was drawn");
   return last;
@@ -185,8 +182,7 @@ Picture DrawUntilSteady(obs_source_t *source) {
 
 // ---- Steps ----
 
-void LoadModules(const Words &words) {
-  obs_add_module_path(words[0].c_str(), words[1].c_str());
+void LoadModules(const Words &) {
   obs_load_all_modules();
   obs_post_load_modules();
 }
@@ -258,8 +254,8 @@ void TellPages(const Words &words) {
 void SavePicture(const Words &words) {
   obs_source_t *source = ImageSource(words[0]);
   obs_source_t *filter = words[1] == "-" ? nullptr : AddFilter(source, words[1], words[2]);
-  const Picture picture = DrawUntilSteady(source);
-  FILE *file = os_fopen(words[3].c_str(), "wb");
+  const Picture picture = DrawSeen(source);
+  FILE *file = std::fopen(words[3].c_str(), "wb");
   if (!file) Fail("cannot write " + words[3]);
   std::fprintf(file, "%u %u\n", picture.width, picture.height);
   std::fwrite(picture.rgba.data(), 1, picture.rgba.size(), file);
@@ -355,7 +351,7 @@ struct Step {
 
 const std::map<std::string, Step> &Steps() {
   static const std::map<std::string, Step> steps = {
-      {"modules", {2, LoadModules}},   {"module", {2, LoadModule}},          {"names", {0, TellNames}},
+      {"modules", {0, LoadModules}},   {"module", {2, LoadModule}},          {"names", {0, TellNames}},
       {"pages", {1, TellPages}},       {"picture", {4, SavePicture}},        {"cycles", {2, MakeCycles}},
       {"sizes", {2, ChangeSizes}},     {"screenshots", {3, TakeScreenshots}}, {"leave", {2, LeaveAtWork}}};
   return steps;
