@@ -14,8 +14,9 @@ void *ExportOf(HMODULE library, const char *name) {
 
 std::string LibraryOf(const void *address) {
   HMODULE library = nullptr;
-  if (!address || !GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                      static_cast<const wchar_t *>(address), &library))
+  if (!address ||
+      !GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                          static_cast<const wchar_t *>(address), &library))
     return {};
   return Utf8FromWide(FileOf(library));
 }

@@ -59,8 +59,8 @@ bool HasMultibyteName(const std::string &path) {
   return length != 0;
 }
 
-// Once, before the first filter is made: without its data the module works badly, and in silence. A program that has the
-// module linked in keeps the data elsewhere.
+// Once, before the first filter is made: without its data the module works badly, and in silence. A program that has
+// the module linked in keeps the data elsewhere.
 void CheckData() {
   if (!obs_get_module("vanta_filter")) return;
   if (vanta_host::ModuleFile("vanta_beauty.effect").empty()) {

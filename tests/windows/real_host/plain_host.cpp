@@ -1,6 +1,6 @@
-// A host application that knows libobs and nothing of the plug-ins that it loads. It takes its steps one after the other
-// from its arguments and tells on the standard output what it sees. The same source runs on every system, so that what
-// it tells there can be compared.
+// A host application that knows libobs and nothing of the plug-ins that it loads. It takes its steps one after the
+// other from its arguments and tells on the standard output what it sees. The same source runs on every system, so that
+// what it tells there can be compared.
 //
 //   plain_host DATA CONFIG STEP...    DATA: libobs's data folder, CONFIG: a folder for plug-ins' configurations
 //
@@ -8,7 +8,8 @@
 //   module FILE DATA              loads one
 //   names                         ids and names of all filters for video
 //   pages ID...                   the property pages of these kinds of filter, a line for each control
-//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter when it has been drawn often: width and height
+//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter when it has been drawn often: width and
+//   height
 //                                 in a line, then RGBA; ID "-": without a filter
 //   cycles N ID...                makes each kind of filter on a source and removes it, N times
 //   sizes N ID...                 a source of frames that changes its size and format N times, with these filters
@@ -282,20 +283,21 @@ void MakeCycles(const Words &words) {
 
 void ChangeSizes(const Words &words) {
   // What the frames of cameras and media come in.
-  constexpr video_format kFormats[] = {VIDEO_FORMAT_I420, VIDEO_FORMAT_NV12, VIDEO_FORMAT_YVYU, VIDEO_FORMAT_YUY2,
-                                       VIDEO_FORMAT_UYVY, VIDEO_FORMAT_RGBA, VIDEO_FORMAT_BGRA, VIDEO_FORMAT_BGRX,
-                                       VIDEO_FORMAT_Y800, VIDEO_FORMAT_I444, VIDEO_FORMAT_BGR3, VIDEO_FORMAT_I422,
-                                       VIDEO_FORMAT_I40A, VIDEO_FORMAT_I42A, VIDEO_FORMAT_YUVA, VIDEO_FORMAT_AYUV,
-                                       VIDEO_FORMAT_I010, VIDEO_FORMAT_P010};
+  constexpr video_format kFormats[] = {
+      VIDEO_FORMAT_I420, VIDEO_FORMAT_NV12, VIDEO_FORMAT_YVYU, VIDEO_FORMAT_YUY2, VIDEO_FORMAT_UYVY, VIDEO_FORMAT_RGBA,
+      VIDEO_FORMAT_BGRA, VIDEO_FORMAT_BGRX, VIDEO_FORMAT_Y800, VIDEO_FORMAT_I444, VIDEO_FORMAT_BGR3, VIDEO_FORMAT_I422,
+      VIDEO_FORMAT_I40A, VIDEO_FORMAT_I42A, VIDEO_FORMAT_YUVA, VIDEO_FORMAT_AYUV, VIDEO_FORMAT_I010, VIDEO_FORMAT_P010};
   obs_source_t *source = FrameSource();
   obs_source_inc_showing(source);
   std::vector<obs_source_t *> filters;
   for (size_t k = 1; k < words.size(); ++k) filters.push_back(AddFilter(source, words[k]));
   int drawn = 0;
   for (int i = 0; i < std::atoi(words[0].c_str()); ++i) {
-    const uint32_t width = 16 + 2 * static_cast<uint32_t>(i * 37 % 200), height = 16 + 2 * static_cast<uint32_t>(i * 53 % 100);
+    const uint32_t width = 16 + 2 * static_cast<uint32_t>(i * 37 % 200),
+                   height = 16 + 2 * static_cast<uint32_t>(i * 53 % 100);
     for (int again = 0; again < 3; ++again) {
-      GiveFrame(source, kFormats[static_cast<size_t>(i) % std::size(kFormats)], width, height, static_cast<uint8_t>(i * 11));
+      GiveFrame(source, kFormats[static_cast<size_t>(i) % std::size(kFormats)], width, height,
+                static_cast<uint8_t>(i * 11));
       AwaitTicks(1);
     }
     if (!Draw(source).rgba.empty()) ++drawn;
@@ -351,9 +353,9 @@ struct Step {
 
 const std::map<std::string, Step> &Steps() {
   static const std::map<std::string, Step> steps = {
-      {"modules", {0, LoadModules}},   {"module", {2, LoadModule}},          {"names", {0, TellNames}},
-      {"pages", {1, TellPages}},       {"picture", {4, SavePicture}},        {"cycles", {2, MakeCycles}},
-      {"sizes", {2, ChangeSizes}},     {"screenshots", {3, TakeScreenshots}}, {"leave", {2, LeaveAtWork}}};
+      {"modules", {0, LoadModules}}, {"module", {2, LoadModule}},           {"names", {0, TellNames}},
+      {"pages", {1, TellPages}},     {"picture", {4, SavePicture}},         {"cycles", {2, MakeCycles}},
+      {"sizes", {2, ChangeSizes}},   {"screenshots", {3, TakeScreenshots}}, {"leave", {2, LeaveAtWork}}};
   return steps;
 }
 

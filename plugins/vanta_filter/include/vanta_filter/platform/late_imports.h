@@ -1,5 +1,5 @@
-/* Imports of the module that its host binds, so that the module loads where their library is missing. Only the build for
- * stock OBS Studio on Windows has such; the system's own loader binds all others. For C and C++. */
+/* Imports of the module that its host binds, so that the module loads where their library is missing. Only the build
+ * for stock OBS Studio on Windows has such; the system's own loader binds all others. For C and C++. */
 #ifndef VANTA_FILTER_PLATFORM_LATE_IMPORTS_H
 #define VANTA_FILTER_PLATFORM_LATE_IMPORTS_H
 
