@@ -1,5 +1,6 @@
 # Makes the three zips in a folder of their own and compares what they hold with the module's files.
 #   cmake -DBINARY_DIR=... -DDATA_DIR=... -DVERSION=... -DCPACK=... -P packages_test.cmake
+cmake_minimum_required(VERSION 3.24)
 set(folder "${BINARY_DIR}/packages_test")
 file(REMOVE_RECURSE "${folder}")
 execute_process(COMMAND "${CPACK}" --config "${BINARY_DIR}/CPackConfig.cmake" -B "${folder}"
@@ -27,7 +28,7 @@ function(check layout module data_folder)
   endforeach()
   list(APPEND expected ${ARGN})
   set(licences ${found})
-  list(FILTER licences INCLUDE REGEX "^${data_folder}/licenses/[a-z_-]+.txt$")
+  list(FILTER licences INCLUDE REGEX "^${data_folder}/licenses/[a-z0-9_-]+.txt$")
   list(LENGTH licences licence_count)
   if(licence_count LESS 4 OR NOT "${data_folder}/licenses/libyuv.txt" IN_LIST licences)
     message(FATAL_ERROR "${zip} holds of licences only ${licences}")
