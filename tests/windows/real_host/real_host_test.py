@@ -142,6 +142,34 @@ def test_loads(arguments, folder):
     assert run.number("leaks") == base.number("leaks"), (run.number("leaks"), base.number("leaks"))
 
 
+def tables(file):
+    """The names that a DLL exports, and those that it imports, by DLL."""
+    text = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", file], check=True, stdout=subprocess.PIPE, text=True).stdout
+    names = text.split("[Ordinal/Name Pointer] Table", 1)[1].split("\n\n", 1)[0]
+    imports = {}
+    for line in text.split("[Ordinal/Name Pointer] Table", 1)[0].splitlines():
+        if "DLL Name:" in line:
+            functions = imports.setdefault(line.split()[-1].lower(), set())
+        elif imports and re.fullmatch(r"\t[0-9a-f]+\t\s*\d+\s+\S+", line):
+            functions.add(line.split()[-1])
+    return {line.split()[-1] for line in names.strip().splitlines()}, imports
+
+
+def test_fits_the_real_host(arguments, folder):
+    """The module exports its eleven names; both libraries import what the real libobs has, and the system."""
+    host = WindowsHost(arguments, folder)
+    real, _ = tables(os.path.join(host.binaries, "obs.dll"))
+    module, module_imports = tables(host.path("obs-plugins", "64bit", "vanta_filter.dll"))
+    layer, layer_imports = tables(os.path.join(host.binaries, "vanta_host.dll"))
+    with open(os.path.join(ROOT, "tests", "windows", "tables", "exports.txt")) as file:
+        assert module == {line.strip() for line in file if not line.startswith("#")}, module
+    for imports in module_imports, layer_imports:
+        assert len(imports["obs.dll"]) > 50 and imports["obs.dll"] <= real, imports["obs.dll"] - real
+    assert "obs_register_source_s" in module_imports["vanta_host.dll"] <= layer
+    assert set(module_imports) | set(layer_imports) == {"obs.dll", "vanta_host.dll", "kernel32.dll", "msvcrt.dll",
+                                                        "shell32.dll", "ws2_32.dll"}, (module_imports, layer_imports)
+
+
 def test_says_what_is_missing(arguments, folder):
     """One line each: the engine and the runner, the data."""
     host = WindowsHost(arguments, folder)
@@ -212,7 +240,7 @@ def test_lives_through_changes(arguments, folder):
     assert run.number("leaks") == base.number("leaks"), (run.number("leaks"), base.number("leaks"))
 
 
-TESTS = {function.__name__[5:]: function for function in (test_loads, test_says_what_is_missing, test_works_in_any_folder,
+TESTS = {function.__name__[5:]: function for function in (test_loads, test_fits_the_real_host, test_says_what_is_missing, test_works_in_any_folder,
                                                            test_draws_what_linux_draws, test_lives_through_changes)}
 
 
