@@ -10,6 +10,7 @@
 #include "platform/scheduling.h"
 
 namespace vanta_host {
+
 void Watchdog::SetLimitMs(uint32_t limit_ms) {
   {
     std::lock_guard<std::mutex> lock(mutex_);

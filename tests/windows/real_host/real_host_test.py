@@ -240,8 +240,9 @@ def test_lives_through_changes(arguments, folder):
     assert run.number("leaks") == base.number("leaks"), (run.number("leaks"), base.number("leaks"))
 
 
-TESTS = {function.__name__[5:]: function for function in (test_loads, test_fits_the_real_host, test_says_what_is_missing, test_works_in_any_folder,
-                                                           test_draws_what_linux_draws, test_lives_through_changes)}
+TESTS = {function.__name__[5:]: function
+         for function in (test_loads, test_fits_the_real_host, test_says_what_is_missing, test_works_in_any_folder,
+                          test_draws_what_linux_draws, test_lives_through_changes)}
 
 
 def skip(why):
