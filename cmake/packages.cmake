@@ -1,14 +1,41 @@
-# `cpack` in a build folder. On Windows: one zip for each of the two layouts in which hosts look for plug-ins.
+# `cpack` in a build folder. On Windows: one zip for each of the two layouts in which customised hosts look for plug-ins,
+# and one for stock OBS Studio.
 if(WIN32)
+  # Whose code is in the libraries, beside the system's and the host's own.
+  set(VANTA_LICENCES
+    ${PROJECT_SOURCE_DIR}/LICENSE vanta_filter
+    ${VANTA_LIBYUV_SOURCE}/LICENSE libyuv
+    /usr/share/doc/nlohmann-json3-dev/copyright nlohmann-json
+    /usr/share/doc/libsimde-dev/copyright simde
+    /usr/share/doc/mingw-w64-x86-64-dev/copyright mingw-w64
+    /usr/share/doc/g++-mingw-w64-x86-64-posix/copyright gcc)
+  function(vanta_install_licences component folder)
+    set(licences ${VANTA_LICENCES})
+    set(exclude EXCLUDE_FROM_ALL)
+    if(component STREQUAL "classic")
+      set(exclude)
+    endif()
+    while(licences)
+      list(POP_FRONT licences file name)
+      if(EXISTS ${file})
+        install(FILES ${file} DESTINATION ${folder}/licenses RENAME ${name}.txt COMPONENT ${component} ${exclude})
+      endif()
+    endwhile()
+  endfunction()
+  vanta_install_licences(classic data/obs-plugins/vanta_filter)
+  vanta_install_licences(plugin vanta_filter/data)
+  vanta_install_licences(stock data/obs-plugins/vanta_filter)
+
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_NAME vanta_filter)
-  set(CPACK_COMPONENTS_ALL classic plugin)
+  set(CPACK_COMPONENTS_ALL classic plugin stock)
   set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
   set(CPACK_COMPONENTS_GROUPING IGNORE)
   set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
   set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
   set(CPACK_ARCHIVE_CLASSIC_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-classic)
   set(CPACK_ARCHIVE_PLUGIN_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-plugin)
+  set(CPACK_ARCHIVE_STOCK_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-obs-studio)
   set(CPACK_STRIP_FILES ON)  # debug information is four fifths of the DLL
   include(CPack)
 elseif(UNIX AND NOT APPLE)

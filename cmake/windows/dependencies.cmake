@@ -1,6 +1,7 @@
 # On Windows the host, the engine and the vision runner are DLLs beside the module; what is needed of them here is
 # headers and import libraries.
 include(${CMAKE_CURRENT_LIST_DIR}/import_library.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/late_imports.cmake)
 
 # Headers that are the same on every system. Debian keeps them below /usr/include, which as a whole holds the headers of
 # another system: each gets an include folder of its own.
@@ -24,6 +25,8 @@ endfunction()
 
 set(_lists "${CMAKE_CURRENT_LIST_DIR}/imports")
 vanta_import_library(vanta_import_obs obs "${_lists}/obs.def" "${_lists}/obs.${VANTA_CXX_ABI}.def")
+# What the host layer for stock OBS Studio calls of public libobs.
+vanta_import_library(vanta_import_obs_host obs "${_lists}/obs_host.def")
 add_library(OBS::libobs INTERFACE IMPORTED GLOBAL)
 vanta_headers(OBS::libobs "${VANTA_OBS_INCLUDE_DIR}")
 if(NOT MSVC)

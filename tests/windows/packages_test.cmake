@@ -1,5 +1,6 @@
-# Makes the two zips in a folder of their own and compares what they hold with the module's files.
+# Makes the three zips in a folder of their own and compares what they hold with the module's files.
 #   cmake -DBINARY_DIR=... -DDATA_DIR=... -DVERSION=... -DCPACK=... -P packages_test.cmake
+cmake_minimum_required(VERSION 3.24)
 set(folder "${BINARY_DIR}/packages_test")
 file(REMOVE_RECURSE "${folder}")
 execute_process(COMMAND "${CPACK}" --config "${BINARY_DIR}/CPackConfig.cmake" -B "${folder}"
@@ -14,7 +15,8 @@ if(count LESS 10)
   message(FATAL_ERROR "${DATA_DIR} holds only ${count} files")
 endif()
 
-# check(LAYOUT MODULE DATA): the zip of that layout holds the DLL, which is one, and every data file, and no other file.
+# check(LAYOUT MODULE DATA [MORE...]): the zip of that layout holds the DLL, which is one, every data file, licences, what
+# `more` names, and no other file.
 function(check layout module data_folder)
   set(zip "${folder}/vanta_filter-${VERSION}-windows-${layout}.zip")
   set(unpacked "${folder}/${layout}")
@@ -24,6 +26,16 @@ function(check layout module data_folder)
   foreach(file IN LISTS data)
     list(APPEND expected "${data_folder}/${file}")
   endforeach()
+  list(APPEND expected ${ARGN})
+  set(licences ${found})
+  list(FILTER licences INCLUDE REGEX "^${data_folder}/licenses/[a-z0-9_-]+.txt$")
+  list(LENGTH licences licence_count)
+  if(licence_count LESS 4 OR NOT "${data_folder}/licenses/libyuv.txt" IN_LIST licences)
+    message(FATAL_ERROR "${zip} holds of licences only ${licences}")
+  endif()
+  list(REMOVE_ITEM found ${licences})
+  # The open engine and the vision runner come along where they have been built.
+  list(FILTER found EXCLUDE REGEX "^bin/64bit/(Lumivex|tessera).dll$|^${data_folder}/cascades/")
   list(SORT found)
   list(SORT expected)
   if(NOT found STREQUAL expected)
@@ -37,3 +49,8 @@ endfunction()
 
 check(classic obs-plugins/64bit/vanta_filter.dll data/obs-plugins/vanta_filter)
 check(plugin vanta_filter/bin/64bit/vanta_filter.dll vanta_filter/data)
+set(data_folder data/obs-plugins/vanta_filter)
+set(manual docs/obs-studio.md docs/websocket.md docs/green-screen.md docs/effects.md docs/obs-beauty.png
+  docs/obs-green-screen.png docs/obs-landmarks.png)
+list(TRANSFORM manual REPLACE "^docs" ${data_folder}/manual)
+check(obs-studio obs-plugins/64bit/vanta_filter.dll ${data_folder} bin/64bit/vanta_host.dll ${manual})

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <string>
+
+#include <util/platform.h>
 
 #include "controls/beauty_controls.h"
 #include "controls/face_watch.h"
@@ -20,12 +22,13 @@ FilterStatus Say(const char *state, obs_text_info_type level) {
   return {state, Text(std::string("Status.") + state), level};
 }
 
-// Where the open vision runner looks for what finds faces.
+// Where the open vision runner looks for what finds faces. It comes with the module where no package has it.
 bool HasCascades() {
   const char *named = std::getenv("TESSERA_CASCADES");
-  const std::filesystem::path folder = named && *named ? named : "/usr/share/opencv4/haarcascades";
-  std::error_code ignored;
-  return std::filesystem::exists(folder / "haarcascade_frontalface_alt2.xml", ignored);
+  const std::string unpacked = ModuleFile("cascades");
+  std::string folder = unpacked.empty() ? "/usr/share/opencv4/haarcascades" : unpacked;
+  if (named && *named) folder = named;
+  return os_file_exists((folder + "/haarcascade_frontalface_alt2.xml").c_str());
 }
 
 bool IsTooSlow(const StatisticsSample &sample) {

@@ -1,11 +1,11 @@
 #include "controls/frontend.h"
 
-#include <dlfcn.h>
+#include "platform/library.h"
 
 namespace vanta_host {
 
 void *FindFrontendFunction(const char *name) {
-  return dlsym(RTLD_DEFAULT, name);
+  return FunctionOfFrontend(name);
 }
 
 bool HasFrontend() {

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 #include <util/bmem.h>
 #include <util/platform.h>
 #include <obs.hpp>
+
+#include "vanta_base/utf8_path.h"
 
 namespace vanta_host {
 namespace {
@@ -100,7 +101,7 @@ bool WriteLookFile(const std::string &path, const BeautyLook &look) {
   }
   if (!look.effect.empty()) obs_data_set_string(data, "effect", look.effect.c_str());
   WriteColors(look, data);
-  os_mkdirs(std::filesystem::path(path).parent_path().string().c_str());
+  os_mkdirs(vanta::Utf8FromPath(vanta::PathFromUtf8(path).parent_path()).c_str());
   return obs_data_save_json_safe(data, path.c_str(), "new", nullptr);
 }
 

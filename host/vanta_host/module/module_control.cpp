@@ -1,10 +1,9 @@
 #include "module/module_control.h"
 
-#include <dlfcn.h>
-
 #include <atomic>
 #include <string>
 
+#include "platform/library.h"
 #include "vanta_base/mutex.h"
 #include "vanta_host.h"
 
@@ -29,32 +28,20 @@ Module &TheModule() {
   return *module;
 }
 
-// Nothing here keeps the library or loads it. A program that has the module linked in must export its symbols
-// (-rdynamic).
-void *FindModuleControl(const char *path) {
-  void *getter = nullptr;
-  if (void *library = dlopen(path, RTLD_LAZY | RTLD_NOLOAD)) {
-    getter = dlsym(library, kGetterName);
-    dlclose(library);
-  }
-  return getter ? getter : dlsym(RTLD_DEFAULT, kGetterName);
-}
-
 // A look-up goes on into what a library was linked with, and into the program: the function must be the library's own.
-bool ExportsDoor(const Dl_info &library) {
-  const void *getter = FindModuleControl(library.dli_fname);
-  Dl_info owner;
-  return getter && dladdr(getter, &owner) != 0 && owner.dli_fbase == library.dli_fbase;
+bool ExportsDoor(const std::string &library) {
+  const void *getter = FunctionOf(library, kGetterName);
+  return getter && LibraryOf(getter) == library;
 }
 
 }  // namespace
 
 void RememberModule(const void *address) {
-  Dl_info info;
-  if (!address || dladdr(address, &info) == 0 || !info.dli_fname || !ExportsDoor(info)) return;
+  const std::string library = LibraryOf(address);
+  if (library.empty() || !ExportsDoor(library)) return;
   Module &module = TheModule();
   MutexLock lock(module.mutex);
-  module.path = info.dli_fname;
+  module.path = library;
 }
 
 // Looked up each time, since the module may have been unloaded meanwhile.
@@ -66,7 +53,7 @@ ILumivex *FindControl() {
     path = module.path;
   }
   if (path.empty()) return nullptr;
-  const auto getter = reinterpret_cast<FindFacelessInstance>(FindModuleControl(path.c_str()));
+  const auto getter = reinterpret_cast<FindFacelessInstance>(FunctionOf(path, kGetterName));
   void *control = nullptr;
   if (!getter || !getter(&control)) return nullptr;
   return static_cast<ILumivex *>(control);

@@ -1,10 +1,11 @@
 #include "module/module_files.h"
 
-#include <filesystem>
 #include <utility>
 
 #include <obs.h>
 #include <util/bmem.h>
+
+#include "vanta_base/utf8_path.h"
 
 namespace vanta_host {
 namespace {
@@ -22,7 +23,7 @@ std::string Taken(char *text) {
 // A host that has named no folder for configurations would have it in the working folder.
 std::string ConfigFolder(obs_module_t *module) {
   std::string path = Taken(obs_module_get_config_path(module, ""));
-  return std::filesystem::path(path).is_absolute() ? path : std::string();
+  return vanta::PathFromUtf8(path).is_absolute() ? path : std::string();
 }
 
 void Replace(std::string &text, const char *mark, const std::string &by) {

@@ -5,10 +5,14 @@
 #include <set>
 #include <utility>
 
+#include "vanta_base/utf8_path.h"
+
 namespace vanta_host {
 namespace {
 
 namespace fs = std::filesystem;
+using vanta::PathFromUtf8;
+using vanta::Utf8FromPath;
 
 constexpr size_t kLongestName = 80;  // bytes
 
@@ -30,18 +34,18 @@ const char *FolderName(ResourceKind kind) {
 std::string NameOf(ResourceKind kind, const fs::directory_entry &entry) {
   std::error_code ignored;
   const fs::path &path = entry.path();
-  const std::string ending = path.extension().string();
+  const std::string ending = Utf8FromPath(path.extension());
   switch (kind) {
     case ResourceKind::kPreset:
-      return entry.is_regular_file(ignored) && ending == ".json" ? path.stem().string() : std::string();
+      return entry.is_regular_file(ignored) && ending == ".json" ? Utf8FromPath(path.stem()) : std::string();
     case ResourceKind::kLookup: {
       const bool table = ending == ".cube" || ending == ".png";
-      return entry.is_regular_file(ignored) && table ? path.filename().string() : std::string();
+      return entry.is_regular_file(ignored) && table ? Utf8FromPath(path.filename()) : std::string();
     }
     case ResourceKind::kMakeup:
-      return fs::is_regular_file(path / "makeup.json", ignored) ? path.filename().string() : std::string();
+      return fs::is_regular_file(path / "makeup.json", ignored) ? Utf8FromPath(path.filename()) : std::string();
     case ResourceKind::kEffect:
-      return fs::is_regular_file(path / "effect.json", ignored) ? path.filename().string() : std::string();
+      return fs::is_regular_file(path / "effect.json", ignored) ? Utf8FromPath(path.filename()) : std::string();
   }
   return {};
 }
@@ -49,7 +53,7 @@ std::string NameOf(ResourceKind kind, const fs::directory_entry &entry) {
 void AddNames(const std::string &root, ResourceKind kind, std::set<std::string> &names) {
   if (root.empty()) return;
   std::error_code error;
-  for (fs::directory_iterator entry(fs::path(root) / FolderName(kind), error), end; !error && entry != end;
+  for (fs::directory_iterator entry(PathFromUtf8(root) / FolderName(kind), error), end; !error && entry != end;
        entry.increment(error)) {
     std::string name = NameOf(kind, *entry);
     if (!name.empty()) names.insert(std::move(name));
@@ -82,17 +86,17 @@ std::string ResourceFolders::Find(ResourceKind kind, const std::string &name) co
   if (!IsName(name)) return {};
   for (const std::string *root : {&user_, &plugin_}) {
     if (root->empty()) continue;
-    fs::path path = fs::path(*root) / FolderName(kind) / name;
+    fs::path path = PathFromUtf8(*root) / FolderName(kind) / PathFromUtf8(name);
     if (kind == ResourceKind::kPreset) path += ".json";
     std::error_code ignored;
-    if (fs::exists(path, ignored)) return path.string();
+    if (fs::exists(path, ignored)) return Utf8FromPath(path);
   }
   return {};
 }
 
 std::string ResourceFolders::UserPresetPath(const std::string &name) const {
   if (!IsName(name) || user_.empty()) return {};
-  return (fs::path(user_) / FolderName(ResourceKind::kPreset) / (name + ".json")).string();
+  return Utf8FromPath(PathFromUtf8(user_) / FolderName(ResourceKind::kPreset) / PathFromUtf8(name + ".json"));
 }
 
 std::string FileName(const std::string &typed) {

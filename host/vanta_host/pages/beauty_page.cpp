@@ -14,6 +14,7 @@
 #include "module/module_files.h"
 #include "pages/page_parts.h"
 #include "pages/page_refresh.h"
+#include "vanta_base/utf8_path.h"
 
 namespace vanta_host {
 namespace {
@@ -85,7 +86,7 @@ bool OnDeleteLook(obs_properties_t *page, obs_property_t *, void *) {
   const OBSSourceAutoRelease filter = PageFilter(page);
   const std::string path = filter ? ModuleFolders().UserPresetPath(TypedName(filter)) : std::string();
   std::error_code ignored;
-  if (path.empty() || !std::filesystem::remove(path, ignored)) return false;
+  if (path.empty() || !std::filesystem::remove(vanta::PathFromUtf8(path), ignored)) return false;
   FillPresetList(obs_properties_get(page, kPreset));
   return true;
 }
@@ -134,7 +135,7 @@ void AddGroup(obs_properties_t *page, const char *name, const char *text, size_t
 std::string ResourceName(const std::string &name) {
   const std::string key = "Resource." + name;
   const std::string text = Text(key);
-  return text == key ? std::filesystem::path(name).stem().string() : text;
+  return text == key ? vanta::Utf8FromPath(vanta::PathFromUtf8(name).stem()) : text;
 }
 
 // Nothing where the folders hold none. What the settings name stays in the list even when its file has gone.

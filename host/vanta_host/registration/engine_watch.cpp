@@ -55,6 +55,11 @@ void OnFilterSignal(void *, calldata_t *data) {
     blog(LOG_WARNING, "[vanta_host] no effect engine: the picture passes untouched");
 }
 
+void ReportMissingEngine(const std::string &reason) {
+  engine = Engine::kMissing;
+  blog(LOG_WARNING, "[vanta_host] no effect engine: the picture passes untouched (%s)", reason.c_str());
+}
+
 void ForgetEngine() {
   engine = Engine::kUnknown;
 }

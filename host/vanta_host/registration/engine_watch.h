@@ -1,6 +1,8 @@
 // What the host does about an effect engine that did not start.
 #pragma once
 
+#include <string>
+
 #include <callback/calldata.h>
 
 namespace vanta_host {
@@ -14,6 +16,8 @@ namespace vanta_host {
 
 // The signal "vanta_filter_callback". It may come on a worker thread with the worker's lock held: it waits for nothing.
 void OnFilterSignal(void *param, calldata_t *data);
+// There is no engine to start in this session, for the reason given: pictures pass.
+void ReportMissingEngine(const std::string &reason);
 // Ends the pass-through and forgets how the last start ended.
 void ForgetEngine();
 // The pass-through stands. Waits for nothing. Threads: any.

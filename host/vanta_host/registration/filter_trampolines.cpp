@@ -1,11 +1,11 @@
 // One set of plain functions for each type of the table: libobs's callbacks carry no word of the type they belong to.
 #include <utility>
 
+#include "platform/renderer.h"
 #include "registration/adapter.h"
 #include "registration/filter_pages.h"
 #include "registration/filter_table.h"
 #include "registration/switches.h"
-#include "textures/gl_context.h"
 #include "vanta_host.h"
 
 namespace vanta_host {

@@ -11,14 +11,13 @@
 #include "controls/frontend.h"
 #include "module/module_control.h"
 #include "pages/page_refresh.h"
+#include "platform/renderer.h"
 #include "registration/adapter.h"
 #include "registration/engine_watch.h"
 #include "registration/supervision.h"
 #include "remote/hotkeys.h"
 #include "remote/websocket_vendor.h"
 #include "reports/report_history.h"
-#include "textures/gl_context.h"
-#include "textures/texture_registry.h"
 #include "vanta_base/mutex.h"
 #include "vanta_host.h"
 
@@ -118,7 +117,6 @@ void ForgetSession() {
   vanta_host::ForgetWebsocket();
   vanta_host::ForgetAdapter();
   vanta_host::ForgetRenderer();
-  vanta_host::TextureRegistry::Instance().Clear();
 }
 
 }  // namespace

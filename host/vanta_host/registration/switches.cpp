@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "textures/gl_context.h"
+#include "platform/renderer.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_host.h"
 
@@ -38,7 +38,7 @@ constinit std::array<Switch, VANTA_SWITCH_COUNT> switches{{
     {"destroy-gl-window", kOn},
     {"frame-flip", kOn},
     {"skip-chain-render", kOn},
-    {"async-gpu-map", kOn},
+    {"async-gpu-map", vanta_host::kMapsTexturesByDefault ? kOn : kOff},
     {"engine-face-points", kOff},
 }};
 constinit std::array<std::atomic<bool>, VANTA_FLAG_COUNT> flags{};
@@ -66,7 +66,8 @@ namespace vanta_host {
 
 void ChooseGpuOutput(std::string_view renderer) {
   if (renderer.empty()) return;
-  const Choice wanted = IsSoftware(renderer) ? Choice::kAutomaticOff : Choice::kAutomaticOn;
+  const bool stay = kFramesCanStayOnGpu && !IsSoftware(renderer);
+  const Choice wanted = stay ? Choice::kAutomaticOn : Choice::kAutomaticOff;
   std::atomic<Choice> &choice = switches[VANTA_SWITCH_CREATE_GL_CONTEXT].choice;
   for (Choice now = choice; now >= Choice::kAutomaticOff && now != wanted;) {
     if (!choice.compare_exchange_weak(now, wanted)) continue;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -14,6 +13,7 @@
 #include "controls/look_file.h"
 #include "module/module_files.h"
 #include "module/statistics_reader.h"
+#include "vanta_base/utf8_path.h"
 #include "vanta_operations/members.h"
 
 namespace vanta_host {
@@ -64,7 +64,7 @@ bool SetInLook(ValueKind kind, int32_t type, float intensity) {
 
 // The name under which looks know that file or folder; empty for one that lies elsewhere.
 std::string NameOf(ResourceKind kind, const std::string &path) {
-  std::string name = std::filesystem::path(path).filename().string();
+  std::string name = vanta::Utf8FromPath(vanta::PathFromUtf8(path).filename());
   return ModuleFolders().Find(kind, name) == path ? name : std::string();
 }
 

@@ -4,7 +4,8 @@
 #include <utility>
 
 #include <util/base.h>
-#include <util/threading.h>
+
+#include "platform/scheduling.h"
 
 namespace vanta_host {
 namespace {
@@ -70,7 +71,7 @@ void ReportSubscriber::End(bool hand_on) {
 }
 
 void ReportSubscriber::Main() {
-  os_set_thread_name("vanta_host reports");
+  NameThread("vanta_host reports");
   is_subscribers_thread = true;
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
@@ -82,7 +83,8 @@ void ReportSubscriber::Main() {
     const size_t dropped = std::exchange(dropped_, 0);
     lock.unlock();
     if (dropped != 0)
-      blog(LOG_WARNING, "[vanta_host] %zu reports were not handed on: the subscriber is too slow", dropped);
+      blog(LOG_WARNING, "[vanta_host] %llu reports were not handed on: the subscriber is too slow",
+           static_cast<unsigned long long>(dropped));
     callback_(param_, report.id, report.body.c_str(), report.time_ns);
     lock.lock();
     calling_ = 0;

@@ -1,11 +1,10 @@
 // Thread supervision as the module calls it and as the host application reads it.
-#include <sched.h>
-
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "platform/scheduling.h"
 #include "registration/supervision.h"
 #include "supervision/watchdog.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -47,13 +46,6 @@ void AddWorker(WorkerKind kind, uint64_t id) {
 
 std::atomic<bool> landmark_in_background{false};
 
-// The calling thread from now on. The policy keeps it from displacing a thread that draws, and tells a vision runner
-// that looks that its caller can wait.
-void BecomeBatchWork() {
-  const sched_param no_priority{};
-  sched_setscheduler(0, SCHED_BATCH, &no_priority);
-}
-
 // Landmark workers give no id with their timestamps and never say that they end. Their entry goes by the thread that
 // speaks, from its first id to its end.
 class LandmarkEntry {
@@ -69,7 +61,7 @@ class LandmarkEntry {
     if (id != 0 && id != id_) {
       if (id_ != 0) Table().Remove(kind_, id_);
       id_ = id;
-      if (landmark_in_background) BecomeBatchWork();
+      if (landmark_in_background) vanta_host::BecomeBatchWork();
       AddWorker(kind_, id);
     }
     if (id_ != 0) Table().SetBusy(kind_, id_, id != 0);

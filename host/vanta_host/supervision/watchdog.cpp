@@ -1,29 +1,15 @@
 #include "supervision/watchdog.h"
 
-#include <sched.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <utility>
 
 #include <util/platform.h>
-#include <util/threading.h>
+
+#include "platform/scheduling.h"
 
 namespace vanta_host {
-namespace {
-
-// A thread begins with the policy and the niceness of the one that made it, here a worker. Leaving SCHED_BATCH or
-// giving up a priority needs no right. The niceness of the process is that of its first thread.
-void TakeSchedulingOfTheProcess() {
-  const sched_param no_priority{};
-  sched_setscheduler(0, SCHED_OTHER, &no_priority);
-  setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())));
-}
-
-}  // namespace
 
 void Watchdog::SetLimitMs(uint32_t limit_ms) {
   {
@@ -73,7 +59,7 @@ void Watchdog::Close() {
 }
 
 void Watchdog::Main(uint64_t generation) {
-  os_set_thread_name("vanta_host watchdog");
+  NameThread("vanta_host watchdog");
   TakeSchedulingOfTheProcess();
   std::unique_lock<std::mutex> lock(mutex_);
   while (generation_ == generation) {

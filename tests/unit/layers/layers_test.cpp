@@ -56,6 +56,7 @@ const std::vector<Target> &House() {
       {"host/vanta_host/",
        {{"include"},
         {"textures"},
+        {"platform"},
         {"reports"},
         {"module"},
         {"controls"},

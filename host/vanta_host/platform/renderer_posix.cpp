@@ -1,4 +1,8 @@
-// Off-screen contexts beside libobs's own, for those who draw on threads of theirs.
+// libobs's own GL context, and off-screen contexts beside it for those who draw on threads of theirs.
+#include "platform/renderer.h"
+
+#include <cstring>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -6,7 +10,8 @@
 #include <util/base.h>
 
 #include "textures/gl_api.h"
-#include "textures/gl_context.h"
+#include "textures/texture_registry.h"
+#include "textures/utf16.h"
 #include "vanta_base/mutex.h"
 #include "vanta_filter/textures/host_gl.h"
 #include "vanta_host.h"
@@ -104,12 +109,24 @@ void ForgetRenderer() {
   MutexLock lock(known.mutex);
   known.renderer = Renderer();
   known.was_useless = false;
+  TextureRegistry::Instance().Clear();
 }
 
 bool HasRendererBeenUseless() {
   KnownRenderer &known = TheRenderer();
   MutexLock lock(known.mutex);
   return known.was_useless;
+}
+
+// OpenGL tells a name and no more.
+HostAdapterDesc PresentAdapter() {
+  HostAdapterDesc desc;
+  std::memset(&desc, 0, sizeof(desc));
+  if (!gs_get_context() || gs_get_device_type() != GS_DEVICE_OPENGL) return desc;
+  const auto get_string = Gl().GetString;
+  const GLubyte *text = get_string ? get_string(GL_RENDERER) : nullptr;
+  if (text) CopyUtf16(reinterpret_cast<const char *>(text), desc.description, std::size(desc.description));
+  return desc;
 }
 
 }  // namespace vanta_host

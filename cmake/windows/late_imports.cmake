@@ -1,0 +1,17 @@
+# vanta_late_imports(target DLL LIST): an object library that answers the imports of LIST, which is written as for
+# vanta_import_library, by slots that the host fills in: a module that is linked with it loads without the DLL.
+function(vanta_late_imports target dll list)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+  file(STRINGS "${list}" names REGEX "^[^#]")
+  set(VANTA_LATE_LIBRARY ${dll}.dll)
+  set(VANTA_LATE_SLOTS "")
+  set(VANTA_LATE_ENTRIES "")
+  foreach(name IN LISTS names)
+    string(APPEND VANTA_LATE_SLOTS "void *__imp_${name} = nullptr;\n")
+    string(APPEND VANTA_LATE_ENTRIES "    {\"${name}\", &__imp_${name}},\n")
+  endforeach()
+  set(source "${PROJECT_BINARY_DIR}/imports/${dll}_late.cpp")
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/windows/late_imports.cpp.in" "${source}" @ONLY)
+  add_library(${target} OBJECT "${source}")
+  target_link_libraries(${target} PRIVATE vanta_flags vanta_filter_api)
+endfunction()
