@@ -7,8 +7,8 @@
 #include <util/bmem.h>
 #include <util/platform.h>
 
-#include "controls/module_files.h"
 #include "module/module_control.h"
+#include "module/module_files.h"
 #include "platform/neighbours.h"
 #include "registration/empty_filter.h"
 #include "registration/engine_watch.h"
