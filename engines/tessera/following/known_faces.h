@@ -35,6 +35,7 @@ struct KnownFace {
   int bad_pictures = 0;   // in a row
   int missed_looks = 0;   // in a row
   int pictures_away = 0;  // in a row with its middle outside
+  bool turned_away = false;  // so far aside that its points are not shown
   double confirmed = 0;   // seconds, when a search last saw it
   uint64_t features_turn = 0;
 

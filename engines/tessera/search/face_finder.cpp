@@ -61,9 +61,12 @@ void FaceFinder::Begin(const PictureView &picture, const SeenFace &seen) {
 }
 
 void FaceFinder::LookEverywhere(const PictureView &picture) {
+  size_t checks = 0;
   for (const CoarseFace &proposal : look_.Everywhere(picture, last_angle_, max_faces_)) {
     if (!Room()) break;
-    if (const auto seen = look_.Check(picture, proposal)) Begin(picture, *seen);
+    auto seen = look_.Check(picture, proposal);
+    if (!seen && checks++ < kMostChecks) seen = look_.CheckSwept(picture, proposal);  // dark faces show in a closer look
+    if (seen) Begin(picture, *seen);
   }
 }
 
