@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "features/face_depth.h"
+#include "vision/blur.h"
 
 namespace tessera {
 namespace {
@@ -17,9 +18,7 @@ constexpr double kBlack = 16;
 }  // namespace
 
 cv::Mat FaceCues::Blurred(const cv::Mat &picture, float units) const {
-  cv::Mat blurred;
-  cv::GaussianBlur(picture, blurred, cv::Size(0, 0), static_cast<double>(units * window_.density));
-  return blurred;
+  return tessera::Blurred(picture, static_cast<double>(units * window_.density));
 }
 
 float FaceCues::Column(float x) const {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "features/face_depth.h"
+#include "vision/blur.h"
 #include "vision/numbers.h"
 
 namespace tessera {
@@ -17,6 +18,7 @@ const cv::Rect2f kWindow(-1.5F, -0.6F, 3, 2.7F);
 
 constexpr float kApart = 0.045F;  // places that are compared, units
 constexpr float kFine = 0.035F;  // units
+constexpr float kAcross = 0.05F;
 constexpr float kWide = 0.22F;
 constexpr float kAround = 0.35F;
 constexpr float kFaint = 6;  // luma codes of what counts little
@@ -36,18 +38,20 @@ std::vector<Place> Places(float top, float bottom) {
   return places;
 }
 
-// Details, as strong where the light is weak as elsewhere.
+// Details, as strong where the light is weak as elsewhere: of what lies across the face, as the lips and what is below
+// the nose. Light from a side draws shadows down the face, which are not alike on both sides.
 cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
-  const auto blurred = [](const cv::Mat &picture, float units) {
+  const auto blurred = [](const cv::Mat &picture, float across, float down) {
     cv::Mat smooth;
-    cv::GaussianBlur(picture, smooth, cv::Size(0, 0), static_cast<double>(units * kDensity));
+    cv::GaussianBlur(picture, smooth, cv::Size(0, 0), static_cast<double>(across * kDensity),
+                     static_cast<double>(down * kDensity));
     return smooth;
   };
   cv::Mat patch;
   CutUpright(luma, placement, kWindow, kDensity).convertTo(patch, CV_32F);
-  const cv::Mat details = blurred(patch, kFine) - blurred(patch, kWide);
+  const cv::Mat details = blurred(patch, kAcross, kFine) - blurred(patch, kAcross, kWide);
   cv::Mat strength;
-  cv::sqrt(blurred(details.mul(details), kAround), strength);
+  cv::sqrt(Blurred(details.mul(details), static_cast<double>(kAround * kDensity)), strength);
   return details / (strength + static_cast<double>(kFaint));
 }
 
@@ -92,19 +96,25 @@ float Likeness(const cv::Mat &details, float tangent) {
 Turn FindTurn(const cv::Mat &luma, const Placement &placement) {
   constexpr float kStep = 0.1F;
   constexpr int kSteps = 10;
+  constexpr float kUntold = -2;
   const cv::Mat details = Details(luma, placement);
   std::array<float, 2 * kSteps + 1> likeness{};
-  size_t best = 0;
-  for (size_t i = 0; i < likeness.size(); ++i) {
-    likeness[i] = Likeness(details, kStep * (static_cast<float>(i) - kSteps));
-    if (likeness[i] > likeness[best]) best = i;
-  }
+  likeness.fill(kUntold);
+  const auto tell = [&](size_t i) {
+    if (likeness[i] == kUntold) likeness[i] = Likeness(details, kStep * (static_cast<float>(i) - kSteps));
+    return likeness[i];
+  };
+  const auto better = [&](size_t a, size_t b) { return tell(b) > tell(a) ? b : a; };
+  size_t best = kSteps;
+  for (size_t i = 0; i < likeness.size(); i += 2) best = better(best, i);
+  const size_t last = likeness.size() - 1;
+  best = better(best > 0 ? better(best, best - 1) : best, std::min(best + 1, last));
   Turn turn;
   turn.tangent = kStep * (static_cast<float>(best) - kSteps);
   // Finer than a step: the top of a parabola.
-  if (best > 0 && best + 1 < likeness.size()) {
-    const float before = likeness[best - 1];
-    const float after = likeness[best + 1];
+  if (best > 0 && best < last) {
+    const float before = tell(best - 1);
+    const float after = tell(best + 1);
     const float bend = 2 * likeness[best] - before - after;
     if (bend > 0) turn.tangent += kStep * std::clamp(0.5F * (after - before) / bend, -0.5F, 0.5F);
   }

@@ -23,13 +23,13 @@ constexpr float kDrawnStep = 0.15F;  // of the way to the template, for each pic
 constexpr float kLeastStep = 0.02F;  // units: a slower face is expected where it was
 constexpr float kMiddle = 0.4F;      // of a face, units below the eyes
 
-constexpr float kMostShownTangent = 0.8F;  // of a head that is turned farther the points would be wrong
-constexpr float kLeastShownTangent = 0.72F;  // of one that is hidden until it turns back
+constexpr float kMostShownTangent = 0.85F;   // of a head that is turned farther the points would be wrong
+constexpr float kLeastShownTangent = 0.75F;  // of one that is hidden until it turns back
 
 // The far eye of a head that turns aside goes out of sight, and something else is taken for it.
 bool FarEyeIsGone(const Features &face) {
   constexpr float kSeen = 0.5F;
-  constexpr float kGonePart = 0.35F;  // of what the other eye shows
+  constexpr float kGonePart = 0.5F;   // of what the other eye shows
   constexpr float kTurned = 0.12F;    // tangent
   constexpr float kUnlike = 0.75F;    // confidence: nose and mouth are not those of a face from the front
   const float left = face.eye_corners[0].confidence;

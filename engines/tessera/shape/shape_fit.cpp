@@ -101,6 +101,9 @@ std::vector<float> Depths(const std::vector<cv::Point2f> &shape) {
   std::vector<float> depths;
   for (const cv::Point2f &point : shape) depths.push_back(FaceDepth(point.x, point.y));
   for (size_t i = kLeftPupil; i <= kRightPupil; ++i) depths[i] = 0;
+  // The edge of the face is another place of the head when that turns: it does not go as far.
+  constexpr float kEdge = -0.4F;
+  for (size_t i = kContour.first; i <= kContour.last; ++i) depths[i] = std::max(depths[i], kEdge);
   return depths;
 }
 
@@ -145,7 +148,9 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
   const float usual_nostrils = mean[kNoseTip].y + 0.07F;
   const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);
   const float nose_down = nose_off * features.nose.confidence;
-  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.35F, 0.35F) * features.nose.confidence;
+  // The far nostril goes out of sight when the head turns.
+  const float both_nostrils = Clamped01(1 - std::abs(features.turn.tangent) / 0.45F) * features.nose.confidence;
+  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.2F, 0.2F) * both_nostrils;
   static const Brow usual_brow = MeanBrow(mean);
 
   static const std::vector<float> depths = Depths(mean);
