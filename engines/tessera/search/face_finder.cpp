@@ -10,6 +10,7 @@ namespace {
 // So often one sweep looks for more while there are faces, pictures.
 constexpr uint64_t kSweepEvery = 4;
 constexpr size_t kMostChecks = 4;  // of what a sweep proposes
+constexpr float kWorthALook = 6;   // windows that agree
 // So often a face that is followed well is searched, pictures.
 constexpr uint64_t kLookEvery = 4;
 // Where it looks less like its template it is searched at once, and counts as gone when it is not seen.
@@ -65,7 +66,8 @@ void FaceFinder::LookEverywhere(const PictureView &picture) {
   for (const CoarseFace &proposal : look_.Everywhere(picture, last_angle_, max_faces_)) {
     if (!Room()) break;
     auto seen = look_.Check(picture, proposal);
-    if (!seen && checks++ < kMostChecks) seen = look_.CheckSwept(picture, proposal);  // dark faces show in a closer look
+    // A dark face shows in a closer look.
+    if (!seen && proposal.score >= kWorthALook && checks++ < kMostChecks) seen = look_.CheckSwept(picture, proposal);
     if (seen) Begin(picture, *seen);
   }
 }
