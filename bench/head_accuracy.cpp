@@ -149,8 +149,7 @@ struct Figures {
     five.push_back(sum / 5);
     worst.push_back(most);
     nose.push_back(Off(face, head, tessera::kNoseTip));
-    mouth.push_back(
-        (Off(face, head, tessera::kMouthLeftCorner) + Off(face, head, tessera::kMouthRightCorner)) / 2);
+    mouth.push_back((Off(face, head, tessera::kMouthLeftCorner) + Off(face, head, tessera::kMouthRightCorner)) / 2);
     lips.push_back(MeanOff(face, head, {tessera::kMouthOuter, tessera::kUpperLipInner, tessera::kLowerLipInner}));
     eyes.push_back(MeanOff(face, head, {tessera::kLeftEye, tessera::kRightEye}));
     brows.push_back(MeanOff(face, head, {tessera::kLeftBrow, tessera::kRightBrow}));
@@ -244,7 +243,8 @@ int main(int argc, char **argv) {
   const int people = std::max(1, std::atoi(Argument(argc, argv, "--people", "10")));
   const std::string only = Argument(argc, argv, "--only", "");
   std::printf("%-24s | %7s", "p50 and p95", "found");
-  for (const char *column : {"five points", "their worst", "nose tip", "mouth ends", "eyes", "brows", "lips", "jaw", "gap, true"}) {
+  for (const char *column :
+       {"five points", "their worst", "nose tip", "mouth ends", "eyes", "brows", "lips", "jaw", "gap, true"}) {
     std::printf(" | %-11s", column);
   }
   std::printf(" | lids\n");

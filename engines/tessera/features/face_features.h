@@ -10,7 +10,8 @@
 
 namespace tessera {
 
-// All places in units of the face's placement, as if the head looked ahead. A confidence is 0 (the place is that of the mean shape) to 1.
+// All places in units of the face's placement, as if the head looked ahead. A confidence is 0 (the place is that of the
+// mean shape) to 1.
 struct Mouth {
   cv::Point2f left;  // corners
   cv::Point2f right;

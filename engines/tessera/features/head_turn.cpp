@@ -17,7 +17,7 @@ constexpr float kDensity = 18;  // pixels per unit
 const cv::Rect2f kWindow(-1.5F, -0.6F, 3, 2.7F);
 
 constexpr float kApart = 0.045F;  // places that are compared, units
-constexpr float kFine = 0.035F;  // units
+constexpr float kFine = 0.035F;   // units
 constexpr float kAcross = 0.05F;
 constexpr float kWide = 0.22F;
 constexpr float kAround = 0.35F;

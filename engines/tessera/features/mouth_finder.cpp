@@ -64,7 +64,11 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   }
   cv::Point end;
   cv::minMaxLoc(best.col(columns - 1), nullptr, nullptr, nullptr, &end);
-  MouthLine line{cue, kLineEnd, kFaintLine, first, std::vector<int>(static_cast<size_t>(columns)),
+  MouthLine line{cue,
+                 kLineEnd,
+                 kFaintLine,
+                 first,
+                 std::vector<int>(static_cast<size_t>(columns)),
                  std::vector<float>(static_cast<size_t>(columns))};
   for (int column = columns - 1, row = end.y; column >= 0; --column) {
     const auto i = static_cast<size_t>(column);

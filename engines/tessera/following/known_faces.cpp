@@ -29,9 +29,9 @@ constexpr float kLeastShownTangent = 0.75F;  // of one that is hidden until it t
 // The far eye of a head that turns aside goes out of sight, and something else is taken for it.
 bool FarEyeIsGone(const Features &face) {
   constexpr float kSeen = 0.5F;
-  constexpr float kGonePart = 0.5F;   // of what the other eye shows
-  constexpr float kTurned = 0.12F;    // tangent
-  constexpr float kUnlike = 0.75F;    // confidence: nose and mouth are not those of a face from the front
+  constexpr float kGonePart = 0.5F;  // of what the other eye shows
+  constexpr float kTurned = 0.12F;   // tangent
+  constexpr float kUnlike = 0.75F;   // confidence: nose and mouth are not those of a face from the front
   const float left = face.eye_corners[0].confidence;
   const float right = face.eye_corners[1].confidence;
   if (std::max(left, right) < kSeen || std::min(left, right) > kGonePart * std::max(left, right)) return false;

@@ -43,8 +43,8 @@ Placement Scaled(const Placement &placement, float scale);
 cv::Point2f Turned(cv::Point2f point, float angle);
 
 // A window of the plane, turned upright: `window` in units of `placement`, `density` pixels per unit. Outside of the
-// plane its border goes on. With `halved` the plane has half the picture's size (chroma). A head that is turned aside is
-// `stretch` times as high as `placement` says.
+// plane its border goes on. With `halved` the plane has half the picture's size (chroma). A head that is turned aside
+// is `stretch` times as high as `placement` says.
 cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::Rect2f &window, float density,
                    bool halved = false, float stretch = 1);
 
