@@ -22,10 +22,17 @@ constexpr int kMostBox = 34;
 constexpr float kIrisRadius = 0.095F;  // 6 mm
 constexpr float kPupilReach = 0.16F;   // from the middle of the cascade's box
 
+constexpr float kPartOfNearer = 0.85F;  // a place nearer to the other eye than usual must be so much clearer
+
 // Beyond these the eyes found are not those of the face looked at.
 constexpr float kMostShift = 0.35F;  // units
 constexpr float kMostScale = 1.35F;
 constexpr float kMostTurn = 0.45F;  // radians
+
+struct Pupil {
+  cv::Point2f place;  // units of the expected placement
+  float score = 0;
+};
 
 cv::Point2f ToUnits(cv::Point2f pixel, float density) {
   return (pixel + cv::Point2f(0.5F, 0.5F)) * (1 / density) + kWindow.tl();
@@ -71,9 +78,15 @@ std::optional<cv::Point2f> EyeFinder::CascadeEye(const cv::Mat &patch, bool righ
 }
 
 Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
-  const cv::Mat coarse = Lit(CutUpright(luma, expected, kWindow, kCascadeDensity));
-  const std::optional<cv::Point2f> left = CascadeEye(coarse, false);
-  const std::optional<cv::Point2f> right = CascadeEye(coarse, true);
+  const cv::Mat cut = CutUpright(luma, expected, kWindow, kCascadeDensity);
+  const cv::Mat coarse = Lit(cut);
+  std::optional<cv::Point2f> left = CascadeEye(coarse, false);
+  std::optional<cv::Point2f> right = CascadeEye(coarse, true);
+  if ((!left || !right) && IsDark(cut)) {
+    const cv::Mat evened = Evened(cut, 4, 1);
+    if (!left) left = CascadeEye(evened, false);
+    if (!right) right = CascadeEye(evened, true);
+  }
   // An eye that was not seen stands as far beside its usual place as the other one, mirrored in part.
   const auto start = [](const std::optional<cv::Point2f> &seen, cv::Point2f usual,
                         const std::optional<cv::Point2f> &other, cv::Point2f other_usual) {
@@ -83,15 +96,27 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
     return usual + cv::Point2f(off.x * 0.5F, off.y);
   };
   const cv::Mat fine = Lit(CutUpright(luma, expected, kWindow, kIrisDensity));
-  const auto pupil = [&fine, &expected](cv::Point2f from) {
+  const auto pupil = [&fine](cv::Point2f from) {
     const auto iris =
         FindIris(fine, ToPixels(from, kIrisDensity), kPupilReach * kIrisDensity, kIrisRadius * kIrisDensity);
-    return expected.ToPicture(iris ? ToUnits(*iris, kIrisDensity) : from);
+    return iris ? Pupil{ToUnits(iris->place, kIrisDensity), iris->score} : Pupil{from, 0};
   };
+  // In a head that turns aside the far eye comes nearer to the other one.
+  const auto unseen = [&pupil](cv::Point2f usual, const std::optional<cv::Point2f> &other) {
+    Pupil best = pupil(usual);
+    if (!other) return best;
+    for (const float part : {0.84F, 0.7F}) {
+      Pupil nearer = pupil(*other + (usual - *other) * part);
+      nearer.score *= kPartOfNearer;
+      if (nearer.score > best.score) best = nearer;
+    }
+    return best;
+  };
+  const Pupil left_pupil = left ? pupil(*left) : unseen(start(left, kUsualLeft, right, kUsualRight), right);
+  const Pupil right_pupil = right ? pupil(*right) : unseen(start(right, kUsualRight, left, kUsualLeft), left);
   Eyes eyes;
   eyes.seen = (left ? 1 : 0) + (right ? 1 : 0);
-  eyes.placement = PlacementOfEyes(pupil(start(left, kUsualLeft, right, kUsualRight)),
-                                   pupil(start(right, kUsualRight, left, kUsualLeft)));
+  eyes.placement = PlacementOfEyes(expected.ToPicture(left_pupil.place), expected.ToPicture(right_pupil.place));
   if (!Plausible(eyes.placement, expected)) return {expected, 0};
   return eyes;
 }

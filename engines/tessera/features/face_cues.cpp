@@ -4,6 +4,9 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "features/face_depth.h"
+#include "vision/blur.h"
+
 namespace tessera {
 namespace {
 
@@ -15,9 +18,7 @@ constexpr double kBlack = 16;
 }  // namespace
 
 cv::Mat FaceCues::Blurred(const cv::Mat &picture, float units) const {
-  cv::Mat blurred;
-  cv::GaussianBlur(picture, blurred, cv::Size(0, 0), static_cast<double>(units * window_.density));
-  return blurred;
+  return tessera::Blurred(picture, static_cast<double>(units * window_.density));
 }
 
 float FaceCues::Column(float x) const {
@@ -44,8 +45,15 @@ float FaceCues::Y(float row) const {
   return (row + 0.5F) / window_.density + window_.area.y;
 }
 
-FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window) : window_(window) {
-  const cv::Mat patch = CutUpright(luma, placement, window.area, window.density);
+cv::Mat FaceCues::Cut(const cv::Mat &plane, const Placement &placement, bool halved) const {
+  cv::Rect2f area = window_.area;
+  area.x += turn_ * window_.depth;
+  return CutUpright(plane, placement, area, window_.density, halved, TurnStretch(turn_));
+}
+
+FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window, float turn)
+    : window_(window), turn_(turn) {
+  const cv::Mat patch = Cut(luma, placement, false);
   const double mean = std::max(1.0, cv::mean(patch)[0] - kBlack);
   gain_ = static_cast<float>(std::clamp(kWellLit / mean, 0.8, kMostGain));
   cv::Mat lit;
@@ -60,7 +68,7 @@ void FaceCues::AddColour(const PictureView &picture, const Placement &placement)
   if (picture.u.empty() || picture.v.empty()) return;
   const auto cut = [&](const cv::Mat &plane) {
     cv::Mat patch;
-    CutUpright(plane, placement, window_.area, window_.density, true).convertTo(patch, CV_32F);
+    Cut(plane, placement, true).convertTo(patch, CV_32F);
     return Blurred(patch, 0.03F);
   };
   const cv::Mat u = cut(picture.u);
@@ -68,7 +76,9 @@ void FaceCues::AddColour(const PictureView &picture, const Placement &placement)
   // The skin's colour: what cheeks and chin have in common.
   const auto skin = [this](const cv::Mat &chroma) {
     std::vector<float> values;
-    const auto take = [&](float x, float y) { values.push_back(chroma.at<float>(NearestRow(y), NearestColumn(x))); };
+    const auto take = [&](float x, float y) {
+      values.push_back(chroma.at<float>(NearestRow(y), NearestColumn(x + Aside(FaceDepth(x, y)))));
+    };
     for (float y = 0.4F; y < 0.75F; y += 0.03F) {
       for (const float x : {-0.7F, -0.6F, -0.5F, 0.5F, 0.6F, 0.7F}) take(x, y);
     }

@@ -7,20 +7,22 @@
 
 namespace tessera {
 
-// Which part, in units of the face's placement, and pixels per unit.
+// Which part, in units of the face's placement while it looks ahead, and pixels per unit.
 struct CueWindow {
   cv::Rect2f area;
   float density = 0;
+  float depth = 0;  // of what stays where it is in the window when the head turns, see FaceDepth
 };
 
 // The face from the brows to below the eyes, and from below the eyes to the chin of an open mouth.
-inline const CueWindow kUpperFace{{-1.0F, -0.65F, 2.0F, 0.95F}, 44};
-inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.6F}, 36};
+inline const CueWindow kUpperFace{{-1.0F, -0.65F, 2.0F, 0.95F}, 44, 0};
+inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.6F}, 36, 0.22F};
 
-// Pictures of floats, as bright as if the face were well lit. Threads: any.
+// Pictures of floats, as bright as if the face were well lit, cut out where the part stands when the head is turned
+// aside by an angle of the tangent `turn`. Threads: any.
 class FaceCues {
  public:
-  FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window);
+  FaceCues(const cv::Mat &luma, const Placement &placement, const CueWindow &window, float turn = 0);
 
   // Adds the colour of a lower face.
   void AddColour(const PictureView &picture, const Placement &placement);
@@ -30,6 +32,8 @@ class FaceCues {
   float Row(float y) const;
   int NearestColumn(float x) const;
   int NearestRow(float y) const;
+  // How far something of that depth stands aside in the window, because the head is turned.
+  float Aside(float depth) const { return turn_ * (depth - window_.depth); }
   float X(float column) const;
   float Y(float row) const;
 
@@ -43,7 +47,10 @@ class FaceCues {
  private:
   cv::Mat Blurred(const cv::Mat &picture, float units) const;
 
+  cv::Mat Cut(const cv::Mat &plane, const Placement &placement, bool halved) const;
+
   CueWindow window_;
+  float turn_ = 0;
   float gain_ = 1;
 };
 

@@ -3,10 +3,15 @@
 namespace tessera {
 
 Features FindFeatures(const PictureView &picture, const Placement &placement) {
-  FaceCues lower(picture.y, placement, kLowerFace);
+  return FindFeatures(picture, placement, FindTurn(picture.y, placement));
+}
+
+Features FindFeatures(const PictureView &picture, const Placement &placement, const Turn &turn) {
+  FaceCues lower(picture.y, placement, kLowerFace, turn.tangent);
   lower.AddColour(picture, placement);
-  const FaceCues upper(picture.y, placement, kUpperFace);
+  const FaceCues upper(picture.y, placement, kUpperFace, turn.tangent);
   Features features;
+  features.turn = turn;
   features.mouth = FindMouth(lower);
   features.nose = FindNose(lower);
   features.brows = {FindBrow(upper, -1), FindBrow(upper, 1)};

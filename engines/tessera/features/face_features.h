@@ -5,11 +5,13 @@
 #include <opencv2/core.hpp>
 
 #include "features/face_cues.h"
+#include "features/head_turn.h"
 #include "vision/picture_view.h"
 
 namespace tessera {
 
-// All places in units of the face's placement. A confidence is 0 (the place is that of the mean shape) to 1.
+// All places in units of the face's placement, as if the head looked ahead. A confidence is 0 (the place is that of the
+// mean shape) to 1.
 struct Mouth {
   cv::Point2f left;  // corners
   cv::Point2f right;
@@ -29,7 +31,8 @@ struct Nose {
 };
 
 struct Brow {
-  float height = 0;  // y, mean over its length
+  float height = 0;  // y of its middle
+  float slope = 0;   // down for each unit outwards
   float confidence = 0;
 };
 
@@ -44,6 +47,7 @@ struct Lids {
 };
 
 struct Features {
+  Turn turn;
   Mouth mouth;
   Nose nose;
   std::array<Brow, 2> brows;             // left, right
@@ -58,6 +62,10 @@ Mouth FindMouth(const FaceCues &lower_face);
 // The nostrils are the darkest small place on each side of the nose's middle.
 Nose FindNose(const FaceCues &lower_face);
 
+// Between these x a brow is looked for; its height is that in the middle.
+inline constexpr float kBrowFrom = 0.24F;
+inline constexpr float kBrowTo = 0.8F;
+
 // A brow is the first dark line above an eye. `side` is -1 for the left one, 1 for the right one.
 Brow FindBrow(const FaceCues &upper_face, int side);
 
@@ -69,7 +77,9 @@ EyeCorner FindEyeCorner(const FaceCues &upper_face, int side);
 // pupils in pixels of the picture: in a small face the two look alike.
 Lids FindLids(const FaceCues &upper_face, int side, float unit);
 
-// All of them. Threads: any.
+// All of them, of a head that is turned aside by an angle of that tangent. Threads: any.
+Features FindFeatures(const PictureView &picture, const Placement &placement, const Turn &turn);
+// How far it is turned, too.
 Features FindFeatures(const PictureView &picture, const Placement &placement);
 
 }  // namespace tessera

@@ -43,7 +43,7 @@ std::vector<Edge> EdgesNear(const cv::Mat &smooth, cv::Point2f start, float radi
 
 }  // namespace
 
-std::optional<cv::Point2f> FindIris(const cv::Mat &luma, cv::Point2f start, float reach, float iris_radius) {
+std::optional<Iris> FindIris(const cv::Mat &luma, cv::Point2f start, float reach, float iris_radius) {
   cv::Mat smooth;
   cv::GaussianBlur(luma, smooth, cv::Size(0, 0), std::max(0.8, iris_radius * 0.18));
   const std::vector<Edge> edges = EdgesNear(smooth, start, reach + 1.6F * iris_radius);
@@ -86,7 +86,7 @@ std::optional<cv::Point2f> FindIris(const cv::Mat &luma, cv::Point2f start, floa
       weight_sum += above;
     }
   }
-  return sum * (1 / weight_sum);
+  return Iris{sum * (1 / weight_sum), best};
 }
 
 }  // namespace tessera

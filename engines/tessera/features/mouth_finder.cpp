@@ -1,6 +1,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <utility>
 #include <vector>
 
 #include "features/face_features.h"
@@ -11,6 +13,7 @@ namespace {
 
 constexpr float kMouthHeight = 1.01F;  // of an average face, and how far others are off
 constexpr float kMouthSpread = 0.13F;
+constexpr float kCornerDepth = 0.14F;
 constexpr float kMouthReach = 0.66F;  // no mouth is wider to one side
 
 // Where between two samples a falling profile passes `level`.
@@ -18,14 +21,23 @@ float Crossing(float above, float below, float level) {
   return above > below ? Clamped01((above - level) / (above - below)) : 0.5F;
 }
 
+constexpr float kLineEnd = 0.4F;
+constexpr float kFaintLine = 4;
+// A crease is smoothed along the line.
+constexpr float kCreaseEnd = 0.3F;
+constexpr float kFaintCrease = 1.5F;
+
 struct MouthLine {
+  cv::Mat cue;              // in which it is dark
+  float end = 0;            // part of its greatest darkness at which it ends
+  float faint = 0;          // luma codes: what says nothing
   int first = 0;            // column of the first entry
   std::vector<int> rows;    // for each column
   std::vector<float> dark;  // there
 };
 
 // The smooth path from left to right through the darkest places, rather at the height of a mouth than elsewhere.
-MouthLine DarkestPath(const FaceCues &face) {
+MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   const int first = std::max(0, cvRound(face.Column(-kMouthReach)));
   const int last = std::min(face.lines.cols - 1, cvRound(face.Column(kMouthReach)));
   const int top = cvRound(face.Row(0.78F));
@@ -36,7 +48,7 @@ MouthLine DarkestPath(const FaceCues &face) {
   cv::Mat from(rows, columns, CV_8S, cv::Scalar(0));
   for (int column = 0; column < columns; ++column) {
     for (int row = 0; row < rows; ++row) {
-      const float here = face.lines.at<float>(top + row, first + column) *
+      const float here = cue.at<float>(top + row, first + column) *
                          Bell(face.Y(static_cast<float>(top + row)) - kMouthHeight, kMouthSpread);
       float before = 0;
       if (column > 0) {
@@ -52,15 +64,66 @@ MouthLine DarkestPath(const FaceCues &face) {
   }
   cv::Point end;
   cv::minMaxLoc(best.col(columns - 1), nullptr, nullptr, nullptr, &end);
-  MouthLine line{first, std::vector<int>(static_cast<size_t>(columns)),
+  MouthLine line{cue,
+                 kLineEnd,
+                 kFaintLine,
+                 first,
+                 std::vector<int>(static_cast<size_t>(columns)),
                  std::vector<float>(static_cast<size_t>(columns))};
   for (int column = columns - 1, row = end.y; column >= 0; --column) {
     const auto i = static_cast<size_t>(column);
     line.rows[i] = top + row;
-    line.dark[i] = face.lines.at<float>(top + row, first + column);
+    line.dark[i] = cue.at<float>(top + row, first + column);
     row += from.at<int8_t>(row, column);
   }
   return line;
+}
+
+// Thin dark lines across: what is darker than the rows close above and close below. Hairs are averaged along them.
+cv::Mat Creases(const FaceCues &face) {
+  constexpr int kAcross = 9;  // pixels, a quarter of a unit
+  constexpr int kClose = 2;   // rows
+  cv::Mat smooth;
+  cv::blur(face.light, smooth, cv::Size(kAcross, 1));
+  cv::Mat creases = cv::Mat::zeros(smooth.size(), CV_32F);
+  const int last = smooth.rows - kClose;
+  cv::Mat inner = creases.rowRange(kClose, last);
+  cv::min(smooth.rowRange(0, last - kClose), smooth.rowRange(2 * kClose, smooth.rows), inner);
+  inner -= smooth.rowRange(kClose, last);
+  cv::max(inner, 0, inner);
+  return creases;
+}
+
+// How clear a crease the line is in its middle, at the height of a mouth.
+float Sharpness(const FaceCues &face, const cv::Mat &creases, const MouthLine &line) {
+  const int last = face.NearestColumn(0.3F);
+  float sum = 0;
+  int count = 0;
+  for (int column = face.NearestColumn(-0.3F); column <= last; ++column, ++count) {
+    const int row = line.rows[static_cast<size_t>(column - line.first)];
+    sum += creases.at<float>(row, column) * Bell(face.Y(static_cast<float>(row)) - kMouthHeight, kMouthSpread);
+  }
+  return sum / static_cast<float>(count);
+}
+
+// In a beard, and in dark skin, the line between the lips is dark beside the lips alone.
+MouthLine FindLine(const FaceCues &face) {
+  const cv::Mat creases = Creases(face);
+  MouthLine best = DarkestPath(face, face.lines);
+  float sharpness = Sharpness(face, creases, best);
+  const auto consider = [&](const cv::Mat &cue, float clearly) {
+    MouthLine line = DarkestPath(face, cue);
+    const float here = Sharpness(face, creases, line);
+    if (here <= clearly * sharpness) return;
+    best = std::move(line);
+    sharpness = here;
+  };
+  consider(face.spots, 1.3F);
+  consider(creases, 1.15F);
+  if (best.cue.data != creases.data) return best;
+  best.end = kCreaseEnd;
+  best.faint = kFaintCrease;
+  return best;
 }
 
 struct Corner {
@@ -79,7 +142,7 @@ Corner LineEnd(const FaceCues &face, const MouthLine &line, int side) {
   for (int column = inner; column != outer + side; column += side) {
     if (dark(column) > dark(peak)) peak = column;
   }
-  const float level = 0.4F * dark(peak);
+  const float level = line.end * dark(peak);
   int column = peak;
   while (column + side >= line.first && column + side <= last && dark(column + side) > level) column += side;
   const bool fades = column + side >= line.first && column + side <= last;
@@ -240,10 +303,20 @@ void FindLips(const FaceCues &face, Mouth &mouth) {
   mouth.lips_confidence = Clamped01((std::min(upper, lower) - kFaintRed) / (kClearRed - kFaintRed));
 }
 
+// 1 for corners that a mouth may have; a line in a beard may go anywhere.
+float Plausibility(const Mouth &mouth) {
+  const auto beyond = [](float value, float most) { return std::max(0.0F, value - most); };
+  const float width = mouth.right.x - mouth.left.x;
+  const float off = beyond(std::abs(mouth.left.x + mouth.right.x) * 0.5F, 0.12F) +
+                    beyond(std::abs(mouth.left.y - mouth.right.y), 0.12F) + beyond(width, 1.05F) +
+                    beyond(-width, -0.45F);
+  return Clamped01(1 - off / 0.12F);
+}
+
 }  // namespace
 
 Mouth FindMouth(const FaceCues &face) {
-  const MouthLine line = DarkestPath(face);
+  const MouthLine line = FindLine(face);
   const Corner left = LineEnd(face, line, -1);
   const Corner right = LineEnd(face, line, 1);
   Mouth mouth;
@@ -253,9 +326,15 @@ Mouth FindMouth(const FaceCues &face) {
   // Between teeth and lower lip lies another line; it is further below the corners than that of a closed mouth.
   const float corners = (left.place.y + right.place.y) * 0.5F;
   mouth.line = std::min(face.Y(static_cast<float>(line.rows[middle])), corners + 0.08F);
-  mouth.confidence = Clamped01((std::min(left.strength, right.strength) - 4) / 12);
+  mouth.confidence = Clamped01((std::min(left.strength, right.strength) / line.faint - 1) / 3);
   FindGap(face, mouth);
   FindLips(face, mouth);
+  const float plausible = Plausibility(mouth);
+  mouth.confidence *= plausible;
+  mouth.gap_confidence *= plausible;
+  mouth.lips_confidence *= plausible;
+  mouth.left.x -= face.Aside(kCornerDepth);
+  mouth.right.x -= face.Aside(kCornerDepth);
   return mouth;
 }
 

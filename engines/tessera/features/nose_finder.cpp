@@ -12,7 +12,8 @@ constexpr float kNostrilHeight = 0.67F;
 constexpr float kNostrilSpread = 0.08F;
 constexpr float kNostrilAside = 0.16F;
 constexpr float kNostrilAsideSpread = 0.08F;
-constexpr float kTurnedAside = 0.25F;
+constexpr float kNostrilDepth = 0.26F;
+constexpr float kAsideSpread = 0.12F;
 
 }  // namespace
 
@@ -47,15 +48,17 @@ Nostril FindNostril(const FaceCues &face, float sign, float aside) {
 
 }  // namespace
 
-// In a head that turns aside the nose goes far from the middle between the pupils.
+// How far the head is turned is known about; a longer or a shorter nose goes farther aside, or not so far.
 Nose FindNose(const FaceCues &face) {
   std::array<Nostril, 2> best;
   float best_score = 0;
-  for (int step = -6; step <= 6; ++step) {
-    const float aside = 0.06F * static_cast<float>(step);
+  const float expected = face.Aside(kNostrilDepth);
+  for (int step = -4; step <= 4; ++step) {
+    const float off = 0.045F * static_cast<float>(step);
+    const float aside = expected + off;
     const Nostril left = FindNostril(face, -1, aside);
     const Nostril right = FindNostril(face, 1, aside);
-    const float score = (left.strength + right.strength) * Bell(aside, kTurnedAside);
+    const float score = (left.strength + right.strength) * Bell(off, kAsideSpread);
     if (score <= best_score) continue;
     best_score = score;
     best = {left, right};
@@ -63,7 +66,7 @@ Nose FindNose(const FaceCues &face) {
   Nose nose;
   const float both = best[0].strength + best[1].strength;
   if (both <= 0) return nose;
-  nose.nostrils.x = (best[0].place.x + best[1].place.x) * 0.5F;
+  nose.nostrils.x = (best[0].place.x + best[1].place.x) * 0.5F - expected;
   nose.nostrils.y = (best[0].place.y * best[0].strength + best[1].place.y * best[1].strength) / both;
   nose.confidence = Clamped01((std::min(best[0].strength, best[1].strength) - 1.5F) / 5);
   return nose;

@@ -14,6 +14,10 @@ constexpr float kStillMove = 0.02F;
 constexpr float kMovingMove = 0.08F;
 constexpr float kConfidencePart = 0.2F;
 
+// Of a tangent.
+constexpr float kStillTurn = 0.04F;
+constexpr float kMovingTurn = 0.2F;
+
 // A mouth opens quickly: less of it is noise.
 constexpr float kQuickMove = 0.04F;
 
@@ -47,7 +51,15 @@ void StepLids(Lids &smooth, const Lids &found) {
 
 }  // namespace
 
+void Smooth(Turn &smooth, const Turn &found) {
+  const float move = std::abs(found.tangent - smooth.tangent);
+  const float part = Mixed(kStillPart, kMovingPart, Clamped01((move - kStillTurn) / (kMovingTurn - kStillTurn)));
+  smooth.tangent += (found.tangent - smooth.tangent) * part * found.confidence;
+  StepConfidence(smooth.confidence, found.confidence);
+}
+
 void Smooth(Features &smooth, const Features &found) {
+  smooth.turn = found.turn;
   Step(smooth.mouth.left, found.mouth.left);
   Step(smooth.mouth.right, found.mouth.right);
   Step(smooth.mouth.line, found.mouth.line);
@@ -64,7 +76,10 @@ void Smooth(Features &smooth, const Features &found) {
   Step(smooth.nose.nostrils, found.nose.nostrils);
   StepConfidence(smooth.nose.confidence, found.nose.confidence);
   for (size_t side = 0; side < 2; ++side) {
-    if (found.brows[side].confidence > 0) Step(smooth.brows[side].height, found.brows[side].height);
+    if (found.brows[side].confidence > 0) {
+      Step(smooth.brows[side].height, found.brows[side].height);
+      Step(smooth.brows[side].slope, found.brows[side].slope);
+    }
     StepConfidence(smooth.brows[side].confidence, found.brows[side].confidence);
     Step(smooth.eye_corners[side].x, found.eye_corners[side].x);
     StepConfidence(smooth.eye_corners[side].confidence, found.eye_corners[side].confidence);

@@ -23,6 +23,26 @@ constexpr float kDrawnStep = 0.15F;  // of the way to the template, for each pic
 constexpr float kLeastStep = 0.02F;  // units: a slower face is expected where it was
 constexpr float kMiddle = 0.4F;      // of a face, units below the eyes
 
+constexpr float kMostShownTangent = 0.85F;   // of a head that is turned farther the points would be wrong
+constexpr float kLeastShownTangent = 0.75F;  // of one that is hidden until it turns back
+
+// The far eye of a head that turns aside goes out of sight, and something else is taken for it.
+bool FarEyeIsGone(const Features &face) {
+  constexpr float kSeen = 0.5F;
+  constexpr float kGonePart = 0.5F;  // of what the other eye shows
+  constexpr float kTurned = 0.12F;   // tangent
+  constexpr float kUnlike = 0.75F;   // confidence: nose and mouth are not those of a face from the front
+  const float left = face.eye_corners[0].confidence;
+  const float right = face.eye_corners[1].confidence;
+  if (std::max(left, right) < kSeen || std::min(left, right) > kGonePart * std::max(left, right)) return false;
+  return std::abs(face.turn.tangent) > kTurned || face.turn.confidence < kUnlike;
+}
+
+bool IsTurnedAway(const KnownFace &face) {
+  const float most = face.turned_away ? kLeastShownTangent : kMostShownTangent;
+  return std::abs(face.features.turn.tangent) > most || FarEyeIsGone(face.features);
+}
+
 bool MiddleIsInside(const Placement &face, cv::Size picture) {
   const cv::Point2f middle = face.ToPicture({0, kMiddle});
   return middle.x >= 0 && middle.y >= 0 && middle.x < static_cast<float>(picture.width) &&
@@ -143,6 +163,7 @@ bool KnownFaces::Add(const NewFace &face, double now) {
   added.features = face.features;
   added.own_shape.Told(face.points, face.features);
   added.confirmed = now;
+  added.turned_away = IsTurnedAway(added);
   added.features_turn = features_turn_;
   faces_.push_back(std::move(added));
   return true;
@@ -173,7 +194,11 @@ void KnownFaces::FindFeatures(const PictureView &picture, size_t faces) {
     KnownFace *face = NextForFeatures();
     face->features_turn = features_turn_;
     if (face->bad_pictures > 0) continue;
-    Smooth(face->features, tessera::FindFeatures(picture, face->Drawn()));
+    const Placement place = face->Drawn();
+    Turn turn = face->features.turn;
+    Smooth(turn, FindTurn(picture.y, place));
+    Smooth(face->features, tessera::FindFeatures(picture, place, turn));
+    face->turned_away = IsTurnedAway(*face);
   }
 }
 
@@ -182,6 +207,7 @@ std::vector<FoundFace> KnownFaces::Shown(cv::Size size, float scale) const {
   for (const KnownFace &known : faces_) {
     const Placement place = Scaled(known.Drawn(), scale);
     if (known.bad_pictures > kShownBadPictures || !MiddleIsInside(place, size)) continue;
+    if (known.turned_away) continue;
     FoundFace face;
     face.points = FitShape(place, known.features);
     known.own_shape.Apply(place, face.points);

@@ -30,12 +30,13 @@ struct KnownFace {
   OwnShape own_shape;
   // Where the face is drawn, in the template's frame: after each search it comes to lie on it in small steps.
   Placement drawn;
-  cv::Point2f step;       // from the picture before to the last one, units
-  float correlation = 1;  // of the last picture with the template
-  int bad_pictures = 0;   // in a row
-  int missed_looks = 0;   // in a row
-  int pictures_away = 0;  // in a row with its middle outside
-  double confirmed = 0;   // seconds, when a search last saw it
+  cv::Point2f step;          // from the picture before to the last one, units
+  float correlation = 1;     // of the last picture with the template
+  int bad_pictures = 0;      // in a row
+  int missed_looks = 0;      // in a row
+  int pictures_away = 0;     // in a row with its middle outside
+  bool turned_away = false;  // so far aside that its points are not shown
+  double confirmed = 0;      // seconds, when a search last saw it
   uint64_t features_turn = 0;
 
   Placement Drawn() const { return Composed(placement, drawn); }

@@ -10,6 +10,7 @@ namespace {
 // So often one sweep looks for more while there are faces, pictures.
 constexpr uint64_t kSweepEvery = 4;
 constexpr size_t kMostChecks = 4;  // of what a sweep proposes
+constexpr float kWorthALook = 6;   // windows that agree
 // So often a face that is followed well is searched, pictures.
 constexpr uint64_t kLookEvery = 4;
 // Where it looks less like its template it is searched at once, and counts as gone when it is not seen.
@@ -61,9 +62,13 @@ void FaceFinder::Begin(const PictureView &picture, const SeenFace &seen) {
 }
 
 void FaceFinder::LookEverywhere(const PictureView &picture) {
+  size_t checks = 0;
   for (const CoarseFace &proposal : look_.Everywhere(picture, last_angle_, max_faces_)) {
     if (!Room()) break;
-    if (const auto seen = look_.Check(picture, proposal)) Begin(picture, *seen);
+    auto seen = look_.Check(picture, proposal);
+    // A dark face shows in a closer look.
+    if (!seen && proposal.score >= kWorthALook && checks++ < kMostChecks) seen = look_.CheckSwept(picture, proposal);
+    if (seen) Begin(picture, *seen);
   }
 }
 

@@ -13,6 +13,7 @@ constexpr int kUsualFaces = 400;
 constexpr int kSmallFaces = 640;
 constexpr int kSmallestBox = 24;
 constexpr float kGoodScore = 6;
+constexpr float kClearScore = 16;  // a second look at a dark face would tell no more
 
 // An average face in the cascade's box, as parts of its width.
 constexpr float kEyeHeight = 0.37F;
@@ -30,18 +31,17 @@ Placement PlacementOfBox(const cv::Rect &box) {
           0};
 }
 
-// Contrast of its own for each eighth of the picture, so that a dark face in a bright room has what the cascades need.
-cv::Mat Evened(const cv::Mat &luma) {
-  constexpr double kMostContrast = 10;
-  cv::Mat evened;
-  cv::createCLAHE(kMostContrast, cv::Size(8, 8))->apply(luma, evened);
-  return evened;
+// So that a dark face in a bright room has what the cascades need: of the whole picture, and of a face alone.
+cv::Mat EvenedPicture(const cv::Mat &luma) {
+  return Evened(luma, 10, 8);
 }
 
-// Evened light shows faces in noise, too: it counts for what is dark alone, which is why it is there.
-bool IsDark(const cv::Mat &luma, const cv::Rect &box) {
-  constexpr double kDark = 105;  // mean code of a face
-  return cv::mean(luma(box & cv::Rect(0, 0, luma.cols, luma.rows)))[0] < kDark;
+cv::Mat EvenedFace(const cv::Mat &luma) {
+  return Evened(luma, 4, 2);
+}
+
+bool BoxIsDark(const cv::Mat &luma, const cv::Rect &box) {
+  return IsDark(luma(box & cv::Rect(0, 0, luma.cols, luma.rows)));
 }
 
 bool SamePlace(const Placement &a, const Placement &b) {
@@ -75,7 +75,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
     cv::resize(luma, small, size, 0, 0, cv::INTER_AREA);
   }
   const cv::Mat plain = small;
-  small = pass.evened ? Evened(small) : Lit(small);
+  small = pass.evened ? EvenedPicture(small) : Lit(small);
   // The turned picture has room for all of it; a flat border costs the cascade next to nothing.
   const float c = std::cos(pass.angle);
   const float s = std::sin(pass.angle);
@@ -99,7 +99,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
                                       : quick_.empty() ? cascade_.FindAny(upright, 1.2, kSmallestBox)
                                                        : quick_.FindAny(upright, 1.2, kSmallestBox);
   for (const VotedBox &found : boxes) {
-    if (pass.evened && !IsDark(plain, found.box)) continue;
+    if (pass.evened && !BoxIsDark(plain, found.box)) continue;
     Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
@@ -142,22 +142,28 @@ std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement 
     float turn;
     bool evened;
   };
+  std::optional<CoarseFace> best;
   for (const Try &one : {Try{0.0F, false}, {-15 * kDegree, false}, {15 * kDegree, false}, {0.0F, true}}) {
+    if (best && !one.evened) continue;
+    if (best && best->score >= kClearScore) break;
     Placement place = last;
     place.angle += one.turn;
     const cv::Mat cut = CutUpright(luma, place, window, density);
-    const cv::Mat patch = one.evened ? Evened(cut) : Lit(cut);
+    const cv::Mat patch = one.evened ? EvenedFace(cut) : Lit(cut);
+    if (one.evened && !IsDark(cut)) break;
     const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
-    if (boxes.empty() || (one.evened && !IsDark(cut, boxes[0].box))) continue;
+    if (boxes.empty() || (one.evened && !BoxIsDark(cut, boxes[0].box))) continue;
+    const auto score = static_cast<float>(boxes[0].votes);
+    if (best && best->score >= score) continue;
     const Placement in_patch = PlacementOfBox(boxes[0].box);
     CoarseFace face;
     face.placement.origin = place.ToPicture((in_patch.origin + cv::Point2f(0.5F, 0.5F)) * (1 / density) + window.tl());
     face.placement.unit = in_patch.unit / density * place.unit;
     face.placement.angle = place.angle;
-    face.score = static_cast<float>(boxes[0].votes);
-    return face;
+    face.score = score;
+    best = face;
   }
-  return std::nullopt;
+  return best;
 }
 
 }  // namespace tessera

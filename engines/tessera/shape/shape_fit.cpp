@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "features/face_depth.h"
 #include "shape/mean_shape.h"
 #include "tessera/point_layout.h"
 #include "vision/numbers.h"
@@ -96,11 +97,43 @@ cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const E
   return {side * (pupil + stretched), y};
 }
 
-// Mean height of a brow of the mean shape.
-float BrowHeight(const std::vector<cv::Point2f> &mean) {
-  float sum = 0;
-  for (size_t i = kLeftBrow.first; i <= kLeftBrow.last; ++i) sum += mean[i].y;
-  return sum / static_cast<float>(kLeftBrow.last - kLeftBrow.first + 1);
+std::vector<float> Depths(const std::vector<cv::Point2f> &shape) {
+  std::vector<float> depths;
+  for (const cv::Point2f &point : shape) depths.push_back(FaceDepth(point.x, point.y));
+  for (size_t i = kLeftPupil; i <= kRightPupil; ++i) depths[i] = 0;
+  // The edge of the face is another place of the head when that turns: it does not go as far.
+  constexpr float kEdge = -0.4F;
+  for (size_t i = kContour.first; i <= kContour.last; ++i) depths[i] = std::max(depths[i], kEdge);
+  return depths;
+}
+
+constexpr float kMostSlope = 0.35F;
+
+// The line along the middle of a brow of the mean shape, as FindBrow tells it.
+Brow MeanBrow(const std::vector<cv::Point2f> &mean) {
+  const auto height = [&mean](float x) {
+    const auto edge = [&](size_t first, size_t last) {  // from the outer end to the inner one, or back
+      for (size_t i = first; i < last; ++i) {
+        const float from = -mean[i].x;
+        const float to = -mean[i + 1].x;
+        if (x < std::min(from, to) || x > std::max(from, to)) continue;
+        return Mixed(mean[i].y, mean[i + 1].y, (x - from) / (to - from));
+      }
+      return x < -mean[first].x ? mean[first].y : mean[last].y;
+    };
+    return (edge(kLeftBrowUpper.first, kLeftBrowUpper.last) + edge(kLeftBrowLower.first, kLeftBrowLower.last)) * 0.5F;
+  };
+  const float middle = (kBrowFrom + kBrowTo) * 0.5F;
+  float sum_y = 0;
+  float sum_xx = 0;
+  float sum_xy = 0;
+  int count = 0;
+  for (float x = kBrowFrom; x <= kBrowTo; x += 0.04F, ++count) {
+    sum_y += height(x);
+    sum_xx += (x - middle) * (x - middle);
+    sum_xy += (x - middle) * height(x);
+  }
+  return {sum_y / static_cast<float>(count), sum_xy / sum_xx, 1};
 }
 
 }  // namespace
@@ -115,8 +148,14 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
   const float usual_nostrils = mean[kNoseTip].y + 0.07F;
   const float nose_off = std::clamp(features.nose.nostrils.y - usual_nostrils, -0.15F, 0.15F);
   const float nose_down = nose_off * features.nose.confidence;
-  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.35F, 0.35F) * features.nose.confidence;
-  const float usual_brow = BrowHeight(mean);
+  // The far nostril goes out of sight when the head turns.
+  const float both_nostrils = Clamped01(1 - std::abs(features.turn.tangent) / 0.45F) * features.nose.confidence;
+  const float nose_aside = std::clamp(features.nose.nostrils.x, -0.2F, 0.2F) * both_nostrils;
+  static const Brow usual_brow = MeanBrow(mean);
+
+  static const std::vector<float> depths = Depths(mean);
+  const float turn = features.turn.tangent;
+  const float stretch = TurnStretch(turn);
 
   std::vector<cv::Point2f> points;
   points.reserve(mean.size());
@@ -128,7 +167,10 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
     } else if (In(kLeftEye, i) || In(kRightEye, i)) {
       point = EyePoint(mean, i, features.eye_corners[side], features.lids[side]);
     } else if (In(kLeftBrow, i) || In(kRightBrow, i)) {
-      point.y += (features.brows[side].height - usual_brow) * features.brows[side].confidence;
+      const Brow &brow = features.brows[side];
+      const float outwards = std::abs(point.x) - (kBrowFrom + kBrowTo) * 0.5F;
+      const float slope = std::clamp(brow.slope - usual_brow.slope, -kMostSlope, kMostSlope);
+      point.y += (brow.height - usual_brow.height + slope * outwards) * brow.confidence;
     } else if (In(kNoseSides, i) || In({kNoseRoot, kNoseBase}, i)) {
       const float part = Clamped01(point.y / mean[kNoseTip].y);  // the root stays between the eyes
       point += cv::Point2f(nose_aside, nose_down) * part;
@@ -136,6 +178,7 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
       const float part = Clamped01(point.y / mean[kChin].y);  // the ends stay beside the eyes
       point += cv::Point2f(mouth_aside * 0.5F, chin_down) * part;
     }
+    point = {point.x + turn * depths[i], point.y * stretch};
     points.push_back(placement.ToPicture(point));
   }
   return points;

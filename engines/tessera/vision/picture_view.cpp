@@ -44,7 +44,7 @@ Placement Scaled(const Placement &placement, float scale) {
 }
 
 cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::Rect2f &window, float density,
-                   bool halved) {
+                   bool halved, float stretch) {
   const cv::Size size(std::max(1, cvRound(window.width * density)), std::max(1, cvRound(window.height * density)));
   Placement in_plane = placement;
   if (halved) {
@@ -55,11 +55,12 @@ cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::R
   cv::Point2f source_origin(0, 0);
   float source_scale = 1;
 
+  const auto stretched = [stretch](cv::Point2f point) { return cv::Point2f(point.x, point.y * stretch); };
   // Every pixel counts: where the picture has many more than the patch, it is averaged first.
   const float shrink = std::floor(in_plane.unit / density);
   if (shrink >= 2) {
-    const float reach = std::hypot(window.width, window.height) * 0.5F * in_plane.unit + 2 * shrink;
-    const cv::Point2f middle = in_plane.ToPicture((window.tl() + window.br()) * 0.5F);
+    const float reach = std::hypot(window.width, window.height * stretch) * 0.5F * in_plane.unit + 2 * shrink;
+    const cv::Point2f middle = in_plane.ToPicture(stretched((window.tl() + window.br()) * 0.5F));
     cv::Rect area(cvFloor(middle.x - reach), cvFloor(middle.y - reach), cvCeil(2 * reach), cvCeil(2 * reach));
     area &= cv::Rect(0, 0, plane.cols, plane.rows);
     const int factor = static_cast<int>(shrink);
@@ -74,13 +75,24 @@ cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::R
 
   const float step = in_plane.unit / density * source_scale;
   const float half = 0.5F * (1 - source_scale);  // pixel centres: those of averaged pixels lie between
-  const cv::Point2f first = in_plane.ToPicture(window.tl() + cv::Point2f(0.5F, 0.5F) * (1 / density));
+  const cv::Point2f first = in_plane.ToPicture(stretched(window.tl() + cv::Point2f(0.5F, 0.5F) * (1 / density)));
   const cv::Point2f corner = (first - source_origin) * source_scale - cv::Point2f(half, half);
   const cv::Point2f right = Turned({step, 0}, in_plane.angle);
-  const cv::Matx23f to_source(right.x, -right.y, corner.x, right.y, right.x, corner.y);
+  const cv::Matx23f to_source(right.x, -right.y * stretch, corner.x, right.y, right.x * stretch, corner.y);
   cv::Mat patch;
   cv::warpAffine(source, patch, to_source, size, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
   return patch;
+}
+
+cv::Mat Evened(const cv::Mat &luma, double most_contrast, int parts) {
+  cv::Mat evened;
+  cv::createCLAHE(most_contrast, cv::Size(parts, parts))->apply(luma, evened);
+  return evened;
+}
+
+bool IsDark(const cv::Mat &luma) {
+  constexpr double kDark = 105;  // mean code of a face
+  return cv::mean(luma)[0] < kDark;
 }
 
 cv::Mat Lit(const cv::Mat &luma) {

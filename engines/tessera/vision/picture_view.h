@@ -43,9 +43,16 @@ Placement Scaled(const Placement &placement, float scale);
 cv::Point2f Turned(cv::Point2f point, float angle);
 
 // A window of the plane, turned upright: `window` in units of `placement`, `density` pixels per unit. Outside of the
-// plane its border goes on. With `halved` the plane has half the picture's size (chroma).
+// plane its border goes on. With `halved` the plane has half the picture's size (chroma). A head that is turned aside
+// is `stretch` times as high as `placement` says.
 cv::Mat CutUpright(const cv::Mat &plane, const Placement &placement, const cv::Rect2f &window, float density,
-                   bool halved = false);
+                   bool halved = false, float stretch = 1);
+
+// Contrast of its own for each part of the picture, of which there are `parts` across and down.
+cv::Mat Evened(const cv::Mat &luma, double most_contrast, int parts);
+
+// Whether it is a dark face: what evened light shows counts for these alone, since it shows faces in noise, too.
+bool IsDark(const cv::Mat &luma);
 
 // The picture as it is, or raised where it is dark: a cascade passes over places without contrast.
 cv::Mat Lit(const cv::Mat &luma);

@@ -73,6 +73,64 @@ TEST(Heads, GlassesAndHairOverTheBrowsDoNotMoveThePoints) {
   }
 }
 
+TEST(Heads, PointsGoWithAHeadThatTurnsAside) {
+  struct Turned {
+    float yaw;
+    float most;
+  };
+  const HeadLook look = vanta_test::Person(kPerson, vanta_test::kMonkTones[3]);
+  for (const Turned &turned : {Turned{-20, 0.08F}, {20, 0.08F}, {30, 0.12F}}) {
+    SCOPED_TRACE(turned.yaw);
+    HeadPose pose;
+    pose.yaw = turned.yaw;
+    HeadPicture head = Draw(look, pose);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(FivePoints(face, head), turned.most);
+    EXPECT_LT(Off(face, head, tessera::kNoseTip), 0.15F);
+  }
+}
+
+TEST(Heads, HeadThatTurnsTooFarIsHiddenUntilItTurnsBack) {
+  const HeadLook look = vanta_test::Person(kPerson + 1, vanta_test::kMonkTones[4]);
+  HeadPose turned;
+  turned.yaw = 50;
+  HeadPicture ahead = Draw(look);
+  HeadPicture away = Draw(look, turned);
+  FaceReader reader;
+  EXPECT_FALSE(After(reader, ahead, 2).points.empty());
+  EXPECT_TRUE(After(reader, away, 6).points.empty());
+  EXPECT_FALSE(After(reader, ahead, 12).points.empty());
+}
+
+TEST(Heads, LightFromASideIsNoTurn) {
+  HeadScene scene;
+  scene.eye_distance = 70;
+  for (const float aside : {-70.0F, 70.0F}) {
+    scene.light_aside = aside;
+    HeadPicture head = vanta_test::DrawHead(vanta_test::Person(kPerson + 2, vanta_test::kMonkTones[4]), {}, scene);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kNoseTip), 0.12F);
+    EXPECT_LT(FivePoints(face, head), 0.06F);
+  }
+}
+
+TEST(Heads, LineBetweenTheLipsIsFoundInABeard) {
+  for (const uint64_t person : {kPerson, kPerson + 1}) {
+    HeadLook look = vanta_test::Person(person, vanta_test::kMonkTones[3]);
+    look.beard = 0.85F;
+    HeadPicture head = Draw(look);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kUpperLipMiddle), 0.065F);
+    EXPECT_LT(face.mouth_open, 0.1F);
+  }
+}
+
 TEST(Heads, LowMouthHasPointsThatAreNumbers) {
   HeadLook look = vanta_test::Person(kPerson, vanta_test::kMonkTones[2]);
   look.mouth = 1.13F;

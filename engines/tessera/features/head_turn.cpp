@@ -1,0 +1,125 @@
+#include "features/head_turn.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+#include "features/face_depth.h"
+#include "vision/blur.h"
+#include "vision/numbers.h"
+
+namespace tessera {
+namespace {
+
+constexpr float kDensity = 18;  // pixels per unit
+const cv::Rect2f kWindow(-1.5F, -0.6F, 3, 2.7F);
+
+constexpr float kApart = 0.045F;  // places that are compared, units
+constexpr float kFine = 0.035F;   // units
+constexpr float kAcross = 0.05F;
+constexpr float kWide = 0.22F;
+constexpr float kAround = 0.35F;
+constexpr float kFaint = 6;  // luma codes of what counts little
+
+// A place of the right half of a face; its image stands on the left.
+struct Place {
+  float x;
+  float y;
+  float depth;
+};
+
+std::vector<Place> Places(float top, float bottom) {
+  std::vector<Place> places;
+  for (float y = top; y < bottom; y += kApart) {
+    for (float x = 0.04F; x < 0.55F; x += kApart) places.push_back({x, y, FaceDepth(x, y)});
+  }
+  return places;
+}
+
+// Details, as strong where the light is weak as elsewhere: of what lies across the face, as the lips and what is below
+// the nose. Light from a side draws shadows down the face, which are not alike on both sides.
+cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
+  const auto blurred = [](const cv::Mat &picture, float across, float down) {
+    cv::Mat smooth;
+    cv::GaussianBlur(picture, smooth, cv::Size(0, 0), static_cast<double>(across * kDensity),
+                     static_cast<double>(down * kDensity));
+    return smooth;
+  };
+  cv::Mat patch;
+  CutUpright(luma, placement, kWindow, kDensity).convertTo(patch, CV_32F);
+  const cv::Mat details = blurred(patch, kAcross, kFine) - blurred(patch, kAcross, kWide);
+  cv::Mat strength;
+  cv::sqrt(Blurred(details.mul(details), static_cast<double>(kAround * kDensity)), strength);
+  return details / (strength + static_cast<double>(kFaint));
+}
+
+float At(const cv::Mat &picture, float x, float y) {
+  const float column = (x - kWindow.x) * kDensity - 0.5F;
+  const float row = (y - kWindow.y) * kDensity - 0.5F;
+  const int left = cvFloor(column);
+  const int top = cvFloor(row);
+  if (left < 0 || top < 0 || left + 1 >= picture.cols || top + 1 >= picture.rows) return 0;
+  const auto *above = picture.ptr<float>(top) + left;
+  const auto *below = picture.ptr<float>(top + 1) + left;
+  const float across = column - static_cast<float>(left);
+  return Mixed(Mixed(above[0], above[1], across), Mixed(below[0], below[1], across), row - static_cast<float>(top));
+}
+
+// How alike both sides of some places are when the head is turned so far, -1 to 1.
+float Likeness(const cv::Mat &details, const std::vector<Place> &places, float tangent) {
+  const float stretch = TurnStretch(tangent);
+  float both = 0;
+  float right = 0;
+  float left = 0;
+  for (const Place &place : places) {
+    const float aside = tangent * place.depth;
+    const float a = At(details, place.x + aside, place.y * stretch);
+    const float b = At(details, -place.x + aside, place.y * stretch);
+    both += a * b;
+    right += a * a;
+    left += b * b;
+  }
+  return both / std::sqrt(right * left + 1e-3F);
+}
+
+// A nose and a mouth count as much as each other.
+float Likeness(const cv::Mat &details, float tangent) {
+  static const std::vector<Place> nose = Places(0.3F, 0.85F);
+  static const std::vector<Place> mouth = Places(0.85F, 1.4F);
+  return (Likeness(details, nose, tangent) + Likeness(details, mouth, tangent)) * 0.5F;
+}
+
+}  // namespace
+
+Turn FindTurn(const cv::Mat &luma, const Placement &placement) {
+  constexpr float kStep = 0.1F;
+  constexpr int kSteps = 10;
+  constexpr float kUntold = -2;
+  const cv::Mat details = Details(luma, placement);
+  std::array<float, 2 * kSteps + 1> likeness{};
+  likeness.fill(kUntold);
+  const auto tell = [&](size_t i) {
+    if (likeness[i] == kUntold) likeness[i] = Likeness(details, kStep * (static_cast<float>(i) - kSteps));
+    return likeness[i];
+  };
+  const auto better = [&](size_t a, size_t b) { return tell(b) > tell(a) ? b : a; };
+  size_t best = kSteps;
+  for (size_t i = 0; i < likeness.size(); i += 2) best = better(best, i);
+  const size_t last = likeness.size() - 1;
+  best = better(best > 0 ? better(best, best - 1) : best, std::min(best + 1, last));
+  Turn turn;
+  turn.tangent = kStep * (static_cast<float>(best) - kSteps);
+  // Finer than a step: the top of a parabola.
+  if (best > 0 && best < last) {
+    const float before = tell(best - 1);
+    const float after = tell(best + 1);
+    const float bend = 2 * likeness[best] - before - after;
+    if (bend > 0) turn.tangent += kStep * std::clamp(0.5F * (after - before) / bend, -0.5F, 0.5F);
+  }
+  turn.confidence = Clamped01((likeness[best] - 0.4F) / 0.4F);
+  return turn;
+}
+
+}  // namespace tessera
