@@ -11,7 +11,7 @@ namespace {
 // What full intensity does, as parts of a length. None of the movements folds at these, whatever the face's points are;
 // and what is chained of such movements folds nowhere either.
 constexpr float kNarrow = 0.22f;    // of the face's half width: the most that all narrowing together takes
-constexpr float kSlimPart = 0.85f;  // of that, each
+constexpr float kSlimPart = 0.70f;  // of that, each
 constexpr float kCheekbonePart = 0.5f;
 constexpr float kJawPart = 0.55f;
 constexpr float kEyes = 0.30f;       // larger
@@ -157,49 +157,30 @@ class FaceWidth {
   std::array<float, kRows> right_;
 };
 
-// How much of the narrowing is left at a part of the half width. The jaw and the cheekbones end close beside the face,
-// so that what is straight behind it stays so.
-float NarrowLeft(float part) {
-  constexpr float kWhole = 0.72f;  // as far as that everything moves in proportion
-  constexpr float kEnd = 1.08f;
-  return Rest((part - kWhole) / (kEnd - kWhole));
-}
-
-// Slimming goes along the whole cheek, and the points of an outline are off it by some pixels, here to one side and
-// there to the other: so it changes little from somewhat inside of them to somewhat outside, or it would dent the
-// cheek.
-constexpr float kSlimEnd = 1.22f;
-float SlimLeft(float part) {
-  constexpr float kWhole = 0.5f;
-  const float clamped = std::clamp((part - kWhole) / (kSlimEnd - kWhole), 0.0f, 1.0f);
-  const float rest = 1.0f - clamped * clamped;
-  return rest * rest * rest;
-}
-
 // Everything between the eyes and the chin is drawn to the face's middle line: as one movement, since the parts
-// overlap.
+// overlap. It ends close beside the face, so that what is straight behind it stays so.
 void AddNarrowing(const Face &face, const DeformValues &values, WarpField &field) {
   const float slim = kSlimPart * values[kDeformSlimFace];
   const float cheekbone = kCheekbonePart * values[kDeformCheekbone];
   const float jaw = kJawPart * values[kDeformJaw];
   if (slim == 0.0f && cheekbone == 0.0f && jaw == 0.0f) return;
-  constexpr float kBottom = 1.12f;      // of the way to the chin
-  constexpr float kSlimBottom = 1.25f;  // the chin comes in as the cheeks above it do
+  constexpr float kWhole = 0.72f;  // of the half width: as far as that everything moves in proportion
+  constexpr float kEnd = 1.08f;
+  constexpr float kBottom = 1.12f;  // of the way to the chin
   const FaceWidth width(face);
   const float chin = width.Chin();
   const float aside = std::max(std::fabs(width.Middle(0.0f)), std::fabs(width.Middle(chin)));
-  const float reach = std::hypot(kSlimEnd * width.Widest() + aside, kSlimBottom * chin);
+  const float reach = std::hypot(kEnd * width.Widest() + aside, kBottom * chin);
   AddAround(face, EyesMiddle(face), reach, field, [&](Offset at) {
     const float from_middle = at.right - width.Middle(at.down);
     const float part = std::fabs(from_middle) / width.Half(from_middle, at.down);
-    if (part >= kSlimEnd || at.down <= 0.0f || at.down >= kSlimBottom * chin) return Offset{0.0f, 0.0f};
+    if (part >= kEnd || at.down <= 0.0f || at.down >= kBottom * chin) return Offset{0.0f, 0.0f};
     const float below = at.down / chin;
     const float low = 1.0f - Smoothstep(0.85f, kBottom, below);
-    const float slimmed = slim * Smoothstep(0.04f, 0.5f, below) * (1.0f - Smoothstep(0.95f, kSlimBottom, below));
-    const float left = (1.0f - cheekbone * Smoothstep(0.02f, 0.25f, below) * (1.0f - Smoothstep(0.3f, 0.68f, below))) *
+    const float left = (1.0f - slim * Smoothstep(0.04f, 0.5f, below) * low) *
+                       (1.0f - cheekbone * Smoothstep(0.02f, 0.25f, below) * (1.0f - Smoothstep(0.3f, 0.68f, below))) *
                        (1.0f - jaw * Smoothstep(0.42f, 0.72f, below) * low);
-    const float narrowed = slimmed * SlimLeft(part) + (1.0f - slimmed) * (1.0f - left) * NarrowLeft(part);
-    return Offset{kNarrow * narrowed * from_middle, 0.0f};
+    return Offset{kNarrow * (1.0f - left) * from_middle * Rest((part - kWhole) / (kEnd - kWhole)), 0.0f};
   });
 }
 
