@@ -1,19 +1,25 @@
-// The open engine on a 1920x1080 frame, on one thread, turn by turn in one run: smoothing and whitening against
-// OpenCV's bilateral filter (d = 9) on the same luma plane, and makeup on all five parts of a face against OpenCV's
-// turning of a whole picture with alpha.
+// The open engine on a 1920x1080 frame, on one thread, turn by turn in one run: smoothing and whitening, also around a
+// known face, against OpenCV's bilateral filter (d = 9) on the same luma plane; a table of 33 entries an axis against a
+// copy of the frame; makeup on all five parts of a face against OpenCV's turning of a whole picture with alpha. Then
+// the slow frames of 1280x720 with everything on, on two processors, against a bar in time and against everything off.
 #include <util/base.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
+#include <vector>
 
+#include "color/lookup_stage.h"
 #include "lumivex/lumivex_values.h"
 #include "makeup/makeup_stage.h"
 #include "ratio.h"
 #include "shape/mean_shape.h"
+#include "skin/beauty_stage.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
 namespace {
@@ -24,6 +30,9 @@ constexpr int kWarmUps = 5;
 constexpr int kRounds = 60;
 constexpr double kSkinBar = 0.25;
 constexpr double kMakeupBar = 0.5;
+constexpr double kTableBar = 6.0;
+constexpr double kSlowFrameBarMs = 20.0;
+constexpr int kFrames = 400;            // of which the slow ones are looked for
 constexpr float kEyeDistance = 150.0f;  // pixels: a face of half the picture's height
 
 // All skin, lit unevenly and with texture, so that no row can be left out.
@@ -63,15 +72,7 @@ lumivex::Face MeanFace() {
   return *lumivex::MakeFace(points, {});
 }
 
-vanta_bench::Row MakeupRow(Picture picture) {
-  std::vector<lumivex::MakeupChoice> choices;
-  for (const lumivex::MakeupPartInfo &part : lumivex::kMakeupParts) {
-    lumivex::MakeupChoice choice;
-    choice.key = part.name;
-    choice.resource = lumivex::MakeupOfColor("color:b02040", choice.key).resource;
-    choices.push_back(choice);
-  }
-  const lumivex::Faces faces = {MeanFace()};
+lumivex::Nv12View ViewOf(Picture &picture) {
   lumivex::Nv12View view;
   view.y = picture.luma.data;
   view.uv = picture.chroma.data;
@@ -81,6 +82,129 @@ vanta_bench::Row MakeupRow(Picture picture) {
   view.height = kHeight;
   view.chroma_width = kWidth / 2;
   view.chroma_height = kHeight / 2;
+  return view;
+}
+
+vanta_bench::Row FaceRow(const Picture &picture) {
+  const lumivex::Faces faces = {MeanFace()};
+  lumivex::BeautyStage stage;
+  cv::Mat smoothed;
+  vanta_bench::Turns turns;
+  for (int round = -kWarmUps; round < kRounds / 2; ++round) {
+    Picture frame{picture.luma.clone(), picture.chroma.clone()};
+    const lumivex::Nv12View view = ViewOf(frame);
+    const double beauty = vanta_bench::ProcessorMilliseconds([&] {
+      if (stage.FindSkin(view, lumivex::SpaceOf(0), faces)) stage.Apply(view, lumivex::SpaceOf(0), {0.7f, 0.4f, 0.0f});
+    });
+    const double bilateral =
+        vanta_bench::ProcessorMilliseconds([&] { cv::bilateralFilter(picture.luma, smoothed, 9, 75, 75); });
+    if (round >= 0) turns.Add(beauty, bilateral);
+  }
+  return turns.Result("engine the same around a known face / bilateral d = 9", kSkinBar);
+}
+
+vanta_bench::Row TableRow(const Picture &picture) {
+  const auto table = std::make_shared<lumivex::LookupTable>();
+  table->side = 33;
+  for (int blue = 0; blue < 33; ++blue) {
+    for (int green = 0; green < 33; ++green) {
+      for (int red = 0; red < 33; ++red) {
+        const auto warmer = [](int entry, float more) {
+          return std::min(static_cast<float>(entry) / 32.0f * more, 1.0f);
+        };
+        table->entries.push_back({warmer(red, 1.1f), warmer(green, 1.0f), warmer(blue, 0.9f)});
+      }
+    }
+  }
+  Picture colours{picture.luma.clone(), picture.chroma.clone()};
+  cv::RNG random(3);
+  for (int y = 0; y < colours.chroma.rows; ++y) {  // some thousands of chroma codes, as a camera's picture has
+    for (int x = 0; x < colours.chroma.cols; ++x) {
+      colours.chroma.at<cv::Vec2b>(y, x) =
+          cv::Vec2b(cv::saturate_cast<uint8_t>(100 + x * 50 / colours.chroma.cols + random.uniform(-2, 3)),
+                    cv::saturate_cast<uint8_t>(110 + y * 60 / colours.chroma.rows + random.uniform(-2, 3)));
+    }
+  }
+  lumivex::LookupStage stage;
+  Picture copy{colours.luma.clone(), colours.chroma.clone()};
+  vanta_bench::Turns turns;
+  for (int round = -kWarmUps; round < kRounds; ++round) {
+    Picture frame{colours.luma.clone(), colours.chroma.clone()};
+    const lumivex::Nv12View view = ViewOf(frame);
+    const double lookup =
+        vanta_bench::ProcessorMilliseconds([&] { stage.Apply(view, lumivex::SpaceOf(0), table, 1.0f); });
+    const double copied = vanta_bench::ProcessorMilliseconds([&] {
+      frame.luma.copyTo(copy.luma);
+      frame.chroma.copyTo(copy.chroma);
+    });
+    if (round >= 0) turns.Add(lookup, copied);
+  }
+  return turns.Result("engine table of 33 / copy of the frame", kTableBar);
+}
+
+// Of many frames' times the one that a hundredth of them passes.
+double SlowFrame(bool everything) {
+  constexpr int kSmallWidth = 1280;
+  constexpr int kSmallHeight = 720;
+  LXEngineConfig config{};
+  config.width = kSmallWidth;
+  config.height = kSmallHeight;
+  const std::shared_ptr<LX::LumivexSync> engine = LX::LumivexSync::createEngine(&config);
+  engine->updateTesseraParams(R"({"threads":2})");
+  if (everything) {
+    for (const lumivex::BeautyTypeInfo &info : lumivex::kBeautyTypes)
+      engine->setBeautyIntensityWithType(info.type, 0.5f);
+    for (const lumivex::DeformModeInfo &info : lumivex::kDeformModes)
+      engine->setDeformIntensityWithMode(info.mode, 0.5f);
+    std::vector<LXMakeupInfo> makeup;
+    for (const lumivex::MakeupPartInfo &part : lumivex::kMakeupParts) {
+      LXMakeupInfo layer{};
+      std::snprintf(layer.resourceDir, sizeof(layer.resourceDir), "color:b02040");
+      std::snprintf(layer.key, sizeof(layer.key), "%.*s", static_cast<int>(part.name.size()), part.name.data());
+      layer.intensity = 0.5f;
+      makeup.push_back(layer);
+    }
+    engine->setMakeupInfo(makeup);
+  }
+  const cv::Mat portrait = cv::imread(VANTA_PORTRAIT);
+  cv::Mat bgr;
+  cv::resize(portrait, bgr, cv::Size(kSmallWidth, kSmallHeight), 0, 0, cv::INTER_CUBIC);
+  cv::resize(portrait, bgr(cv::Rect(256, 0, 768, 720)), cv::Size(768, 720), 0, 0, cv::INTER_CUBIC);
+  cv::Mat i420;
+  cv::cvtColor(bgr, i420, cv::COLOR_BGR2YUV_I420);
+  LX::FramePool pool;
+  std::vector<double> times;
+  for (int i = -20; i < kFrames; ++i) {
+    std::shared_ptr<LX::FrameData> frame = pool.takeFrameDataNV12(kSmallWidth, kSmallHeight, 0, 0);
+    frame->timestamp = static_cast<uint64_t>(i + 21) * 33'333'333;
+    for (int y = 0; y < kSmallHeight; ++y)
+      std::memcpy(frame->planes[0] + ptrdiff_t{frame->strides[0]} * y, i420.ptr(y), kSmallWidth);
+    const uint8_t *u = i420.ptr(kSmallHeight);
+    const uint8_t *v = u + kSmallWidth * kSmallHeight / 4;
+    for (int y = 0; y < kSmallHeight / 2; ++y) {
+      uint8_t *codes = frame->planes[1] + ptrdiff_t{frame->strides[1]} * y;
+      for (int x = 0; x < kSmallWidth / 2; ++x, ++u, ++v) {
+        codes[2 * x] = *u;
+        codes[2 * x + 1] = *v;
+      }
+    }
+    const double time = vanta_bench::Milliseconds([&] { frame = engine->processFrameData(std::move(frame)); });
+    if (i >= 0) times.push_back(time);
+  }
+  std::sort(times.begin(), times.end());
+  return times[times.size() * 99 / 100];
+}
+
+vanta_bench::Row MakeupRow(Picture picture) {
+  std::vector<lumivex::MakeupChoice> choices;
+  for (const lumivex::MakeupPartInfo &part : lumivex::kMakeupParts) {
+    lumivex::MakeupChoice choice;
+    choice.key = part.name;
+    choice.resource = lumivex::MakeupOfColor("color:b02040", choice.key).resource;
+    choices.push_back(choice);
+  }
+  const lumivex::Faces faces = {MeanFace()};
+  const lumivex::Nv12View view = ViewOf(picture);
   const cv::Mat layer(kHeight, kWidth, CV_8UC4, cv::Scalar(10, 20, 30, 40));
   const cv::Matx23d turn(0.999, -0.04, 20, 0.04, 0.999, -15);
   cv::Mat turned;
@@ -109,6 +233,7 @@ int main(int argc, char **argv) {
   config.width = kWidth;
   config.height = kHeight;
   const std::shared_ptr<LX::LumivexSync> engine = LX::LumivexSync::createEngine(&config);
+  engine->updateTesseraParams(R"({"threads":1})");
   engine->setBeautyIntensityWithType(lumivex::kBeautySmooth, 0.7f);
   engine->setBeautyIntensityWithType(lumivex::kBeautyWhiten, 0.4f);
   LX::FramePool pool;
@@ -128,9 +253,14 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "lumivex_bench: the engine gave no frame back\n");
     return 2;
   }
-  const vanta_bench::Row row = turns.Result("engine smoothing + whitening / bilateral filter d = 9", kSkinBar);
-  vanta_bench::PrintRow(row);
-  const vanta_bench::Row makeup = MakeupRow(MakeSkin());
-  vanta_bench::PrintRow(makeup);
-  return vanta_bench::Finish({row, makeup}, vanta_bench::OutPath(argc, argv));
+  std::vector<vanta_bench::Row> rows = {turns.Result("engine smoothing + whitening / bilateral filter d = 9", kSkinBar),
+                                        FaceRow(picture), TableRow(picture), MakeupRow(MakeSkin())};
+  cv::setNumThreads(2);
+  const double slow = SlowFrame(true);
+  const double off = SlowFrame(false);
+  rows.push_back(
+      {"p99 of 720p, everything on / 20 ms, two processors", slow, kSlowFrameBarMs, slow / kSlowFrameBarMs, 1.0});
+  rows.push_back({"p99 of 720p, everything on / everything off", slow, off, slow / off, vanta_bench::kNoBar});
+  for (const vanta_bench::Row &row : rows) vanta_bench::PrintRow(row);
+  return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));
 }

@@ -1,25 +1,30 @@
 // Applies a colour table to NV12 codes.
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "color/lookup_table.h"
 #include "pixels/nv12_view.h"
+#include "pixels/row_bands.h"
 
 namespace lumivex {
 
 // The table is turned once into a grid over the frame's own codes, 33 nodes an axis, that holds what the table adds to
 // each of them; so a table that changes nothing leaves every code as it is, also those that no RGB colour has. Each
-// chroma code that a picture uses gets a column of its own out of that grid, when it is first met.
-// Owns: grid and columns for the last table, strength and colour space (18 MB once a table is used). Borrows: the
-// frame, for the call. Threads: one at a time.
+// chroma code that a picture uses gets a column of its own out of that grid when it is first met: the codes that every
+// luma gives.
+// Owns: grid and columns for the last table, strength and colour space (768 bytes for each chroma code in use, of 48
+// MiB at most). Borrows: the frame, for the call. Threads: one at a time.
 class LookupStage {
  public:
   // `strength` from 0 to 1.
   void Apply(const Nv12View &view, const YuvSpace &space, const std::shared_ptr<const LookupTable> &table,
-             float strength);
+             float strength, const RowBands &bands = RowBands());
 
  private:
   static constexpr int kNodes = 33;
@@ -29,6 +34,7 @@ class LookupStage {
   static constexpr int kUnitBits = 9;  // kSpacing * kScale
   static constexpr int kUnit = 1 << kUnitBits;
   static_assert(kUnit == kSpacing * kScale);
+  static constexpr size_t kChromaCodes = size_t{256} * 256;
 
   // What is added to Y, U and V, in 1/64ths of a level.
   struct Node {
@@ -36,21 +42,29 @@ class LookupStage {
     int16_t u;
     int16_t v;
   };
+  // By luma.
+  struct Column {
+    std::array<uint8_t, 256> y;
+    std::array<uint8_t, 256> u;
+    std::array<uint8_t, 256> v;
+  };
 
   void Prepare(const YuvSpace &space, const std::shared_ptr<const LookupTable> &table, float strength);
-  // The nodes along Y for one chroma code.
-  const Node *ColumnOf(int u, int v);
-  void MixColumn(int u, int v, Node *column) const;
-  // The code with the addition of its column at that luma.
-  template <int16_t Node::*kComponent>
-  static uint8_t Changed(const Node *column, int luma, int code);
+  void ApplyRows(const Nv12View &view, int first, int end);
+  // For one chroma code; makes it where it is not there.
+  const Column &ColumnOf(int u, int v);
+  void MixColumn(int u, int v, Column &column) const;
+  // The code with the addition of its nodes at that luma.
+  static uint8_t Changed(const std::array<Node, kNodes> &nodes, int16_t Node::*component, int luma, int code);
 
   std::shared_ptr<const LookupTable> table_;
   YuvSpace space_;
   float strength_ = 0.0f;
-  std::vector<Node> grid_;      // by U, V, then Y
-  std::vector<Node> columns_;   // by U and V code, then Y
-  std::vector<uint8_t> mixed_;  // by U and V code: the column is there
+  std::vector<Node> grid_;  // by U, V, then Y
+  // By U and V code. Pages of columns that no picture needs are never touched.
+  std::unique_ptr<Column[]> columns_;
+  std::unique_ptr<std::atomic<bool>[]> mixed_;  // the column is there
+  std::mutex mixing_;
 };
 
 }  // namespace lumivex

@@ -50,7 +50,7 @@ void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orie
   const cv::v_int16x8 face_amount =
       cv::v_setall_s16(static_cast<int16_t>(std::lround(std::clamp(scale * share_of_faces_, 0.0f, 32767.0f))));
   for (int row = 0; row < view.height; ++row) {
-    if (shapes) face_map_.ExpandToLuma(row, face_row_.data());
+    if (shapes) face_map_.ExpandToLuma(row, blended_, face_row_.data());
     uint8_t *pixels = view.YRow(row);
     std::memcpy(out_row_.data(), pixels, static_cast<size_t>(view.width));
     const cv::v_int16x8 amount = cv::v_setall_s16(static_cast<int16_t>(

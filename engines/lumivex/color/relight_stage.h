@@ -39,6 +39,7 @@ class RelightStage {
   cv::Mat face_light_;           // per cell, CV_32F
   CellMap face_map_;             // the same in 1/32768ths
   std::vector<int16_t> face_row_;
+  CellMap::Blended blended_;
 };
 
 }  // namespace lumivex

@@ -4,9 +4,11 @@
 
 #include <vanta_base/json_text.h>
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "core/face_need.h"
@@ -70,6 +72,7 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
     return nullptr;
   }
   FrameTimes times;
+  times.quality = quality_.Step();
   if (batch_depth_ == 0) TakeLoaded();
   effects_.Begin(frame->timestamp);
   RunStages(*frame, *view, times);
@@ -79,8 +82,20 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
   result->tessera_ms = times.vision;
   result->beauty_ms = times.beauty;
   stats_.AddFrame(times);
+  FollowQuality(frame->timestamp, times.beauty + times.vision);
   if (result->dump_flag != 0) result->dump_text = DumpText(*result, times);
   return result;
+}
+
+// Where frames await what is read for them, nothing is to depend on how fast the machine is.
+void Engine::FollowQuality(uint64_t timestamp, float milliseconds) {
+  if (FramesAwaitLoads()) return quality_.Reset();
+  const int former = quality_.Step();
+  quality_.AddFrame(timestamp, milliseconds);
+  if (quality_.Step() == former) return;
+  blog(quality_.Step() > former ? LOG_WARNING : LOG_INFO, "[lumivex] quality step %d of %d: %s", quality_.Step(),
+       QualitySteps::kLowest,
+       quality_.Step() > former ? "frames take nearly all of their time" : "there is time enough again");
 }
 
 std::shared_ptr<LX::FrameData> Engine::Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
@@ -103,7 +118,7 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   RunBeauty(view, space, times);
   // Over the skin, which would be smoothed with it.
   if (applied_.ShowsMakeup() && !faces_.Found().empty()) {
-    Timed(times[Stage::kMakeup], [&] { makeup_.Apply(view, space, faces_.Found(), applied_.face.makeup); });
+    Timed(times[Stage::kMakeup], [&] { makeup_.Apply(view, space, faces_.Found(), applied_.face.makeup, bands_); });
   }
   if (const float relight = applied_.Relight(); relight > 0.0f) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
@@ -116,13 +131,15 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
     Timed(times[Stage::kTone], [&] { tone_.Apply(view, space, brightness, contrast); });
   }
   if (applied_.lookup && applied_.lookup_intensity > 0.0f && applied_.Enabled(kEffectLookup)) {
-    Timed(times[Stage::kLookup], [&] { lookup_.Apply(view, space, applied_.lookup, applied_.lookup_intensity); });
+    Timed(times[Stage::kLookup],
+          [&] { lookup_.Apply(view, space, applied_.lookup, applied_.lookup_intensity, bands_); });
   }
   RunWarp(frame, view, times);
-  if (const float sharpen = applied_.Beauty(kBeautySharpen); adjust && sharpen > 0.0f) {
+  const bool sharpens = adjust && times.quality < QualitySteps::kLowest;
+  if (const float sharpen = applied_.Beauty(kBeautySharpen); sharpens && sharpen > 0.0f) {
     const float smooth = times.skin_found ? applied_.SkinStrength().smooth : 0.0f;
-    CellMap *share = smooth > 0.0f ? &beauty_.ShareToSharpen(smooth) : nullptr;
-    Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen, share); });
+    const CellMap *share = smooth > 0.0f ? &beauty_.ShareToSharpen(smooth) : nullptr;
+    Timed(times[Stage::kSharpen], [&] { sharpen_.Apply(view, sharpen, share, bands_); });
   }
   DrawEffects(frame, view, space, times);
 }
@@ -131,7 +148,8 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
 void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   if (!applied_.Enabled(kEffectMagic) || !effects_.Visible()) return;
   const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-  Timed(times[Stage::kMagic], [&] { effects_.Draw(view, space, orientation, faces_.Found(), warp_.Applied()); });
+  Timed(times[Stage::kMagic],
+        [&] { effects_.Draw(view, space, orientation, faces_.Found(), warp_.Applied(), bands_); });
 }
 
 void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
@@ -161,7 +179,8 @@ void Engine::RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTime
   warp_.Begin();
   if (request.Any() && (!request.NeedsFaces() || !faces_.Found().empty())) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-    Timed(times[Stage::kWarp], [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), request); });
+    Timed(times[Stage::kWarp],
+          [&] { slimmed = warp_.Apply(view, orientation, faces_.Found(), request, times.quality == 0, bands_); });
   }
   slimming_status_ = kSlimmingIdle;
   if (AnySlimming(request.slimming)) slimming_status_ = slimmed ? kSlimmingActive : kSlimmingNoBody;
@@ -175,18 +194,24 @@ std::optional<LXBodySlimmingStatus> Engine::TakeSlimmingStatus() {
 
 void Engine::RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times) {
   const BeautyStrength strength = applied_.SkinStrength();
-  const RetouchStrength retouch = applied_.Retouch();
-  const EyesAndTeethStrength features = applied_.EyesAndTeeth();
+  const bool retouches = times.quality < QualitySteps::kLowest;
+  const RetouchStrength retouch = retouches ? applied_.Retouch() : RetouchStrength{};
+  const EyesAndTeethStrength features = retouches ? applied_.EyesAndTeeth() : EyesAndTeethStrength{};
   const Faces &faces = faces_.Found();
   if (strength.Any() || (retouch.Any() && !faces.empty()))
-    Timed(times[Stage::kSkin], [&] { times.skin_found = beauty_.FindSkin(view, space, faces); });
+    Timed(times[Stage::kSkin], [&] {
+      const bool keep = times.quality > 0 && !keeps_skin_;  // every other frame
+      times.skin_found = beauty_.FindSkin(view, space, faces, bands_, keep);
+      keeps_skin_ = keep;
+    });
   if (!faces.empty() && ((retouch.Any() && times.skin_found) || features.Any())) {
     Timed(times[Stage::kRetouch], [&] {
       eyes_and_teeth_.Apply(view, space, faces, features);
-      if (times.skin_found) retouch_.Apply(view, space, beauty_.Skin(), beauty_.CellLuma(), faces, retouch);
+      if (times.skin_found) retouch_.Apply(view, space, beauty_.Skin(), beauty_.CellLuma(), faces, retouch, bands_);
     });
   }
-  if (times.skin_found && strength.Any()) Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength); });
+  if (times.skin_found && strength.Any())
+    Timed(times[Stage::kBeauty], [&] { beauty_.Apply(view, space, strength, bands_); });
 }
 
 void Engine::EndBatch() {
@@ -383,7 +408,20 @@ void Engine::SetVisionParams(const std::string &json) {
     blog(LOG_WARNING, "[lumivex] vision parameters '%s': %s; they stay as they are", json.c_str(), read.reason.c_str());
     return;
   }
-  faces_.SetParams(*read.values);
+  std::map<std::string, std::string> values = *read.values;
+  if (const auto threads = values.extract("threads")) SetThreads(threads.mapped());
+  faces_.SetParams(values);
+}
+
+void Engine::SetThreads(const std::string &number) {
+  int threads = 0;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), threads);
+  if (error != std::errc() || end != number.data() + number.size() || threads < 0 || threads > RowBands::kMostThreads) {
+    blog(LOG_WARNING, "[lumivex] no number of threads: '%s'; give 1 to %d, or 0 for the engine's own choice",
+         number.c_str(), RowBands::kMostThreads);
+    return;
+  }
+  bands_ = RowBands(threads == 0 ? RowBands::DefaultThreads() : threads);
 }
 
 void Engine::SetGroup(const std::string &text, bool is_group) {
@@ -442,6 +480,7 @@ std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times
       {"naturality", Readable(applied_.naturality)},
       {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
       {"faces", times.faces},
+      {"quality", times.quality},
       {"effects", EffectsJson(effects_.Running())},
       {"makeup", std::move(makeup)},
       {"deform", std::move(deform)},

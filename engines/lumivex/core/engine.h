@@ -14,11 +14,13 @@
 #include "color/tone_stage.h"
 #include "core/engine_stats.h"
 #include "core/frame_output.h"
+#include "core/quality_steps.h"
 #include "faces/face_finder.h"
 #include "files/loading.h"
 #include "magic/magic_effects.h"
 #include "makeup/makeup_stage.h"
 #include "pixels/nv12_view.h"
+#include "pixels/row_bands.h"
 #include "settings/effect_settings.h"
 #include "settings/preset.h"
 #include "skin/beauty_stage.h"
@@ -78,6 +80,7 @@ class Engine {
   // whatever that was for.
   void ReportFaces(bool report) { reports_faces_ = report; }
   void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
+  // All but "threads" are the runner's.
   void SetVisionParams(const std::string &json);
   // The landmarks that the last frame brought and that nobody has taken yet;
   // null without new ones. When the looking ends they come once more, without a
@@ -119,6 +122,8 @@ class Engine {
   std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
   void RunWarp(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
+  void FollowQuality(uint64_t timestamp, float milliseconds);
+  void SetThreads(const std::string &number);
   void FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   void EndFaceReports();
   void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
@@ -148,6 +153,9 @@ class Engine {
   LXBodySlimmingStatus slimming_status_ = kSlimmingIdle;
   LXBodySlimmingStatus told_slimming_status_ = kSlimmingIdle;
 
+  RowBands bands_{RowBands::DefaultThreads()};
+  QualitySteps quality_;
+  bool keeps_skin_ = false;  // the last frame was worked on with the skin of the one before
   GreenMattingStage green_matting_;
   BeautyStage beauty_;
   RetouchStage retouch_;

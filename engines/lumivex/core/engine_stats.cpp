@@ -30,6 +30,8 @@ void TimeSum::Add(float milliseconds) {
 void EngineStats::AddFrame(const FrameTimes &times) {
   beauty_.Add(times.beauty);
   skin_frames_ += times.skin_found;
+  lowered_frames_ += times.quality > 0;
+  quality_ = times.quality;
   for (size_t i = 0; i < kStageCount; ++i) {
     if (times.stages[i] >= 0.0f) stages_[i].Add(times.stages[i]);
   }
@@ -42,6 +44,7 @@ void EngineStats::AddFrame(const FrameTimes &times) {
 void EngineStats::Clear() {
   failed_ = 0;
   skin_frames_ = 0;
+  lowered_frames_ = 0;
   beauty_ = {};
   vision_in_frames_ = {};
   stages_ = {};
@@ -56,6 +59,7 @@ std::string EngineStats::Text() const {
                      {"frames", beauty_.count},
                      {"failed", failed_},
                      {"skin_frames", skin_frames_},
+                     {"quality", {{"step", quality_}, {"lowered_frames", lowered_frames_}}},
                      {"beauty", ToJson(beauty_)},
                      {"tessera", ToJson(vision_in_frames_)},
                      {"face_search_share", Rounded(search_share_)},

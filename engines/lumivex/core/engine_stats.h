@@ -42,6 +42,7 @@ struct FrameTimes {
   float beauty = 0.0f;  // all the rest
   bool skin_found = false;
   size_t faces = 0;  // found last
+  int quality = 0;   // the step that it was made with: 0 whole
 };
 
 struct TimeSum {
@@ -67,6 +68,8 @@ class EngineStats {
  private:
   uint64_t failed_ = 0;
   uint64_t skin_frames_ = 0;
+  uint64_t lowered_frames_ = 0;  // made with less than the whole quality
+  int quality_ = 0;              // the last frame's step
   TimeSum beauty_;
   TimeSum vision_in_frames_;
   std::array<TimeSum, kStageCount> stages_;

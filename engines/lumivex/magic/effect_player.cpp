@@ -154,8 +154,8 @@ void EffectPlayer::DrawLayer(size_t index, const PicturePointer &picture, const 
   const Nv12View &view = canvas.view;
   const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
   const auto press = [&](const Placement &placement) {
-    stamp.Make(picture, placement, plan.opacity * canvas.opacity, canvas.space, view.width, view.height);
-    stamp.Blend(view);
+    stamp.Make(picture, placement, plan.opacity * canvas.opacity, canvas.space, view.width, view.height, canvas.bands);
+    stamp.Blend(view, canvas.bands);
   };
   if (plan.anchor.face) {
     for (const Face &face : canvas.faces) {

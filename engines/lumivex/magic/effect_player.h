@@ -35,6 +35,7 @@ struct Canvas {
   const Faces &faces;
   const WarpField *warp;  // what has moved the frame since the faces were found; null: nothing
   float opacity;          // 0 to 1, of all effects
+  RowBands bands = RowBands();
 };
 
 // Owns: the layers' states. Threads: one at a time.

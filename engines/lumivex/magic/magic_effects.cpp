@@ -236,21 +236,23 @@ bool MagicEffects::ShowsMediaItself() const {
 }
 
 void MagicEffects::Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, const Faces &faces,
-                        const WarpField *warp) {
-  if (ShowsMediaItself()) DrawMedia(view, space, orientation);
-  const Canvas canvas{view, space, orientation, faces, warp, opacity_};
+                        const WarpField *warp, const RowBands &bands) {
+  const Canvas canvas{view, space, orientation, faces, warp, opacity_, bands};
+  if (ShowsMediaItself()) DrawMedia(canvas);
   for (EffectSlot &slot : slots_) {
     if (slot.player) slot.player->Draw(canvas, shared_);
   }
 }
 
-void MagicEffects::DrawMedia(const Nv12View &view, const YuvSpace &space, const Orientation &orientation) {
+void MagicEffects::DrawMedia(const Canvas &canvas) {
   const auto passed = static_cast<size_t>(static_cast<double>(media_ns_) * kMediaPicturesPerNanosecond);
   const PicturePointer &picture = shared_.media[passed % shared_.media.size()];
   const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
-  media_stamp_.Make(picture, PlaceWhole(shape, view.width, view.height, orientation), 1.0f, space, view.width,
-                    view.height);
-  media_stamp_.Blend(view);
+  const int width = canvas.view.width;
+  const int height = canvas.view.height;
+  media_stamp_.Make(picture, PlaceWhole(shape, width, height, canvas.orientation), 1.0f, canvas.space, width, height,
+                    canvas.bands);
+  media_stamp_.Blend(canvas.view, canvas.bands);
 }
 
 std::vector<RunningEffect> MagicEffects::Running() const {

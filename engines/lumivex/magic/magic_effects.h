@@ -61,7 +61,7 @@ class MagicEffects {
   bool Visible() const;
   // `faces` as they were found; `warp`: how the frame was moved since, or null.
   void Draw(const Nv12View &view, const YuvSpace &space, const Orientation &orientation, const Faces &faces,
-            const WarpField *warp);
+            const WarpField *warp, const RowBands &bands = RowBands());
   void Deliver() { outbox_.Deliver(); }
 
   std::vector<RunningEffect> Running() const;
@@ -84,7 +84,7 @@ class MagicEffects {
   void TakeEffect(EffectSlot &slot, bool await);
   Disables DisablesOfAll() const;
   bool ShowsMediaItself() const;
-  void DrawMedia(const Nv12View &view, const YuvSpace &space, const Orientation &orientation);
+  void DrawMedia(const Canvas &canvas);
 
   Loader &loader_;
   EffectOutbox outbox_;

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "files/picture_size.h"
+#include "makeup/rgba_blend.h"
 #include "platform/regular_file.h"
 
 namespace lumivex {
@@ -63,6 +64,7 @@ Picture::Picture(const cv::Mat &pixels) {
     }
   }
   levels_.push_back(level);
+  seen_ = SeenPart(level);
   while (std::min(level.cols, level.rows) >= 2 * kSmallestLevel) {
     cv::Mat half;
     cv::resize(level, half, {level.cols / 2, level.rows / 2}, 0, 0, cv::INTER_AREA);

@@ -20,11 +20,13 @@ class Picture {
 
   int Width() const { return levels_.front().cols; }
   int Height() const { return levels_.front().rows; }
+  const cv::Rect &Seen() const { return seen_; }  // all that is not clear; empty where everything is
   // The copy to draw when `shrink` of its full size's pixels fall on one pixel of the frame.
   const cv::Mat &LevelFor(float shrink) const;
 
  private:
   std::vector<cv::Mat> levels_;  // each half the size of the one before
+  cv::Rect seen_;
 };
 
 using PicturePointer = std::shared_ptr<const Picture>;

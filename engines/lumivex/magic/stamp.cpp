@@ -119,12 +119,12 @@ struct Stamp::CodeWeights {
 };
 
 void Stamp::Make(const PicturePointer &picture, const Placement &placement, float opacity, const YuvSpace &space,
-                 int width, int height) {
+                 int width, int height, const RowBands &bands) {
   Look look{picture, placement, opacity, space, width, height};
   if (look == look_) return;
   look_ = std::move(look);
   Cover();
-  if (columns_ > 0) Fill();
+  if (columns_ > 0) Fill(bands);
 }
 
 void Stamp::Cover() {
@@ -132,46 +132,70 @@ void Stamp::Cover() {
   rows_ = 0;
   const Placement &place = look_.placement;
   const float area = place.across.x * place.down.y - place.across.y * place.down.x;
-  if (look_.opacity <= 0.0f || !std::isfinite(area) || std::fabs(area) < 1.0f) return;
-  const float half_x = (std::fabs(place.across.x) + std::fabs(place.down.x)) / 2.0f + 1.0f;
-  const float half_y = (std::fabs(place.across.y) + std::fabs(place.down.y)) / 2.0f + 1.0f;
+  const cv::Rect &seen = look_.picture->Seen();
+  if (look_.opacity <= 0.0f || seen.empty() || !std::isfinite(area) || std::fabs(area) < 1.0f) return;
+  // Of the seen part alone, and of what a pixel of a smaller copy reaches beyond it.
+  const float shrink = Shrink();
+  const auto part = [shrink](int first, int count, int all, float &middle) {
+    const float margin = 2.0f * std::max(shrink, 1.0f) + 1.0f;
+    const float begin = std::max(static_cast<float>(first) - margin, 0.0f) / static_cast<float>(all);
+    const float end =
+        std::min(static_cast<float>(first + count) + margin, static_cast<float>(all)) / static_cast<float>(all);
+    middle = (begin + end) / 2.0f - 0.5f;
+    return end - begin;
+  };
+  float right = 0.0f;
+  float below = 0.0f;
+  const float wide = part(seen.x, seen.width, look_.picture->Width(), right);
+  const float high = part(seen.y, seen.height, look_.picture->Height(), below);
+  const FramePoint middle{place.center.x + right * place.across.x + below * place.down.x,
+                          place.center.y + right * place.across.y + below * place.down.y};
+  const float half_x = (wide * std::fabs(place.across.x) + high * std::fabs(place.down.x)) / 2.0f + 1.0f;
+  const float half_y = (wide * std::fabs(place.across.y) + high * std::fabs(place.down.y)) / 2.0f + 1.0f;
   const auto width = static_cast<float>(look_.width);
   const auto height = static_cast<float>(look_.height);
   // The comparisons are false for what is no number.
-  if (!(place.center.x - half_x < width && place.center.x + half_x > 0.0f && place.center.y - half_y < height &&
-        place.center.y + half_y > 0.0f))
+  if (!(middle.x - half_x < width && middle.x + half_x > 0.0f && middle.y - half_y < height &&
+        middle.y + half_y > 0.0f))
     return;
-  left_ = static_cast<int>(std::max(place.center.x - half_x, 0.0f)) & ~1;
-  top_ = static_cast<int>(std::max(place.center.y - half_y, 0.0f)) & ~1;
-  columns_ = static_cast<int>(std::ceil(std::min(place.center.x + half_x, width))) - left_;
-  rows_ = static_cast<int>(std::ceil(std::min(place.center.y + half_y, height))) - top_;
+  left_ = static_cast<int>(std::max(middle.x - half_x, 0.0f)) & ~1;
+  top_ = static_cast<int>(std::max(middle.y - half_y, 0.0f)) & ~1;
+  columns_ = static_cast<int>(std::ceil(std::min(middle.x + half_x, width))) - left_;
+  rows_ = static_cast<int>(std::ceil(std::min(middle.y + half_y, height))) - top_;
   // Chroma pairs are covered whole; at an odd frame's edge they have one pixel.
   columns_ = std::min(columns_ + columns_ % 2, look_.width - left_);
   rows_ = std::min(rows_ + rows_ % 2, look_.height - top_);
 }
 
-void Stamp::Fill() {
+// Pixels of the whole picture that fall on one of the frame.
+float Stamp::Shrink() const {
+  return std::max(static_cast<float>(look_.picture->Width()) / Length(look_.placement.across),
+                  static_cast<float>(look_.picture->Height()) / Length(look_.placement.down));
+}
+
+void Stamp::Fill(const RowBands &bands) {
   const auto pixels = static_cast<size_t>(columns_) * static_cast<size_t>(rows_);
   const auto pairs = static_cast<size_t>((columns_ + 1) / 2) * static_cast<size_t>((rows_ + 1) / 2);
   luma_.resize(pixels);
   luma_alpha_.resize(pixels);
   chroma_.resize(2 * pairs);
   chroma_alpha_.resize(2 * pairs);
-  samples_.resize(size_t{8} * static_cast<size_t>(columns_));
-  const Placement &place = look_.placement;
-  const auto shrink = std::max(static_cast<float>(look_.picture->Width()) / Length(place.across),
-                               static_cast<float>(look_.picture->Height()) / Length(place.down));
-  const cv::Mat &level = look_.picture->LevelFor(shrink);
+  samples_.resize(static_cast<size_t>(bands.Threads()));
+  for (auto &samples : samples_) samples.resize(size_t{8} * static_cast<size_t>(columns_));
+  const cv::Mat &level = look_.picture->LevelFor(Shrink());
   const CodeWeights weights(look_.space);
-  for (int row = 0; row < rows_; row += 2) {
-    const int luma_rows = std::min(rows_ - row, 2);
-    for (int i = 0; i < luma_rows; ++i) {
-      uint8_t *rgba = samples_.data() + static_cast<ptrdiff_t>(i) * 4 * columns_;
-      SampleRow(level, row + i, rgba);
-      FillLuma(weights, row + i, rgba);
+  bands.Run(rows_, RowBands::kRows, [&](int first, int end, int thread) {
+    uint8_t *samples = samples_[static_cast<size_t>(thread)].data();
+    for (int row = first; row < end; row += 2) {
+      const int luma_rows = std::min(end - row, 2);
+      for (int i = 0; i < luma_rows; ++i) {
+        uint8_t *rgba = samples + static_cast<ptrdiff_t>(i) * 4 * columns_;
+        SampleRow(level, row + i, rgba);
+        FillLuma(weights, row + i, rgba);
+      }
+      FillChroma(weights, row / 2, luma_rows, samples);
     }
-    FillChroma(weights, row / 2, luma_rows);
-  }
+  });
 }
 
 void Stamp::SampleRow(const cv::Mat &level, int row, uint8_t *rgba) const {
@@ -206,7 +230,7 @@ void Stamp::FillLuma(const CodeWeights &weights, int row, const uint8_t *rgba) {
 }
 
 // The mean of the luma pixels that a pair stands for.
-void Stamp::FillChroma(const CodeWeights &weights, int chroma_row, int luma_rows) {
+void Stamp::FillChroma(const CodeWeights &weights, int chroma_row, int luma_rows, const uint8_t *samples) {
   const int pairs = (columns_ + 1) / 2;
   const size_t start = static_cast<size_t>(chroma_row) * static_cast<size_t>(pairs) * 2;
   for (int pair = 0; pair < pairs; ++pair) {
@@ -216,7 +240,7 @@ void Stamp::FillChroma(const CodeWeights &weights, int chroma_row, int luma_rows
     const int count = luma_rows * (last - first + 1);
     for (int row = 0; row < luma_rows; ++row) {
       for (int x = first; x <= last; ++x) {
-        const uint8_t *rgba = samples_.data() + static_cast<ptrdiff_t>(4) * (row * columns_ + x);
+        const uint8_t *rgba = samples + static_cast<ptrdiff_t>(4) * (row * columns_ + x);
         for (int c = 0; c < 4; ++c) mean[c] += rgba[c];
       }
     }
@@ -229,14 +253,16 @@ void Stamp::FillChroma(const CodeWeights &weights, int chroma_row, int luma_rows
   }
 }
 
-void Stamp::Blend(const Nv12View &view) const {
+void Stamp::Blend(const Nv12View &view, const RowBands &bands) const {
   if (columns_ == 0 || view.width != look_.width || view.height != look_.height) return;
-  BlendLuma(view);
-  BlendChroma(view);
+  bands.Run(rows_, RowBands::kRows, [&](int first, int end, int) {
+    BlendLuma(view, {first, end});
+    BlendChroma(view, {first / 2, (end + 1) / 2});
+  });
 }
 
-void Stamp::BlendLuma(const Nv12View &view) const {
-  for (int row = 0; row < rows_; ++row) {
+void Stamp::BlendLuma(const Nv12View &view, const cv::Range &rows) const {
+  for (int row = rows.start; row < rows.end; ++row) {
     const size_t start = static_cast<size_t>(row) * static_cast<size_t>(columns_);
     const uint8_t *above = luma_.data() + start;
     const uint8_t *alpha = luma_alpha_.data() + start;
@@ -245,9 +271,10 @@ void Stamp::BlendLuma(const Nv12View &view) const {
   }
 }
 
-void Stamp::BlendChroma(const Nv12View &view) const {
+// Rows of chroma.
+void Stamp::BlendChroma(const Nv12View &view, const cv::Range &rows) const {
   const int bytes = (columns_ + 1) / 2 * 2;
-  for (int row = 0; row < (rows_ + 1) / 2; ++row) {
+  for (int row = rows.start; row < rows.end; ++row) {
     const size_t start = static_cast<size_t>(row) * static_cast<size_t>(bytes);
     const uint8_t *above = chroma_.data() + start;
     const uint8_t *alpha = chroma_alpha_.data() + start;

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "files/picture_size.h"
+#include "makeup/rgba_blend.h"
 #include "platform/regular_file.h"
 
 namespace lumivex {
@@ -15,8 +16,7 @@ namespace fs = std::filesystem;
 
 constexpr char kDescription[] = "makeup.json";
 constexpr uintmax_t kMostFileBytes = uintmax_t{64} << 20;
-constexpr int64_t kMostPixels = int64_t{1} << 25;  // of all layers
-constexpr int kSmallestSide = 16;                  // pixels: no smaller picture is made
+constexpr int kSmallestSide = 16;  // pixels: no smaller picture is made
 
 // Red, green, blue, alpha; colours multiplied by alpha. Empty for a kind of
 // picture that cannot be taken.
@@ -48,7 +48,8 @@ void AddSmallerPictures(std::vector<cv::Mat> &pictures) {
 // Owns: what has been read so far. Threads: one.
 class Loader {
  public:
-  explicit Loader(const std::string &folder) : folder_(folder), resource_(std::make_shared<MakeupResource>()) {
+  Loader(const std::string &folder, int64_t most_pixels)
+      : folder_(folder), resource_(std::make_shared<MakeupResource>()), pixels_left_(most_pixels) {
     resource_->folder = folder;
   }
 
@@ -94,9 +95,10 @@ class Loader {
     const cv::Mat picture = Decode(bytes);
     if (picture.cols != size->width || picture.rows != size->height)
       return Fail(file, "it is no picture that can be read", "save it as a PNG of 8 bits");
-    MakeupLayer layer{{Premultiplied(picture)}, text.blend, text.opacity, std::move(text.pins)};
+    MakeupLayer layer{{Premultiplied(picture)}, text.blend, text.opacity, std::move(text.pins), {}};
     if (layer.pictures[0].empty())
       return Fail(file, "it has no alpha, or not 8 bits", "save it as a PNG of 8 bits with alpha");
+    layer.seen = SeenPart(layer.pictures[0]);
     AddSmallerPictures(layer.pictures);
     resource_->layers.push_back(std::move(layer));
     return true;
@@ -113,13 +115,13 @@ class Loader {
   const fs::path folder_;
   std::shared_ptr<MakeupResource> resource_;
   MakeupLoad load_;
-  int64_t pixels_left_ = kMostPixels;
+  int64_t pixels_left_;
 };
 
 }  // namespace
 
-MakeupLoad LoadMakeup(const std::string &folder) {
-  return Loader(folder).Load();
+MakeupLoad LoadMakeup(const std::string &folder, int64_t most_pixels) {
+  return Loader(folder, most_pixels).Load();
 }
 
 MakeupLoad MakeupOfColor(const std::string &resource, const std::string &key) {

@@ -1,6 +1,7 @@
 // A makeup out of its folder, ready to be laid on faces.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <opencv2/core.hpp>
 #include <optional>
@@ -18,6 +19,7 @@ struct MakeupLayer {
   MakeupBlend blend = MakeupBlend::kNormal;
   float opacity = 1.0f;
   std::vector<MakeupPin> pins;  // on the first picture
+  cv::Rect seen;                // of the first picture: all that is not clear
 };
 
 struct MakeupResource {
@@ -35,7 +37,9 @@ struct MakeupLoad {
 
 inline constexpr int kMostMakeupSide = 4096;  // pixels of a layer's picture
 
-MakeupLoad LoadMakeup(const std::string &folder);
+inline constexpr int64_t kMostMakeupPixels = int64_t{1} << 25;  // of all layers
+
+MakeupLoad LoadMakeup(const std::string &folder, int64_t most_pixels = kMostMakeupPixels);
 // Reads no file. `resource` is "color:RRGGBB".
 MakeupLoad MakeupOfColor(const std::string &resource, const std::string &key);
 

@@ -24,14 +24,15 @@ MakeupBlend BlendOf(int32_t request, MakeupBlend resource) {
   }
 }
 
-// The part of the frame that a picture of that size covers, widened to whole pairs of chroma. May be empty.
-cv::Rect Covered(const AffineMap &map, const cv::Size &size, const Nv12View &view) {
+// The part of the frame that this part of a picture and `margin` pixels around it cover, widened to whole pairs of
+// chroma. May be empty.
+cv::Rect Covered(const AffineMap &map, const cv::Rect &seen, double margin, const Nv12View &view) {
   float left = static_cast<float>(view.width);
   float top = static_cast<float>(view.height);
   float right = 0.0f;
   float bottom = 0.0f;
-  for (const double x : {-1.0, size.width + 1.0}) {
-    for (const double y : {-1.0, size.height + 1.0}) {
+  for (const double x : {seen.x - margin, seen.x + seen.width + margin}) {
+    for (const double y : {seen.y - margin, seen.y + seen.height + margin}) {
       const FramePoint corner = map.At(x, y);
       left = std::min(left, corner.x);
       top = std::min(top, corner.y);
@@ -88,41 +89,52 @@ void Color(const cv::Mat &covered, const std::array<uint8_t, 3> &rgb, cv::Mat &l
 }  // namespace
 
 void MakeupStage::Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces,
-                        const std::vector<MakeupChoice> &choices) {
+                        const std::vector<MakeupChoice> &choices, const RowBands &bands) {
   for (const Face &face : faces) {
     for (const MakeupChoice &choice : choices) {
       if (choice.intensity <= 0.0f) continue;
       if (const auto &color = choice.resource->color)
-        Paint(view, space, face, *color, BlendOf(choice.blend, MakeupBlend::kNormal), choice.intensity);
+        Paint(view, space, face, *color, BlendOf(choice.blend, MakeupBlend::kNormal), choice.intensity, bands);
       for (const MakeupLayer &layer : choice.resource->layers)
-        Lay(view, space, face, layer, BlendOf(choice.blend, layer.blend), choice.intensity * layer.opacity);
+        Lay(view, space, face, layer, BlendOf(choice.blend, layer.blend), choice.intensity * layer.opacity, bands);
     }
   }
 }
 
 void MakeupStage::Lay(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupLayer &layer,
-                      MakeupBlend blend, float strength) {
+                      MakeupBlend blend, float strength, const RowBands &bands) {
+  if (layer.seen.empty()) return;
   pins_.clear();
   for (const MakeupPin &pin : layer.pins) pins_.push_back({{pin.x, pin.y}, face.At(pin.anchor)});
   const std::optional<AffineMap> map = FitAffine(pins_, face);
   if (!map) return;
   const std::optional<AffineMap> back = Inverse(*map);
   const cv::Size size = layer.pictures[0].size();
-  const cv::Rect part = Covered(*map, size, view);
-  if (!back || part.empty()) return;
   const cv::Mat &picture = layer.pictures[PictureFor(*map, layer.pictures.size())];
-  const cv::Matx23d pixels = PixelMap(*back, part.tl(), static_cast<double>(picture.cols) / size.width,
-                                      static_cast<double>(picture.rows) / size.height);
-  cv::warpAffine(picture, laid_, pixels, part.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
-                 cv::Scalar::all(0));
-  blender_.Blend(view, space, part, laid_, blend, strength);
+  // A pixel of a smaller picture reaches over several of the first one.
+  const double margin = 1.0 + 2.0 * std::ceil(static_cast<double>(size.width) / picture.cols - 1.0);
+  const cv::Rect part = Covered(*map, layer.seen, margin, view);
+  if (!back || part.empty()) return;
+  laid_.create(part.size(), CV_8UC4);
+  bands.Run(part.height, RowBands::kRows, [&](int first, int end, int) {
+    // In the same steps however many bands there are: sums of fractions depend on where they begin.
+    for (int top = first; top < end; top += RowBands::kRows) {
+      cv::Mat rows = laid_.rowRange(top, std::min(top + RowBands::kRows, end));
+      const cv::Matx23d pixels =
+          PixelMap(*back, part.tl() + cv::Point(0, top), static_cast<double>(picture.cols) / size.width,
+                   static_cast<double>(picture.rows) / size.height);
+      cv::warpAffine(picture, rows, pixels, rows.size(), cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
+                     cv::Scalar::all(0));
+    }
+  });
+  blender_.Blend(view, space, part, laid_, blend, strength, bands);
 }
 
 void MakeupStage::Paint(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupColor &color,
-                        MakeupBlend blend, float strength) {
+                        MakeupBlend blend, float strength, const RowBands &bands) {
   for (const PaintMask &mask : paint_.Draw(face, color.part, cv::Size(view.width, view.height))) {
     Color(mask.covered, color.rgb, laid_);
-    blender_.Blend(view, space, mask.place, laid_, blend, strength * OpacityOf(color.part));
+    blender_.Blend(view, space, mask.place, laid_, blend, strength * OpacityOf(color.part), bands);
   }
 }
 

@@ -18,14 +18,15 @@ namespace lumivex {
 // Owns: the laid out picture, and scratch rows. Borrows: frame, faces and makeup, for the call. Threads: one at a time.
 class MakeupStage {
  public:
-  void Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces, const std::vector<MakeupChoice> &choices);
+  void Apply(const Nv12View &view, const YuvSpace &space, const Faces &faces, const std::vector<MakeupChoice> &choices,
+             const RowBands &bands = RowBands());
 
  private:
   void Lay(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupLayer &layer, MakeupBlend blend,
-           float strength);
+           float strength, const RowBands &bands);
 
   void Paint(const Nv12View &view, const YuvSpace &space, const Face &face, const MakeupColor &color, MakeupBlend blend,
-             float strength);
+             float strength, const RowBands &bands);
 
   FacePaint paint_;
   std::vector<FitPin> pins_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 
 namespace lumivex {
 namespace {
@@ -175,9 +176,9 @@ cv::Range CoveredColumns(const cv::Mat &picture, int row) {
 
 template <MakeupBlend kBlend>
 void BlendWith(const Nv12View &view, const YuvSpace &space, const cv::Rect &part, const cv::Mat &picture,
-               float strength, float *from_chroma, float *changed) {
+               float strength, const cv::Range &rows, float *from_chroma, float *changed) {
   const Codes codes(space);
-  for (int row = 0; row < part.height; row += 2) {
+  for (int row = rows.start; row < rows.end; row += 2) {
     cv::Range columns = CoveredColumns(picture, row);
     if (columns.empty()) continue;
     columns.end = std::min(columns.end + (columns.end & 1), part.width);  // whole pairs of chroma
@@ -188,15 +189,29 @@ void BlendWith(const Nv12View &view, const YuvSpace &space, const cv::Rect &part
 
 }  // namespace
 
+cv::Rect SeenPart(const cv::Mat &rgba) {
+  cv::Mat alpha;
+  cv::extractChannel(rgba, alpha, 3);
+  return cv::boundingRect(alpha);
+}
+
 void RgbaBlender::Blend(const Nv12View &view, const YuvSpace &space, const cv::Rect &part, const cv::Mat &picture,
-                        MakeupBlend blend, float strength) {
+                        MakeupBlend blend, float strength, const RowBands &bands) {
   const auto pairs = static_cast<size_t>((part.width + 1) / 2);
-  from_chroma_.resize(3 * pairs);
-  changed_.resize(2 * pairs);
-  using Work = void (*)(const Nv12View &, const YuvSpace &, const cv::Rect &, const cv::Mat &, float, float *, float *);
+  scratch_.resize(static_cast<size_t>(bands.Threads()));
+  for (Scratch &scratch : scratch_) {
+    scratch.from_chroma.resize(3 * pairs);
+    scratch.changed.resize(2 * pairs);
+  }
+  using Work = void (*)(const Nv12View &, const YuvSpace &, const cv::Rect &, const cv::Mat &, float, const cv::Range &,
+                        float *, float *);
   constexpr Work kWork[] = {BlendWith<MakeupBlend::kNormal>, BlendWith<MakeupBlend::kMultiply>,
                             BlendWith<MakeupBlend::kScreen>, BlendWith<MakeupBlend::kSoftLight>};
-  kWork[static_cast<size_t>(blend)](view, space, part, picture, strength, from_chroma_.data(), changed_.data());
+  bands.Run(part.height, RowBands::kRows, [&](int first, int end, int thread) {
+    Scratch &own = scratch_[static_cast<size_t>(thread)];
+    kWork[static_cast<size_t>(blend)](view, space, part, picture, strength, {first, end}, own.from_chroma.data(),
+                                      own.changed.data());
+  });
 }
 
 }  // namespace lumivex

@@ -24,57 +24,58 @@ void AddMoments(const uint8_t *pixels, int count, uint32_t &sum, uint32_t &squar
   }
 }
 
+void MeasureRow(const Nv12View &view, int row, float *mean, float *square) {
+  constexpr int kCellsAtOnce = 4;
+  const int columns = (view.width + kCell - 1) / kCell;
+  const int fast_columns = view.width / (kCell * kCellsAtOnce) * kCellsAtOnce;
+  const cv::v_uint8x16 ones = cv::v_setall_u8(1);
+  const cv::v_float32x4 whole_cell = cv::v_setall_f32(1.0f / (kCell * kCell));
+  const int pixel_rows = std::min(kCell, view.height - row * kCell);
+  const uint8_t *top = view.YRow(row * kCell);
+  int column = 0;
+  for (; pixel_rows == kCell && column < fast_columns; column += kCellsAtOnce) {
+    cv::v_uint32x4 sum = cv::v_setzero_u32();
+    cv::v_uint32x4 squares = cv::v_setzero_u32();
+    for (int i = 0; i < kCell; ++i) {
+      const cv::v_uint8x16 pixels = cv::v_load(top + view.y_stride * i + column * kCell);
+      sum += cv::v_dotprod_expand(pixels, ones);
+      squares += cv::v_dotprod_expand(pixels, pixels);
+    }
+    cv::v_store(mean + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(sum)) * whole_cell);
+    cv::v_store(square + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(squares)) * whole_cell);
+  }
+  for (; column < columns; ++column) {
+    const int pixel_columns = std::min(kCell, view.width - column * kCell);
+    uint32_t sum = 0;
+    uint32_t squares = 0;
+    for (int i = 0; i < pixel_rows; ++i) {
+      AddMoments(top + view.y_stride * i + column * kCell, pixel_columns, sum, squares);
+    }
+    const float scale = 1.0f / static_cast<float>(pixel_rows * pixel_columns);
+    mean[column] = static_cast<float>(sum) * scale;
+    square[column] = static_cast<float>(squares) * scale;
+  }
+}
+
 }  // namespace
 
-void MeasureCells(const Nv12View &view, cv::Mat &mean, cv::Mat &square) {
+void MeasureCells(const Nv12View &view, const RowBands &bands, cv::Mat &mean, cv::Mat &square) {
   const int columns = (view.width + kCell - 1) / kCell;
   const int rows = (view.height + kCell - 1) / kCell;
   mean.create(rows, columns, CV_32F);
   square.create(rows, columns, CV_32F);
-  constexpr int kCellsAtOnce = 4;
-  const int fast_columns = view.width / (kCell * kCellsAtOnce) * kCellsAtOnce;
-  const cv::v_uint8x16 ones = cv::v_setall_u8(1);
-  const cv::v_float32x4 whole_cell = cv::v_setall_f32(1.0f / (kCell * kCell));
-
-  for (int row = 0; row < rows; ++row) {
-    const int pixel_rows = std::min(kCell, view.height - row * kCell);
-    const uint8_t *top = view.YRow(row * kCell);
-    float *mean_row = mean.ptr<float>(row);
-    float *square_row = square.ptr<float>(row);
-    int column = 0;
-    for (; pixel_rows == kCell && column < fast_columns; column += kCellsAtOnce) {
-      cv::v_uint32x4 sum = cv::v_setzero_u32();
-      cv::v_uint32x4 squares = cv::v_setzero_u32();
-      for (int i = 0; i < kCell; ++i) {
-        const cv::v_uint8x16 pixels = cv::v_load(top + view.y_stride * i + column * kCell);
-        sum += cv::v_dotprod_expand(pixels, ones);
-        squares += cv::v_dotprod_expand(pixels, pixels);
-      }
-      cv::v_store(mean_row + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(sum)) * whole_cell);
-      cv::v_store(square_row + column, cv::v_cvt_f32(cv::v_reinterpret_as_s32(squares)) * whole_cell);
-    }
-    for (; column < columns; ++column) {
-      const int pixel_columns = std::min(kCell, view.width - column * kCell);
-      uint32_t sum = 0;
-      uint32_t squares = 0;
-      for (int i = 0; i < pixel_rows; ++i) {
-        AddMoments(top + view.y_stride * i + column * kCell, pixel_columns, sum, squares);
-      }
-      const float scale = 1.0f / static_cast<float>(pixel_rows * pixel_columns);
-      mean_row[column] = static_cast<float>(sum) * scale;
-      square_row[column] = static_cast<float>(squares) * scale;
-    }
-  }
+  bands.Run(rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) MeasureRow(view, row, mean.ptr<float>(row), square.ptr<float>(row));
+  });
 }
 
 void CellMap::Resize(int columns, int rows) {
   columns_ = columns;
   rows_ = rows;
   values_.resize(static_cast<size_t>(columns) * rows + kStep);
-  blended_.resize(static_cast<size_t>(columns) + 2 * kStep + 1);
 }
 
-void CellMap::Blend(int pixel_row, int scale) {
+void CellMap::Blend(int pixel_row, int scale, Blended &blended) const {
   const int row = pixel_row / scale;
   const int place = pixel_row % scale;
   const bool upper = place < scale / 2;
@@ -84,7 +85,8 @@ void CellMap::Blend(int pixel_row, int scale) {
 
   const int16_t *near_row = Row(row);
   const int16_t *far_row = Row(neighbour);
-  int16_t *out = blended_.data() + 1;
+  blended.resize(static_cast<size_t>(columns_) + 2 * kStep + 1);
+  int16_t *out = blended.data() + 1;
   for (int x = 0; x < columns_; x += kStep) {
     cv::v_store(out + x, Toward(cv::v_load(near_row + x), cv::v_load(far_row + x), fraction));
   }
@@ -92,9 +94,9 @@ void CellMap::Blend(int pixel_row, int scale) {
   std::fill_n(out + columns_, kStep, out[columns_ - 1]);
 }
 
-void CellMap::ExpandToLuma(int luma_row, int16_t *out) {
-  Blend(luma_row, kCell);
-  const int16_t *row = blended_.data() + 1;
+void CellMap::ExpandToLuma(int luma_row, Blended &blended, int16_t *out) const {
+  Blend(luma_row, kCell, blended);
+  const int16_t *row = blended.data() + 1;
   for (int x = 0; x < columns_; x += kStep) {
     const cv::v_int16x8 here = cv::v_load(row + x);
     const cv::v_int16x8 left = cv::v_load(row + x - 1);
@@ -104,9 +106,9 @@ void CellMap::ExpandToLuma(int luma_row, int16_t *out) {
   }
 }
 
-void CellMap::ExpandToChroma(int chroma_row, int16_t *out) {
-  Blend(chroma_row, kCell / 2);
-  const int16_t *row = blended_.data() + 1;
+void CellMap::ExpandToChroma(int chroma_row, Blended &blended, int16_t *out) const {
+  Blend(chroma_row, kCell / 2, blended);
+  const int16_t *row = blended.data() + 1;
   for (int x = 0; x < columns_; x += kStep) {
     const cv::v_int16x8 here = cv::v_load(row + x);
     const cv::v_int16x8 left = Toward(here, cv::v_load(row + x - 1), kQuarter);

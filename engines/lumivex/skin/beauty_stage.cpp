@@ -5,6 +5,7 @@
 #include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
 #include <opencv2/imgproc.hpp>
+#include <utility>
 
 namespace lumivex {
 namespace {
@@ -64,29 +65,45 @@ void Blur(const cv::Mat &from, cv::Mat &to, int radius) {
 
 }  // namespace
 
-bool BeautyStage::FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces) {
-  MeasureCells(view, mean_, square_);
-  return skin_.Find(view, space, mean_, faces);
-}
-
-void BeautyStage::Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
-  const auto padded = static_cast<size_t>((mean_.cols + kStep - 1) / kStep * kStep * kCell);
-  for (auto *row : {&removal_row_, &base_row_, &whiten_row_, &weight_row_}) row->resize(padded);
-  out_row_.resize(padded);
-  if (strength.smooth > 0.0f) {
-    skin_.Weight().convertTo(share_, CV_32F, 1.0 / 255.0);
-    radius_ = WindowRadius(view.height, skin_.EyeDistance());
-    Blur(share_, window_share_, radius_);
-    FitLuma(space, strength);
-    FitChroma();
+bool BeautyStage::FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces, const RowBands &bands,
+                           bool keep) {
+  const cv::Size former = mean_.size();
+  height_ = view.height;
+  MeasureCells(view, bands, mean_, square_);
+  if (keep && found_ && mean_.size() == former) {
+    skin_.MeasureChroma(view, bands);
+  } else {
+    found_ = skin_.Find(view, space, mean_, faces, bands);
   }
-  BuildLumaMaps(space, strength);
-  BuildChromaMaps(strength);
-  if (strength.smooth > 0.0f || strength.whiten > 0.0f) ApplyLuma(view, space, strength);
-  ApplyChroma(view, strength);
+  return found_;
 }
 
-CellMap &BeautyStage::ShareToSharpen(float smooth) {
+void BeautyStage::Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength,
+                        const RowBands &bands) {
+  MakeScratch(bands);
+  if (strength.smooth > 0.0f) Fit(space, strength, bands);
+  for (CellMap *map : {&removal_, &base_, &whiten_, &weight_, &chroma_removal_, &target_u_, &target_v_})
+    map->Resize(mean_.cols, mean_.rows);
+  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) {
+      BuildLumaRow(row, space, strength);
+      BuildChromaRow(row, strength);
+    }
+  });
+  if (strength.smooth > 0.0f || strength.whiten > 0.0f) ApplyLuma(view, space, strength, bands);
+  ApplyChroma(view, strength, bands);
+}
+
+void BeautyStage::MakeScratch(const RowBands &bands) {
+  const auto padded = static_cast<size_t>((mean_.cols + kStep - 1) / kStep * kStep * kCell);
+  scratch_.resize(static_cast<size_t>(bands.Threads()));
+  for (Scratch &scratch : scratch_) {
+    for (auto *row : {&scratch.removal, &scratch.base, &scratch.whiten, &scratch.weight}) row->resize(padded);
+    scratch.out.resize(padded);
+  }
+}
+
+const CellMap &BeautyStage::ShareToSharpen(float smooth) {
   share_to_sharpen_.Resize(mean_.cols, mean_.rows);
   for (int row = 0; row < mean_.rows; ++row) {
     const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
@@ -99,9 +116,9 @@ CellMap &BeautyStage::ShareToSharpen(float smooth) {
 }
 
 // The mean of the window's skin. Where there is next to none, the cell's own value.
-void BeautyStage::MeanOfSkin(const cv::Mat &values, cv::Mat &mean) {
-  cv::multiply(values, share_, product_);
-  Blur(product_, mean, radius_);
+void BeautyStage::MeanOfSkin(const cv::Mat &values, cv::Mat &product, cv::Mat &mean) const {
+  cv::multiply(values, share_, product);
+  Blur(product, mean, radius_);
   for (int row = 0; row < mean.rows; ++row) {
     const float *own = values.ptr<float>(row);
     const float *part = window_share_.ptr<float>(row);
@@ -112,9 +129,31 @@ void BeautyStage::MeanOfSkin(const cv::Mat &values, cv::Mat &mean) {
   }
 }
 
-void BeautyStage::FitLuma(const YuvSpace &space, const BeautyStrength &strength) {
-  MeanOfSkin(mean_, window_mean_);
-  MeanOfSkin(square_, window_square_);
+void BeautyStage::Fit(const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands) {
+  skin_.Weight().convertTo(share_, CV_32F, 1.0 / 255.0);
+  radius_ = WindowRadius(height_, skin_.EyeDistance());
+  Blur(share_, window_share_, radius_);
+  const std::pair<const cv::Mat *, cv::Mat *> means[] = {
+      {&mean_, &window_mean_}, {&square_, &window_square_}, {&skin_.MeanU(), &window_u_}, {&skin_.MeanV(), &window_v_}};
+  bands.Run(4, 1, [&](int first, int end, int thread) {
+    for (int i = first; i < end; ++i)
+      MeanOfSkin(*means[i].first, scratch_[static_cast<size_t>(thread)].product, *means[i].second);
+  });
+  gain_.create(mean_.rows, mean_.cols, CV_32F);
+  offset_.create(mean_.rows, mean_.cols, CV_32F);
+  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) FitRow(row, space, strength);
+  });
+  const std::pair<const cv::Mat *, cv::Mat *> models[] = {{&gain_, &mean_gain_}, {&offset_, &mean_offset_}};
+  bands.Run(2, 1, [&](int first, int end, int) {
+    for (int i = first; i < end; ++i) Blur(*models[i].first, *models[i].second, radius_);
+  });
+  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) KeepEdges(row);
+  });
+}
+
+void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &strength) {
   const auto span = static_cast<float>(space.span);
   const float anywhere = (skin_.Own() ? kQuietDeviationBesideFace + kStrongDeviationBesideFace * strength.smooth
                                       : kQuietDeviation + kStrongDeviation * strength.smooth) *
@@ -122,158 +161,151 @@ void BeautyStage::FitLuma(const YuvSpace &space, const BeautyStrength &strength)
   const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span;
   const auto black = static_cast<float>(space.black);
   const float per_middle = 2.0f / span;
-  gain_.create(mean_.rows, mean_.cols, CV_32F);
-  offset_.create(mean_.rows, mean_.cols, CV_32F);
-  for (int row = 0; row < mean_.rows; ++row) {
-    const float *mean = window_mean_.ptr<float>(row);
-    const float *square = window_square_.ptr<float>(row);
-    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
-    float *gain = gain_.ptr<float>(row);
-    float *offset = offset_.ptr<float>(row);
-    for (int column = 0; column < mean_.cols; ++column) {
-      const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
-      const float deviation = Mix(anywhere, in_face, static_cast<float>(inside[column]) * (1.0f / 255.0f));
-      const float lit = kDimDeviation + (1.0f - kDimDeviation) * std::max(mean[column] - black, 0.0f) * per_middle;
-      const float quiet = deviation * deviation * lit * lit;
-      gain[column] = variance / (variance + quiet);
-      offset[column] = (1.0f - gain[column]) * mean[column];
-    }
-  }
-  Blur(gain_, mean_gain_, radius_);
-  Blur(offset_, mean_offset_, radius_);
-  // A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge. On a face that is
-  // known there are no such edges within the skin.
-  for (int row = 0; row < gain_.rows; ++row) {
-    float *gain = gain_.ptr<float>(row);
-    float *offset = offset_.ptr<float>(row);
-    const float *mean_gain = mean_gain_.ptr<float>(row);
-    const float *mean_offset = mean_offset_.ptr<float>(row);
-    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
-    for (int column = 0; column < gain_.cols; ++column) {
-      const float part = gain[column] > mean_gain[column] ? static_cast<float>(inside[column]) * (1.0f / 255.0f) : 1.0f;
-      gain[column] = Mix(gain[column], mean_gain[column], part);
-      offset[column] = Mix(offset[column], mean_offset[column], part);
-    }
+  const float *mean = window_mean_.ptr<float>(row);
+  const float *square = window_square_.ptr<float>(row);
+  const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
+  float *gain = gain_.ptr<float>(row);
+  float *offset = offset_.ptr<float>(row);
+  for (int column = 0; column < mean_.cols; ++column) {
+    const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
+    const float deviation = Mix(anywhere, in_face, static_cast<float>(inside[column]) * (1.0f / 255.0f));
+    const float lit = kDimDeviation + (1.0f - kDimDeviation) * std::max(mean[column] - black, 0.0f) * per_middle;
+    const float quiet = deviation * deviation * lit * lit;
+    gain[column] = variance / (variance + quiet);
+    offset[column] = (1.0f - gain[column]) * mean[column];
   }
 }
 
-void BeautyStage::FitChroma() {
-  MeanOfSkin(skin_.MeanU(), window_u_);
-  MeanOfSkin(skin_.MeanV(), window_v_);
+// A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge. On a face that is
+// known there are no such edges within the skin.
+void BeautyStage::KeepEdges(int row) {
+  float *gain = gain_.ptr<float>(row);
+  float *offset = offset_.ptr<float>(row);
+  const float *mean_gain = mean_gain_.ptr<float>(row);
+  const float *mean_offset = mean_offset_.ptr<float>(row);
+  const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
+  for (int column = 0; column < gain_.cols; ++column) {
+    const float part = gain[column] > mean_gain[column] ? static_cast<float>(inside[column]) * (1.0f / 255.0f) : 1.0f;
+    gain[column] = Mix(gain[column], mean_gain[column], part);
+    offset[column] = Mix(offset[column], mean_offset[column], part);
+  }
 }
 
-void BeautyStage::BuildLumaMaps(const YuvSpace &space, const BeautyStrength &strength) {
-  for (CellMap *map : {&removal_, &base_, &whiten_, &weight_}) map->Resize(mean_.cols, mean_.rows);
+void BeautyStage::BuildLumaRow(int row, const YuvSpace &space, const BeautyStrength &strength) {
   // The whitening curve below reaches span * span / 4 * 2 / 65536 of this, in 1/32nds of a level.
   const auto span = static_cast<float>(space.span);
   const float whitening = strength.whiten * kWhitenLift * span * 32.0f * 65536.0f / (span * span / 2.0f) / 255.0f;
-  for (int row = 0; row < mean_.rows; ++row) {
-    const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
-    int16_t *whiten = whiten_.Row(row);
-    int16_t *weight = weight_.Row(row);
-    for (int column = 0; column < mean_.cols; ++column) {
-      const auto here = static_cast<float>(skin[column]);
-      whiten[column] = Fixed(here * whitening);
-      weight[column] = Fixed(here * (32768.0f / 255.0f));
-    }
-    int16_t *removal = removal_.Row(row);
-    int16_t *base = base_.Row(row);
-    if (strength.smooth <= 0.0f) {
-      std::fill_n(removal, mean_.cols, int16_t{0});
-      std::fill_n(base, mean_.cols, int16_t{0});
-      continue;
-    }
-    const float blemishes = BlemishPart(strength.smooth);
-    const float *gain = gain_.ptr<float>(row);
-    const float *offset = offset_.ptr<float>(row);
-    for (int column = 0; column < mean_.cols; ++column) {
-      const auto here = static_cast<float>(skin[column]);
-      removal[column] = Fixed(here * (1.0f - gain[column]) * (32768.0f / 255.0f));
-      base[column] = Fixed(here * blemishes * offset[column] * (32.0f / 255.0f));
-    }
+  const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
+  int16_t *whiten = whiten_.Row(row);
+  int16_t *weight = weight_.Row(row);
+  for (int column = 0; column < mean_.cols; ++column) {
+    const auto here = static_cast<float>(skin[column]);
+    whiten[column] = Fixed(here * whitening);
+    weight[column] = Fixed(here * (32768.0f / 255.0f));
+  }
+  int16_t *removal = removal_.Row(row);
+  int16_t *base = base_.Row(row);
+  if (strength.smooth <= 0.0f) {
+    std::fill_n(removal, mean_.cols, int16_t{0});
+    std::fill_n(base, mean_.cols, int16_t{0});
+    return;
+  }
+  const float blemishes = BlemishPart(strength.smooth);
+  const float *gain = gain_.ptr<float>(row);
+  const float *offset = offset_.ptr<float>(row);
+  for (int column = 0; column < mean_.cols; ++column) {
+    const auto here = static_cast<float>(skin[column]);
+    removal[column] = Fixed(here * (1.0f - gain[column]) * (32768.0f / 255.0f));
+    base[column] = Fixed(here * blemishes * offset[column] * (32.0f / 255.0f));
   }
 }
 
 // Smoothing and whitening each pull a cell's chroma some part of the way to a place; together that is one pull.
-void BeautyStage::BuildChromaMaps(const BeautyStrength &strength) {
-  for (CellMap *map : {&chroma_removal_, &target_u_, &target_v_}) map->Resize(mean_.cols, mean_.rows);
+void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
   const std::optional<OwnColour> own = skin_.Own();
   const float redness = RednessPart(strength.smooth);
   const float pull = strength.whiten * (own ? kOwnHue : kPallor);
-  for (int row = 0; row < mean_.rows; ++row) {
-    const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
-    const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
-    const float *luma = mean_.ptr<float>(row);
-    const float *u = skin_.MeanU().ptr<float>(row);
-    const float *v = skin_.MeanV().ptr<float>(row);
-    int16_t *removal = chroma_removal_.Row(row);
-    int16_t *target_u = target_u_.Row(row);
-    int16_t *target_v = target_v_.Row(row);
-    for (int column = 0; column < mean_.cols; ++column) {
-      const float here = static_cast<float>(skin[column]) * (1.0f / 255.0f);
-      float smoothing = 0.0f;
-      float base_u = u[column];
-      float base_v = v[column];
-      if (strength.smooth > 0.0f) {
-        base_u = window_u_.ptr<float>(row)[column];
-        base_v = window_v_.ptr<float>(row)[column];
-        const float from_u = u[column] - base_u;
-        const float from_v = v[column] - base_v;
-        const float deviation =
-            Mix(kChromaDeviation, kChromaDeviationInFace, static_cast<float>(inside[column]) * (1.0f / 255.0f));
-        const float quiet = deviation * deviation;
-        smoothing = redness * quiet / (quiet + from_u * from_u + from_v * from_v);
-      }
-      float pale_u = 128.0f;
-      float pale_v = 128.0f;
-      if (own) {
-        const float lit = std::clamp((luma[column] - own->black) / own->luma, 0.4f, 1.25f);
-        pale_u += (1.0f - kOwnPallor) * lit * own->u;
-        pale_v += (1.0f - kOwnPallor) * lit * own->v;
-      }
-      const float both = smoothing + (1.0f - smoothing) * pull;
-      removal[column] = Fixed(32768.0f * here * both);
-      const float share = both > 0.0f ? pull / both : 0.0f;  // whitening comes after smoothing
-      target_u[column] = Fixed(64.0f * Mix(base_u, pale_u, share));
-      target_v[column] = Fixed(64.0f * Mix(base_v, pale_v, share));
+  const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
+  const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
+  const float *luma = mean_.ptr<float>(row);
+  const float *u = skin_.MeanU().ptr<float>(row);
+  const float *v = skin_.MeanV().ptr<float>(row);
+  int16_t *removal = chroma_removal_.Row(row);
+  int16_t *target_u = target_u_.Row(row);
+  int16_t *target_v = target_v_.Row(row);
+  for (int column = 0; column < mean_.cols; ++column) {
+    const float here = static_cast<float>(skin[column]) * (1.0f / 255.0f);
+    float smoothing = 0.0f;
+    float base_u = u[column];
+    float base_v = v[column];
+    if (strength.smooth > 0.0f) {
+      base_u = window_u_.ptr<float>(row)[column];
+      base_v = window_v_.ptr<float>(row)[column];
+      const float from_u = u[column] - base_u;
+      const float from_v = v[column] - base_v;
+      const float deviation =
+          Mix(kChromaDeviation, kChromaDeviationInFace, static_cast<float>(inside[column]) * (1.0f / 255.0f));
+      const float quiet = deviation * deviation;
+      smoothing = redness * quiet / (quiet + from_u * from_u + from_v * from_v);
     }
+    float pale_u = 128.0f;
+    float pale_v = 128.0f;
+    if (own) {
+      const float lit = std::clamp((luma[column] - own->black) / own->luma, 0.4f, 1.25f);
+      pale_u += (1.0f - kOwnPallor) * lit * own->u;
+      pale_v += (1.0f - kOwnPallor) * lit * own->v;
+    }
+    const float both = smoothing + (1.0f - smoothing) * pull;
+    removal[column] = Fixed(32768.0f * here * both);
+    const float share = both > 0.0f ? pull / both : 0.0f;  // whitening comes after smoothing
+    target_u[column] = Fixed(64.0f * Mix(base_u, pale_u, share));
+    target_v[column] = Fixed(64.0f * Mix(base_v, pale_v, share));
   }
 }
 
-void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength) {
+void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength,
+                            const RowBands &bands) {
   const cv::v_int16x8 blemishes = cv::v_setall_s16(Fixed(BlemishPart(strength.smooth) * 32768.0f));
   const cv::v_int16x8 pores = cv::v_setall_s16(Fixed(PorePart(strength.smooth) * 32768.0f));
   const cv::v_int16x8 black = cv::v_setall_s16(static_cast<int16_t>(space.black));
   const cv::v_int16x8 span = cv::v_setall_s16(static_cast<int16_t>(space.span));
   const cv::v_int16x8 zero = cv::v_setzero_s16();
   const cv::v_int16x8 half = cv::v_setall_s16(16);
-
-  rows_.Begin(view.y, view.y_stride, view.width, view.height);
-  for (int row = 0; row < view.height; ++row, rows_.Advance()) {
-    if (!skin_.RowHasSkin(row, kCell)) continue;
-    removal_.ExpandToLuma(row, removal_row_.data());
-    base_.ExpandToLuma(row, base_row_.data());
-    whiten_.ExpandToLuma(row, whiten_row_.data());
-    const uint8_t *pixels = rows_.Row();
-    for (int x = 0; x < view.width; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
-      const cv::v_int16x8 middle = cv::v_load(rows_.Here() + x);
-      // Low-pass and texture in 1/64ths of a level, removed detail and result in 1/32nds.
-      const cv::v_int16x8 low = (cv::v_load(rows_.Above() + x) + middle + middle + cv::v_load(rows_.Below() + x)) << 2;
-      const cv::v_int16x8 texture = (here << 6) - low;
-      const cv::v_int16x8 share = cv::v_mul_hi(low, blemishes) + cv::v_mul_hi(texture, pores);
-      const cv::v_int16x8 removed = cv::v_mul_hi(share << 1, cv::v_load(removal_row_.data() + x));
-      cv::v_int16x8 result = (here << 5) - removed + cv::v_load(base_row_.data() + x);
-      const cv::v_int16x8 level = cv::v_min(cv::v_max((result >> 5) - black, zero), span);
-      const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
-      result += cv::v_mul_hi(curve, cv::v_load(whiten_row_.data() + x));
-      cv::v_pack_u_store(out_row_.data() + x, (result + half) >> 5);
+  const RowWindow::Plane plane{view.y, view.y_stride, view.width, view.height};
+  edges_.Save(view.y, view.y_stride, view.width, view.height, bands.RowsOfBand(view.height));
+  bands.Run(view.height, RowBands::kRows, [&](int first, int end, int thread) {
+    Scratch &own = scratch_[static_cast<size_t>(thread)];
+    int row = first;
+    while (row < end && !skin_.RowHasSkin(row, kCell)) ++row;
+    if (row == end) return;
+    own.window.Begin(plane, first, end, row, edges_);
+    for (; row < end; ++row, own.window.Advance()) {
+      if (!skin_.RowHasSkin(row, kCell)) continue;
+      removal_.ExpandToLuma(row, own.blended, own.removal.data());
+      base_.ExpandToLuma(row, own.blended, own.base.data());
+      whiten_.ExpandToLuma(row, own.blended, own.whiten.data());
+      const uint8_t *pixels = own.window.Row();
+      for (int x = 0; x < view.width; x += kStep) {
+        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
+        const cv::v_int16x8 middle = cv::v_load(own.window.Here() + x);
+        // Low-pass and texture in 1/64ths of a level, removed detail and result in 1/32nds.
+        const cv::v_int16x8 low =
+            (cv::v_load(own.window.Above() + x) + middle + middle + cv::v_load(own.window.Below() + x)) << 2;
+        const cv::v_int16x8 texture = (here << 6) - low;
+        const cv::v_int16x8 share = cv::v_mul_hi(low, blemishes) + cv::v_mul_hi(texture, pores);
+        const cv::v_int16x8 removed = cv::v_mul_hi(share << 1, cv::v_load(own.removal.data() + x));
+        cv::v_int16x8 result = (here << 5) - removed + cv::v_load(own.base.data() + x);
+        const cv::v_int16x8 level = cv::v_min(cv::v_max((result >> 5) - black, zero), span);
+        const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
+        result += cv::v_mul_hi(curve, cv::v_load(own.whiten.data() + x));
+        cv::v_pack_u_store(own.out.data() + x, (result + half) >> 5);
+      }
+      std::memcpy(view.YRow(row), own.out.data(), static_cast<size_t>(view.width));
     }
-    std::memcpy(view.YRow(row), out_row_.data(), static_cast<size_t>(view.width));
-  }
+  });
 }
 
-void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &strength) {
+void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &strength, const RowBands &bands) {
   // In 1/64ths, for U and V in turn.
   const auto rosy_u = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyU * 128.0f));
   const auto rosy_v = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyV * 128.0f));
@@ -282,24 +314,27 @@ void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &streng
   const cv::v_int16x8 half = cv::v_setall_s16(32);
   const int bytes = 2 * view.chroma_width;
 
-  for (int row = 0; row < view.chroma_height; ++row) {
-    if (!skin_.RowHasSkin(row, kCell / 2)) continue;
-    weight_.ExpandToChroma(row, weight_row_.data());
-    chroma_removal_.ExpandToChroma(row, removal_row_.data());
-    target_u_.ExpandToChroma(row, base_row_.data());
-    target_v_.ExpandToChroma(row, whiten_row_.data());
-    uint8_t *codes = view.UvRow(row);
-    std::memcpy(out_row_.data(), codes, static_cast<size_t>(bytes));
-    for (int x = 0; x < bytes; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x)) << 6;
-      const cv::v_int16x8 target =
-          cv::v_select(is_u, cv::v_load(base_row_.data() + x), cv::v_load(whiten_row_.data() + x));
-      const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(removal_row_.data() + x));
-      const cv::v_int16x8 added = cv::v_mul_hi(rosy, cv::v_load(weight_row_.data() + x));
-      cv::v_pack_u_store(out_row_.data() + x, (here + pulled + added + half) >> 6);
+  bands.Run(view.chroma_height, RowBands::kRows / 2, [&](int first, int end, int thread) {
+    Scratch &own = scratch_[static_cast<size_t>(thread)];
+    for (int row = first; row < end; ++row) {
+      if (!skin_.RowHasSkin(row, kCell / 2)) continue;
+      weight_.ExpandToChroma(row, own.blended, own.weight.data());
+      chroma_removal_.ExpandToChroma(row, own.blended, own.removal.data());
+      target_u_.ExpandToChroma(row, own.blended, own.base.data());
+      target_v_.ExpandToChroma(row, own.blended, own.whiten.data());
+      uint8_t *codes = view.UvRow(row);
+      std::memcpy(own.out.data(), codes, static_cast<size_t>(bytes));
+      for (int x = 0; x < bytes; x += kStep) {
+        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(own.out.data() + x)) << 6;
+        const cv::v_int16x8 target =
+            cv::v_select(is_u, cv::v_load(own.base.data() + x), cv::v_load(own.whiten.data() + x));
+        const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(own.removal.data() + x));
+        const cv::v_int16x8 added = cv::v_mul_hi(rosy, cv::v_load(own.weight.data() + x));
+        cv::v_pack_u_store(own.out.data() + x, (here + pulled + added + half) >> 6);
+      }
+      std::memcpy(codes, own.out.data(), static_cast<size_t>(bytes));
     }
-    std::memcpy(codes, out_row_.data(), static_cast<size_t>(bytes));
-  }
+  });
 }
 
 }  // namespace lumivex

@@ -29,26 +29,46 @@ struct BeautyStrength {
 // scratch maps for one frame size. Borrows: the frame, for each call. Threads: one at a time.
 class BeautyStage {
  public:
-  // Finds the skin of the frame; false when there is none, and then there is nothing to apply.
-  bool FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces);
-  void Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
+  // Finds the skin of the frame; false when there is none, and then there is nothing to apply. With `keep` skin that
+  // was found stays where it was on the frame before, if that had the same size.
+  bool FindSkin(const Nv12View &view, const YuvSpace &space, const Faces &faces, const RowBands &bands = RowBands(),
+                bool keep = false);
+  void Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength,
+             const RowBands &bands = RowBands());
   // Of the frame that FindSkin saw last; luma is the mean of each cell, CV_32F.
   const SkinMap &Skin() const { return skin_; }
   const cv::Mat &CellLuma() const { return mean_; }
   // How much sharpening the frame that FindSkin saw last may get: what was smoothed is not to be sharpened again.
-  CellMap &ShareToSharpen(float smooth);
+  const CellMap &ShareToSharpen(float smooth);
 
  private:
-  void MeanOfSkin(const cv::Mat &values, cv::Mat &mean);
-  void FitLuma(const YuvSpace &space, const BeautyStrength &strength);
-  void FitChroma();
-  void BuildLumaMaps(const YuvSpace &space, const BeautyStrength &strength);
-  void BuildChromaMaps(const BeautyStrength &strength);
-  void ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength);
-  void ApplyChroma(const Nv12View &view, const BeautyStrength &strength);
+  // What one thread needs for its rows.
+  struct Scratch {
+    RowWindow window;
+    CellMap::Blended blended;
+    std::vector<int16_t> removal;
+    std::vector<int16_t> base;
+    std::vector<int16_t> whiten;
+    std::vector<int16_t> weight;
+    std::vector<uint8_t> out;
+    cv::Mat product;
+  };
+
+  void MakeScratch(const RowBands &bands);
+  void MeanOfSkin(const cv::Mat &values, cv::Mat &product, cv::Mat &mean) const;
+  void Fit(const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands);
+  void FitRow(int row, const YuvSpace &space, const BeautyStrength &strength);
+  void KeepEdges(int row);
+  void BuildLumaRow(int row, const YuvSpace &space, const BeautyStrength &strength);
+  void BuildChromaRow(int row, const BeautyStrength &strength);
+  void ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands);
+  void ApplyChroma(const Nv12View &view, const BeautyStrength &strength, const RowBands &bands);
 
   SkinMap skin_;
-  RowWindow rows_;
+  BandEdges edges_;
+  std::vector<Scratch> scratch_;
+  bool found_ = false;
+  int height_ = 1;  // pixels of the frame
   int radius_ = 1;  // cells on each side of the window
 
   // One value per cell.
@@ -56,7 +76,6 @@ class BeautyStage {
   cv::Mat square_;  // luma, squared
   cv::Mat share_;   // skin, 0 to 1
   cv::Mat window_share_;
-  cv::Mat product_;
   cv::Mat window_mean_;
   cv::Mat window_square_;
   cv::Mat gain_;  // the model is gain * luma + offset
@@ -74,13 +93,6 @@ class BeautyStage {
   CellMap chroma_removal_;  // 1/32768ths of the way to the two that follow
   CellMap target_u_;        // 1/64ths of a code
   CellMap target_v_;
-
-  // One row of the frame.
-  std::vector<int16_t> removal_row_;
-  std::vector<int16_t> base_row_;
-  std::vector<int16_t> whiten_row_;
-  std::vector<int16_t> weight_row_;
-  std::vector<uint8_t> out_row_;
 };
 
 }  // namespace lumivex

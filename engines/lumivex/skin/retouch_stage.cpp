@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <opencv2/core/hal/intrin.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -64,20 +65,27 @@ struct Pull {
 }  // namespace
 
 void RetouchStage::Apply(const Nv12View &view, const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma,
-                         const Faces &faces, const RetouchStrength &strength) {
+                         const Faces &faces, const RetouchStrength &strength, const RowBands &bands) {
   if (!strength.Any() || faces.empty() || !skin.Own()) return;
-  Measure(skin, cell_luma);
+  MakeScratch(cell_luma.cols, bands);
+  Measure(skin, cell_luma, bands);
   if (first_row_ >= end_row_) return;
   DrawMasks(faces, strength);
-  BuildMaps(space, skin, cell_luma, faces, strength);
-  const auto padded = static_cast<size_t>((cell_luma.cols + kStep - 1) / kStep * kStep * kCell);
-  for (auto *row : {&lift_row_, &around_row_, &shift_row_}) row->resize(padded);
-  out_row_.resize(padded);
-  ApplyLuma(view);
-  ApplyChroma(view);
+  BuildMaps(space, skin, cell_luma, faces, strength, bands);
+  ApplyLuma(view, bands);
+  ApplyChroma(view, bands);
 }
 
-void RetouchStage::Measure(const SkinMap &skin, const cv::Mat &cell_luma) {
+void RetouchStage::MakeScratch(int columns, const RowBands &bands) {
+  const auto padded = static_cast<size_t>((columns + kStep - 1) / kStep * kStep * kCell);
+  scratch_.resize(static_cast<size_t>(bands.Threads()));
+  for (Scratch &scratch : scratch_) {
+    for (auto *row : {&scratch.lift, &scratch.around, &scratch.shift}) row->resize(padded);
+    scratch.out.resize(padded);
+  }
+}
+
+void RetouchStage::Measure(const SkinMap &skin, const cv::Mat &cell_luma, const RowBands &bands) {
   cv::multiply(skin.Weight(), skin.InFace(), share_, 1.0 / (255.0 * 255.0), CV_32F);
   first_row_ = share_.rows;
   end_row_ = 0;
@@ -88,25 +96,35 @@ void RetouchStage::Measure(const SkinMap &skin, const cv::Mat &cell_luma) {
     end_row_ = row + 1;
   }
   if (first_row_ >= end_row_) return;
-  const auto mean = [this](const cv::Mat &values, const cv::Mat &window_share, int radius, cv::Mat &to) {
-    cv::multiply(values, share_, product_);
-    Blur(product_, to, radius);
-    for (int row = first_row_; row < end_row_; ++row) {
-      const float *own = values.ptr<float>(row);
-      const float *part = window_share.ptr<float>(row);
-      float *here = to.ptr<float>(row);
-      for (int column = 0; column < to.cols; ++column)
-        here[column] = (here[column] + kFewSkin * own[column]) / (part[column] + kFewSkin);
-    }
-  };
   const int near = RadiusInCells(kAroundSpot * skin.EyeDistance());
   const int wide = RadiusInCells(kAroundPatch * skin.EyeDistance());
+  struct Mean {
+    const cv::Mat &values;
+    const cv::Mat &window_share;
+    int radius;
+    cv::Mat &to;
+  };
+  const Mean means[] = {{cell_luma, window_share_, near, window_luma_},
+                        {skin.MeanU(), window_share_, near, window_u_},
+                        {skin.MeanV(), window_share_, near, window_v_},
+                        {cell_luma, wide_share_, wide, wide_luma_}};
   Blur(share_, window_share_, near);
   Blur(share_, wide_share_, wide);
-  mean(cell_luma, window_share_, near, window_luma_);
-  mean(skin.MeanU(), window_share_, near, window_u_);
-  mean(skin.MeanV(), window_share_, near, window_v_);
-  mean(cell_luma, wide_share_, wide, wide_luma_);
+  bands.Run(static_cast<int>(std::size(means)), 1, [&](int first, int end, int thread) {
+    cv::Mat &product = scratch_[static_cast<size_t>(thread)].product;
+    for (int i = first; i < end; ++i) {
+      const Mean &mean = means[i];
+      cv::multiply(mean.values, share_, product);
+      Blur(product, mean.to, mean.radius);
+      for (int row = first_row_; row < end_row_; ++row) {
+        const float *own = mean.values.ptr<float>(row);
+        const float *part = mean.window_share.ptr<float>(row);
+        float *here = mean.to.ptr<float>(row);
+        for (int column = 0; column < mean.to.cols; ++column)
+          here[column] = (here[column] + kFewSkin * own[column]) / (part[column] + kFewSkin);
+      }
+    }
+  });
 }
 
 void RetouchStage::DrawMasks(const Faces &faces, const RetouchStrength &strength) {
@@ -146,7 +164,7 @@ cv::Vec3f RetouchStage::CheekColour(const SkinMap &skin, const cv::Mat &cell_lum
 }
 
 void RetouchStage::BuildMaps(const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma, const Faces &faces,
-                             const RetouchStrength &strength) {
+                             const RetouchStrength &strength, const RowBands &bands) {
   for (CellMap *map : {&lift_, &around_, &shift_, &pull_, &target_u_, &target_v_}) {
     map->Resize(share_.cols, share_.rows);
     // The rows beside those that are filled are blended with them.
@@ -154,9 +172,11 @@ void RetouchStage::BuildMaps(const YuvSpace &space, const SkinMap &skin, const c
       std::fill_n(map->Row(row), share_.cols, int16_t{0});
   }
   const cv::Vec3f cheek = CheekColour(skin, cell_luma, faces);
-  for (int row = first_row_; row < end_row_; ++row) {
-    for (int column = 0; column < share_.cols; ++column) BuildCell(space, skin, strength, row, column, cheek);
-  }
+  bands.Run(end_row_ - first_row_, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first_row_ + first; row < first_row_ + end; ++row) {
+      for (int column = 0; column < share_.cols; ++column) BuildCell(space, skin, strength, row, column, cheek);
+    }
+  });
 }
 
 void RetouchStage::BuildCell(const YuvSpace &space, const SkinMap &skin, const RetouchStrength &strength, int row,
@@ -192,53 +212,63 @@ void RetouchStage::BuildCell(const YuvSpace &space, const SkinMap &skin, const R
   target_v_.Row(row)[column] = Fixed(64.0f * pull.v);
 }
 
-void RetouchStage::ApplyLuma(const Nv12View &view) {
+void RetouchStage::ApplyLuma(const Nv12View &view, const RowBands &bands) {
   const cv::v_int16x8 quiet = cv::v_setall_s16(kQuiet);
   const cv::v_int16x8 deepest = cv::v_setall_s16(kDeepest);
   const cv::v_int16x8 zero = cv::v_setzero_s16();
   const cv::v_int16x8 half = cv::v_setall_s16(32);
-  const int first = first_row_ * kCell;
-  const int end = std::min(end_row_ * kCell, view.height);
-  rows_.Begin(view.YRow(first), view.y_stride, view.width, end - first);
-  for (int row = first; row < end; ++row, rows_.Advance()) {
-    lift_.ExpandToLuma(row, lift_row_.data());
-    around_.ExpandToLuma(row, around_row_.data());
-    shift_.ExpandToLuma(row, shift_row_.data());
-    const uint8_t *pixels = rows_.Row();
-    for (int x = 0; x < view.width; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
-      const cv::v_int16x8 middle = cv::v_load(rows_.Here() + x);
-      const cv::v_int16x8 low = (cv::v_load(rows_.Above() + x) + middle + middle + cv::v_load(rows_.Below() + x)) << 2;
-      // All in 1/64ths of a level.
-      const cv::v_int16x8 dip = cv::v_min(cv::v_max(cv::v_load(around_row_.data() + x) - low - quiet, zero), deepest);
-      const cv::v_int16x8 lifted = cv::v_mul_hi(dip << 1, cv::v_load(lift_row_.data() + x));
-      const cv::v_int16x8 result = (here << 6) + lifted + cv::v_load(shift_row_.data() + x);
-      cv::v_pack_u_store(out_row_.data() + x, (result + half) >> 6);
+  const int top = first_row_ * kCell;
+  const RowWindow::Plane plane{view.YRow(top), view.y_stride, view.width,
+                               std::min(end_row_ * kCell, view.height) - top};
+  edges_.Save(plane.pixels, plane.stride, plane.width, plane.height, bands.RowsOfBand(plane.height));
+  bands.Run(plane.height, RowBands::kRows, [&](int first, int end, int thread) {
+    Scratch &own = scratch_[static_cast<size_t>(thread)];
+    own.window.Begin(plane, first, end, first, edges_);
+    for (int row = first; row < end; ++row, own.window.Advance()) {
+      lift_.ExpandToLuma(top + row, own.blended, own.lift.data());
+      around_.ExpandToLuma(top + row, own.blended, own.around.data());
+      shift_.ExpandToLuma(top + row, own.blended, own.shift.data());
+      const uint8_t *pixels = own.window.Row();
+      for (int x = 0; x < view.width; x += kStep) {
+        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
+        const cv::v_int16x8 middle = cv::v_load(own.window.Here() + x);
+        const cv::v_int16x8 low =
+            (cv::v_load(own.window.Above() + x) + middle + middle + cv::v_load(own.window.Below() + x)) << 2;
+        // All in 1/64ths of a level.
+        const cv::v_int16x8 dip = cv::v_min(cv::v_max(cv::v_load(own.around.data() + x) - low - quiet, zero), deepest);
+        const cv::v_int16x8 lifted = cv::v_mul_hi(dip << 1, cv::v_load(own.lift.data() + x));
+        const cv::v_int16x8 result = (here << 6) + lifted + cv::v_load(own.shift.data() + x);
+        cv::v_pack_u_store(own.out.data() + x, (result + half) >> 6);
+      }
+      std::memcpy(view.YRow(top + row), own.out.data(), static_cast<size_t>(view.width));
     }
-    std::memcpy(view.YRow(row), out_row_.data(), static_cast<size_t>(view.width));
-  }
+  });
 }
 
-void RetouchStage::ApplyChroma(const Nv12View &view) {
+void RetouchStage::ApplyChroma(const Nv12View &view, const RowBands &bands) {
   const cv::v_int16x8 is_u(-1, 0, -1, 0, -1, 0, -1, 0);
   const cv::v_int16x8 half = cv::v_setall_s16(32);
   const int bytes = 2 * view.chroma_width;
-  const int end = std::min(end_row_ * kCell / 2, view.chroma_height);
-  for (int row = first_row_ * kCell / 2; row < end; ++row) {
-    pull_.ExpandToChroma(row, lift_row_.data());
-    target_u_.ExpandToChroma(row, around_row_.data());
-    target_v_.ExpandToChroma(row, shift_row_.data());
-    uint8_t *codes = view.UvRow(row);
-    std::memcpy(out_row_.data(), codes, static_cast<size_t>(bytes));
-    for (int x = 0; x < bytes; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x)) << 6;
-      const cv::v_int16x8 target =
-          cv::v_select(is_u, cv::v_load(around_row_.data() + x), cv::v_load(shift_row_.data() + x));
-      const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(lift_row_.data() + x));
-      cv::v_pack_u_store(out_row_.data() + x, (here + pulled + half) >> 6);
+  const int top = first_row_ * kCell / 2;
+  const int rows = std::min(end_row_ * kCell / 2, view.chroma_height) - top;
+  bands.Run(rows, RowBands::kRows / 2, [&](int first, int end, int thread) {
+    Scratch &own = scratch_[static_cast<size_t>(thread)];
+    for (int row = top + first; row < top + end; ++row) {
+      pull_.ExpandToChroma(row, own.blended, own.lift.data());
+      target_u_.ExpandToChroma(row, own.blended, own.around.data());
+      target_v_.ExpandToChroma(row, own.blended, own.shift.data());
+      uint8_t *codes = view.UvRow(row);
+      std::memcpy(own.out.data(), codes, static_cast<size_t>(bytes));
+      for (int x = 0; x < bytes; x += kStep) {
+        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(own.out.data() + x)) << 6;
+        const cv::v_int16x8 target =
+            cv::v_select(is_u, cv::v_load(own.around.data() + x), cv::v_load(own.shift.data() + x));
+        const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(own.lift.data() + x));
+        cv::v_pack_u_store(own.out.data() + x, (here + pulled + half) >> 6);
+      }
+      std::memcpy(codes, own.out.data(), static_cast<size_t>(bytes));
     }
-    std::memcpy(codes, out_row_.data(), static_cast<size_t>(bytes));
-  }
+  });
 }
 
 }  // namespace lumivex

@@ -31,20 +31,33 @@ class RetouchStage {
  public:
   // `skin` and `cell_luma` as found on this frame. Does nothing where no face taught the skin.
   void Apply(const Nv12View &view, const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma,
-             const Faces &faces, const RetouchStrength &strength);
+             const Faces &faces, const RetouchStrength &strength, const RowBands &bands = RowBands());
 
  private:
-  void Measure(const SkinMap &skin, const cv::Mat &cell_luma);
+  // What one thread needs for its rows.
+  struct Scratch {
+    RowWindow window;
+    CellMap::Blended blended;
+    std::vector<int16_t> lift;
+    std::vector<int16_t> around;
+    std::vector<int16_t> shift;
+    std::vector<uint8_t> out;
+    cv::Mat product;
+  };
+
+  void MakeScratch(int columns, const RowBands &bands);
+  void Measure(const SkinMap &skin, const cv::Mat &cell_luma, const RowBands &bands);
   void DrawMasks(const Faces &faces, const RetouchStrength &strength);
   void BuildMaps(const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma, const Faces &faces,
-                 const RetouchStrength &strength);
+                 const RetouchStrength &strength, const RowBands &bands);
   void BuildCell(const YuvSpace &space, const SkinMap &skin, const RetouchStrength &strength, int row, int column,
                  const cv::Vec3f &cheek);
   cv::Vec3f CheekColour(const SkinMap &skin, const cv::Mat &cell_luma, const Faces &faces) const;
-  void ApplyLuma(const Nv12View &view);
-  void ApplyChroma(const Nv12View &view);
+  void ApplyLuma(const Nv12View &view, const RowBands &bands);
+  void ApplyChroma(const Nv12View &view, const RowBands &bands);
 
-  RowWindow rows_;
+  BandEdges edges_;
+  std::vector<Scratch> scratch_;
   // One value per cell, CV_32F but for the masks, which are CV_8U.
   cv::Mat share_;         // skin of known faces, 0 to 1
   cv::Mat window_share_;  // means over a window as wide as a spot's surroundings
@@ -53,7 +66,6 @@ class RetouchStage {
   cv::Mat window_v_;
   cv::Mat wide_share_;  // over one as wide as a cheek
   cv::Mat wide_luma_;
-  cv::Mat product_;
   cv::Mat under_eyes_;
   cv::Mat lines_;
   int first_row_ = 0;  // rows of cells with skin of faces: first_row_ <= row < end_row_
@@ -65,10 +77,6 @@ class RetouchStage {
   CellMap pull_;      // 1/32768ths of the way to the two that follow
   CellMap target_u_;  // 1/64ths of a code
   CellMap target_v_;
-  std::vector<int16_t> lift_row_;
-  std::vector<int16_t> around_row_;
-  std::vector<int16_t> shift_row_;
-  std::vector<uint8_t> out_row_;
 };
 
 }  // namespace lumivex

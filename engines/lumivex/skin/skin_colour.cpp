@@ -16,7 +16,7 @@ constexpr float kHueFull[2] = {0.424f, 2.246f};
 constexpr float kMostSaturationFull = 0.40f;
 constexpr float kMostSaturationNone = 0.56f;
 // Only the lightest and the darkest tones are nearly grey; grey walls lie between them.
-constexpr float kLeastDark = 2.2f;    // codes of saturation up to kDarkLuma
+constexpr float kLeastDark = 1.4f;    // codes of saturation up to kDarkLuma
 constexpr float kLeastMiddle = 9.0f;  // from kMiddleLuma to kPaleLuma
 constexpr float kLeastPale = 4.5f;    // from kWhiteLuma on
 constexpr float kDarkLuma = 0.13f;
@@ -26,6 +26,9 @@ constexpr float kWhiteLuma = 0.90f;
 constexpr float kLeastRise = 1.5f;  // what is full, over what is nothing
 constexpr float kBlack = 0.045f;
 constexpr float kVisible = 0.09f;
+
+// A face's own skin may have any colour that is nearly grey: in cold or dim light, and in a picture without colour.
+constexpr float kGreyOfAnyHue = 0.12f;  // saturation as a part of the luma
 
 // The model.
 constexpr size_t kLeastSamples = 12;
@@ -52,6 +55,15 @@ float Between(float from, float to, float low, float high, float value) {
 float LeastSaturation(float luma) {
   if (luma < kMiddleLuma) return Between(kDarkLuma, kMiddleLuma, kLeastDark, kLeastMiddle, luma);
   return Between(kPaleLuma, kWhiteLuma, kLeastMiddle, kLeastPale, luma);
+}
+
+// Whether a face may be of that colour, in any light but a stage's: paint and masks are not learned.
+bool CanBeOfAFace(const ShadeFreeColour &colour) {
+  const float part = std::hypot(colour.blue, colour.red);
+  if (part < kGreyOfAnyHue) return true;
+  if (colour.red <= 0.0f || part >= kMostSaturationNone) return false;
+  const float hue = -colour.blue / colour.red;
+  return hue > kHueNone[0] && hue < kHueNone[1];
 }
 
 float Median(std::vector<float> values) {
@@ -143,7 +155,7 @@ std::optional<SkinModel> SkinModel::Learn(std::vector<ShadeFreeColour> &samples)
   model.blue_blue_ = model.blue_blue_ / count + least;
   model.blue_red_ = model.blue_red_ / count;
   model.red_red_ = model.red_red_ / count + least;
-  if (SkinBand(model.middle_) <= 0.0f) return std::nullopt;
+  if (!CanBeOfAFace(model.middle_)) return std::nullopt;
   return model;
 }
 

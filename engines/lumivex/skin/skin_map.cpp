@@ -16,13 +16,33 @@ constexpr float kInFaceSlack = 4.0f;  // a face has spots and blush, and it is s
 constexpr float kFollow = 0.12f;      // of the way to what the newest frame shows
 constexpr float kSamePerson = 0.8f;   // distances between the eyes that a face moves at most from frame to frame
 // Skin that is nearly grey has the colour of many walls, so it is looked for only where its face is. Saturation as a
-// part of the luma, and distances between the eyes from the point between them.
+// part of the luma, and in codes, of which noise leaves nothing.
 constexpr float kGreyish = 0.045f;
 constexpr float kColourful = 0.10f;
-constexpr float kNear = 2.2f;
-constexpr float kFar = 3.2f;
-constexpr int kRemembered = 90;   // frames without the face
-constexpr uint8_t kSample = 200;  // inside the face by so much, and not a feature
+constexpr float kNoisyCodes = 1.5f;
+constexpr float kClearCodes = 4.0f;
+// Where that is: distances between the eyes from the point between them, whole and ending.
+constexpr float kBesideWhole = 1.2f;
+constexpr float kBesideEnd = 1.6f;
+constexpr float kAboveWhole = 1.2f;
+constexpr float kAboveEnd = 1.6f;
+constexpr float kBelowWhole = 3.0f;
+constexpr float kBelowEnd = 4.0f;
+// Where so much beside and above the head has the skin's colour, that is a wall, and no hand: parts of it.
+constexpr float kHands = 0.08f;
+constexpr float kWall = 0.20f;
+constexpr float kMouthHeight = 1.2f;  // of that region's lower edge
+constexpr int kWallStep = 4;          // every so many cells are looked at
+constexpr int kWideSide = 5;          // cells, of the means in the dark
+constexpr float kDark = 0.16f;        // of white: up to here they count alone,
+constexpr float kLight = 0.28f;       // from here on not at all
+// Where nobody is known.
+constexpr float kLeastEdge = 0.1f;   // of the upper edges that a wall fills
+constexpr float kWallSlack = 1.5f;   // of its colour,
+constexpr float kWallLight = 0.18f;  // and of its light: a part of it
+constexpr float kLeastRest = 0.1f;   // of the skin, without what is a wall
+constexpr int kRemembered = 90;      // frames without the face
+constexpr uint8_t kSample = 200;     // inside the face by so much, and not a feature
 
 struct SamplePlace {
   FaceAnchor anchor;
@@ -38,10 +58,16 @@ constexpr SamplePlace kSamplePlaces[] = {
     {FaceAnchor::kFaceCenter, 0.0f, 0.0f, 0.12f},
 };
 
+// How far the value is on its way, 0 to 1.
+float Part(float from, float to, float value) {
+  return std::clamp((value - from) / (to - from), 0.0f, 1.0f);
+}
+
 }  // namespace
 
-bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces) {
-  MeasureChroma(view);
+bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces,
+                   const RowBands &bands) {
+  MeasureChroma(view, bands);
   in_face_.create(mean_luma.rows, mean_luma.cols, CV_8U);
   in_face_.setTo(0);
   features_.create(mean_luma.rows, mean_luma.cols, CV_8U);
@@ -49,7 +75,7 @@ bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &m
   for (const Face &face : faces) DrawFaceRegions(face, kCell, in_face_, features_);
   const ShadeFree shade_free(space);
   MeetPeople(faces, shade_free, mean_luma);
-  WeighCells(shade_free, mean_luma);
+  WeighCells(shade_free, mean_luma, bands);
   MeasureOwnColour(space, mean_luma);
   bool any = false;
   rows_.resize(static_cast<size_t>(weight_.rows));
@@ -62,23 +88,26 @@ bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &m
   return any;
 }
 
-void SkinMap::MeasureChroma(const Nv12View &view) {
+void SkinMap::MeasureChroma(const Nv12View &view, const RowBands &bands) {
   const int rows = (view.height + kCell - 1) / kCell;
   const int columns = (view.width + kCell - 1) / kCell;
   mean_u_.create(rows, columns, CV_32F);
   mean_v_.create(rows, columns, CV_32F);
-  for (int row = 0; row < rows; ++row) {
-    const uint8_t *upper = view.UvRow(2 * row);
-    const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
-    float *us = mean_u_.ptr<float>(row);
-    float *vs = mean_v_.ptr<float>(row);
-    for (int column = 0; column < columns; ++column) {
-      const int left = 4 * column;
-      const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
-      us[column] = static_cast<float>(upper[left] + upper[right] + lower[left] + lower[right]) * 0.25f;
-      vs[column] = static_cast<float>(upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1]) * 0.25f;
+  bands.Run(rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) {
+      const uint8_t *upper = view.UvRow(2 * row);
+      const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
+      float *us = mean_u_.ptr<float>(row);
+      float *vs = mean_v_.ptr<float>(row);
+      for (int column = 0; column < columns; ++column) {
+        const int left = 4 * column;
+        const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
+        us[column] = static_cast<float>(upper[left] + upper[right] + lower[left] + lower[right]) * 0.25f;
+        vs[column] =
+            static_cast<float>(upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1]) * 0.25f;
+      }
     }
-  }
+  });
 }
 
 void SkinMap::TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma) {
@@ -113,12 +142,15 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
       return std::hypot(person.place.x - between.x, person.place.y - between.y) < kSamePerson * face.eye_distance;
     });
     if (known != people_.end()) {
-      Person person{known->model, between, face.eye_distance};
+      Person person{known->model, between, face.right, face.down, face.eye_distance};
       if (learned) person.model.Follow(*learned, kFollow);
+      person.wall = known->wall + kFollow * (MeasureWall(person, shade_free, mean_luma) - known->wall);
       seen_.push_back(person);
       people_.erase(known);
     } else if (learned) {
-      seen_.push_back({*learned, between, face.eye_distance});
+      Person person{*learned, between, face.right, face.down, face.eye_distance};
+      person.wall = MeasureWall(person, shade_free, mean_luma);
+      seen_.push_back(person);
     }
   }
   for (Person &person : people_) {
@@ -127,10 +159,42 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
   std::swap(people_, seen_);
   eye_distance_ = 0.0f;
   for (Person &person : people_) {
-    const float saturation = std::hypot(person.model.Middle().blue, person.model.Middle().red);
-    person.certain_far = std::clamp((saturation - kGreyish) / (kColourful - kGreyish), 0.0f, 1.0f);
+    const ShadeFreeColour &middle = person.model.Middle();
+    const float saturation = std::hypot(middle.blue, middle.red);
+    const float codes = saturation * middle.luma * 255.0f;
+    person.certain_far = Part(kGreyish, kColourful, saturation) * Part(kNoisyCodes, kClearCodes, codes) *
+                         (1.0f - Part(kHands, kWall, person.wall));
     eye_distance_ = std::max(eye_distance_, person.eye_distance);
   }
+}
+
+float SkinMap::MeasureWall(const Person &person, const ShadeFree &shade_free, const cv::Mat &mean_luma) const {
+  float sum = 0.0f;
+  float count = 0.0f;
+  for (int row = kWallStep / 2; row < mean_luma.rows; row += kWallStep) {
+    for (int column = kWallStep / 2; column < mean_luma.cols; column += kWallStep) {
+      const FramePoint place{(static_cast<float>(column) + 0.5f) * kCell, (static_cast<float>(row) + 0.5f) * kCell};
+      const float x = place.x - person.place.x;
+      const float y = place.y - person.place.y;
+      const float below = (x * person.down.x + y * person.down.y) / person.eye_distance;
+      if (below > kMouthHeight || NearFace(person, place) > 0.0f) continue;
+      sum += person.model.Weight(shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                                               mean_v_.at<float>(row, column)),
+                                 1.0f);
+      count += 1.0f;
+    }
+  }
+  return count > 0.0f ? sum / count : 0.0f;
+}
+
+// 1 where head, neck and breast are, 0 away from them.
+float SkinMap::NearFace(const Person &person, const FramePoint &place) {
+  const float x = (place.x - person.place.x) / person.eye_distance;
+  const float y = (place.y - person.place.y) / person.eye_distance;
+  const float beside = std::abs(x * person.right.x + y * person.right.y);
+  const float below = x * person.down.x + y * person.down.y;
+  return (1.0f - Part(kBesideWhole, kBesideEnd, beside)) * (1.0f - Part(kAboveWhole, kAboveEnd, -below)) *
+         (1.0f - Part(kBelowWhole, kBelowEnd, below));
 }
 
 float SkinMap::WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const {
@@ -138,31 +202,89 @@ float SkinMap::WeightOf(const ShadeFreeColour &colour, float inside, const Frame
   for (const Person &person : people_) {
     const float here = person.model.Weight(colour, 1.0f + (kInFaceSlack - 1.0f) * inside);
     if (here <= weight) continue;
-    const float away = std::hypot(place.x - person.place.x, place.y - person.place.y) / person.eye_distance;
-    const float near = std::clamp((kFar - away) / (kFar - kNear), 0.0f, 1.0f);
-    weight = std::max(weight, here * std::max(person.certain_far, near));
+    weight = std::max(weight, here * std::max(person.certain_far, NearFace(person, place)));
   }
   return weight;
 }
 
-void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
-  weight_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+// In the dark a cell's colour is mostly noise, and the light and dark of its few codes are far apart.
+void SkinMap::BlurDarkChroma() {
+  const cv::Size side(kWideSide, kWideSide);
+  cv::blur(mean_u_, wide_u_, side, cv::Point(-1, -1), cv::BORDER_REPLICATE);
+  cv::blur(mean_v_, wide_v_, side, cv::Point(-1, -1), cv::BORDER_REPLICATE);
+}
+
+// Where nobody is known, what reaches the picture's upper edges in one colour and light is a wall; unless there would
+// be next to nothing left, as where skin fills the picture.
+void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+  samples_.clear();
+  const auto look = [&](int row, int column) {
+    if (weight_.at<uint8_t>(row, column) < kSample / 2) return;
+    samples_.push_back(shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                                     mean_v_.at<float>(row, column)));
+  };
+  for (int column = 0; column < weight_.cols; ++column) look(0, column);
+  for (int row = 1; row < weight_.rows * 2 / 3; ++row) {
+    look(row, 0);
+    look(row, weight_.cols - 1);
+  }
+  const size_t edge = static_cast<size_t>(weight_.cols) + static_cast<size_t>(weight_.rows);
+  if (static_cast<float>(samples_.size()) < kLeastEdge * static_cast<float>(edge)) return;
+  const std::optional<SkinModel> wall = SkinModel::Learn(samples_);
+  if (!wall) return;
+  wall_.create(weight_.size(), CV_8U);
+  double before = 0.0;
+  double after = 0.0;
   for (int row = 0; row < weight_.rows; ++row) {
-    const float *luma = mean_luma.ptr<float>(row);
-    const float *u = mean_u_.ptr<float>(row);
-    const float *v = mean_v_.ptr<float>(row);
-    const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
-    uint8_t *weights = weight_.ptr<uint8_t>(row);
+    const uint8_t *weights = weight_.ptr<uint8_t>(row);
+    uint8_t *left = wall_.ptr<uint8_t>(row);
     for (int column = 0; column < weight_.cols; ++column) {
-      const ShadeFreeColour colour = shade_free.Of(luma[column], u[column], v[column]);
-      const float weight =
-          people_.empty()
-              ? SkinBand(colour)
-              : WeightOf(colour, static_cast<float>(in_face[column]) / 255.0f,
-                         {(static_cast<float>(column) + 0.5f) * kCell, (static_cast<float>(row) + 0.5f) * kCell});
-      weights[column] = static_cast<uint8_t>(255.0f * weight + 0.5f);
+      left[column] = 0;
+      if (weights[column] == 0) continue;
+      const ShadeFreeColour colour = shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                                                   mean_v_.at<float>(row, column));
+      const float off = std::abs(colour.luma / std::max(wall->Middle().luma, 0.01f) - 1.0f);
+      const float part = wall->Weight(colour, kWallSlack) * (1.0f - Part(kWallLight, 2.0f * kWallLight, off));
+      left[column] = static_cast<uint8_t>(static_cast<float>(weights[column]) * (1.0f - part));
+      before += weights[column];
+      after += left[column];
     }
   }
+  if (after > kLeastRest * before) std::swap(weight_, wall_);
+}
+
+void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands) {
+  weight_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+  const bool unknown = people_.empty();
+  if (unknown) BlurDarkChroma();
+  bands.Run(weight_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) {
+      const float *luma = mean_luma.ptr<float>(row);
+      const float *u = mean_u_.ptr<float>(row);
+      const float *v = mean_v_.ptr<float>(row);
+      const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
+      uint8_t *weights = weight_.ptr<uint8_t>(row);
+      for (int column = 0; column < weight_.cols; ++column) {
+        ShadeFreeColour colour = shade_free.Of(luma[column], u[column], v[column]);
+        float weight = 0.0f;
+        if (unknown) {
+          if (colour.luma < kLight) {
+            const ShadeFreeColour wide =
+                shade_free.Of(luma[column], wide_u_.at<float>(row, column), wide_v_.at<float>(row, column));
+            const float own = Part(kDark, kLight, colour.luma);
+            colour.blue = wide.blue + own * (colour.blue - wide.blue);
+            colour.red = wide.red + own * (colour.red - wide.red);
+          }
+          weight = SkinBand(colour);
+        } else {
+          weight = WeightOf(colour, static_cast<float>(in_face[column]) / 255.0f,
+                            {(static_cast<float>(column) + 0.5f) * kCell, (static_cast<float>(row) + 0.5f) * kCell});
+        }
+        weights[column] = static_cast<uint8_t>(255.0f * weight + 0.5f);
+      }
+    }
+  });
+  if (unknown) LeaveOutWalls(shade_free, mean_luma);
   cv::blur(weight_, weight_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);
   // After the feathering, which would carry skin over their edges.
   for (int row = 0; row < weight_.rows; ++row) {

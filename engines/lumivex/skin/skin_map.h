@@ -8,6 +8,7 @@
 
 #include "faces/faces.h"
 #include "pixels/nv12_view.h"
+#include "pixels/row_bands.h"
 #include "pixels/yuv_space.h"
 #include "skin/skin_colour.h"
 
@@ -29,7 +30,11 @@ class SkinMap {
  public:
   // False when there is none. All maps below have one value for each cell of 4 by 4 pixels and hold until the next
   // call. `mean_luma` is that of the cells, CV_32F.
-  bool Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces);
+  bool Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces,
+            const RowBands &bands = RowBands());
+
+  // Of a frame of the same size, whose skin is to stay where it is: MeanU and MeanV alone.
+  void MeasureChroma(const Nv12View &view, const RowBands &bands);
 
   const cv::Mat &Weight() const { return weight_; }             // CV_8U: 0 no skin to 255 skin, edges feathered
   const cv::Mat &InFace() const { return in_face_; }            // CV_8U: 255 inside a known face
@@ -44,15 +49,21 @@ class SkinMap {
   struct Person {
     SkinModel model;
     FramePoint place;  // between the eyes
+    FramePoint right;  // the face's axes, of length 1
+    FramePoint down;
     float eye_distance = 0.0f;
+    float wall = 0.0f;  // of the picture beside and above the head, what has the colour of this skin
     int frames_unseen = 0;
     float certain_far = 1.0f;  // 0 to 1: how much its colour alone says far from the face
   };
 
-  void MeasureChroma(const Nv12View &view);
   void MeetPeople(const Faces &faces, const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  float MeasureWall(const Person &person, const ShadeFree &shade_free, const cv::Mat &mean_luma) const;
+  static float NearFace(const Person &person, const FramePoint &place);
   void MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma);
-  void WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  void WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands);
+  void BlurDarkChroma();
+  void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma);
   void TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma);
   float WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const;
 
@@ -63,7 +74,10 @@ class SkinMap {
   std::optional<OwnColour> own_;
   cv::Mat mean_u_;
   cv::Mat mean_v_;
+  cv::Mat wide_u_;  // means over more cells, for the dark parts of a picture without a known face
+  cv::Mat wide_v_;
   cv::Mat weight_;
+  cv::Mat wall_;  // scratch: the weights without what is a wall
   cv::Mat in_face_;
   cv::Mat features_;
   std::vector<uint8_t> rows_;  // per row of cells: holds any skin

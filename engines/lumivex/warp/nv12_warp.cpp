@@ -50,50 +50,56 @@ int ToUnits(float pixels) {
 
 }  // namespace
 
-void Nv12Warp::Apply(const Nv12View &view, const WarpField &field) {
+void Nv12Warp::Apply(const Nv12View &view, const WarpField &field, bool fine, const RowBands &bands) {
   if (!field.Moves() || view.width > kLongestSide || view.height > kLongestSide) return;
   Plane luma{cv::Mat(view.height, view.width, CV_8UC1, view.y, static_cast<size_t>(view.y_stride)), luma_copy_, 1, 0.5f,
              0.5f};
   // Chroma lies on the left pixel of its pair, halfway between the rows.
   Plane chroma{cv::Mat(view.chroma_height, view.chroma_width, CV_8UC2, view.uv, static_cast<size_t>(view.uv_stride)),
                chroma_copy_, 2, 0.5f, 1.0f};
-  for (Plane *plane : {&luma, &chroma}) {
-    Copy(*plane, field);
-    for (int row = 0; row < field.TileRows(); ++row) {
-      for (int column = 0; column < field.TileColumns(); ++column) {
-        if (field.TileMoves(row, column)) MoveTile(*plane, field, row, column);
-      }
+  maps_.resize(static_cast<size_t>(bands.Threads()));
+  for (Plane *plane : {&luma, &chroma}) Copy(*plane, field, bands);
+  const int tiles = field.TileRows() * field.TileColumns();
+  bands.Run(tiles, 1, [&](int first, int end, int thread) {
+    for (int tile = first; tile < end; ++tile) {
+      const int row = tile / field.TileColumns();
+      const int column = tile % field.TileColumns();
+      if (!field.TileMoves(row, column)) continue;
+      for (Plane *plane : {&luma, &chroma})
+        MoveTile(*plane, field, {column, row}, fine, maps_[static_cast<size_t>(thread)]);
     }
-  }
+  });
 }
 
 // In its own place within a copy of the whole plane's size, which need not be made anew when the part moves.
-void Nv12Warp::Copy(Plane &plane, const WarpField &field) {
+void Nv12Warp::Copy(Plane &plane, const WarpField &field, const RowBands &bands) {
   const cv::Rect part = MovingPart(field);
   const int margin = static_cast<int>(std::ceil(field.Longest() / static_cast<float>(plane.step))) + 3;
   const cv::Rect wanted(part.x / plane.step - margin, part.y / plane.step - margin,
                         part.width / plane.step + 2 * margin, part.height / plane.step + 2 * margin);
   const cv::Rect present = wanted & cv::Rect(cv::Point(), plane.pixels.size());
   plane.copy.create(plane.pixels.size(), plane.pixels.type());
-  cv::Mat target = plane.copy(present);
-  plane.pixels(present).copyTo(target);
+  bands.Run(present.height, RowBands::kRows / plane.step, [&](int first, int end, int) {
+    const cv::Rect rows(present.x, present.y + first, present.width, end - first);
+    cv::Mat target = plane.copy(rows);
+    plane.pixels(rows).copyTo(target);
+  });
 }
 
-void Nv12Warp::MoveTile(Plane &plane, const WarpField &field, int tile_row, int tile_column) {
+void Nv12Warp::MoveTile(Plane &plane, const WarpField &field, const cv::Point &at, bool fine, Maps &maps) {
   const int side = WarpField::kTile / plane.step;
-  const cv::Rect tile =
-      cv::Rect(tile_column * side, tile_row * side, side, side) & cv::Rect(cv::Point(), plane.pixels.size());
+  const cv::Rect tile = cv::Rect(at.x * side, at.y * side, side, side) & cv::Rect(cv::Point(), plane.pixels.size());
   if (tile.empty()) return;
-  FillMaps(plane, field, tile);
+  FillMaps(plane, field, tile, maps);
   cv::Mat moved = plane.pixels(tile);
   // What is enlarged would lose its fine lines between straight neighbours.
-  const int between = field.TileEnlarges(tile_row, tile_column) ? cv::INTER_CUBIC : cv::INTER_LINEAR;
-  cv::remap(plane.copy, moved, places_, fractions_, between, cv::BORDER_REPLICATE);
+  const int between = fine && field.TileEnlarges(at.y, at.x) ? cv::INTER_CUBIC : cv::INTER_LINEAR;
+  cv::remap(plane.copy, moved, maps.places, maps.fractions, between, cv::BORDER_REPLICATE);
 }
 
-void Nv12Warp::FillMaps(const Plane &plane, const WarpField &field, const cv::Rect &tile) {
-  places_.create(tile.size(), CV_16SC2);
-  fractions_.create(tile.size(), CV_16UC1);
+void Nv12Warp::FillMaps(const Plane &plane, const WarpField &field, const cv::Rect &tile, Maps &maps) {
+  maps.places.create(tile.size(), CV_16SC2);
+  maps.fractions.create(tile.size(), CV_16UC1);
   const auto step = static_cast<float>(plane.step);
   const int per_node = WarpField::kStep / plane.step;  // pixels
   std::array<float, WarpField::kStep> weights{};       // of the node behind a pixel
@@ -125,7 +131,7 @@ void Nv12Warp::FillMaps(const Plane &plane, const WarpField &field, const cv::Re
         y[static_cast<size_t>(pixel)] = base_y + ToUnits(from.y + (to.y - from.y) * weight);
       }
     }
-    Split(x.data(), y.data(), tile.width, places_.ptr<int16_t>(row), fractions_.ptr<uint16_t>(row));
+    Split(x.data(), y.data(), tile.width, maps.places.ptr<int16_t>(row), maps.fractions.ptr<uint16_t>(row));
   }
 }
 

@@ -24,8 +24,9 @@ class WarpStage {
  public:
   // For each frame, before Apply: nothing is moved yet.
   void Begin() { applied_ = false; }
-  // Whether there was somebody to slim.
-  bool Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces, const WarpRequest &request);
+  // Whether there was somebody to slim. Without `fine` what is enlarged gets less sharp, sooner.
+  bool Apply(const Nv12View &view, const Orientation &orientation, const Faces &faces, const WarpRequest &request,
+             bool fine = true, const RowBands &bands = RowBands());
   // What the frame's pixels were moved by; null where they were not.
   const WarpField *Applied() const { return applied_ ? &field_ : nullptr; }
 

@@ -128,9 +128,14 @@ Json DelayJson(const RunFigures &figures) {
 Json EngineJson(const Options &options, const RunFigures &figures) {
   Json json = {{"state", EngineName()}, {"wanted", options.engine}, {"added_delay_ms", options.engine_delay_ms}};
   Json last;
+  int lowered = 0;
   for (const FollowedFrame &frame : figures.followed) {
-    if (Json applied = Applied(frame); !applied.is_null()) last = std::move(applied);
+    Json applied = Applied(frame);
+    if (applied.is_null()) continue;
+    lowered += applied.value("quality", 0) > 0;
+    last = std::move(applied);
   }
+  json["lowered_quality_frames"] = lowered;
   json["frame_ms"] = Distribution(EngineTimes(figures));
   json["last_applied"] = std::move(last);
   return json;

@@ -17,7 +17,8 @@ LUMIVEX_API void lumivex_set_start_delay_ms(int milliseconds);  // createEngine 
 LUMIVEX_API void lumivex_set_stop_delay_ms(int milliseconds);   // so does an engine's destruction
 
 // True: a frame waits for the effects and pictures that are being read for it, and a command for its table, makeup or
-// preset, so that they begin with the same frame each time. False, as at the start: frames go on without them.
+// preset, so that they begin with the same frame each time; and the quality is never lowered. False, as at the start:
+// frames go on without them.
 LUMIVEX_API void lumivex_set_frames_await_loads(bool await);
 
 // After so many more frames, counted over all engines, every frame fails (processFrameData gives null). Negative:

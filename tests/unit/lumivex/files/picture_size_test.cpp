@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "fixtures/lumivex/engine_fixture.h"
+#include "makeup/makeup_resource.h"
+
 namespace lumivex_test {
 namespace {
 
@@ -40,6 +43,20 @@ TEST(PictureSize, OfAFileThatIsCutOffIsUnknown) {
     bytes.resize(20);
     EXPECT_FALSE(lumivex::ReadPictureSize(bytes)) << kind;
   }
+}
+
+// Nothing of this picture is there but its size, so a reader that decodes it first would say so.
+TEST(PictureSize, BeyondAMakeupsBudgetIsRefusedBeforeThePictureIsDecoded) {
+  std::vector<uint8_t> picture = Encoded(".png", cv::Mat(40, 30, CV_8UC4, cv::Scalar(1, 2, 3, 255)));
+  picture.resize(33);
+  WriteFile("layer.png", std::string(picture.begin(), picture.end()));
+  WriteFile("makeup.json",
+            R"({"format":1,"layers":[{"image":"layer.png","anchors":{"left_eye":[1,1],"right_eye":[9,1]}}]})");
+  const lumivex::MakeupLoad refused = lumivex::LoadMakeup(OwnFolder(), 30 * 40 - 1);
+  EXPECT_EQ(refused.resource, nullptr);
+  EXPECT_NE(refused.reason.find("pixels"), std::string::npos) << refused.reason;
+  const lumivex::MakeupLoad read = lumivex::LoadMakeup(OwnFolder(), 30 * 40);
+  EXPECT_NE(read.reason.find("no picture"), std::string::npos) << read.reason;
 }
 
 }  // namespace

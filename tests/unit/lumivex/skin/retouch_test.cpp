@@ -197,6 +197,18 @@ TEST_F(Retouch, SkinOutsideTheFaceStays) {
   }
 }
 
+TEST_F(Retouch, SmoothingLeavesAWallOfTheSkinsColourBesideTheHead) {
+  Picture picture = plain_;
+  picture.FillLuma([](int x, int y) { return kSkin.y + Noise(x, y, 6); });
+  const Picture after = With(picture, lumivex::kBeautySmooth);
+  const cv::Point cheek = Beside({-0.5F, 0.62F});
+  EXPECT_LT(after.LumaDeviation(cheek.x - 10, cheek.y - 10, cheek.x + 10, cheek.y + 10),
+            0.7 * picture.LumaDeviation(cheek.x - 10, cheek.y - 10, cheek.x + 10, cheek.y + 10));
+  for (int y = 0; y < kHeight; ++y) {
+    for (const int x : {10, 60, kWidth - 60, kWidth - 10}) ASSERT_EQ(after.Luma(x, y), picture.Luma(x, y)) << x;
+  }
+}
+
 TEST_F(Retouch, NaturalityWeakensIt) {
   Picture spotted = plain_;
   const cv::Point2f cheek = Beside({-0.5F, 0.62F});

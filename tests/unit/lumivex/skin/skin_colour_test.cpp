@@ -126,6 +126,21 @@ TEST(SkinModel, IsNotLearnedFromTooFewSamplesNorFromWhatNoSkinIs) {
   EXPECT_FALSE(SkinModel::Learn(blue)) << "a painted face";
 }
 
+TEST(SkinModel, IsLearnedFromAFaceInDimAndInColdLight) {
+  for (size_t i = 0; i < kTones.size(); ++i) {
+    std::vector<ShadeFreeColour> dim;
+    std::vector<ShadeFreeColour> cold;
+    for (int sample = 0; sample < 60; ++sample) {
+      const float light = 0.9f + 0.003f * static_cast<float>(sample);
+      const auto [red, green, blue] = kTones[i];
+      dim.push_back(Colour(kTones[i], 0.5f * light));
+      cold.push_back(Colour({red * 84 / 100, green * 95 / 100, blue}, light));
+    }
+    EXPECT_TRUE(SkinModel::Learn(dim)) << "tone " << i + 1;
+    EXPECT_TRUE(SkinModel::Learn(cold)) << "tone " << i + 1;
+  }
+}
+
 TEST(SkinModel, FollowsTheLightPartOfTheWay) {
   auto warm = Samples({200, 140, 110});
   auto cold = Samples({180, 145, 130});
