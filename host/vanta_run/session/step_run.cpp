@@ -66,10 +66,12 @@ StepRun::StepRun(const Input &input, Stage &stage, FrameMeter &meter, Recorder *
       progress_(progress),
       gate_(WorkerKind::kBeauty, WakeWorker) {
   meter_.set_on_enter([this] { OnEnter(); });
+  meter_.set_on_leave([] { StepClock::Get().EndFilter(); });
 }
 
 StepRun::~StepRun() {
   meter_.set_on_enter({});
+  meter_.set_on_leave({});
   StepClock::Get().FollowFramesOf(nullptr, false);
 }
 
@@ -83,6 +85,7 @@ void StepRun::OnEnter() {
   StepClock::Get().FrameTaken();
   last_to_worker_ = GoesToWorker();
   if (last_to_worker_) gate_.Expect();
+  if (last_to_worker_) StepClock::Get().BeginFilter();
 }
 
 // ---- Warm-up, while the clock runs ----
