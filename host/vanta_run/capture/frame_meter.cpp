@@ -69,6 +69,10 @@ void FrameMeter::Leave(obs_source_frame *frame) {
   withheld_ = 0;
   left_ = true;
   {
+    const std::lock_guard<std::mutex> lock(on_enter_mutex_);
+    if (on_leave_) on_leave_();
+  }
+  {
     std::lock_guard<std::mutex> lock(mutex_);
     Keep(filter_costs_, cost.count());
   }

@@ -56,6 +56,11 @@ class FrameMeter {
     const std::lock_guard<std::mutex> lock(on_enter_mutex_);
     on_enter_ = std::move(on_enter);
   }
+  // Called with each frame that has left it. [tick]
+  void set_on_leave(std::function<void()> on_leave) {
+    const std::lock_guard<std::mutex> lock(on_enter_mutex_);
+    on_leave_ = std::move(on_leave);
+  }
   // Frames that have entered and left so far, the one in the filter included.
   uint64_t entered() const { return entered_; }
   uint64_t left() const { return left_count_; }
@@ -106,7 +111,7 @@ class FrameMeter {
   uint32_t last_mark_ = 0;
 
   std::mutex on_enter_mutex_;
-  std::function<void()> on_enter_;  // guarded by on_enter_mutex_
+  std::function<void()> on_enter_, on_leave_;  // guarded by on_enter_mutex_
 
   mutable std::mutex mutex_;  // guards what follows
   FrameCounts counts_;

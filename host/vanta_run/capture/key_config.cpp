@@ -4,7 +4,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
@@ -14,6 +13,7 @@
 namespace vanta_run {
 namespace {
 
+constexpr size_t kLongestConfig = size_t{1} << 20;  // bytes
 constexpr char kOption[] = "--green-screen";
 constexpr char kFileRemedy[] = "give a file with a JSON object, or the object itself";
 constexpr char kTextRemedy[] = "write a JSON object, {\"keyColor\":[0.2,0.68,0.28]} for instance";
@@ -25,7 +25,10 @@ std::string FileText(const std::string &path) {
   errno = 0;
   std::ifstream file(path, std::ios::binary);
   if (!file) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
-  std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  std::string text(kLongestConfig + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<size_t>(file.gcount()));
+  if (text.size() > kLongestConfig) throw Failure(kExitInput, path, "is longer than 1 MiB", kFileRemedy);
   if (file.bad()) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
   return text;
 }

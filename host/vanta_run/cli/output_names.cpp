@@ -8,6 +8,8 @@
 #include <optional>
 
 #include "common/failure.h"
+#include "input/preset_files.h"
+#include "session/module_paths.h"
 
 namespace vanta_run {
 namespace {
@@ -31,8 +33,10 @@ std::vector<NamedFile> Sources(const Options &options) {
   std::vector<NamedFile> files = {{"--commands", options.commands},
                                   {"--ability-answers", options.ability_answers},
                                   {"--green-screen", options.green_screen_file},
-                                  {"--group", options.group},
                                   {"--module", options.module}};
+  if (!options.group.empty()) {
+    for (const std::string &file : PresetFiles(options.group, "")) files.push_back({"--group", file});
+  }
   if (options.input.rfind(kColorPrefix, 0) != 0) files.push_back({"--input", options.input});
   if (options.background.rfind(kColorPrefix, 0) != 0) files.push_back({"--background", options.background});
   if (options.lookup) files.push_back({"--lookup", options.lookup->path});
@@ -40,12 +44,22 @@ std::vector<NamedFile> Sources(const Options &options) {
   return files;
 }
 
+// Where the plug-in's data lies; empty where it is not found, which the run will say.
+std::string DataFolder(const Options &options) {
+  try {
+    return FindFilterModule(options).data;
+  } catch (const Failure &) {
+    return "";
+  }
+}
+
 // What is read from these is known only to their reader.
 std::vector<NamedFile> SourceFolders(const Options &options) {
   std::vector<NamedFile> folders = {{"--effect", options.effect},
                                     {"--group", options.group},
                                     {"--module", options.module},
-                                    {"--module-data", options.module_data}};
+                                    {"--module-data", options.module_data},
+                                    {"the plug-in's data", DataFolder(options)}};
   for (const MakeupOption &makeup : options.makeup) folders.push_back({"--makeup", makeup.folder});
   std::error_code ignored;
   std::erase_if(folders, [&](const NamedFile &folder) { return !fs::is_directory(folder.path, ignored); });

@@ -119,6 +119,13 @@ VANTA_EXPORT void obs_source_show_preloaded_video(obs_source_t *source) {
 
 // ---- The host layer's hooks, called by the module's workers after each frame ----
 
+// Before each frame that it works on, too.
+VANTA_EXPORT void SetFaceBeautyFilterWorkerThreadTimestamp(uint64_t id, uint64_t value) {
+  VANTA_HIDDEN(SetFaceBeautyFilterWorkerThreadTimestamp);
+  if (hidden != nullptr) hidden(id, value);
+  if (value != 0) Clock().AwaitFilter();
+}
+
 VANTA_EXPORT void FaceBeautyFilterWorkerThreadSleep(uint64_t id) {
   VANTA_HIDDEN(FaceBeautyFilterWorkerThreadSleep);
   if (hidden != nullptr) hidden(id);

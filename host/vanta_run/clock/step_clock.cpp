@@ -330,6 +330,8 @@ bool StepClock::GatesOpen() {
 }
 
 void StepClock::WaitAtGates(Lock &lock) {
+  filtering_ = false;  // where the filter gave nothing out
+  changed_.notify_all();
   const SteadyTime latest = std::chrono::steady_clock::now() + std::chrono::seconds(kGatePatienceS);
   while (held() && !changed_.wait_for(lock, kReminder, [this] { return GatesOpen() || !held(); })) {
     const bool late = std::chrono::steady_clock::now() > latest;
@@ -348,6 +350,18 @@ void StepClock::WaitAtGates(Lock &lock) {
 }
 
 // ---- Frames ----
+
+void StepClock::EndFilter() {
+  const Lock lock(mutex_);
+  filtering_ = false;
+  changed_.notify_all();
+}
+
+void StepClock::AwaitFilter() {
+  if (!held()) return;
+  Lock lock(mutex_);
+  changed_.wait(lock, [this] { return !filtering_ || !held(); });
+}
 
 void StepClock::FollowFramesOf(const obs_source *source, bool keep_every) {
   followed_ = source;

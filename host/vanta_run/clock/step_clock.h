@@ -94,6 +94,10 @@ class StepClock {
   // clock is held, until FrameTaken. Null: none is followed.
   void FollowFramesOf(const obs_source *source, bool keep_every);
   void FrameTaken();
+  // Between these the filter takes one frame in and gives another one out. A worker that were done with the one before
+  // that would look at a queue of two, and drop one of them. [graphics]
+  void BeginFilter() { filtering_ = true; }
+  void EndFilter();
   // A frame of that source waits for the next tick. Held.
   bool FrameWaiting() const { return frame_waiting_; }
 
@@ -113,6 +117,7 @@ class StepClock {
   bool LeaveTurn();
   void TakeTurn();
   void FrameComes(const obs_source *source);
+  void AwaitFilter();  // until no filter is between its two steps; the clock is held
 
  private:
   enum class Kind {
@@ -164,6 +169,7 @@ class StepClock {
   std::atomic<const obs_source *> followed_{nullptr};
   std::atomic<bool> keep_every_{false};
   std::atomic<bool> frame_waiting_{false};
+  std::atomic<bool> filtering_{false};
 };
 
 }  // namespace vanta_run

@@ -14,6 +14,7 @@
 
 extern "C" {
 #include <libavformat/avformat.h>
+#include <libavutil/display.h>
 }
 
 #include "common/failure.h"
@@ -127,6 +128,16 @@ AVRational TickRate(const AVStream &stream) {
   return ratio > 1.02 && std::fabs(ratio - 2) > 0.02 ? grid : mean;
 }
 
+// A telephone writes how it was held into the file, instead of turning the pictures.
+int TurnOf(const AVStream &stream) {
+  size_t size = 0;
+  const uint8_t *const matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+  if (matrix == nullptr || size < 9 * sizeof(int32_t)) return 0;
+  const double counterclockwise = av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix));
+  if (!std::isfinite(counterclockwise)) return 0;
+  return static_cast<int>((std::lround(-counterclockwise) % 360 + 360) % 360);
+}
+
 void ProbeMedia(const Request &request, Input &input) {
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
@@ -143,6 +154,7 @@ void ProbeMedia(const Request &request, Input &input) {
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
   input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
   input.file_rate = MeanRate(*stream);
+  input.turned = TurnOf(*stream);
   const AVRational rate = request.in_step                  ? TickRate(*stream)
                           : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
                                                            : stream->r_frame_rate;
@@ -171,6 +183,10 @@ void RequireReadable(const std::string &path) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) {
     throw Failure(kExitInput, path, "is a folder", "give a video, a picture or color:RRGGBB");
+  }
+  // Opening a pipe would wait for its other end, and a file is read more than once.
+  if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored)) {
+    throw Failure(kExitInput, path, "is no regular file", "write what comes out of it into a file first");
   }
   errno = 0;
   if (!std::ifstream(path, std::ios::binary)) {

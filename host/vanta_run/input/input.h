@@ -19,6 +19,8 @@ struct Input {
   double file_rate = 0;  // frames a second of a video, its mean; 0: unknown, or none
   PictureSize canvas;    // of the recording; width a multiple of 4, height of 2, as libobs wants it
   double duration = 0;   // seconds; 0: unknown or endless
+  // Degrees by which a player would turn a video, clockwise, 0 to 359; libobs's media source does not.
+  int turned = 0;
   // Pictures and colours: the frame, BGRA, size.width * 4 bytes per row.
   std::vector<uint8_t> pixels;
 };

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "common/failure.h"
+#include "input/media_guard.h"
 
 namespace vanta_run {
 namespace {
@@ -17,6 +18,7 @@ struct FrameDeleter {
 using FrameHandle = std::unique_ptr<obs_source_frame, FrameDeleter>;
 
 obs_source_t *CreateMedia(const Input &input, const char *name, bool loop) {
+  GuardMedia();
   OBSDataAutoRelease settings = obs_data_create();
   obs_data_set_bool(settings, "is_local_file", true);
   obs_data_set_string(settings, "local_file", input.path.c_str());

@@ -124,6 +124,14 @@ bool CopyUntil(int64_t end_ns, AVFormatContext *from, AVFormatContext *to) {
 
 }  // namespace
 
+std::string FormatEnding(const std::string &path) {
+  std::string ending = std::filesystem::path(path).extension().string();
+  for (char &letter : ending) {
+    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+  }
+  return ending;
+}
+
 std::optional<uint64_t> CountRecordedFrames(const std::string &path) {
   const InputFile file = Open(path);
   if (!file) return std::nullopt;
@@ -142,7 +150,7 @@ std::optional<uint64_t> CountRecordedFrames(const std::string &path) {
 }
 
 bool EndSoundWithPicture(const std::string &path) {
-  const std::string ending = std::filesystem::path(path).extension().string();
+  const std::string ending = FormatEnding(path);
   if (ending != ".mp4" && ending != ".mov" && ending != ".mkv") return true;
   const Ends ends = FindEnds(path);
   if (ends.picture == 0 || ends.sound <= ends.picture) return true;

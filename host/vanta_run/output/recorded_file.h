@@ -7,6 +7,9 @@
 
 namespace vanta_run {
 
+// What tells the format: the name's ending in small letters, ".mp4" for instance.
+std::string FormatEnding(const std::string &path);
+
 // The pictures of the file; nothing where it does not open, has none, or ends before it says it does.
 std::optional<uint64_t> CountRecordedFrames(const std::string &path);
 

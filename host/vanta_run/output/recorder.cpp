@@ -18,7 +18,7 @@ constexpr auto kLookPeriod = std::chrono::milliseconds(500);  // between two loo
 }  // namespace
 
 void RequireRecordingFormat(const std::string &path) {
-  const std::string ending = std::filesystem::path(path).extension().string();
+  const std::string ending = FormatEnding(path);
   for (const char *known : {".mp4", ".mkv", ".mov", ".flv", ".ts"}) {
     if (ending == known) return;
   }

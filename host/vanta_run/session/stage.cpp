@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "clock/step_clock.h"
 #include "common/failure.h"
 #include "common/source_names.h"
 #include "faces/face_overlay.h"
@@ -36,6 +37,12 @@ obs_bounds_type BoundsFor(const Input &input) {
 Stage::Stage(const Input &input, bool loop, bool in_step, FrameMeter &meter)
     : input_(input), in_step_(in_step), meter_(meter) {
   source_.emplace(input, kSourceName, loop, in_step);
+  AwaitFile(input);
+}
+
+// A file's thread that shows itself only once the clock is held would begin at any tick.
+void Stage::AwaitFile(const Input &input) {
+  if (in_step_ && input.kind == InputKind::kMedia) StepClock::Get().AwaitFileThreads(++files_);
 }
 
 Stage::~Stage() {
@@ -95,6 +102,7 @@ void Stage::AddGreenScreen(const std::string &config) {
 void Stage::AddBackground(const Input &background) {
   background_.emplace(background, "background", true, in_step_);
   obs_source_set_muted(background_->get(), true);  // what is heard is the input
+  AwaitFile(background);
 }
 
 void Stage::Show() {

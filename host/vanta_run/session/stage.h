@@ -54,10 +54,12 @@ class Stage {
 
  private:
   obs_sceneitem_t *Place(obs_source_t *source, obs_bounds_type bounds);
+  void AwaitFile(const Input &input);
 
   const Input &input_;
   const bool in_step_;
   FrameMeter &meter_;
+  size_t files_ = 0;  // that play
   std::optional<PlayedSource> source_, background_;
   OBSSourceAutoRelease before_, filter_, after_, landmarks_, green_screen_, overlay_;
   OBSSceneAutoRelease scene_;

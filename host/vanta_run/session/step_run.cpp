@@ -19,7 +19,8 @@ using Clock = std::chrono::steady_clock;
 constexpr double kWarmUpLimit = 30;     // seconds of real time, as below
 constexpr double kTickLimit = 30;       // for libobs to draw once
 constexpr double kStopLimit = 60;       // for the muxer
-constexpr double kNoPictureLimit = 10;  // seconds of the clip
+constexpr double kNoPictureLimit = 10;  // seconds of the clip, as below
+constexpr double kLastFrameLimit = 3;   // for a frame to enter once the input has ended
 constexpr int kSettledFrames = 3;
 constexpr uint64_t kSoundBlockNs = 21'333'333;  // 1024 samples of 48000 a second
 constexpr uint64_t kBeforeNs = 500'000;         // little, but more than roundings
@@ -65,10 +66,12 @@ StepRun::StepRun(const Input &input, Stage &stage, FrameMeter &meter, Recorder *
       progress_(progress),
       gate_(WorkerKind::kBeauty, WakeWorker) {
   meter_.set_on_enter([this] { OnEnter(); });
+  meter_.set_on_leave([] { StepClock::Get().EndFilter(); });
 }
 
 StepRun::~StepRun() {
   meter_.set_on_enter({});
+  meter_.set_on_leave({});
   StepClock::Get().FollowFramesOf(nullptr, false);
 }
 
@@ -82,6 +85,7 @@ void StepRun::OnEnter() {
   StepClock::Get().FrameTaken();
   last_to_worker_ = GoesToWorker();
   if (last_to_worker_) gate_.Expect();
+  if (last_to_worker_) StepClock::Get().BeginFilter();
 }
 
 // ---- Warm-up, while the clock runs ----
@@ -202,8 +206,10 @@ void StepRun::Look() {
   recorder_->Start();
 }
 
-bool StepRun::Drained() const {
-  const bool ended = stage_.Ended() && !StepClock::Get().FrameWaiting();
+bool StepRun::Drained() {
+  if (!stage_.Ended()) ended_at_.reset();
+  if (stage_.Ended() && !ended_at_) ended_at_ = pace_.Elapsed();
+  const bool ended = ended_at_ && (!StepClock::Get().FrameWaiting() || pace_.Elapsed() - *ended_at_ > kLastFrameLimit);
   if (frames_in() == 0 && (ended || pace_.Elapsed() > kNoPictureLimit)) {
     throw Failure(kExitInput, input_.path, "no picture comes out of it", "give another file");
   }

@@ -53,7 +53,7 @@ class StepRun {
   // After each look: starts the recording right before the first frame is drawn. Throws Failure.
   void Look();
   // The input has ended, and its frames have entered. Throws Failure when there were none.
-  bool Drained() const;
+  bool Drained();
   // Brings the frame out that is kept back, and ends the recording behind it.
   void FinishFrames();
   // Until the muxer has all of it; then the clock runs again.
@@ -89,6 +89,7 @@ class StepRun {
   bool interrupted_ = false;
   uint64_t entered_before_ = 0, left_before_ = 0;  // when the run began
   std::optional<uint64_t> frames_in_;              // once it has ended
+  std::optional<double> ended_at_;                 // seconds into the run at which the input ended
 };
 
 }  // namespace vanta_run

@@ -7,7 +7,6 @@
 #include "fixtures/libobs/beauty_chain.h"
 #include "fixtures/libobs/media_clip.h"
 #include "fixtures/libobs/obs_session.h"
-#include "fixtures/process/wait.h"
 
 namespace vanta_integration {
 namespace {
@@ -34,13 +33,13 @@ struct Tolerance {
 void ExpectFramesOneCallLater(video_format format, Tolerance tolerance) {
   const MediaClip clip(format, 24, 40, 3);
   ASSERT_TRUE(clip.Made());
-  const ObsSession session({.stock_media = true});
+  const ObsSession session({.stock_media = true, .held_clock = true});
   scripted_engine::Change([](vanta_test::EngineScript &script) { script.on_frame = LiftLuma; });
-  const OBSSourceAutoRelease source = clip.MakeSource();
+  const OBSSourceAutoRelease source = clip.MakeSource(true);  // on that clock it is soon over
   BeautyChain chain(source);
   chain.GoInStep();
   obs_set_output_source(0, source);
-  ASSERT_TRUE(vanta_test::WaitUntil([&] { return chain.behind.Count() >= chain.FirstKept() + 8; }, "eight frames"));
+  ASSERT_TRUE(WaitInStep([&] { return chain.behind.Count() >= chain.FirstKept() + 8; }, "eight frames"));
   chain.RemoveFilter();
 
   const std::vector<FedFrame> in = chain.before.TakeFrames();

@@ -48,7 +48,7 @@ Points PointsOnPath(const Picture &picture, Path path) {
   FaceReceiver receiver;
   const LandmarkFilter filter(source.Get(), path);
   obs_set_output_source(0, source.Get());
-  EXPECT_TRUE(vanta_test::WaitUntil([&] { return !SettledPoints(receiver).empty(); }, "faces"));
+  EXPECT_TRUE(WaitInStep([&] { return !SettledPoints(receiver).empty(); }, "faces"));
   const Points newest = SettledPoints(receiver);
   EXPECT_EQ(receiver.Messages().back().width, picture.width);
   obs_set_output_source(0, nullptr);
@@ -100,7 +100,7 @@ TEST(LandmarkPortrait, TheEnginesOwnPathGivesThesePointsCutToWholePixels) {
 }
 
 TEST(LandmarkPortrait, BothPathsGiveTheSamePointsWithinHalfAPixel) {
-  const ObsSession session;
+  const ObsSession session({.held_clock = true});
   RegisterPaintedSource();
   const Picture picture = PortraitAsPicture();
   const Points cpu = PointsOnPath(picture, Path::kCpu);

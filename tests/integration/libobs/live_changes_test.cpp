@@ -80,7 +80,7 @@ TEST(LiveChanges, SettingsFromAnotherThreadReachTheEngineWhileFramesFlow) {
 }
 
 TEST(LiveChanges, AFilterCanComeAndGoWhileFramesFlow) {
-  const ObsSession session;
+  const ObsSession session({.held_clock = true});
   FedSource source;
   source.Show();
   for (int round = 0; round < 10; ++round) {
@@ -146,7 +146,7 @@ TEST(LiveChanges, TwoFiltersOnOneSourceBothWorkOnEachFrame) {
 }
 
 TEST(LiveChanges, FiltersOnTwoSourcesKeepTheirPicturesApart) {
-  const ObsSession session;
+  const ObsSession session({.held_clock = true});
   scripted_engine::Change([](EngineScript &script) { script.on_frame = LiftLuma; });
   FedSource left("left");
   FedSource right("right");
@@ -171,7 +171,7 @@ TEST(LiveChanges, FiltersOnTwoSourcesKeepTheirPicturesApart) {
 }
 
 TEST(LiveChanges, ASizeThatChangesWithEachFrameSettlesOnceItStays) {
-  const ObsSession session;
+  const ObsSession session({.held_clock = true});
   scripted_engine::Change([](EngineScript &script) { script.on_frame = LiftLuma; });
   FedSource source;
   BeautyChain chain(source.Get());
@@ -212,7 +212,7 @@ TEST(LiveChanges, AFormatThatChangesWithEachFrameComesOutInTheFormatOfTheCall) {
 class EdgeSizes : public testing::TestWithParam<video_format> {};
 
 TEST_P(EdgeSizes, AreCarriedOrKeptBackWithoutHarm) {
-  const ObsSession session;
+  const ObsSession session({.held_clock = true});
   FedSource source;
   BeautyChain chain(source.Get());
   source.Show();

@@ -19,6 +19,12 @@ std::vector<std::string> With(std::vector<std::string> more) {
   return more;
 }
 
+// On the clip's own clock, where the run takes no longer than its work.
+std::vector<std::string> InStepWith(std::vector<std::string> more) {
+  more.push_back("--every-frame");
+  return With(more);
+}
+
 void WriteScript(const Workplace &workplace, const std::string &text) {
   std::ofstream(workplace / "s.jsonl", std::ios::binary) << text;
 }
@@ -67,7 +73,7 @@ TEST(RunCommands, CommandChangesThePicture) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":0.2,"call":"SetBeautyIntensityWithType","type":"brightness","intensity":1})");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "3", "--report", "r.json"}));
+      RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--seconds", "3", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(ReadReport(workplace / "r.json")["engine"]["last_applied"]["beauty"]["brightness"], 1.0);
 }
@@ -80,7 +86,7 @@ TEST(RunCommands, UpdateReachesTheRunningFilterAsAWhole) {
 {"at":0.21,"update":{"sceneitem_orientation_info":{"hor_flip":false,"rot_deg":90}}}
 )");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "1", "--report", "r.json"}));
+      RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--seconds", "1", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   std::vector<json> bodies;
   const json whole = ReadReport(workplace / "r.json");
@@ -102,7 +108,7 @@ TEST(RunCommands, AbilityHandlerGoesInByAnUpdateAndIsCalled) {
 {"at":2,"call":"UnloadInteractiveBoxResource"}
 )");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "2.5", "--report", "r.json"}));
+      RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--seconds", "2.5", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   std::vector<std::string> asked;
   const json report = ReadReport(workplace / "r.json");
@@ -118,7 +124,7 @@ TEST(RunCommands, EffectForSourcesGoesToTheFilterAlone) {
       workplace,
       R"({"at":0.2,"call":"SetMagicEffectForSources","sources":["video","beauty"],"request":{"path":"/fx","slot":0,"flag":true}})");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "1", "--log", "log.txt"}));
+      RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--seconds", "1", "--log", "log.txt"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const std::string log = TextOf(workplace, "log.txt");
   const size_t first = log.find("magic_main_path_= /fx");
@@ -139,7 +145,7 @@ TEST(RunCommands, BadLineStopsTheRunBeforeItStarts) {
 TEST(RunCommands, ScriptOfAPictureIsPlayedToItsEnd) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":5.5,"call":"CancelMagicEffect"})");
-  const ProgramResult result = RunProgram(workplace, With({"--commands", "s.jsonl", "--report", "r.json"}));
+  const ProgramResult result = RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(NamesSent(ReadReport(workplace / "r.json")), std::vector<std::string>{"CancelMagicEffect"});
 }
@@ -148,7 +154,7 @@ TEST(RunCommands, CommandsBehindTheEndAreTold) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":60,"call":"CancelMagicEffect"})");
   const ProgramResult result =
-      RunProgram(workplace, With({"--commands", "s.jsonl", "--seconds", "0.5", "--report", "r.json"}));
+      RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--seconds", "0.5", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_NE(result.err.find("s.jsonl:1: the run ended before this line's 60.0 s"), std::string::npos) << result.err;
   EXPECT_EQ(ReadReport(workplace / "r.json")["commands"]["not_sent"], 1);
@@ -157,8 +163,8 @@ TEST(RunCommands, CommandsBehindTheEndAreTold) {
 TEST(RunCommands, AsynchronousCommandsCanBeSwitchedOff) {
   const Workplace workplace;
   WriteScript(workplace, R"({"at":0.2,"call":"SetBeautyIntensityWithType","type":"smooth","intensity":1})");
-  const ProgramResult result = RunProgram(
-      workplace, With({"--commands", "s.jsonl", "--async-commands", "off", "--seconds", "3", "--report", "r.json"}));
+  const ProgramResult result = RunProgram(workplace, InStepWith({"--commands", "s.jsonl", "--async-commands", "off",
+                                                                 "--seconds", "3", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const json report = ReadReport(workplace / "r.json");
   EXPECT_FALSE(report["switches"]["async-commands"].get<bool>());

@@ -24,8 +24,8 @@ double Light(const cv::Mat &picture) {
 TEST(RunDumpFrame, WritesThePictureBeforeAndAfterAndTheEnginesWord) {
   const Workplace workplace;
   const ProgramResult result =
-      RunProgram(workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--seconds", "2", "--beauty",
-                             "brightness=0.8", "--dump-frame", "10"});
+      RunProgram(workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--frames", "12",
+                             "--every-frame", "--beauty", "brightness=0.8", "--dump-frame", "10"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(workplace.Files(), (Names{"frame-10-after.png", "frame-10-before.png", "frame-10.json"}));
   const cv::Mat before = Picture(workplace, "frame-10-before.png"), after = Picture(workplace, "frame-10-after.png");
@@ -56,8 +56,8 @@ TEST(RunDumpFrame, BothPicturesAreOfTheSameFrame) {
 TEST(RunDumpFrame, WithoutEngineBothPicturesAreTheSameAndTheWordIsEmpty) {
   const Workplace workplace;
   const ProgramResult result =
-      RunProgram(workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--seconds", "1", "--beauty",
-                             "brightness=0.8", "--no-engine", "--dump-frame", "5=plain"});
+      RunProgram(workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--seconds", "1",
+                             "--every-frame", "--beauty", "brightness=0.8", "--no-engine", "--dump-frame", "5=plain"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_EQ(cv::norm(Picture(workplace, "plain-before.png"), Picture(workplace, "plain-after.png"), cv::NORM_INF), 0);
   EXPECT_EQ(ReadReport(workplace / "plain.json"), nlohmann::json::object());
@@ -73,8 +73,8 @@ TEST(RunDumpFrame, LastFrameOfARunIsWaitedFor) {
 
 TEST(RunDumpFrame, FrameThatNeverEntersIsAnOutputErrorAndLeavesNoFile) {
   const Workplace workplace;
-  const ProgramResult result = RunProgram(
-      workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--seconds", "1", "--dump-frame", "5000"});
+  const ProgramResult result = RunProgram(workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180",
+                                                      "--seconds", "1", "--every-frame", "--dump-frame", "5000"});
   EXPECT_EQ(result.exit_code, 6);
   EXPECT_EQ(result.err.rfind("vanta-run: --dump-frame: only ", 0), 0u) << result.err;
   EXPECT_EQ(workplace.Files(), Names{});
@@ -84,9 +84,10 @@ TEST(RunDumpFrame, FullDiskIsAnOutputErrorAndLeavesNoFile) {
   const Workplace workplace;
   ProgramSetting setting;
   setting.largest_file = 100;
-  const ProgramResult result = RunProgram(
-      workplace, {"--quiet", "--input", "color:20C040", "--size", "320x180", "--seconds", "1", "--dump-frame", "5"},
-      setting);
+  const ProgramResult result = RunProgram(workplace,
+                                          {"--quiet", "--input", "color:20C040", "--size", "320x180", "--frames", "6",
+                                           "--every-frame", "--dump-frame", "5"},
+                                          setting);
   EXPECT_EQ(result.exit_code, 6);
   EXPECT_NE(result.err.find("frame-5-before.png: File too large"), std::string::npos) << result.err;
   EXPECT_EQ(workplace.Files(), Names{});

@@ -37,7 +37,7 @@ TEST(RunEffects, EffectIsInTheSnapshot) {
   const Workplace workplace;
   WriteEffect(workplace, -1);
   const ProgramResult result =
-      RunProgram(workplace, With({"--seconds", "2", "--effect", "effect", "--snapshot", "s.png"}));
+      RunProgram(workplace, With({"--seconds", "2", "--every-frame", "--effect", "effect", "--snapshot", "s.png"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const cv::Scalar color = MiddleColor(cv::imread((workplace / "s.png").string()));
   EXPECT_GT(color[2], 180);
@@ -62,7 +62,7 @@ TEST(RunEffects, WhatTheEffectAsksForIsAnsweredFromTheFile) {
   const Workplace workplace;
   WriteEffect(workplace, -1);
   std::ofstream(workplace / "a.jsonl") << R"({"method":"getPkId","answer":{"pkId":"7"}})";
-  const ProgramResult result = RunProgram(workplace, With({"--seconds", "1.5", "--effect", "effect",
+  const ProgramResult result = RunProgram(workplace, With({"--seconds", "1.5", "--every-frame", "--effect", "effect",
                                                            "--ability-answers", "a.jsonl", "--report", "r.json"}));
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_NE(result.err.find(R"(getPkId, answered {"pkId":"7","seqId":)"), std::string::npos) << result.err;

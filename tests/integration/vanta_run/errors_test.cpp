@@ -1,5 +1,6 @@
 // What vanta-run says, and with which code it ends, when it cannot do what was asked.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <fstream>
@@ -88,6 +89,20 @@ TEST(RunErrors, FolderThatHoldsNoEffectIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "color:000000", "--effect", "."}, 3, "no effect.json");
 }
 
+// The engine would go on with the look that it has, and say so in the log alone.
+TEST(RunErrors, PresetThatTheEngineCannotTakeIsAnInputError) {
+  const Workplace workplace;
+  WriteFile(workplace / "group.json", R"({"format":1,"presets":["baixi","light.json"]})");
+  WriteFile(workplace / "notes.txt", "nothing to see here");
+  for (const auto &[group, part] : {std::pair{"jingdain", "jingdain.json: No such file"},
+                                    {"jingdain", "or one of the names baixi, hongrun, jingdian"},
+                                    {"./missing.json", "missing.json: No such file"},
+                                    {"notes.txt", "notes.txt: is no preset"},
+                                    {"group.json", "light.json: No such file"}}) {
+    ExpectRefusal(workplace, {"--input", "color:000000", "--group", group}, 3, part);
+  }
+}
+
 TEST(RunErrors, MissingMakeupFolderIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "color:000000", "--makeup", "missing=0.5"}, 3, "no such folder");
 }
@@ -118,6 +133,12 @@ TEST(RunErrors, VirtualCameraWithoutADeviceIsAModuleErrorBeforeTheRunStarts) {
 
 TEST(RunErrors, FolderIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "/tmp"}, 3, "is a folder");
+}
+
+TEST(RunErrors, PipeIsAnInputErrorAndNotWaitedFor) {
+  const Workplace workplace;
+  ASSERT_EQ(mkfifo((workplace / "pipe.mp4").c_str(), 0600), 0);
+  ExpectRefusal(workplace, {"--input", "pipe.mp4"}, 3, "pipe.mp4: is no regular file; ");
 }
 
 TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
@@ -176,6 +197,7 @@ TEST(RunErrors, FileThatIsNoLibraryIsAModuleError) {
   const ProgramResult result =
       RunProgram(workplace, {"--quiet", "--input", "color:203040", "--module", ".", "--module-data", VANTA_TEST_DATA});
   EXPECT_EQ(result.exit_code, 5) << result.err;
+  EXPECT_NE(result.err.find("vanta_filter.so: libobs cannot load it; "), std::string::npos) << result.err;
   ExpectOneLine(result);
 }
 

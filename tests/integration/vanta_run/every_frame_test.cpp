@@ -220,6 +220,51 @@ TEST(EveryFrameOf, ATruncatedFileIsRecordedAsFarAsItGoes) {
   EXPECT_EQ(frames, UpTo(static_cast<int>(frames.size())));
 }
 
+// Its sound begins before its picture, and the index that leads back to the start is missing.
+TEST(EveryFrameOf, ACutOffFileWhoseSoundComesFirstIsRecordedAsFarAsItGoes) {
+  const Workplace workplace;
+  MakeClip(workplace, "clip.mp4", "testsrc2=s=320x180:r=30:d=1,format=yuv420p", "1");
+  RunTool({"ffmpeg", "-v", "error", "-nostdin", "-i", (workplace / "clip.mp4").string(), "-c", "copy",
+           (workplace / "clip.mkv").string()});
+  std::filesystem::resize_file(workplace / "clip.mkv", std::filesystem::file_size(workplace / "clip.mkv") / 2);
+  const size_t frames = ReadNumbers(workplace, "clip.mkv").size();
+  ASSERT_GT(frames, 5u);
+  Record(workplace, "clip.mkv", "out.mkv");
+  EXPECT_EQ(ReadNumbers(workplace, "out.mkv").size(), frames);
+}
+
+TEST(EveryFrameOf, AFileWhoseSoundHoldsNothingIsRecorded) {
+  const Workplace workplace;
+  RunTool({"ffmpeg",
+           "-v",
+           "error",
+           "-nostdin",
+           "-f",
+           "lavfi",
+           "-i",
+           NumberedFrames("30", "2"),
+           "-itsoffset",
+           "1.5",
+           "-f",
+           "lavfi",
+           "-i",
+           "sine=d=0.5",
+           "-c:v",
+           "libx264",
+           "-preset",
+           "ultrafast",
+           "-crf",
+           "10",
+           "-c:a",
+           "aac",
+           (workplace / "clip.mkv").string()});
+  std::filesystem::resize_file(workplace / "clip.mkv", std::filesystem::file_size(workplace / "clip.mkv") / 2);
+  Record(workplace, "clip.mkv", "out.mkv");
+  const Numbers frames = ReadNumbers(workplace, "out.mkv");
+  EXPECT_GT(frames.size(), 5u);
+  EXPECT_EQ(frames, UpTo(static_cast<int>(frames.size())));
+}
+
 TEST(EveryFrameOf, ACommandShowsWithTheFrameOfItsTime) {
   const Workplace workplace;
   MakeClip(workplace, "clip.mp4", "color=gray:s=320x180:r=30:d=1", "1");

@@ -110,12 +110,31 @@ TEST(RunFiles, VideoEndsWithItsFile) {
   EXPECT_EQ(Probe(workplace, "out.mkv", "stream=width,height").rfind("320,180", 0), 0u);
 }
 
+TEST(RunFiles, FormatIsToldByTheEndingInCapitalsToo) {
+  const Workplace workplace;
+  const ProgramResult result = RunProgram(
+      workplace, {"--quiet", "--input", "color:203040", "--size", "64x64", "--frames", "5", "--output", "OUT.MP4"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_NE(Probe(workplace, "OUT.MP4", "format=format_name").find("mov,mp4"), std::string::npos);
+}
+
+TEST(RunFiles, VideoOfATurnedTelephoneIsToldWithTheRemedy) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=gray:s=64x64:r=30:d=0.1", "-pix_fmt", "yuv420p",
+           (workplace / "flat.mp4").string()});
+  RunTool({"ffmpeg", "-v", "error", "-nostdin", "-i", (workplace / "flat.mp4").string(), "-c", "copy", "-metadata:s:v",
+           "rotate=90", (workplace / "in.mp4").string()});
+  const ProgramResult result = RunProgram(workplace, {"--input", "in.mp4", "--every-frame", "--no-beauty"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_NE(result.err.find("in.mp4: is to be turned by "), std::string::npos) << result.err;
+}
+
 TEST(RunFiles, SizeOptionFitsAVideoIntoItsCanvas) {
   const Workplace workplace;
   RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=c=white:s=320x180:r=25:d=1", "-pix_fmt", "yuv420p",
            (workplace / "in.mkv").string()});
-  const ProgramResult result = RunProgram(
-      workplace, {"--input", "in.mkv", "--size", "200x200", "--loop", "--seconds", "1.5", "--snapshot", "s.png"});
+  const ProgramResult result = RunProgram(workplace, {"--input", "in.mkv", "--size", "200x200", "--loop", "--seconds",
+                                                      "1.5", "--every-frame", "--snapshot", "s.png"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const cv::Mat picture = cv::imread((workplace / "s.png").string());
   ASSERT_EQ(picture.size(), cv::Size(200, 200));

@@ -41,7 +41,8 @@ cv::Scalar Corner(const cv::Mat &picture) {
 
 ProgramResult RunTake(const Workplace &workplace, const std::vector<std::string> &more) {
   WriteTake(workplace / "take.png");
-  std::vector<std::string> arguments = {"--quiet", "--input", "take.png", "--fps", "20", "--seconds", "1.5"};
+  std::vector<std::string> arguments = {"--quiet", "--input",   "take.png", "--fps",
+                                        "20",      "--seconds", "1.5",      "--every-frame"};
   arguments.insert(arguments.end(), more.begin(), more.end());
   ProgramResult result = RunProgram(workplace, arguments);
   EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -153,8 +154,9 @@ TEST(RunGreenScreen, ReportHoldsTheConfigAndThatNoBeautyFilterWasThere) {
 cv::Mat Matte(const cv::Mat &take, const std::vector<std::string> &more = {}) {
   const Workplace workplace;
   cv::imwrite((workplace / "take.png").string(), take);
-  std::vector<std::string> arguments = {"--quiet",   "--input", "take.png",       "--no-beauty", "--fps",   "20",
-                                        "--seconds", "1",       "--green-screen", kConfig,       "--matte", "m.png"};
+  std::vector<std::string> arguments = {"--quiet",      "--input", "take.png",       "--no-beauty", "--fps",   "20",
+                                        "--seconds",    "1",       "--green-screen", kConfig,       "--matte", "m.png",
+                                        "--every-frame"};
   arguments.insert(arguments.end(), more.begin(), more.end());
   const ProgramResult result = RunProgram(workplace, arguments);
   EXPECT_EQ(result.exit_code, 0) << result.err;
@@ -185,8 +187,9 @@ TEST(RunMatte, LiesOverTheSnapshotWhereTheInputDoesNotFillTheCanvas) {
   const Workplace workplace;
   RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0xC04030:s=320x180:r=20:d=2", "-pix_fmt", "yuv420p",
            (workplace / "front.mp4").string()});
-  const ProgramResult result = RunProgram(workplace, {"--quiet", "--input", "front.mp4", "--size", "320x320",
-                                                      "--no-beauty", "--green-screen", kConfig, "--matte", "m.png"});
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "front.mp4", "--size", "320x320", "--every-frame", "--no-beauty",
+                             "--green-screen", kConfig, "--matte", "m.png"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   const cv::Mat matte = cv::imread((workplace / "m.png").string(), cv::IMREAD_UNCHANGED);
   ASSERT_EQ(matte.size(), cv::Size(320, 320));
@@ -274,6 +277,10 @@ TEST(RunPickKey, NoBackingIsAnInputErrorInOneLine) {
 
 TEST(RunGreenScreenErrors, UnreadableConfigIsAnInputError) {
   ExpectRefusal(Workplace(), {"--green-screen", "missing.json"}, 3, {"missing.json", "No such file"});
+}
+
+TEST(RunGreenScreenErrors, ConfigWithoutAnEndIsAnInputError) {
+  ExpectRefusal(Workplace(), {"--green-screen", "/dev/zero"}, 3, {"/dev/zero: is longer than 1 MiB; "});
 }
 
 TEST(RunGreenScreenErrors, FolderAsConfigIsAnInputError) {

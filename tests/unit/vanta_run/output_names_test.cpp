@@ -121,6 +121,39 @@ TEST_F(SharedFiles, NothingInAFolderThatIsReadIsReplaced) {
   EXPECT_THAT(RefusalOf(run), HasSubstr("in the folder of --makeup"));
 }
 
+// A group's members may lie anywhere, and be groups themselves.
+TEST_F(SharedFiles, NoMemberOfAPresetGroupIsReplaced) {
+  fs::create_directories(In("group"));
+  fs::create_directories(In("light"));
+  std::ofstream(In("group/group.json")) << R"({"format":1,"presets":["baixi","../light.json","../light"]})";
+  std::ofstream(In("light.json")) << R"({"format":1,"beauty":{"smooth":0.5}})";
+  std::ofstream(In("light/group.json")) << R"({"format":1,"presets":["../deep.json","../group"]})";
+  std::ofstream(In("deep.json")) << R"({"format":1,"beauty":{}})";
+  Options run;
+  run.input = "color:000000";
+  for (const std::string &group : {In("group"), In("group/group.json")}) {
+    run.group = group;
+    for (const char *member : {"light.json", "deep.json", "light/group.json"}) {
+      run.report = In(member);
+      EXPECT_THAT(RefusalOf(run), HasSubstr("is the file of --group; ")) << group << " " << member;
+    }
+    run.report = In("other.json");
+    EXPECT_EQ(RefusalOf(run), "");
+  }
+}
+
+// Presets by name, colour tables and models lie there.
+TEST_F(SharedFiles, NothingOfThePlugInsOwnDataIsReplaced) {
+  fs::create_directories(In("data/presets"));
+  for (const char *file : {"vanta_filter.so", "data/vanta_beauty.effect", "data/presets/a.json"})
+    std::ofstream(In(file)) << "x";
+  Options run;
+  run.input = "color:000000";
+  run.module = In("vanta_filter.so");
+  run.report = In("data/presets/a.json");
+  EXPECT_THAT(RefusalOf(run), HasSubstr("is there already, in the folder of the plug-in's data; "));
+}
+
 // Whoever works in the effect's folder records there again and again.
 TEST_F(SharedFiles, RecordingInAFolderThatIsReadMayBeMadeAgain) {
   Options run;

@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "vanta_filter/module/host_extensions.h"
+
 namespace vanta_run {
 namespace {
 
@@ -162,6 +164,23 @@ TEST_F(HeldClock, GraphicsThreadKeepsItsTurnUntilTheGateOpens) {
   EXPECT_EQ(diary_.notes(), std::vector<std::string>{"open@10"});
   graphics.join();
   clock_.RemoveGate(gate);
+}
+
+// Else a quick worker would find two finished frames in the queue, and drop one.
+TEST_F(HeldClock, WorkerBeginsOnceTheFilterHasGivenItsFrameOut) {
+  clock_.BeginFilter();
+  std::thread worker([this] {
+    ++started_;
+    SetFaceBeautyFilterWorkerThreadTimestamp(7, 1);
+    diary_.Note("worker");
+  });
+  while (started_ == 0) std::this_thread::yield();
+  const auto real = std::chrono::steady_clock::now();
+  while (std::chrono::steady_clock::now() < real + std::chrono::milliseconds(5)) std::this_thread::yield();
+  diary_.Note("filter");
+  clock_.EndFilter();
+  worker.join();
+  EXPECT_EQ(diary_.notes(), (std::vector<std::string>{"filter@0", "worker@0"}));
 }
 
 TEST_F(HeldClock, TimeGoesOnFromWhereItStoodWhenItIsReleased) {

@@ -1,0 +1,14 @@
+// Files that end early, and the media source of libobs that plays them.
+#pragma once
+
+namespace vanta_run {
+
+// The source goes back to the file's start once it has looked at its streams. In a file that was cut off that fails
+// where no picture stands at the very start: the index is missing. It then goes on as at the end of the file, and where
+// it has decoded no sound by then it reads through a null pointer. So two functions of FFmpeg that it calls are
+// replaced for its threads: a search that fails is made again in the other direction, and a decoder that has given
+// nothing says "no more yet" instead of "no more", which leads the source past that pointer.
+// Linked into a program that exports its symbols; calling this makes sure that it is.
+void GuardMedia();
+
+}  // namespace vanta_run
