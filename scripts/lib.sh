@@ -24,7 +24,7 @@ vanta_packages() {
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
       printf '%s\n' g++-mingw-w64-x86-64-posix libobs-dev libsimde-dev nlohmann-json3-dev dpkg-dev googletest wine \
-        wine64 xvfb xauth zip unzip npm python3 ffmpeg
+        wine64 xvfb xauth zip unzip npm openssl python3 ffmpeg
       ;;
     demo)
       vanta_packages run
