@@ -24,7 +24,9 @@ vanta_packages() {
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
       printf '%s\n' g++-mingw-w64-x86-64-posix libobs-dev libsimde-dev nlohmann-json3-dev dpkg-dev googletest wine \
-        wine64 xvfb xauth zip unzip npm openssl python3 ffmpeg
+        wine64 xvfb xauth zip unzip openssl python3 ffmpeg
+      # Node.js from elsewhere brings its own npm, and Debian's package refuses to stand beside it.
+      command -v npm >/dev/null || echo npm
       ;;
     demo)
       vanta_packages run

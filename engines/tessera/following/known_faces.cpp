@@ -38,7 +38,9 @@ bool FarEyeIsGone(const Features &face) {
   return std::abs(face.turn.tangent) > kTurned || face.turn.confidence < kUnlike;
 }
 
+// Whoever trained a network for faces knows which of them it should see.
 bool IsTurnedAway(const KnownFace &face) {
+  if (face.trained) return false;
   const float most = face.turned_away ? kLeastShownTangent : kMostShownTangent;
   return std::abs(face.features.turn.tangent) > most || FarEyeIsGone(face.features);
 }
@@ -163,6 +165,7 @@ bool KnownFaces::Add(const NewFace &face, double now) {
   added.features = face.features;
   added.own_shape.Told(face.points, face.features);
   added.confirmed = now;
+  added.trained = face.trained;
   added.turned_away = IsTurnedAway(added);
   added.features_turn = features_turn_;
   faces_.push_back(std::move(added));

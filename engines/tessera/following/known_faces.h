@@ -20,6 +20,7 @@ struct NewFace {
   Features features;
   std::shared_ptr<const FaceTemplate> face;  // never null
   std::vector<cv::Point2f> points;           // that a network told, units; empty: none did
+  bool trained = false;                      // one of the user's networks told the face or its points
 };
 
 struct KnownFace {
@@ -35,6 +36,7 @@ struct KnownFace {
   int bad_pictures = 0;      // in a row
   int missed_looks = 0;      // in a row
   int pictures_away = 0;     // in a row with its middle outside
+  bool trained = false;      // as NewFace has it
   bool turned_away = false;  // so far aside that its points are not shown
   double confirmed = 0;      // seconds, when a search last saw it
   uint64_t features_turn = 0;

@@ -84,7 +84,7 @@ std::optional<SeenFace> FaceLook::CheckSwept(const PictureView &picture, const C
 // Its pupils where the cascade of eyes and the iris's edges tell them better.
 SeenFace FaceLook::ByNetwork(const PictureView &picture, const Placement &placement) {
   const Eyes eyes = eyes_.Find(picture.y, placement);
-  return {eyes.seen == 2 ? eyes.placement : placement, 2, kSureVotes};
+  return {eyes.seen == 2 ? eyes.placement : placement, 2, kSureVotes, true};
 }
 
 bool FaceLook::IsSure(const SeenFace &seen) {
@@ -97,12 +97,16 @@ std::vector<cv::Point2f> FaceLook::Points(const PictureView &picture, const Plac
 
 std::optional<NewFace> FaceLook::Begin(const PictureView &picture, const SeenFace &seen) {
   std::optional<NewFace> face = Begin(picture, seen.placement);
-  if (face) face->points = Points(picture, seen.placement);
+  if (!face) return face;
+  face->points = Points(picture, seen.placement);
+  face->trained = seen.trained || !face->points.empty();
   return face;
 }
 
 std::optional<NewFace> FaceLook::Begin(const PictureView &picture, const Placement &placement) {
-  NewFace face{placement, {}, MakeTemplate(picture.y, placement), {}};
+  NewFace face;
+  face.placement = placement;
+  face.face = MakeTemplate(picture.y, placement);
   if (!face.face) return std::nullopt;
   face.features = FindFeatures(picture, placement);
   return face;

@@ -24,8 +24,9 @@ struct CascadeFiles {
 // A face that was seen.
 struct SeenFace {
   Placement placement;
-  int eyes = 0;     // that were seen, 0..2
-  float votes = 0;  // how many windows agreed
+  int eyes = 0;          // that were seen, 0..2
+  float votes = 0;       // how many windows agreed
+  bool trained = false;  // by the user's network
 };
 
 // Owns: the cascades and the networks. Threads: one at a time.
