@@ -39,30 +39,35 @@ class RowBands {
       loop.Take(0);
       return;
     }
+    handover_.fetch_add(1, std::memory_order_release);
     cv::parallel_for_(cv::Range(0, threads), loop, threads);
-    loop.End();
+    handover_.fetch_add(1, std::memory_order_acquire);
   }
 
  private:
-  // OpenCV's own wrapper of a lambda would allocate. The two counters also order the memory of the bands for tools that
-  // cannot look into OpenCV's scheduler.
+  // Goes up before a loop, as a thread begins and ends its part, and after the loop: so the memory of the bands is
+  // ordered for tools that cannot look into OpenCV's scheduler too. Not a member of the loop, whose memory is what it
+  // orders.
+  inline static std::atomic<unsigned> handover_{0};
+
+  // OpenCV's own wrapper of a lambda would allocate.
   template <typename Work>
   class Loop : public cv::ParallelLoopBody {
    public:
     Loop(const Work &work, int rows, int step, int bands) : work_(work), rows_(rows), step_(step), bands_(bands) {}
 
     void operator()(const cv::Range &threads) const override {
+      handover_.fetch_add(1, std::memory_order_acquire);
       for (int thread = threads.start; thread < threads.end; ++thread) Take(thread);
+      handover_.fetch_add(1, std::memory_order_release);
     }
     void Take(int thread) const {
-      for (int band = next_.fetch_add(1, std::memory_order_acq_rel); band < bands_;
-           band = next_.fetch_add(1, std::memory_order_acq_rel)) {
+      for (int band = next_.fetch_add(1, std::memory_order_relaxed); band < bands_;
+           band = next_.fetch_add(1, std::memory_order_relaxed)) {
         const int first = band * step_;
         work_(first, std::min(first + step_, rows_), thread);
-        done_.fetch_add(1, std::memory_order_release);
       }
     }
-    void End() const { (void)done_.load(std::memory_order_acquire); }
 
    private:
     const Work &work_;
@@ -70,7 +75,6 @@ class RowBands {
     const int step_;
     const int bands_;
     mutable std::atomic<int> next_{0};
-    mutable std::atomic<int> done_{0};
   };
 
   int threads_;
