@@ -16,10 +16,18 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev lld dpkg-dev python3-websocket xdotool openbox ffmpeg xauth ccache glslang-tools groff-base
+      printf '%s\n' libgtest-dev libgmock-dev lld dpkg-dev python3-websocket ffmpeg xauth glslang-tools groff-base
       ;;
-    style)
-      printf '%s\n' clang-format clang-tidy
+    bench)
+      printf '%s\n' libbenchmark-dev
+      ;;
+    mouse)
+      printf '%s\n' xdotool openbox
+      ;;
+    ci)
+      # clang for its lock analysis, its fuzzers and its styles. ccache pays where the same is built again: an empty cache
+      # costs a newcomer's one build a minute.
+      printf '%s\n' clang libclang-rt-14-dev clang-format clang-tidy ccache
       ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
