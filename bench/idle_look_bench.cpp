@@ -1,7 +1,6 @@
 // What beauty filters cost whose values are all off, against the same ones in the jump state: twenty of them on one
 // source of small frames, whose own drawing and copying is nothing beside them.
 #include <gtest/gtest.h>
-#include <util/base.h>
 #include <util/platform.h>
 #include <obs.hpp>
 
@@ -11,13 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "fixtures/libobs/display.h"
 #include "fixtures/libobs/fed_source.h"
 #include "fixtures/libobs/frame_tap.h"
 #include "fixtures/libobs/obs_session.h"
 #include "fixtures/process/wait.h"
+#include "on_display.h"
 #include "ratio.h"
-#include "session/virtual_display.h"
 #include "vanta_filter/engine/i_faceless.h"
 
 namespace {
@@ -29,8 +27,6 @@ constexpr int kTurns = 30;
 constexpr int kFrames = 40;     // a turn
 constexpr int kDrawings = 400;  // a turn
 constexpr double kBar = 1.1;
-
-_XDisplay *display = nullptr;
 
 FedFrame SmallFrame() {
   FedFrame frame(VIDEO_FORMAT_NV12, 16, 16);
@@ -147,22 +143,9 @@ std::vector<vanta_bench::Row> MeasureAll() {
   return rows;
 }
 
-void Quiet(int, const char *, va_list, void *) {}
-
 }  // namespace
 
-_XDisplay *vanta_integration::Display() {
-  return display;
-}
-
 int main(int argc, char **argv) {
-  base_set_log_handler(Quiet, nullptr);
-  try {
-    const vanta_run::VirtualDisplay virtual_display;
-    display = virtual_display.connection();
-    return vanta_bench::Finish(MeasureAll(), vanta_bench::OutPath(argc, argv));
-  } catch (const std::exception &failure) {
-    std::fprintf(stderr, "idle_look_bench: %s\n", failure.what());
-    return 1;
-  }
+  return vanta_bench::RunOnDisplay("idle_look_bench",
+                                   [&] { return vanta_bench::Finish(MeasureAll(), vanta_bench::OutPath(argc, argv)); });
 }

@@ -1,7 +1,6 @@
 // One capture of the landmark filter on whole libobs and software GL, at 1920x1080: the time for which the graphics
 // lock is held, handing the texture over against reading it back, on the same picture. The runner answers at once.
 #include <gtest/gtest.h>
-#include <util/base.h>
 #include <obs.hpp>
 
 #include <chrono>
@@ -10,14 +9,12 @@
 #include <thread>
 #include <vector>
 
-#include "common/failure.h"
 #include "fakes/runner/scripted_runner.h"
-#include "fixtures/libobs/display.h"
 #include "fixtures/libobs/landmark_chain.h"
 #include "fixtures/libobs/obs_session.h"
 #include "fixtures/libobs/painted_source.h"
+#include "on_display.h"
 #include "ratio.h"
-#include "session/virtual_display.h"
 #include "vanta_host.h"
 
 namespace {
@@ -29,8 +26,6 @@ constexpr uint32_t kHeight = 1080;
 constexpr int kTurns = 60;
 constexpr double kBar = 0.2;
 constexpr std::chrono::milliseconds kPastTheInterval{80};  // of 66 ms between two captures
-
-_XDisplay *display = nullptr;
 
 Picture Gradient() {
   Picture picture(kWidth, kHeight);
@@ -86,23 +81,10 @@ vanta_bench::Row MeasureLock() {
   return row;
 }
 
-void Quiet(int, const char *, va_list, void *) {}
-
 }  // namespace
 
-_XDisplay *vanta_integration::Display() {
-  return display;
-}
-
 int main(int argc, char **argv) {
-  base_set_log_handler(Quiet, nullptr);
   vanta_test::scripted_runner::SetRecording(false);
-  try {
-    const vanta_run::VirtualDisplay virtual_display;
-    display = virtual_display.connection();
-    return vanta_bench::Finish({MeasureLock()}, vanta_bench::OutPath(argc, argv));
-  } catch (const vanta_run::Failure &failure) {
-    std::fprintf(stderr, "landmark_bench: %s\n", failure.what());
-    return 1;
-  }
+  return vanta_bench::RunOnDisplay(
+      "landmark_bench", [&] { return vanta_bench::Finish({MeasureLock()}, vanta_bench::OutPath(argc, argv)); });
 }

@@ -2,7 +2,6 @@
 // turns. The vision runner is the open one, and its worker is batch work; the picture without a face is the harder one,
 // since the runner then searches each.
 #include <gtest/gtest.h>
-#include <util/base.h>
 #include <obs.hpp>
 
 #include <algorithm>
@@ -12,13 +11,11 @@
 #include <opencv2/imgproc.hpp>
 #include <thread>
 
-#include "common/failure.h"
-#include "fixtures/libobs/display.h"
 #include "fixtures/libobs/landmark_chain.h"
 #include "fixtures/libobs/obs_session.h"
 #include "fixtures/libobs/painted_source.h"
 #include "fixtures/portrait/portrait.h"
-#include "session/virtual_display.h"
+#include "on_display.h"
 #include "vanta_host.h"
 
 namespace {
@@ -31,8 +28,6 @@ constexpr int kRounds = 4;  // of each kind
 constexpr std::chrono::seconds kRound{4};
 constexpr std::chrono::seconds kSettling{1};  // not counted: a filter that begins makes textures and reads its cascades
 constexpr double kMoreLost = 0.01;            // of all pictures: what two runs of one kind may differ by
-
-_XDisplay *display = nullptr;
 
 struct Pictures {
   uint32_t all = 0;
@@ -88,25 +83,13 @@ bool LosesNoMore(const char *name, const Picture &picture) {
   return good;
 }
 
-void Quiet(int, const char *, va_list, void *) {}
-
 }  // namespace
 
-_XDisplay *vanta_integration::Display() {
-  return display;
-}
-
 int main() {
-  base_set_log_handler(Quiet, nullptr);
   vanta_host_set_landmark_in_background(true);
-  try {
-    const vanta_run::VirtualDisplay virtual_display;
-    display = virtual_display.connection();
+  return vanta_bench::RunOnDisplay("landmark_frames_bench", [] {
     const bool portrait = LosesNoMore("portrait", Portrait());
     const bool no_face = LosesNoMore("no face", NoFace());
     return portrait && no_face ? 0 : 1;
-  } catch (const vanta_run::Failure &failure) {
-    std::fprintf(stderr, "landmark_frames_bench: %s\n", failure.what());
-    return 1;
-  }
+  });
 }

@@ -2,21 +2,18 @@
 // own, with and without the upstream chain, and against uploading the same picture. Times are those of a finished
 // drawing, since the driver works on threads of its own.
 #include <gtest/gtest.h>
-#include <util/base.h>
 #include <obs.hpp>
 
 #include <cstdio>
 #include <functional>
 #include <vector>
 
-#include "common/failure.h"
 #include "fixtures/libobs/beauty_chain.h"
-#include "fixtures/libobs/display.h"
 #include "fixtures/libobs/obs_session.h"
 #include "fixtures/process/wait.h"
 #include "lumivex/lumivex_control.h"
+#include "on_display.h"
 #include "ratio.h"
-#include "session/virtual_display.h"
 #include "vanta_host.h"
 
 namespace {
@@ -31,8 +28,6 @@ constexpr int kTurns = 60;
 constexpr double kSharedBar = 1.1;
 constexpr double kChainBar = 4.0;   // what the chain costs is the host's choice: told, and kept from running away
 constexpr double kUploadBar = 1.1;  // on software GL an upload is a copy in memory: little to gain, nothing to lose
-
-_XDisplay *display = nullptr;
 
 // Draws into a target of the frames' size, as a canvas does, and waits for the driver.
 class Canvas {
@@ -168,23 +163,9 @@ std::vector<vanta_bench::Row> Measure() {
   };
 }
 
-void Quiet(int, const char *, va_list, void *) {}
-
 }  // namespace
 
-_XDisplay *vanta_integration::Display() {
-  return display;
-}
-
 int main(int argc, char **argv) {
-  base_set_log_handler(Quiet, nullptr);
-  try {
-    const vanta_run::VirtualDisplay virtual_display;
-    display = virtual_display.connection();
-    const std::vector<vanta_bench::Row> rows = Measure();
-    return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));
-  } catch (const vanta_run::Failure &failure) {
-    std::fprintf(stderr, "render_bench: %s\n", failure.what());
-    return 1;
-  }
+  return vanta_bench::RunOnDisplay("render_bench",
+                                   [&] { return vanta_bench::Finish(Measure(), vanta_bench::OutPath(argc, argv)); });
 }
