@@ -9,7 +9,8 @@ import time
 from obs_client import await_value
 
 LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
-TITLE_HEIGHT = 22  # of a window
+PATIENCE = 300  # seconds, for what is tried again: on a machine of many others' work one try alone takes half a minute
+BORDER_WIDTH, TITLE_HEIGHT = 1, 22  # what openbox puts around a window
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 ADD_X, ADD_Y = 50, 950  # the + below that list
 PAGE_CORNER, WINDOW_GROUND = (300, 915), (640, 950)  # of one colour where there is a page, else the first is the picture's
@@ -27,23 +28,42 @@ def grab(x, y, width, height):
                            "rawvideo", "-pix_fmt", "rgb24", "-"], stdout=subprocess.PIPE, check=True).stdout
 
 
-def windows():
-    """All that are seen, menus and lists that have popped up among them."""
+def seen(*pattern):
+    """The windows that are seen now. A window that goes meanwhile ends xdotool's search with an error of X: it is begun anew
+    then. One that the window manager takes up is out of sight for a moment: what counts on a window counts on the answer
+    that had it, not on the next one."""
     while True:
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "obs"], stdout=subprocess.PIPE,
-                               stderr=subprocess.DEVNULL, text=True)
-        if found.returncode == 0 and found.stdout:  # a window that goes meanwhile ends the search
-            return set(found.stdout.split())
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", *pattern], stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, text=True)
+        if "X Error" not in found.stderr:
+            return found.stdout.split()
+
+
+def windows():
+    """All of the program, menus and lists that have popped up among them."""
+    while not (found := seen("--class", "obs")):
+        pass
+    return set(found)
+
+
+def named(name):
+    return set(seen("--name", name))
 
 
 def holds(condition, seconds=5):
-    """Whether it comes to hold within that time."""
+    """What it comes to within that time, once that is true; else false."""
     end = time.monotonic() + seconds
-    while not condition():
+    while not (value := condition()):
         if time.monotonic() > end:
             return False
         time.sleep(0.05)
-    return True
+    return value
+
+
+def geometry(window):
+    """Left, top, width and height, as xdotool tells them: a dialog's title is counted twice. Nothing where it is gone."""
+    told = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", window).splitlines())
+    return tuple(int(told[name]) for name in ("X", "Y", "WIDTH", "HEIGHT")) if told else ()
 
 
 class FiltersWindow:
@@ -52,21 +72,21 @@ class FiltersWindow:
     def __init__(self, obs, source):
         self.obs, self.source = obs, source
 
-        former = set(self.named(source))
+        former = named(source)
 
         def opened():  # asked again, since one that is still closing is not opened anew
             obs.ask("OpenInputFiltersDialog", inputName=source)
-            return holds(lambda: set(self.named(source)) - former)
+            return holds(lambda: named(source) - former)
 
-        await_value("the filters' window", opened, 90)
-        window = (set(self.named(source)) - former).pop()
-        xdotool("windowsize", "--sync", window, WIDTH, HEIGHT)
-        xdotool("windowmove", window, LEFT, TOP)
+        window = await_value("the filters' window", opened, PATIENCE).pop()
+
+        def placed():  # asked again, since the window manager places a new one by its own rules
+            xdotool("windowsize", window, WIDTH, HEIGHT)
+            xdotool("windowmove", window, LEFT, TOP)
+            return holds(lambda: geometry(window) == (LEFT + BORDER_WIDTH, TOP + TITLE_HEIGHT, WIDTH, HEIGHT))
+
+        await_value("the window's place", placed, PATIENCE)
         self.settle()
-
-    @staticmethod
-    def named(name):
-        return xdotool("search", "--onlyvisible", "--name", name).split()
 
     def settle(self):
         """Until the program's main thread waits for something to do, looked at four times; at most five seconds."""
@@ -108,9 +128,9 @@ class FiltersWindow:
             self.click(x, y)
             return holds(lambda: windows() - before)
 
-        await_value(what, opened, 90)
+        window = await_value(what, opened, PATIENCE).pop()
         self.settle()
-        return (windows() - before).pop()
+        return window
 
     def answer(self, window, *keys):
         """By the keyboard, until the window is closed."""
@@ -119,27 +139,26 @@ class FiltersWindow:
             xdotool("key", *keys)
             return holds(lambda: window not in windows())
 
-        await_value("the window is closed", closed, 90)
+        await_value("the window is closed", closed, PATIENCE)
         self.settle()
 
     def cancel(self, dialog):
-        """By its button, at the lower right: Escape may reach the window behind it, too. xdotool counts the title twice."""
-        place = dict(line.split("=") for line in xdotool("getwindowgeometry", "--shell", dialog).splitlines())
-        x, y = int(place["X"]) + int(place["WIDTH"]) - 60, int(place["Y"]) + int(place["HEIGHT"]) - 30 - TITLE_HEIGHT
+        """By its button, at the lower right: Escape may reach the window behind it, too."""
+        left, top, width, height = await_value("the dialog's place", lambda: geometry(dialog))
+        x, y = left + width - 60, top + height - 30 - TITLE_HEIGHT
 
         def closed():
             self.click(x, y)
             return holds(lambda: dialog not in windows())
 
-        await_value("the dialog is closed", closed, 90)
+        await_value("the dialog is closed", closed, PATIENCE)
 
     def add(self, steps_down, name):
         """By the + below the list: the menu's entry so many steps from its upper end, then the name."""
         menu = self.pop_up("the menu of filters", ADD_X, ADD_Y)
         before = windows()
         self.answer(menu, *["Down"] * steps_down, "Return")
-        await_value("the question for a name", lambda: self.named("Filter name"))
-        dialog = self.named("Filter name")[-1]
+        dialog = await_value("the question for a name", lambda: named("Filter name")).pop()
         self.settle()
         xdotool("key", "ctrl+a")
         xdotool("type", name)
@@ -161,5 +180,5 @@ class FiltersWindow:
             self.click(FILTER_X, y)
             return holds(shown)
 
-        await_value("the filter's page is shown", clicked, 90)
+        await_value("the filter's page is shown", clicked, PATIENCE)
         self.settle()

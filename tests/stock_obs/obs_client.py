@@ -23,7 +23,7 @@ AuthRequired=false
 """
 
 
-def await_value(what, get, seconds=40):
+def await_value(what, get, seconds=120):
     """The first true value of get(), which is asked again until then."""
     end = time.monotonic() + seconds
     while True:
@@ -76,12 +76,12 @@ class Obs:
         def attempt():
             assert self.process.poll() is None, f"OBS Studio ended by itself, status {self.process.returncode}"
             try:
-                return websocket.create_connection(f"ws://127.0.0.1:{self.port}", timeout=30,
+                return websocket.create_connection(f"ws://127.0.0.1:{self.port}", timeout=120,
                                                    subprotocols=["obswebsocket.json"])
             except OSError:
                 return None
 
-        self.connection = await_value("its websocket answers", attempt, 60)
+        self.connection = await_value("its websocket answers", attempt)
         json.loads(self.connection.recv())  # Hello
         self.connection.send(json.dumps({"op": 1, "d": {"rpcVersion": 1,
                                                                "eventSubscriptions": 512 if vendor_events else 0}}))
@@ -137,7 +137,7 @@ class Obs:
         self.connection.close()
         await_value("the main loop waits", self.main_loop_waits)
         self.process.send_signal(signal.SIGINT)
-        return self.process.wait(60)
+        return self.process.wait(120)
 
     def kill(self):
         if self.process.poll() is None:

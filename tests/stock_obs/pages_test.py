@@ -8,7 +8,7 @@ import subprocess
 import filter_pages
 import session
 import stock_obs_test as stock
-from filter_pages import FiltersWindow, holds, xdotool
+from filter_pages import PATIENCE, FiltersWindow, holds, xdotool
 from obs_client import await_value, collection_file
 
 GREEN, BEAUTY, OTHER = "green", "beauty", "other"
@@ -77,12 +77,12 @@ def press_until(obs, key, value):
     """Pressed again while nothing comes of it: OBS Studio keeps a change a while after it was made, and takes no key before
     its window is active."""
     def taken():
-        window = xdotool("search", "--onlyvisible", "--name", MAIN_WINDOW).split()[-1]
-        xdotool("windowactivate", "--sync", window)
-        xdotool("key", key)
+        for window in filter_pages.seen("--name", MAIN_WINDOW)[-1:]:
+            xdotool("windowactivate", "--sync", window)
+            xdotool("key", key)
         return holds(lambda: whiten(obs) == value)
 
-    await_value(f"{key} brings {value}", taken, 90)
+    await_value(f"{key} brings {value}", taken, PATIENCE)
     await_whiten(obs, value)
 
 
@@ -94,7 +94,7 @@ def drag_until_changed(window, obs, from_x, to_x):
         window.drag(from_x, to_x, WHITEN_Y)
         return holds(lambda: whiten(obs) > max(50, before))
 
-    await_value("the slider has moved", changed, 90)
+    await_value("the slider has moved", changed, PATIENCE)
     await_value("the value stays", lambda: (value := whiten(obs)) == whiten(obs, OTHER) and value)
 
 
@@ -165,7 +165,7 @@ def change_while_in_use(window, obs, steps):
 
     window.show_page(2)
     dialog = window.pop_up("the color dialog", 840, COLOR_Y)
-    assert dialog in window.named("[Cc]olor"), xdotool("getwindowname", dialog)
+    assert dialog in filter_pages.named("[Cc]olor"), xdotool("getwindowname", dialog)
     for step in range(8):
         obs.vendor("SetBeauty", smooth=step / 10)
         obs.ask("SetSourceFilterEnabled", sourceName="clip", filterName=GREEN, filterEnabled=step % 2 == 1)
@@ -207,7 +207,7 @@ def pick(window, obs, steps):
         window.click(525, PICK_Y)
         return holds(lambda: keyed(obs))
 
-    await_value("the picture is keyed", picked, 90)
+    await_value("the picture is keyed", picked, PATIENCE)
     config = json.loads(obs.vendor("GetKey", source="clip", filter=GREEN)["config"])
     assert all(abs(part * 255 - green) < 6 for part, green in zip(config["keyColor"], stock.GREEN)), config
     steps.keep("picked")

@@ -21,19 +21,46 @@ constexpr double kInitialColor[3] = {0, 1, 0};
 
 const char *const kAdjusted[] = {"key_alpha_down", "key_alpha_up", "key_alpha_shrink"};
 
+bool InPercent(const KeySetting &key) {
+  return key.scale > 1;
+}
+
+// A slider has whole per cents; the number itself stands beside it.
+std::string ExactSetting(const KeySetting &key) {
+  return std::string(key.setting) + "_exact";
+}
+
+// As a page shows it.
+double Shown(double value, const KeySetting &key) {
+  return InPercent(key) ? std::round(value * key.scale) : value;
+}
+
+// The exact number counts as long as the slider shows it.
 double Value(obs_data_t *settings, const KeySetting &key) {
-  const double value = obs_data_get_double(settings, key.setting) / key.scale;
+  const double shown = obs_data_get_double(settings, key.setting);
+  double value = shown / key.scale;
+  if (InPercent(key)) {
+    const double exact = obs_data_get_double(settings, ExactSetting(key).c_str());
+    if (Shown(exact, key) == shown) value = exact;
+  }
   return std::isfinite(value) ? std::clamp(value, key.minimum, key.maximum) : key.initial;
 }
 
-// As a page has it. 0.29 times 100 is a little less than 29, and whole numbers are cut.
-double Shown(double value, const KeySetting &key) {
-  return std::round(value * key.scale * 1e6) / 1e6;
+void SetNumber(obs_data_t *settings, const KeySetting &key, double value) {
+  obs_data_set_double(settings, key.setting, Shown(value, key));
+  if (InPercent(key)) obs_data_set_double(settings, ExactSetting(key).c_str(), value);
+}
+
+// Former versions saved per cents with a fraction, which a slider would cut.
+void RoundShown(obs_data_t *settings, const KeySetting &key) {
+  const double shown = obs_data_get_double(settings, key.setting);
+  if (InPercent(key) && std::round(shown) != shown) SetNumber(settings, key, Value(settings, key));
 }
 
 void SetDefault(obs_data_t *settings, const KeySetting &key) {
   switch (key.kind) {
     case KeyKind::kNumber:
+      if (InPercent(key)) obs_data_set_default_double(settings, ExactSetting(key).c_str(), key.initial);
       return obs_data_set_default_double(settings, key.setting, Shown(key.initial, key));
     case KeyKind::kSwitch:
       return obs_data_set_default_bool(settings, key.setting, key.initial != 0);
@@ -44,8 +71,7 @@ void SetDefault(obs_data_t *settings, const KeySetting &key) {
 
 void TakeNumber(const Json &value, const KeySetting &key, obs_data_t *settings) {
   if (!value.is_number()) return;
-  const double number = std::clamp(value.get<double>(), key.minimum, key.maximum);
-  obs_data_set_double(settings, key.setting, Shown(number, key));
+  SetNumber(settings, key, std::clamp(value.get<double>(), key.minimum, key.maximum));
 }
 
 void TakeWhole(const Json &value, const KeySetting &key, obs_data_t *settings) {
@@ -118,7 +144,7 @@ void ResetUnadjusted(obs_data_t *settings) {
   if (obs_data_get_bool(settings, kAdjustSetting)) return;
   for (const char *setting : kAdjusted) {
     const KeySetting *key = FindKeySetting(setting);
-    obs_data_set_double(settings, setting, Shown(key->initial, *key));
+    SetNumber(settings, *key, key->initial);
   }
 }
 
@@ -174,6 +200,7 @@ void SetKeyDefaults(obs_data_t *settings) {
 }
 
 bool MergeConfig(obs_data_t *settings) {
+  for (const KeySetting &key : KeySettings()) RoundShown(settings, key);
   const std::string text = obs_data_get_string(settings, kConfigSetting);
   if (text.empty() || text == obs_data_get_string(settings, kMergedSetting)) return true;
   obs_data_set_string(settings, kMergedSetting, text.c_str());

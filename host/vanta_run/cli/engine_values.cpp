@@ -1,9 +1,13 @@
 #include "cli/engine_values.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <optional>
+
+#include <opencv2/imgcodecs.hpp>
 
 #include <lumivex/lumivex_values.h>
 
@@ -149,13 +153,28 @@ void ReadStages(const std::string &value, Options &options) {
   }
 }
 
+// What is none the engine would tell of in the log alone, and go on without.
+bool IsLookupTable(const fs::path &path) {
+  constexpr size_t kHead = size_t{1} << 16;  // bytes, in which a table gives its size
+  std::string ending = path.extension().string();
+  std::transform(ending.begin(), ending.end(), ending.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (ending != ".cube") return cv::haveImageReader(path.string());
+  std::ifstream file(path, std::ios::binary);
+  std::string head(kHead, '\0');
+  file.read(head.data(), static_cast<std::streamsize>(head.size()));
+  return head.find("LUT_3D_SIZE") != std::string::npos;
+}
+
 LookupOption ReadLookup(const std::string &value) {
   LookupOption lookup{value, 1.0f};
   lookup.intensity = SplitIntensity("--lookup", lookup.path);
+  constexpr char kRemedy[] = "give a .cube file or a square PNG";
   std::error_code ignored;
   if (!fs::is_regular_file(lookup.path, ignored)) {
-    throw Failure(kExitUsage, "--lookup", "no file '" + lookup.path + "'", "give a .cube file or a square PNG");
+    throw Failure(kExitUsage, "--lookup", "no file '" + lookup.path + "'", kRemedy);
   }
+  if (!IsLookupTable(lookup.path)) throw Failure(kExitInput, lookup.path, "is no colour table", kRemedy);
   return lookup;
 }
 

@@ -5,8 +5,10 @@
 #include <util/platform.h>
 #include <util/threading.h>
 
+#include <atomic>
 #include <cerrno>
 
+#include "clock/frame_change.h"
 #include "clock/step_clock.h"
 #include "clock/worker_gate.h"
 #include "vanta_base/export.h"
@@ -22,6 +24,8 @@ using vanta_run::WorkerKind;
 // How long os_event_wait keeps the turn: what is signalled by then costs the run no step of the clock.
 constexpr unsigned long kEventPatienceMs = 50;
 
+std::atomic<vanta_run::FrameChange> frame_change{nullptr};
+
 StepClock &Clock() {
   return StepClock::Get();
 }
@@ -36,7 +40,20 @@ Function *Hidden(Function *, const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
+void Pass(obs_source_t *source, const obs_source_frame *frame, vanta_run::PassFrame pass) {
+  const vanta_run::FrameChange change = frame != nullptr ? frame_change.load() : nullptr;
+  if (change == nullptr || !change(source, *frame, pass)) pass(source, frame);
+}
+
 }  // namespace
+
+namespace vanta_run {
+
+void SetFrameChange(FrameChange change) {
+  frame_change = change;
+}
+
+}  // namespace vanta_run
 
 #define VANTA_HIDDEN(function) static const auto hidden = Hidden(&function, #function)
 
@@ -108,13 +125,14 @@ VANTA_EXPORT void os_set_thread_name(const char *name) {
 VANTA_EXPORT void obs_source_output_video(obs_source_t *source, const obs_source_frame *frame) {
   VANTA_HIDDEN(obs_source_output_video);
   if (frame != nullptr) Clock().FrameComes(source);
-  hidden(source, frame);
+  Pass(source, frame, hidden);
 }
 
-// A file that loops shows its first picture before it plays it. That would set the sound's time by the picture before.
+// A file that loops shows its first picture before it plays it. That would set the sound's time by the picture before, and
+// that picture has not been changed.
 VANTA_EXPORT void obs_source_show_preloaded_video(obs_source_t *source) {
   VANTA_HIDDEN(obs_source_show_preloaded_video);
-  if (!Clock().held()) hidden(source);
+  if (!Clock().held() && frame_change == nullptr) hidden(source);
 }
 
 // ---- The host layer's hooks, called by the module's workers after each frame ----

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -15,6 +16,7 @@
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/pixdesc.h>
 }
 
 #include "common/failure.h"
@@ -138,6 +140,12 @@ int TurnOf(const AVStream &stream) {
   return static_cast<int>((std::lround(-counterclockwise) % 360 + 360) % 360);
 }
 
+// A quarter turn of pixels whose colour is coarser in one direction only would make another format of them.
+bool CanTurn(int degrees, const AVCodecParameters &codec) {
+  const AVPixFmtDescriptor *const format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(codec.format));
+  return degrees % 90 == 0 && format != nullptr && format->log2_chroma_w == format->log2_chroma_h;
+}
+
 void ProbeMedia(const Request &request, Input &input) {
   AVFormatContext *opened = nullptr;
   int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
@@ -152,9 +160,11 @@ void ProbeMedia(const Request &request, Input &input) {
     throw Failure(kExitInput, input.path, "holds no video", "give a file with a picture");
   }
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
+  const int turn = TurnOf(*stream);
+  (CanTurn(turn, *stream->codecpar) ? input.turn : input.impossible_turn) = turn;
+  if (input.turn % 180 != 0) std::swap(input.size.width, input.size.height);
   input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
   input.file_rate = MeanRate(*stream);
-  input.turned = TurnOf(*stream);
   const AVRational rate = request.in_step                  ? TickRate(*stream)
                           : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
                                                            : stream->r_frame_rate;

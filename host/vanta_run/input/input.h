@@ -14,13 +14,15 @@ enum class InputKind { kMedia, kPicture, kColor, kCamera };
 struct Input {
   InputKind kind = InputKind::kMedia;
   std::string path;
-  PictureSize size;      // of its frames
+  PictureSize size;      // of its frames, turned
   FrameRate rate;        // of the canvas
   double file_rate = 0;  // frames a second of a video, its mean; 0: unknown, or none
   PictureSize canvas;    // of the recording; width a multiple of 4, height of 2, as libobs wants it
   double duration = 0;   // seconds; 0: unknown or endless
-  // Degrees by which a player would turn a video, clockwise, 0 to 359; libobs's media source does not.
-  int turned = 0;
+  // Degrees by which a video's frames are to be turned clockwise, as its file says: 0, 90, 180 or 270.
+  int turn = 0;
+  // Likewise, 0 to 359, where its angle or its pixels do not allow that.
+  int impossible_turn = 0;
   // Pictures and colours: the frame, BGRA, size.width * 4 bytes per row.
   std::vector<uint8_t> pixels;
 };

@@ -11,4 +11,7 @@ namespace vanta_run {
 // Linked into a program that exports its symbols; calling this makes sure that it is.
 void GuardMedia();
 
+// The caller is such a source's thread.
+bool OnMediaThread();
+
 }  // namespace vanta_run

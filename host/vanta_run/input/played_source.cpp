@@ -3,7 +3,6 @@
 #include <media-io/video-io.h>
 #include <util/platform.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include "common/failure.h"
@@ -11,11 +10,6 @@
 
 namespace vanta_run {
 namespace {
-
-struct FrameDeleter {
-  void operator()(obs_source_frame *frame) const { obs_source_frame_destroy(frame); }
-};
-using FrameHandle = std::unique_ptr<obs_source_frame, FrameDeleter>;
 
 obs_source_t *CreateMedia(const Input &input, const char *name, bool loop) {
   GuardMedia();
@@ -57,6 +51,7 @@ PlayedSource::PlayedSource(const Input &input, const char *name, bool loop, bool
   if (input.kind == InputKind::kMedia) {
     media_ = CreateMedia(input, name, loop);
     if (in_step) obs_source_set_async_unbuffered(media_, true);
+    if (input.turn != 0) turned_ = std::make_unique<TurnedVideo>(media_, input.turn);
   } else if (input.kind == InputKind::kCamera) {
     camera_ = CreateCamera(input, name);
   } else {
@@ -78,14 +73,7 @@ void PlayedSource::PushOne(const obs_source_frame *like) {
   const FrameHandle frame =
       DarkFrame(known ? like->format : VIDEO_FORMAT_NV12, known ? PictureSize{like->width, like->height} : size_);
   if (known) {
-    std::copy(std::begin(like->color_matrix), std::end(like->color_matrix), frame->color_matrix);
-    std::copy(std::begin(like->color_range_min), std::end(like->color_range_min), frame->color_range_min);
-    std::copy(std::begin(like->color_range_max), std::end(like->color_range_max), frame->color_range_max);
-    frame->full_range = like->full_range;
-    frame->max_luminance = like->max_luminance;
-    frame->flip = like->flip;
-    frame->flags = like->flags;
-    frame->trc = like->trc;
+    TakeColors(*like, *frame);
   } else {
     video_format_get_parameters_for_format(VIDEO_CS_709, VIDEO_RANGE_PARTIAL, frame->format, frame->color_matrix,
                                            frame->color_range_min, frame->color_range_max);

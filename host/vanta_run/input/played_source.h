@@ -7,6 +7,7 @@
 
 #include "input/input.h"
 #include "input/still_source.h"
+#include "input/turned_video.h"
 
 namespace vanta_run {
 
@@ -30,6 +31,7 @@ class PlayedSource {
   PictureSize size_;
   std::unique_ptr<StillSource> still_;
   OBSSourceAutoRelease media_, camera_;
+  std::unique_ptr<TurnedVideo> turned_;  // the file's frames; null: they are upright
 };
 
 }  // namespace vanta_run

@@ -227,9 +227,9 @@ int Run(const Options &options, Interrupt &interrupt) {
   Plan plan(options);
   LogSink log(options.log, options.verbose);
   Progress progress(options.quiet, !options.interactive);
-  if (plan.input.turned != 0) {
-    progress.Say(plan.input.path + ": is to be turned by " + std::to_string(plan.input.turned) +
-                 "°, which libobs does not do; for an upright one: ffmpeg -i INPUT upright.mp4");
+  if (plan.input.impossible_turn != 0) {
+    progress.Say(plan.input.path + ": is to be turned by " + std::to_string(plan.input.impossible_turn) +
+                 "°, which its pixels do not allow; for an upright one: ffmpeg -i INPUT -pix_fmt yuv420p upright.mp4");
   }
   Files files(options, progress);
 

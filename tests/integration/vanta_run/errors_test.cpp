@@ -103,6 +103,16 @@ TEST(RunErrors, PresetThatTheEngineCannotTakeIsAnInputError) {
   }
 }
 
+TEST(RunErrors, LookupThatIsNoTableIsAnInputError) {
+  const Workplace workplace;
+  WriteFile(workplace / "notes.txt", "nothing to see here");
+  WriteFile(workplace / "notes.cube", "TITLE nothing");
+  for (const char *name : {"notes.txt", "notes.cube"}) {
+    ExpectRefusal(workplace, {"--input", "color:000000", "--lookup", name}, 3,
+                  std::string(name) + ": is no colour table");
+  }
+}
+
 TEST(RunErrors, MissingMakeupFolderIsAnInputError) {
   ExpectRefusal(Workplace(), {"--input", "color:000000", "--makeup", "missing=0.5"}, 3, "no such folder");
 }

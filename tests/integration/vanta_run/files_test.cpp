@@ -118,12 +118,39 @@ TEST(RunFiles, FormatIsToldByTheEndingInCapitalsToo) {
   EXPECT_NE(Probe(workplace, "OUT.MP4", "format=format_name").find("mov,mp4"), std::string::npos);
 }
 
-TEST(RunFiles, VideoOfATurnedTelephoneIsToldWithTheRemedy) {
+// Four colours in its corners, and a note in the file by how much it is to be turned.
+void MakeTurnedClip(const Workplace &workplace, const std::string &degrees, const std::string &format) {
+  RunTool({"ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i",
+           "color=red:s=48x32:r=30:d=0.1[a];color=lime:s=48x32:r=30:d=0.1[b];color=blue:s=48x32:r=30:d=0.1[c];"
+           "color=white:s=48x32:r=30:d=0.1[d];[a][b][c][d]xstack=inputs=4:layout=0_0|w0_0|0_h0|w0_h0",
+           "-pix_fmt", format, "-crf", "5", (workplace / "flat.mp4").string()});
+  RunTool({"ffmpeg", "-v", "error", "-nostdin", "-y", "-i", (workplace / "flat.mp4").string(), "-c", "copy",
+           "-metadata:s:v", "rotate=" + degrees, (workplace / "in.mp4").string()});
+}
+
+class RunTurned : public testing::TestWithParam<const char *> {};
+
+TEST_P(RunTurned, VideoIsUprightAsPlayersShowIt) {
   const Workplace workplace;
-  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=gray:s=64x64:r=30:d=0.1", "-pix_fmt", "yuv420p",
-           (workplace / "flat.mp4").string()});
-  RunTool({"ffmpeg", "-v", "error", "-nostdin", "-i", (workplace / "flat.mp4").string(), "-c", "copy", "-metadata:s:v",
-           "rotate=90", (workplace / "in.mp4").string()});
+  MakeTurnedClip(workplace, GetParam(), "yuv420p");
+  RunTool({"ffmpeg", "-v", "error", "-i", (workplace / "in.mp4").string(), "-frames:v", "1",
+           (workplace / "player.png").string()});
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "in.mp4", "--every-frame", "--no-beauty", "--snapshot", "ours.png"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const cv::Mat expected = cv::imread((workplace / "player.png").string());
+  const cv::Mat picture = cv::imread((workplace / "ours.png").string());
+  ASSERT_EQ(picture.size(), expected.size());
+  EXPECT_LT(cv::norm(picture, expected, cv::NORM_L1) / static_cast<double>(picture.total()), 120)
+      << "the mean difference of a pixel";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RunTurned, testing::Values("90", "180", "270"),
+                         [](const auto &info) { return std::string("By") + info.param; });
+
+TEST(RunFiles, VideoWhosePixelsCannotBeTurnedIsToldWithTheRemedy) {
+  const Workplace workplace;
+  MakeTurnedClip(workplace, "90", "yuv422p");
   const ProgramResult result = RunProgram(workplace, {"--input", "in.mp4", "--every-frame", "--no-beauty"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
   EXPECT_NE(result.err.find("in.mp4: is to be turned by "), std::string::npos) << result.err;

@@ -57,6 +57,24 @@ TEST_F(GreenScreenKeys, LetASliderWinOverAConfigThatWasTakenBefore) {
   EXPECT_FLOAT_EQ(Complete()["similarity"].get<float>(), 0.55f);
 }
 
+// 66.7 per cent would be cut to 66 by a page's slider.
+TEST_F(GreenScreenKeys, AreRoundedOnThePageAndExactInTheConfig) {
+  EXPECT_EQ(obs_data_get_int(settings_, "key_similarity"), 67);
+  EXPECT_EQ(Complete()["similarity"], 0.667);
+  Give(R"({"similarity":0.596})");
+  EXPECT_EQ(obs_data_get_int(settings_, "key_similarity"), 60);
+  EXPECT_EQ(Complete()["similarity"], 0.596);
+  obs_data_set_int(settings_, "key_similarity", 61);  // by hand
+  EXPECT_EQ(Complete()["similarity"], 0.61);
+}
+
+TEST_F(GreenScreenKeys, AreRoundedOnThePageWhereAFormerVersionSavedAFraction) {
+  obs_data_set_double(settings_, "key_similarity", 59.6);
+  MergeConfig(settings_);
+  EXPECT_EQ(obs_data_get_double(settings_, "key_similarity"), 60);
+  EXPECT_FLOAT_EQ(Complete()["similarity"].get<float>(), 0.596f);
+}
+
 TEST_F(GreenScreenKeys, AreDefaultsAgainOnceTheSettingsAreCleared) {
   Give(R"({"similarity":0.4,"keyColor":[0.2,0.3,0.9],"blueBgFlag":false})");
   const OBSDataAutoRelease fresh = obs_data_create();
