@@ -45,7 +45,7 @@ constexpr long kSettlingMinutes = 10;   // until caches and pools have their siz
 constexpr double kMostHeapGrowth = 60;  // KiB of the heap in a simulated hour
 constexpr video_format kFormats[] = {VIDEO_FORMAT_NV12, VIDEO_FORMAT_I420, VIDEO_FORMAT_BGRA,
                                      VIDEO_FORMAT_YUY2, VIDEO_FORMAT_UYVY, VIDEO_FORMAT_I422};
-// Where the module's steady clock begins: a minute before a counter of its microseconds or milliseconds overflows.
+// The module's steady clock begins a little before a counter of its microseconds or milliseconds would overflow.
 constexpr int64_t kClockEdgesNs[] = {(int64_t{1} << 31) * 1'000, (int64_t{1} << 32) * 1'000,
                                      (int64_t{1} << 31) * 1'000'000, (int64_t{1} << 32) * 1'000'000};
 
@@ -344,7 +344,7 @@ void Print(const Figures &now, const Stage &stage, const std::string &what) {
 void CheckFlat(Campaign &campaign, const std::vector<Figures> &figures) {
   if (figures.empty()) return;
   const auto compare = [&](const char *what, long Footprint::*member, long most) {
-    long first = figures.front().held.*member, last = figures.back().held.*member;
+    const long first = figures.front().held.*member, last = figures.back().held.*member;
     if (last > first + most) {
       campaign.Report(std::string(what) + " rose from " + std::to_string(first) + " to " + std::to_string(last));
     }
@@ -364,7 +364,8 @@ void Play(Campaign &campaign) {
   const int act_frames = campaign.is_short() ? 6 : 45;  // between two things that are done
   const long begun = minutes;
   Dice clock_dice(campaign.seed() + static_cast<uint64_t>(minutes));
-  MovableClock::SetSteadyNs(kClockEdgesNs[clock_dice.Below(std::size(kClockEdgesNs))] - 60'000'000'000);
+  const int64_t before_edge_s = campaign.is_short() ? 4 : 60;
+  MovableClock::SetSteadyNs(kClockEdgesNs[clock_dice.Below(std::size(kClockEdgesNs))] - before_edge_s * 1'000'000'000);
 
   const ObsSession session(
       {.width = kWidth, .height = kHeight, .fps = kRate, .module = VANTA_TEST_CLOCK_MODULE, .held_clock = true});

@@ -3,6 +3,7 @@
 //   --beauty N --green N --landmarks N    0 at first
 //   --width N --height N --rate N         640, 360, 30
 //   --seconds N                           10; --settle N before them, 5
+//   --ticks N                             on a clock that is held, so many pictures: what they cost whoever else is at work
 #include <obs.hpp>
 #include <util/platform.h>
 
@@ -10,13 +11,16 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgproc.hpp>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "clock/worker_gate.h"
 #include "fixtures/libobs/beauty_chain.h"
 #include "fixtures/libobs/green_screen_chain.h"
 #include "fixtures/libobs/landmark_chain.h"
@@ -30,6 +34,8 @@ using namespace vanta_integration;
 using vanta_soak::Campaign;
 using vanta_soak::Footprint;
 using Clock = std::chrono::steady_clock;
+
+constexpr int kHeldSettle = 20;
 
 // A person before a green backing, moved a little from picture to picture.
 FedFrame Person(const cv::Mat &portrait, int width, int height, int shift) {
@@ -75,6 +81,19 @@ Totals Count(const std::vector<std::unique_ptr<Camera>> &cameras) {
   return totals;
 }
 
+// Each beauty filter keeps a frame back, as it does when its worker has begun.
+bool AllWork(const std::vector<std::unique_ptr<Camera>> &cameras) {
+  return std::all_of(cameras.begin(), cameras.end(), [](const auto &camera) {
+    return !camera->beauty || camera->beauty->before.Count() > camera->beauty->behind.Count();
+  });
+}
+
+// One that has missed its frame's signal finds it then.
+void WakeWorkers(ILumivex &control) {
+  control.BeginBatchCommand();
+  control.EndBatchCommand();
+}
+
 void Play(Campaign &campaign) {
   const auto count = [&campaign](const char *name, double otherwise) {
     return static_cast<int>(campaign.Number(name, otherwise));
@@ -83,9 +102,12 @@ void Play(Campaign &campaign) {
   const int width = count("width", 640), height = count("height", 360), rate = count("rate", 30);
   const double seconds = campaign.Number("seconds", 10), settle = campaign.Number("settle", 5);
 
+  const int wanted = count("ticks", 0);
+  const bool held = wanted > 0;
   const ObsSession session({.width = static_cast<uint32_t>(width),
                             .height = static_cast<uint32_t>(height),
-                            .fps = static_cast<uint32_t>(rate)});
+                            .fps = static_cast<uint32_t>(rate),
+                            .held_clock = held});
   std::vector<std::unique_ptr<Camera>> cameras;
   const OBSSceneAutoRelease scene = obs_scene_create("scene");
   const int most = std::max({beauty, green, landmarks, 1});
@@ -107,6 +129,9 @@ void Play(Campaign &campaign) {
   std::vector<FedFrame> pictures;
   for (const int shift : {0, 2, 4, 2}) pictures.push_back(Person(portrait, width, height, shift));
 
+  std::optional<vanta_run::WorkerGate> gate;
+  if (held) gate.emplace(vanta_run::WorkerKind::kBeauty, [&session] { WakeWorkers(session.Control()); });
+
   Totals before{};
   double processor = 0;
   uint32_t ticks = 0, late = 0;
@@ -116,14 +141,28 @@ void Play(Campaign &campaign) {
   auto next_frame = Clock::now();
   auto begin = next_frame;
   const auto start = next_frame;
+  int left = kHeldSettle;  // pictures until the next step, on the held clock
+  bool expected = false;   // the gate waits for every picture
   while (!Campaign::Interrupted()) {
     const FedFrame &frame = pictures[fed++ % pictures.size()];
     frame.Get()->timestamp = os_gettime_ns();
     for (const auto &camera : cameras) camera->source.Feed(frame);
     next_frame += std::chrono::nanoseconds(1'000'000'000 / rate);
-    std::this_thread::sleep_until(next_frame);
+    if (held) {
+      WaitForTicks(1);
+      if (!expected && AllWork(cameras)) {
+        gate->StartOver();
+        for (const auto &camera : cameras)
+          if (camera->beauty) camera->beauty->before.OnFrame([&gate](size_t) { gate->Expect(); });
+        expected = true;
+      }
+      if (expected) --left;
+    } else {
+      std::this_thread::sleep_until(next_frame);
+    }
     const auto now = Clock::now();
-    if (!measured && now - start > std::chrono::duration<double>(settle)) {
+    if (!measured && (held ? left == 0 : now - start > std::chrono::duration<double>(settle))) {
+      left = wanted;
       measured = true;
       before = Count(cameras);
       processor = vanta_soak::ProcessorSeconds();
@@ -132,11 +171,11 @@ void Play(Campaign &campaign) {
       late = obs_get_lagged_frames();
       begin = now;
     }
-    if (measured && now - begin > std::chrono::duration<double>(seconds)) break;
+    if (measured && (held ? left == 0 : now - begin > std::chrono::duration<double>(seconds))) break;
   }
   const double real = std::chrono::duration<double>(Clock::now() - begin).count();
   const Totals after = Count(cameras);
-  const Footprint held = vanta_soak::TakeFootprint();
+  const Footprint footprint = vanta_soak::TakeFootprint();
   nlohmann::ordered_json line = {{"beauty", beauty}, {"green", green}, {"landmarks", landmarks}, {"width", width},
                                  {"height", height}, {"rate", rate}, {"seconds", real}};
   line["processor"] = vanta_soak::ProcessorSeconds() - processor;
@@ -146,9 +185,9 @@ void Play(Campaign &campaign) {
   line["out"] = after.out - before.out;
   for (const auto &[name, spent] : vanta_soak::ProcessorSecondsOfThreads())
     if (const double since = spent - threads[name]; since > 0.005 * real) line["threads"][name] = since;
-  line["resident_kib"] = held.resident_kib;
-  line["heap_kib"] = held.heap_kib;
-  line["thread_count"] = held.threads;
+  line["resident_kib"] = footprint.resident_kib;
+  line["heap_kib"] = footprint.heap_kib;
+  line["thread_count"] = footprint.threads;
   double delay = 0, work = 0, slowest = 0, processed = 0;
   const std::vector<StatisticsSample> samples = session.Control().GetBeautyStatistics();
   for (const StatisticsSample &sample : samples) {
