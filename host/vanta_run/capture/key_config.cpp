@@ -1,14 +1,10 @@
 #include "capture/key_config.h"
 
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-
 #include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "common/failure.h"
+#include "common/text_file.h"
 
 namespace vanta_run {
 namespace {
@@ -19,18 +15,8 @@ constexpr char kFileRemedy[] = "give a file with a JSON object, or the object it
 constexpr char kTextRemedy[] = "write a JSON object, {\"keyColor\":[0.2,0.68,0.28]} for instance";
 
 std::string FileText(const std::string &path) {
-  std::error_code ignored;
   if (path.empty()) throw Failure(kExitUsage, kOption, "bad value ''", kFileRemedy);
-  if (std::filesystem::is_directory(path, ignored)) throw Failure(kExitInput, path, "is a folder", kFileRemedy);
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
-  std::string text(kLongestConfig + 1, '\0');
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<size_t>(file.gcount()));
-  if (text.size() > kLongestConfig) throw Failure(kExitInput, path, "is longer than 1 MiB", kFileRemedy);
-  if (file.bad()) throw Failure(kExitInput, path, std::strerror(errno), kFileRemedy);
-  return text;
+  return ReadTextFile(path, kLongestConfig, kFileRemedy);
 }
 
 // Where the parser stopped; what it read there may be no text.

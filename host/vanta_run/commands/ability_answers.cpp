@@ -1,19 +1,19 @@
 #include "commands/ability_answers.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include <sstream>
 
 #include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "common/failure.h"
+#include "common/text_file.h"
 
 namespace vanta_run {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr size_t kLongestFile = size_t{16} << 20;  // bytes
 constexpr char kRemedy[] = R"(write {"method": "getPkId", "answer": {"pkId": "7"}} for instance)";
 
 AbilityAnswer ReadLine(const std::string &subject, const std::string &line) {
@@ -32,9 +32,7 @@ AbilityAnswer ReadLine(const std::string &subject, const std::string &line) {
 }  // namespace
 
 std::vector<AbilityAnswer> ReadAbilityAnswers(const std::string &path) {
-  errno = 0;
-  std::ifstream file(path);
-  if (!file) throw Failure(kExitInput, path, std::strerror(errno), "give a file with a JSON object a line");
+  std::istringstream file(ReadTextFile(path, kLongestFile, "give a file with a JSON object a line"));
   std::vector<AbilityAnswer> answers;
   std::string line;
   for (size_t number = 1; std::getline(file, line); ++number) {
@@ -42,7 +40,6 @@ std::vector<AbilityAnswer> ReadAbilityAnswers(const std::string &path) {
     if (start == std::string::npos || line[start] == '#') continue;
     answers.push_back(ReadLine(path + ":" + std::to_string(number), line));
   }
-  if (file.bad()) throw Failure(kExitInput, path, "cannot be read", "give a file with a JSON object a line");
   return answers;
 }
 

@@ -2,27 +2,17 @@
 
 #include <vanta_base/json_text.h>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
+#include <sstream>
 
 #include "common/failure.h"
+#include "common/text_file.h"
 
 namespace vanta_run {
 namespace {
 
+constexpr size_t kLongestScript = size_t{16} << 20;  // bytes
 constexpr size_t kMaxComplaints = 20;
 constexpr char kRemedy[] = "give a file of commands as vanta-run --help-commands tells";
-
-std::ifstream OpenScript(const std::string &path) {
-  std::error_code ignored;
-  if (std::filesystem::is_directory(path, ignored)) throw Failure(kExitInput, path, "is a folder", kRemedy);
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Failure(kExitInput, path, std::strerror(errno), kRemedy);
-  return file;
-}
 
 std::string Seconds(double value) {
   return vanta::WriteJson(Json(value));
@@ -35,7 +25,7 @@ std::string ComplainOfLine(const std::string &place, size_t number, const std::s
 }
 
 std::vector<ScriptLine> ReadScript(const std::string &path) {
-  std::ifstream file = OpenScript(path);
+  std::istringstream file(ReadTextFile(path, kLongestScript, kRemedy));
   std::vector<ScriptLine> script;
   std::vector<std::string> complaints;
   double last = 0;
@@ -54,7 +44,6 @@ std::vector<ScriptLine> ReadScript(const std::string &path) {
     if (at && *at < last) complain("its time " + Seconds(*at) + " goes back, behind " + Seconds(last));
     last = std::max(last, at.value_or(last));
   }
-  if (file.bad()) throw Failure(kExitInput, path, std::strerror(errno), kRemedy);
   if (complaints.size() > kMaxComplaints) {
     const size_t more = complaints.size() - kMaxComplaints;
     complaints.resize(kMaxComplaints);

@@ -141,6 +141,20 @@ TEST(RunErrors, PipeIsAnInputErrorAndNotWaitedFor) {
   ExpectRefusal(workplace, {"--input", "pipe.mp4"}, 3, "pipe.mp4: is no regular file; ");
 }
 
+// Each is read by the program before it starts anything.
+TEST(RunErrors, TextFileThatNobodyWritesToOrThatHasNoEndIsAnInputError) {
+  const Workplace workplace;
+  ASSERT_EQ(mkfifo((workplace / "pipe").c_str(), 0600), 0);
+  WriteFile(workplace / "holes", "{");
+  std::filesystem::resize_file(workplace / "holes", uintmax_t{4} << 30);
+  for (const char *option : {"--commands", "--ability-answers", "--green-screen"}) {
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "pipe"}, 3, "pipe: is a pipe that nobody writes to; ");
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "holes"}, 3, "holes: is longer than ");
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "/dev/zero"}, 3, "/dev/zero: is longer than ");
+  }
+  ExpectRefusal(workplace, {"--input", "color:000000", "--group", "./holes"}, 3, "holes: is longer than 1 MiB; ");
+}
+
 TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
   const Workplace workplace;
   WriteFile(workplace / "notes.txt", "nothing to see here\n");
