@@ -1,13 +1,39 @@
 #include "vanta_base/json_text.h"
 
 namespace vanta {
+namespace {
+
+// Values are copied and written level by level on the stack, which a text of a few hundred kilobytes could use up.
+constexpr int kDeepest = 256;
+
+// As much of the text as nests no deeper: all of it, or one that is no JSON.
+std::string_view Shallow(std::string_view text) {
+  int depth = 0;
+  bool quoted = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quoted) {
+      if (c == '\\') ++i;
+      if (c == '"') quoted = false;
+    } else if (c == '"') {
+      quoted = true;
+    } else if (c == '{' || c == '[') {
+      if (++depth > kDeepest) return text.substr(0, i);
+    } else if (c == '}' || c == ']') {
+      --depth;
+    }
+  }
+  return text;
+}
+
+}  // namespace
 
 nlohmann::ordered_json ReadJson(std::string_view text) {
-  return nlohmann::ordered_json::parse(text, nullptr, false);
+  return nlohmann::ordered_json::parse(Shallow(text), nullptr, false);
 }
 
 nlohmann::ordered_json ReadJsonOrThrow(std::string_view text) {
-  return nlohmann::ordered_json::parse(text);
+  return nlohmann::ordered_json::parse(Shallow(text));
 }
 
 std::string WriteJson(const nlohmann::ordered_json &json, int indent) {

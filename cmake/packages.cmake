@@ -4,6 +4,7 @@ if(WIN32)
   # Whose code is in the libraries, beside the system's and the host's own.
   set(VANTA_LICENCES
     ${PROJECT_SOURCE_DIR}/LICENSE vanta_filter
+    ${PROJECT_SOURCE_DIR}/docs/licences.md licences
     ${VANTA_LIBYUV_SOURCE}/LICENSE libyuv
     /usr/share/doc/nlohmann-json3-dev/copyright nlohmann-json
     /usr/share/doc/libsimde-dev/copyright simde
@@ -40,6 +41,10 @@ if(WIN32)
   include(CPack)
 elseif(UNIX AND NOT APPLE)
   # `cpack` in a Linux build folder: a Debian package, below /usr, where Debian's OBS Studio finds the plug-in.
+  # What is shipped, and under which licence: where Debian's packages have it.
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/licences.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/vanta-filter RENAME copyright)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/vanta-filter)
+
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGE_NAME vanta-filter)
   set(CPACK_PACKAGE_CONTACT "vanta_filter maintainers <vanta-filter@localhost>")

@@ -1,6 +1,7 @@
 #include "registration/filter_table.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include <obs.hpp>
@@ -45,12 +46,27 @@ size_t FilterTable::AddType(const HostSourceInfo &record) {
   return index;
 }
 
+namespace {
+
+// The module lets an exception out where a thread cannot be made. libobs is written in C: it would keep a source that
+// is half made, and a host that knows of no exceptions would end.
+void *CreateOrNull(decltype(HostSourceInfo::create) create, obs_data_t *settings, obs_source_t *source) {
+  try {
+    return create(settings, source);
+  } catch (const std::exception &error) {
+    blog(LOG_ERROR, "[vanta_host] the filter was not made: %s", error.what());
+    return nullptr;
+  }
+}
+
+}  // namespace
+
 void *FilterTable::Create(size_t type, obs_data_t *settings, obs_source_t *source) {
   if (type == kBeautyType) RemoveForeignHandler(settings);
   const OBSData read = BeforeCreation(type, source, settings);
   std::unique_ptr<FrameGate> gate;
   if (type == kBeautyType) gate = std::make_unique<FrameGate>(Controls().Changes());
-  void *data = types_[type].create.load()(read, source);
+  void *data = CreateOrNull(types_[type].create.load(), read, source);
   if (data) {
     MutexLock lock(mutex_);
     instances_.push_back({source, data, type, std::move(gate)});

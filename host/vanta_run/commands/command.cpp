@@ -29,7 +29,7 @@ std::string ParserReason(const std::string &text) {
   const size_t place = text.find("column ");
   std::string reason = "is not JSON: " + (place == std::string::npos ? text : text.substr(place));
   for (char &letter : reason) {
-    if (static_cast<unsigned char>(letter) < ' ') letter = ' ';
+    if (static_cast<unsigned char>(letter) < ' ' || letter == '\x7f') letter = ' ';
   }
   return reason;
 }

@@ -15,6 +15,7 @@ namespace vanta_run {
 namespace {
 
 constexpr size_t kMostFiles = 256;  // that the engine reads of one group
+constexpr uintmax_t kMostBytes = uintmax_t{1} << 20;  // that the engine reads of one file
 constexpr char kPresets[] = "faceless_builtin/presets";
 
 bool IsName(const std::string &text) {
@@ -23,7 +24,8 @@ bool IsName(const std::string &text) {
 
 nlohmann::json ReadJson(const fs::path &path) {
   std::error_code ignored;
-  if (!fs::is_regular_file(path, ignored)) return {};  // a pipe would be waited for
+  // A pipe would be waited for, and a file without an end read.
+  if (!fs::is_regular_file(path, ignored) || fs::file_size(path, ignored) > kMostBytes) return {};
   std::ifstream file(path);
   return nlohmann::json::parse(file, nullptr, false);
 }
@@ -33,6 +35,7 @@ std::string FaultOf(const fs::path &path) {
   std::error_code ignored;
   if (!fs::exists(path, ignored)) return std::strerror(ENOENT);
   if (!fs::is_regular_file(path, ignored)) return "is no regular file";
+  if (fs::file_size(path, ignored) > kMostBytes) return "is longer than 1 MiB";
   const nlohmann::json json = ReadJson(path);
   const bool known = json.is_object() && (json.contains("beauty") || json.contains("presets"));
   return known ? "" : "is no preset: it has neither \"beauty\" nor \"presets\"";

@@ -2,8 +2,11 @@
 
 #include <util/base.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "common/failure.h"
 
@@ -12,6 +15,17 @@ namespace {
 
 bool Contains(const char *text, const char *part) {
   return std::strstr(text, part) != nullptr;
+}
+
+// How engine and runner begin what they say of a file that the user has named and that is no good. The run goes on
+// without it.
+constexpr std::array<std::string_view, 6> kOfFiles = {"[lumivex] lookup table ",  "[lumivex] makeup ",
+                                                      "[lumivex] magic effect ",  "[lumivex] media resource ",
+                                                      "[lumivex] beauty preset ", "[tessera] /"};
+
+bool IsOfFile(std::string_view text) {
+  return std::any_of(kOfFiles.begin(), kOfFiles.end(),
+                     [text](std::string_view begin) { return text.substr(0, begin.size()) == begin; });
 }
 
 const char *LevelName(int level) {
@@ -42,6 +56,11 @@ LineCounts LogSink::Counts() const {
   return {refused_, empty_, reduced_, errors_};
 }
 
+std::vector<std::string> LogSink::BadFiles() {
+  const std::lock_guard<std::mutex> lock(write_mutex_);
+  return bad_files_;
+}
+
 void LogSink::Finish() {
   const std::lock_guard<std::mutex> lock(write_mutex_);
   if (lost_ != 0) throw Failure(kExitOutput, path_, std::strerror(lost_), "free some space, or drop --log");
@@ -59,7 +78,12 @@ void LogSink::Take(int level, const char *text) {
   if (Contains(text, "reduce beauty delay by drop one frame")) reduced_.fetch_add(1, std::memory_order_relaxed);
   if (level <= LOG_ERROR) errors_.fetch_add(1, std::memory_order_relaxed);
 
-  // Errors that the user can act on are reported by the program itself, with their remedy.
+  if (level == LOG_WARNING && IsOfFile(text)) {
+    const std::lock_guard<std::mutex> lock(write_mutex_);
+    const std::string line = text + std::strlen("[lumivex] ");  // as long as the runner's tag
+    if (std::find(bad_files_.begin(), bad_files_.end(), line) == bad_files_.end()) bad_files_.push_back(line);
+  }
+  // Other errors that the user can act on are reported by the program itself, with their remedy.
   if (file_ == nullptr && !verbose_) return;
   std::lock_guard<std::mutex> lock(write_mutex_);
   if (file_ != nullptr) {

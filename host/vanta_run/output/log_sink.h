@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace vanta_run {
 
@@ -29,6 +30,8 @@ class LogSink {
   LogSink &operator=(const LogSink &) = delete;
 
   LineCounts Counts() const;
+  // What the engine has said of files that it cannot use, a line for each: "makeup LAYER: REASON; REMEDY".
+  std::vector<std::string> BadFiles();
   // Throws Failure(kExitOutput) when lines of the file were lost.
   void Finish();
 
@@ -40,8 +43,9 @@ class LogSink {
   const std::string path_;
   std::FILE *file_ = nullptr;
   std::atomic<uint64_t> refused_{0}, empty_{0}, reduced_{0}, errors_{0};
-  std::mutex write_mutex_;  // keeps lines whole
-  int lost_ = 0;            // guarded by write_mutex_; why lines were lost, as errno has it
+  std::mutex write_mutex_;              // keeps lines whole; guards the rest
+  std::vector<std::string> bad_files_;  // in order, each once
+  int lost_ = 0;                        // why lines were lost, as errno has it
 };
 
 }  // namespace vanta_run

@@ -253,6 +253,7 @@ int Run(const Options &options, Interrupt &interrupt) {
   figures.spikes = observer.Spikes();
   figures.reports = reports.Finish();
   WriteResults(work);
+  for (const std::string &line : log.BadFiles()) progress.Complain(line);
   for (const std::string &line : SummaryLines(figures)) progress.Say(line);
   failures.ThrowThem();
   return interrupt.count() > 0 ? kExitInterrupted : kExitOk;

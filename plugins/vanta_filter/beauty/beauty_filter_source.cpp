@@ -12,6 +12,7 @@
 #include "engine/faceless_instance.h"
 #include "frames/blank_frame.h"
 #include "frames/plane_layout.h"
+#include "obs/data_file.h"
 #include "obs/module_text.h"
 #include "obs/source_registration.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -43,7 +44,7 @@ std::shared_ptr<FaceBeautyFilterWorker> StartWorker(obs_source_t *source) {
 
 gs_effect_t *LoadEffect() VANTA_REQUIRES(graphics_context) {
   char *path = obs_find_module_file(obs_current_module(), "vanta_beauty.effect");
-  gs_effect_t *effect = path ? gs_effect_create_from_file(path, nullptr) : nullptr;
+  gs_effect_t *effect = path && MayBeRead(path) ? gs_effect_create_from_file(path, nullptr) : nullptr;
   bfree(path);
   return effect;
 }
@@ -252,7 +253,9 @@ void VideoRender(void *data, gs_effect_t *) VANTA_REQUIRES(graphics_context) {
   RenderBeautyOutput(filter);
 }
 
+// libobs tells a filter that could not be made of its removal, too.
 void FilterRemove(void *data, obs_source_t *) {
+  if (!data) return;
   face_beauty_filter_data &filter = Filter(data);
   if (filter.worker) filter.worker->stop();
 }

@@ -59,7 +59,9 @@ void VideoRender(void *data, gs_effect_t *) VANTA_REQUIRES(graphics_context) {
   CaptureTarget(*filter);
 }
 
+// libobs tells a filter that could not be made of its removal, too.
 void FilterRemove(void *data, obs_source_t *) {
+  if (!data) return;
   LandmarkFilterData *const filter = Filter(data);
   if (filter && filter->worker) filter->worker->Stop();
 }

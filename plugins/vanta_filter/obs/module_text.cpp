@@ -1,6 +1,11 @@
 #include "obs/module_text.h"
 
+#include <util/bmem.h>
 #include <util/text-lookup.h>
+
+#include <string>
+
+#include "obs/data_file.h"
 
 namespace {
 
@@ -8,6 +13,14 @@ constexpr const char *kDefaultLocale = "en-US";
 
 obs_module_t *obs_module_pointer = nullptr;
 lookup_t *obs_module_lookup = nullptr;  // owned
+
+bool MayLoad(const char *locale) {
+  char *path = obs_find_module_file(obs_module_pointer, ("locale/" + std::string(locale) + ".ini").c_str());
+  const bool good = !path || vanta::MayBeRead(path);
+  if (!good) blog(LOG_WARNING, "[vanta_filter] %s is no file of texts; install the plug-in anew", path);
+  bfree(path);
+  return good;
+}
 
 }  // namespace
 
@@ -29,7 +42,10 @@ void SetModulePointer(obs_module_t *module) {
 
 void LoadModuleText(const char *locale) {
   if (obs_module_lookup) text_lookup_destroy(obs_module_lookup);
-  obs_module_lookup = obs_module_load_locale(obs_current_module(), kDefaultLocale, locale);
+  obs_module_lookup = nullptr;
+  if (!MayLoad(kDefaultLocale)) return;
+  obs_module_lookup =
+      obs_module_load_locale(obs_current_module(), kDefaultLocale, MayLoad(locale) ? locale : kDefaultLocale);
 }
 
 void FreeModuleText() {

@@ -16,7 +16,8 @@ obs_module_t *obs_current_module();
 namespace vanta {
 
 void SetModulePointer(obs_module_t *module);
-// Replaces the present table with the one for `locale`, filled up with the default locale's texts.
+// Replaces the present table with the one for `locale`, filled up with the default locale's texts; with none where the
+// default locale's file may not be read.
 void LoadModuleText(const char *locale);
 void FreeModuleText();
 bool FindModuleText(const char *key, const char **text);

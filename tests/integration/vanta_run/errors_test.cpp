@@ -151,6 +151,35 @@ TEST(RunErrors, PipeIsAnInputErrorAndNotWaitedFor) {
   ExpectRefusal(workplace, {"--input", "pipe.mp4"}, 3, "pipe.mp4: is no regular file; ");
 }
 
+// Each is read by the program before it starts anything.
+TEST(RunErrors, TextFileThatNobodyWritesToOrThatHasNoEndIsAnInputError) {
+  const Workplace workplace;
+  ASSERT_EQ(mkfifo((workplace / "pipe").c_str(), 0600), 0);
+  WriteFile(workplace / "holes", "{");
+  std::filesystem::resize_file(workplace / "holes", uintmax_t{4} << 30);
+  for (const char *option : {"--commands", "--ability-answers", "--green-screen"}) {
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "pipe"}, 3, "pipe: is a pipe that nobody writes to; ");
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "holes"}, 3, "holes: is longer than ");
+    ExpectRefusal(workplace, {"--input", "color:000000", option, "/dev/zero"}, 3, "/dev/zero: is longer than ");
+  }
+  ExpectRefusal(workplace, {"--input", "color:000000", "--group", "./holes"}, 3, "holes: is longer than 1 MiB; ");
+}
+
+// The engine finds it when the run has begun, and goes on without it.
+TEST(RunErrors, FileThatTheEngineCannotUseIsToldInALine) {
+  const Workplace workplace;
+  WriteFile(workplace / "bad.cube", "LUT_3D_SIZE much");
+  std::filesystem::create_directory(workplace / "layer");
+  WriteFile(workplace / "layer/makeup.json", "{");
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x36", "--frames", "3", "--every-frame",
+                             "--lookup", "bad.cube", "--makeup", "layer"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  for (const char *part : {"vanta-run: lookup table ", "bad.cube: ", "vanta-run: makeup "})
+    EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
+}
+
 TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
   const Workplace workplace;
   WriteFile(workplace / "notes.txt", "nothing to see here\n");

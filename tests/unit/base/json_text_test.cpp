@@ -20,6 +20,15 @@ TEST(JsonText, TextThatIsNoJsonThrowsWhereItIsAskedTo) {
   EXPECT_THROW(ReadJsonOrThrow("{"), nlohmann::ordered_json::parse_error);
 }
 
+// It would use up the stack where it is copied or written.
+TEST(JsonText, TextThatNestsWithoutAnEndIsNoJson) {
+  const auto nested = [](size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+  EXPECT_EQ(WriteJson(ReadJson(nested(256))), nested(256));
+  EXPECT_TRUE(ReadJson(nested(257)).is_discarded());
+  EXPECT_THROW(ReadJsonOrThrow(nested(200000)), nlohmann::ordered_json::parse_error);
+  EXPECT_EQ(ReadJson("[\"\\\"" + std::string(300, '[') + "\"]").size(), 1u) << "brackets in a text nest nothing";
+}
+
 TEST(JsonText, BytesThatAreNoUtf8BecomeReplacementCharacters) {
   EXPECT_EQ(WriteJson("a\xff"), "\"a\xEF\xBF\xBD\"");
 }

@@ -181,6 +181,10 @@ TEST_F(BeautyFilter, FilterRemoveBeforeDestroyIsHarmless) {
   EXPECT_EQ(log_.Count("[beauty] FaceBeautyFilterWorker stop"), 1u);
 }
 
+TEST_F(BeautyFilter, RemovalOfAFilterThatWasNotMadeIsHarmless) {
+  record_.filter_remove(nullptr, &parent_);
+}
+
 TEST_F(BeautyFilter, UpdateReachesTheWorker) {
   CreateFilter();
   const OBSDataAutoRelease settings = obs_data_create_from_json("{\"sceneitem_orientation_info\":{\"rot_deg\":90}}");

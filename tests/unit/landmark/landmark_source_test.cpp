@@ -404,6 +404,10 @@ TEST_F(LandmarkSource, CapturesAfterTheRemovalReachNobody) {
   EXPECT_THAT(scripted_runner::Pictures(), IsEmpty());
 }
 
+TEST_F(LandmarkSource, RemovalOfAFilterThatWasNotMadeIsHarmless) {
+  record_.filter_remove(nullptr, &parent_);
+}
+
 TEST_F(LandmarkSource, RemovalMayComeTwice) {
   Create();
   record_.filter_remove(data_, &parent_);

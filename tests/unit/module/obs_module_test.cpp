@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 #include <obs.h>
+#include <util/bmem.h>
 #include <util/text-lookup.h>
 
 #include "fakes/engine/scripted_engine.h"
@@ -60,11 +61,16 @@ lookup_t *NewTable(const std::string &text) {
   return table;
 }
 
+std::string folder_in_place_of;  // where a locale's file is looked for, a folder stands
+
 obs_module_t *const kModule = reinterpret_cast<obs_module_t *>(0x1234);
 
 class ModuleTest : public testing::Test {
  protected:
-  ~ModuleTest() override { obs_module_free_locale(); }
+  ~ModuleTest() override {
+    obs_module_free_locale();
+    folder_in_place_of.clear();
+  }
 };
 
 }  // namespace
@@ -82,6 +88,10 @@ lookup_t *obs_module_load_locale(obs_module_t *module, const char *default_local
   if (std::strcmp(locale, "none") == 0) return nullptr;
   ++tables_alive;
   return NewTable(locale);
+}
+
+char *obs_find_module_file(obs_module_t *, const char *file) {
+  return file == folder_in_place_of ? bstrdup("/tmp") : nullptr;
 }
 
 void text_lookup_destroy(lookup_t *lookup) {
@@ -117,6 +127,18 @@ TEST_F(ModuleTest, LocaleIsLoadedForTheModuleOverTheDefault) {
   obs_module_set_locale("zh-CN");
   EXPECT_EQ(calls, (Strings{"load own en-US zh-CN"}));
   EXPECT_STREQ(obs_module_text("FacebeautyFilterV2"), "zh-CN");
+}
+
+// libobs would take it for a file without an end, and the process would end.
+TEST_F(ModuleTest, FolderInPlaceOfALocalesFileIsNotRead) {
+  obs_module_set_pointer(kModule);
+  folder_in_place_of = "locale/zh-CN.ini";
+  obs_module_set_locale("zh-CN");
+  EXPECT_EQ(calls, (Strings{"load own en-US en-US"}));
+  folder_in_place_of = "locale/en-US.ini";
+  obs_module_set_locale("zh-CN");
+  EXPECT_EQ(calls, (Strings{"load own en-US en-US", "destroy"}));
+  EXPECT_STREQ(obs_module_text("FacebeautyFilterV2"), "FacebeautyFilterV2");
 }
 
 TEST_F(ModuleTest, SecondLocaleDestroysTheFormerTableFirst) {

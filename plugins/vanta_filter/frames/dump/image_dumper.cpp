@@ -105,7 +105,10 @@ bool ImageDumper::SaveIndexed(const std::string &name, int32_t index) const {
 
 bool ImageDumper::Write(const std::u16string &path) const {
   if (!kept_) return false;
-  const std::u16string cut = path.substr(0, kMostPathUnits);
+  // Never between the halves of a pair: the name would end in half a character.
+  const bool in_pair = path.size() > kMostPathUnits && (path[kMostPathUnits] & 0xFC00) == 0xDC00 &&
+                       (path[kMostPathUnits - 1] & 0xFC00) == 0xD800;
+  const std::u16string cut = path.substr(0, kMostPathUnits - (in_pair ? 1 : 0));
   if (mode == kBmp) return Bytes32(width, height) <= buffer_size && WriteBmp32(buffer.get(), width, height, cut);
   if (mode == kYuv) return YuvBytes(strides, height) <= buffer_size && WriteYuv(buffer.get(), strides, height, cut);
   return false;

@@ -8,6 +8,7 @@
 
 #include <obs.h>
 
+#include "obs/data_file.h"
 #include "obs/module_text.h"
 
 namespace vanta {
@@ -60,6 +61,7 @@ constexpr const char *kTechniques[] = {"KeyLut", "LutApply", "Denoise",         
                                        "BlurUp", "BlurStep", "SpillSuppression", "Passthrough", "OutputDraw"};
 
 gs_effect_t *CompileEffect(const char *path, char **errors) {
+  if (!MayBeRead(path)) return nullptr;
   const GraphicsScope graphics;
   return gs_effect_create_from_file(path, errors);
 }

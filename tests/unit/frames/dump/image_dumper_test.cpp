@@ -270,6 +270,9 @@ TEST_F(Dump, PathIsCutAt259UnitsEndingAndAll) {
   EXPECT_TRUE(fs::exists(folder / std::string(58, 'n')));
   ASSERT_TRUE(dumper.SaveIndexed(std::string(100, 'n'), 12));
   EXPECT_TRUE(fs::exists(folder / ("dump_12_" + std::string(50, 'n'))));
+  // The 58th unit would be the first half of a pair.
+  ASSERT_TRUE(dumper.Save(std::string(57, 'w') + "\U0001F3A5" + std::string(20, 'w')));
+  EXPECT_TRUE(fs::exists(folder / std::string(57, 'w')));
 }
 
 TEST(Utf16, ComesBackAsItWent) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <system_error>
 
 #include <gtest/gtest.h>
 #include <obs.hpp>
@@ -128,6 +129,18 @@ TEST(Registration, ARefusedDuplicateLeavesTheFirstItsCallbacks) {
   Register(duplicate);
   OBSSourceAutoRelease source = obs_source_create_private("fake_filter", "one", nullptr);
   EXPECT_EQ(TheFakeFilter().Calls().at(0), "create");
+}
+
+// libobs would keep half a source, and a host in C would end.
+TEST(Registration, AFilterWhoseThreadCannotBeMadeIsNotMade) {
+  HeadlessSession obs;
+  HostSourceInfo record = FakeRecord("fake_filter");
+  record.create = [](obs_data_t *, obs_source_t *) -> void * {
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  };
+  Register(record);
+  const OBSSourceAutoRelease source = obs_source_create_private("fake_filter", "one", nullptr);
+  EXPECT_EQ(obs_obj_get_data(source), nullptr);
 }
 
 TEST(Registration, AfterARestartTheNewCallbacksCount) {
