@@ -1,5 +1,9 @@
 # Imported targets OpenCV::<module> from headers and libraries alone: Debian's small OpenCV packages carry no CMake files.
 include_guard(GLOBAL)
+if(WIN32)
+  include(${CMAKE_CURRENT_LIST_DIR}/windows/opencv.cmake)
+  return()
+endif()
 find_path(VANTA_OPENCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4 REQUIRED)
 
 function(vanta_find_opencv)

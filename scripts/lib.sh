@@ -32,7 +32,7 @@ vanta_packages() {
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
       printf '%s\n' g++-mingw-w64-x86-64-posix libobs-dev libsimde-dev nlohmann-json3-dev dpkg-dev googletest wine \
-        wine64 xvfb xauth zip unzip openssl python3 ffmpeg
+        wine64 xvfb xauth zip unzip openssl python3 ffmpeg libz-mingw-w64-dev cmake ninja-build
       # Node.js from elsewhere brings its own npm, and Debian's package refuses to stand beside it.
       command -v npm >/dev/null || echo npm
       ;;
@@ -87,4 +87,13 @@ vanta_install_packages() {
   echo "== installing ${#missing[@]} packages (a few minutes on a fresh machine): ${missing[*]}"
   vanta_apt_update
   vanta_apt install --no-install-recommends "${missing[@]}"
+}
+
+# vanta_debian_mirror: where apt has the binary packages of bookworm's main part from.
+vanta_debian_mirror() {
+  local mirror
+  mirror=$(apt-get indextargets --format '$(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' 2>/dev/null |
+    awk '$2 == "bookworm" && $3 == "main" {print $1; exit}')
+  [ -n "$mirror" ] || { echo "$0: apt knows no mirror of bookworm's main part; run apt-get update" >&2; return 1; }
+  echo "$mirror"
 }
