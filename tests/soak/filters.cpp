@@ -83,9 +83,11 @@ Totals Count(const std::vector<std::unique_ptr<Camera>> &cameras) {
   return totals;
 }
 
-// Each beauty filter keeps a frame back, as it does when its worker has begun, and faces have been looked for in as
-// many pictures as there are landmark filters.
-bool AllWork(const std::vector<std::unique_ptr<Camera>> &cameras, int landmarks) {
+// Each beauty filter keeps a frame back, as it does when its worker has begun; its engine has done some, and faces have
+// been looked for in as many pictures as there are landmark filters.
+bool AllWork(const std::vector<std::unique_ptr<Camera>> &cameras, int beauty, int landmarks) {
+  constexpr uint64_t kFrames = 5;
+  if (vanta_run::WorkerSleeps(vanta_run::WorkerKind::kBeauty) < kFrames * static_cast<uint64_t>(beauty)) return false;
   if (vanta_run::WorkerSleeps(vanta_run::WorkerKind::kLandmark) < static_cast<uint64_t>(landmarks)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const auto &camera) {
     return !camera->beauty || camera->beauty->before.Count() > camera->beauty->behind.Count();
@@ -154,7 +156,7 @@ void Play(Campaign &campaign) {
     next_frame += std::chrono::nanoseconds(1'000'000'000 / rate);
     if (held) {
       WaitForTicks(1);
-      if (!expected && AllWork(cameras, landmarks)) {
+      if (!expected && AllWork(cameras, beauty, landmarks)) {
         gate->StartOver();
         for (const auto &camera : cameras)
           if (camera->beauty) camera->beauty->before.OnFrame([&gate](size_t) { gate->Expect(); });
