@@ -31,11 +31,11 @@
 namespace {
 
 using namespace vanta_integration;
+using std::chrono::duration;
+using std::chrono::steady_clock;
 using vanta_soak::Campaign;
 using vanta_soak::Footprint;
 using vanta_test::MovableClock;
-using std::chrono::duration;
-using std::chrono::steady_clock;
 
 constexpr uint32_t kWidth = 64, kHeight = 36, kRate = 30;
 constexpr std::chrono::nanoseconds kFrameTime{1'000'000'000 / kRate};
@@ -283,7 +283,9 @@ void ActAtRandom(Stage &stage, Dice &dice) {
       [&] { control.SetBoomGameData(dice.Coin() ? R"({"score":1})" : "{"); },
       [&] { control.UpdateTesseraParams(dice.Coin() ? R"({"max_face_num":2})" : R"({"max_face_num":"99"})"); },
       [&] { SetSnapshot(control, dice); },
-      [&] { control.SetFacelessJumpInfo({dice.Below(4) == 0, 1}); },
+      [&] {
+        control.SetFacelessJumpInfo({dice.Below(4) == 0, 1});
+      },
       [&] { control.GetBeautyStatistics(); },
       [&] { UpdateBeauty(stage, dice); },
       [&] { UpdateBeauty(stage, dice); },
@@ -392,7 +394,7 @@ void Play(Campaign &campaign) {
       frames += stage.frames_in() - in;
       if (stage.frames_out() - out < static_cast<long>(kRate)) campaign.Report("no pictures in a minute of " + what);
       const Figures now{minutes, vanta_soak::TakeFootprint()};
-      if (minutes - begun > kSettlingMinutes) figures.push_back(now);
+      if (minutes - begun > (campaign.is_short() ? 0 : kSettlingMinutes)) figures.push_back(now);
       if (campaign.is_short() || minutes % 10 == 0) Print(now, stage, what);
       campaign.Save();
     }
@@ -401,10 +403,11 @@ void Play(Campaign &campaign) {
   CheckFlat(campaign, figures);
   const double real = duration<double>(steady_clock::now() - start).count();
   const double simulated = static_cast<double>(minutes - begun) * minute_frames / kRate;
-  std::printf("day: %.2f simulated hours in all, %ld frames; this call %.2f hours in %.0f s (%.1f times as fast as time, "
-              "%.0f s of processor time); heap %+.1f KiB an hour\n",
-              static_cast<double>(minutes) * minute_frames / kRate / 3600, frames, simulated / 3600, real,
-              simulated / real, vanta_soak::ProcessorSeconds() - processor, HeapGrowth(figures));
+  std::printf(
+      "day: %.2f simulated hours in all, %ld frames; this call %.2f hours in %.0f s (%.1f times as fast as time, "
+      "%.0f s of processor time); heap %+.1f KiB an hour\n",
+      static_cast<double>(minutes) * minute_frames / kRate / 3600, frames, simulated / 3600, real, simulated / real,
+      vanta_soak::ProcessorSeconds() - processor, HeapGrowth(figures));
 }
 
 }  // namespace

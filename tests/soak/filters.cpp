@@ -1,11 +1,13 @@
-// Cameras with filters in real time, and what they take: processor time by thread, frames, delay, memory. Prints one line of
-// JSON. Each camera has one filter of a kind at most: with 16, 8 and 4, four cameras have all three.
-//   --beauty N --green N --landmarks N    0 at first
+// Cameras with filters in real time, and what they take: processor time by thread, frames, delay, memory. Prints one
+// line of JSON. Each camera has one filter of a kind at most: with 16, 8 and 4, four cameras have all three.
+//   --beauty N --green N --landmarks N    0 at first; --cameras N: so many at least, without a filter where there is
+//   none
 //   --width N --height N --rate N         640, 360, 30
 //   --seconds N                           10; --settle N before them, 5
-//   --ticks N                             on a clock that is held, so many pictures: what they cost whoever else is at work
-#include <obs.hpp>
+//   --ticks N                             on a clock that is held, so many pictures: what they cost whoever else is at
+//   work
 #include <util/platform.h>
+#include <obs.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -81,8 +83,12 @@ Totals Count(const std::vector<std::unique_ptr<Camera>> &cameras) {
   return totals;
 }
 
-// Each beauty filter keeps a frame back, as it does when its worker has begun.
-bool AllWork(const std::vector<std::unique_ptr<Camera>> &cameras) {
+// Each beauty filter keeps a frame back, as it does when its worker has begun; its engine has done some, and faces have
+// been looked for in as many pictures as there are landmark filters.
+bool AllWork(const std::vector<std::unique_ptr<Camera>> &cameras, int beauty, int landmarks) {
+  constexpr uint64_t kFrames = 5;
+  if (vanta_run::WorkerSleeps(vanta_run::WorkerKind::kBeauty) < kFrames * static_cast<uint64_t>(beauty)) return false;
+  if (vanta_run::WorkerSleeps(vanta_run::WorkerKind::kLandmark) < static_cast<uint64_t>(landmarks)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const auto &camera) {
     return !camera->beauty || camera->beauty->before.Count() > camera->beauty->behind.Count();
   });
@@ -110,7 +116,7 @@ void Play(Campaign &campaign) {
                             .held_clock = held});
   std::vector<std::unique_ptr<Camera>> cameras;
   const OBSSceneAutoRelease scene = obs_scene_create("scene");
-  const int most = std::max({beauty, green, landmarks, 1});
+  const int most = std::max({beauty, green, landmarks, count("cameras", 1)});
   for (int i = 0; i < most; ++i) {
     Camera &camera = *cameras.emplace_back(std::make_unique<Camera>("camera " + std::to_string(i)));
     if (i < beauty) {
@@ -150,7 +156,7 @@ void Play(Campaign &campaign) {
     next_frame += std::chrono::nanoseconds(1'000'000'000 / rate);
     if (held) {
       WaitForTicks(1);
-      if (!expected && AllWork(cameras)) {
+      if (!expected && AllWork(cameras, beauty, landmarks)) {
         gate->StartOver();
         for (const auto &camera : cameras)
           if (camera->beauty) camera->beauty->before.OnFrame([&gate](size_t) { gate->Expect(); });
@@ -177,7 +183,7 @@ void Play(Campaign &campaign) {
   const Totals after = Count(cameras);
   const Footprint footprint = vanta_soak::TakeFootprint();
   nlohmann::ordered_json line = {{"beauty", beauty}, {"green", green}, {"landmarks", landmarks}, {"width", width},
-                                 {"height", height}, {"rate", rate}, {"seconds", real}};
+                                 {"height", height}, {"rate", rate},   {"seconds", real}};
   line["processor"] = vanta_soak::ProcessorSeconds() - processor;
   line["ticks"] = obs_get_total_frames() - ticks;
   line["late"] = obs_get_lagged_frames() - late;

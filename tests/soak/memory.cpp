@@ -1,9 +1,10 @@
-// Plays pictures through filters in real time and says what the process's memory does: once a minute what it holds, at the
-// end how fast each part of it grows.
+// Plays pictures through filters in real time and says what the process's memory does: once a minute what it holds, at
+// the end how fast each part of it grows.
 //   --filters LIST   beauty, landmarks, green, joined by commas; "none": none. All at first
 //   --minutes N      60 at first
 //   --settle N       minutes that do not count, 3 at first
 //   --width N --height N    1280 and 720 at first
+//   --lives N               in place of that: the filters are made and removed so many times
 #include <malloc.h>
 #include <util/platform.h>
 
@@ -39,8 +40,8 @@ struct Sample {
   Footprint held;
 };
 
-// A slow canvas leaves frames in libobs's cache, each of them two of its blocks: what the heap holds beside them. What it
-// keeps moves by megabytes, and hides what grows.
+// A slow canvas leaves frames in libobs's cache, each of them two of its blocks: what the heap holds beside them. What
+// it keeps moves by megabytes, and hides what grows.
 void TakeCachedFramesOut(std::vector<Sample> &samples, uint32_t width, uint32_t height) {
   long least = samples.empty() ? 0 : samples.front().held.libobs_blocks;
   for (const Sample &sample : samples) least = std::min(least, sample.held.libobs_blocks);
@@ -68,29 +69,58 @@ void Print(const Sample &now, size_t in) {
   std::fflush(stdout);
 }
 
+// The filters on a source.
+struct Filters {
+  Filters(obs_source_t *source, const std::string &list) {
+    const auto has = [&list](const char *name) { return list.find(name) != std::string::npos; };
+    if (has("beauty")) {
+      beauty = std::make_unique<BeautyChain>(source);
+      for (FrameTap *tap : {&beauty->before, &beauty->behind}) tap->KeepCopies(false);
+    }
+    if (has("landmarks")) landmarks = std::make_unique<LandmarkFilter>(source, Path::kCpu);
+    if (has("green")) green = std::make_unique<GreenScreen>(source);
+  }
+  std::unique_ptr<BeautyChain> beauty;
+  std::unique_ptr<LandmarkFilter> landmarks;
+  std::unique_ptr<GreenScreen> green;
+};
+
+// What is left after each life.
+void PlayLives(FedSource &source, const std::string &list, const FedFrame &frame, int lives) {
+  constexpr int kFrames = 40;
+  std::printf("  life resident_kib heap_kib free_kib  blocks descriptors threads    frames   (%s)\n", list.c_str());
+  for (int life = 0; life < lives && !Campaign::Interrupted(); ++life) {
+    {
+      const Filters filters(source.Get(), list);
+      for (int i = 0; i < kFrames; ++i) {
+        frame.Get()->timestamp = os_gettime_ns();
+        source.Feed(frame);
+        WaitForTicks(1);
+      }
+    }
+    obs_wait_for_destroy_queue();
+    WaitForTicks(2);
+    if (life % 5 == 4 || life == 0)
+      Print({static_cast<double>(life + 1), vanta_soak::TakeFootprint()}, static_cast<size_t>(kFrames));
+  }
+}
+
 void Play(Campaign &campaign) {
   const auto width = static_cast<uint32_t>(campaign.Number("width", 1280));
   const auto height = static_cast<uint32_t>(campaign.Number("height", 720));
   const double minutes = campaign.Number("minutes", campaign.is_short() ? 0.3 : 60);
   const double settle = campaign.Number("settle", campaign.is_short() ? 0.1 : 3);
   const std::string filters = campaign.Option("filters", "beauty,landmarks,green");
-  const auto has = [&filters](const char *name) { return filters.find(name) != std::string::npos; };
 
   const ObsSession session({.width = width, .height = height, .fps = kRate});
   FedSource source;
-  std::unique_ptr<BeautyChain> beauty;
-  std::unique_ptr<LandmarkFilter> landmarks;
-  std::unique_ptr<GreenScreen> green;
-  if (has("beauty")) {
-    beauty = std::make_unique<BeautyChain>(source.Get());
-    for (FrameTap *tap : {&beauty->before, &beauty->behind}) tap->KeepCopies(false);
-  }
-  if (has("landmarks")) landmarks = std::make_unique<LandmarkFilter>(source.Get(), Path::kCpu);
-  if (has("green")) green = std::make_unique<GreenScreen>(source.Get());
   source.Show();
   session.Control().SetBeautyIntensityWithType(lumivex::kBeautySmooth, 0.6f);
 
   const FedFrame frame = MakeFrame(80, VIDEO_FORMAT_NV12, width, height);
+  if (const int lives = static_cast<int>(campaign.Number("lives", 0)); lives > 0)
+    return PlayLives(source, filters, frame, lives);
+  const Filters made(source.Get(), filters);
   std::vector<Sample> samples;
   size_t fed = 0;
   auto next_frame = Clock::now();
@@ -123,10 +153,12 @@ void Play(Campaign &campaign) {
   TakeCachedFramesOut(samples, width, height);
   const double heap = Slope(samples, &Footprint::heap_kib);
   if (samples.size() > 24 && heap > kMostGrowth) campaign.Report("the heap grows");
-  std::printf("memory of %s: resident %+.1f, heap in use %+.1f without cached frames, heap free %+.1f KiB a minute, libobs's blocks %+.2f a "
-              "minute, over %.1f minutes\n",
-              filters.c_str(), Slope(samples, &Footprint::resident_kib), heap, Slope(samples, &Footprint::free_kib),
-              Slope(samples, &Footprint::libobs_blocks), samples.empty() ? 0 : samples.back().minute - samples[0].minute);
+  std::printf(
+      "memory of %s: resident %+.1f, heap in use %+.1f without cached frames, heap free %+.1f KiB a minute, libobs's "
+      "blocks %+.2f a "
+      "minute, over %.1f minutes\n",
+      filters.c_str(), Slope(samples, &Footprint::resident_kib), heap, Slope(samples, &Footprint::free_kib),
+      Slope(samples, &Footprint::libobs_blocks), samples.empty() ? 0 : samples.back().minute - samples[0].minute);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-// Loaded into OBS Studio before its own libraries: tells what the open page of a filter shows, and where a text has less
-// room than it takes. When the file VANTA_PAGE_PROBE/ask appears, VANTA_PAGE_PROBE/answer is written: one line for each text
-// with its kind, a word on what is wrong ("ok", "cut", "outside", "overlap"), the room and what it takes (pixels), and the
-// text.
+// Loaded into OBS Studio before its own libraries: tells what the open page of a filter shows, and where a text has
+// less room than it takes. When the file VANTA_PAGE_PROBE/ask appears, VANTA_PAGE_PROBE/answer is written: one line for
+// each text with its kind, a word on what is wrong ("ok", "cut", "outside", "overlap"), the room and what it takes
+// (pixels), and the text.
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QComboBox>
@@ -32,7 +32,8 @@ struct Text {
 QSize Needed(const QLabel &label) {
   if (!label.wordWrap()) return label.sizeHint();
   int longest = 0;
-  for (const QString &word : label.text().split(' ')) longest = std::max(longest, label.fontMetrics().horizontalAdvance(word));
+  for (const QString &word : label.text().split(' '))
+    longest = std::max(longest, label.fontMetrics().horizontalAdvance(word));
   return {longest, label.heightForWidth(label.width())};
 }
 
@@ -83,11 +84,12 @@ void Answer(const std::string &folder) {
   std::ofstream out(folder + "/answer.new");
   for (QWidget *widget : QApplication::allWidgets()) {
     const auto *page = qobject_cast<QScrollArea *>(widget);
-    if (page == nullptr || !page->isVisible() || !page->inherits("OBSPropertiesView") || page->widget() == nullptr) continue;
+    if (page == nullptr || !page->isVisible() || !page->inherits("OBSPropertiesView") || page->widget() == nullptr)
+      continue;
     const QList<Text> texts = TextsOf(*page->widget());
     for (const Text &text : texts) {
-      out << text.widget->metaObject()->className() << '\t' << Fault(text, texts, *page) << '\t' << text.widget->width() << 'x'
-          << text.widget->height() << '\t' << text.needed.width() << 'x' << text.needed.height() << '\t'
+      out << text.widget->metaObject()->className() << '\t' << Fault(text, texts, *page) << '\t' << text.widget->width()
+          << 'x' << text.widget->height() << '\t' << text.needed.width() << 'x' << text.needed.height() << '\t'
           << QString(text.text).replace('\n', ' ').toStdString() << '\n';
     }
   }
@@ -104,7 +106,8 @@ struct Probe {
       for (;;) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         if (!std::filesystem::exists(folder + "/ask") || qApp == nullptr) continue;
-        QMetaObject::invokeMethod(qApp, [folder] { Answer(folder); }, Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(
+            qApp, [folder] { Answer(folder); }, Qt::BlockingQueuedConnection);
       }
     }).detach();
   }
