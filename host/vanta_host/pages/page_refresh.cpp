@@ -8,7 +8,6 @@
 #include <obs.hpp>
 
 #include "controls/beauty_controls.h"
-#include "controls/frontend.h"
 
 namespace vanta_host {
 namespace {
@@ -21,6 +20,7 @@ constexpr uint64_t kRestNs = 2 * kSecondNs;  // since the last edit
 void ShowAnew(void *param) {
   const OBSSourceAutoRelease filter = static_cast<obs_source_t *>(param);
   obs_source_update_properties(filter);
+  Pages().Shown(os_gettime_ns());
 }
 
 // The task runs on the thread of the user interface: at once where that is the caller, and then it would free the
@@ -37,7 +37,7 @@ bool PageRefresh::IsOutdated(const Page &page, obs_source_t *filter) {
 }
 
 PageRefresh &Pages() {
-  static PageRefresh *pages = new PageRefresh;
+  static PageRefresh *pages = new PageRefresh(AskForNewPage);
   return *pages;
 }
 
@@ -69,12 +69,17 @@ void PageRefresh::Forget(obs_source_t *filter) {
   pages_.erase(filter);
 }
 
+void PageRefresh::Shown(uint64_t now_ns) {
+  MutexLock lock(mutex_);
+  --asked_;
+  looked_ns_ = now_ns;
+}
+
 void PageRefresh::Tick(uint64_t now_ns) {
-  if (!HasFrontend()) return;
   std::vector<std::pair<OBSSourceAutoRelease, Page>> looked_at;
   {
     MutexLock lock(mutex_);
-    if (now_ns - looked_ns_ < kSecondNs) return;
+    if (asked_ > 0 || now_ns < looked_ns_ + kSecondNs) return;
     looked_ns_ = now_ns;
     for (const auto &[filter, page] : pages_) {
       if (now_ns - page.edited_ns < kRestNs && now_ns >= page.edited_ns) continue;
@@ -83,8 +88,12 @@ void PageRefresh::Tick(uint64_t now_ns) {
   }
   for (auto &[filter, page] : looked_at) {
     if (!filter || !IsOutdated(page, filter)) continue;
-    Forget(filter);  // it is known again once it is shown
-    AskForNewPage(std::move(filter));
+    {
+      MutexLock lock(mutex_);
+      pages_.erase(filter);  // it is known again once it is shown
+      ++asked_;
+    }
+    ask_(std::move(filter));
   }
 }
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include <obs.h>
+#include <obs.hpp>
 
 #include "controls/filter_status.h"
 #include "vanta_base/mutex.h"
@@ -19,6 +19,10 @@ namespace vanta_host {
 class PageRefresh {
  public:
   using Status = FilterStatus (*)(obs_source_t *filter);
+  // Has the filter's page made anew by the thread of the user interface, which then calls Shown.
+  using Ask = void (*)(OBSSourceAutoRelease filter);
+
+  explicit PageRefresh(Ask ask) : ask_(ask) {}
 
   // A page for the filter was made, with that state; `more` is whether it shows all of its settings. One that
   // `shows_look` is out of date, too, once the look was changed by others than that page.
@@ -27,7 +31,10 @@ class PageRefresh {
   // The settings have changed; `more` is what they say now.
   void Edited(obs_source_t *filter, bool more);
   void Forget(obs_source_t *filter);
-  // Looks once a second, and asks for the pages that are out of date.
+  void Shown(uint64_t now_ns);
+  // Looks once a second, and asks for the pages that are out of date. While one that was asked for is not shown it asks
+  // for no other: where a page takes longer than the second, requests would come faster than the user interface can
+  // answer them, and a host that answers all of them before it closes would not close.
   void Tick(uint64_t now_ns);
 
  private:
@@ -43,8 +50,10 @@ class PageRefresh {
 
   static bool IsOutdated(const Page &page, obs_source_t *filter);
 
+  const Ask ask_;
   vanta::Mutex mutex_;
   std::map<obs_source_t *, Page> pages_ VANTA_GUARDED_BY(mutex_);
+  int asked_ VANTA_GUARDED_BY(mutex_) = 0;  // and not shown yet
   uint64_t looked_ns_ VANTA_GUARDED_BY(mutex_) = 0;
 };
 

@@ -79,7 +79,7 @@ void LeavePlainLocale() {
 }
 
 void OnTick(void *, float) {
-  vanta_host::Pages().Tick(os_gettime_ns());
+  if (vanta_host::HasFrontend()) vanta_host::Pages().Tick(os_gettime_ns());
   vanta_host::TickWebsocket(os_gettime_ns());
 }
 
