@@ -9,7 +9,7 @@
 
 namespace vanta {
 
-// A value that is_discarded() for text that is no JSON, or nests deeper than 256 levels.
+// A value that is_discarded() for text that is no JSON.
 nlohmann::ordered_json ReadJson(std::string_view text);
 // The same, with nlohmann::ordered_json::parse_error in its place.
 nlohmann::ordered_json ReadJsonOrThrow(std::string_view text);
