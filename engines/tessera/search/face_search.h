@@ -23,6 +23,7 @@ struct SearchPass {
   float angle = 0;      // radians
   bool evened = false;  // upright only: with the light of each part of the picture evened out: shows very dark faces in
                         // bright places
+  double white = 0;     // luma code above which all is cut off, see CutOffAbove; 0: none. Upright only
 };
 
 // Owns: the cascades. Threads: one at a time.
