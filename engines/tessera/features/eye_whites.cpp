@@ -12,16 +12,16 @@
 namespace tessera {
 namespace {
 
-constexpr double kDarkSkin = 90;     // luma code
-constexpr double kBlack = 16;        // likewise
-constexpr float kBlur = 0.035F;      // units, as all lengths below
+constexpr double kDarkSkin = 90;             // luma code
+constexpr double kBlack = 16;                // likewise
+constexpr float kBlur = 0.035F;              // units, as all lengths below
 constexpr float kAsides[] = {0.12F, 0.16F};  // of a white's middle from that of the iris; less in a turned head
-constexpr float kBeyond = 0.2F;      // of the skin above and below a white
-constexpr float kLeast = 0.45F;      // how much brighter than these, in brightnesses of the skin
-constexpr float kReach = 0.45F;      // from where the eye is expected
-constexpr float kApart = 0.1F;       // of two places that could be the same eye
-constexpr size_t kMostPlaces = 5;    // on each side
-constexpr float kShiftSpread = 0.3F; // of both eyes
+constexpr float kBeyond = 0.2F;              // of the skin above and below a white
+constexpr float kLeast = 0.45F;              // how much brighter than these, in brightnesses of the skin
+constexpr float kReach = 0.45F;              // from where the eye is expected
+constexpr float kApart = 0.1F;               // of two places that could be the same eye
+constexpr size_t kMostPlaces = 5;            // on each side
+constexpr float kShiftSpread = 0.3F;         // of both eyes
 constexpr float kScaleSpread = 0.15F;
 constexpr float kTiltSpread = 0.12F;
 

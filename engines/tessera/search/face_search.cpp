@@ -57,7 +57,18 @@ bool SamePlace(const Placement &a, const Placement &b) {
   return std::hypot(apart.x, apart.y) < std::max(a.unit, b.unit);
 }
 
-// Where to cut off for the dark faces that the picture may hold: each of some levels that enough of it lies below.
+// Of boxes at one place, at whatever angle, the one with the most votes stays.
+void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
+  for (CoarseFace &known : faces) {
+    if (!SamePlace(known.placement, face.placement)) continue;
+    if (face.score > known.score) known = face;
+    return;
+  }
+  faces.push_back(face);
+}
+
+}  // namespace
+
 std::vector<double> DarkWhites(const cv::Mat &luma) {
   constexpr std::array<int, 4> kWhites = {34, 44, 58, 80};
   constexpr int kBlack = 16;
@@ -76,18 +87,6 @@ std::vector<double> DarkWhites(const cv::Mat &luma) {
   }
   return whites;
 }
-
-// Of boxes at one place, at whatever angle, the one with the most votes stays.
-void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
-  for (CoarseFace &known : faces) {
-    if (!SamePlace(known.placement, face.placement)) continue;
-    if (face.score > known.score) known = face;
-    return;
-  }
-  faces.push_back(face);
-}
-
-}  // namespace
 
 bool FaceSearch::Load(const std::string &file, const std::string &quick_file) {
   return cascade_.Load(file) && (quick_file.empty() || quick_.Load(quick_file));
