@@ -63,7 +63,7 @@ class EngineStats {
   void AddFrame(const FrameTimes &times);
   void AddFailure() { ++failed_; }
   void SetSearchShare(double share) { search_share_ = share; }  // of a processor core, by the search for faces
-  void SetFaces(const Faces &faces);  // of the last frame
+  void SetFaces(const Faces &faces);                            // of the last frame
   void Clear();  // all but the figures of the search for faces, which count from the engine's start
 
   std::string Text() const;

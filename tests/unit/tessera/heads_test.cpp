@@ -66,7 +66,8 @@ TEST(Heads, PointsAreOnTheFeaturesOfTheDarkestTonesInFullAndInDimLight) {
       HeadScene scene;
       scene.eye_distance = 70;
       scene.light = light;
-      HeadPicture head = vanta_test::DrawHead(vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]), {}, scene);
+      HeadPicture head =
+          vanta_test::DrawHead(vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]), {}, scene);
       FaceReader reader;
       const ReadFace face = After(reader, head, 4);
       ASSERT_FALSE(face.points.empty());

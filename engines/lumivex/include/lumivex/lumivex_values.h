@@ -186,9 +186,9 @@ inline constexpr LXBodySlimmingStatus kSlimmingNoBody{2};  // something is on, a
 // 34 pixels between the pupils, in a picture whose long side is 640), in dark skin, and behind glasses.
 inline constexpr const char *kStatsFaces = "faces";
 inline constexpr const char *kFaceConfidence = "confidence";  // of the face: that it is still followed
-inline constexpr const char *kFaceMouth = "mouth";            // {kFaceOpen: in eye distances, 0 closed, kFaceConfidence}
-inline constexpr const char *kFaceLeftEye = "left_eye";       // {kFaceOpen: 0 closed to 1, kFaceConfidence}; the one
-inline constexpr const char *kFaceRightEye = "right_eye";     // with the smaller x in the upright picture is the left
+inline constexpr const char *kFaceMouth = "mouth";         // {kFaceOpen: in eye distances, 0 closed, kFaceConfidence}
+inline constexpr const char *kFaceLeftEye = "left_eye";    // {kFaceOpen: 0 closed to 1, kFaceConfidence}; the one
+inline constexpr const char *kFaceRightEye = "right_eye";  // with the smaller x in the upright picture is the left
 inline constexpr const char *kFaceOpen = "open";
 
 }  // namespace lumivex
