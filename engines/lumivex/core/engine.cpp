@@ -157,6 +157,7 @@ void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTi
   const Clock::time_point start = Clock::now();
   const bool looked = faces_.Find(view, OrientationOf(frame.rotation, frame.flip != 0), frame.timestamp, need);
   times.faces = faces_.Found().size();
+  stats_.SetFaces(faces_.Found());
   if (need == FaceNeed::kNone) return EndFaceReports();
   times.vision = MillisecondsSince(start);
   if (!looked) return;

@@ -5,18 +5,35 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "lumivex/lumivex_values.h"
+
 namespace lumivex {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-double Rounded(double milliseconds) {
-  return std::round(milliseconds * 1000.0) / 1000.0;
+double Rounded(double value) {
+  return std::round(value * 1000.0) / 1000.0;
+}
+
+double Rounded(float value) {
+  return Rounded(static_cast<double>(value));
 }
 
 Json ToJson(const TimeSum &sum) {
   const double mean = sum.count ? sum.total / static_cast<double>(sum.count) : 0.0;
   return {{"frames", sum.count}, {"mean_ms", Rounded(mean)}, {"max_ms", Rounded(sum.most)}};
+}
+
+Json ToJson(const Opening &opening) {
+  return {{kFaceOpen, Rounded(opening.open)}, {kFaceConfidence, Rounded(opening.confidence)}};
+}
+
+Json ToJson(const Expression &face) {
+  return {{kFaceConfidence, Rounded(face.confidence)},
+          {kFaceMouth, ToJson(face.mouth)},
+          {kFaceLeftEye, ToJson(face.left_eye)},
+          {kFaceRightEye, ToJson(face.right_eye)}};
 }
 
 }  // namespace
@@ -41,6 +58,11 @@ void EngineStats::AddFrame(const FrameTimes &times) {
   face_frames_ += times.faces > 0;
 }
 
+void EngineStats::SetFaces(const Faces &faces) {
+  expressions_.clear();
+  for (const Face &face : faces) expressions_.push_back(face.expression);
+}
+
 void EngineStats::Clear() {
   failed_ = 0;
   skin_frames_ = 0;
@@ -51,6 +73,8 @@ void EngineStats::Clear() {
 }
 
 std::string EngineStats::Text() const {
+  Json faces = Json::array();
+  for (const Expression &face : expressions_) faces.push_back(ToJson(face));
   Json stages = Json::object();
   for (size_t i = 0; i < kStageCount; ++i) {
     if (stages_[i].count) stages[kStageNames[i]] = ToJson(stages_[i]);
@@ -63,6 +87,7 @@ std::string EngineStats::Text() const {
                      {"beauty", ToJson(beauty_)},
                      {"tessera", ToJson(vision_in_frames_)},
                      {"face_search_share", Rounded(search_share_)},
+                     {kStatsFaces, std::move(faces)},
                      {"stages", std::move(stages)}};
   return vanta::WriteJson(json);
 }

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
+
+#include "faces/faces.h"
 
 namespace lumivex {
 
@@ -60,6 +63,7 @@ class EngineStats {
   void AddFrame(const FrameTimes &times);
   void AddFailure() { ++failed_; }
   void SetSearchShare(double share) { search_share_ = share; }  // of a processor core, by the search for faces
+  void SetFaces(const Faces &faces);                            // of the last frame
   void Clear();  // all but the figures of the search for faces, which count from the engine's start
 
   std::string Text() const;
@@ -76,6 +80,7 @@ class EngineStats {
   TimeSum vision_;
   uint64_t face_frames_ = 0;
   double search_share_ = 0.0;
+  std::vector<Expression> expressions_;
 };
 
 }  // namespace lumivex

@@ -1,6 +1,7 @@
 #include "faces/face_tree.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -49,6 +50,23 @@ FaceBox BoxOf(const Any &face) {
   float sides[4];
   for (size_t i = 0; i < 4; ++i) sides[i] = box.asMap().get(kBoxKeys[i], nothing).toFloat32();
   return {sides[0], sides[1], sides[2], sides[3]};
+}
+
+float FiniteOr0(float value) {
+  return std::isfinite(value) ? value : 0.0f;
+}
+
+Opening OpeningOf(const Any &face, const char *part) {
+  const Any nothing(0);
+  const Any &entry = face.asMap().get(part, nothing);
+  return {FiniteOr0(entry.asMap().get("open", nothing).toFloat32()),
+          FiniteOr0(entry.asMap().get("confidence", nothing).toFloat32())};
+}
+
+Expression ExpressionOf(const Any &face) {
+  const Any nothing(0);
+  return {FiniteOr0(face.asMap().get("confidence", nothing).toFloat32()), OpeningOf(face, "mouth"),
+          OpeningOf(face, "left_eye"), OpeningOf(face, "right_eye")};
 }
 
 void MovePoints(Any &face, const ToFrame &to_frame) {
@@ -100,7 +118,10 @@ void ReadFaces(Any &root, Faces &faces) {
     vanta::ReorderPoints(points);
     FacePoints published;
     for (size_t i = 0; i < kFacePointCount; ++i) published[i] = {points[i].x, points[i].y};
-    if (std::optional<Face> face = MakeFace(published, BoxOf(std::as_const(entry)))) faces.push_back(*face);
+    std::optional<Face> face = MakeFace(published, BoxOf(std::as_const(entry)));
+    if (!face) continue;
+    face->expression = ExpressionOf(std::as_const(entry));
+    faces.push_back(*face);
   }
 }
 

@@ -63,6 +63,20 @@ struct FaceBox {
   float height = 0.0f;
 };
 
+// Of a mouth: between the lips, in eye distances, 0 while it is closed. Of an eye: 0 closed to 1 as open as usual.
+struct Opening {
+  float open = 0.0f;
+  float confidence = 0.0f;  // how far the picture shows it: 0 (not at all) to 1
+};
+
+// As the runner tells it; zeros where it does not.
+struct Expression {
+  float confidence = 0.0f;  // that the face is still followed, 0 to 1
+  Opening mouth;
+  Opening left_eye;  // of the upright picture
+  Opening right_eye;
+};
+
 // All numbers are finite, and the eyes lie apart.
 struct Face {
   FacePoints points;
@@ -72,6 +86,7 @@ struct Face {
   FramePoint down;            // unit vector at a right angle to it: from the eyes to the chin
   float roll = 0.0f;          // radians from the stored picture's x axis to `right`, towards its y axis
   float eye_distance = 0.0f;  // pixels between the eyes' centers, above 0
+  Expression expression;
 
   const FramePoint &At(FaceAnchor anchor) const { return anchors[static_cast<size_t>(anchor)]; }
   // A place in the face's own axes, counted in eye distances from an anchor.

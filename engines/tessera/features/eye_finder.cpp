@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "features/eye_whites.h"
 #include "features/iris.h"
 
 namespace tessera {
@@ -83,9 +84,16 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
   std::optional<cv::Point2f> left = CascadeEye(coarse, false);
   std::optional<cv::Point2f> right = CascadeEye(coarse, true);
   if ((!left || !right) && IsDark(cut)) {
-    const cv::Mat evened = Evened(cut, 4, 1);
-    if (!left) left = CascadeEye(evened, false);
-    if (!right) right = CascadeEye(evened, true);
+    const auto pair = FindEyesByWhites(cut, ToPixels(kUsualLeft, kCascadeDensity),
+                                       ToPixels(kUsualRight, kCascadeDensity), kCascadeDensity);
+    if (pair) {
+      left = ToUnits(pair->left, kCascadeDensity);
+      right = ToUnits(pair->right, kCascadeDensity);
+    } else {
+      const cv::Mat evened = Evened(cut, 4, 1);
+      if (!left) left = CascadeEye(evened, false);
+      if (!right) right = CascadeEye(evened, true);
+    }
   }
   // An eye that was not seen stands as far beside its usual place as the other one, mirrored in part.
   const auto start = [](const std::optional<cv::Point2f> &seen, cv::Point2f usual,

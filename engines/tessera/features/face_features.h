@@ -30,10 +30,14 @@ struct Nose {
   float confidence = 0;
 };
 
+// Its middle line: y is height + slope * out + bend * out * out, where `out` is the distance outwards from its middle.
 struct Brow {
-  float height = 0;  // y of its middle
-  float slope = 0;   // down for each unit outwards
+  float height = 0;
+  float slope = 0;
+  float bend = 0;  // above 0: its ends hang
   float confidence = 0;
+
+  float At(float out) const { return height + (slope + bend * out) * out; }
 };
 
 struct EyeCorner {
@@ -44,6 +48,7 @@ struct EyeCorner {
 struct Lids {
   float open = 1;  // 0: closed
   float confidence = 0;
+  float white = 0;  // how clearly the white of the eye is brighter than the skin, 0 to 1
 };
 
 struct Features {
@@ -65,15 +70,17 @@ Nose FindNose(const FaceCues &lower_face);
 // Between these x a brow is looked for; its height is that in the middle.
 inline constexpr float kBrowFrom = 0.24F;
 inline constexpr float kBrowTo = 0.8F;
+inline constexpr float kBrowMiddle = (kBrowFrom + kBrowTo) * 0.5F;  // of its x
 
-// A brow is the first dark line above an eye. `side` is -1 for the left one, 1 for the right one.
+// A brow is the darkest line above an eye. `side` is -1 for the left one, 1 for the right one.
 Brow FindBrow(const FaceCues &upper_face, int side);
 
 // The outer corner of an eye is where its dark lids and lashes end. (The inner one stands in the shade of the nose and
 // is left to the mean shape.)
 EyeCorner FindEyeCorner(const FaceCues &upper_face, int side);
 
-// Between open lids stands an iris, closed ones show no more than their lashes. `unit` is the distance between the
+// Between open lids stands an iris, closed ones show no more than their lashes; in dark skin, in which neither shows
+// well, the white of the eye tells. `unit` is the distance between the
 // pupils in pixels of the picture: in a small face the two look alike.
 Lids FindLids(const FaceCues &upper_face, int side, float unit);
 

@@ -303,13 +303,13 @@ void FindLips(const FaceCues &face, Mouth &mouth) {
   mouth.lips_confidence = Clamped01((std::min(upper, lower) - kFaintRed) / (kClearRed - kFaintRed));
 }
 
-// 1 for corners that a mouth may have; a line in a beard may go anywhere.
+// 1 for corners that a mouth may have; a line in a beard may go anywhere, and shine on dark lips cuts it short.
 float Plausibility(const Mouth &mouth) {
   const auto beyond = [](float value, float most) { return std::max(0.0F, value - most); };
   const float width = mouth.right.x - mouth.left.x;
   const float off = beyond(std::abs(mouth.left.x + mouth.right.x) * 0.5F, 0.12F) +
                     beyond(std::abs(mouth.left.y - mouth.right.y), 0.12F) + beyond(width, 1.05F) +
-                    beyond(-width, -0.45F);
+                    beyond(-width, -0.62F);
   return Clamped01(1 - off / 0.12F);
 }
 

@@ -10,7 +10,9 @@ namespace {
 
 constexpr int kMostPoints = 32;
 constexpr size_t kFewestPoints = 10;
-constexpr double kPointQuality = 0.01;
+constexpr double kPointQuality = 0.01;  // of the best one's
+// In dark skin, where the whites of the eyes and the teeth outshine all else.
+constexpr double kPointQualityBesideBright = 0.001;
 constexpr double kPointDistance = 6;  // pixels of the patch
 constexpr float kLeastSpread = 2;     // luma codes: a plain wall has less
 
@@ -46,7 +48,10 @@ std::shared_ptr<const FaceTemplate> MakeTemplate(const cv::Mat &luma, const Plac
     made->patch = CutPatch(luma, placement);
     made->light = LightingOf(made->patch);
     if (made->light.spread < kLeastSpread) return;
-    cv::goodFeaturesToTrack(made->patch, made->points, kMostPoints, kPointQuality, kPointDistance, FaceOval(), 5);
+    for (const double quality : {kPointQuality, kPointQualityBesideBright}) {
+      if (made->points.size() >= kFewestPoints) break;
+      cv::goodFeaturesToTrack(made->patch, made->points, kMostPoints, quality, kPointDistance, FaceOval(), 5);
+    }
     cv::buildOpticalFlowPyramid(made->patch, made->pyramid, cv::Size(kFlowWindow, kFlowWindow), kFlowLevels);
   });
   if (made->points.size() < kFewestPoints) return nullptr;

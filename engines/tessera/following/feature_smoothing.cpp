@@ -21,6 +21,11 @@ constexpr float kMovingTurn = 0.2F;
 // A mouth opens quickly: less of it is noise.
 constexpr float kQuickMove = 0.04F;
 
+// How long it is remembered that an eye's white was seen: half of it for four seconds.
+constexpr float kWhiteKept = 0.995F;
+constexpr float kWhiteLess = 0.3F;
+constexpr float kConfidenceOfGone = 0.8F;
+
 float PartFor(float move, float moving = kMovingMove) {
   return Mixed(kStillPart, kMovingPart, Clamped01((move - kStillMove) / (moving - kStillMove)));
 }
@@ -44,9 +49,13 @@ void StepConfidence(float &smooth, float found) {
 
 // A blink is over in some pictures: half of the way at once, where it is clear.
 void StepLids(Lids &smooth, const Lids &found) {
-  const float move = std::abs(found.open - smooth.open);
-  smooth.open += (found.open - smooth.open) * Mixed(0.15F, 0.75F, Clamped01((move - 0.15F) / 0.25F));
-  StepConfidence(smooth.confidence, found.confidence);
+  smooth.white = std::max(found.white, smooth.white * kWhiteKept);
+  // An eye that showed its white is closed when it shows none.
+  const float gone = smooth.white * Clamped01((smooth.white - found.white - kWhiteLess) / kWhiteLess);
+  const float open = Mixed(found.open, 0, gone);
+  const float move = std::abs(open - smooth.open);
+  smooth.open += (open - smooth.open) * Mixed(0.15F, 0.75F, Clamped01((move - 0.15F) / 0.25F));
+  StepConfidence(smooth.confidence, std::max(found.confidence, kConfidenceOfGone * gone));
 }
 
 }  // namespace
@@ -79,6 +88,7 @@ void Smooth(Features &smooth, const Features &found) {
     if (found.brows[side].confidence > 0) {
       Step(smooth.brows[side].height, found.brows[side].height);
       Step(smooth.brows[side].slope, found.brows[side].slope);
+      Step(smooth.brows[side].bend, found.brows[side].bend);
     }
     StepConfidence(smooth.brows[side].confidence, found.brows[side].confidence);
     Step(smooth.eye_corners[side].x, found.eye_corners[side].x);

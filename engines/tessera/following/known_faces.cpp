@@ -32,6 +32,8 @@ bool FarEyeIsGone(const Features &face) {
   constexpr float kGonePart = 0.5F;  // of what the other eye shows
   constexpr float kTurned = 0.12F;   // tangent
   constexpr float kUnlike = 0.75F;   // confidence: nose and mouth are not those of a face from the front
+  constexpr float kWhite = 0.5F;
+  if (std::min(face.lids[0].white, face.lids[1].white) > kWhite) return false;
   const float left = face.eye_corners[0].confidence;
   const float right = face.eye_corners[1].confidence;
   if (std::max(left, right) < kSeen || std::min(left, right) > kGonePart * std::max(left, right)) return false;

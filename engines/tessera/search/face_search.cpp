@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 #include <opencv2/imgproc.hpp>
 
 namespace tessera {
@@ -44,6 +45,14 @@ bool BoxIsDark(const cv::Mat &luma, const cv::Rect &box) {
   return IsDark(luma(box & cv::Rect(0, 0, luma.cols, luma.rows)));
 }
 
+// For the face that is expected there: by the skin of its cheeks and nose.
+double WhiteOf(const cv::Mat &patch, const cv::Rect2f &window, float density) {
+  const cv::Rect2f skin(-0.5F, 0.3F, 1, 0.5F);
+  const cv::Rect area((skin.tl() - window.tl()) * density,
+                      cv::Size(cvRound(skin.width * density), cvRound(skin.height * density)));
+  return WhiteForSkin(MedianCode(patch(area)));
+}
+
 bool SamePlace(const Placement &a, const Placement &b) {
   const cv::Point2f apart = a.origin - b.origin;
   return std::hypot(apart.x, apart.y) < std::max(a.unit, b.unit);
@@ -61,6 +70,25 @@ void AddFace(std::vector<CoarseFace> &faces, const CoarseFace &face) {
 
 }  // namespace
 
+std::vector<double> DarkWhites(const cv::Mat &luma) {
+  constexpr std::array<int, 4> kWhites = {34, 44, 58, 80};
+  constexpr int kBlack = 16;
+  constexpr double kLeastPart = 0.01;  // of the picture
+  std::array<int, 256> counts{};
+  for (int y = 0; y < luma.rows; y += 4) {
+    const uint8_t *row = luma.ptr(y);
+    for (int x = 0; x < luma.cols; x += 4) ++counts[row[x]];
+  }
+  const double all = luma.total() / 16.0;
+  std::vector<double> whites;
+  for (const int white : kWhites) {
+    const auto from = counts.begin() + kBlack + (white - kBlack) * 6 / 10;
+    const int there = std::accumulate(from, counts.begin() + white, 0);
+    if (there > kLeastPart * all) whites.push_back(white);
+  }
+  return whites;
+}
+
 bool FaceSearch::Load(const std::string &file, const std::string &quick_file) {
   return cascade_.Load(file) && (quick_file.empty() || quick_.Load(quick_file));
 }
@@ -75,7 +103,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
     cv::resize(luma, small, size, 0, 0, cv::INTER_AREA);
   }
   const cv::Mat plain = small;
-  small = pass.evened ? EvenedPicture(small) : Lit(small);
+  small = pass.white > 0 ? CutOffAbove(small, pass.white) : pass.evened ? EvenedPicture(small) : Lit(small);
   // The turned picture has room for all of it; a flat border costs the cascade next to nothing.
   const float c = std::cos(pass.angle);
   const float s = std::sin(pass.angle);
@@ -99,7 +127,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
                                       : quick_.empty() ? cascade_.FindAny(upright, 1.2, kSmallestBox)
                                                        : quick_.FindAny(upright, 1.2, kSmallestBox);
   for (const VotedBox &found : boxes) {
-    if (pass.evened && !BoxIsDark(plain, found.box)) continue;
+    if ((pass.evened || pass.white > 0) && !BoxIsDark(plain, found.box)) continue;
     Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);
@@ -119,6 +147,7 @@ std::vector<CoarseFace> FaceSearch::Whole(const cv::Mat &luma, float first_angle
   }
   if (std::max(luma.cols, luma.rows) > kUsualFaces) passes.push_back({kSmallFaces, 0});
   passes.push_back({kUsualFaces, 0, true});
+  for (const double white : DarkWhites(luma)) passes.push_back({kUsualFaces, 0, false, white});
 
   std::vector<CoarseFace> found;
   for (const SearchPass &pass : passes) {
@@ -138,21 +167,29 @@ std::vector<CoarseFace> FaceSearch::Sweep(const cv::Mat &luma, const SearchPass 
 std::optional<CoarseFace> FaceSearch::Near(const cv::Mat &luma, const Placement &last) {
   const cv::Rect2f window(-2.1F, -1.9F, 4.2F, 4.4F);
   const float density = kTrackedBox * kEyeDistance;
+  enum class Light { kPlain, kEvened, kCutOff };
   struct Try {
     float turn;
-    bool evened;
+    Light light;
   };
   std::optional<CoarseFace> best;
-  for (const Try &one : {Try{0.0F, false}, {-15 * kDegree, false}, {15 * kDegree, false}, {0.0F, true}}) {
-    if (best && !one.evened) continue;
+  for (const Try &one : {Try{0.0F, Light::kPlain},
+                         {-15 * kDegree, Light::kPlain},
+                         {15 * kDegree, Light::kPlain},
+                         {0.0F, Light::kEvened},
+                         {0.0F, Light::kCutOff}}) {
+    const bool plain = one.light == Light::kPlain;
+    if (best && plain) continue;
     if (best && best->score >= kClearScore) break;
     Placement place = last;
     place.angle += one.turn;
     const cv::Mat cut = CutUpright(luma, place, window, density);
-    const cv::Mat patch = one.evened ? EvenedFace(cut) : Lit(cut);
-    if (one.evened && !IsDark(cut)) break;
+    if (!plain && !IsDark(cut)) break;
+    const cv::Mat patch = plain                         ? Lit(cut)
+                          : one.light == Light::kEvened ? EvenedFace(cut)
+                                                        : CutOffAbove(cut, WhiteOf(cut, window, density));
     const std::vector<VotedBox> boxes = cascade_.Find(patch, 1.1, 3, 34, 70);
-    if (boxes.empty() || (one.evened && !BoxIsDark(cut, boxes[0].box))) continue;
+    if (boxes.empty() || (!plain && !BoxIsDark(cut, boxes[0].box))) continue;
     const auto score = static_cast<float>(boxes[0].votes);
     if (best && best->score >= score) continue;
     const Placement in_patch = PlacementOfBox(boxes[0].box);

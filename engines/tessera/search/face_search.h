@@ -23,7 +23,11 @@ struct SearchPass {
   float angle = 0;      // radians
   bool evened = false;  // upright only: with the light of each part of the picture evened out: shows very dark faces in
                         // bright places
+  double white = 0;     // luma code above which all is cut off, see CutOffAbove; 0: none. Upright only
 };
+
+// Where to cut off for the dark faces that the picture may hold: each of some codes that enough of it lies below.
+std::vector<double> DarkWhites(const cv::Mat &luma);
 
 // Owns: the cascades. Threads: one at a time.
 class FaceSearch {

@@ -15,7 +15,7 @@ constexpr std::array<SearchPass, 10> kPasses = {{{kUsualFaces, 0, true},
                                                  {kUsualFaces, -20 * kDegree},
                                                  {kUsualFaces, 20 * kDegree},
                                                  {kSmallFaces, 0},
-                                                 {kUsualFaces, -20 * kDegree},
+                                                 {kUsualFaces, 0, true},
                                                  {kUsualFaces, 20 * kDegree},
                                                  {kUsualFaces, -40 * kDegree},
                                                  {kUsualFaces, -20 * kDegree},
@@ -65,9 +65,15 @@ void SearchTurns::LookAtOne(const SearchTask &task, SearchAnswer &answer) {
   answer.looks.push_back(std::move(result));
 }
 
-SearchPass SearchTurns::NextPass() {
+// Where dark faces are looked for, by turns in evened light and with each of the codes above which all is cut off.
+SearchPass SearchTurns::NextPass(const cv::Mat &luma) {
   const uint64_t pass = pass_++;
-  return pass % 2 == 0 ? SearchPass{kUsualFaces, 0} : kPasses[pass / 2 % kPasses.size()];
+  if (pass % 2 == 0) return {kUsualFaces, 0};
+  const SearchPass &next = kPasses[pass / 2 % kPasses.size()];
+  if (!next.evened) return next;
+  const std::vector<double> whites = DarkWhites(luma);
+  const size_t which = dark_pass_++ % (1 + whites.size());
+  return which == 0 ? next : SearchPass{kUsualFaces, 0, false, whites[which - 1]};
 }
 
 // A place where a pass found something weak is looked at once more in another picture.
@@ -87,7 +93,7 @@ void SearchTurns::LookAtDoubtful(const SearchTask &task, SearchAnswer &answer) {
 
 void SearchTurns::LookForMore(const SearchTask &task, SearchAnswer &answer) {
   const PictureView &picture = task.picture->view;
-  std::vector<CoarseFace> proposals = look_.Sweep(picture, NextPass());
+  std::vector<CoarseFace> proposals = look_.Sweep(picture, NextPass(picture.y));
   proposals.erase(std::remove_if(proposals.begin(), proposals.end(),
                                  [&](const CoarseFace &proposal) { return IsKnown(task, answer, proposal.placement); }),
                   proposals.end());

@@ -55,13 +55,14 @@ class SearchTurns {
   void LookAtOne(const SearchTask &task, SearchAnswer &answer);
   void LookForMore(const SearchTask &task, SearchAnswer &answer);
   void LookAtDoubtful(const SearchTask &task, SearchAnswer &answer);
-  SearchPass NextPass();
+  SearchPass NextPass(const cv::Mat &luma);
 
   FaceLook &look_;
   std::atomic<bool> stop_{false};
   uint64_t turn_ = 0;
   size_t next_known_ = 0;
   uint64_t pass_ = 0;
+  size_t dark_pass_ = 0;
   size_t first_proposal_ = 0;  // of those of a pass: where there are many, each has its turn
   std::vector<Doubtful> doubtful_;
 };

@@ -107,7 +107,7 @@ std::vector<float> Depths(const std::vector<cv::Point2f> &shape) {
   return depths;
 }
 
-constexpr float kMostSlope = 0.35F;
+constexpr float kMostBrowMove = 0.2F;
 
 // The line along the middle of a brow of the mean shape, as FindBrow tells it.
 Brow MeanBrow(const std::vector<cv::Point2f> &mean) {
@@ -123,17 +123,16 @@ Brow MeanBrow(const std::vector<cv::Point2f> &mean) {
     };
     return (edge(kLeftBrowUpper.first, kLeftBrowUpper.last) + edge(kLeftBrowLower.first, kLeftBrowLower.last)) * 0.5F;
   };
-  const float middle = (kBrowFrom + kBrowTo) * 0.5F;
-  float sum_y = 0;
-  float sum_xx = 0;
-  float sum_xy = 0;
-  int count = 0;
-  for (float x = kBrowFrom; x <= kBrowTo; x += 0.04F, ++count) {
-    sum_y += height(x);
-    sum_xx += (x - middle) * (x - middle);
-    sum_xy += (x - middle) * height(x);
+  cv::Matx33f sums = cv::Matx33f::zeros();
+  cv::Vec3f heights(0, 0, 0);
+  for (float x = kBrowFrom; x <= kBrowTo; x += 0.04F) {
+    const float out = x - kBrowMiddle;
+    const cv::Vec3f powers(1, out, out * out);
+    sums += powers * powers.t();
+    heights += height(x) * powers;
   }
-  return {sum_y / static_cast<float>(count), sum_xy / sum_xx, 1};
+  const cv::Vec3f line = sums.solve(heights, cv::DECOMP_LU);
+  return {line[0], line[1], line[2], 1};
 }
 
 }  // namespace
@@ -168,9 +167,9 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
       point = EyePoint(mean, i, features.eye_corners[side], features.lids[side]);
     } else if (In(kLeftBrow, i) || In(kRightBrow, i)) {
       const Brow &brow = features.brows[side];
-      const float outwards = std::abs(point.x) - (kBrowFrom + kBrowTo) * 0.5F;
-      const float slope = std::clamp(brow.slope - usual_brow.slope, -kMostSlope, kMostSlope);
-      point.y += (brow.height - usual_brow.height + slope * outwards) * brow.confidence;
+      const float outwards = std::abs(point.x) - kBrowMiddle;
+      const float move = brow.At(outwards) - usual_brow.At(outwards);
+      point.y += std::clamp(move, -kMostBrowMove, kMostBrowMove) * brow.confidence;
     } else if (In(kNoseSides, i) || In({kNoseRoot, kNoseBase}, i)) {
       const float part = Clamped01(point.y / mean[kNoseTip].y);  // the root stays between the eyes
       point += cv::Point2f(nose_aside, nose_down) * part;

@@ -1,10 +1,16 @@
 #include "vision/picture_view.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
 namespace tessera {
+namespace {
+
+constexpr double kBlack = 16;
+
+}  // namespace
 
 cv::Point2f Turned(cv::Point2f point, float angle) {
   const float c = std::cos(angle);
@@ -95,8 +101,30 @@ bool IsDark(const cv::Mat &luma) {
   return cv::mean(luma)[0] < kDark;
 }
 
+cv::Mat CutOffAbove(const cv::Mat &luma, double white) {
+  const double gain = 255 / std::max(8.0, white - kBlack);
+  cv::Mat cut;
+  luma.convertTo(cut, CV_8U, gain, -kBlack * gain);
+  return cut;
+}
+
+double WhiteForSkin(double skin) {
+  return kBlack + 1.15 * (skin - kBlack);
+}
+
+double MedianCode(const cv::Mat &luma) {
+  std::array<int, 256> counts{};
+  for (int y = 0; y < luma.rows; ++y) {
+    const uint8_t *row = luma.ptr(y);
+    for (int x = 0; x < luma.cols; ++x) ++counts[row[x]];
+  }
+  const int half = luma.rows * luma.cols / 2;
+  int code = 0;
+  for (int sum = counts[0]; sum < half && code < 255; sum += counts[static_cast<size_t>(code)]) ++code;
+  return code;
+}
+
 cv::Mat Lit(const cv::Mat &luma) {
-  constexpr double kBlack = 16;
   constexpr double kDark = 70;  // mean luma code above black
   constexpr double kRaised = 100;
   constexpr double kMostGain = 5;

@@ -54,6 +54,17 @@ cv::Mat Evened(const cv::Mat &luma, double most_contrast, int parts);
 // Whether it is a dark face: what evened light shows counts for these alone, since it shows faces in noise, too.
 bool IsDark(const cv::Mat &luma);
 
+// All that is brighter than the code `white` cut off, and what is left spread over all codes. In a very dark face the
+// whites of the eyes are brighter than the skin, where the cascades know eyes as dark; cut off at the skin's own
+// brightness, they are as it.
+cv::Mat CutOffAbove(const cv::Mat &luma, double white);
+
+// Where to cut off, for a face whose skin has that code.
+double WhiteForSkin(double skin);
+
+// The code in the middle of all.
+double MedianCode(const cv::Mat &luma);
+
 // The picture as it is, or raised where it is dark: a cascade passes over places without contrast.
 cv::Mat Lit(const cv::Mat &luma);
 

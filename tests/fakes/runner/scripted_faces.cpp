@@ -50,7 +50,16 @@ void KeepParams(const tessera::Any &param) {
 
 std::shared_ptr<tessera::Any> Result() {
   std::vector<tessera::FoundFace> faces;
-  for (const ScriptedFace &face : Script().faces) faces.push_back(FoundWith(PointsOf(face)));
+  for (const ScriptedFace &face : Script().faces) {
+    tessera::FoundFace found = FoundWith(PointsOf(face));
+    found.mouth_open = face.mouth_open;
+    found.mouth_confidence = face.mouth_confidence;
+    for (size_t side = 0; side < 2; ++side) {
+      found.eyes_open[side] = face.eyes_open[side];
+      found.eyes_confidence[side] = face.eyes_confidence[side];
+    }
+    faces.push_back(std::move(found));
+  }
   for (const auto &points : Script().raw_faces) faces.push_back(FoundWith(points));
   auto result = std::make_shared<tessera::Any>(tessera::ResultTree(faces));
   if (Script().search_elapsed_ms > 0)

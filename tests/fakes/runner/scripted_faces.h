@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <opencv2/core.hpp>
 #include <string>
@@ -16,6 +17,10 @@ struct ScriptedFace {
   cv::Point2f eyes;  // between the pupils, pixels of the picture that the runner sees
   float eye_distance = 100.0f;
   float roll = 0.0f;  // radians, clockwise
+  float mouth_open = 0.0f;
+  float mouth_confidence = 0.0f;
+  std::array<float, 2> eyes_open{1.0f, 1.0f};  // left, right
+  std::array<float, 2> eyes_confidence{};
 };
 
 // Points of the mean shape at that place, in the published order.

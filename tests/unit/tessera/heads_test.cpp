@@ -59,6 +59,72 @@ TEST(Heads, PointsAreAsGoodOnEachToneDownToTheEighth) {
   }
 }
 
+TEST(Heads, PointsAreOnTheFeaturesOfTheDarkestTonesInFullAndInDimLight) {
+  for (const size_t tone : {8U, 9U}) {
+    for (const float light : {1.0F, 0.4F}) {
+      SCOPED_TRACE(testing::Message() << "tone " << tone + 1 << ", light " << light);
+      HeadScene scene;
+      scene.eye_distance = 70;
+      scene.light = light;
+      HeadPicture head =
+          vanta_test::DrawHead(vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]), {}, scene);
+      FaceReader reader;
+      const ReadFace face = After(reader, head, 4);
+      ASSERT_FALSE(face.points.empty());
+      EXPECT_LT(Off(face, head, tessera::kLeftPupil), 0.1F);
+      EXPECT_LT(Off(face, head, tessera::kRightPupil), 0.1F);
+      EXPECT_LT(FivePoints(face, head), 0.12F);
+    }
+  }
+}
+
+TEST(Heads, BlinkIsToldOnDarkSkin) {
+  for (const size_t tone : {7U, 8U}) {
+    SCOPED_TRACE(tone);
+    const HeadLook look = vanta_test::Person(kPerson + 1, vanta_test::kMonkTones[tone]);
+    HeadPose blink;
+    blink.eyes_closed = 1;
+    HeadPicture calm = Draw(look);
+    HeadPicture closed = Draw(look, blink);
+    FaceReader reader;
+    const ReadFace open = After(reader, calm, 4);
+    const ReadFace blinking = After(reader, closed, 3);
+    ASSERT_FALSE(open.points.empty());
+    ASSERT_FALSE(blinking.points.empty());
+    for (const size_t side : {0U, 1U}) {
+      EXPECT_GT(open.eyes_open[side], 0.6F);
+      EXPECT_LT(blinking.eyes_open[side], 0.4F);
+      EXPECT_GT(blinking.eyes_confidence[side], 0.5F);
+    }
+  }
+}
+
+float BrowsOff(const ReadFace &face, const HeadPicture &head) {
+  float sum = 0;
+  float count = 0;
+  for (const tessera::PointRange &brow : {tessera::kLeftBrow, tessera::kRightBrow}) {
+    for (size_t point = brow.first; point <= brow.last; ++point, ++count) sum += Off(face, head, point);
+  }
+  return sum / count;
+}
+
+TEST(Heads, BrowsThatHangOrAreRaisedAreFollowed) {
+  HeadLook look = vanta_test::Person(kPerson + 2, vanta_test::kMonkTones[3]);
+  for (const float tail : {0.0F, 0.14F}) {
+    for (const float raise : {0.0F, 0.12F}) {
+      SCOPED_TRACE(testing::Message() << "tail " << tail << ", raised by " << raise);
+      look.brow_tail = tail;
+      HeadPose pose;
+      pose.brow_raise = raise;
+      HeadPicture head = Draw(look, pose);
+      FaceReader reader;
+      const ReadFace face = After(reader, head, 2);
+      ASSERT_FALSE(face.points.empty());
+      EXPECT_LT(BrowsOff(face, head), 0.07F);
+    }
+  }
+}
+
 TEST(Heads, GlassesAndHairOverTheBrowsDoNotMoveThePoints) {
   HeadLook glasses = vanta_test::Person(kPerson, vanta_test::kMonkTones[3]);
   glasses.glasses = true;

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "fixtures/portrait/portrait.h"
+#include "fixtures/portrait/skin_tones.h"
 #include "vision/cascade_files.h"
 
 namespace {
@@ -37,6 +38,17 @@ class SearchTurns : public testing::Test {
 
 TEST_F(SearchTurns, FindTheFaceOfAPicture) {
   EXPECT_GT(Found(4), 0);
+}
+
+TEST_F(SearchTurns, FindAVeryDarkFaceInDimLight) {
+  vanta_test::PortraitSetup setup;
+  setup.gain = 0.7F;
+  picture_ = vanta_test::PlacePortrait(
+      vanta_test::Recoloured(vanta_test::ReadPortrait(VANTA_PORTRAIT), vanta_test::kMonkTones[9]), setup);
+  auto small = std::make_shared<tessera::SmallPicture>();
+  small->view.y = picture_.i420.rowRange(0, picture_.bgr.rows);
+  task_.picture = small;
+  EXPECT_GT(Found(50), 0);
 }
 
 TEST_F(SearchTurns, LookAtNoProposalOnceTheyAreToEnd) {

@@ -179,4 +179,16 @@ inline constexpr LXBodySlimmingStatus kSlimmingIdle{0};    // nothing is on
 inline constexpr LXBodySlimmingStatus kSlimmingActive{1};  // the picture is changed
 inline constexpr LXBodySlimmingStatus kSlimmingNoBody{2};  // something is on, and there is nobody to slim
 
+// getStats, a text in JSON, tells of the last frame's faces in kStatsFaces: a list of objects, the face that was found
+// first in front, empty while nothing needs faces. Numbers have three digits behind the point. A confidence is 0 (the
+// picture shows nothing of it: what stands beside it is a guess) to 1 (it is clearly seen); below a half nothing should
+// follow what stands beside it. Mouths are told less surely in a beard or without colour, eyes in a small face (below
+// 34 pixels between the pupils, in a picture whose long side is 640), in dark skin, and behind glasses.
+inline constexpr const char *kStatsFaces = "faces";
+inline constexpr const char *kFaceConfidence = "confidence";  // of the face: that it is still followed
+inline constexpr const char *kFaceMouth = "mouth";         // {kFaceOpen: in eye distances, 0 closed, kFaceConfidence}
+inline constexpr const char *kFaceLeftEye = "left_eye";    // {kFaceOpen: 0 closed to 1, kFaceConfidence}; the one
+inline constexpr const char *kFaceRightEye = "right_eye";  // with the smaller x in the upright picture is the left
+inline constexpr const char *kFaceOpen = "open";
+
 }  // namespace lumivex

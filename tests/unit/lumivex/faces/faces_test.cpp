@@ -8,6 +8,7 @@
 #include "fakes/runner/scripted_faces.h"
 #include "fixtures/lumivex/engine_fixture.h"
 #include "fixtures/process/log_capture.h"
+#include "lumivex/lumivex_values.h"
 #include "vanta_filter/landmark/tessera_api.h"
 
 namespace lumivex_test {
@@ -360,6 +361,27 @@ TEST_F(VisionStats, TellTheShareOfTheRunnersSearchThread) {
   engine->getTesseraStat(text);
   EXPECT_NEAR(nlohmann::json::parse(text)["face_search_share"].get<double>(), 0.15, 0.001);
   EXPECT_NEAR(nlohmann::json::parse(engine->getStats())["face_search_share"].get<double>(), 0.15, 0.001);
+}
+
+TEST_F(VisionStats, TellHowFarMouthAndEyesAreOpenAndHowSureThatIs) {
+  ScriptedFace face{{32, 20}, 16};
+  face.mouth_open = 0.25f;
+  face.mouth_confidence = 0.75f;
+  face.eyes_open = {0.125f, 1.0f};
+  face.eyes_confidence = {0.5f, 0.375f};
+  Script().faces = {face};
+  const auto engine = MakeEngine(64, 64);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  Process(*engine, picture);
+  const auto faces = [&engine] { return nlohmann::json::parse(engine->getStats())[lumivex::kStatsFaces]; };
+  EXPECT_EQ(faces(), nlohmann::json::parse(R"([{"confidence": 1.0, "mouth": {"open": 0.25, "confidence": 0.75},
+                                               "left_eye": {"open": 0.125, "confidence": 0.5},
+                                               "right_eye": {"open": 1.0, "confidence": 0.375}}])"));
+  Script().faces = {};
+  Process(*engine, picture);
+  EXPECT_TRUE(faces().empty());
 }
 
 TEST_F(VisionStats, TellOfFaces) {
