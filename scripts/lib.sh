@@ -8,11 +8,13 @@ vanta_packages() {
       printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
         nlohmann-json3-dev libcli11-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
         libopencv-objdetect-dev libopencv-video-dev libopencv-dnn-dev \
-        libavformat-dev libavcodec-dev libavutil-dev
+        libavformat-dev libavcodec-dev libavutil-dev libfreetype-dev libharfbuzz-dev
       ;;
     run)
       # obs-studio for the muxer, gnuplot for --plot: programs of their own. opencv-data: the cascades that find faces.
-      printf '%s\n' obs-plugins obs-studio gnuplot-nox xvfb libgl1-mesa-dri libegl-mesa0 opencv-data
+      # The fonts draw effects' texts.
+      printf '%s\n' obs-plugins obs-studio gnuplot-nox xvfb libgl1-mesa-dri libegl-mesa0 opencv-data \
+        fonts-dejavu-core fonts-wqy-microhei
       ;;
     test)
       vanta_packages run

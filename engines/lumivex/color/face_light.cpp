@@ -114,7 +114,8 @@ void LightFace(const Face &face, const Orientation &orientation, int cell, cv::M
 }  // namespace
 
 void LightFaces(const Faces &faces, const Orientation &orientation, int cell, cv::Mat &light) {
-  light.setTo(0);
+  // setTo takes memory of its own for it.
+  for (int row = 0; row < light.rows; ++row) std::fill_n(light.ptr<float>(row), light.cols, 0.0f);
   for (const Face &face : faces) LightFace(face, orientation, cell, light);
 }
 

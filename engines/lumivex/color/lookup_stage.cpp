@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <opencv2/core/hal/intrin.hpp>
 
 namespace lumivex {
 namespace {
@@ -14,6 +16,31 @@ Rgb Clamped(const Rgb &rgb) {
   return {std::clamp(rgb[0], 0.0f, 1.0f), std::clamp(rgb[1], 0.0f, 1.0f), std::clamp(rgb[2], 0.0f, 1.0f)};
 }
 
+uint32_t CodeOf(const uint8_t *codes) {
+  return codes[0] | static_cast<uint32_t>(codes[1]) << 8;
+}
+
+// Of 16 pixels of a row, in pairs.
+cv::v_uint16x8 PairSums(const uint8_t *pixels) {
+  const cv::v_uint16x8 pairs = cv::v_reinterpret_as_u16(cv::v_load(pixels));
+  return (pairs & cv::v_setall_u16(255)) + (pairs >> 8);
+}
+
+// The mean luma of the four pixels of each pair of chroma codes.
+void MeansOf(const uint8_t *upper, const uint8_t *lower, int pairs, uint8_t *means) {
+  const cv::v_uint16x8 half = cv::v_setall_u16(2);
+  int x = 0;
+  for (; x + 16 <= pairs; x += 16) {
+    const cv::v_uint16x8 first = PairSums(upper + 2 * x) + PairSums(lower + 2 * x);
+    const cv::v_uint16x8 second = PairSums(upper + 2 * x + 16) + PairSums(lower + 2 * x + 16);
+    cv::v_store(means + x, cv::v_pack((first + half) >> 2, (second + half) >> 2));
+  }
+  for (; x < pairs; ++x) {
+    const int sum = upper[2 * x] + upper[2 * x + 1] + lower[2 * x] + lower[2 * x + 1];
+    means[x] = static_cast<uint8_t>((sum + 2) / 4);
+  }
+}
+
 }  // namespace
 
 void LookupStage::Apply(const Nv12View &view, const YuvSpace &space, const std::shared_ptr<const LookupTable> &table,
@@ -24,26 +51,52 @@ void LookupStage::Apply(const Nv12View &view, const YuvSpace &space, const std::
 
 // Rows of chroma.
 void LookupStage::ApplyRows(const Nv12View &view, int first, int end) {
-  const int whole_pairs = view.width / 2;
   for (int row = first; row < end; ++row) {
-    uint8_t *codes = view.UvRow(row);
-    uint8_t *upper = view.YRow(2 * row);
-    uint8_t *lower = view.YRow(std::min(2 * row + 1, view.height - 1));
-    const bool two_rows = lower != upper;
-    for (int x = 0; x < view.chroma_width; ++x) {
-      const Column &column = ColumnOf(codes[2 * x], codes[2 * x + 1]);
-      const int left = 2 * x;
-      const int right = x < whole_pairs ? left + 1 : left;
-      const int mean = (upper[left] + upper[right] + lower[left] + lower[right] + 2) / 4;
-      codes[left] = column.u[static_cast<size_t>(mean)];
-      codes[left + 1] = column.v[static_cast<size_t>(mean)];
-      upper[left] = column.y[upper[left]];
-      if (right != left) upper[right] = column.y[upper[right]];
-      if (!two_rows) continue;
-      lower[left] = column.y[lower[left]];
-      if (right != left) lower[right] = column.y[lower[right]];
+    const int whole = 2 * row + 1 < view.height ? view.width / 2 : 0;  // pairs with all of their four pixels
+    for (int x = 0; x < whole; x += kBlock)
+      ApplyBlock(view.UvRow(row) + 2 * x, view.YRow(2 * row) + 2 * x, view.YRow(2 * row + 1) + 2 * x,
+                 std::min(kBlock, whole - x));
+    for (int x = whole; x < view.chroma_width; ++x) ApplyEdge(view, row, x);
+  }
+}
+
+// Each pixel costs one load of it, one of the table and one store: more would be the slowest part of a frame.
+void LookupStage::ApplyBlock(uint8_t *codes, uint8_t *upper, uint8_t *lower, int pairs) {
+  const std::atomic<const Column *> *by_code = by_code_.get();
+  std::array<uint8_t, kBlock> means;
+  MeansOf(upper, lower, pairs, means.data());
+  for (int x = 0; x < pairs; ++x, codes += 2, upper += 2, lower += 2) {
+    const uint32_t code = CodeOf(codes);
+    const Column *column = by_code[code].load(std::memory_order_acquire);
+    if (!column) column = &MakeColumn(code);
+    const Chroma chroma = column->chroma[means[static_cast<size_t>(x)]];
+    const uint8_t *y = column->y.data();
+    const uint8_t changed[4] = {y[upper[0]], y[upper[1]], y[lower[0]], y[lower[1]]};
+    std::memcpy(codes, &chroma, sizeof(chroma));
+    upper[0] = changed[0];
+    upper[1] = changed[1];
+    lower[0] = changed[2];
+    lower[1] = changed[3];
+  }
+}
+
+// A pair at the edge of a frame of odd size, which lacks pixels.
+void LookupStage::ApplyEdge(const Nv12View &view, int row, int x) {
+  uint8_t *codes = view.UvRow(row) + 2 * x;
+  const Column &column = ColumnOf(CodeOf(codes));
+  const int last_row = std::min(2 * row + 1, view.height - 1);
+  const int last = std::min(2 * x + 1, view.width - 1);
+  int sum = 0;
+  int count = 0;
+  for (int pixel_row = 2 * row; pixel_row <= last_row; ++pixel_row) {
+    uint8_t *pixels = view.YRow(pixel_row);
+    for (int pixel = 2 * x; pixel <= last; ++pixel, ++count) {
+      sum += pixels[pixel];
+      pixels[pixel] = column.y[pixels[pixel]];
     }
   }
+  const Chroma chroma = column.chroma[static_cast<size_t>((sum + count / 2) / count)];
+  std::memcpy(codes, &chroma, sizeof(chroma));
 }
 
 uint8_t LookupStage::Changed(const std::array<Node, kNodes> &nodes, int16_t Node::*component, int luma, int code) {
@@ -53,14 +106,18 @@ uint8_t LookupStage::Changed(const std::array<Node, kNodes> &nodes, int16_t Node
   return static_cast<uint8_t>(std::clamp((code * kUnit + change + kUnit / 2) >> kUnitBits, 0, 255));
 }
 
-const LookupStage::Column &LookupStage::ColumnOf(int u, int v) {
-  const size_t code = static_cast<size_t>(u) << 8 | static_cast<size_t>(v);
-  if (!mixed_[code].load(std::memory_order_acquire)) {
-    const std::lock_guard<std::mutex> lock(mixing_);
-    if (!mixed_[code].load(std::memory_order_relaxed)) MixColumn(u, v, columns_[code]);
-    mixed_[code].store(true, std::memory_order_release);
-  }
-  return columns_[code];
+const LookupStage::Column &LookupStage::ColumnOf(uint32_t code) {
+  const Column *column = by_code_[code].load(std::memory_order_acquire);
+  return column ? *column : MakeColumn(code);
+}
+
+const LookupStage::Column &LookupStage::MakeColumn(uint32_t code) {
+  const std::lock_guard<std::mutex> lock(making_);
+  if (const Column *made = by_code_[code].load(std::memory_order_relaxed)) return *made;
+  Column &column = columns_[made_++];
+  MixColumn(static_cast<int>(code & 255), static_cast<int>(code >> 8), column);
+  by_code_[code].store(&column, std::memory_order_release);
+  return column;
 }
 
 void LookupStage::MixColumn(int u, int v, Column &column) const {
@@ -83,8 +140,7 @@ void LookupStage::MixColumn(int u, int v, Column &column) const {
   for (int luma = 0; luma < 256; ++luma) {
     const auto at = static_cast<size_t>(luma);
     column.y[at] = Changed(nodes, &Node::y, luma, luma);
-    column.u[at] = Changed(nodes, &Node::u, luma, u);
-    column.v[at] = Changed(nodes, &Node::v, luma, v);
+    column.chroma[at] = {Changed(nodes, &Node::u, luma, u), Changed(nodes, &Node::v, luma, v)};
   }
 }
 
@@ -94,8 +150,9 @@ void LookupStage::Prepare(const YuvSpace &space, const std::shared_ptr<const Loo
   space_ = space;
   strength_ = strength;
   if (!columns_) columns_.reset(new Column[kChromaCodes]);
-  if (!mixed_) mixed_.reset(new std::atomic<bool>[kChromaCodes]);
-  for (size_t code = 0; code < kChromaCodes; ++code) mixed_[code].store(false, std::memory_order_relaxed);
+  if (!by_code_) by_code_.reset(new std::atomic<const Column *>[kChromaCodes]);
+  for (size_t code = 0; code < kChromaCodes; ++code) by_code_[code].store(nullptr, std::memory_order_relaxed);
+  made_ = 0;
   grid_.resize(static_cast<size_t>(kNodes) * kNodes * kNodes);
   Node *node = grid_.data();
   for (int u = 0; u < kNodes; ++u) {

@@ -106,4 +106,15 @@ std::optional<Face> MakeFace(const FacePoints &points, const FaceBox &box) {
   return face;
 }
 
+PointBounds BoundsOf(const std::vector<FramePoint> &points) {
+  PointBounds bounds{points[0].x, points[0].y, points[0].x, points[0].y};
+  for (const FramePoint &point : points) {
+    bounds.left = std::min(bounds.left, point.x);
+    bounds.top = std::min(bounds.top, point.y);
+    bounds.right = std::max(bounds.right, point.x);
+    bounds.bottom = std::max(bounds.bottom, point.y);
+  }
+  return bounds;
+}
+
 }  // namespace lumivex

@@ -102,4 +102,14 @@ std::optional<Face> MakeFace(const FacePoints &points, const FaceBox &box);
 
 using Faces = std::vector<Face>;
 
+struct PointBounds {
+  float left;  // pixels of the stored picture
+  float top;
+  float right;
+  float bottom;
+};
+
+// Of one point at least.
+PointBounds BoundsOf(const std::vector<FramePoint> &points);
+
 }  // namespace lumivex

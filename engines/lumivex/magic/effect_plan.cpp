@@ -24,9 +24,9 @@ std::string Dumped(const Json &json) {
   return vanta::WriteJson(json);
 }
 
-bool IsPlainText(const std::string &text) {
+bool IsOneLine(const std::string &text) {
   return text.size() <= kMaxTextLength &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+         std::none_of(text.begin(), text.end(), [](char c) { return static_cast<uint8_t>(c) < ' ' || c == '\x7F'; });
 }
 
 std::optional<LayerAnchor> FindAnchor(std::string_view name) {
@@ -103,7 +103,7 @@ class PlanReader {
     if (text) {
       layer.source = LayerSource::kText;
       if (!image.empty()) members.Fail("text", "and \"image\" exclude each other");
-      if (!IsPlainText(layer.text)) members.Fail("text", "has characters that are no printable ASCII");
+      if (!IsOneLine(layer.text)) members.Fail("text", "is more than one line");
     } else if (image.empty()) {
       members.Fail("image", "is missing");
     } else if (image == kMediaName) {
@@ -226,7 +226,7 @@ class PlanReader {
     members.End();
     const auto layer = FindLayer(id);
     if (!layer || plan.layers[*layer].source != LayerSource::kText) members.Fail("layer", "names no layer with a text");
-    if (!IsPlainText(reaction.text)) members.Fail("text", "has characters that are no printable ASCII");
+    if (!IsOneLine(reaction.text)) members.Fail("text", "is more than one line");
     if (!IsPointer(reaction.text_from)) members.Fail("from", "is no JSON pointer such as /data/params/score");
     reaction.text_layer = layer;
     outer.Take(members);

@@ -44,7 +44,7 @@ struct LayerPlan {
   LayerSource source = LayerSource::kFile;
   std::string file;                                // kFile: picture or folder of pictures, inside the effect's folder
   size_t custom_index = 0;                         // kCustom: counted from 0
-  std::string text;                                // kText: printable ASCII
+  std::string text;                                // kText: UTF-8 in one line
   std::array<uint8_t, 3> color = {255, 255, 255};  // kText: red, green, blue
   float fps = 25.0f;                               // pictures a second
   bool loop = true;                                // false: stays at its last picture

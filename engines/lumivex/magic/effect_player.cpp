@@ -12,11 +12,15 @@ using Json = nlohmann::ordered_json;
 
 constexpr int64_t kNanosecondsPerMs = 1000000;
 
-// Only what the font has.
-std::string Printable(std::string text) {
-  text.resize(std::min(text.size(), kMaxTextLength));
+// One line, cut between characters.
+std::string OneLine(std::string text) {
+  if (text.size() > kMaxTextLength) {
+    size_t end = kMaxTextLength;
+    while (end > 0 && (static_cast<uint8_t>(text[end]) & 0xC0) == 0x80) --end;
+    text.resize(end);
+  }
   std::replace_if(
-      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+      text.begin(), text.end(), [](char c) { return static_cast<uint8_t>(c) < ' ' || c == '\x7F'; }, '?');
   return text;
 }
 
@@ -115,7 +119,7 @@ void EffectPlayer::Act(const ReactionPlan &reaction, const Json &message, Effect
 }
 
 void EffectPlayer::ShowText(size_t layer, const std::string &text) {
-  layers_[layer].text = DrawText(Printable(text), Plan().layers[layer].color);
+  layers_[layer].text = DrawText(OneLine(text), Plan().layers[layer].color);
 }
 
 int64_t EffectPlayer::ElapsedMs() const {

@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "files/picture_size.h"
+#include "magic/shaped_text.h"
 #include "makeup/rgba_blend.h"
 #include "platform/regular_file.h"
 
@@ -45,6 +46,25 @@ cv::Mat ToBgra(cv::Mat picture) {
 
 uint8_t Product(uint8_t color, uint8_t alpha) {
   return static_cast<uint8_t>((color * alpha + 127) / 255);
+}
+
+// In OpenCV's own font, which has ASCII alone: '?' for every other character.
+cv::Mat PlainText(const std::string &text) {
+  std::string ascii;
+  for (const char letter : text) {
+    const auto byte = static_cast<uint8_t>(letter);
+    if ((byte & 0xC0) == 0x80) continue;  // of a character that has begun
+    ascii += byte >= ' ' && byte <= '~' ? letter : '?';
+  }
+  constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
+  constexpr double kScale = 2.0;
+  constexpr int kThickness = 4;
+  constexpr int kMargin = 2 * kThickness;
+  int below = 0;
+  const cv::Size size = cv::getTextSize(ascii, kFont, kScale, kThickness, &below);
+  cv::Mat alpha(size.height + below + 2 * kMargin, size.width + 2 * kMargin, CV_8U, cv::Scalar(0));
+  cv::putText(alpha, ascii, {kMargin, kMargin + size.height}, kFont, kScale, cv::Scalar(255), kThickness, cv::LINE_AA);
+  return alpha;
 }
 
 std::string Sized(const PictureSize &size) {
@@ -102,14 +122,8 @@ PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) 
 
 PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color) {
   if (text.empty()) return nullptr;
-  constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
-  constexpr double kScale = 2.0;
-  constexpr int kThickness = 4;
-  constexpr int kMargin = 2 * kThickness;
-  int below = 0;
-  const cv::Size size = cv::getTextSize(text, kFont, kScale, kThickness, &below);
-  cv::Mat alpha(size.height + below + 2 * kMargin, size.width + 2 * kMargin, CV_8U, cv::Scalar(0));
-  cv::putText(alpha, text, {kMargin, kMargin + size.height}, kFont, kScale, cv::Scalar(255), kThickness, cv::LINE_AA);
+  cv::Mat alpha = ShapedText(text);
+  if (alpha.empty()) alpha = PlainText(text);
   const cv::Mat solid(alpha.rows, alpha.cols, CV_8UC3, cv::Scalar(color[2], color[1], color[0]));
   cv::Mat bgra(alpha.rows, alpha.cols, CV_8UC4);
   const cv::Mat parts[] = {solid, alpha};

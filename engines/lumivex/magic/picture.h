@@ -48,7 +48,8 @@ inline constexpr uintmax_t kMaxPictureBytes = uintmax_t{1} << 26;
 // Reads a PNG, JPEG or WebP file, whose size is known before it is decoded. Threads: any.
 PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget);
 
-// One line of printable ASCII, transparent around it. Null for an empty one. `color`: red, green, blue.
+// One line of UTF-8, transparent around it; what the fonts have not is '?'. Null for an empty one. `color`: red, green,
+// blue. Threads: any.
 PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color);
 
 }  // namespace lumivex

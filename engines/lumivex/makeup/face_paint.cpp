@@ -74,22 +74,14 @@ void Soften(cv::Mat &mask, float soft) {
 
 // The frame's part around the points, with a margin; begins on even pixels. May be empty.
 cv::Rect Around(const std::vector<FramePoint> &outline, float margin, const cv::Size &frame) {
-  float left = outline[0].x;
-  float right = left;
-  float top = outline[0].y;
-  float bottom = top;
-  for (const FramePoint &point : outline) {
-    left = std::min(left, point.x);
-    right = std::max(right, point.x);
-    top = std::min(top, point.y);
-    bottom = std::max(bottom, point.y);
-  }
+  const PointBounds bounds = BoundsOf(outline);
   const auto within = [](float place, int most) {
     return static_cast<int>(std::clamp(place, 0.0f, static_cast<float>(most)));
   };
-  const int x = within(left - margin, frame.width) & ~1;
-  const int y = within(top - margin, frame.height) & ~1;
-  return {x, y, within(right + margin + 1.0f, frame.width) - x, within(bottom + margin + 1.0f, frame.height) - y};
+  const int x = within(bounds.left - margin, frame.width) & ~1;
+  const int y = within(bounds.top - margin, frame.height) & ~1;
+  return {x, y, within(bounds.right + margin + 1.0f, frame.width) - x,
+          within(bounds.bottom + margin + 1.0f, frame.height) - y};
 }
 
 // The upper lid's edge from the outer corner to the inner one, and the brow's lower edge likewise.

@@ -112,22 +112,13 @@ Outline Oval(const Face &face) {
 }
 
 cv::Rect Around(const Outline &outline, int cell, float margin, const cv::Size &map) {
-  float left = outline[0].x;
-  float right = left;
-  float top = outline[0].y;
-  float bottom = top;
-  for (const FramePoint &point : outline) {
-    left = std::min(left, point.x);
-    right = std::max(right, point.x);
-    top = std::min(top, point.y);
-    bottom = std::max(bottom, point.y);
-  }
+  const PointBounds bounds = BoundsOf(outline);
   const auto to_cell = [cell](float pixels, int most) {
     return static_cast<int>(std::clamp(pixels / static_cast<float>(cell), 0.0f, static_cast<float>(most)));
   };
-  const int x = to_cell(left - margin, map.width);
-  const int y = to_cell(top - margin, map.height);
-  return {x, y, to_cell(right + margin, map.width) - x, to_cell(bottom + margin, map.height) - y};
+  const int x = to_cell(bounds.left - margin, map.width);
+  const int y = to_cell(bounds.top - margin, map.height);
+  return {x, y, to_cell(bounds.right + margin, map.width) - x, to_cell(bounds.bottom + margin, map.height) - y};
 }
 
 // Softens the patch's edges over that many pixels and keeps the greater of it and what the map has.

@@ -43,18 +43,29 @@ constexpr float kShadeFull = 0.5f;
 constexpr float kShineFull = 1.25f;
 constexpr float kShineNone = 1.5f;
 
-float Smooth(float from, float to, float value) {
-  const float t = std::clamp((value - from) / (to - from), 0.0f, 1.0f);
-  return t * t * (3.0f - 2.0f * t);
+template <typename Value>
+Value Between(float from, float to, float low, float high, const Value &value) {
+  return All<Value>(low) + All<Value>(high - low) * Part<Value>(from, to, value);
 }
 
-float Between(float from, float to, float low, float high, float value) {
-  return low + (high - low) * std::clamp((value - from) / (to - from), 0.0f, 1.0f);
+// From dark to middle it rises, from pale to white it falls; between the two both are the same.
+template <typename Value>
+Value LeastSaturation(const Value &luma) {
+  return Lesser(Between<Value>(kDarkLuma, kMiddleLuma, kLeastDark, kLeastMiddle, luma),
+                Between<Value>(kPaleLuma, kWhiteLuma, kLeastMiddle, kLeastPale, luma));
 }
 
-float LeastSaturation(float luma) {
-  if (luma < kMiddleLuma) return Between(kDarkLuma, kMiddleLuma, kLeastDark, kLeastMiddle, luma);
-  return Between(kPaleLuma, kWhiteLuma, kLeastMiddle, kLeastPale, luma);
+template <typename Value>
+Value BandOf(const Value &luma, const Value &blue, const Value &red) {
+  const Value one = All<Value>(1.0f);
+  const Value hue = (All<Value>(0.0f) - blue) / red;
+  const Value part = Root(blue * blue + red * red);
+  const Value codes = part * Greater(luma, All<Value>(kLeastLuma)) * All<Value>(255.0f);
+  const Value weight =
+      Smooth<Value>(kHueNone[0], kHueFull[0], hue) * (one - Smooth<Value>(kHueFull[1], kHueNone[1], hue)) *
+      Smooth<Value>(0.0f, kLeastRise, codes - LeastSaturation<Value>(luma)) *
+      (one - Smooth<Value>(kMostSaturationFull, kMostSaturationNone, part)) * Smooth<Value>(kBlack, kVisible, luma);
+  return WhereAbove0(red, weight);
 }
 
 // Whether a face may be of that colour, in any light but a stage's: paint and masks are not learned.
@@ -105,25 +116,33 @@ ShadeFree::ShadeFree(const YuvSpace &space)
   red_from_v_ = (of_v[2] - 128.0f) / 255.0f;
 }
 
+template <typename Value, typename Result>
+Result ShadeFree::Convert(const Value &y, const Value &u, const Value &v) const {
+  const Value grey = All<Value>(128.0f);
+  const Value blue = u - grey;
+  const Value red = v - grey;
+  const Value luma = Greater((y - All<Value>(black_)) * All<Value>(per_luma_code_) + All<Value>(luma_from_u_) * blue +
+                                 All<Value>(luma_from_v_) * red,
+                             All<Value>(0.0f));
+  const Value scale = All<Value>(1.0f) / Greater(luma, All<Value>(kLeastLuma));
+  return {luma, (All<Value>(blue_from_u_) * blue + All<Value>(blue_from_v_) * red) * scale,
+          (All<Value>(red_from_u_) * blue + All<Value>(red_from_v_) * red) * scale};
+}
+
 ShadeFreeColour ShadeFree::Of(float y, float u, float v) const {
-  u -= 128.0f;
-  v -= 128.0f;
-  const float luma = std::max((y - black_) * per_luma_code_ + luma_from_u_ * u + luma_from_v_ * v, 0.0f);
-  const float scale = 1.0f / std::max(luma, kLeastLuma);
-  return {luma, (blue_from_u_ * u + blue_from_v_ * v) * scale, (red_from_u_ * u + red_from_v_ * v) * scale};
+  return Convert<float, ShadeFreeColour>(y, u, v);
+}
+
+ShadeFreeLanes ShadeFree::Of(const Lanes &y, const Lanes &u, const Lanes &v) const {
+  return Convert<Lanes, ShadeFreeLanes>(y, u, v);
 }
 
 float SkinBand(const ShadeFreeColour &colour) {
-  if (colour.red <= 0.0f || colour.luma <= kBlack) return 0.0f;
-  const float hue = -colour.blue / colour.red;
-  if (hue <= kHueNone[0] || hue >= kHueNone[1]) return 0.0f;
-  const float part = std::sqrt(colour.blue * colour.blue + colour.red * colour.red);
-  const float codes = part * std::max(colour.luma, kLeastLuma) * 255.0f;
-  const float least = LeastSaturation(colour.luma);
-  if (codes <= least || part >= kMostSaturationNone) return 0.0f;
-  return Smooth(kHueNone[0], kHueFull[0], hue) * (1.0f - Smooth(kHueFull[1], kHueNone[1], hue)) *
-         Smooth(least, least + kLeastRise, codes) * (1.0f - Smooth(kMostSaturationFull, kMostSaturationNone, part)) *
-         Smooth(kBlack, kVisible, colour.luma);
+  return BandOf<float>(colour.luma, colour.blue, colour.red);
+}
+
+Lanes SkinBand(const ShadeFreeLanes &colours) {
+  return BandOf<Lanes>(colours.luma, colours.blue, colours.red);
 }
 
 std::optional<SkinModel> SkinModel::Learn(std::vector<ShadeFreeColour> &samples) {
@@ -169,21 +188,31 @@ void SkinModel::Follow(const SkinModel &seen, float part) {
   move(red_red_, seen.red_red_);
 }
 
+template <typename Value>
+Value SkinModel::WeightOf(const Value &luma, const Value &blue_of, const Value &red_of, const Value &slack) const {
+  const Value one = All<Value>(1.0f);
+  const Value noise = All<Value>(kNoise) / Greater(luma, All<Value>(kLeastLuma));
+  const Value blue_blue = All<Value>(blue_blue_) + noise * noise;
+  const Value red_red = All<Value>(red_red_) + noise * noise;
+  const Value blue_red = All<Value>(blue_red_);
+  const Value blue = blue_of - All<Value>(middle_.blue);
+  const Value red = red_of - All<Value>(middle_.red);
+  const Value determinant = blue_blue * red_red - blue_red * blue_red;
+  const Value square =
+      (red_red * blue * blue - All<Value>(2.0f) * blue_red * blue * red + blue_blue * red * red) / determinant;
+  const Value distance = Root(Greater(square, All<Value>(0.0f))) / slack;
+  // Less light is borne the more slack there is, and more light likewise.
+  const Value shade = luma * All<Value>(1.0f / std::max(middle_.luma, kLeastLuma / 100.0f));
+  return (one - Smooth<Value>(kNear, kFar, distance)) * Smooth<Value>(kShadeNone, kShadeFull, shade * slack) *
+         (one - Smooth<Value>(kShineFull, kShineNone, shade / slack));
+}
+
 float SkinModel::Weight(const ShadeFreeColour &colour, float slack) const {
-  const float shade = colour.luma / middle_.luma;
-  if (shade <= kShadeNone / slack || shade >= kShineNone * slack) return 0.0f;
-  const float noise = kNoise / std::max(colour.luma, kLeastLuma);
-  const float blue_blue = blue_blue_ + noise * noise;
-  const float red_red = red_red_ + noise * noise;
-  const float blue = colour.blue - middle_.blue;
-  const float red = colour.red - middle_.red;
-  const float determinant = blue_blue * red_red - blue_red_ * blue_red_;
-  const float square = (red_red * blue * blue - 2.0f * blue_red_ * blue * red + blue_blue * red * red) / determinant;
-  const float far = kFar * slack;
-  if (square >= far * far) return 0.0f;
-  return (1.0f - Smooth(kNear * slack, far, std::sqrt(square))) *
-         Smooth(kShadeNone / slack, kShadeFull / slack, shade) *
-         (1.0f - Smooth(kShineFull * slack, kShineNone * slack, shade));
+  return WeightOf<float>(colour.luma, colour.blue, colour.red, slack);
+}
+
+Lanes SkinModel::Weight(const ShadeFreeLanes &colours, const Lanes &slack) const {
+  return WeightOf<Lanes>(colours.luma, colours.blue, colours.red, slack);
 }
 
 }  // namespace lumivex

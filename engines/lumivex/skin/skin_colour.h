@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "pixels/lanes.h"
 #include "pixels/yuv_space.h"
 
 namespace lumivex {
@@ -17,14 +18,25 @@ struct ShadeFreeColour {
   float red = 0.0f;   // (V - 128) over the luma's code
 };
 
+// Of four cells beside each other.
+struct ShadeFreeLanes {
+  Lanes luma;
+  Lanes blue;
+  Lanes red;
+};
+
 // From the codes of one colour space to colours as above.
 // Owns: the matrix of the space. Threads: any.
 class ShadeFree {
  public:
   explicit ShadeFree(const YuvSpace &space);
   ShadeFreeColour Of(float y, float u, float v) const;
+  ShadeFreeLanes Of(const Lanes &y, const Lanes &u, const Lanes &v) const;
 
  private:
+  template <typename Value, typename Result>
+  Result Convert(const Value &y, const Value &u, const Value &v) const;
+
   float black_;
   float per_luma_code_;  // parts of white
   // Chroma of the reference from the frame's chroma codes; neither depends on luma.
@@ -36,6 +48,7 @@ class ShadeFree {
 // 0 no skin to 1 skin, for a colour of which nothing else is known. Covers the ten tones of the Monk scale from dim to
 // bright light; wood, sand and cardboard have colours of skin, so they count too.
 float SkinBand(const ShadeFreeColour &colour);
+Lanes SkinBand(const ShadeFreeLanes &colours);
 
 // The skin of one person: a normal distribution of the shade-free chroma, and the luma around which it is lit.
 // Owns: the distribution. Threads: one at a time.
@@ -49,10 +62,14 @@ class SkinModel {
   void Follow(const SkinModel &seen, float part);
   // 0 no skin to 1 skin. `slack` widens what counts: 1 for any place of the picture, more where skin is expected.
   float Weight(const ShadeFreeColour &colour, float slack) const;
+  Lanes Weight(const ShadeFreeLanes &colours, const Lanes &slack) const;
 
   const ShadeFreeColour &Middle() const { return middle_; }
 
  private:
+  template <typename Value>
+  Value WeightOf(const Value &luma, const Value &blue_of, const Value &red_of, const Value &slack) const;
+
   ShadeFreeColour middle_;
   // Variances and covariance of the chroma.
   float blue_blue_ = 0.0f;

@@ -58,9 +58,23 @@ constexpr SamplePlace kSamplePlaces[] = {
     {FaceAnchor::kFaceCenter, 0.0f, 0.0f, 0.12f},
 };
 
-// How far the value is on its way, 0 to 1.
-float Part(float from, float to, float value) {
-  return std::clamp((value - from) / (to - from), 0.0f, 1.0f);
+// Up to four values, from a row that has `count` of them from there on.
+Lanes LoadSome(const float *row, int count) {
+  if (count >= kLanes) return cv::v_load(row);
+  float values[kLanes] = {};
+  std::copy_n(row, count, values);
+  return cv::v_load(values);
+}
+Lanes LoadSome(const uint8_t *row, int count) {
+  alignas(sizeof(int)) uint8_t values[kLanes] = {};
+  std::copy_n(row, std::min(count, kLanes), values);
+  return cv::v_cvt_f32(cv::v_reinterpret_as_s32(cv::v_load_expand_q(values)));
+}
+// Cut to whole numbers, 0 to 255.
+void StoreSome(const Lanes &lanes, int count, uint8_t *row) {
+  int values[kLanes];
+  cv::v_store(values, cv::v_trunc(lanes));
+  for (int i = 0; i < std::min(count, kLanes); ++i) row[i] = static_cast<uint8_t>(values[i]);
 }
 
 }  // namespace
@@ -177,7 +191,7 @@ float SkinMap::MeasureWall(const Person &person, const ShadeFree &shade_free, co
       const float x = place.x - person.place.x;
       const float y = place.y - person.place.y;
       const float below = (x * person.down.x + y * person.down.y) / person.eye_distance;
-      if (below > kMouthHeight || NearFace(person, place) > 0.0f) continue;
+      if (below > kMouthHeight || NearFace(person, place.x, place.y) > 0.0f) continue;
       sum += person.model.Weight(shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
                                                mean_v_.at<float>(row, column)),
                                  1.0f);
@@ -188,21 +202,26 @@ float SkinMap::MeasureWall(const Person &person, const ShadeFree &shade_free, co
 }
 
 // 1 where head, neck and breast are, 0 away from them.
-float SkinMap::NearFace(const Person &person, const FramePoint &place) {
-  const float x = (place.x - person.place.x) / person.eye_distance;
-  const float y = (place.y - person.place.y) / person.eye_distance;
-  const float beside = std::abs(x * person.right.x + y * person.right.y);
-  const float below = x * person.down.x + y * person.down.y;
-  return (1.0f - Part(kBesideWhole, kBesideEnd, beside)) * (1.0f - Part(kAboveWhole, kAboveEnd, -below)) *
-         (1.0f - Part(kBelowWhole, kBelowEnd, below));
+template <typename Value>
+Value SkinMap::NearFace(const Person &person, const Value &place_x, const Value &place_y) {
+  const auto all = [](float number) { return All<Value>(number); };
+  const float scale = 1.0f / person.eye_distance;
+  const Value x = (place_x - all(person.place.x)) * all(scale);
+  const Value y = (place_y - all(person.place.y)) * all(scale);
+  const Value beside = Magnitude(x * all(person.right.x) + y * all(person.right.y));
+  const Value below = x * all(person.down.x) + y * all(person.down.y);
+  return (all(1.0f) - Part<Value>(kBesideWhole, kBesideEnd, beside)) *
+         (all(1.0f) - Part<Value>(kAboveWhole, kAboveEnd, all(0.0f) - below)) *
+         (all(1.0f) - Part<Value>(kBelowWhole, kBelowEnd, below));
 }
 
-float SkinMap::WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const {
-  float weight = 0.0f;
+Lanes SkinMap::WeightOf(const ShadeFreeLanes &colours, const Lanes &inside, const Lanes &x, float y) const {
+  Lanes weight = All<Lanes>(0.0f);
   for (const Person &person : people_) {
-    const float here = person.model.Weight(colour, 1.0f + (kInFaceSlack - 1.0f) * inside);
-    if (here <= weight) continue;
-    weight = std::max(weight, here * std::max(person.certain_far, NearFace(person, place)));
+    const Lanes here = person.model.Weight(colours, All<Lanes>(1.0f) + All<Lanes>(kInFaceSlack - 1.0f) * inside);
+    if (!cv::v_check_any(here > weight)) continue;
+    const Lanes near = NearFace<Lanes>(person, x, All<Lanes>(y));
+    weight = Greater(weight, here * Greater(All<Lanes>(person.certain_far), near));
   }
   return weight;
 }
@@ -233,24 +252,60 @@ void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_lum
   const std::optional<SkinModel> wall = SkinModel::Learn(samples_);
   if (!wall) return;
   wall_.create(weight_.size(), CV_8U);
-  double before = 0.0;
-  double after = 0.0;
+  int64_t before = 0;
+  int64_t after = 0;
+  const Lanes one = All<Lanes>(1.0f);
+  const Lanes per_light = All<Lanes>(1.0f / std::max(wall->Middle().luma, 0.01f));
   for (int row = 0; row < weight_.rows; ++row) {
+    const float *luma = mean_luma.ptr<float>(row);
+    const float *u = mean_u_.ptr<float>(row);
+    const float *v = mean_v_.ptr<float>(row);
     const uint8_t *weights = weight_.ptr<uint8_t>(row);
     uint8_t *left = wall_.ptr<uint8_t>(row);
+    for (int column = 0; column < weight_.cols; column += kLanes) {
+      const int count = weight_.cols - column;
+      const ShadeFreeLanes colours =
+          shade_free.Of(LoadSome(luma + column, count), LoadSome(u + column, count), LoadSome(v + column, count));
+      const Lanes off = Magnitude(colours.luma * per_light - one);
+      const Lanes part =
+          wall->Weight(colours, All<Lanes>(kWallSlack)) * (one - Part<Lanes>(kWallLight, 2.0f * kWallLight, off));
+      StoreSome(LoadSome(weights + column, count) * (one - part), count, left + column);
+    }
     for (int column = 0; column < weight_.cols; ++column) {
-      left[column] = 0;
-      if (weights[column] == 0) continue;
-      const ShadeFreeColour colour = shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
-                                                   mean_v_.at<float>(row, column));
-      const float off = std::abs(colour.luma / std::max(wall->Middle().luma, 0.01f) - 1.0f);
-      const float part = wall->Weight(colour, kWallSlack) * (1.0f - Part(kWallLight, 2.0f * kWallLight, off));
-      left[column] = static_cast<uint8_t>(static_cast<float>(weights[column]) * (1.0f - part));
       before += weights[column];
       after += left[column];
     }
   }
-  if (after > kLeastRest * before) std::swap(weight_, wall_);
+  if (static_cast<double>(after) > kLeastRest * static_cast<double>(before)) std::swap(weight_, wall_);
+}
+
+void SkinMap::WeighRow(const ShadeFree &shade_free, int row, const float *luma, bool unknown) {
+  const float *u = mean_u_.ptr<float>(row);
+  const float *v = mean_v_.ptr<float>(row);
+  const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
+  uint8_t *weights = weight_.ptr<uint8_t>(row);
+  const Lanes middles = Lanes(0.5f, 1.5f, 2.5f, 3.5f) * All<Lanes>(kCell);
+  for (int column = 0; column < weight_.cols; column += kLanes) {
+    const int count = weight_.cols - column;
+    const Lanes here = LoadSome(luma + column, count);
+    ShadeFreeLanes colours = shade_free.Of(here, LoadSome(u + column, count), LoadSome(v + column, count));
+    Lanes weight;
+    if (unknown) {
+      if (cv::v_check_any(colours.luma < All<Lanes>(kLight))) {
+        const ShadeFreeLanes wide = shade_free.Of(here, LoadSome(wide_u_.ptr<float>(row) + column, count),
+                                                  LoadSome(wide_v_.ptr<float>(row) + column, count));
+        const Lanes own = Part<Lanes>(kDark, kLight, colours.luma);
+        colours.blue = wide.blue + own * (colours.blue - wide.blue);
+        colours.red = wide.red + own * (colours.red - wide.red);
+      }
+      weight = SkinBand(colours);
+    } else {
+      weight =
+          WeightOf(colours, LoadSome(in_face + column, count) * All<Lanes>(1.0f / 255.0f),
+                   middles + All<Lanes>(static_cast<float>(column * kCell)), (static_cast<float>(row) + 0.5f) * kCell);
+    }
+    StoreSome(All<Lanes>(255.0f) * weight + All<Lanes>(0.5f), count, weights + column);
+  }
 }
 
 void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands) {
@@ -258,31 +313,7 @@ void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, 
   const bool unknown = people_.empty();
   if (unknown) BlurDarkChroma();
   bands.Run(weight_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) {
-      const float *luma = mean_luma.ptr<float>(row);
-      const float *u = mean_u_.ptr<float>(row);
-      const float *v = mean_v_.ptr<float>(row);
-      const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
-      uint8_t *weights = weight_.ptr<uint8_t>(row);
-      for (int column = 0; column < weight_.cols; ++column) {
-        ShadeFreeColour colour = shade_free.Of(luma[column], u[column], v[column]);
-        float weight = 0.0f;
-        if (unknown) {
-          if (colour.luma < kLight) {
-            const ShadeFreeColour wide =
-                shade_free.Of(luma[column], wide_u_.at<float>(row, column), wide_v_.at<float>(row, column));
-            const float own = Part(kDark, kLight, colour.luma);
-            colour.blue = wide.blue + own * (colour.blue - wide.blue);
-            colour.red = wide.red + own * (colour.red - wide.red);
-          }
-          weight = SkinBand(colour);
-        } else {
-          weight = WeightOf(colour, static_cast<float>(in_face[column]) / 255.0f,
-                            {(static_cast<float>(column) + 0.5f) * kCell, (static_cast<float>(row) + 0.5f) * kCell});
-        }
-        weights[column] = static_cast<uint8_t>(255.0f * weight + 0.5f);
-      }
-    }
+    for (int row = first; row < end; ++row) WeighRow(shade_free, row, mean_luma.ptr<float>(row), unknown);
   });
   if (unknown) LeaveOutWalls(shade_free, mean_luma);
   cv::blur(weight_, weight_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);

@@ -59,13 +59,15 @@ class SkinMap {
 
   void MeetPeople(const Faces &faces, const ShadeFree &shade_free, const cv::Mat &mean_luma);
   float MeasureWall(const Person &person, const ShadeFree &shade_free, const cv::Mat &mean_luma) const;
-  static float NearFace(const Person &person, const FramePoint &place);
+  template <typename Value>
+  static Value NearFace(const Person &person, const Value &place_x, const Value &place_y);
   void MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma);
   void WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands);
   void BlurDarkChroma();
   void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma);
   void TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma);
-  float WeightOf(const ShadeFreeColour &colour, float inside, const FramePoint &place) const;
+  void WeighRow(const ShadeFree &shade_free, int row, const float *luma, bool unknown);
+  Lanes WeightOf(const ShadeFreeLanes &colours, const Lanes &inside, const Lanes &x, float y) const;
 
   std::vector<Person> people_;
   std::vector<Person> seen_;              // scratch

@@ -137,6 +137,7 @@ TEST_F(EffectFolder, WhatIsWrongInTheTextIsNamed) {
       {OneLayer({{"image", "custom:"}}), "layer 0: \"image\" is no custom image from custom:0 to custom:15"},
       {OneLayer({{"image", ""}}), "layer 0: \"image\" is missing"},
       {OneLayer({{"text", "x"}}), "layer 0: \"text\" and \"image\" exclude each other"},
+      {OneLayer({{"text", "two\nlines"}, {"image", ""}}), "layer 0: \"text\" is more than one line"},
       {OneLayer({{"color", {1, 2, 256}}}), "layer 0: \"color\" is no list of three whole numbers from 0 to 255"},
       {{{"format", 1}, {"layers", std::vector<json>(33, RedLayer())}},
        "the effect: \"layers\" has more than 32 entries"},

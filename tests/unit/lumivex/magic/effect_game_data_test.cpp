@@ -114,6 +114,21 @@ TEST_F(EffectGameData, SetsATextFromTheMessage) {
   EXPECT_NE(Show().MeanLuma(), number) << "what the font has not is drawn all the same";
 }
 
+TEST_F(EffectGameData, MayHoldANameInAnyScript) {
+  json layer = RedLayer({{"id", "name"}, {"text", "Ünal"}, {"size", 1.0}});
+  layer.erase("image");
+  PlayEffect({{"layers", {layer}},
+              {"on", {{{"reqType", 1}, {"set_text", {{"layer", "name"}, {"from", "/data/params/name"}}}}}}});
+  EXPECT_GT(Show().MeanLuma(), kGrey.y + 1) << "as it stands";
+  const auto named = [&](const std::string &name) {
+    engine_->setBoomGameData(json{{"reqType", 1}, {"data", {{"params", {{"name", name}}}}}}.dump());
+    return Show();
+  };
+  std::string cut;  // 21 characters, and one that begins within the 64 bytes and ends outside
+  for (int i = 0; i < 22; ++i) cut += "日";
+  EXPECT_TRUE(named(cut) == named(cut.substr(0, 63)));
+}
+
 TEST_F(EffectGameData, CanEndAnEffect) {
   PlayEffect({{"on", {{{"reqType", 1}, {"end", true}}}}});
   engine_->setBoomGameData(R"({"reqType":1})");

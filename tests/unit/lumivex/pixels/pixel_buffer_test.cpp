@@ -1,6 +1,8 @@
 // Frames that leave the engine as pixel buffers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "fixtures/lumivex/engine_fixture.h"
 #include "lumivex/lumivex_control.h"
 
@@ -38,6 +40,43 @@ TEST_F(PixelBuffers, AreRedGreenBlueAndAlphaInRowsOfFourBytesAPixel) {
   expect_near(3, 1, 255, 0, 0);
   expect_near(4, 0, 0, 255, 0);
   expect_near(kWidth - 1, kHeight - 1, 0, 255, 0);
+}
+
+// The formulas of the standards, for every colour code and all over the cube.
+TEST_F(PixelBuffers, HaveTheColoursOfEveryColourCode) {
+  struct Standard {
+    int color_code;
+    double kr, kb;
+    bool full;
+  };
+  const Standard standards[] = {{0, 0.299, 0.114, false},
+                                {1, 0.299, 0.114, true},
+                                {2, 0.2126, 0.0722, false},
+                                {3, 0.2126, 0.0722, true},
+                                {5, 0.2627, 0.0593, false}};
+  constexpr int kSide = 66;
+  Picture picture(kSide, kSide, kGrey);
+  for (int y = 0; y < kSide; y += 2) {
+    for (int x = 0; x < kSide; x += 2)
+      picture.FillRect(x, y, x + 2, y + 2, {(x * 37 + y * 11) % 256, x * 255 / kSide, y * 255 / kSide});
+  }
+  const auto wide = MakeEngine(kSide, kSide);
+  for (const Standard &standard : standards) {
+    const auto frame = Process(*wide, picture, standard.color_code);
+    for (int y = 0; y < kSide; ++y) {
+      for (int x = 0; x < kSide; ++x) {
+        const double luma = standard.full ? picture.Luma(x, y) : (picture.Luma(x, y) - 16) * 255.0 / 219;
+        const double scale = standard.full ? 1.0 : 255.0 / 224;
+        const double red = luma + (picture.V(x, y) - 128) * scale * 2 * (1 - standard.kr);
+        const double blue = luma + (picture.U(x, y) - 128) * scale * 2 * (1 - standard.kb);
+        const double green = (luma - standard.kr * red - standard.kb * blue) / (1 - standard.kr - standard.kb);
+        const uint8_t *pixel = frame->planes[0] + y * frame->strides[0] + x * 4;
+        ASSERT_NEAR(pixel[0], std::clamp(red, 0.0, 255.0), 1) << standard.color_code << ' ' << x << ' ' << y;
+        ASSERT_NEAR(pixel[1], std::clamp(green, 0.0, 255.0), 1) << standard.color_code << ' ' << x << ' ' << y;
+        ASSERT_NEAR(pixel[2], std::clamp(blue, 0.0, 255.0), 1) << standard.color_code << ' ' << x << ' ' << y;
+      }
+    }
+  }
 }
 
 TEST_F(PixelBuffers, HaveTheFormatThatTheProgramChose) {
