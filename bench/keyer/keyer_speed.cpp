@@ -106,9 +106,10 @@ constexpr Chain kChains[] = {
     {"with denoise, blur of 3 levels", R"({"fgAlphaBlurIntensity":1})"},
 };
 
-// Of the default chain: the host's copy of the source, the map of the backing, the key. "Draw" is the host's technique.
-constexpr const char *kDefaultPasses[] = {"Draw",   "BackingCells", "BackingMap", "FineMap",         "MixingCells",
-                                          "Mixing", "LutApply",     "Denoise",    "SpillSuppression"};
+// Of the default chain: the host's copy of the source, the map of the backing, the key, the draw on the host's target.
+// "Draw" is the host's technique.
+constexpr const char *kDefaultPasses[] = {"Draw",   "BackingCells", "BackingMap", "FineMap",          "MixingCells",
+                                          "Mixing", "LutApply",     "Denoise",    "SpillSuppression", "OutputDraw"};
 // What the other settings add: shrink has two draws, the blur three down and three up.
 constexpr const char *kOtherPasses[] = {"KeyLut", "AlphaShrink", "BlurDown", "BlurUp", "BlurStep"};
 

@@ -7,7 +7,7 @@ namespace keyer_bench {
 namespace {
 
 constexpr int kCellsX = 48, kCellsY = 27, kSamples = 7, kReach = 6;
-constexpr float kFiner = 16;  // the map's steps in a cell
+constexpr float kFiner = 8;  // the map's steps in a cell
 
 float Saturate(float x) {
   return std::clamp(x, 0.0f, 1.0f);
@@ -27,6 +27,38 @@ float Channel(uint8_t v) {
 }
 
 }  // namespace
+
+void FilterOverTime(KeyState &state, const std::vector<float> &raw, const std::vector<float> &deviation, uint32_t width,
+                    uint32_t height, float denoise_q, const KeyConstants &constants) {
+  const std::vector<float> x = state.key;
+  const auto w = static_cast<int>(width), h = static_cast<int>(height);
+  const float rate = denoise_q / 15;
+  for (int py = 0; py < h; ++py) {
+    for (int px = 0; px < w; ++px) {
+      const auto index = [&](int ax, int ay) {
+        return static_cast<size_t>(std::clamp(ay, 0, h - 1)) * width + static_cast<size_t>(std::clamp(ax, 0, w - 1));
+      };
+      const size_t at = index(px, py);
+      const float noise = std::min(deviation[at] * deviation[at], constants.noise_most);
+      const float r = constants.time_base + noise * (constants.time_noise + constants.time_more_noise * noise);
+      float mean = 0;  // of the four pixels that are shaded together
+      for (const int dy : {0, 1})
+        for (const int dx : {0, 1}) {
+          const size_t beside = index(px / 2 * 2 + dx, py / 2 * 2 + dy);
+          mean += (raw[beside] - x[beside]) / 4;
+        }
+      const float p = state.gain[at] * r;
+      const float gate = constants.gate * std::max(0.0f, mean * mean - constants.gate_from * (r + p));
+      const float predicted = std::min(1.0f, p + constants.drift * rate * rate * rate * rate + gate);
+      const float gain = predicted / (predicted + r);
+      const float z = raw[at];
+      float t = x[at] + gain * (z - x[at]);
+      if (z <= 0 || z >= 0.75f) t = std::fabs(t - z) < constants.snap ? z : t;
+      state.key[at] = t;
+      state.gain[at] = gain;
+    }
+  }
+}
 
 ReferenceKey::ReferenceKey(uint32_t width, uint32_t height, const Colour &key, const KeyConstants &constants,
                            const KeySettings &settings)
@@ -231,37 +263,6 @@ float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
   return alpha > 0 ? 0.75f * (1 - alpha) : 0.75f + 0.25f * Saturate(-20 * clear);
 }
 
-void ReferenceKey::Filter(const std::vector<float> &raw, const std::vector<float> &deviation) {
-  const std::vector<float> x = state_;
-  const auto w = static_cast<int>(width_), h = static_cast<int>(height_);
-  const float rate = settings_.denoise_q / 15;
-  for (int py = 0; py < h; ++py) {
-    for (int px = 0; px < w; ++px) {
-      const auto index = [&](int ax, int ay) {
-        return static_cast<size_t>(std::clamp(ay, 0, h - 1)) * width_ + static_cast<size_t>(std::clamp(ax, 0, w - 1));
-      };
-      const size_t at = index(px, py);
-      const float noise = std::min(deviation[at] * deviation[at], 0.13f / 36);
-      const float r = constants_.time_base + noise * (constants_.time_noise + constants_.time_more_noise * noise);
-      float mean = 0;  // of the four pixels that are shaded together
-      for (const int dy : {0, 1})
-        for (const int dx : {0, 1}) {
-          const size_t beside = index(px / 2 * 2 + dx, py / 2 * 2 + dy);
-          mean += (raw[beside] - x[beside]) / 4;
-        }
-      const float p = variance_[at] * r;
-      const float gate = 4 * std::max(0.0f, mean * mean - 0.15f * (r + p));
-      const float predicted = std::min(1.0f, p + 0.0001f * rate * rate * rate * rate + gate);
-      const float gain = predicted / (predicted + r);
-      const float z = raw[at];
-      float t = x[at] + gain * (z - x[at]);
-      if (z <= 0 || z >= 0.75f) t = std::fabs(t - z) < constants_.snap ? z : t;
-      state_[at] = t;
-      variance_[at] = gain;
-    }
-  }
-}
-
 void ReferenceKey::UpdateMap(const std::vector<uint8_t> &rgba) {
   FindCells(rgba);
   FillMap();
@@ -272,7 +273,7 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
   const size_t count = size_t{width_} * height_;
   if (constants_.map) {
     if (frame_ % 4 == 0) UpdateMap(rgba);
-    if (frame_ == 0 || frame_ % 4 == 2) {
+    if (frame_ == 0 || frame_ % 16 == 14) {
       FindMixing(rgba);
       FollowRatio();
     }
@@ -293,16 +294,15 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
     }
   }
   if (!constants_.denoise || !started_) {
-    state_ = raw;
-    variance_.assign(count, 1.0f);
+    state_ = {raw, std::vector<float>(count, 1.0f)};
     started_ = true;
   } else {
-    Filter(raw, deviation);
+    FilterOverTime(state_, raw, deviation, width_, height_, settings_.denoise_q, constants_);
   }
   ++frame_;
   std::vector<float> alpha(count);
   for (size_t i = 0; i < count; ++i)
-    alpha[i] = Saturate((1 - state_[i] - settings_.alpha_up) / std::max(settings_.alpha_down, 0.001f));
+    alpha[i] = Saturate((1 - state_.key[i] - settings_.alpha_up) / std::max(settings_.alpha_down, 0.001f));
   return alpha;
 }
 

@@ -29,12 +29,24 @@ struct KeyConstants {
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
-  float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f;
+  // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
+  // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
+  float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f, noise_most = 0.13f / 36;
+  float drift = 0.0001f, gate = 6, gate_from = 0.16f;
 };
 
 struct KeySettings {
   float similarity = 0.667f, alpha_down = 0.75f, alpha_up = 0.25f, denoise_q = 15;
 };
+
+// What the temporal filter keeps of each pixel.
+struct KeyState {
+  std::vector<float> key;   // transparency
+  std::vector<float> gain;  // of its last step
+};
+// One step of it, in place. `deviation` is the backing's, `denoise_q` the setting.
+void FilterOverTime(KeyState &state, const std::vector<float> &raw, const std::vector<float> &deviation, uint32_t width,
+                    uint32_t height, float denoise_q, const KeyConstants &constants = {});
 
 class ReferenceKey {
  public:
@@ -64,7 +76,6 @@ class ReferenceKey {
   void FindMixing(const std::vector<uint8_t> &rgba);
   Cell MapAt(float u, float v) const;
   float Transparency(const Pixel &pixel, const Cell &cell) const;
-  void Filter(const std::vector<float> &raw, const std::vector<float> &deviation);
 
   uint32_t width_, height_;
   KeyConstants constants_;
@@ -79,7 +90,7 @@ class ReferenceKey {
   uint64_t frame_ = 0;
   double evidence_ = 0, weight_ = 0;
   bool started_ = false;
-  std::vector<float> state_, variance_;
+  KeyState state_;
 };
 
 }  // namespace keyer_bench

@@ -1,8 +1,12 @@
 // The green screen's matte on whole libobs: against the same arithmetic on the CPU, and what each control does to it.
+#include <graphics/graphics.h>
+#include <graphics/vec4.h>
 #include <gtest/gtest.h>
+#include <util/bmem.h>
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -17,7 +21,7 @@ namespace vanta_integration {
 namespace {
 
 constexpr uint32_t kWidth = 192, kHeight = 144;
-constexpr int kSettled = 12;  // frames after which the map of a still picture stays what it is
+constexpr int kSettled = 18;  // frames after which the map of a still picture stays what it is
 
 // Discs of many colours, with soft edges, before a backing in uneven light.
 Picture Scene(const keyer_bench::Colour &backing) {
@@ -87,6 +91,135 @@ TEST_F(GreenScreenMatte, IsThatOfTheSameArithmeticOnTheCpu) {
     EXPECT_LE(all, 0.5) << "levels, blue " << backing.b;
     ASSERT_GT(edges, 1000);
     EXPECT_LE(edge / edges, 1.0) << "levels where it is translucent, blue " << backing.b;
+  }
+}
+
+// The effect file's `Denoise` by itself, on key textures: what it keeps lies in two targets that take turns.
+class DenoiseTechnique {
+ public:
+  DenoiseTechnique() {
+    obs_enter_graphics();
+    char *error = nullptr;
+    effect_ = gs_effect_create_from_file(VANTA_TEST_DATA "/lx_green_screen_filter.effect", &error);
+    EXPECT_NE(effect_, nullptr) << (error ? error : "");
+    bfree(error);
+    for (gs_texrender_t *&target : targets_) target = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+    stage_ = gs_stagesurface_create(kWidth, kHeight, GS_RGBA);
+    obs_leave_graphics();
+  }
+  ~DenoiseTechnique() {
+    obs_enter_graphics();
+    gs_stagesurface_destroy(stage_);
+    for (gs_texrender_t *target : targets_) gs_texrender_destroy(target);
+    gs_effect_destroy(effect_);
+    obs_leave_graphics();
+  }
+  DenoiseTechnique(const DenoiseTechnique &) = delete;
+  DenoiseTechnique &operator=(const DenoiseTechnique &) = delete;
+
+  // The new state; the first one has none before it.
+  std::vector<uint8_t> Next(const std::vector<uint8_t> &key, float q) {
+    std::vector<uint8_t> state(key.size());
+    obs_enter_graphics();
+    const uint8_t *data = key.data();
+    gs_texture_t *const image = gs_texture_create(kWidth, kHeight, GS_RGBA, 1, &data, 0);
+    gs_texrender_reset(targets_[0]);
+    if (gs_texrender_begin(targets_[0], kWidth, kHeight)) {
+      vec4 clear;
+      vec4_zero(&clear);
+      gs_clear(GS_CLEAR_COLOR, &clear, 0, 0);
+      gs_enable_blending(false);
+      gs_ortho(0, 1, 0, 1, -100, 100);
+      gs_effect_set_texture(Parameter("image"), image);
+      if (started_) gs_effect_set_texture(Parameter("prev_state_tex"), gs_texrender_get_texture(targets_[1]));
+      gs_effect_set_int(Parameter("denoise_init_flag"), started_ ? 0 : 1);
+      gs_effect_set_float(Parameter("denoise_q"), q);
+      while (gs_effect_loop(effect_, "Denoise")) gs_draw_sprite(nullptr, 0, 1, 1);
+      gs_enable_blending(true);
+      gs_texrender_end(targets_[0]);
+    }
+    gs_stage_texture(stage_, gs_texrender_get_texture(targets_[0]));
+    uint8_t *pixels = nullptr;
+    uint32_t pitch = 0;
+    EXPECT_TRUE(gs_stagesurface_map(stage_, &pixels, &pitch));
+    for (uint32_t y = 0; pixels && y < kHeight; ++y)
+      std::copy_n(pixels + size_t{y} * pitch, kWidth * 4, state.begin() + y * kWidth * 4);
+    gs_stagesurface_unmap(stage_);
+    gs_texture_destroy(image);
+    obs_leave_graphics();
+    std::swap(targets_[0], targets_[1]);
+    started_ = true;
+    return state;
+  }
+
+ private:
+  gs_eparam_t *Parameter(const char *name) const { return gs_effect_get_param_by_name(effect_, name); }
+
+  gs_effect_t *effect_ = nullptr;
+  gs_texrender_t *targets_[2] = {};
+  gs_stagesurf_t *stage_ = nullptr;
+  bool started_ = false;
+};
+
+// A key texture's r and the upper half of its g.
+float TransparencyOf(const uint8_t *key) {
+  return static_cast<float>(key[0] * 16 + key[1] / 16) / (255 * 16);
+}
+
+std::vector<float> TransparenciesOf(const std::vector<uint8_t> &keys) {
+  std::vector<float> all;
+  for (size_t at = 0; at < keys.size(); at += 4) all.push_back(TransparencyOf(&keys[at]));
+  return all;
+}
+
+// A ramp from opaque to clear that rests, trembles, jumps by little and by much, and ends beyond both.
+std::vector<uint8_t> RawKey(int frame, std::mt19937 &random) {
+  std::normal_distribution<float> grain(0, 0.03f);
+  std::vector<uint8_t> key;
+  for (uint32_t y = 0; y < kHeight; ++y) {
+    for (uint32_t x = 0; x < kWidth; ++x) {
+      const float still = static_cast<float>(x) / kWidth - 0.1f, moved = frame > 4 ? 0.01f * static_cast<float>(y) : 0;
+      const float t = std::clamp(still + moved + grain(random), 0.0f, 0.76f);
+      const auto steps = static_cast<unsigned>(std::lround((t > 0.75f ? 0.75f : t) * 255 * 16));
+      key.push_back(static_cast<uint8_t>(steps / 16));
+      key.push_back(static_cast<uint8_t>(steps % 16 * 16 + (x + y) % 16 / 8 * 15));
+      key.push_back(static_cast<uint8_t>(x));
+      key.push_back(static_cast<uint8_t>(y));  // six times the backing's deviation
+    }
+  }
+  return key;
+}
+
+TEST_F(GreenScreenMatte, FollowsThePictureOverTimeAsTheSameArithmeticOnTheCpu) {
+  for (const float q : {5.0f, 15.0f, 40.0f}) {
+    DenoiseTechnique technique;
+    std::mt19937 random(3);
+    keyer_bench::KeyState state;
+    for (int frame = 0; frame < 9; ++frame) {
+      const std::vector<uint8_t> key = RawKey(frame, random);
+      const std::vector<float> raw = TransparenciesOf(key);
+      std::vector<float> deviation;
+      for (size_t at = 3; at < key.size(); at += 4) deviation.push_back(static_cast<float>(key[at]) / 255 / 6);
+      if (frame == 0)
+        state = {raw, std::vector<float>(raw.size(), 1.0f)};
+      else
+        keyer_bench::FilterOverTime(state, raw, deviation, kWidth, kHeight, q);
+      const std::vector<uint8_t> drawn = technique.Next(key, q);
+      const std::vector<float> found = TransparenciesOf(drawn);
+      float worst = 0, worst_gain = 0;
+      int others = 0;  // what only passes through
+      for (size_t i = 0; i < raw.size(); ++i) {
+        const float gain = static_cast<float>(drawn[i * 4 + 3]) / 255;
+        worst = std::max(worst, std::fabs(found[i] - state.key[i]));
+        worst_gain = std::max(worst_gain, std::fabs(gain - state.gain[i]));
+        others += drawn[i * 4 + 1] % 16 != key[i * 4 + 1] % 16 || drawn[i * 4 + 2] != key[i * 4 + 2];
+        state.key[i] = found[i];  // the next step begins where this one ended, with what the texture holds
+        state.gain[i] = gain;
+      }
+      EXPECT_LE(worst, 0.0005f) << "frame " << frame << ", q " << q;
+      EXPECT_LE(worst_gain, 0.004f) << "frame " << frame << ", q " << q;
+      EXPECT_EQ(others, 0) << "frame " << frame << ", q " << q;
+    }
   }
 }
 

@@ -82,7 +82,7 @@ bool BackingMapPass::DrawMaps(const GreenScreenEffect &effect, const BeforeKey &
 }
 
 bool BackingMapPass::UpdateMixing(const GreenScreenEffect &effect, const BeforeKey &input) {
-  if (drawn_ && input.frame_index - mixing_tick_ < kTicks) return true;
+  if (drawn_ && input.frame_index - mixing_tick_ < kMixingTicks) return true;
   if (!DrawMixingCells(effect, input)) return false;
   DrawMixing(effect, input, mixing_.Previous(input.size));
   mixing_tick_ = drawn_ ? input.frame_index : input.frame_index - kTicks / 2;

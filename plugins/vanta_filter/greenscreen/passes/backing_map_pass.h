@@ -10,12 +10,13 @@ namespace vanta {
 // evidence for the mixing, and a single pixel that keeps what is known of it from frame to frame. `LutApply` reads the
 // fine map; `backing_flag` says that there is one. What is kept starts anew with another size of the frame or another
 // key. Light on a backing changes slowly: cells and map are drawn at every fourth tick of the host, the evidence two
-// ticks behind them.
+// ticks behind every fourth of them, for a camera's way of mixing does not change at all.
 class BackingMapPass : public OptionalPass {
  public:
   static constexpr FrameSize kMapSize{48, 27};        // in cells; the effect's loops know it too
-  static constexpr FrameSize kFineMapSize{768, 432};  // the effect knows it too
+  static constexpr FrameSize kFineMapSize{384, 216};  // steps of the map that no eye and no key tells apart
   static constexpr uint64_t kTicks = 4;               // from one map to the next
+  static constexpr uint64_t kMixingTicks = 16;        // from one look at the mixing to the next
 
   void Bind(const GreenScreenEffect &effect) override;
   void Run(const GreenScreenEffect &effect, const BeforeKey &input) override VANTA_REQUIRES(graphics_context);
