@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "results/implementation_state.h"
+#include "vanta_base/host_text.h"
 
 namespace tessera {
 
@@ -15,11 +16,12 @@ void TesseraConfig::setUseMode(const std::string &mode) {
 }
 
 void TesseraConfig::setModelFolderPath(const std::string &path) {
-  state_->model_folder = path;
+  state_->model_folder = vanta::Utf8FromHostText(path);
 }
 
 void TesseraConfig::setModelFilePaths(const std::vector<std::string> &paths) {
-  state_->model_files = paths;
+  state_->model_files.clear();
+  for (const std::string &path : paths) state_->model_files.push_back(vanta::Utf8FromHostText(path));
 }
 
 void TesseraConfig::setConfigParam(const Any &param) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/cascade_folder.h"
 #include "results/implementation_state.h"
 #include "results/landmark_params.h"
 #include "results/result_tree.h"
@@ -89,9 +90,8 @@ int TesseraRunner::init() {
   state_->live.reset();
   state_->ready = false;
   if (faces.empty()) {
-    blog(LOG_ERROR,
-         "[tessera] no faces will be found: %s is neither in the model folder '%s' nor in %s; install opencv-data",
-         kFaceCascade, config.model_folder.c_str(), CascadePackageFolder().c_str());
+    blog(LOG_ERROR, "[tessera] no faces will be found: %s is neither in the model folder '%s' nor in %s; %s",
+         kFaceCascade, config.model_folder.c_str(), CascadePackageFolder().c_str(), kCascadeRemedy);
     return 1;
   }
   try {

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <tuple>
 
+#include "vanta_base/utf8_path.h"
 #include "vision/serially.h"
 
 namespace tessera {
@@ -42,7 +45,12 @@ struct Group {
 }  // namespace
 
 bool Cascade::Load(const std::string &file) {
-  return classifier_.load(file);
+  // Read here, since OpenCV opens no name on Windows that is not in the code page.
+  std::ifstream stream(vanta::PathFromUtf8(file), std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  if (text.empty()) return false;
+  const cv::FileStorage storage(text, cv::FileStorage::READ | cv::FileStorage::MEMORY);
+  return storage.isOpened() && classifier_.read(storage.getFirstTopLevelNode());
 }
 
 std::vector<VotedBox> Cascade::Find(const cv::Mat &picture, double step, int votes, int least, int most) {

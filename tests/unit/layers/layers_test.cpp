@@ -40,7 +40,7 @@ const std::string kRunnerHeaders = "engines/tessera/include/";
 
 const std::vector<Target> &House() {
   static const std::vector<Target> house = {
-      {"base/", {{"include"}}, {}},
+      {"base/", {{"include"}, {"platform"}}, {}},
       {"plugins/vanta_filter/",
        {{"include"},
         {"platform"},
@@ -67,7 +67,8 @@ const std::vector<Target> &House() {
        {kBase, kContracts, kKeyingHeaders, kOperations, kEngineHeaders}},
       {"engines/tessera/",
        {{"include"},
-        {"platform", "vision"},
+        {"platform"},
+        {"vision"},
         {"results"},
         {"features"},
         {"shape"},

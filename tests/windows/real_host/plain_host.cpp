@@ -8,9 +8,13 @@
 //   module FILE DATA              loads one
 //   names                         ids and names of all filters for video
 //   pages ID...                   the property pages of these kinds of filter, a line for each control
-//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter when it has been drawn often: width and
-//   height
-//                                 in a line, then RGBA; ID "-": without a filter
+//   listen SIGNAL TEXT KEY        from now on the global signal SIGNAL counts, where KEY is not 0 in its settings TEXT
+//   picture IMAGE ID SETTINGS OUT the picture of an image with that filter when it has been drawn often, and when what
+//   is
+//                                 listened to has come: width and height in a line, then RGBA; ID "-": without a filter
+//   media CLIP LAST ID SETTINGS LINE OUT
+//                                 the same of a clip in the media source, at its end, where its number is LAST; it
+//                                 plays twice, the second time when the log has had LINE; "-": whatever the log has
 //   cycles N ID...                makes each kind of filter on a source and removes it, N times
 //   sizes N ID...                 a source of frames that changes its size and format N times, with these filters
 //   screenshots N IMAGE ID...     draws the picture N times from a second thread while the graphics thread draws it too
@@ -27,6 +31,7 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -43,9 +48,14 @@ using Words = std::vector<std::string>;
   std::_Exit(2);
 }
 
+std::mutex log_mutex;
+std::string logged;  // all of it
+
 void Log(int level, const char *format, va_list arguments, void *) {
   char text[4096];
   std::vsnprintf(text, sizeof(text), format, arguments);
+  const std::lock_guard lock(log_mutex);
+  logged += std::string(text) + "\n";
   std::printf("log %d %s\n", level, text);
   std::fflush(stdout);
 }
@@ -62,6 +72,61 @@ void CountTick(void *, float) {
 void AwaitTicks(uint32_t count) {
   for (const uint32_t end = ticks + count; static_cast<int32_t>(end - ticks) > 0;)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+// Ends the program where something does not come in any time that a machine could need for it.
+template <typename Condition>
+void AwaitTicksUntil(const std::string &what, Condition condition) {
+  constexpr int kMostTurns = 6000;
+  for (int turn = 0; !condition(); ++turn) {
+    if (turn == kMostTurns) Fail("waited in vain for " + what);
+    AwaitTicks(1);
+  }
+}
+
+bool HasLogged(const std::string &line) {
+  const std::lock_guard lock(log_mutex);
+  return logged.find(line) != std::string::npos;
+}
+
+// ---- Signals ----
+
+// What is listened to, and its last message.
+struct Listener {
+  std::string text;
+  std::string key;
+  std::mutex mutex;
+  int count = 0;
+  std::string last;
+} listener;
+
+void Hear(void *, calldata_t *data) {
+  auto *settings = static_cast<obs_data_t *>(calldata_ptr(data, listener.text.c_str()));
+  if (!settings || obs_data_get_int(settings, listener.key.c_str()) == 0) return;
+  const std::lock_guard lock(listener.mutex);
+  ++listener.count;
+  listener.last = obs_data_get_json(settings);
+}
+
+void Listen(const Words &words) {
+  listener.text = words[1];
+  listener.key = words[2];
+  signal_handler_connect(obs_get_signal_handler(), words[0].c_str(), Hear, nullptr);
+}
+
+bool HasHeard(int count) {
+  const std::lock_guard lock(listener.mutex);
+  return listener.text.empty() || listener.count >= count;
+}
+
+void ForgetHeard() {
+  const std::lock_guard lock(listener.mutex);
+  listener.count = 0;
+}
+
+void TellHeard() {
+  const std::lock_guard lock(listener.mutex);
+  if (listener.count > 0) std::printf("heard %s\n", listener.last.c_str());
 }
 
 // ---- Sources ----
@@ -169,16 +234,41 @@ Picture Draw(obs_source_t *source) {
   return picture;
 }
 
+constexpr int kOften = 14;
+
 // A filter may learn from what it sees, and draw the better the more often it has seen it.
 Picture DrawSeen(obs_source_t *source) {
-  constexpr int kTimes = 14;
   Picture last;
-  for (int i = 0; i < kTimes; ++i) {
-    AwaitTicks(1);
+  int times = 0;
+  ForgetHeard();
+  AwaitTicksUntil("signals", [&] {
     last = Draw(source);
-  }
+    return ++times >= kOften && HasHeard(kOften);
+  });
   if (last.rgba.empty()) Fail("nothing was drawn");
   return last;
+}
+
+void Save(const Picture &picture, const std::string &path) {
+  FILE *file = std::fopen(path.c_str(), "wb");
+  if (!file) Fail("cannot write " + path);
+  std::fprintf(file, "%u %u\n", picture.width, picture.height);
+  std::fwrite(picture.rgba.data(), 1, picture.rgba.size(), file);
+  std::fclose(file);
+}
+
+// The number that a clip's picture carries: squares in its upper left corner, the lowest bit first, white for 1. -1
+// where there is no picture.
+int NumberIn(const Picture &picture) {
+  constexpr uint32_t kBits = 8;
+  constexpr uint32_t kSide = 16;  // pixels
+  if (picture.width < kBits * kSide || picture.height < kSide || picture.rgba.empty()) return -1;
+  int number = 0;
+  for (uint32_t bit = 0; bit < kBits; ++bit) {
+    const size_t middle = size_t{kSide / 2} * picture.width + bit * kSide + kSide / 2;
+    if (picture.rgba[4 * middle + 1] > 127) number |= 1 << bit;
+  }
+  return number;
 }
 
 // ---- Steps ----
@@ -255,12 +345,47 @@ void TellPages(const Words &words) {
 void SavePicture(const Words &words) {
   obs_source_t *source = ImageSource(words[0]);
   obs_source_t *filter = words[1] == "-" ? nullptr : AddFilter(source, words[1], words[2]);
-  const Picture picture = DrawSeen(source);
-  FILE *file = std::fopen(words[3].c_str(), "wb");
-  if (!file) Fail("cannot write " + words[3]);
-  std::fprintf(file, "%u %u\n", picture.width, picture.height);
-  std::fwrite(picture.rgba.data(), 1, picture.rgba.size(), file);
-  std::fclose(file);
+  Save(DrawSeen(source), words[3]);
+  TellHeard();
+  if (filter) RemoveFilter(source, filter);
+  obs_source_release(source);
+}
+
+// To the clip's end, which is several pictures of one number: what follows the pictures comes to rest there.
+void AwaitEnd(obs_source_t *source, int last_number) {
+  int number = -1;
+  int numbers = 0;
+  AwaitTicksUntil("the clip's end", [&] {
+    const int seen = NumberIn(Draw(source));
+    if (number != last_number && seen < number)
+      Fail("number " + std::to_string(seen) + " after " + std::to_string(number));
+    if (seen > number) ++numbers;
+    number = seen;
+    return number == last_number && obs_source_media_get_state(source) == OBS_MEDIA_STATE_ENDED;
+  });
+  std::printf("numbers %d\n", numbers);
+}
+
+void PlayMedia(const Words &words) {
+  obs_data_t *settings = obs_data_create();
+  obs_data_set_string(settings, "local_file", words[0].c_str());
+  obs_data_set_bool(settings, "is_local_file", true);
+  obs_data_set_bool(settings, "clear_on_media_end", false);
+  obs_source_t *source = obs_source_create("ffmpeg_source", "clip", settings, nullptr);
+  obs_data_release(settings);
+  if (!source) Fail("no media source");
+  obs_source_t *filter = words[2] == "-" ? nullptr : AddFilter(source, words[2], words[3]);
+  obs_set_output_source(0, source);
+  const int last_number = std::atoi(words[1].c_str());
+  AwaitEnd(source, last_number);
+  AwaitTicksUntil(words[4], [&] { return words[4] == "-" || HasLogged(words[4]); });
+  obs_source_media_restart(source);
+  AwaitTicksUntil("the clip's beginning",
+                  [&] { return obs_source_media_get_state(source) == OBS_MEDIA_STATE_PLAYING; });
+  AwaitEnd(source, last_number);
+  Save(DrawSeen(source), words[5]);
+  TellHeard();
+  obs_set_output_source(0, nullptr);
   if (filter) RemoveFilter(source, filter);
   obs_source_release(source);
 }
@@ -353,9 +478,12 @@ struct Step {
 
 const std::map<std::string, Step> &Steps() {
   static const std::map<std::string, Step> steps = {
-      {"modules", {0, LoadModules}}, {"module", {2, LoadModule}},           {"names", {0, TellNames}},
-      {"pages", {1, TellPages}},     {"picture", {4, SavePicture}},         {"cycles", {2, MakeCycles}},
-      {"sizes", {2, ChangeSizes}},   {"screenshots", {3, TakeScreenshots}}, {"leave", {2, LeaveAtWork}}};
+      {"modules", {0, LoadModules}}, {"module", {2, LoadModule}},
+      {"names", {0, TellNames}},     {"pages", {1, TellPages}},
+      {"picture", {4, SavePicture}}, {"cycles", {2, MakeCycles}},
+      {"listen", {3, Listen}},       {"media", {6, PlayMedia}},
+      {"sizes", {2, ChangeSizes}},   {"screenshots", {3, TakeScreenshots}},
+      {"leave", {2, LeaveAtWork}}};
   return steps;
 }
 

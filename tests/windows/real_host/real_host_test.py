@@ -1,6 +1,7 @@
 """The zip for stock OBS Studio, unpacked into the real libobs for Windows and used by a program that knows nothing of it.
 What that program sees is held against what the same program sees on this machine's own libobs."""
 import argparse
+import json
 import os
 import re
 import shutil
@@ -10,6 +11,7 @@ import sys
 SKIPPED = 77
 BEAUTY, GREEN_SCREEN, LANDMARK = "face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"
 FILTERS = [BEAUTY, GREEN_SCREEN, LANDMARK]
+FACE_SIGNAL = ["listen", "TesseraFacePointRet", "face_point", "face_cont"]
 KEY = '{"config": "{\\"keyColor\\": [0.16, 0.7, 0.27], \\"denoiseEnabled\\": false}"}'
 
 
@@ -44,6 +46,11 @@ class Run:
 
     def logged(self, text):
         return [line for line in self.lines if line.startswith("log ") and text in line]
+
+    def points(self):
+        """Those of the faces of each message that was heard."""
+        return [[[(point["first"], point["second"]) for point in face["pos"]] for face in json.loads(line[6:])["fans_face_point"]]
+                for line in self.lines if line.startswith("heard ")]
 
     def number(self, name):
         return int(re.search(rf"^{name} (-?\d+)$", self.text, re.M).group(1))
@@ -83,6 +90,9 @@ class WindowsHost:
     def path(self, *parts):
         return os.path.join(self.folder, *parts)
 
+    def has_runner(self):
+        return os.path.exists(os.path.join(self.binaries, "tessera.dll"))
+
 
 class OwnHost:
     """This machine's libobs with the module of a build folder."""
@@ -95,6 +105,7 @@ class OwnHost:
         library = subprocess.run(["pkg-config", "--variable=libdir", "libobs"], check=True, stdout=subprocess.PIPE,
                                  text=True).stdout.strip()
         modules = ["module", f"{library}/obs-plugins/image-source.so", "/usr/share/obs/obs-plugins/image-source",
+                   "module", f"{library}/obs-plugins/obs-ffmpeg.so", "/usr/share/obs/obs-plugins/obs-ffmpeg",
                    "module", os.path.join(self.arguments.own, "plugins/vanta_filter/vanta_filter.so"),
                    os.path.join(self.arguments.root, "plugins/vanta_filter/data")]
         return Run([os.path.join(self.arguments.own, "tests/windows/real_host/plain_host"), "/usr/share/obs/libobs/", self.folder,
@@ -119,6 +130,46 @@ def difference(one, other):
     """Mean over the channels, in levels."""
     assert one[:2] == other[:2], (one[:2], other[:2])
     return sum(abs(a - b) for a, b in zip(one[2], other[2])) / len(one[2])
+
+
+CLIP_SIZE = 960, 480
+LAST_NUMBER = 20
+
+
+def make_clip(folder):
+    """A portrait beside a take of a green screen; each picture has its number in squares, a bit each, and so have the forty at
+    the end, which are one picture."""
+    width, height = CLIP_SIZE
+    picture = subprocess.run(
+        ["ffmpeg", "-v", "error", "-nostdin", "-i", os.path.join(ROOT, "tests", "data", "portrait", "portrait.jpg"), "-i",
+         make_take(folder), "-filter_complex",
+         f"[0]scale={width // 2}:{height}:force_original_aspect_ratio=increase,crop={width // 2}:{height}[a];"
+         f"[1]scale={width // 2}:{height}[b];[a][b]hstack", "-pix_fmt", "yuv420p", "-f", "rawvideo", "-"],
+        check=True, stdout=subprocess.PIPE).stdout
+    assert len(picture) == width * height * 3 // 2, len(picture)
+    clip = os.path.join(folder, "clip.nut")
+    writer = subprocess.Popen(
+        ["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "rawvideo", "-pix_fmt", "yuv420p", "-s", f"{width}x{height}", "-r", "30",
+         "-i", "/dev/stdin", "-c:v", "rawvideo", clip], stdin=subprocess.PIPE)
+    for number in list(range(LAST_NUMBER)) + [LAST_NUMBER] * 40:
+        writer.stdin.write(numbered(bytearray(picture), number))
+    writer.stdin.close()
+    assert writer.wait() == 0
+    return clip
+
+
+def numbered(picture, number):
+    """As the plain host reads it, in black and white."""
+    width, height = CLIP_SIZE
+    for bit in range(8):
+        for y in range(16):
+            at = y * width + 16 * bit
+            picture[at:at + 16] = bytes([235 if number >> bit & 1 else 16]) * 16
+    for plane in 0, 1:
+        for y in range(8):
+            at = width * height * (4 + plane) // 4 + y * width // 2
+            picture[at:at + 64] = b"\x80" * 64
+    return picture
 
 
 def make_take(folder):
@@ -156,7 +207,8 @@ def tables(file):
 
 
 def test_fits_the_real_host(arguments, folder):
-    """The module exports its eleven names; both libraries import what the real libobs has, and the system."""
+    """The module exports its eleven names; all libraries import what the real libobs has, and the system; the runner has what
+    the module calls."""
     host = WindowsHost(arguments, folder)
     real, _ = tables(os.path.join(host.binaries, "obs.dll"))
     module, module_imports = tables(host.path("obs-plugins", "64bit", "vanta_filter.dll"))
@@ -168,15 +220,28 @@ def test_fits_the_real_host(arguments, folder):
     assert "obs_register_source_s" in module_imports["vanta_host.dll"] <= layer
     assert set(module_imports) | set(layer_imports) == {"obs.dll", "vanta_host.dll", "kernel32.dll", "msvcrt.dll",
                                                         "shell32.dll", "ws2_32.dll"}, (module_imports, layer_imports)
+    if host.has_runner():
+        exports, imports = tables(os.path.join(host.binaries, "tessera.dll"))
+        with open(os.path.join(ROOT, "cmake", "windows", "imports", "tessera.itanium.def")) as file:
+            assert {line.strip() for line in file if not line.startswith("#")} <= exports, exports
+        assert imports["obs.dll"] == {"blog"}, imports["obs.dll"]
+        assert set(imports) == {"obs.dll", "kernel32.dll", "msvcrt.dll"}, set(imports)
+
+
+def play(clip, id, settings, out, path):
+    """Steps: the clip in the host's own media source, with that filter."""
+    return ["media", path(clip), str(LAST_NUMBER), id, settings, "-", path(out)]
 
 
 def test_says_what_is_missing(arguments, folder):
-    """One line each: the engine and the runner, the data."""
+    """One line each: the cascades, the engine, the runner, the data."""
     host = WindowsHost(arguments, folder)
-    for library in "Lumivex.dll", "tessera.dll":
-        path = os.path.join(host.binaries, library)
-        if os.path.exists(path):
-            os.remove(path)
+    shutil.rmtree(host.path("data", "obs-plugins", "vanta_filter", "cascades"), ignore_errors=True)
+    if host.has_runner():
+        run = host.run(*play(make_clip(ARGUMENTS.scratch), LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "none.rgba"), windows_path))
+        assert len(run.logged("[tessera] no faces will be found")) == 1, run.text
+        assert not run.logged("[vanta_host] no vision runner"), run.text
+        os.remove(os.path.join(host.binaries, "tessera.dll"))
     run = host.run("names")
     assert len(run.logged("[vanta_host] no effect engine")) == 1, run.text
     assert len(run.logged("[vanta_host] no vision runner")) == 1, run.text
@@ -187,17 +252,25 @@ def test_says_what_is_missing(arguments, folder):
 
 
 def test_works_in_any_folder(arguments, folder):
-    """The key's files are found below a name outside the code page, by libobs's own paths, which lead from its program's
-    folder, and by whole ones."""
+    """The key's files and the runner's are found below a name outside the code page, by libobs's own
+    paths, which lead from its program's folder, and by whole ones."""
     host = WindowsHost(arguments, folder + " \u00e9 \u65e5\u672c \U0001F600")
     keyed = os.path.join(ARGUMENTS.scratch, "keyed.rgba")
     step = ["picture", windows_path(make_take(ARGUMENTS.scratch)), GREEN_SCREEN, KEY, windows_path(keyed)]
     whole = ["module", windows_path(host.path("obs-plugins/64bit/image-source.dll")),
              windows_path(host.path("data/obs-plugins/image-source")),
+             "module", windows_path(host.path("obs-plugins/64bit/obs-ffmpeg.dll")),
+             windows_path(host.path("data/obs-plugins/obs-ffmpeg")),
              "module", windows_path(host.path("obs-plugins/64bit/vanta_filter.dll")),
              windows_path(host.path("data/obs-plugins/vanta_filter"))]
+    if host.has_runner():
+        step += FACE_SIGNAL + play(make_clip(ARGUMENTS.scratch), LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "face.rgba"),
+                                   windows_path)
     for modules in ["modules"], whole:
-        host.run(*modules, *step, load=False)
+        run = host.run(*modules, *step, load=False)
+        if host.has_runner():
+            assert run.logged("[tessera] faces by ")[0].endswith("haarcascade_frontalface_alt2.xml"), run.text
+            assert [len(faces) for faces in run.points()] == [1], run.text
         assert min(read_picture(keyed)[2][3::4]) < 16, "nothing is clear"
         os.remove(keyed)
 
@@ -227,6 +300,33 @@ def controls(page):
     return [line for line in page if line.split()[0] not in ("vanta_status", "vanta_retry", "vanta_manual")]
 
 
+def test_plays_what_linux_plays(arguments, folder):
+    """A clip through the host's own media source, plain, keyed and looked at for faces: the same pictures, the same points."""
+    host, own = WindowsHost(arguments, folder), OwnHost(arguments, folder + "_own")
+    clip = make_clip(ARGUMENTS.scratch)
+    pictures, points = {}, {}
+    for name, system, path in ("windows", host, windows_path), ("own", own, os.path.abspath):
+        files = {kind: os.path.join(ARGUMENTS.scratch, f"{name}_{kind}.rgba") for kind in ("plain", "keyed", "faces")}
+        steps = play(clip, "-", "{}", files["plain"], path) + play(clip, GREEN_SCREEN, KEY, files["keyed"], path)
+        if host.has_runner():
+            steps += FACE_SIGNAL
+        run = system.run(*steps, *play(clip, LANDMARK, "{}", files["faces"], path))
+        pictures[name] = {kind: read_picture(file) for kind, file in files.items()}
+        points[name] = run.points()
+    windows, linux = pictures["windows"], pictures["own"]
+    for kind in windows:
+        assert difference(windows[kind], linux[kind]) <= 1, (kind, difference(windows[kind], linux[kind]))
+    assert difference(windows["plain"], windows["keyed"]) > 10, "the key does nothing"
+    if host.has_runner():
+        assert same_points(points["windows"][0], points["own"][0]), points
+
+
+def same_points(faces, others):
+    """One face, whose points are within a pixel."""
+    return len(faces) == len(others) == 1 and len(faces[0]) == len(others[0]) == 5 and all(
+        abs(a - b) <= 1 for point, other in zip(faces[0], others[0]) for a, b in zip(point, other))
+
+
 def test_lives_through_changes(arguments, folder):
     """Filters come and go 200 times, sizes and formats change, a second thread draws, the end comes at work."""
     take = windows_path(make_take(ARGUMENTS.scratch))
@@ -242,7 +342,8 @@ def test_lives_through_changes(arguments, folder):
 
 TESTS = {function.__name__[5:]: function
          for function in (test_loads, test_fits_the_real_host, test_says_what_is_missing, test_works_in_any_folder,
-                          test_draws_what_linux_draws, test_lives_through_changes)}
+                          test_draws_what_linux_draws, test_plays_what_linux_plays,
+                          test_lives_through_changes)}
 
 
 def skip(why):
