@@ -13,6 +13,7 @@ PATIENCE = 300  # seconds, for what is tried again: on a machine of many others'
 BORDER_WIDTH, TITLE_HEIGHT = 1, 22  # what openbox puts around a window
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 ADD_X, ADD_Y = 50, 950  # the + below that list
+BESIDE_THE_MENU = 640, 300
 PAGE_CORNER, WINDOW_GROUND = (300, 915), (640, 950)  # of one colour where there is a page, else the first is the picture's
 
 
@@ -73,20 +74,22 @@ class FiltersWindow:
         self.obs, self.source = obs, source
 
         former = named(source)
+        place = (LEFT + BORDER_WIDTH, TOP + TITLE_HEIGHT, WIDTH, HEIGHT)
 
-        def opened():  # asked again, since one that is still closing is not opened anew
+        def opened():  # each request closes the window of the one before: it is not made twice while that is on its way
             obs.ask("OpenInputFiltersDialog", inputName=source)
-            return holds(lambda: named(source) - former)
+            return holds(lambda: named(source) - former, PATIENCE / 3)
 
-        window = await_value("the filters' window", opened, PATIENCE).pop()
+        await_value("the filters' window", opened, PATIENCE)
 
-        def placed():  # asked again, since the window manager places a new one by its own rules
-            xdotool("windowsize", window, WIDTH, HEIGHT)
-            xdotool("windowmove", window, LEFT, TOP)
-            return holds(lambda: geometry(window) == (LEFT + BORDER_WIDTH, TOP + TITLE_HEIGHT, WIDTH, HEIGHT))
+        def stands():  # at the place, and no other one has come for it or has stayed
+            for window in named(source) - former:
+                xdotool("windowsize", window, WIDTH, HEIGHT)
+                xdotool("windowmove", window, LEFT, TOP)
+            self.settle()
+            return [geometry(window) for window in named(source)] == [place]
 
-        await_value("the window's place", placed, PATIENCE)
-        self.settle()
+        await_value("the window's place", stands, PATIENCE)
 
     def settle(self):
         """Until the program's main thread waits for something to do, looked at four times; at most five seconds."""
@@ -156,6 +159,8 @@ class FiltersWindow:
     def add(self, steps_down, name):
         """By the + below the list: the menu's entry so many steps from its upper end, then the name."""
         menu = self.pop_up("the menu of filters", ADD_X, ADD_Y)
+        xdotool("mousemove", *BESIDE_THE_MENU)  # an entry below the mouse would be where the steps begin
+        self.settle()
         before = windows()
         self.answer(menu, *["Down"] * steps_down, "Return")
         dialog = await_value("the question for a name", lambda: named("Filter name")).pop()

@@ -128,8 +128,8 @@ VANTA_EXPORT void obs_source_output_video(obs_source_t *source, const obs_source
   Pass(source, frame, hidden);
 }
 
-// A file that loops shows its first picture before it plays it. That would set the sound's time by the picture before, and
-// that picture has not been changed.
+// A file that loops shows its first picture before it plays it. That would set the sound's time by the picture before,
+// and that picture has not been changed.
 VANTA_EXPORT void obs_source_show_preloaded_video(obs_source_t *source) {
   VANTA_HIDDEN(obs_source_show_preloaded_video);
   if (!Clock().held() && frame_change == nullptr) hidden(source);

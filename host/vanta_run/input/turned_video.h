@@ -1,5 +1,5 @@
-// Turns the frames of a video whose file says that the camera was held otherwise, as telephones write it. libobs's media
-// source does not, and a filter that works on frames would not find an upright face in them.
+// Turns the frames of a video whose file says that the camera was held otherwise, as telephones write it. libobs's
+// media source does not, and a filter that works on frames would not find an upright face in them.
 #pragma once
 
 #include <obs.h>
