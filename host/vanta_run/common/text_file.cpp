@@ -16,7 +16,8 @@ namespace {
 class Descriptor {
  public:
   // Opening a pipe would wait for its other end, were it not told to go on.
-  explicit Descriptor(const std::string &path) : number_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
+  explicit Descriptor(const std::string &path)
+      : number_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {}
   ~Descriptor() {
     if (number_ >= 0) close(number_);
   }

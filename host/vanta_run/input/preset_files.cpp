@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 namespace vanta_run {
 namespace {
 
-constexpr size_t kMostFiles = 256;  // that the engine reads of one group
+constexpr size_t kMostFiles = 256;                    // that the engine reads of one group
 constexpr uintmax_t kMostBytes = uintmax_t{1} << 20;  // that the engine reads of one file
 constexpr char kPresets[] = "faceless_builtin/presets";
 
