@@ -12,9 +12,8 @@ enum class KeyKind { kNumber, kSwitch, kWhole };
 
 // One number or switch of the config.
 struct KeySetting {
-  const char *config;  // its key in the config
-  const char
-      *setting;  // in a filter's settings, times `scale`; per cents are whole, with the number itself beside them
+  const char *config;   // its key in the config
+  const char *setting;  // in a filter's settings, times `scale`; per cents are whole there
   KeyKind kind;
   double minimum, maximum;  // of the config's value
   double initial;
