@@ -53,6 +53,7 @@ elseif(UNIX AND NOT APPLE)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION video)
   set(CPACK_DEBIAN_PACKAGE_DEPENDS opencv-data)  # the cascades that find faces
+  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-dejavu-core, fonts-wqy-microhei")  # texts of effects in other scripts than Latin
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   # The package's own libraries belong to no package yet.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
