@@ -108,8 +108,8 @@ constexpr Chain kChains[] = {
 
 // Of the default chain: the host's copy of the source, the map of the backing, the key, the draw on the host's target.
 // "Draw" is the host's technique.
-constexpr const char *kDefaultPasses[] = {"Draw",   "BackingCells", "BackingMap", "FineMap",          "MixingCells",
-                                          "Mixing", "LutApply",     "Denoise",    "SpillSuppression", "OutputDraw"};
+constexpr const char *kDefaultPasses[] = {"Draw",   "BackingCells", "BackingMap", "FineMap",         "MixingCells",
+                                          "Mixing", "LutApply",     "Denoise",    "SpillSuppression"};
 // What the other settings add: shrink has two draws, the blur three down and three up.
 constexpr const char *kOtherPasses[] = {"KeyLut", "AlphaShrink", "BlurDown", "BlurUp", "BlurStep"};
 
