@@ -1,13 +1,21 @@
 #include "vanta_base/json_text.h"
 
+#include "vanta_base/json_depth.h"
+
 namespace vanta {
 namespace {
 
 // Values are copied and written level by level on the stack, which a text of a few hundred kilobytes could use up.
 constexpr int kDeepest = 256;
 
-// As much of the text as nests no deeper: all of it, or one that is no JSON.
+// Empty, which is no JSON, for a text that nests deeper.
 std::string_view Shallow(std::string_view text) {
+  return NestsDeeperThan(text, kDeepest) ? std::string_view() : text;
+}
+
+}  // namespace
+
+bool NestsDeeperThan(std::string_view text, int limit) {
   int depth = 0;
   bool quoted = false;
   for (size_t i = 0; i < text.size(); ++i) {
@@ -18,15 +26,13 @@ std::string_view Shallow(std::string_view text) {
     } else if (c == '"') {
       quoted = true;
     } else if (c == '{' || c == '[') {
-      if (++depth > kDeepest) return text.substr(0, i);
+      if (++depth > limit) return true;
     } else if (c == '}' || c == ']') {
       --depth;
     }
   }
-  return text;
+  return false;
 }
-
-}  // namespace
 
 nlohmann::ordered_json ReadJson(std::string_view text) {
   return nlohmann::ordered_json::parse(Shallow(text), nullptr, false);

@@ -1,5 +1,6 @@
 #include "magic/effect_plan.h"
 
+#include <vanta_base/json_depth.h>
 #include <vanta_base/json_text.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -254,7 +255,7 @@ class PlanReader {
 EffectText ParseEffect(const std::string &text) {
   if (text.size() > kMaxEffectTextBytes)
     return {std::nullopt, "it is longer than " + std::to_string(kMaxEffectTextBytes) + " bytes"};
-  if (NestsDeeperThan(text, kMaxEffectNesting)) return {std::nullopt, "it nests too deep"};
+  if (vanta::NestsDeeperThan(text, kMaxEffectNesting)) return {std::nullopt, "it nests too deep"};
   const Json json = vanta::ReadJson(text);
   if (json.is_discarded()) return {std::nullopt, "it is no JSON"};
   PlanReader reader;

@@ -16,25 +16,6 @@ std::string Shown(double value) {
 
 }  // namespace
 
-bool NestsDeeperThan(std::string_view text, int limit) {
-  int depth = 0;
-  bool quoted = false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quoted) {
-      if (c == '\\') ++i;
-      if (c == '"') quoted = false;
-    } else if (c == '"') {
-      quoted = true;
-    } else if (c == '{' || c == '[') {
-      if (++depth > limit) return true;
-    } else if (c == '}' || c == ']') {
-      --depth;
-    }
-  }
-  return false;
-}
-
 JsonMembers::JsonMembers(const Json &object, std::string what) : object_(object), what_(std::move(what)) {
   if (!object_.is_object()) reason_ = what_ + " is no object";
 }

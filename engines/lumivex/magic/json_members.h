@@ -10,9 +10,6 @@
 
 namespace lumivex {
 
-// Deeper than `limit` brackets: such a text is not worth parsing, and no walk over it need fear for the stack.
-bool NestsDeeperThan(std::string_view text, int limit);
-
 // Every reader leaves its target as it is where the member is absent. Borrows: the object. Threads: one at a time.
 class JsonMembers {
  public:

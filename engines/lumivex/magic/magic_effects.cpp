@@ -2,6 +2,7 @@
 
 #include <util/base.h>
 
+#include <vanta_base/json_depth.h>
 #include <vanta_base/json_text.h>
 #include <algorithm>
 #include <filesystem>
@@ -137,7 +138,7 @@ void MagicEffects::SetCustomImages(const std::vector<std::string> &paths) {
 }
 
 void MagicEffects::ReceiveGameData(const std::string &json) {
-  const bool readable = json.size() <= kMaxEffectTextBytes && !NestsDeeperThan(json, kMaxEffectNesting);
+  const bool readable = json.size() <= kMaxEffectTextBytes && !vanta::NestsDeeperThan(json, kMaxEffectNesting);
   const Json message = readable ? vanta::ReadJson(json) : Json(Json::value_t::discarded);
   if (!message.is_object()) {
     if (!bad_game_data_logged_)
