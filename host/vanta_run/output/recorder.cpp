@@ -27,7 +27,9 @@ void RequireRecordingFormat(const std::string &path) {
 }
 
 Recorder::~Recorder() {
-  if (started_ && output_ != nullptr && obs_output_active(output_)) obs_output_force_stop(output_);
+  if (!started_ || output_ == nullptr) return;
+  if (!Stopped() && obs_output_active(output_)) obs_output_force_stop(output_);
+  AwaitRest();
 }
 
 void Recorder::Start() {
@@ -96,6 +98,15 @@ bool Recorder::Stopped() {
   return stop_code_.has_value();
 }
 
+// libobs tells the stop before the thread that ends the output is through. An output that is stopped or destroyed in
+// between takes back that thread's signal, and waits for it for ever.
+void Recorder::AwaitRest() const {
+  const auto latest = std::chrono::steady_clock::now() + kFinishLimit;
+  while (obs_output_active(output_) && std::chrono::steady_clock::now() < latest) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
 void Recorder::Finish() {
   {
     std::unique_lock<std::mutex> lock(mutex_);
@@ -110,6 +121,7 @@ void Recorder::Finish() {
       ThrowBroken("the muxer does not end");
     }
   }
+  AwaitRest();
   if (!early_reason_.empty()) ThrowBroken(early_reason_);
   if (*stop_code_ != OBS_OUTPUT_SUCCESS) ThrowBroken(LastError());
   // libobs's own count holds the packet that ends the recording too, which is not written.

@@ -45,6 +45,7 @@ class Recorder {
  private:
   static void OnStop(void *param, calldata_t *data);
   [[noreturn]] void ThrowBroken(const std::string &detail) const;
+  void AwaitRest() const;
   std::string LastError() const;
 
   PendingFile &file_;
