@@ -43,9 +43,15 @@ void BackingMapPass::SetFound(const BeforeKey &input) {
 }
 
 bool BackingMapPass::CreateTargets() {
-  // Half floats: eight bits would show as steps of the matte where the light falls off slowly.
-  for (RenderTarget *target : {&cells_, &map_, &fine_map_, &mixing_cells_})
-    if (!target->exists() && !target->Create(GS_RGBA16F)) return false;
+  // Half floats: eight bits would show as steps of the matte where the light falls off slowly. The fine map spreads the
+  // light over two channels.
+  struct Target {
+    RenderTarget &target;
+    gs_color_format format;
+  };
+  for (const auto &[target, format] : {Target{cells_, GS_RGBA16F}, Target{map_, GS_RGBA16F}, Target{fine_map_, GS_RGBA},
+                                       Target{mixing_cells_, GS_RGBA16F}})
+    if (!target.exists() && !target.Create(format)) return false;
   return mixing_.exists() || mixing_.Create(GS_RGBA16F);
 }
 
