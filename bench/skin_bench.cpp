@@ -357,27 +357,31 @@ cv::Mat PairOf(const Figures &figures, const cv::Size &size) {
   return pair;
 }
 
-// One line for a scene: means over the tones, and the worst.
-void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look) {
+// One line for a scene: means over the tones, or of that one, and the worst.
+void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, size_t only) {
   std::printf("%-20s  faces  left: luma  worst/best  chroma  edges  texture  outside (worst)\n", "scene");
   for (const Scene &scene : Scenes(second_half)) {
     int found = 0;
+    size_t tones = 0;
     double luma = 0, chroma = 0, least = 9, most = 0, edges = 9, texture = 9, outside = 0, worst_outside = 0;
     for (size_t tone = 0; tone < vanta_test::kSkinTones; ++tone) {
+      if (only != 0 && tone + 1 != only) continue;
+      ++tones;
       const Figures figures = Measure(vanta_test::Recoloured(portrait, vanta_test::kMonkTones[tone]), scene, look);
       const double left = (figures.left[0].luma + figures.left[1].luma) / 2;
       found += figures.found;
-      luma += left / 10;
-      chroma += (figures.left[0].chroma + figures.left[1].chroma) / 20;
+      luma += left;
+      chroma += (figures.left[0].chroma + figures.left[1].chroma) / 2;
       least = std::min(least, left);
       most = std::max(most, left);
       edges = std::min(edges, figures.edges);
       texture = std::min(texture, figures.texture);
-      outside += figures.outside / 10;
+      outside += figures.outside;
       worst_outside = std::max(worst_outside, figures.outside);
     }
+    const auto count = static_cast<double>(tones);
     std::printf("%-20s  %5d       %5.2f       %5.2f   %5.2f  %5.2f    %5.2f    %5.2f  (%.2f)\n", scene.name, found,
-                luma, (1 - most) / (1 - least), chroma, edges, texture, outside, worst_outside);
+                luma / count, (1 - most) / (1 - least), chroma / count, edges, texture, outside / count, worst_outside);
     std::fflush(stdout);
   }
 }
@@ -405,7 +409,7 @@ int main(int argc, char **argv) {
   }
   const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
   if (!scenes.empty()) {
-    PrintScenes(portrait, scenes == "held", look);
+    PrintScenes(portrait, scenes == "held", look, only);
     return 0;
   }
   std::vector<cv::Mat> pairs;

@@ -2,15 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
-#include <opencv2/imgproc.hpp>
-#include <utility>
 
 namespace lumivex {
 namespace {
 
-constexpr int kStep = RowWindow::kStep;
 constexpr float kWhitenLift = 0.19f;  // of white: what full whitening adds to middle grey
 constexpr float kPallor = 0.20f;      // of the way to grey that full whitening takes the skin of nobody in particular
 constexpr float kOwnHue = 0.30f;      // of the way to their own paler colour that it takes a known person's
@@ -58,9 +54,9 @@ int WindowRadius(int height, float eye_distance) {
   return std::clamp(static_cast<int>(std::lround(kWindowOfEyes * eye_distance / kCell)), 1, 12);
 }
 
-void Blur(const cv::Mat &from, cv::Mat &to, int radius) {
-  const int side = 2 * radius + 1;
-  cv::blur(from, to, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
+// By so many rows on each side.
+cv::Range Wider(const cv::Range &rows, int by, int count) {
+  return {std::max(rows.start - by, 0), std::min(rows.end + by, count)};
 }
 
 }  // namespace
@@ -80,27 +76,22 @@ bool BeautyStage::FindSkin(const Nv12View &view, const YuvSpace &space, const Fa
 
 void BeautyStage::Apply(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength,
                         const RowBands &bands) {
-  MakeScratch(bands);
-  if (strength.smooth > 0.0f) Fit(space, strength, bands);
+  const cv::Range skin = skin_.RowsWithSkin();
+  if (skin.empty()) return;
+  rows_.Prepare(mean_.cols, bands);
+  // Pixels of the rows beside skin are between it and the rows behind those.
+  const cv::Range rows = Wider(skin, 2, mean_.rows);
+  if (strength.smooth > 0.0f) Fit(space, strength, rows, bands);
   for (CellMap *map : {&removal_, &base_, &whiten_, &weight_, &chroma_removal_, &target_u_, &target_v_})
     map->Resize(mean_.cols, mean_.rows);
-  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) {
+  bands.Run(rows.size(), kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = rows.start + first; row < rows.start + end; ++row) {
       BuildLumaRow(row, space, strength);
       BuildChromaRow(row, strength);
     }
   });
   if (strength.smooth > 0.0f || strength.whiten > 0.0f) ApplyLuma(view, space, strength, bands);
   ApplyChroma(view, strength, bands);
-}
-
-void BeautyStage::MakeScratch(const RowBands &bands) {
-  const auto padded = static_cast<size_t>((mean_.cols + kStep - 1) / kStep * kStep * kCell);
-  scratch_.resize(static_cast<size_t>(bands.Threads()));
-  for (Scratch &scratch : scratch_) {
-    for (auto *row : {&scratch.removal, &scratch.base, &scratch.whiten, &scratch.weight}) row->resize(padded);
-    scratch.out.resize(padded);
-  }
 }
 
 const CellMap &BeautyStage::ShareToSharpen(float smooth) {
@@ -115,41 +106,23 @@ const CellMap &BeautyStage::ShareToSharpen(float smooth) {
   return share_to_sharpen_;
 }
 
-// The mean of the window's skin. Where there is next to none, the cell's own value.
-void BeautyStage::MeanOfSkin(const cv::Mat &values, cv::Mat &product, cv::Mat &mean) const {
-  cv::multiply(values, share_, product);
-  Blur(product, mean, radius_);
-  for (int row = 0; row < mean.rows; ++row) {
-    const float *own = values.ptr<float>(row);
-    const float *part = window_share_.ptr<float>(row);
-    float *here = mean.ptr<float>(row);
-    for (int column = 0; column < mean.cols; ++column) {
-      here[column] = (here[column] + kFewSkin * own[column]) / (part[column] + kFewSkin);
-    }
-  }
-}
-
-void BeautyStage::Fit(const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands) {
-  skin_.Weight().convertTo(share_, CV_32F, 1.0 / 255.0);
-  radius_ = WindowRadius(height_, skin_.EyeDistance());
-  Blur(share_, window_share_, radius_);
-  const std::pair<const cv::Mat *, cv::Mat *> means[] = {
-      {&mean_, &window_mean_}, {&square_, &window_square_}, {&skin_.MeanU(), &window_u_}, {&skin_.MeanV(), &window_v_}};
-  bands.Run(4, 1, [&](int first, int end, int thread) {
-    for (int i = first; i < end; ++i)
-      MeanOfSkin(*means[i].first, scratch_[static_cast<size_t>(thread)].product, *means[i].second);
-  });
+void BeautyStage::Fit(const YuvSpace &space, const BeautyStrength &strength, const cv::Range &rows,
+                      const RowBands &bands) {
+  const int radius = WindowRadius(height_, skin_.EyeDistance());
+  const cv::Range around = Wider(rows, radius, mean_.rows);
+  means_.Measure({{{&mean_, &window_mean_},
+                   {&square_, &window_square_},
+                   {&skin_.MeanU(), &window_u_},
+                   {&skin_.MeanV(), &window_v_}}},
+                 &skin_.Weight(), radius, kFewSkin, around, bands);
   gain_.create(mean_.rows, mean_.cols, CV_32F);
   offset_.create(mean_.rows, mean_.cols, CV_32F);
-  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) FitRow(row, space, strength);
+  bands.Run(around.size(), kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = around.start + first; row < around.start + end; ++row) FitRow(row, space, strength);
   });
-  const std::pair<const cv::Mat *, cv::Mat *> models[] = {{&gain_, &mean_gain_}, {&offset_, &mean_offset_}};
-  bands.Run(2, 1, [&](int first, int end, int) {
-    for (int i = first; i < end; ++i) Blur(*models[i].first, *models[i].second, radius_);
-  });
-  bands.Run(mean_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) KeepEdges(row);
+  means_.Measure({{{&gain_, &mean_gain_}, {&offset_, &mean_offset_}}}, nullptr, radius, 0.0f, rows, bands);
+  bands.Run(rows.size(), kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = rows.start + first; row < rows.start + end; ++row) KeepEdges(row);
   });
 }
 
@@ -271,38 +244,19 @@ void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const B
   const cv::v_int16x8 span = cv::v_setall_s16(static_cast<int16_t>(space.span));
   const cv::v_int16x8 zero = cv::v_setzero_s16();
   const cv::v_int16x8 half = cv::v_setall_s16(16);
-  const RowWindow::Plane plane{view.y, view.y_stride, view.width, view.height};
-  edges_.Save(view.y, view.y_stride, view.width, view.height, bands.RowsOfBand(view.height));
-  bands.Run(view.height, RowBands::kRows, [&](int first, int end, int thread) {
-    Scratch &own = scratch_[static_cast<size_t>(thread)];
-    int row = first;
-    while (row < end && !skin_.RowHasSkin(row, kCell)) ++row;
-    if (row == end) return;
-    own.window.Begin(plane, first, end, row, edges_);
-    for (; row < end; ++row, own.window.Advance()) {
-      if (!skin_.RowHasSkin(row, kCell)) continue;
-      removal_.ExpandToLuma(row, own.blended, own.removal.data());
-      base_.ExpandToLuma(row, own.blended, own.base.data());
-      whiten_.ExpandToLuma(row, own.blended, own.whiten.data());
-      const uint8_t *pixels = own.window.Row();
-      for (int x = 0; x < view.width; x += kStep) {
-        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
-        const cv::v_int16x8 middle = cv::v_load(own.window.Here() + x);
-        // Low-pass and texture in 1/64ths of a level, removed detail and result in 1/32nds.
-        const cv::v_int16x8 low =
-            (cv::v_load(own.window.Above() + x) + middle + middle + cv::v_load(own.window.Below() + x)) << 2;
+  rows_.ChangeLuma<3>(
+      view, cv::Range(0, view.height), {&removal_, &base_, &whiten_}, bands,
+      [&](int row) { return skin_.RowHasSkin(row, kCell); },
+      [&](const cv::v_int16x8 &here, const cv::v_int16x8 &low, const MappedRows::Values<3> &values) {
+        const auto &[removal, base, whiten] = values;
+        // Texture in 1/64ths of a level as the low-pass, removed detail and result in 1/32nds.
         const cv::v_int16x8 texture = (here << 6) - low;
         const cv::v_int16x8 share = cv::v_mul_hi(low, blemishes) + cv::v_mul_hi(texture, pores);
-        const cv::v_int16x8 removed = cv::v_mul_hi(share << 1, cv::v_load(own.removal.data() + x));
-        cv::v_int16x8 result = (here << 5) - removed + cv::v_load(own.base.data() + x);
-        const cv::v_int16x8 level = cv::v_min(cv::v_max((result >> 5) - black, zero), span);
+        const cv::v_int16x8 smoothed = (here << 5) - cv::v_mul_hi(share << 1, removal) + base;
+        const cv::v_int16x8 level = cv::v_min(cv::v_max((smoothed >> 5) - black, zero), span);
         const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
-        result += cv::v_mul_hi(curve, cv::v_load(own.whiten.data() + x));
-        cv::v_pack_u_store(own.out.data() + x, (result + half) >> 5);
-      }
-      std::memcpy(view.YRow(row), own.out.data(), static_cast<size_t>(view.width));
-    }
-  });
+        return (smoothed + cv::v_mul_hi(curve, whiten) + half) >> 5;
+      });
 }
 
 void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &strength, const RowBands &bands) {
@@ -310,31 +264,20 @@ void BeautyStage::ApplyChroma(const Nv12View &view, const BeautyStrength &streng
   const auto rosy_u = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyU * 128.0f));
   const auto rosy_v = static_cast<int16_t>(std::lround(strength.ruddy * kRuddyV * 128.0f));
   const cv::v_int16x8 rosy(rosy_u, rosy_v, rosy_u, rosy_v, rosy_u, rosy_v, rosy_u, rosy_v);
-  const cv::v_int16x8 is_u(-1, 0, -1, 0, -1, 0, -1, 0);
-  const cv::v_int16x8 half = cv::v_setall_s16(32);
-  const int bytes = 2 * view.chroma_width;
-
-  bands.Run(view.chroma_height, RowBands::kRows / 2, [&](int first, int end, int thread) {
-    Scratch &own = scratch_[static_cast<size_t>(thread)];
-    for (int row = first; row < end; ++row) {
-      if (!skin_.RowHasSkin(row, kCell / 2)) continue;
-      weight_.ExpandToChroma(row, own.blended, own.weight.data());
-      chroma_removal_.ExpandToChroma(row, own.blended, own.removal.data());
-      target_u_.ExpandToChroma(row, own.blended, own.base.data());
-      target_v_.ExpandToChroma(row, own.blended, own.whiten.data());
-      uint8_t *codes = view.UvRow(row);
-      std::memcpy(own.out.data(), codes, static_cast<size_t>(bytes));
-      for (int x = 0; x < bytes; x += kStep) {
-        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(own.out.data() + x)) << 6;
-        const cv::v_int16x8 target =
-            cv::v_select(is_u, cv::v_load(own.base.data() + x), cv::v_load(own.whiten.data() + x));
-        const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(own.removal.data() + x));
-        const cv::v_int16x8 added = cv::v_mul_hi(rosy, cv::v_load(own.weight.data() + x));
-        cv::v_pack_u_store(own.out.data() + x, (here + pulled + added + half) >> 6);
-      }
-      std::memcpy(codes, own.out.data(), static_cast<size_t>(bytes));
-    }
-  });
+  const cv::Range rows(0, view.chroma_height);
+  const auto wanted = [&](int row) { return skin_.RowHasSkin(row, kCell / 2); };
+  if (strength.ruddy <= 0.0f) {
+    rows_.ChangeChroma<3>(view, rows, {&chroma_removal_, &target_u_, &target_v_}, bands, wanted,
+                          [](const cv::v_int16x8 &codes, const MappedRows::Values<3> &values) {
+                            return codes + MappedRows::Pull(codes, values[0], values[1], values[2]);
+                          });
+    return;
+  }
+  rows_.ChangeChroma<4>(view, rows, {&chroma_removal_, &target_u_, &target_v_, &weight_}, bands, wanted,
+                        [&](const cv::v_int16x8 &codes, const MappedRows::Values<4> &values) {
+                          return codes + MappedRows::Pull(codes, values[0], values[1], values[2]) +
+                                 cv::v_mul_hi(rosy, values[3]);
+                        });
 }
 
 }  // namespace lumivex

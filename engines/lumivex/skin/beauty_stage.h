@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
-#include <vector>
 
 #include "faces/faces.h"
 #include "pixels/cell_grid.h"
+#include "pixels/mapped_rows.h"
 #include "pixels/nv12_view.h"
-#include "pixels/row_window.h"
+#include "pixels/row_bands.h"
+#include "pixels/window_means.h"
 #include "skin/skin_map.h"
 
 namespace lumivex {
@@ -42,21 +43,7 @@ class BeautyStage {
   const CellMap &ShareToSharpen(float smooth);
 
  private:
-  // What one thread needs for its rows.
-  struct Scratch {
-    RowWindow window;
-    CellMap::Blended blended;
-    std::vector<int16_t> removal;
-    std::vector<int16_t> base;
-    std::vector<int16_t> whiten;
-    std::vector<int16_t> weight;
-    std::vector<uint8_t> out;
-    cv::Mat product;
-  };
-
-  void MakeScratch(const RowBands &bands);
-  void MeanOfSkin(const cv::Mat &values, cv::Mat &product, cv::Mat &mean) const;
-  void Fit(const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands);
+  void Fit(const YuvSpace &space, const BeautyStrength &strength, const cv::Range &rows, const RowBands &bands);
   void FitRow(int row, const YuvSpace &space, const BeautyStrength &strength);
   void KeepEdges(int row);
   void BuildLumaRow(int row, const YuvSpace &space, const BeautyStrength &strength);
@@ -65,17 +52,14 @@ class BeautyStage {
   void ApplyChroma(const Nv12View &view, const BeautyStrength &strength, const RowBands &bands);
 
   SkinMap skin_;
-  BandEdges edges_;
-  std::vector<Scratch> scratch_;
+  MappedRows rows_;
+  WindowMeans means_;
   bool found_ = false;
   int height_ = 1;  // pixels of the frame
-  int radius_ = 1;  // cells on each side of the window
 
   // One value per cell.
   cv::Mat mean_;    // luma
   cv::Mat square_;  // luma, squared
-  cv::Mat share_;   // skin, 0 to 1
-  cv::Mat window_share_;
   cv::Mat window_mean_;
   cv::Mat window_square_;
   cv::Mat gain_;  // the model is gain * luma + offset

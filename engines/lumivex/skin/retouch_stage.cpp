@@ -2,17 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <iterator>
 #include <opencv2/core/hal/intrin.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include "skin/face_regions.h"
 
 namespace lumivex {
 namespace {
 
-constexpr int kStep = RowWindow::kStep;
 // In distances between the eyes: how far the windows reach.
 constexpr float kAroundSpot = 0.16f;
 constexpr float kAroundPatch = 0.45f;
@@ -36,11 +32,6 @@ int16_t Fixed(float value) {
 
 float Mix(float from, float to, float part) {
   return from + part * (to - from);
-}
-
-void Blur(const cv::Mat &from, cv::Mat &to, int radius) {
-  const int side = 2 * radius + 1;
-  cv::blur(from, to, cv::Size(side, side), cv::Point(-1, -1), cv::BORDER_REPLICATE);
 }
 
 int RadiusInCells(float pixels) {
@@ -67,7 +58,7 @@ struct Pull {
 void RetouchStage::Apply(const Nv12View &view, const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma,
                          const Faces &faces, const RetouchStrength &strength, const RowBands &bands) {
   if (!strength.Any() || faces.empty() || !skin.Own()) return;
-  MakeScratch(cell_luma.cols, bands);
+  rows_.Prepare(cell_luma.cols, bands);
   Measure(skin, cell_luma, bands);
   if (first_row_ >= end_row_) return;
   DrawMasks(faces, strength);
@@ -76,55 +67,23 @@ void RetouchStage::Apply(const Nv12View &view, const YuvSpace &space, const Skin
   ApplyChroma(view, bands);
 }
 
-void RetouchStage::MakeScratch(int columns, const RowBands &bands) {
-  const auto padded = static_cast<size_t>((columns + kStep - 1) / kStep * kStep * kCell);
-  scratch_.resize(static_cast<size_t>(bands.Threads()));
-  for (Scratch &scratch : scratch_) {
-    for (auto *row : {&scratch.lift, &scratch.around, &scratch.shift}) row->resize(padded);
-    scratch.out.resize(padded);
-  }
-}
-
 void RetouchStage::Measure(const SkinMap &skin, const cv::Mat &cell_luma, const RowBands &bands) {
-  cv::multiply(skin.Weight(), skin.InFace(), share_, 1.0 / (255.0 * 255.0), CV_32F);
+  cv::multiply(skin.Weight(), skin.InFace(), share_, 1.0 / 255.0, CV_8U);
   first_row_ = share_.rows;
   end_row_ = 0;
   for (int row = 0; row < share_.rows; ++row) {
-    const float *shares = share_.ptr<float>(row);
-    if (std::none_of(shares, shares + share_.cols, [](float share) { return share > 0.0f; })) continue;
+    const uint8_t *shares = share_.ptr<uint8_t>(row);
+    if (std::none_of(shares, shares + share_.cols, [](uint8_t share) { return share != 0; })) continue;
     first_row_ = std::min(first_row_, row);
     end_row_ = row + 1;
   }
   if (first_row_ >= end_row_) return;
   const int near = RadiusInCells(kAroundSpot * skin.EyeDistance());
   const int wide = RadiusInCells(kAroundPatch * skin.EyeDistance());
-  struct Mean {
-    const cv::Mat &values;
-    const cv::Mat &window_share;
-    int radius;
-    cv::Mat &to;
-  };
-  const Mean means[] = {{cell_luma, window_share_, near, window_luma_},
-                        {skin.MeanU(), window_share_, near, window_u_},
-                        {skin.MeanV(), window_share_, near, window_v_},
-                        {cell_luma, wide_share_, wide, wide_luma_}};
-  Blur(share_, window_share_, near);
-  Blur(share_, wide_share_, wide);
-  bands.Run(static_cast<int>(std::size(means)), 1, [&](int first, int end, int thread) {
-    cv::Mat &product = scratch_[static_cast<size_t>(thread)].product;
-    for (int i = first; i < end; ++i) {
-      const Mean &mean = means[i];
-      cv::multiply(mean.values, share_, product);
-      Blur(product, mean.to, mean.radius);
-      for (int row = first_row_; row < end_row_; ++row) {
-        const float *own = mean.values.ptr<float>(row);
-        const float *part = mean.window_share.ptr<float>(row);
-        float *here = mean.to.ptr<float>(row);
-        for (int column = 0; column < mean.to.cols; ++column)
-          here[column] = (here[column] + kFewSkin * own[column]) / (part[column] + kFewSkin);
-      }
-    }
-  });
+  const cv::Range rows(first_row_, end_row_);
+  means_.Measure({{{&cell_luma, &window_luma_}, {&skin.MeanU(), &window_u_}, {&skin.MeanV(), &window_v_}}}, &share_,
+                 near, kFewSkin, rows, bands);
+  means_.Measure({{{&cell_luma, &wide_luma_}}}, &share_, wide, kFewSkin, rows, bands);
 }
 
 void RetouchStage::DrawMasks(const Faces &faces, const RetouchStrength &strength) {
@@ -152,7 +111,7 @@ cv::Vec3f RetouchStage::CheekColour(const SkinMap &skin, const cv::Mat &cell_lum
       for (int row = cell(middle.y - radius, share_.rows); row <= cell(middle.y + radius, share_.rows); ++row) {
         for (int column = cell(middle.x - radius, share_.cols); column <= cell(middle.x + radius, share_.cols);
              ++column) {
-          const float share = share_.at<float>(row, column);
+          const float share = ShareAt(row, column);
           sum += share * cv::Vec3f(cell_luma.at<float>(row, column), skin.MeanU().at<float>(row, column),
                                    skin.MeanV().at<float>(row, column));
           count += share;
@@ -181,7 +140,7 @@ void RetouchStage::BuildMaps(const YuvSpace &space, const SkinMap &skin, const c
 
 void RetouchStage::BuildCell(const YuvSpace &space, const SkinMap &skin, const RetouchStrength &strength, int row,
                              int column, const cv::Vec3f &cheek) {
-  const float share = share_.at<float>(row, column);
+  const float share = ShareAt(row, column);
   const float near_luma = window_luma_.at<float>(row, column);
   const float near_u = window_u_.at<float>(row, column);
   const float near_v = window_v_.at<float>(row, column);
@@ -217,58 +176,24 @@ void RetouchStage::ApplyLuma(const Nv12View &view, const RowBands &bands) {
   const cv::v_int16x8 deepest = cv::v_setall_s16(kDeepest);
   const cv::v_int16x8 zero = cv::v_setzero_s16();
   const cv::v_int16x8 half = cv::v_setall_s16(32);
-  const int top = first_row_ * kCell;
-  const RowWindow::Plane plane{view.YRow(top), view.y_stride, view.width,
-                               std::min(end_row_ * kCell, view.height) - top};
-  edges_.Save(plane.pixels, plane.stride, plane.width, plane.height, bands.RowsOfBand(plane.height));
-  bands.Run(plane.height, RowBands::kRows, [&](int first, int end, int thread) {
-    Scratch &own = scratch_[static_cast<size_t>(thread)];
-    own.window.Begin(plane, first, end, first, edges_);
-    for (int row = first; row < end; ++row, own.window.Advance()) {
-      lift_.ExpandToLuma(top + row, own.blended, own.lift.data());
-      around_.ExpandToLuma(top + row, own.blended, own.around.data());
-      shift_.ExpandToLuma(top + row, own.blended, own.shift.data());
-      const uint8_t *pixels = own.window.Row();
-      for (int x = 0; x < view.width; x += kStep) {
-        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(pixels + x));
-        const cv::v_int16x8 middle = cv::v_load(own.window.Here() + x);
-        const cv::v_int16x8 low =
-            (cv::v_load(own.window.Above() + x) + middle + middle + cv::v_load(own.window.Below() + x)) << 2;
+  const cv::Range rows(first_row_ * kCell, std::min(end_row_ * kCell, view.height));
+  rows_.ChangeLuma<3>(
+      view, rows, {&lift_, &around_, &shift_}, bands, [](int) { return true; },
+      [&](const cv::v_int16x8 &here, const cv::v_int16x8 &low, const MappedRows::Values<3> &values) {
+        const auto &[lift, around, shift] = values;
         // All in 1/64ths of a level.
-        const cv::v_int16x8 dip = cv::v_min(cv::v_max(cv::v_load(own.around.data() + x) - low - quiet, zero), deepest);
-        const cv::v_int16x8 lifted = cv::v_mul_hi(dip << 1, cv::v_load(own.lift.data() + x));
-        const cv::v_int16x8 result = (here << 6) + lifted + cv::v_load(own.shift.data() + x);
-        cv::v_pack_u_store(own.out.data() + x, (result + half) >> 6);
-      }
-      std::memcpy(view.YRow(top + row), own.out.data(), static_cast<size_t>(view.width));
-    }
-  });
+        const cv::v_int16x8 dip = cv::v_min(cv::v_max(around - low - quiet, zero), deepest);
+        return ((here << 6) + cv::v_mul_hi(dip << 1, lift) + shift + half) >> 6;
+      });
 }
 
 void RetouchStage::ApplyChroma(const Nv12View &view, const RowBands &bands) {
-  const cv::v_int16x8 is_u(-1, 0, -1, 0, -1, 0, -1, 0);
-  const cv::v_int16x8 half = cv::v_setall_s16(32);
-  const int bytes = 2 * view.chroma_width;
-  const int top = first_row_ * kCell / 2;
-  const int rows = std::min(end_row_ * kCell / 2, view.chroma_height) - top;
-  bands.Run(rows, RowBands::kRows / 2, [&](int first, int end, int thread) {
-    Scratch &own = scratch_[static_cast<size_t>(thread)];
-    for (int row = top + first; row < top + end; ++row) {
-      pull_.ExpandToChroma(row, own.blended, own.lift.data());
-      target_u_.ExpandToChroma(row, own.blended, own.around.data());
-      target_v_.ExpandToChroma(row, own.blended, own.shift.data());
-      uint8_t *codes = view.UvRow(row);
-      std::memcpy(own.out.data(), codes, static_cast<size_t>(bytes));
-      for (int x = 0; x < bytes; x += kStep) {
-        const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(own.out.data() + x)) << 6;
-        const cv::v_int16x8 target =
-            cv::v_select(is_u, cv::v_load(own.around.data() + x), cv::v_load(own.shift.data() + x));
-        const cv::v_int16x8 pulled = cv::v_mul_hi((target - here) << 1, cv::v_load(own.lift.data() + x));
-        cv::v_pack_u_store(own.out.data() + x, (here + pulled + half) >> 6);
-      }
-      std::memcpy(codes, own.out.data(), static_cast<size_t>(bytes));
-    }
-  });
+  const cv::Range rows(first_row_ * kCell / 2, std::min(end_row_ * kCell / 2, view.chroma_height));
+  rows_.ChangeChroma<3>(
+      view, rows, {&pull_, &target_u_, &target_v_}, bands, [](int) { return true; },
+      [](const cv::v_int16x8 &codes, const MappedRows::Values<3> &values) {
+        return codes + MappedRows::Pull(codes, values[0], values[1], values[2]);
+      });
 }
 
 }  // namespace lumivex

@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <opencv2/core.hpp>
-#include <vector>
 
 #include "faces/faces.h"
 #include "pixels/cell_grid.h"
+#include "pixels/mapped_rows.h"
 #include "pixels/nv12_view.h"
-#include "pixels/row_window.h"
+#include "pixels/row_bands.h"
+#include "pixels/window_means.h"
 #include "pixels/yuv_space.h"
 #include "skin/skin_map.h"
 
@@ -34,38 +35,25 @@ class RetouchStage {
              const Faces &faces, const RetouchStrength &strength, const RowBands &bands = RowBands());
 
  private:
-  // What one thread needs for its rows.
-  struct Scratch {
-    RowWindow window;
-    CellMap::Blended blended;
-    std::vector<int16_t> lift;
-    std::vector<int16_t> around;
-    std::vector<int16_t> shift;
-    std::vector<uint8_t> out;
-    cv::Mat product;
-  };
-
-  void MakeScratch(int columns, const RowBands &bands);
   void Measure(const SkinMap &skin, const cv::Mat &cell_luma, const RowBands &bands);
   void DrawMasks(const Faces &faces, const RetouchStrength &strength);
   void BuildMaps(const YuvSpace &space, const SkinMap &skin, const cv::Mat &cell_luma, const Faces &faces,
                  const RetouchStrength &strength, const RowBands &bands);
+  float ShareAt(int row, int column) const { return static_cast<float>(share_.at<uint8_t>(row, column)) / 255.0f; }
   void BuildCell(const YuvSpace &space, const SkinMap &skin, const RetouchStrength &strength, int row, int column,
                  const cv::Vec3f &cheek);
   cv::Vec3f CheekColour(const SkinMap &skin, const cv::Mat &cell_luma, const Faces &faces) const;
   void ApplyLuma(const Nv12View &view, const RowBands &bands);
   void ApplyChroma(const Nv12View &view, const RowBands &bands);
 
-  BandEdges edges_;
-  std::vector<Scratch> scratch_;
+  MappedRows rows_;
+  WindowMeans means_;
   // One value per cell, CV_32F but for the masks, which are CV_8U.
-  cv::Mat share_;         // skin of known faces, 0 to 1
-  cv::Mat window_share_;  // means over a window as wide as a spot's surroundings
-  cv::Mat window_luma_;
+  cv::Mat share_;        // mask: skin of known faces
+  cv::Mat window_luma_;  // means over a window as wide as a spot's surroundings
   cv::Mat window_u_;
   cv::Mat window_v_;
-  cv::Mat wide_share_;  // over one as wide as a cheek
-  cv::Mat wide_luma_;
+  cv::Mat wide_luma_;  // over one as wide as a cheek
   cv::Mat under_eyes_;
   cv::Mat lines_;
   int first_row_ = 0;  // rows of cells with skin of faces: first_row_ <= row < end_row_

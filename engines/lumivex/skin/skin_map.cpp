@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
@@ -357,6 +358,13 @@ bool SkinMap::RowHasSkin(int pixel_row, int scale) const {
   const int first = std::max(row - 1, 0);
   const int last = std::min(row + 1, weight_.rows - 1);
   return std::any_of(rows_.begin() + first, rows_.begin() + last + 1, [](uint8_t any) { return any != 0; });
+}
+
+cv::Range SkinMap::RowsWithSkin() const {
+  const auto holds = [](uint8_t any) { return any != 0; };
+  const auto first = std::find_if(rows_.begin(), rows_.end(), holds);
+  const auto behind = std::find_if(rows_.rbegin(), std::make_reverse_iterator(first), holds).base();
+  return {static_cast<int>(first - rows_.begin()), static_cast<int>(behind - rows_.begin())};
 }
 
 }  // namespace lumivex

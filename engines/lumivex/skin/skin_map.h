@@ -44,6 +44,7 @@ class SkinMap {
   const std::optional<OwnColour> &Own() const { return own_; }  // empty where nobody is known
   // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
   bool RowHasSkin(int pixel_row, int scale) const;
+  cv::Range RowsWithSkin() const;  // of cells: from the first one to behind the last
 
  private:
   struct Person {

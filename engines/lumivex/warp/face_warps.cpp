@@ -11,6 +11,7 @@ namespace {
 // What full intensity does, as parts of a length. None of the movements folds at these, whatever the face's points are;
 // and what is chained of such movements folds nowhere either.
 constexpr float kNarrow = 0.22f;    // of the face's half width: the most that all narrowing together takes
+constexpr float kNarrowEnd = 1.08f;  // of the half width, from the middle: what is farther away stays
 constexpr float kSlimPart = 0.70f;  // of that, each
 constexpr float kCheekbonePart = 0.5f;
 constexpr float kJawPart = 0.55f;
@@ -113,18 +114,21 @@ class FaceWidth {
       const float middle = Middle(down);
       left_[row] = Bounded(middle - EdgeAt(edge.data(), 1, down));
       right_[row] = Bounded(EdgeAt(edge.data() + tessera::kContourRight, -1, down) - middle);
+      const float left_end = kNarrowEnd * left_[row] - middle;
+      const float right_end = kNarrowEnd * right_[row] + middle;
+      left_end_[row] = row > 0 ? std::max(left_end_[row - 1], left_end) : left_end;
+      right_end_[row] = row > 0 ? std::max(right_end_[row - 1], right_end) : right_end;
     }
   }
 
   float Chin() const { return chin_; }
   float Middle(float down) const { return at_eyes_ + slope_ * down; }
   // Half the width on the side of `from_middle`.
-  float Half(float from_middle, float down) const {
-    const auto &half = from_middle < 0.0f ? left_ : right_;
-    const float row = std::clamp(down / Step(), 0.0f, static_cast<float>(kRows - 1));
-    const auto above = std::min(static_cast<size_t>(row), kRows - 2);
-    const float part = row - static_cast<float>(above);
-    return half[above] + (half[above + 1] - half[above]) * part;
+  float Half(float from_middle, float down) const { return At(from_middle < 0.0f ? left_ : right_, down); }
+  // On that side, how far from the middle narrowing ends: a little beside the face, and no nearer to it than above, so
+  // that a neck is drawn in with the jaw before it.
+  float End(float from_middle, float down) const {
+    return from_middle < 0.0f ? At(left_end_, down) + Middle(down) : At(right_end_, down) - Middle(down);
   }
   float Widest() const {
     return std::max(*std::max_element(left_.begin(), left_.end()), *std::max_element(right_.begin(), right_.end()));
@@ -132,10 +136,17 @@ class FaceWidth {
 
  private:
   static constexpr size_t kRows = 24;  // from the eyes to the chin
+  using Rows = std::array<float, kRows>;
 
   float Step() const { return chin_ / static_cast<float>(kRows - 1); }
   // Towards the chin the edges meet; narrowing fades out there, and keeps a width to be measured by.
   static float Bounded(float half) { return std::clamp(half, 0.35f, 1.8f); }
+
+  float At(const Rows &rows, float down) const {
+    const float row = std::clamp(down / Step(), 0.0f, static_cast<float>(kRows - 1));
+    const auto above = std::min(static_cast<size_t>(row), kRows - 2);
+    return rows[above] + (rows[above + 1] - rows[above]) * (row - static_cast<float>(above));
+  }
 
   // The edge from the ear to the chin, by the first of its sides that reaches as far down.
   static float EdgeAt(const Offset *ear, ptrdiff_t next, float down) {
@@ -153,8 +164,10 @@ class FaceWidth {
   float chin_ = 0.0f;
   float at_eyes_ = 0.0f;
   float slope_ = 0.0f;
-  std::array<float, kRows> left_;
-  std::array<float, kRows> right_;
+  Rows left_;
+  Rows right_;
+  Rows left_end_;  // from the point between the eyes, to the left
+  Rows right_end_;
 };
 
 // Everything between the eyes and the chin is drawn to the face's middle line: as one movement, since the parts
@@ -165,22 +178,23 @@ void AddNarrowing(const Face &face, const DeformValues &values, WarpField &field
   const float jaw = kJawPart * values[kDeformJaw];
   if (slim == 0.0f && cheekbone == 0.0f && jaw == 0.0f) return;
   constexpr float kWhole = 0.72f;  // of the half width: as far as that everything moves in proportion
-  constexpr float kEnd = 1.08f;
-  constexpr float kBottom = 1.12f;  // of the way to the chin
+  constexpr float kBottom = 1.22f;  // of the way to the chin
   const FaceWidth width(face);
   const float chin = width.Chin();
   const float aside = std::max(std::fabs(width.Middle(0.0f)), std::fabs(width.Middle(chin)));
-  const float reach = std::hypot(kEnd * width.Widest() + aside, kBottom * chin);
+  const float reach = std::hypot(kNarrowEnd * width.Widest() + aside, kBottom * chin);
   AddAround(face, EyesMiddle(face), reach, field, [&](Offset at) {
     const float from_middle = at.right - width.Middle(at.down);
-    const float part = std::fabs(from_middle) / width.Half(from_middle, at.down);
-    if (part >= kEnd || at.down <= 0.0f || at.down >= kBottom * chin) return Offset{0.0f, 0.0f};
+    const float way = std::fabs(from_middle);
+    const float end = width.End(from_middle, at.down);
+    if (way >= end || at.down <= 0.0f || at.down >= kBottom * chin) return Offset{0.0f, 0.0f};
     const float below = at.down / chin;
+    const float whole = kWhole * width.Half(from_middle, at.down);
     const float low = 1.0f - Smoothstep(0.85f, kBottom, below);
     const float left = (1.0f - slim * Smoothstep(0.04f, 0.5f, below) * low) *
                        (1.0f - cheekbone * Smoothstep(0.02f, 0.25f, below) * (1.0f - Smoothstep(0.3f, 0.68f, below))) *
                        (1.0f - jaw * Smoothstep(0.42f, 0.72f, below) * low);
-    return Offset{kNarrow * (1.0f - left) * from_middle * Rest((part - kWhole) / (kEnd - kWhole)), 0.0f};
+    return Offset{kNarrow * (1.0f - left) * from_middle * Rest((way - whole) / (end - whole)), 0.0f};
   });
 }
 

@@ -143,6 +143,31 @@ TEST(FaceWarps, LeaveStraightWhatStandsBesideTheFace) {
   }
 }
 
+// What the jaw hides of a neck begins in the middle of its edge: were the jaw drawn in alone, the neck would stick out.
+TEST(FaceWarps, DrawTheNeckInWithTheJaw) {
+  for (const float aside : {0.0f, 0.8f, -0.8f}) {
+    FaceShape shape;
+    shape.aside = aside;
+    const Face face = MakeFace(shape);
+    const float chin = face.points[tessera::kChin].y;
+    for (const int mode : {lumivex::kDeformSlimFace, lumivex::kDeformJaw}) {
+      const WarpField field = FieldOf(face, Only(mode, 1.0f));
+      for (const size_t corner : {tessera::kContourLeft + 4, tessera::kContourRight - 4}) {
+        // Straight down from the jaw's corner.
+        const FramePoint &top = face.points[corner];
+        float last = field.Moved(top).x;
+        float steepest = 0.0f;
+        for (float y = top.y + 1; y < chin + 0.3f * shape.eye_distance; y += 1) {
+          const float here = field.Moved({top.x, y}).x;
+          steepest = std::max(steepest, std::fabs(here - last));
+          last = here;
+        }
+        EXPECT_LT(steepest, 0.3f) << "pixels aside for each one down; mode " << mode << ", " << aside;
+      }
+    }
+  }
+}
+
 TEST(FaceWarps, NarrowToTheFacesOwnMiddleLineWhenTheHeadTurns) {
   FaceShape shape;
   shape.aside = 0.8f;
