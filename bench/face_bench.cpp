@@ -1,7 +1,7 @@
 // What faces cost the thread of the frames in the open engine, in processor time of that thread, beside the shrinking
 // of the same luma plane to a width of 640 by OpenCV; what its search thread takes; and how soon, how steadily and how
 // exactly faces are shown. Pictures come in real time: the search beside them depends on it.
-//   face_bench [--out FILE] [--seconds N] [--clip FILE]
+//   face_bench [--out FILE] [--seconds N] [--clip FILE] [--only textures|pedestrians]
 // The clip is one of people in the street, too small for faces to be found: by default that of Debian's opencv-doc.
 #include <util/base.h>
 
@@ -498,6 +498,12 @@ int main(int argc, char **argv) {
     return 2;
   }
   std::vector<Row> rows;
+  const std::string clip = Argument(argc, argv, "--clip", kClip);
+  if (const std::string only = Argument(argc, argv, "--only", ""); !only.empty()) {
+    if (only == "textures") Textures(rows);
+    if (only == "pedestrians") Pedestrians(clip, rows);
+    return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));
+  }
   Costs(k720, "faces 1280x720,", rows);
   Costs(k1080, "faces 1920x1080,", rows);
   FindAndDrop(rows);
@@ -506,6 +512,6 @@ int main(int argc, char **argv) {
   Motion(rows);
   EndBesideLoops(rows);
   Textures(rows);
-  Pedestrians(Argument(argc, argv, "--clip", kClip), rows);
+  Pedestrians(clip, rows);
   return vanta_bench::Finish(rows, vanta_bench::OutPath(argc, argv));
 }

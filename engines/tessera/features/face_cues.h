@@ -34,6 +34,8 @@ class FaceCues {
   int NearestRow(float y) const;
   // How far something of that depth stands aside in the window, because the head is turned.
   float Aside(float depth) const { return turn_ * (depth - window_.depth); }
+  // How far the light of a dark picture was raised, and its noise with it.
+  float Gain() const { return gain_; }
   float X(float column) const;
   float Y(float row) const;
 

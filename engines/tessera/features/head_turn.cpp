@@ -22,6 +22,9 @@ constexpr float kAcross = 0.05F;
 constexpr float kWide = 0.22F;
 constexpr float kAround = 0.35F;
 constexpr float kFaint = 6;  // luma codes of what counts little
+// In darker skin the whites of the eyes, the room behind the head and shine, which goes with the light and not with the
+// head, outshine the nose and the mouth: what is brighter than the skin is cut off.
+constexpr double kDarkSkin = 90;  // luma code
 
 // A place of the right half of a face; its image stands on the left.
 struct Place {
@@ -47,8 +50,11 @@ cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
                      static_cast<double>(down * kDensity));
     return smooth;
   };
+  const cv::Mat cut = CutUpright(luma, placement, kWindow, kDensity);
   cv::Mat patch;
-  CutUpright(luma, placement, kWindow, kDensity).convertTo(patch, CV_32F);
+  const double skin = SkinCode(cut, kWindow, kDensity);
+  cv::min(cut, skin < kDarkSkin ? skin : 255, patch);
+  patch.convertTo(patch, CV_32F);
   const cv::Mat details = blurred(patch, kAcross, kFine) - blurred(patch, kAcross, kWide);
   cv::Mat strength;
   cv::sqrt(Blurred(details.mul(details), static_cast<double>(kAround * kDensity)), strength);

@@ -14,6 +14,7 @@ namespace {
 constexpr float kMouthHeight = 1.01F;  // of an average face, and how far others are off
 constexpr float kMouthSpread = 0.13F;
 constexpr float kCornerDepth = 0.14F;
+constexpr float kUsualHalf = 0.4F;    // from its middle to a corner
 constexpr float kMouthReach = 0.66F;  // no mouth is wider to one side
 
 // Where between two samples a falling profile passes `level`.
@@ -29,6 +30,7 @@ constexpr float kFaintCrease = 1.5F;
 
 struct MouthLine {
   cv::Mat cue;              // in which it is dark
+  bool crease = false;      // no more than that
   float end = 0;            // part of its greatest darkness at which it ends
   float faint = 0;          // luma codes: what says nothing
   int first = 0;            // column of the first entry
@@ -44,12 +46,14 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   const int bottom = cvRound(face.Row(1.36F));
   const int columns = last - first + 1;
   const int rows = bottom - top + 1;
+  std::vector<float> usual;
+  for (int row = top; row <= bottom; ++row)
+    usual.push_back(Bell(face.Y(static_cast<float>(row)) - kMouthHeight, kMouthSpread));
   cv::Mat best(rows, columns, CV_32F);
   cv::Mat from(rows, columns, CV_8S, cv::Scalar(0));
   for (int column = 0; column < columns; ++column) {
     for (int row = 0; row < rows; ++row) {
-      const float here = cue.at<float>(top + row, first + column) *
-                         Bell(face.Y(static_cast<float>(top + row)) - kMouthHeight, kMouthSpread);
+      const float here = cue.at<float>(top + row, first + column) * usual[static_cast<size_t>(row)];
       float before = 0;
       if (column > 0) {
         before = best.at<float>(row, column - 1) + 0.3F;
@@ -65,6 +69,7 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   cv::Point end;
   cv::minMaxLoc(best.col(columns - 1), nullptr, nullptr, nullptr, &end);
   MouthLine line{cue,
+                 false,
                  kLineEnd,
                  kFaintLine,
                  first,
@@ -121,6 +126,7 @@ MouthLine FindLine(const FaceCues &face) {
   consider(face.spots, 1.3F);
   consider(creases, 1.15F);
   if (best.cue.data != creases.data) return best;
+  best.crease = true;
   best.end = kCreaseEnd;
   best.faint = kFaintCrease;
   return best;
@@ -317,8 +323,17 @@ float Plausibility(const Mouth &mouth) {
 
 Mouth FindMouth(const FaceCues &face) {
   const MouthLine line = FindLine(face);
-  const Corner left = LineEnd(face, line, -1);
-  const Corner right = LineEnd(face, line, 1);
+  Corner left = LineEnd(face, line, -1);
+  Corner right = LineEnd(face, line, 1);
+  // A crease in a face whose light is raised may be noise that was raised with it: how high it lies is told by all of
+  // it, where it ends is not.
+  if (line.crease) {
+    const float raised = kFaintCrease * std::max(1.0F, face.Gain());
+    const float sure = Clamped01((std::min(left.strength, right.strength) / raised - 1) / 3);
+    const float aside = face.Aside(kCornerDepth);
+    left.place.x = Mixed(aside - kUsualHalf, left.place.x, sure);
+    right.place.x = Mixed(aside + kUsualHalf, right.place.x, sure);
+  }
   Mouth mouth;
   mouth.left = left.place;
   mouth.right = right.place;

@@ -50,11 +50,12 @@ std::vector<DarkPlace> DarkestPath(const FaceCues &face, float sign) {
   for (size_t row = 0; row < rows; ++row)
     usual.push_back(Bell(face.Y(static_cast<float>(top) + static_cast<float>(row)) - kBrowHeight, kBrowSpread));
   std::vector<float> xs;
-  for (float x = kBrowFrom; x <= kBrowTo; x += kColumnsApart) xs.push_back(x);
-  const auto dark = [&](size_t i, size_t row) {
-    const int column = face.NearestColumn(sign * xs[i] + face.Aside(FaceDepth(xs[i], kBrowHeight)));
-    return face.spots.at<float>(top + static_cast<int>(row), column);
-  };
+  std::vector<int> columns;
+  for (float x = kBrowFrom; x <= kBrowTo; x += kColumnsApart) {
+    xs.push_back(x);
+    columns.push_back(face.NearestColumn(sign * x + face.Aside(FaceDepth(x, kBrowHeight))));
+  }
+  const auto dark = [&](size_t i, size_t row) { return face.spots.at<float>(top + static_cast<int>(row), columns[i]); };
   std::vector<std::vector<float>> best(xs.size(), std::vector<float>(rows, 0));
   std::vector<std::vector<size_t>> from(xs.size(), std::vector<size_t>(rows, 0));
   for (size_t i = 0; i < xs.size(); ++i) {

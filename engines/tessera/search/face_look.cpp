@@ -11,6 +11,9 @@ namespace {
 // The fewer eyes are seen in it, the more votes a box needs to be a face.
 constexpr float kVotesWithoutEyes = 16;
 constexpr float kVotesWithOneEye = 6;
+// Of the places in a texture one or another looks like a face with an eye at one of all the angles.
+constexpr float kVotesWithOneEyeTurned = 10;
+constexpr float kTurned = 0.2F;  // radians
 constexpr float kSureVotes = 6;
 
 // Distances are parts of that between the eyes.
@@ -69,7 +72,9 @@ std::optional<SeenFace> FaceLook::Check(const PictureView &picture, const Coarse
   const Eyes eyes = eyes_.Find(picture.y, proposal.placement);
   const SeenFace seen{eyes.placement, eyes.seen, proposal.score};
   const bool enough_votes = seen.votes >= kVotesWithoutEyes;
-  const bool enough_with_one = (seen.eyes == 1 || !eyes_.CanSee()) && seen.votes >= kVotesWithOneEye;
+  const bool turned = std::abs(proposal.placement.angle) > kTurned;
+  const float votes_with_one = turned ? kVotesWithOneEyeTurned : kVotesWithOneEye;
+  const bool enough_with_one = (seen.eyes == 1 || !eyes_.CanSee()) && seen.votes >= votes_with_one;
   if (seen.eyes == 2 || enough_votes || enough_with_one) return seen;
   return std::nullopt;
 }

@@ -47,10 +47,7 @@ bool BoxIsDark(const cv::Mat &luma, const cv::Rect &box) {
 
 // For the face that is expected there: by the skin of its cheeks and nose.
 double WhiteOf(const cv::Mat &patch, const cv::Rect2f &window, float density) {
-  const cv::Rect2f skin(-0.5F, 0.3F, 1, 0.5F);
-  const cv::Rect area((skin.tl() - window.tl()) * density,
-                      cv::Size(cvRound(skin.width * density), cvRound(skin.height * density)));
-  return WhiteForSkin(MedianCode(patch(area)));
+  return WhiteForSkin(SkinCode(patch, window, density));
 }
 
 bool SamePlace(const Placement &a, const Placement &b) {

@@ -124,6 +124,13 @@ double MedianCode(const cv::Mat &luma) {
   return code;
 }
 
+double SkinCode(const cv::Mat &patch, const cv::Rect2f &window, float density) {
+  const cv::Rect2f skin(-0.5F, 0.3F, 1, 0.5F);
+  const cv::Rect area((skin.tl() - window.tl()) * density,
+                      cv::Size(cvRound(skin.width * density), cvRound(skin.height * density)));
+  return MedianCode(patch(area));
+}
+
 cv::Mat Lit(const cv::Mat &luma) {
   constexpr double kDark = 70;  // mean luma code above black
   constexpr double kRaised = 100;

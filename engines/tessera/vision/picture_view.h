@@ -65,6 +65,9 @@ double WhiteForSkin(double skin);
 // The code in the middle of all.
 double MedianCode(const cv::Mat &luma);
 
+// That of cheeks and nose, in an upright patch that shows `window` (units of a placement), `density` pixels per unit.
+double SkinCode(const cv::Mat &patch, const cv::Rect2f &window, float density);
+
 // The picture as it is, or raised where it is dark: a cascade passes over places without contrast.
 cv::Mat Lit(const cv::Mat &luma);
 

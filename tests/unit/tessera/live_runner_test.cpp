@@ -1,6 +1,8 @@
 // A runner that is not waited for: its faces come from a search beside the pictures.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
 #include <vector>
 
 #include "fixtures/portrait/face_reader.h"
@@ -112,6 +114,59 @@ TEST_F(LiveRunner, StartsAnewWithPicturesOfAnotherSizeOrOrientation) {
   RunUntil(other, 1);
   reader_.SearchBeside(3, "1");  // as before
   EXPECT_EQ(reader_.Run(other).size(), 1U);
+}
+
+constexpr std::array<size_t, 5> kFivePoints = {tessera::kLeftPupil, tessera::kRightPupil, tessera::kNoseTip,
+                                               tessera::kMouthLeftCorner, tessera::kMouthRightCorner};
+
+TEST_F(LiveRunner, StillFaceInNoiseTremblesByATwentiethOfAPixel) {
+  std::vector<PortraitPicture> pictures;
+  for (uint64_t seed = 1; seed <= 6; ++seed) {
+    PortraitSetup setup;
+    setup.size = {1280, 720};
+    setup.middle = {640, 330};
+    setup.eye_distance = 80;
+    setup.noise = 3;
+    setup.seed = seed;
+    pictures.push_back(Portrait(setup));
+  }
+  RunUntil(pictures[0], 1);
+  std::vector<cv::Point2f> last;
+  float moved = 0;
+  float steps = 0;
+  for (size_t i = 0; i < 90; ++i) {
+    const auto faces = reader_.Run(pictures[i * 5 % pictures.size()]);
+    ASSERT_EQ(faces.size(), 1U) << i;
+    if (i < 30) continue;  // what a new face's search was off by is made good in small steps
+    for (size_t k = 0; !last.empty() && k < kFivePoints.size(); ++k, ++steps) {
+      const cv::Point2f step = faces[0].points[kFivePoints[k]] - last[kFivePoints[k]];
+      moved += std::hypot(step.x, step.y);
+    }
+    last = faces[0].points;
+  }
+  EXPECT_LT(moved / steps, 0.05F);
+}
+
+TEST_F(LiveRunner, PointsOfAFaceThatMovesAreNotLate) {
+  constexpr float kStep = 4;  // pixels
+  PortraitSetup setup;
+  setup.middle.x = 200;
+  PortraitPicture first = Portrait(setup);
+  const auto still = RunUntil(first, 1);
+  ASSERT_EQ(still.size(), 1U);
+  float behind = 0;  // of where the face is, against where its points stood on it at rest
+  float count = 0;
+  for (int i = 1; i <= 24; ++i) {
+    setup.middle.x += kStep;
+    PortraitPicture picture = Portrait(setup);
+    const auto faces = reader_.Run(picture);
+    ASSERT_EQ(faces.size(), 1U) << i;
+    for (const size_t point : kFivePoints) {
+      behind += still[0].points[point].x + kStep * static_cast<float>(i) - faces[0].points[point].x;
+      ++count;
+    }
+  }
+  EXPECT_LT(behind / count / kStep, 0.25F);  // of a picture
 }
 
 TEST_F(LiveRunner, TellsWhatTheSearchTakes) {

@@ -115,6 +115,23 @@ TEST(TesseraRunner, NoiseHasNoFaces) {
   }
 }
 
+// One of many textures that the cascades take for a turned face with an eye.
+TEST(TesseraRunner, TextureThatLooksLikeATurnedFaceWithOneEyeHasNoFace) {
+  constexpr uint64_t kSeed = 41;
+  cv::RNG random(kSeed);
+  cv::Mat coarse(48, 86, CV_8UC3);
+  random.fill(coarse, cv::RNG::UNIFORM, 10, 245);
+  PortraitPicture picture;
+  cv::resize(coarse, picture.bgr, {1280, 720}, 0, 0, cv::INTER_CUBIC);
+  cv::Mat noise(picture.bgr.size(), CV_16SC3);
+  random.state = kSeed;
+  random.fill(noise, cv::RNG::NORMAL, 0, 3);
+  cv::add(picture.bgr, noise, picture.bgr, cv::noArray(), CV_8UC3);
+  cv::cvtColor(picture.bgr, picture.i420, cv::COLOR_BGR2YUV_I420);
+  FaceReader reader(3);
+  for (int i = 0; i < 13; ++i) EXPECT_TRUE(reader.Run(picture).empty()) << i;
+}
+
 TEST(TesseraRunner, SmallestPicturesAreAnalysed) {
   FaceReader reader;
   for (const int side : {1, 2, 3, 19, 25}) {
