@@ -53,8 +53,8 @@ set(manual docs/obs-studio.md docs/websocket.md docs/green-screen.md docs/effect
 list(TRANSFORM manual REPLACE "^docs" ${data_folder}/manual)
 set(engines)
 if(ENGINES)
-  # With the open vision runner, what it finds faces by.
-  set(engines bin/64bit/tessera.dll)
+  # The open effect engine and vision runner, and what faces are found by.
+  set(engines bin/64bit/Lumivex.dll bin/64bit/tessera.dll)
   foreach(cascade haarcascade_eye haarcascade_frontalface_alt2 lbpcascade_frontalface)
     list(APPEND engines ${data_folder}/cascades/${cascade}.xml)
   endforeach()

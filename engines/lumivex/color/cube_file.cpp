@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "platform/regular_file.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -146,7 +147,7 @@ LookupFile ParseCube(std::string_view text) {
 }
 
 LookupFile ReadCubeFile(const std::string &path) {
-  const auto [fault, bytes] = ReadRegularFile(path, kMostBytes);
+  const auto [fault, bytes] = ReadRegularFile(vanta::PathFromUtf8(path), kMostBytes);
   if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 64 MiB", "export it with fewer entries"};
   if (fault != FileFault::kNone) return {nullptr, "it cannot be read", "check the file's permissions"};
   return ParseCube({reinterpret_cast<const char *>(bytes.data()), bytes.size()});

@@ -4,6 +4,7 @@
 
 #include "files/picture_size.h"
 #include "platform/regular_file.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -38,7 +39,7 @@ void CopyEntries(const cv::Mat &picture, int tiles, float white, LookupTable &ta
 
 LookupFile ReadLookupPicture(const std::string &path) {
   LookupFile unreadable{nullptr, "it is no picture that can be read", "save the table as a PNG picture"};
-  const auto [fault, bytes] = ReadRegularFile(path, kMostBytes);
+  const auto [fault, bytes] = ReadRegularFile(vanta::PathFromUtf8(path), kMostBytes);
   if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 16 MiB", "save the table as a PNG picture"};
   const auto size = ReadPictureSize(bytes);
   if (!size) return unreadable;

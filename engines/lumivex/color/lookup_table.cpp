@@ -9,12 +9,13 @@
 #include "color/cube_file.h"
 #include "color/lookup_picture.h"
 #include "lumivex/lumivex_values.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
 
 bool HasCubeExtension(const std::string &path) {
-  std::string extension = std::filesystem::path(path).extension().string();
+  std::string extension = vanta::Utf8FromPath(vanta::PathFromUtf8(path).extension());
   for (char &letter : extension) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
   return extension == ".cube";
 }
@@ -46,7 +47,7 @@ Rgb LookupTable::At(const Rgb &rgb) const {
 
 LookupFile ReadLookup(const std::string &path, int32_t type) {
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) {
+  if (!std::filesystem::is_regular_file(vanta::PathFromUtf8(path), error)) {
     return {nullptr, "no such file", "give the path of a .cube file or of a square PNG table"};
   }
   const bool cube = type == kLookupCube || (type != kLookupPicture && HasCubeExtension(path));

@@ -16,6 +16,7 @@
 #include "pixels/orientation.h"
 #include "pixels/yuv_space.h"
 #include "settings/engine_control.h"
+#include "vanta_base/utf8_path.h"
 #include "vanta_filter/landmark/tessera_api.h"
 #include "warp/body_warps.h"
 
@@ -57,9 +58,9 @@ Json EffectsJson(const std::vector<RunningEffect> &running) {
 // tables that come with the engine.
 std::string LookupPath(const std::string &root, const std::string &path) {
   std::error_code error;
-  if (path.empty() || std::filesystem::exists(path, error)) return path;
-  const std::filesystem::path own = std::filesystem::path(root) / "lookups" / path;
-  return std::filesystem::exists(own, error) ? own.string() : path;
+  if (path.empty() || std::filesystem::exists(vanta::PathFromUtf8(path), error)) return path;
+  const std::filesystem::path own = vanta::PathFromUtf8(root) / "lookups" / vanta::PathFromUtf8(path);
+  return std::filesystem::exists(own, error) ? vanta::Utf8FromPath(own) : path;
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "core/face_need.h"
 
-#include "vanta_filter/module/host_extensions.h"
+#include "platform/engine_points.h"
 
 namespace lumivex {
 namespace {
@@ -16,7 +16,7 @@ bool ChangesFaces(const EffectSettings &settings, const MagicEffects &effects) {
 
 FaceNeed NeedOfFaces(const EffectSettings &settings, const MagicEffects &effects, bool is_listened_to) {
   if (ChangesFaces(settings, effects)) return FaceNeed::kPicture;
-  return is_listened_to && FacePointByLX() ? FaceNeed::kReport : FaceNeed::kNone;
+  return is_listened_to && HostWantsEnginePoints() ? FaceNeed::kReport : FaceNeed::kNone;
 }
 
 }  // namespace lumivex

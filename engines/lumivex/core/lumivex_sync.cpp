@@ -7,7 +7,9 @@
 #include "core/bounded_text.h"
 #include "core/engine.h"
 #include "lumivex/lumivex_values.h"
+#include "platform/data_folder.h"
 #include "settings/engine_control.h"
+#include "vanta_base/host_text.h"
 #include "vanta_filter/engine/lumivex_api.h"
 #include "vanta_filter/landmark/tessera_api.h"
 
@@ -62,7 +64,8 @@ void ChangeEffects(const char *command, lumivex::Engine &engine, Change change) 
 struct LumivexSync::Impl {
   Impl(const LXEngineConfig &config, std::shared_ptr<GLFWwindow> shown)
       : window(std::move(shown)),
-        engine(lumivex::BoundedText(config.path), lumivex::FrameOutput(window.get(), config.width, config.height)) {}
+        engine(lumivex::DataFolder(lumivex::BoundedText(config.path)),
+               lumivex::FrameOutput(window.get(), config.width, config.height)) {}
 
   const std::shared_ptr<GLFWwindow> window;  // may be null
 
@@ -209,7 +212,7 @@ void LumivexSync::setModelPathDic(const std::map<std::string, std::string> &path
   impl_->models = path_dic;
 }
 void LumivexSync::setModelRootPath(std::string path) {
-  Guarded("setModelRootPath", [&] { impl_->engine.SetModelFolder(std::move(path)); });
+  Guarded("setModelRootPath", [&] { impl_->engine.SetModelFolder(vanta::Utf8FromHostText(path)); });
 }
 
 void LumivexSync::setTesseraCpuDataFunc(
@@ -272,7 +275,7 @@ void LumivexSync::setBodySlimmingManualLegHeightRangeAndDir(float top, float bot
 // Nothing here gives the flag a meaning.
 void LumivexSync::setMagicEffectWithPath(std::string path, LXEffectSlot slot, bool) {
   ChangeEffects("setMagicEffectWithPath", impl_->engine,
-                [path = std::move(path), slot](MagicEffects &effects) { effects.SetEffect(path, slot); });
+                [path = vanta::Utf8FromHostText(path), slot](MagicEffects &effects) { effects.SetEffect(path, slot); });
 }
 void LumivexSync::cancelMagicEffect() {
   ChangeEffects("cancelMagicEffect", impl_->engine, [](MagicEffects &effects) { effects.Cancel(); });
@@ -295,12 +298,14 @@ void LumivexSync::setBoomGameData(const std::string &json) {
   ChangeEffects("setBoomGameData", impl_->engine, [json](MagicEffects &effects) { effects.ReceiveGameData(json); });
 }
 void LumivexSync::setMagicCustomImage(const std::vector<std::string> &paths) {
+  std::vector<std::string> own;
+  for (const std::string &path : paths) own.push_back(vanta::Utf8FromHostText(path));
   ChangeEffects("setMagicCustomImage", impl_->engine,
-                [paths](MagicEffects &effects) { effects.SetCustomImages(paths); });
+                [own = std::move(own)](MagicEffects &effects) { effects.SetCustomImages(own); });
 }
 void LumivexSync::loadInteractiveBoxResource(std::string path) {
   ChangeEffects("loadInteractiveBoxResource", impl_->engine,
-                [path = std::move(path)](MagicEffects &effects) { effects.LoadBox(path); });
+                [path = vanta::Utf8FromHostText(path)](MagicEffects &effects) { effects.LoadBox(path); });
 }
 void LumivexSync::unloadInteractiveBoxResource() {
   ChangeEffects("unloadInteractiveBoxResource", impl_->engine, [](MagicEffects &effects) { effects.UnloadBox(); });

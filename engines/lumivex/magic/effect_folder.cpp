@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/regular_file.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -30,8 +31,9 @@ bool ReadText(const fs::path &file, std::string &text) {
 // Where the name leads, symbolic links followed; empty when that is outside the
 // folder.
 fs::path Inside(const fs::path &folder, const std::string &name) {
-  const fs::path relative(name);
-  if (relative.is_absolute() || name.find('\\') != std::string::npos || name.find('\0') != std::string::npos) return {};
+  const fs::path relative = vanta::PathFromUtf8(name);
+  if (relative.has_root_path() || name.find('\\') != std::string::npos || name.find('\0') != std::string::npos)
+    return {};
   std::error_code error;
   const fs::path root = fs::canonical(folder, error);
   if (error) return {};
@@ -42,7 +44,7 @@ fs::path Inside(const fs::path &folder, const std::string &name) {
 }
 
 bool IsPictureName(const fs::path &file) {
-  const std::string extension = file.extension().string();
+  const std::string extension = vanta::Utf8FromPath(file.extension());
   return extension == ".png" || extension == ".PNG" || extension == ".jpg" || extension == ".jpeg";
 }
 
@@ -68,14 +70,17 @@ Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudge
   const bool folder = fs::is_directory(path, error);
   const std::vector<fs::path> names = folder ? PictureNames(path) : std::vector<fs::path>{path};
   if (names.empty())
-    return {nullptr, path.string(), "it is a folder without pictures or with more than 256", "give 1 to 256 PNG files"};
+    return {nullptr, vanta::Utf8FromPath(path), "it is a folder without pictures or with more than 256",
+            "give 1 to 256 PNG files"};
   auto pictures = std::make_shared<Pictures>();
   for (const fs::path &name : names) {
     if (cancelled.load(std::memory_order_relaxed)) return {};
-    if (!root.empty() && Inside(root, fs::relative(name, root, error).string()).empty())
-      return {nullptr, name.string(), "it leads out of the effect's folder", "put the picture into the folder"};
+    const std::u8string inner = root.empty() ? std::u8string() : fs::relative(name, root, error).generic_u8string();
+    if (!root.empty() && Inside(root, {inner.begin(), inner.end()}).empty())
+      return {nullptr, vanta::Utf8FromPath(name), "it leads out of the effect's folder",
+              "put the picture into the folder"};
     PictureFile file = ReadPicture(name, budget);
-    if (!file.picture) return {nullptr, name.string(), std::move(file.reason), std::move(file.remedy)};
+    if (!file.picture) return {nullptr, vanta::Utf8FromPath(name), std::move(file.reason), std::move(file.remedy)};
     pictures->push_back(std::move(file.picture));
   }
   return {std::move(pictures), {}, {}, {}};
@@ -84,22 +89,24 @@ Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudge
 }  // namespace
 
 Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, const std::atomic<bool> &cancelled) {
-  return LoadFrom(path, {}, budget, cancelled);
+  return LoadFrom(vanta::PathFromUtf8(path), {}, budget, cancelled);
 }
 
 Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled) {
-  const fs::path json = fs::path(folder) / kEffectFile;
+  const fs::path json = vanta::PathFromUtf8(folder) / kEffectFile;
   std::string text;
   if (!ReadText(json, text))
-    return {nullptr, json.string(), "it cannot be read", "give the path of a folder that holds an effect.json"};
+    return {nullptr, vanta::Utf8FromPath(json), "it cannot be read",
+            "give the path of a folder that holds an effect.json"};
   EffectText parsed = ParseEffect(text);
-  if (!parsed.plan) return {nullptr, json.string(), std::move(parsed.reason), "see docs/effects.md for the format"};
+  if (!parsed.plan)
+    return {nullptr, vanta::Utf8FromPath(json), std::move(parsed.reason), "see docs/effects.md for the format"};
 
   auto effect = std::make_shared<Effect>();
   effect->plan = std::move(*parsed.plan);
   PixelBudget budget;
   std::error_code error;
-  const fs::path root = fs::canonical(folder, error);
+  const fs::path root = fs::canonical(vanta::PathFromUtf8(folder), error);
   std::map<fs::path, Pictures> known;  // layers may share their pictures
   for (const LayerPlan &layer : effect->plan.layers) {
     Pictures &pictures = effect->pictures.emplace_back();

@@ -12,6 +12,7 @@
 #include "magic/json_members.h"
 #include "settings/effect_settings.h"
 #include "settings/engine_control.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -105,7 +106,7 @@ void MagicEffects::SetMedia(int32_t type, const std::string &path) {
     return;
   }
   std::error_code error;
-  if (type == kMediaVideo && !std::filesystem::is_directory(path, error)) {
+  if (type == kMediaVideo && !std::filesystem::is_directory(vanta::PathFromUtf8(path), error)) {
     blog(LOG_WARNING,
          "[lumivex] media resource %s: video files cannot be played; give a "
          "folder of PNG pictures",
@@ -123,13 +124,14 @@ void MagicEffects::SetCustomImages(const std::vector<std::string> &paths) {
   std::vector<std::string> taken(paths.begin(),
                                  paths.begin() + static_cast<ptrdiff_t>(std::min(paths.size(), kMaxCustomImages)));
   if (taken.size() < paths.size())
-    blog(LOG_WARNING, "[lumivex] %zu custom images: only the first %zu are used", paths.size(), kMaxCustomImages);
+    blog(LOG_WARNING, "[lumivex] %d custom images: only the first %d are used", static_cast<int>(paths.size()),
+         static_cast<int>(kMaxCustomImages));
   custom_loading_.Start(loader_, [paths = std::move(taken)](const std::atomic<bool> &cancelled) {
     CustomImages images;
     PixelBudget budget;
     for (const std::string &path : paths) {
       if (cancelled.load(std::memory_order_relaxed)) break;
-      PictureFile file = ReadPicture(path, budget);
+      PictureFile file = ReadPicture(vanta::PathFromUtf8(path), budget);
       if (!file.picture) images.failures.push_back(FailureLine("custom image", path, path, file.reason, file.remedy));
       images.pictures.push_back(std::move(file.picture));
     }

@@ -8,6 +8,7 @@
 #include "files/picture_size.h"
 #include "makeup/rgba_blend.h"
 #include "platform/regular_file.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -49,7 +50,7 @@ void AddSmallerPictures(std::vector<cv::Mat> &pictures) {
 class Loader {
  public:
   Loader(const std::string &folder, int64_t most_pixels)
-      : folder_(folder), resource_(std::make_shared<MakeupResource>()), pixels_left_(most_pixels) {
+      : folder_(vanta::PathFromUtf8(folder)), resource_(std::make_shared<MakeupResource>()), pixels_left_(most_pixels) {
     resource_->folder = folder;
   }
 
@@ -60,7 +61,7 @@ class Loader {
 
  private:
   bool Fail(const fs::path &file, std::string reason, std::string remedy) {
-    load_.file = file.string();
+    load_.file = vanta::Utf8FromPath(file);
     load_.reason = std::move(reason);
     load_.remedy = std::move(remedy);
     return false;
@@ -80,7 +81,7 @@ class Loader {
   }
 
   bool ReadLayer(MakeupLayerText &text) {
-    const fs::path file = folder_ / text.image;
+    const fs::path file = folder_ / vanta::PathFromUtf8(text.image);
     const auto [fault, bytes] = ReadRegularFile(file, kMostFileBytes);
     if (fault == FileFault::kTooLong) return Fail(file, "it is larger than 64 MiB", "make the picture smaller");
     if (fault != FileFault::kNone) return Fail(file, "it is no file", "put the layer's picture there");

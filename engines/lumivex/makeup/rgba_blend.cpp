@@ -189,10 +189,19 @@ void BlendWith(const Nv12View &view, const YuvSpace &space, const cv::Rect &part
 
 }  // namespace
 
+// cv::boundingRect would bring the file that fits ellipses, and with it solvers that small builds of OpenCV lack.
 cv::Rect SeenPart(const cv::Mat &rgba) {
-  cv::Mat alpha;
-  cv::extractChannel(rgba, alpha, 3);
-  return cv::boundingRect(alpha);
+  cv::Rect seen;
+  for (int row = 0; row < rgba.rows; ++row) {
+    const auto *pixels = rgba.ptr<cv::Vec4b>(row);
+    const auto shows = [](const cv::Vec4b &pixel) { return pixel[3] != 0; };
+    const auto *end = pixels + rgba.cols;
+    const auto *first = std::find_if(pixels, end, shows);
+    if (first == end) continue;
+    while (!shows(end[-1])) --end;
+    seen |= cv::Rect(static_cast<int>(first - pixels), row, static_cast<int>(end - first), 1);
+  }
+  return seen;
 }
 
 void RgbaBlender::Blend(const Nv12View &view, const YuvSpace &space, const cv::Rect &part, const cv::Mat &picture,

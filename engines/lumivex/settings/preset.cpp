@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/regular_file.h"
+#include "vanta_base/utf8_path.h"
 
 namespace lumivex {
 namespace {
@@ -18,16 +19,16 @@ constexpr int kMostFiles = 256;   // of one group and all that it names
 constexpr uintmax_t kMostBytes = uintmax_t{1} << 20;
 
 bool IsBareName(const std::string &text) {
-  return text.find_first_of("/\\") == std::string::npos && fs::path(text).extension() != ".json";
+  return text.find_first_of("/\\") == std::string::npos && vanta::PathFromUtf8(text).extension() != ".json";
 }
 
 fs::path PresetPath(const fs::path &root, const std::string &name) {
-  return root / "presets" / (name + ".json");
+  return root / "presets" / vanta::PathFromUtf8(name + ".json");
 }
 
 fs::path Locate(const fs::path &root, const std::string &text, bool is_group) {
-  fs::path path = text;
-  if (IsBareName(text)) path = is_group ? root / "groups" / text : PresetPath(root, text);
+  fs::path path = vanta::PathFromUtf8(text);
+  if (IsBareName(text)) path = is_group ? root / "groups" / path : PresetPath(root, text);
   std::error_code error;
   return fs::is_directory(path, error) ? path / "group.json" : path;
 }
@@ -39,7 +40,7 @@ class PresetReader {
 
   // Adds what the file sets to what earlier ones have set.
   bool Read(const fs::path &file, int depth) {
-    file_ = file.string();
+    file_ = vanta::Utf8FromPath(file);
     if (++files_ > kMostFiles) return Fail("it leads to more than 256 files");
     const auto [fault, bytes] = ReadRegularFile(file, kMostBytes);
     if (fault == FileFault::kTooLong) return Fail("it is longer than 1 MiB");
@@ -72,9 +73,9 @@ class PresetReader {
     for (const Json &member : presets) {
       if (!member.is_string()) return Fail("its \"presets\" holds more than names");
       const auto name = member.get<std::string>();
-      const fs::path path = IsBareName(name) ? PresetPath(root_, name) : file.parent_path() / name;
+      const fs::path path = IsBareName(name) ? PresetPath(root_, name) : file.parent_path() / vanta::PathFromUtf8(name);
       if (!Read(path, depth + 1)) return false;
-      file_ = file.string();
+      file_ = vanta::Utf8FromPath(file);
     }
     return true;
   }
@@ -98,8 +99,8 @@ class PresetReader {
 }  // namespace
 
 PresetFile ReadPreset(const std::string &root, const std::string &text, bool is_group) {
-  PresetReader reader{fs::path(root)};
-  const bool good = reader.Read(Locate(root, text, is_group), 0);
+  PresetReader reader{vanta::PathFromUtf8(root)};
+  const bool good = reader.Read(Locate(vanta::PathFromUtf8(root), text, is_group), 0);
   return reader.Result(good);
 }
 

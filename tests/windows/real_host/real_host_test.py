@@ -12,6 +12,7 @@ SKIPPED = 77
 BEAUTY, GREEN_SCREEN, LANDMARK = "face_beauty_filter_v2", "LX_green_screen_filter", "tessera_landmark_filter"
 FILTERS = [BEAUTY, GREEN_SCREEN, LANDMARK]
 FACE_SIGNAL = ["listen", "TesseraFacePointRet", "face_point", "face_cont"]
+BEAUTY_LOOK = {"beauty_smooth": 100, "beauty_whiten": 100, "beauty_lookup": "nuan.cube", "beauty_lookup_strength": 100}
 KEY = '{"config": "{\\"keyColor\\": [0.16, 0.7, 0.27], \\"denoiseEnabled\\": false}"}'
 
 
@@ -90,7 +91,8 @@ class WindowsHost:
     def path(self, *parts):
         return os.path.join(self.folder, *parts)
 
-    def has_runner(self):
+    def has_engines(self):
+        """The effect engine and the vision runner: they are built together."""
         return os.path.exists(os.path.join(self.binaries, "tessera.dll"))
 
 
@@ -207,8 +209,8 @@ def tables(file):
 
 
 def test_fits_the_real_host(arguments, folder):
-    """The module exports its eleven names; all libraries import what the real libobs has, and the system; the runner has what
-    the module calls."""
+    """The module exports its eleven names; all libraries import what the real libobs has, and the system; the engine and the
+    runner have what the module calls, and the runner what the engine calls."""
     host = WindowsHost(arguments, folder)
     real, _ = tables(os.path.join(host.binaries, "obs.dll"))
     module, module_imports = tables(host.path("obs-plugins", "64bit", "vanta_filter.dll"))
@@ -220,25 +222,40 @@ def test_fits_the_real_host(arguments, folder):
     assert "obs_register_source_s" in module_imports["vanta_host.dll"] <= layer
     assert set(module_imports) | set(layer_imports) == {"obs.dll", "vanta_host.dll", "kernel32.dll", "msvcrt.dll",
                                                         "shell32.dll", "ws2_32.dll"}, (module_imports, layer_imports)
-    if host.has_runner():
-        exports, imports = tables(os.path.join(host.binaries, "tessera.dll"))
-        with open(os.path.join(ROOT, "cmake", "windows", "imports", "tessera.itanium.def")) as file:
-            assert {line.strip() for line in file if not line.startswith("#")} <= exports, exports
-        assert imports["obs.dll"] == {"blog"}, imports["obs.dll"]
-        assert set(imports) == {"obs.dll", "kernel32.dll", "msvcrt.dll"}, set(imports)
+    if host.has_engines():
+        runner, _ = tables(os.path.join(host.binaries, "tessera.dll"))
+        for name, neighbours in ("tessera", set()), ("Lumivex", {"tessera.dll"}):
+            exports, imports = tables(os.path.join(host.binaries, f"{name}.dll"))
+            with open(os.path.join(ROOT, "cmake", "windows", "imports", f"{name}.itanium.def")) as file:
+                assert {line.strip() for line in file if not line.startswith("#")} <= exports, exports
+            assert imports["obs.dll"] == {"blog"}, imports["obs.dll"]
+            assert set(imports) == {"obs.dll", "kernel32.dll", "msvcrt.dll"} | neighbours, set(imports)
+            assert imports.get("tessera.dll", set()) <= runner, imports["tessera.dll"] - runner
 
 
-def play(clip, id, settings, out, path):
+def play(clip, id, settings, out, path, line="-"):
     """Steps: the clip in the host's own media source, with that filter."""
-    return ["media", path(clip), str(LAST_NUMBER), id, settings, "-", path(out)]
+    return ["media", path(clip), str(LAST_NUMBER), id, settings, line, path(out)]
+
+
+ENGINE_STARTS = "[lumivex] engine for"
 
 
 def test_says_what_is_missing(arguments, folder):
-    """One line each: the cascades, the engine, the runner, the data."""
+    """One line each: the engine, without which a clip passes untouched, the cascades, the runner, the data."""
     host = WindowsHost(arguments, folder)
-    shutil.rmtree(host.path("data", "obs-plugins", "vanta_filter", "cascades"), ignore_errors=True)
-    if host.has_runner():
-        run = host.run(*play(make_clip(ARGUMENTS.scratch), LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "none.rgba"), windows_path))
+    clip = make_clip(ARGUMENTS.scratch)
+    if host.has_engines():
+        os.remove(os.path.join(host.binaries, "Lumivex.dll"))
+        files = [os.path.join(ARGUMENTS.scratch, f"{kind}.rgba") for kind in ("plain", "passed")]
+        run = host.run(*play(clip, "-", "{}", files[0], windows_path),
+                       *play(clip, BEAUTY, json.dumps(BEAUTY_LOOK), files[1], windows_path))
+        missing = run.logged("[vanta_host] no effect engine: the picture passes untouched (Lumivex.dll cannot be loaded")
+        assert len(missing) == len(run.logged("[vanta_host] no ")) == 1, run.text
+        plain, passed = map(read_picture, files)
+        assert plain == passed, difference(plain, passed)
+        shutil.rmtree(host.path("data", "obs-plugins", "vanta_filter", "cascades"))
+        run = host.run(*play(clip, LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "none.rgba"), windows_path))
         assert len(run.logged("[tessera] no faces will be found")) == 1, run.text
         assert not run.logged("[vanta_host] no vision runner"), run.text
         os.remove(os.path.join(host.binaries, "tessera.dll"))
@@ -251,11 +268,14 @@ def test_says_what_is_missing(arguments, folder):
     assert len(run.logged("[vanta_host] the data folder of vanta_filter is missing")) == 1, run.text
 
 
+NAMED = "\u00e9 \u65e5\u672c \U0001F600"  # outside of every code page
+
+
 def test_works_in_any_folder(arguments, folder):
-    """The key's files and the runner's are found below a name outside the code page, by libobs's own
-    paths, which lead from its program's folder, and by whole ones."""
-    host = WindowsHost(arguments, folder + " \u00e9 \u65e5\u672c \U0001F600")
-    keyed = os.path.join(ARGUMENTS.scratch, "keyed.rgba")
+    """The key's files, the engine's and the runner's are found below such a name, by libobs's own paths, which lead from its
+    program's folder, and by whole ones, which the module has no text for: the engine's log says where it looks instead."""
+    host = WindowsHost(arguments, f"{folder} {NAMED}")
+    keyed, green = (os.path.join(ARGUMENTS.scratch, f"{kind}.rgba") for kind in ("keyed", "green"))
     step = ["picture", windows_path(make_take(ARGUMENTS.scratch)), GREEN_SCREEN, KEY, windows_path(keyed)]
     whole = ["module", windows_path(host.path("obs-plugins/64bit/image-source.dll")),
              windows_path(host.path("data/obs-plugins/image-source")),
@@ -263,14 +283,24 @@ def test_works_in_any_folder(arguments, folder):
              windows_path(host.path("data/obs-plugins/obs-ffmpeg")),
              "module", windows_path(host.path("obs-plugins/64bit/vanta_filter.dll")),
              windows_path(host.path("data/obs-plugins/vanta_filter"))]
-    if host.has_runner():
-        step += FACE_SIGNAL + play(make_clip(ARGUMENTS.scratch), LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "face.rgba"),
-                                   windows_path)
+    if host.has_engines():
+        clip = make_clip(ARGUMENTS.scratch)
+        data = host.path("data", "obs-plugins", "vanta_filter", "faceless_builtin")
+        with open(os.path.join(data, "lookups", f"{NAMED}.cube"), "w", encoding="ascii") as table:
+            table.write("LUT_3D_SIZE 2\n" + 2 * ("0 0 0\n" * 2 + "0 1 0\n" * 2))  # nothing but green, which has the number
+        look = {"beauty_lookup": f"{NAMED}.cube", "beauty_lookup_strength": 100}
+        step += play(clip, BEAUTY, json.dumps(look), green, windows_path, ENGINE_STARTS)
+        step += FACE_SIGNAL + play(clip, LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "face.rgba"), windows_path)
     for modules in ["modules"], whole:
         run = host.run(*modules, *step, load=False)
-        if host.has_runner():
+        if host.has_engines():
             assert run.logged("[tessera] faces by ")[0].endswith("haarcascade_frontalface_alt2.xml"), run.text
             assert [len(faces) for faces in run.points()] == [1], run.text
+            red = read_picture(green)[2][0::4]
+            assert sum(red) / len(red) < 16, "the table is not in use"
+            lines = run.logged("[lumivex] data folder: ")
+            assert len(lines) == (modules is whole) and all(NAMED in line for line in lines), run.text
+            os.remove(green)
         assert min(read_picture(keyed)[2][3::4]) < 16, "nothing is clear"
         os.remove(keyed)
 
@@ -301,14 +331,17 @@ def controls(page):
 
 
 def test_plays_what_linux_plays(arguments, folder):
-    """A clip through the host's own media source, plain, keyed and looked at for faces: the same pictures, the same points."""
+    """A clip through the host's own media source, plain, keyed, with the engine's beauty, and looked at for faces: the same
+    pictures, the same points."""
     host, own = WindowsHost(arguments, folder), OwnHost(arguments, folder + "_own")
     clip = make_clip(ARGUMENTS.scratch)
     pictures, points = {}, {}
     for name, system, path in ("windows", host, windows_path), ("own", own, os.path.abspath):
         files = {kind: os.path.join(ARGUMENTS.scratch, f"{name}_{kind}.rgba") for kind in ("plain", "keyed", "faces")}
         steps = play(clip, "-", "{}", files["plain"], path) + play(clip, GREEN_SCREEN, KEY, files["keyed"], path)
-        if host.has_runner():
+        if host.has_engines():
+            files["beauty"] = os.path.join(ARGUMENTS.scratch, f"{name}_beauty.rgba")
+            steps += play(clip, BEAUTY, json.dumps(BEAUTY_LOOK), files["beauty"], path, ENGINE_STARTS)
             steps += FACE_SIGNAL
         run = system.run(*steps, *play(clip, LANDMARK, "{}", files["faces"], path))
         pictures[name] = {kind: read_picture(file) for kind, file in files.items()}
@@ -317,7 +350,8 @@ def test_plays_what_linux_plays(arguments, folder):
     for kind in windows:
         assert difference(windows[kind], linux[kind]) <= 1, (kind, difference(windows[kind], linux[kind]))
     assert difference(windows["plain"], windows["keyed"]) > 10, "the key does nothing"
-    if host.has_runner():
+    if host.has_engines():
+        assert difference(windows["plain"], windows["beauty"]) > 4, "the engine does nothing"
         assert same_points(points["windows"][0], points["own"][0]), points
 
 
