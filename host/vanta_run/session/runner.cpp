@@ -59,11 +59,12 @@ bool Runner::WarmUp(RunFigures &figures) {
   if (vanta_host_get_engine_state() == VANTA_ENGINE_MISSING) {
     p_.progress.Say("no effect engine: the picture passes untouched");
   }
-  std::vector<std::string> settings = p_.options.settings;
+  std::vector<std::string> settings;
   // First, so that --settings wins.
   if (!p_.options.effect.empty() || !p_.options.ability_answers.empty()) {
-    settings.insert(settings.begin(), R"({"effect_json_ability_handler":true})");
+    settings.emplace_back(R"({"effect_json_ability_handler":true})");
   }
+  settings.insert(settings.end(), p_.options.settings.begin(), p_.options.settings.end());
   UpdateFilter(p_.stage.filter(), settings, &p_.abilities);
   return true;
 }
