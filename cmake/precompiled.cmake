@@ -1,5 +1,5 @@
 # Headers of the system and of libraries, none of the project's, compiled once for each kind of product: reading them is a
-# third to two thirds of a file's time (docs/testing.md). The builds without it, sanitizers, clang and Windows, find an
+# third to two thirds of a file's time (docs/decisions.md). The builds without it, sanitizers, clang and Windows, find an
 # include that a file forgot.
 # vanta_precompile(NAME LIBRARIES library... HEADERS header... TARGETS target...)
 function(vanta_precompile name)
