@@ -10,9 +10,9 @@ namespace {
 
 // What full intensity does, as parts of a length. None of the movements folds at these, whatever the face's points are;
 // and what is chained of such movements folds nowhere either.
-constexpr float kNarrow = 0.22f;    // of the face's half width: the most that all narrowing together takes
+constexpr float kNarrow = 0.22f;     // of the face's half width: the most that all narrowing together takes
 constexpr float kNarrowEnd = 1.08f;  // of the half width, from the middle: what is farther away stays
-constexpr float kSlimPart = 0.70f;  // of that, each
+constexpr float kSlimPart = 0.70f;   // of that, each
 constexpr float kCheekbonePart = 0.5f;
 constexpr float kJawPart = 0.55f;
 constexpr float kEyes = 0.30f;       // larger
@@ -177,7 +177,7 @@ void AddNarrowing(const Face &face, const DeformValues &values, WarpField &field
   const float cheekbone = kCheekbonePart * values[kDeformCheekbone];
   const float jaw = kJawPart * values[kDeformJaw];
   if (slim == 0.0f && cheekbone == 0.0f && jaw == 0.0f) return;
-  constexpr float kWhole = 0.72f;  // of the half width: as far as that everything moves in proportion
+  constexpr float kWhole = 0.72f;   // of the half width: as far as that everything moves in proportion
   constexpr float kBottom = 1.22f;  // of the way to the chin
   const FaceWidth width(face);
   const float chin = width.Chin();

@@ -17,8 +17,8 @@ constexpr char kModelPath[] = "VantaLive\\basic\\default\\CorvidModel";
 constexpr size_t kConfigPathLimit = 500;
 constexpr std::array kModelKeys = {"magic_rho_model_animoji1", "magic_rho_model_basewhite", "magic_rho_model_faceprop"};
 
-// libobs reports a failed conversion as a count of 0 or, where the code page lacks a character, as C does: as the largest
-// one. It may leave a pointer all the same.
+// libobs reports a failed conversion as a count of 0 or, where the code page lacks a character, as C does: as the
+// largest one. It may leave a pointer all the same.
 std::string ToMultibyte(const std::string &utf8) {
   if (utf8.empty()) return {};
   char *converted = nullptr;
