@@ -30,7 +30,21 @@ Unfinished &TheUnfinished() {
   return *all;
 }
 
-constexpr char kRemedy[] = "free some space, or give a place that can be written";
+const char *Remedy(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+      return "make that folder, or give one that is there";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return "give a place that can be written";
+    case ENAMETOOLONG:
+      return "give a shorter name";
+    default:
+      return "free some space, or give a place that can be written";
+  }
+}
 
 std::string PartialName(const fs::path &final_path) {
   const fs::path name =
@@ -47,7 +61,7 @@ PendingFile::PendingFile(std::string final_path) : final_path_(std::move(final_p
     throw Failure(kExitOutput, final_path_, "is no regular file", "give the name of a file");
   }
   const int file = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) throw Failure(kExitOutput, final_path_, std::strerror(errno), kRemedy);
+  if (file < 0) ThrowFailed(errno);
   close(file);
   Unfinished &all = TheUnfinished();
   const std::lock_guard<std::mutex> lock(all.mutex);
@@ -89,14 +103,16 @@ void PendingFile::Put(const void *data, size_t size, int mode) {
   }
   const int reason = errno;
   // The last error of a full disk may come as late as the close.
-  if (file >= 0 && close(file) != 0 && good) throw Failure(kExitOutput, final_path_, std::strerror(errno), kRemedy);
-  if (!good) throw Failure(kExitOutput, final_path_, std::strerror(reason), kRemedy);
+  if (file >= 0 && close(file) != 0 && good) ThrowFailed(errno);
+  if (!good) ThrowFailed(reason);
+}
+
+void PendingFile::ThrowFailed(int error) const {
+  throw Failure(kExitOutput, final_path_, std::strerror(error), Remedy(error));
 }
 
 void PendingFile::Commit() {
-  if (std::rename(path_.c_str(), final_path_.c_str()) != 0) {
-    throw Failure(kExitOutput, final_path_, std::strerror(errno), kRemedy);
-  }
+  if (std::rename(path_.c_str(), final_path_.c_str()) != 0) ThrowFailed(errno);
   committed_ = true;
 }
 

@@ -28,6 +28,7 @@ class PendingFile {
 
  private:
   void Put(const void *data, size_t size, int mode);
+  [[noreturn]] void ThrowFailed(int error) const;  // errno's number
 
   const std::string final_path_;
   std::string path_;  // keeps the ending of the final name: the muxer reads the format from it

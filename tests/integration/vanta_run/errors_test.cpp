@@ -255,6 +255,11 @@ TEST(RunErrors, PlaceThatCannotBeWrittenIsAnOutputErrorForEveryFile) {
   ExpectRefusal(workplace, {"--input", "color:203040", "--dump-frame", "1=no/d"}, 6, "no/d-before.png");
 }
 
+TEST(RunErrors, FolderThatIsNotThereIsToBeMade) {
+  ExpectRefusal(Workplace(), {"--input", "color:203040", "--report", "no/report.json"}, 6,
+                "No such file or directory; make that folder, or give one that is there");
+}
+
 TEST(RunErrors, InputIsNotReplacedAndStays) {
   const Workplace workplace;
   WriteFile(workplace / "a.mp4", "a video");
