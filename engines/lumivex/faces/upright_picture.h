@@ -1,6 +1,7 @@
 // A frame as the vision runner wants it: upright, in three planes, not larger than it needs.
 #pragma once
 
+#include <array>
 #include <opencv2/core.hpp>
 
 #include "faces/faces.h"
@@ -26,6 +27,7 @@ class UprightPicture {
 
  private:
   void ShrinkLuma(const cv::Size &size);
+  void ShrinkChroma(const cv::Mat &uv, const cv::Size &size);
   void Turn(cv::Mat &plane, cv::Mat &mirrored, cv::Mat &turned) const;
 
   Orientation orientation_;
@@ -33,7 +35,7 @@ class UprightPicture {
   float frame_height_ = 1.0f;
   cv::Mat y_, u_, v_;  // headers over the frame or over what stands below
   cv::Mat small_y_, smaller_y_, small_uv_;
-  cv::Mat split_u_, split_v_;
+  std::array<cv::Mat, 2> wide_, split_;  // U, V
   cv::Mat mirrored_y_, mirrored_u_, mirrored_v_;
   cv::Mat turned_y_, turned_u_, turned_v_;
 };

@@ -29,16 +29,21 @@ constexpr double kDarkSkin = 90;  // luma code
 // A place of the right half of a face; its image stands on the left.
 struct Place {
   float x;
-  float y;
   float depth;
 };
 
-std::vector<Place> Places(float top, float bottom) {
+struct PlaceRow {
+  float y;
   std::vector<Place> places;
+};
+
+std::vector<PlaceRow> Places(float top, float bottom) {
+  std::vector<PlaceRow> rows;
   for (float y = top; y < bottom; y += kApart) {
-    for (float x = 0.04F; x < 0.55F; x += kApart) places.push_back({x, y, FaceDepth(x, y)});
+    PlaceRow &row = rows.emplace_back(PlaceRow{y, {}});
+    for (float x = 0.04F; x < 0.55F; x += kApart) row.places.push_back({x, FaceDepth(x, y)});
   }
-  return places;
+  return rows;
 }
 
 // Details, as strong where the light is weak as elsewhere: of what lies across the face, as the lips and what is below
@@ -61,39 +66,58 @@ cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
   return details / (strength + static_cast<double>(kFaint));
 }
 
-float At(const cv::Mat &picture, float x, float y) {
-  const float column = (x - kWindow.x) * kDensity - 0.5F;
-  const float row = (y - kWindow.y) * kDensity - 0.5F;
-  const int left = cvFloor(column);
-  const int top = cvFloor(row);
-  if (left < 0 || top < 0 || left + 1 >= picture.cols || top + 1 >= picture.rows) return 0;
-  const auto *above = picture.ptr<float>(top) + left;
-  const auto *below = picture.ptr<float>(top + 1) + left;
-  const float across = column - static_cast<float>(left);
-  return Mixed(Mixed(above[0], above[1], across), Mixed(below[0], below[1], across), row - static_cast<float>(top));
-}
+// What lies along a line across a picture, between two of its rows.
+class Line {
+ public:
+  Line(const cv::Mat &picture, float y) : columns_(picture.cols) {
+    const float row = (y - kWindow.y) * kDensity - 0.5F;
+    const int top = cvFloor(row);
+    if (top < 0 || top + 1 >= picture.rows) return;
+    above_ = picture.ptr<float>(top);
+    below_ = picture.ptr<float>(top + 1);
+    down_ = row - static_cast<float>(top);
+  }
+
+  // 0 outside of the picture.
+  float At(float x) const {
+    const float column = (x - kWindow.x) * kDensity - 0.5F;
+    const int left = cvFloor(column);
+    if (!above_ || left < 0 || left + 1 >= columns_) return 0;
+    const float across = column - static_cast<float>(left);
+    return Mixed(Mixed(above_[left], above_[left + 1], across), Mixed(below_[left], below_[left + 1], across), down_);
+  }
+
+ private:
+  const float *above_ = nullptr;
+  const float *below_ = nullptr;
+  float down_ = 0;
+  int columns_;
+};
 
 // How alike both sides of some places are when the head is turned so far, -1 to 1.
-float Likeness(const cv::Mat &details, const std::vector<Place> &places, float tangent) {
+float Likeness(const cv::Mat &details, const std::vector<PlaceRow> &rows, float tangent) {
   const float stretch = TurnStretch(tangent);
   float both = 0;
   float right = 0;
   float left = 0;
-  for (const Place &place : places) {
-    const float aside = tangent * place.depth;
-    const float a = At(details, place.x + aside, place.y * stretch);
-    const float b = At(details, -place.x + aside, place.y * stretch);
-    both += a * b;
-    right += a * a;
-    left += b * b;
+  for (const PlaceRow &row : rows) {
+    const Line line(details, row.y * stretch);
+    for (const Place &place : row.places) {
+      const float aside = tangent * place.depth;
+      const float a = line.At(place.x + aside);
+      const float b = line.At(-place.x + aside);
+      both += a * b;
+      right += a * a;
+      left += b * b;
+    }
   }
   return both / std::sqrt(right * left + 1e-3F);
 }
 
 // A nose and a mouth count as much as each other.
 float Likeness(const cv::Mat &details, float tangent) {
-  static const std::vector<Place> nose = Places(0.3F, 0.85F);
-  static const std::vector<Place> mouth = Places(0.85F, 1.4F);
+  static const std::vector<PlaceRow> nose = Places(0.3F, 0.85F);
+  static const std::vector<PlaceRow> mouth = Places(0.85F, 1.4F);
   return (Likeness(details, nose, tangent) + Likeness(details, mouth, tangent)) * 0.5F;
 }
 

@@ -1,6 +1,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 #include <vector>
@@ -45,29 +46,34 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   const int top = cvRound(face.Row(0.78F));
   const int bottom = cvRound(face.Row(1.36F));
   const int columns = last - first + 1;
-  const int rows = bottom - top + 1;
   std::vector<float> usual;
   for (int row = top; row <= bottom; ++row)
     usual.push_back(Bell(face.Y(static_cast<float>(row)) - kMouthHeight, kMouthSpread));
-  cv::Mat best(rows, columns, CV_32F);
-  cv::Mat from(rows, columns, CV_8S, cv::Scalar(0));
+  // Of each place in a column: the darkness along the best path to it, and the step that led there.
+  std::vector<float> best(usual.size());
+  std::vector<float> before(usual.size());
+  std::vector<int8_t> steps(usual.size() * static_cast<size_t>(columns), 0);
+  const size_t stride = cue.step1();
   for (int column = 0; column < columns; ++column) {
-    for (int row = 0; row < rows; ++row) {
-      const float here = cue.at<float>(top + row, first + column) * usual[static_cast<size_t>(row)];
-      float before = 0;
+    best.swap(before);
+    const float *here = cue.ptr<float>(top) + first + column;
+    int8_t *step = steps.data() + static_cast<size_t>(column) * usual.size();
+    for (size_t row = 0; row < usual.size(); ++row, here += stride) {
+      float most = 0;
       if (column > 0) {
-        before = best.at<float>(row, column - 1) + 0.3F;
-        for (const int step : {-1, 1}) {
-          if (row + step < 0 || row + step >= rows || best.at<float>(row + step, column - 1) <= before) continue;
-          before = best.at<float>(row + step, column - 1);
-          from.at<int8_t>(row, column) = static_cast<int8_t>(step);
+        most = before[row] + 0.3F;
+        if (row > 0 && before[row - 1] > most) {
+          most = before[row - 1];
+          step[row] = -1;
+        }
+        if (row + 1 < usual.size() && before[row + 1] > most) {
+          most = before[row + 1];
+          step[row] = 1;
         }
       }
-      best.at<float>(row, column) = before + here;
+      best[row] = most + *here * usual[row];
     }
   }
-  cv::Point end;
-  cv::minMaxLoc(best.col(columns - 1), nullptr, nullptr, nullptr, &end);
   MouthLine line{cue,
                  false,
                  kLineEnd,
@@ -75,11 +81,12 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
                  first,
                  std::vector<int>(static_cast<size_t>(columns)),
                  std::vector<float>(static_cast<size_t>(columns))};
-  for (int column = columns - 1, row = end.y; column >= 0; --column) {
+  auto row = static_cast<int>(std::max_element(best.begin(), best.end()) - best.begin());
+  for (int column = columns - 1; column >= 0; --column) {
     const auto i = static_cast<size_t>(column);
     line.rows[i] = top + row;
     line.dark[i] = cue.at<float>(top + row, first + column);
-    row += from.at<int8_t>(row, column);
+    row += steps[i * usual.size() + static_cast<size_t>(row)];
   }
   return line;
 }

@@ -1,5 +1,8 @@
 #include "following/face_template.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <opencv2/imgproc.hpp>
 #include <opencv2/video/tracking.hpp>
 
@@ -24,22 +27,59 @@ cv::Mat MakeOval() {
   return oval;
 }
 
-}  // namespace
-
+// 255 in the oval of a face.
 const cv::Mat &FaceOval() {
   static const cv::Mat oval = MakeOval();
   return oval;
 }
+
+uint32_t PixelsInOval() {
+  static const auto count = static_cast<uint32_t>(cv::countNonZero(FaceOval()));
+  return count;
+}
+
+struct Sums {
+  uint32_t codes = 0;     // of the first patch
+  uint32_t products = 0;  // of both
+};
+
+// Inside of the oval.
+Sums SumsOf(const cv::Mat &a, const cv::Mat &b) {
+  static_assert(int64_t{kPatchWidth} * kPatchHeight * 255 * 255 <= UINT32_MAX);
+  const cv::Mat &oval = FaceOval();
+  Sums sums;
+  for (int y = 0; y < kPatchHeight; ++y) {
+    const uint8_t *first = a.ptr(y);
+    const uint8_t *second = b.ptr(y);
+    const uint8_t *mask = oval.ptr(y);
+    for (int x = 0; x < kPatchWidth; ++x) {
+      const auto code = static_cast<uint32_t>(first[x] & mask[x]);
+      sums.codes += code;
+      sums.products += code * second[x];
+    }
+  }
+  return sums;
+}
+
+}  // namespace
 
 cv::Mat CutPatch(const cv::Mat &luma, const Placement &placement) {
   return CutUpright(luma, placement, kPatchWindow, kPatchDensity);
 }
 
 Lighting LightingOf(const cv::Mat &patch) {
-  cv::Scalar mean;
-  cv::Scalar spread;
-  cv::meanStdDev(patch, mean, spread, FaceOval());
-  return {static_cast<float>(mean[0]), static_cast<float>(spread[0])};
+  const Sums sums = SumsOf(patch, patch);
+  const double mean = static_cast<double>(sums.codes) / PixelsInOval();
+  const double variance = static_cast<double>(sums.products) / PixelsInOval() - mean * mean;
+  return {static_cast<float>(mean), static_cast<float>(std::sqrt(std::max(0.0, variance)))};
+}
+
+// Of the bytes as they are: what was cut off at either end makes no difference that counts.
+float Correlation(const FaceTemplate &face, const cv::Mat &patch, const Lighting &light) {
+  const Sums sums = SumsOf(patch, face.patch);
+  const double both = static_cast<double>(sums.products) / PixelsInOval() -
+                      static_cast<double>(light.mean) * static_cast<double>(face.light.mean);
+  return static_cast<float>(both) / (face.light.spread * light.spread);
 }
 
 std::shared_ptr<const FaceTemplate> MakeTemplate(const cv::Mat &luma, const Placement &placement) {

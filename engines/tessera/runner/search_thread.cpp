@@ -59,14 +59,19 @@ SearchThread::~SearchThread() {
 
 SearchAnswer SearchThread::Exchange(const std::shared_ptr<const SmallPicture> &picture) {
   SearchAnswer answer;
-  std::shared_ptr<const SmallPicture> oldest;  // let go behind the lock
+  std::deque<std::shared_ptr<const SmallPicture>> let_go;  // behind the lock
   const std::unique_lock<std::mutex> lock(shared_->mutex, std::try_to_lock);
   if (!lock) return answer;
   if (!shared_->busy && shared_->answered_generation == picture->generation) answer = std::move(shared_->answer);
-  if (!shared_->busy) shared_->answer = {};
+  if (!shared_->busy) {
+    shared_->answer = {};
+    // The next search begins with this picture: no face is followed through older ones, whose planes, still in the
+    // cache, are used again.
+    let_go.swap(shared_->ring);
+  }
   shared_->ring.push_back(picture);
   if (shared_->ring.size() > kRing) {
-    oldest = std::move(shared_->ring.front());
+    let_go.push_back(std::move(shared_->ring.front()));
     shared_->ring.pop_front();
   }
   time_ = {shared_->processor_ms, MillisecondsBetween(shared_->begun, Clock::now())};

@@ -25,7 +25,7 @@ namespace tessera {
 class SearchThread {
  public:
   using Turn = std::function<SearchAnswer(const SearchTask &)>;
-  static constexpr size_t kRing = 16;  // pictures that are kept to follow a new face through
+  static constexpr size_t kRing = 16;  // pictures of a search that are kept to follow a new face through
 
   // `turn` is called on the thread alone, `again` likewise: it finds a face anew when it is too old to be followed.
   using Again = std::function<std::optional<NewFace>(const SmallPicture &, const Placement &)>;

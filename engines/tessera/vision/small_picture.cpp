@@ -11,7 +11,7 @@
 namespace tessera {
 namespace {
 
-constexpr size_t kMostFree = 4;
+constexpr size_t kMostFree = 16;  // as many as a search may hold: new memory costs more than all the rest
 
 cv::Size SmallSize(cv::Size size) {
   const float scale = SmallPictureMaker::ScaleOf(size);

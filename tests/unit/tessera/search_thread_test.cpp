@@ -3,11 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 #include "fixtures/portrait/portrait.h"
 #include "fixtures/process/wait.h"
@@ -126,6 +128,18 @@ TEST(SearchThread, LooksAnewForAFaceThatIsOlderThanItsPictures) {
   gate.open.set_value();
   EXPECT_EQ(Answer(thread, later).fresh.size(), 1U);
   EXPECT_GE(looked_at, 99U);
+}
+
+TEST(SearchThread, HoldsNoOldPicturesWhileItRests) {
+  SearchThread thread(FaceAtItsPlace, NotAgain);
+  std::vector<std::weak_ptr<const SmallPicture>> shown;
+  for (uint64_t i = 1; i <= 10; ++i) {
+    const PicturePtr picture = std::make_shared<SmallPicture>();
+    thread.Exchange(picture);
+    shown.push_back(picture);
+  }
+  const auto held = std::count_if(shown.begin(), shown.end(), [](const auto &picture) { return !picture.expired(); });
+  EXPECT_LE(held, 1);
 }
 
 TEST(SearchThread, AnswerOfOtherPicturesIsLeftOut) {

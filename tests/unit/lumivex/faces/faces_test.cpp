@@ -281,6 +281,25 @@ TEST_F(FaceFinder, DividesALargePictureAndGivesItsOwnPixelsBack) {
   EXPECT_NEAR(host.Points(0)[99].x, 960.0f, 2.0f) << "the tip of the nose";
 }
 
+TEST_F(FaceFinder, ShowsTheRunnerTheColoursOfALargePictureAtTheirPlaces) {
+  for (const cv::Size size : {cv::Size(1280, 720), cv::Size(1920, 1080), cv::Size(1284, 724)}) {
+    Script() = {};
+    const auto engine = MakeEngine(size.width, size.height);
+    Host host;
+    host.Listen(*engine);
+    Picture picture(size.width, size.height, kGrey, 32);
+    picture.FillRect(0, 0, size.width / 2, size.height / 2, kBlue);
+    Process(*engine, picture);
+    const int x = Script().u.cols / 2;
+    const int y = Script().u.rows / 2;
+    ASSERT_EQ(Script().v.size(), Script().u.size());
+    EXPECT_EQ(Script().u.at<uint8_t>(y - 2, x - 2), kBlue.u) << size.width;
+    EXPECT_EQ(Script().v.at<uint8_t>(y - 2, x - 2), kBlue.v) << size.width;
+    EXPECT_EQ(Script().u.at<uint8_t>(y - 2, x + 2), kGrey.u) << size.width;
+    EXPECT_EQ(Script().v.at<uint8_t>(y + 2, x - 2), kGrey.v) << size.width;
+  }
+}
+
 TEST_F(FaceFinder, BearsOddAndTinyPictures) {
   for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(2, 5), cv::Size(641, 3)}) {
     const auto engine = MakeEngine(size.width, size.height);
