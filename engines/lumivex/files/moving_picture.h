@@ -18,9 +18,9 @@ namespace lumivex {
 using TakePicture = std::function<void(const cv::Mat &picture)>;
 
 struct MovingLimits {
-  int64_t side = 0;      // pixels
-  int64_t pixels = 0;    // of all pictures
-  size_t pictures = 0;   // that a file may hold
+  int64_t side = 0;     // pixels
+  int64_t pixels = 0;   // of all pictures
+  size_t pictures = 0;  // that a file may hold
 };
 
 struct MovingFile {

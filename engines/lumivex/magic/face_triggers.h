@@ -11,10 +11,10 @@
 
 namespace lumivex {
 
-// A person is told again by the place of the eyes. What is not surely seen changes nothing: a mouth that was open counts
-// as open for 0.4 s more, and lids begin or end no blink. A mouth has to close well below the width at which it opened,
-// and lids that stay shut for more than 0.6 s do not blink.
-// Owns: what is known of each person. Threads: one at a time.
+// A person is told again by the place of the eyes. What is not surely seen changes nothing: a mouth that was open
+// counts as open for 0.4 s more, and lids begin or end no blink. A mouth has to close well below the width at which it
+// opened, and lids that stay shut for more than 0.6 s do not blink. Owns: what is known of each person. Threads: one at
+// a time.
 class FaceTriggers {
  public:
   // The faces of a frame. `now_ms`: rising, of any clock.

@@ -145,11 +145,11 @@ PicturesFile ReadPictures(const std::filesystem::path &file, PixelBudget &budget
     return {{{std::move(still.picture)}, {}}, {}, {}};
   }
   PicturesFile result;
-  MovingFile moving = ReadMoving(
-      kind, content.bytes, {kMaxPictureSide, budget.left, kMaxMovingPictures}, cancelled, [&](const cv::Mat &picture) {
-        budget.left -= picture.size().area();
-        result.pictures.list.push_back(std::make_shared<const Picture>(picture));
-      });
+  MovingFile moving = ReadMoving(kind, content.bytes, {kMaxPictureSide, budget.left, kMaxMovingPictures}, cancelled,
+                                 [&](const cv::Mat &picture) {
+                                   budget.left -= picture.size().area();
+                                   result.pictures.list.push_back(std::make_shared<const Picture>(picture));
+                                 });
   if (!moving.reason.empty()) return {{}, std::move(moving.reason), std::move(moving.remedy)};
   if (cancelled.load(std::memory_order_relaxed)) return {};
   result.pictures.ends_ms = std::move(moving.ends_ms);

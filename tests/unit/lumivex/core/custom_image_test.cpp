@@ -104,7 +104,9 @@ TEST_F(MediaResource, IsTakenAwayByEveryTypeThatIsNone) {
 
 TEST_F(MediaResource, ThatCannotBeShownIsALogLine) {
   const vanta_test::LogCapture log;
-  SetMedia(lumivex::kMediaVideo, WriteFile("film.mp4", std::string("\0\0\0\x14" "ftypisom", 12)));
+  SetMedia(lumivex::kMediaVideo, WriteFile("film.mp4", std::string("\0\0\0\x14"
+                                                                   "ftypisom",
+                                                                   12)));
   Await([&] { return log.CountWith("film.mp4: it is broken; save it again") == 1; });
   SetMedia(17, "film");
   EXPECT_EQ(log.CountWith("no media type 17"), 1u);
