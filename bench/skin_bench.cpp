@@ -190,11 +190,15 @@ std::vector<Scene> Scenes(bool second_half) {
   const Backdrop backdrops[] = {{"", cv::Scalar::all(-1), 0},        {"wood", Bgr(150, 111, 71), 0.14F},
                                 {"sand", Bgr(194, 172, 134), 0.08F}, {"cardboard", Bgr(176, 141, 106), 0.05F},
                                 {"wall", Bgr(214, 206, 194), 0.02F}, {"grey wall", Bgr(128, 126, 124), 0.03F}};
+  // Of each light which half sees which backdrop: the two that come last in a group of three by turns.
   std::vector<Scene> scenes;
   size_t number = 0;
   for (const Light &light : lights) {
     for (const Backdrop &backdrop : backdrops) {
-      if ((number++ % 2 == 1) != second_half || number % 3 == 0) continue;
+      const size_t place = number++;
+      const bool by_turns = place % 3 == 2;
+      const bool held = by_turns ? (place / 3 + place / 6) % 2 == 1 : place % 2 == 1;
+      if (held != second_half) continue;
       static std::vector<std::string> names;
       names.reserve(200);
       names.push_back(std::string(light.name) + (*backdrop.name ? ", " : "") + backdrop.name);
@@ -358,9 +362,10 @@ cv::Mat PairOf(const Figures &figures, const cv::Size &size) {
 }
 
 // One line for a scene: means over the tones, or of that one, and the worst.
-void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, size_t only) {
+void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, size_t only, const std::string &part) {
   std::printf("%-20s  faces  left: luma  worst/best  chroma  edges  texture  outside (worst)\n", "scene");
   for (const Scene &scene : Scenes(second_half)) {
+    if (std::string(scene.name).find(part) == std::string::npos) continue;
     int found = 0;
     size_t tones = 0;
     double luma = 0, chroma = 0, least = 9, most = 0, edges = 9, texture = 9, outside = 0, worst_outside = 0;
@@ -388,15 +393,17 @@ void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, si
 
 }  // namespace
 
-// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--scenes chosen|held]: into the folder goes a
-// picture for each tone, before beside after, into the file all of them. With --dim the portrait is mirrored, longer,
-// smaller, noisy and at 0.7 of its light. --scenes prints one line for each of many lights before many backdrops:
-// "chosen" are those on which the engine's constants were chosen, "held" the others.
+// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--scenes chosen|held [--named TEXT]]: into the
+// folder goes a picture for each tone, before beside after, into the file all of them. With --dim the portrait is
+// mirrored, longer, smaller, noisy and at 0.7 of its light. --scenes prints one line for each of many lights before
+// many backdrops: "chosen" are those on which the engine's constants were chosen, "held" the others; with --named those
+// with the text in their name alone.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
   std::string folder;
   std::string sheet;
   std::string scenes;
+  std::string part;
   bool dim = false;
   size_t only = 0;  // 1 to 10; 0: all tones
   const Look look{0.8F};
@@ -404,12 +411,13 @@ int main(int argc, char **argv) {
     if (std::strcmp(argv[i], "--pictures") == 0 && i + 1 < argc) folder = argv[++i];
     if (std::strcmp(argv[i], "--sheet") == 0 && i + 1 < argc) sheet = argv[++i];
     if (std::strcmp(argv[i], "--scenes") == 0 && i + 1 < argc) scenes = argv[++i];
+    if (std::strcmp(argv[i], "--named") == 0 && i + 1 < argc) part = argv[++i];
     if (std::strcmp(argv[i], "--tone") == 0 && i + 1 < argc) only = static_cast<size_t>(std::atoi(argv[++i]));
     if (std::strcmp(argv[i], "--dim") == 0) dim = true;
   }
   const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
   if (!scenes.empty()) {
-    PrintScenes(portrait, scenes == "held", look, only);
+    PrintScenes(portrait, scenes == "held", look, only, part);
     return 0;
   }
   std::vector<cv::Mat> pairs;

@@ -8,7 +8,7 @@ vanta_packages() {
       printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
         nlohmann-json3-dev libcli11-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
         libopencv-objdetect-dev libopencv-video-dev libopencv-dnn-dev \
-        libavformat-dev libavcodec-dev libavutil-dev libfreetype-dev libharfbuzz-dev
+        libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libwebp-dev libfreetype-dev libharfbuzz-dev
       ;;
     run)
       # obs-studio for the muxer, gnuplot for --plot: programs of their own. opencv-data: the cascades that find faces.

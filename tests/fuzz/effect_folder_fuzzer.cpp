@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (effect.pictures.size() != effect.plan.layers.size()) std::abort();
   for (size_t i = 0; i < effect.pictures.size(); ++i) {
     const bool draws_file = effect.plan.layers[i].source == lumivex::LayerSource::kFile;
-    if (draws_file == effect.pictures[i].empty() || effect.pictures[i].size() > lumivex::kMaxPicturesInLayer)
+    if (draws_file == effect.pictures[i].Empty() || effect.pictures[i].list.size() > lumivex::kMaxPicturesInLayer)
       std::abort();
   }
   return 0;

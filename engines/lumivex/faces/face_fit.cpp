@@ -1,6 +1,8 @@
 #include "faces/face_fit.h"
 
+#include <algorithm>
 #include <cmath>
+#include <opencv2/core.hpp>
 
 namespace lumivex {
 namespace {
@@ -9,76 +11,39 @@ constexpr double kThinnest = 1e-3;   // of the pins' spread: a line counts as fl
 constexpr double kLeastArea = 1e-6;  // frame pixels for one of the picture
 constexpr double kMostNumber = 1e9;  // beyond any frame
 
-struct Point {
-  double x;
-  double y;
-};
-
-struct Spread {
-  Point from{0.0, 0.0};  // mean
-  Point to{0.0, 0.0};
-  double xx = 0.0, xy = 0.0, yy = 0.0;            // of `from` about its mean
-  double ax = 0.0, ay = 0.0, bx = 0.0, by = 0.0;  // of `to` x and y with `from` x and y
-};
-
-Spread Measure(const std::vector<FitPin> &pins, const std::vector<Point> &to) {
-  Spread spread;
-  const auto count = static_cast<double>(pins.size());
-  for (size_t i = 0; i < pins.size(); ++i) {
-    spread.from.x += static_cast<double>(pins[i].from.x) / count;
-    spread.from.y += static_cast<double>(pins[i].from.y) / count;
-    spread.to.x += to[i].x / count;
-    spread.to.y += to[i].y / count;
-  }
-  for (size_t i = 0; i < pins.size(); ++i) {
-    const double x = static_cast<double>(pins[i].from.x) - spread.from.x;
-    const double y = static_cast<double>(pins[i].from.y) - spread.from.y;
-    const double u = to[i].x - spread.to.x;
-    const double v = to[i].y - spread.to.y;
-    spread.xx += x * x;
-    spread.xy += x * y;
-    spread.yy += y * y;
-    spread.ax += u * x;
-    spread.ay += u * y;
-    spread.bx += v * x;
-    spread.by += v * y;
-  }
-  return spread;
+cv::Vec2d Doubles(const FramePoint &point) {
+  return cv::Vec2d(static_cast<double>(point.x), static_cast<double>(point.y));
 }
 
-void Center(AffineMap &map, const Spread &spread) {
-  map.c = spread.to.x - map.a * spread.from.x - map.b * spread.from.y;
-  map.f = spread.to.y - map.d * spread.from.x - map.e * spread.from.y;
+// Least squares; a row of `places` for each number of `targets`.
+cv::Mat_<double> Solved(const cv::Mat_<double> &places, const cv::Mat_<double> &targets) {
+  cv::Mat_<double> solution;
+  cv::solve(places, targets, solution, cv::DECOMP_SVD);
+  return solution;
 }
 
-AffineMap General(const Spread &spread, double determinant) {
-  AffineMap map;
-  map.a = (spread.ax * spread.yy - spread.ay * spread.xy) / determinant;
-  map.b = (spread.ay * spread.xx - spread.ax * spread.xy) / determinant;
-  map.d = (spread.bx * spread.yy - spread.by * spread.xy) / determinant;
-  map.e = (spread.by * spread.xx - spread.bx * spread.xy) / determinant;
-  Center(map, spread);
+cv::Matx23d General(const cv::Mat_<double> &from, const cv::Mat_<double> &to) {
+  cv::Mat_<double> places;
+  cv::hconcat(from, cv::Mat_<double>::ones(from.rows, 1), places);
+  const cv::Mat_<double> map = Solved(places, to).t();
   return map;
 }
 
-AffineMap Similar(const Spread &spread) {
-  const double size = spread.xx + spread.yy;
-  const double scale = (spread.ax + spread.by) / size;
-  const double turn = (spread.bx - spread.ay) / size;
-  AffineMap map;
-  map.a = scale;
-  map.b = -turn;
-  map.d = turn;
-  map.e = scale;
-  Center(map, spread);
-  return map;
+// Turned, scaled and moved.
+cv::Matx23d Similar(const cv::Mat_<double> &from, const cv::Mat_<double> &to) {
+  cv::Mat_<double> places(2 * from.rows, 4);
+  for (int i = 0; i < from.rows; ++i) {
+    *places.ptr<cv::Vec4d>(2 * i) = {from(i, 0), -from(i, 1), 1.0, 0.0};
+    *places.ptr<cv::Vec4d>(2 * i + 1) = {from(i, 1), from(i, 0), 0.0, 1.0};
+  }
+  const cv::Mat_<double> found = Solved(places, to.reshape(1, 2 * to.rows));
+  return {found(0), -found(1), found(2), found(1), found(0), found(3)};
 }
 
-bool IsUsable(const AffineMap &map) {
-  for (const double number : {map.a, map.b, map.c, map.d, map.e, map.f}) {
-    if (!(std::fabs(number) < kMostNumber)) return false;
-  }
-  return std::fabs(map.a * map.e - map.b * map.d) >= kLeastArea;
+bool IsUsable(const cv::Matx23d &map) {
+  const bool finite = std::all_of(map.val, map.val + map.rows * map.cols,
+                                  [](double number) { return std::fabs(number) < kMostNumber; });
+  return finite && std::fabs(map(0, 0) * map(1, 1) - map(0, 1) * map(1, 0)) >= kLeastArea;
 }
 
 }  // namespace
@@ -86,27 +51,26 @@ bool IsUsable(const AffineMap &map) {
 std::optional<AffineMap> FitAffine(const std::vector<FitPin> &pins, const Face &face) {
   if (pins.size() < 2) return std::nullopt;
   // In the face's own axes, which are mirrored where the face is.
-  const Point right{static_cast<double>(face.right.x), static_cast<double>(face.right.y)};
-  const Point down{static_cast<double>(face.down.x), static_cast<double>(face.down.y)};
-  std::vector<Point> to;
-  for (const FitPin &pin : pins) {
-    const Point at{static_cast<double>(pin.to.x), static_cast<double>(pin.to.y)};
-    to.push_back({at.x * right.x + at.y * right.y, at.x * down.x + at.y * down.y});
+  const cv::Vec2d right = Doubles(face.right);
+  const cv::Vec2d down = Doubles(face.down);
+  const auto count = static_cast<int>(pins.size());
+  cv::Mat_<double> from(count, 2);
+  cv::Mat_<double> to(count, 2);
+  for (int i = 0; i < count; ++i) {
+    const FitPin &pin = pins[static_cast<size_t>(i)];
+    *from.ptr<cv::Vec2d>(i) = Doubles(pin.from);
+    *to.ptr<cv::Vec2d>(i) = cv::Vec2d(right.dot(Doubles(pin.to)), down.dot(Doubles(pin.to)));
   }
-  const Spread spread = Measure(pins, to);
-  const double size = spread.xx + spread.yy;
+  cv::Mat spread;
+  cv::Mat middle;
+  cv::calcCovarMatrix(from, spread, middle, cv::COVAR_NORMAL | cv::COVAR_ROWS);
+  const double size = cv::trace(spread)[0];
   if (!(size > 0.0)) return std::nullopt;
-  const double determinant = spread.xx * spread.yy - spread.xy * spread.xy;
-  const bool flat = pins.size() < 3 || determinant < kThinnest * size * size;
-  const AffineMap own = flat ? Similar(spread) : General(spread, determinant);
-  AffineMap map;
-  map.a = own.a * right.x + own.d * down.x;
-  map.b = own.b * right.x + own.e * down.x;
-  map.c = own.c * right.x + own.f * down.x;
-  map.d = own.a * right.y + own.d * down.y;
-  map.e = own.b * right.y + own.e * down.y;
-  map.f = own.c * right.y + own.f * down.y;
-  return IsUsable(map) ? std::optional(map) : std::nullopt;
+  const bool flat = count < 3 || cv::determinant(spread) < kThinnest * size * size;
+  const cv::Matx22d axes(right[0], down[0], right[1], down[1]);
+  const cv::Matx23d map = axes * (flat ? Similar(from, to) : General(from, to));
+  if (!IsUsable(map)) return std::nullopt;
+  return AffineMap{map(0, 0), map(0, 1), map(0, 2), map(1, 0), map(1, 1), map(1, 2)};
 }
 
 std::optional<AffineMap> Inverse(const AffineMap &map) {

@@ -64,11 +64,10 @@ std::vector<fs::path> PictureNames(const fs::path &folder) {
 
 // `root`: where links in a folder of pictures must not lead out of; empty:
 // anywhere.
-Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudget &budget,
-                          const std::atomic<bool> &cancelled) {
+Loaded<Pictures> LoadPictureFolder(const fs::path &path, const fs::path &root, PixelBudget &budget,
+                                   const std::atomic<bool> &cancelled) {
   std::error_code error;
-  const bool folder = fs::is_directory(path, error);
-  const std::vector<fs::path> names = folder ? PictureNames(path) : std::vector<fs::path>{path};
+  const std::vector<fs::path> names = PictureNames(path);
   if (names.empty())
     return {nullptr, vanta::Utf8FromPath(path), "it is a folder without pictures or with more than 256",
             "give 1 to 256 PNG files"};
@@ -81,9 +80,19 @@ Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudge
               "put the picture into the folder"};
     PictureFile file = ReadPicture(name, budget);
     if (!file.picture) return {nullptr, vanta::Utf8FromPath(name), std::move(file.reason), std::move(file.remedy)};
-    pictures->push_back(std::move(file.picture));
+    pictures->list.push_back(std::move(file.picture));
   }
   return {std::move(pictures), {}, {}, {}};
+}
+
+Loaded<Pictures> LoadFrom(const fs::path &path, const fs::path &root, PixelBudget &budget,
+                          const std::atomic<bool> &cancelled) {
+  std::error_code error;
+  if (fs::is_directory(path, error)) return LoadPictureFolder(path, root, budget, cancelled);
+  PicturesFile file = ReadPictures(path, budget, cancelled);
+  if (file.pictures.Empty())
+    return {nullptr, vanta::Utf8FromPath(path), std::move(file.reason), std::move(file.remedy)};
+  return {std::make_shared<Pictures>(std::move(file.pictures)), {}, {}, {}};
 }
 
 }  // namespace

@@ -12,8 +12,6 @@
 
 namespace lumivex {
 
-using Pictures = std::vector<PicturePointer>;
-
 struct Effect {
   EffectPlan plan;
   std::vector<Pictures> pictures;  // by layer; empty for a layer that draws no file
@@ -33,7 +31,7 @@ inline constexpr size_t kMaxPicturesInLayer = 256;
 
 // Both stop early, with nothing, once `cancelled` is set. Threads: any.
 Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled);
-// One picture file, or a folder of them in the order of their names.
+// One file, still, animated or a video, or a folder of still pictures in the order of their names.
 Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, const std::atomic<bool> &cancelled);
 
 }  // namespace lumivex

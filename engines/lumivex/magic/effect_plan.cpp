@@ -88,6 +88,7 @@ class PlanReader {
       members.Whole("start", 0, kMaxEffectMs, layer.start_ms);
       members.Whole("end", 0, kMaxEffectMs, layer.end_ms);
       members.Flag("hidden", layer.hidden);
+      ReadTrigger(members, layer);
       members.End();
       if (!layer.id.empty() && FindLayer(layer.id)) members.Fail("id", "is that of an earlier layer");
       plan.layers.push_back(std::move(layer));
@@ -150,6 +151,16 @@ class PlanReader {
         return members.Fail("offset", "is no list of two numbers from -20 to 20");
       *targets[i] = static_cast<float>(value);
     }
+  }
+
+  static void ReadTrigger(JsonMembers &members, LayerPlan &layer) {
+    const Json *trigger = members.Any("trigger");
+    if (!trigger) return;
+    const std::string name = trigger->is_string() ? trigger->get<std::string>() : std::string();
+    const auto found = std::find(kFaceTriggerNames.begin() + 1, kFaceTriggerNames.end(), name);
+    if (found == kFaceTriggerNames.end()) return members.Fail("trigger", "is neither mouth_open nor blink");
+    layer.trigger = static_cast<FaceTrigger>(found - kFaceTriggerNames.begin());
+    if (layer.trigger == FaceTrigger::kBlink && !layer.end_ms) layer.end_ms = layer.start_ms + kBlinkShownMs;
   }
 
   void ReadMessages(JsonMembers &outer) {

@@ -37,6 +37,17 @@ struct LayerAnchor {
   bool between_eyes = false;       // with `face` the left eye: halfway to the right one
 };
 
+// What in a face shows a layer; its times then count from that moment.
+enum class FaceTrigger {
+  kNone,       // nothing: it is shown by itself
+  kMouthOpen,  // for as long as the mouth is open
+  kBlink,      // from the end of a blink on
+  kCount
+};
+inline constexpr std::array<std::string_view, static_cast<size_t>(FaceTrigger::kCount)> kFaceTriggerNames = {
+    "", "mouth_open", "blink"};
+inline constexpr int64_t kBlinkShownMs = 1000;  // where a layer says no end
+
 enum class LayerSource { kFile, kCustom, kMedia, kText };
 
 struct LayerPlan {
@@ -56,6 +67,7 @@ struct LayerPlan {
   int64_t start_ms = 0;           // shown from here on
   std::optional<int64_t> end_ms;  // to here
   bool hidden = false;            // until a reaction shows it; its times count from then on
+  FaceTrigger trigger = FaceTrigger::kNone;
 };
 
 // Game data that an effect sends. "seqId" is put in where the text has none.

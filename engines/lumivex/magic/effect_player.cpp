@@ -34,9 +34,15 @@ std::optional<std::string> TextAt(const Json &message, const std::string &pointe
   return std::nullopt;
 }
 
+bool HasTriggers(const EffectPlan &plan) {
+  return std::any_of(plan.layers.begin(), plan.layers.end(),
+                     [](const LayerPlan &layer) { return layer.trigger != FaceTrigger::kNone; });
+}
+
 }  // namespace
 
-EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect) : effect_(std::move(effect)) {
+EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect)
+    : effect_(std::move(effect)), has_triggers_(HasTriggers(effect_->plan)) {
   layers_.resize(effect_->plan.layers.size());
   Rewind();
 }
@@ -44,6 +50,7 @@ EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect) : effect_(std::
 void EffectPlayer::Rewind() {
   elapsed_ns_ = 0;
   next_message_ = 0;
+  triggers_.Clear();
   for (size_t i = 0; i < layers_.size(); ++i) {
     layers_[i].shown = !Plan().layers[i].hidden;
     layers_[i].zero_ms = 0;
@@ -126,55 +133,73 @@ int64_t EffectPlayer::ElapsedMs() const {
   return elapsed_ns_ / kNanosecondsPerMs;
 }
 
-int64_t EffectPlayer::LayerTime(size_t layer) const {
+int64_t EffectPlayer::LayerTime(size_t layer, std::optional<size_t> face) const {
   const LayerPlan &plan = Plan().layers[layer];
   if (!layers_[layer].shown) return -1;
-  const int64_t time = ElapsedMs() - layers_[layer].zero_ms;
+  int64_t zero = layers_[layer].zero_ms;
+  if (plan.trigger != FaceTrigger::kNone) {
+    const auto since = triggers_.Since(plan.trigger, face);
+    // A blink from before the layer was shown is over; a mouth may still be open.
+    if (!since || (plan.trigger == FaceTrigger::kBlink && *since < zero)) return -1;
+    zero = std::max(zero, *since);
+  }
+  const int64_t time = ElapsedMs() - zero;
   return plan.end_ms && time >= *plan.end_ms ? -1 : time - plan.start_ms;
 }
 
-PicturePointer EffectPlayer::PictureOf(size_t layer, const SharedPictures &shared) const {
+bool EffectPlayer::IsShown(size_t layer) const {
+  const LayerPlan &plan = Plan().layers[layer];
+  if (!plan.anchor.face || plan.trigger == FaceTrigger::kNone) return LayerTime(layer) >= 0;
+  for (size_t face = 0; face < triggers_.FaceCount(); ++face) {
+    if (LayerTime(layer, face) >= 0) return true;
+  }
+  return false;
+}
+
+PicturePointer EffectPlayer::PictureOf(size_t layer, int64_t time, const SharedPictures &shared) const {
   const LayerPlan &plan = Plan().layers[layer];
   if (plan.source == LayerSource::kText) return layers_[layer].text;
   if (plan.source == LayerSource::kCustom)
     return plan.custom_index < shared.custom.size() ? shared.custom[plan.custom_index] : nullptr;
   const Pictures &pictures = plan.source == LayerSource::kMedia ? shared.media : effect_->pictures[layer];
-  if (pictures.empty()) return nullptr;
-  const auto passed = static_cast<size_t>(static_cast<double>(LayerTime(layer)) * static_cast<double>(plan.fps) / 1000);
-  return pictures[plan.loop ? passed % pictures.size() : std::min(passed, pictures.size() - 1)];
+  return pictures.Empty() ? nullptr : pictures.At(time, static_cast<double>(plan.fps), plan.loop);
 }
 
 void EffectPlayer::Draw(const Canvas &canvas, const SharedPictures &shared) {
   if (!Visible()) return;
+  if (has_triggers_) triggers_.Look(canvas.faces, ElapsedMs());
   for (size_t i = 0; i < layers_.size(); ++i) {
-    if (LayerTime(i) < 0) continue;
-    if (const PicturePointer picture = PictureOf(i, shared)) DrawLayer(i, picture, canvas);
+    if (!Plan().layers[i].anchor.face) {
+      DrawLayer(i, std::nullopt, canvas, shared);
+    } else {
+      for (size_t face = 0; face < canvas.faces.size(); ++face) DrawLayer(i, face, canvas, shared);
+    }
   }
 }
 
-void EffectPlayer::DrawLayer(size_t index, const PicturePointer &picture, const Canvas &canvas) {
+void EffectPlayer::DrawLayer(size_t index, std::optional<size_t> face, const Canvas &canvas,
+                             const SharedPictures &shared) {
+  const int64_t time = LayerTime(index, face);
+  if (time < 0) return;
+  const PicturePointer picture = PictureOf(index, time, shared);
+  if (!picture) return;
   const LayerPlan &plan = Plan().layers[index];
-  Stamp &stamp = stamps_[std::min(index, kStampCount - 1)];
   const Nv12View &view = canvas.view;
   const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
-  const auto press = [&](const Placement &placement) {
-    stamp.Make(picture, placement, plan.opacity * canvas.opacity, canvas.space, view.width, view.height, canvas.bands);
-    stamp.Blend(view, canvas.bands);
-  };
-  if (plan.anchor.face) {
-    for (const Face &face : canvas.faces) {
-      const Placement found = PlaceOnFace(plan, shape, face);
-      press(canvas.warp ? MovedBy(*canvas.warp, found) : found);
-    }
-  } else {
-    press(PlaceOnScreen(plan, shape, view.width, view.height, canvas.orientation));
-  }
+  Placement placement = face ? PlaceOnFace(plan, shape, canvas.faces[*face])
+                             : PlaceOnScreen(plan, shape, view.width, view.height, canvas.orientation);
+  if (face && canvas.warp) placement = MovedBy(*canvas.warp, placement);
+  Stamp &stamp = stamps_[std::min(index, kStampCount - 1)];
+  stamp.Make(picture, placement, plan.opacity * canvas.opacity, canvas.space, view.width, view.height, canvas.bands);
+  stamp.Blend(view, canvas.bands);
 }
 
 bool EffectPlayer::NeedsFaces() const {
   if (!Visible()) return false;
   for (size_t i = 0; i < layers_.size(); ++i) {
-    if (Plan().layers[i].anchor.face && LayerTime(i) >= 0) return true;
+    const LayerPlan &plan = Plan().layers[i];
+    const bool needed = plan.trigger != FaceTrigger::kNone ? layers_[i].shown : plan.anchor.face && LayerTime(i) >= 0;
+    if (needed) return true;
   }
   return false;
 }
@@ -188,7 +213,7 @@ std::vector<std::string> EffectPlayer::ShownLayers() const {
   std::vector<std::string> names;
   for (size_t i = 0; i < layers_.size(); ++i) {
     const std::string &id = Plan().layers[i].id;
-    if (Visible() && LayerTime(i) >= 0) names.push_back(id.empty() ? std::to_string(i) : id);
+    if (Visible() && IsShown(i)) names.push_back(id.empty() ? std::to_string(i) : id);
   }
   return names;
 }

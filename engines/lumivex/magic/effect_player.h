@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "lumivex/lumivex_values.h"
 #include "magic/effect_folder.h"
 #include "magic/effect_outbox.h"
+#include "magic/face_triggers.h"
 #include "magic/stamp.h"
 #include "pixels/nv12_view.h"
 #include "pixels/orientation.h"
@@ -23,8 +25,8 @@ namespace lumivex {
 
 // Pictures that come from commands, for layers that name them.
 struct SharedPictures {
-  Pictures custom;  // null where one could not be read
-  Pictures media;   // empty: none
+  std::vector<PicturePointer> custom;  // null where one could not be read
+  Pictures media;                      // empty: none
 };
 
 // What layers are drawn on.
@@ -76,14 +78,18 @@ class EffectPlayer {
   bool Matches(const ReactionPlan &reaction, const nlohmann::ordered_json &message) const;
   void Act(const ReactionPlan &reaction, const nlohmann::ordered_json &message, EffectOutbox &outbox);
   void ShowText(size_t layer, const std::string &text);
-  // Milliseconds since the layer appeared; negative when it is not to be seen.
-  int64_t LayerTime(size_t layer) const;
-  PicturePointer PictureOf(size_t layer, const SharedPictures &shared) const;
-  void DrawLayer(size_t index, const PicturePointer &picture, const Canvas &canvas);
+  // Milliseconds since the layer appeared; negative when it is not to be seen. `face`: of the last frame's, for a layer
+  // on faces; absent: on the screen.
+  int64_t LayerTime(size_t layer, std::optional<size_t> face = std::nullopt) const;
+  bool IsShown(size_t layer) const;
+  PicturePointer PictureOf(size_t layer, int64_t time, const SharedPictures &shared) const;
+  void DrawLayer(size_t index, std::optional<size_t> face, const Canvas &canvas, const SharedPictures &shared);
 
   const std::shared_ptr<const Effect> effect_;
   std::vector<LayerState> layers_;
   std::array<Stamp, kStampCount> stamps_;
+  const bool has_triggers_;
+  FaceTriggers triggers_;  // by the effect's time
   int64_t elapsed_ns_ = 0;
   size_t next_message_ = 0;
   LXEffectState state_ = kEffectStatePlaying;

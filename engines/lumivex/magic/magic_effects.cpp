@@ -5,7 +5,6 @@
 #include <vanta_base/json_depth.h>
 #include <vanta_base/json_text.h>
 #include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -20,7 +19,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::array<const char *, 4> kSlotNames = {"main", "1", "gift", "interactive_box"};
-constexpr double kMediaPicturesPerNanosecond = 25e-9;
+constexpr double kMediaFps = 25.0;
+constexpr int64_t kNanosecondsPerMs = 1000000;
 
 std::string FailureLine(const char *what, const std::string &path, const std::string &file, const std::string &reason,
                         const std::string &remedy) {
@@ -97,20 +97,12 @@ void MagicEffects::SetIntensity(LXEffectAdjustType type, float intensity) {
 void MagicEffects::SetMedia(int32_t type, const std::string &path) {
   if (type == kMediaNone || type == kMediaTypeSkipEngine || path.empty()) {
     media_loading_.Cancel();
-    shared_.media.clear();
+    shared_.media = {};
     return;
   }
   if (type != kMediaPicture && type != kMediaVideo) {
     blog(LOG_WARNING, "[lumivex] no media type %d, types go from 0 to %d", static_cast<int>(type),
          static_cast<int>(kMediaVideo));
-    return;
-  }
-  std::error_code error;
-  if (type == kMediaVideo && !std::filesystem::is_directory(vanta::PathFromUtf8(path), error)) {
-    blog(LOG_WARNING,
-         "[lumivex] media resource %s: video files cannot be played; give a "
-         "folder of PNG pictures",
-         path.c_str());
     return;
   }
   media_path_ = path;
@@ -233,7 +225,7 @@ bool MagicEffects::Visible() const {
 }
 
 bool MagicEffects::ShowsMediaItself() const {
-  return !shared_.media.empty() && std::none_of(slots_.begin(), slots_.end(), [](const EffectSlot &slot) {
+  return !shared_.media.Empty() && std::none_of(slots_.begin(), slots_.end(), [](const EffectSlot &slot) {
     return slot.player && slot.player->Uses(LayerSource::kMedia);
   });
 }
@@ -248,8 +240,7 @@ void MagicEffects::Draw(const Nv12View &view, const YuvSpace &space, const Orien
 }
 
 void MagicEffects::DrawMedia(const Canvas &canvas) {
-  const auto passed = static_cast<size_t>(static_cast<double>(media_ns_) * kMediaPicturesPerNanosecond);
-  const PicturePointer &picture = shared_.media[passed % shared_.media.size()];
+  const PicturePointer &picture = shared_.media.At(media_ns_ / kNanosecondsPerMs, kMediaFps, true);
   const float shape = static_cast<float>(picture->Height()) / static_cast<float>(picture->Width());
   const int width = canvas.view.width;
   const int height = canvas.view.height;

@@ -74,7 +74,7 @@ class MagicEffects {
   struct CustomImages {
     static CustomImages Failed(const std::string &reason) { return {{}, {"[lumivex] custom images: " + reason}}; }
 
-    Pictures pictures;
+    std::vector<PicturePointer> pictures;
     std::vector<std::string> failures;  // whole log lines
   };
 

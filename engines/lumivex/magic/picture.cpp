@@ -5,6 +5,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "files/moving_kind.h"
+#include "files/moving_picture.h"
 #include "files/picture_size.h"
 #include "magic/shaped_text.h"
 #include "makeup/rgba_blend.h"
@@ -71,6 +73,27 @@ std::string Sized(const PictureSize &size) {
   return std::to_string(size.width) + " by " + std::to_string(size.height) + " pixels";
 }
 
+PictureFile DecodedFile(const FileContent &file, PixelBudget &budget) {
+  const auto &[fault, content] = file;
+  if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
+  if (content.empty()) return {nullptr, "it is no file that can be read", "check the name"};
+  const auto size = ReadPictureSize(content);
+  if (!size) return {nullptr, "it is no PNG, JPEG or WebP picture", kSaveAsPng};
+  if (size->width < 1 || size->height < 1 || size->width > kMaxPictureSide || size->height > kMaxPictureSide)
+    return {nullptr, "it has " + Sized(*size), "make it at most 4096 pixels a side"};
+  if (size->width * size->height > budget.left)
+    return {nullptr, "with it the pictures have more than 32 million pixels", "use fewer or smaller pictures"};
+  budget.left -= size->width * size->height;
+  cv::Mat pixels;
+  try {
+    pixels = ToBgra(Decoded(content));
+  } catch (const cv::Exception &) {
+    // Broken pictures are the same whether the decoder gives nothing or throws.
+  }
+  if (pixels.empty()) return {nullptr, "it is a broken picture", kSaveAsPng};
+  return {std::make_shared<const Picture>(pixels), {}, {}};
+}
+
 }  // namespace
 
 Picture::Picture(const cv::Mat &pixels) {
@@ -99,27 +122,39 @@ const cv::Mat &Picture::LevelFor(float shrink) const {
   return levels_[index];
 }
 
-PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) {
-  const auto [fault, content] = ReadRegularFile(file, kMaxPictureBytes);
-  if (fault == FileFault::kTooLong) return {nullptr, "it is larger than 64 MiB", kSaveAsPng};
-  if (content.empty()) return {nullptr, "it is no file that can be read", "check the name"};
-  const auto size = ReadPictureSize(content);
-  if (!size) return {nullptr, "it is no PNG, JPEG or WebP picture", kSaveAsPng};
-  if (size->width < 1 || size->height < 1 || size->width > kMaxPictureSide || size->height > kMaxPictureSide)
-    return {nullptr, "it has " + Sized(*size), "make it at most 4096 pixels a side"};
-  if (size->width * size->height > budget.left)
-    return {nullptr, "with it the pictures have more than 32 million pixels", "use fewer or smaller pictures"};
-  budget.left -= size->width * size->height;
-  cv::Mat pixels;
-  try {
-    pixels = ToBgra(Decoded(content));
-  } catch (const cv::Exception &) {
-    // Broken pictures are the same whether the decoder gives nothing or throws.
+const PicturePointer &Pictures::At(int64_t milliseconds, double fps, bool loop) const {
+  if (ends_ms.empty()) {
+    const auto passed = static_cast<size_t>(static_cast<double>(milliseconds) * fps / 1000);
+    return list[loop ? passed % list.size() : std::min(passed, list.size() - 1)];
   }
-  if (pixels.empty()) return {nullptr, "it is a broken picture", kSaveAsPng};
-  return {std::make_shared<const Picture>(pixels), {}, {}};
+  const int64_t whole = ends_ms.back();
+  const int64_t time = loop ? milliseconds % whole : std::min(milliseconds, whole - 1);
+  return list[static_cast<size_t>(std::upper_bound(ends_ms.begin(), ends_ms.end(), time) - ends_ms.begin())];
 }
 
+PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget) {
+  return DecodedFile(ReadRegularFile(file, kMaxPictureBytes), budget);
+}
+
+PicturesFile ReadPictures(const std::filesystem::path &file, PixelBudget &budget, const std::atomic<bool> &cancelled) {
+  const FileContent content = ReadRegularFile(file, kMaxPictureBytes);
+  const MovingKind kind = MovingKindOf(content.bytes);
+  if (kind == MovingKind::kNone || (kind == MovingKind::kPng && !PlaysMovingPictures())) {
+    PictureFile still = DecodedFile(content, budget);
+    if (!still.picture) return {{}, std::move(still.reason), std::move(still.remedy)};
+    return {{{std::move(still.picture)}, {}}, {}, {}};
+  }
+  PicturesFile result;
+  MovingFile moving = ReadMoving(kind, content.bytes, {kMaxPictureSide, budget.left, kMaxMovingPictures}, cancelled,
+                                 [&](const cv::Mat &picture) {
+                                   budget.left -= picture.size().area();
+                                   result.pictures.list.push_back(std::make_shared<const Picture>(picture));
+                                 });
+  if (!moving.reason.empty()) return {{}, std::move(moving.reason), std::move(moving.remedy)};
+  if (cancelled.load(std::memory_order_relaxed)) return {};
+  result.pictures.ends_ms = std::move(moving.ends_ms);
+  return result;
+}
 PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color) {
   if (text.empty()) return nullptr;
   cv::Mat alpha = ShapedText(text);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -31,6 +32,16 @@ class Picture {
 
 using PicturePointer = std::shared_ptr<const Picture>;
 
+// Pictures that follow each other.
+struct Pictures {
+  bool Empty() const { return list.empty(); }
+  // The one to show so long after the first one's beginning, from 0 on. `fps` counts where the pictures have no times.
+  const PicturePointer &At(int64_t milliseconds, double fps, bool loop) const;
+
+  std::vector<PicturePointer> list;  // none is null
+  std::vector<int64_t> ends_ms;      // of a file that has its own times: when each picture ends, rising; else empty
+};
+
 // Pixels that the pictures of one resource may still take. A share of it is no more than memory allows.
 struct PixelBudget {
   int64_t left = int64_t{1} << 25;
@@ -42,11 +53,23 @@ struct PictureFile {
   std::string remedy;
 };
 
+struct PicturesFile {
+  Pictures pictures;   // empty: no good
+  std::string reason;  // why, and what to do about it
+  std::string remedy;
+};
+
 inline constexpr int64_t kMaxPictureSide = 4096;
 inline constexpr uintmax_t kMaxPictureBytes = uintmax_t{1} << 26;
 
-// Reads a PNG, JPEG or WebP file, whose size is known before it is decoded. Threads: any.
+inline constexpr size_t kMaxMovingPictures = 1024;
+
+// Reads a PNG, JPEG or WebP file, whose size is known before it is decoded; of an animated one the first picture.
+// Threads: any.
 PictureFile ReadPicture(const std::filesystem::path &file, PixelBudget &budget);
+// Such a file, or an animated one or a video with all of its pictures. Stops early, with nothing, once `cancelled` is
+// set. Threads: any.
+PicturesFile ReadPictures(const std::filesystem::path &file, PixelBudget &budget, const std::atomic<bool> &cancelled);
 
 // One line of UTF-8, transparent around it; what the fonts have not is '?'. Null for an empty one. `color`: red, green,
 // blue. Threads: any.

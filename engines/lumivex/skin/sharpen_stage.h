@@ -1,12 +1,10 @@
 // Sharpens luma by an unsharp mask one pixel wide.
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "pixels/cell_grid.h"
+#include "pixels/mapped_rows.h"
 #include "pixels/nv12_view.h"
-#include "pixels/row_window.h"
+#include "pixels/row_bands.h"
 
 namespace lumivex {
 
@@ -18,16 +16,7 @@ class SharpenStage {
   void Apply(const Nv12View &view, float strength, const CellMap *share = nullptr, const RowBands &bands = RowBands());
 
  private:
-  // What one thread needs for its rows.
-  struct Scratch {
-    RowWindow window;
-    CellMap::Blended blended;
-    std::vector<uint8_t> out;
-    std::vector<int16_t> amount;
-  };
-
-  BandEdges edges_;
-  std::vector<Scratch> scratch_;
+  MappedRows rows_;
 };
 
 }  // namespace lumivex

@@ -77,27 +77,28 @@ bool CanBeOfAFace(const ShadeFreeColour &colour) {
   return hue > kHueNone[0] && hue < kHueNone[1];
 }
 
-float Median(std::vector<float> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
+// The colour that half of them come before. Changes their order, so that no memory is taken for another one.
+template <typename Before>
+const ShadeFreeColour &Median(std::vector<ShadeFreeColour> &colours, Before before) {
+  const auto middle = colours.begin() + static_cast<std::ptrdiff_t>(colours.size() / 2);
+  std::nth_element(colours.begin(), middle, colours.end(), before);
   return *middle;
 }
 
-template <typename Member>
-float MedianOf(const std::vector<ShadeFreeColour> &colours, Member member) {
-  std::vector<float> values;
-  values.reserve(colours.size());
-  for (const ShadeFreeColour &colour : colours) values.push_back(colour.*member);
-  return Median(std::move(values));
+using Member = float ShadeFreeColour::*;
+
+float MedianOf(std::vector<ShadeFreeColour> &colours, Member member) {
+  return Median(colours,
+                [member](const ShadeFreeColour &a, const ShadeFreeColour &b) { return a.*member < b.*member; }).*
+         member;
 }
 
 // The median distance from `middle`, as the deviation of a normal distribution.
-template <typename Member>
-float DeviationOf(const std::vector<ShadeFreeColour> &colours, Member member, float middle) {
-  std::vector<float> values;
-  values.reserve(colours.size());
-  for (const ShadeFreeColour &colour : colours) values.push_back(std::abs(colour.*member - middle));
-  return std::max(1.4826f * Median(std::move(values)), kLeastDeviation);
+float DeviationOf(std::vector<ShadeFreeColour> &colours, Member member, float middle) {
+  const auto distance = [member, middle](const ShadeFreeColour &colour) { return std::abs(colour.*member - middle); };
+  const ShadeFreeColour &median =
+      Median(colours, [&](const ShadeFreeColour &a, const ShadeFreeColour &b) { return distance(a) < distance(b); });
+  return std::max(1.4826f * distance(median), kLeastDeviation);
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ Lanes SkinBand(const ShadeFreeLanes &colours);
 class SkinModel {
  public:
   // Learned from colours that are mostly skin; spots, shine and stray hair among them are left out, and taken out of
-  // `samples`. Empty when there are too few, or when their middle is no colour that skin has.
+  // `samples`, whose order changes. Empty when there are too few, or when their middle is no colour that skin has.
   static std::optional<SkinModel> Learn(std::vector<ShadeFreeColour> &samples);
 
   // Moves towards `seen` by `part` from 0 to 1.

@@ -83,10 +83,10 @@ void StoreSome(const Lanes &lanes, int count, uint8_t *row) {
 bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &mean_luma, const Faces &faces,
                    const RowBands &bands) {
   MeasureChroma(view, bands);
-  in_face_.create(mean_luma.rows, mean_luma.cols, CV_8U);
-  in_face_.setTo(0);
-  features_.create(mean_luma.rows, mean_luma.cols, CV_8U);
-  features_.setTo(0);
+  for (cv::Mat *map : {&in_face_, &features_}) {
+    map->create(mean_luma.rows, mean_luma.cols, CV_8U);
+    std::fill_n(map->data, map->total(), uint8_t{0});  // cv::Mat::setTo allocates
+  }
   for (const Face &face : faces) DrawFaceRegions(face, kCell, in_face_, features_);
   const ShadeFree shade_free(space);
   MeetPeople(faces, shade_free, mean_luma);

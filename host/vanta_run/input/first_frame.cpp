@@ -1,7 +1,5 @@
 #include "input/first_frame.h"
 
-#include <media-io/video-scaler.h>
-
 #include <memory>
 #include <opencv2/imgproc.hpp>
 #include <utility>
@@ -9,6 +7,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
 }
 
 #include "common/failure.h"
@@ -23,6 +22,7 @@ struct AvDeleter {
   void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
   void operator()(AVPacket *packet) const { av_packet_free(&packet); }
   void operator()(AVFrame *frame) const { av_frame_free(&frame); }
+  void operator()(SwsContext *context) const { sws_freeContext(context); }
 };
 template <typename T>
 using AvPointer = std::unique_ptr<T, AvDeleter>;
@@ -61,61 +61,41 @@ AvPointer<AVFrame> Decode(const Input &input) {
   Refuse(input, "has no picture that can be decoded");
 }
 
-video_format FormatOf(const AVFrame &frame) {
-  static constexpr std::pair<AVPixelFormat, video_format> kFormats[] = {
-      {AV_PIX_FMT_YUV420P, VIDEO_FORMAT_I420},  {AV_PIX_FMT_YUVJ420P, VIDEO_FORMAT_I420},
-      {AV_PIX_FMT_NV12, VIDEO_FORMAT_NV12},     {AV_PIX_FMT_YUV422P, VIDEO_FORMAT_I422},
-      {AV_PIX_FMT_YUVJ422P, VIDEO_FORMAT_I422}, {AV_PIX_FMT_YUV444P, VIDEO_FORMAT_I444},
-      {AV_PIX_FMT_YUVJ444P, VIDEO_FORMAT_I444}, {AV_PIX_FMT_YUYV422, VIDEO_FORMAT_YUY2},
-      {AV_PIX_FMT_UYVY422, VIDEO_FORMAT_UYVY},  {AV_PIX_FMT_RGBA, VIDEO_FORMAT_RGBA},
-      {AV_PIX_FMT_BGRA, VIDEO_FORMAT_BGRA},     {AV_PIX_FMT_BGR0, VIDEO_FORMAT_BGRX},
-      {AV_PIX_FMT_BGR24, VIDEO_FORMAT_BGR3},    {AV_PIX_FMT_YUV420P10LE, VIDEO_FORMAT_I010},
-      {AV_PIX_FMT_P010LE, VIDEO_FORMAT_P010},
-  };
-  for (const auto &[known, format] : kFormats) {
-    if (known == frame.format) return format;
-  }
-  return VIDEO_FORMAT_NONE;
-}
-
 // As libobs's media source takes them: what is not told is BT.709, limited.
-video_scale_info InfoOf(const AVFrame &frame) {
+cv::Mat Bgr(const Input &input, const AVFrame &frame) {
+  // Formats that mean full range by their name alone are marked as obsolete.
+  static constexpr std::pair<AVPixelFormat, AVPixelFormat> kFull[] = {{AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV420P},
+                                                                      {AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUV422P},
+                                                                      {AV_PIX_FMT_YUVJ444P, AV_PIX_FMT_YUV444P}};
+  auto format = static_cast<AVPixelFormat>(frame.format);
+  bool full = frame.color_range == AVCOL_RANGE_JPEG;
+  for (const auto &[obsolete, plain] : kFull) {
+    full = full || frame.format == obsolete;
+    if (frame.format == obsolete) format = plain;
+  }
   const bool sd = frame.colorspace == AVCOL_SPC_SMPTE170M || frame.colorspace == AVCOL_SPC_BT470BG ||
                   frame.colorspace == AVCOL_SPC_FCC;
-  const bool old_full =
-      frame.format == AV_PIX_FMT_YUVJ420P || frame.format == AV_PIX_FMT_YUVJ422P || frame.format == AV_PIX_FMT_YUVJ444P;
-  const video_format format = FormatOf(frame);
-  const bool full = frame.color_range == AVCOL_RANGE_JPEG || old_full || !format_is_yuv(format);
-  return {format, static_cast<uint32_t>(frame.width), static_cast<uint32_t>(frame.height),
-          full ? VIDEO_RANGE_FULL : VIDEO_RANGE_PARTIAL, sd ? VIDEO_CS_601 : VIDEO_CS_709};
+  const int *matrix = sws_getCoefficients(sd ? SWS_CS_ITU601 : SWS_CS_ITU709);
+  const AvPointer<SwsContext> scaler(sws_getContext(frame.width, frame.height, format, frame.width, frame.height,
+                                                    AV_PIX_FMT_BGR24, SWS_BICUBIC, nullptr, nullptr, nullptr));
+  if (!scaler) Refuse(input, "its pixel format is not known here");
+  sws_setColorspaceDetails(scaler.get(), matrix, full, matrix, 1, 0, 1 << 16, 1 << 16);
+  constexpr int kPadding = 32;  // pixels: some of the scaler's loops write by blocks of so many
+  cv::Mat padded(frame.height, frame.width + kPadding, CV_8UC3);
+  uint8_t *const planes[] = {padded.data};
+  const int strides[] = {static_cast<int>(padded.step)};
+  sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
+  return padded.colRange(0, frame.width).clone();
 }
 
 }  // namespace
 
 cv::Mat FirstFrame(const Input &input) {
   if (input.kind == InputKind::kCamera) Refuse(input, "is a camera");
-  cv::Mat bgra, picture;
-  if (input.kind != InputKind::kMedia) {
-    bgra = cv::Mat(static_cast<int>(input.size.height), static_cast<int>(input.size.width), CV_8UC4,
-                   const_cast<uint8_t *>(input.pixels.data()));
-    cv::cvtColor(bgra, picture, cv::COLOR_BGRA2BGR);
-    return picture;
-  }
-  const AvPointer<AVFrame> frame = Decode(input);
-  const video_scale_info from = InfoOf(*frame);
-  const video_scale_info to{VIDEO_FORMAT_BGRA, from.width, from.height, VIDEO_RANGE_FULL, VIDEO_CS_SRGB};
-  video_scaler_t *scaler = nullptr;
-  if (from.format == VIDEO_FORMAT_NONE ||
-      video_scaler_create(&scaler, &to, &from, VIDEO_SCALE_BICUBIC) != VIDEO_SCALER_SUCCESS) {
-    Refuse(input, "its pixel format is not known here");
-  }
-  bgra.create(frame->height, frame->width, CV_8UC4);
-  uint8_t *planes[MAX_AV_PLANES] = {bgra.data};
-  const uint32_t pitches[MAX_AV_PLANES] = {static_cast<uint32_t>(bgra.step)};
-  uint32_t source_pitches[MAX_AV_PLANES] = {};
-  for (int i = 0; i < MAX_AV_PLANES; ++i) source_pitches[i] = static_cast<uint32_t>(frame->linesize[i]);
-  video_scaler_scale(scaler, planes, pitches, frame->data, source_pitches);
-  video_scaler_destroy(scaler);
+  if (input.kind == InputKind::kMedia) return Bgr(input, *Decode(input));
+  const cv::Mat bgra(static_cast<int>(input.size.height), static_cast<int>(input.size.width), CV_8UC4,
+                     const_cast<uint8_t *>(input.pixels.data()));
+  cv::Mat picture;
   cv::cvtColor(bgra, picture, cv::COLOR_BGRA2BGR);
   return picture;
 }

@@ -118,7 +118,7 @@ inline constexpr int32_t kLookupPicture = 2;     // square picture of t*t tiles,
 // LXMediaResource::type; 1 is kMediaTypeSkipEngine.
 inline constexpr int32_t kMediaNone = 0;     // the path is not looked at
 inline constexpr int32_t kMediaPicture = 2;  // a PNG or JPEG file
-inline constexpr int32_t kMediaVideo = 3;    // a folder of pictures, 25 a second; video files cannot be played
+inline constexpr int32_t kMediaVideo = 3;    // a short video, or a folder of pictures, 25 a second
 
 // LXMakeupInfo::word: how a makeup's layers are mixed with the skin below them.
 inline constexpr int32_t kMakeupBlendOfResource = 0;  // each as its resource says

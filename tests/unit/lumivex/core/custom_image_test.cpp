@@ -85,6 +85,14 @@ TEST_F(MediaResource, OfAFolderPlays25PicturesASecond) {
   EXPECT_TRUE(Is(Show(40), 32, 24, kGreenCodes));
 }
 
+TEST_F(MediaResource, OfAVideoIsPlayed) {
+  SetMedia(lumivex::kMediaVideo, VANTA_MOVING_PICTURES "/pictures.mp4");
+  Await([&] { return Show(0).V(32, 24) > 200; });
+  EXPECT_LT(Show(110).V(32, 24), 80) << "green after 100 ms";
+  EXPECT_GT(Show(200).Luma(32, 24), 225) << "white after 300 ms";
+  EXPECT_GT(Show(100).V(32, 24), 200) << "and from its beginning";
+}
+
 TEST_F(MediaResource, IsTakenAwayByEveryTypeThatIsNone) {
   for (const int32_t none : {lumivex::kMediaNone, kMediaTypeSkipEngine}) {
     SetMedia(lumivex::kMediaPicture, WritePicture("media.png", kGreen));
@@ -96,8 +104,10 @@ TEST_F(MediaResource, IsTakenAwayByEveryTypeThatIsNone) {
 
 TEST_F(MediaResource, ThatCannotBeShownIsALogLine) {
   const vanta_test::LogCapture log;
-  SetMedia(lumivex::kMediaVideo, WriteFile("film.mp4", "film"));
-  EXPECT_EQ(log.CountWith("video files cannot be played; give a folder of PNG pictures"), 1u);
+  SetMedia(lumivex::kMediaVideo, WriteFile("film.mp4", std::string("\0\0\0\x14"
+                                                                   "ftypisom",
+                                                                   12)));
+  Await([&] { return log.CountWith("film.mp4: it is broken; save it again") == 1; });
   SetMedia(17, "film");
   EXPECT_EQ(log.CountWith("no media type 17"), 1u);
   SetMedia(lumivex::kMediaPicture, WriteFile("text.png", "text"));

@@ -131,6 +131,8 @@ TEST_F(EffectFolder, WhatIsWrongInTheTextIsNamed) {
       {OneLayer({{"size", 0}}), "layer 0: \"size\" is not from 0.001 to 20"},
       {OneLayer({{"size", "big"}}), "layer 0: \"size\" is no number"},
       {OneLayer({{"anchor", "hat"}}), "layer 0: \"anchor\" is none that there is"},
+      {OneLayer({{"trigger", "nose"}}), "layer 0: \"trigger\" is neither mouth_open nor blink"},
+      {OneLayer({{"trigger", ""}}), "layer 0: \"trigger\" is neither mouth_open nor blink"},
       {OneLayer({{"offset", {1}}}), "layer 0: \"offset\" is no list of two numbers from -20 to 20"},
       {OneLayer({{"offset", {1, 21}}}), "layer 0: \"offset\" is no list of two numbers from -20 to 20"},
       {OneLayer({{"image", "custom:16"}}), "layer 0: \"image\" is no custom image from custom:0 to custom:15"},

@@ -1,5 +1,6 @@
 // What an effect's layers look like on the frame.
 #include <algorithm>
+#include <filesystem>
 
 #include "fixtures/lumivex/effect_fixture.h"
 
@@ -151,6 +152,23 @@ TEST_F(EffectLayers, PlayAFolderOfPicturesAtTheirRate) {
   const Picture later = Show(100);
   EXPECT_TRUE(Is(later, 0, 0, kRedCodes)) << "310 ms, looped";
   EXPECT_TRUE(Is(later, 63, 47, kWhiteCodes)) << "310 ms, not looped";
+}
+
+TEST_F(EffectLayers, PlayAnAnimatedFileByItsOwnTimes) {
+  const json layer = {{"image", "pictures.webp"}, {"fps", 100}};
+  json effect = {{"format", 1}, {"layers", {RedLayer(layer), RedLayer(layer)}}};
+  effect["layers"][1].update({{"anchor", "bottom_right"}, {"loop", false}});
+  const std::string folder = WriteEffect("effect", effect);
+  std::filesystem::copy(VANTA_MOVING_PICTURES "/pictures.webp", folder);
+  Play(folder);
+  EXPECT_TRUE(Is(Show(0), 0, 0, kRedCodes));
+  EXPECT_TRUE(Is(Show(98), 0, 0, kRedCodes));
+  EXPECT_TRUE(Is(Show(4), 0, 0, kGreenCodes)) << "102 ms";
+  EXPECT_TRUE(Is(Show(196), 0, 0, kGreenCodes));
+  EXPECT_TRUE(Is(Show(4), 0, 0, kGrey)) << "302 ms: clear";
+  const Picture later = Show(100);
+  EXPECT_TRUE(Is(later, 0, 0, kRedCodes)) << "402 ms, looped";
+  EXPECT_TRUE(Is(later, 63, 47, kGrey)) << "402 ms, not looped";
 }
 
 TEST_F(EffectLayers, AreShownFromTheirStartToTheirEnd) {

@@ -3,6 +3,9 @@
 
 #include <cmath>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "fixtures/lumivex/engine_fixture.h"
 #include "magic/effect_player.h"
@@ -78,7 +81,7 @@ std::shared_ptr<const lumivex::Effect> NoseEffect() {
   auto effect = std::make_shared<lumivex::Effect>();
   effect->plan.layers = {Layer(FaceAnchor::kNose, 1.0f, 0.0f, 0.0f)};
   const cv::Mat red(8, 8, CV_8UC4, cv::Scalar(0, 0, 255, 255));
-  effect->pictures = {{std::make_shared<const lumivex::Picture>(red)}};
+  effect->pictures = {{{std::make_shared<const lumivex::Picture>(red)}, {}}};
   return effect;
 }
 
@@ -129,6 +132,140 @@ TEST(EffectOnFace, AtTheEdgeAndOutsideStaysWithinThePlanes) {
   }
   EXPECT_TRUE(IsRed(picture, 0, 0));
   EXPECT_TRUE(IsRed(picture, 62, 46));
+}
+
+// ---- Triggers ----
+
+constexpr lumivex::Expression kCalm = {1.0f, {0.0f, 1.0f}, {1.0f, 1.0f}, {1.0f, 1.0f}};
+
+Face WithMouth(Face face, float open, float confidence = 1.0f) {
+  face.expression = kCalm;
+  face.expression.mouth = {open, confidence};
+  return face;
+}
+
+Face WithLids(Face face, float left, float right, float confidence = 1.0f) {
+  face.expression = kCalm;
+  face.expression.left_eye = {left, confidence};
+  face.expression.right_eye = {right, confidence};
+  return face;
+}
+
+// One face at 32, 32, and for the tests with two another one at 96, 32; 40 ms from frame to frame.
+class EffectTrigger : public ::testing::Test {
+ protected:
+  void Use(lumivex::FaceTrigger trigger, bool on_screen = false) {
+    auto effect = std::make_shared<lumivex::Effect>(*NoseEffect());
+    lumivex::LayerPlan &layer = effect->plan.layers[0];
+    layer.trigger = trigger;
+    if (trigger == lumivex::FaceTrigger::kBlink) layer.end_ms = lumivex::kBlinkShownMs;
+    if (on_screen) layer.anchor = {lumivex::ScreenAnchor::kScreen, std::nullopt, false};
+    player_ = std::make_unique<lumivex::EffectPlayer>(effect);
+  }
+
+  // What the frame with those faces shows on its left and on its right.
+  std::pair<bool, bool> Shown(const lumivex::Faces &faces, int64_t milliseconds = 40) {
+    player_->Advance(milliseconds * 1000000, outbox_);
+    Picture picture(128, 64, kGrey);
+    Draw(*player_, picture, faces);
+    return {IsRed(picture, 32, 32), IsRed(picture, 96, 32)};
+  }
+  bool ShownOn(const Face &face, int64_t milliseconds = 40) { return Shown({face}, milliseconds).first; }
+
+  // The layer's after so many frames with those lids and one with open ones.
+  bool ShownAfterLids(float left, float right, int frames, float confidence = 1.0f) {
+    ShownOn(WithLids(left_, 1.0f, 1.0f));
+    for (int i = 0; i < frames; ++i) EXPECT_FALSE(ShownOn(WithLids(left_, left, right, confidence)));
+    return ShownOn(WithLids(left_, 1.0f, 1.0f));
+  }
+
+  const Face left_ = MakeFace({32, 32});
+  const Face right_ = MakeFace({96, 32});
+  std::unique_ptr<lumivex::EffectPlayer> player_;
+  lumivex::EffectOutbox outbox_;
+};
+
+TEST_F(EffectTrigger, OfAMouthShowsTheLayerWhileItIsOpen) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.0f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.4f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.4f), 5000));
+  EXPECT_EQ(player_->ShownLayers(), std::vector<std::string>{"0"});
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.0f)));
+  EXPECT_TRUE(player_->ShownLayers().empty());
+}
+
+TEST_F(EffectTrigger, OfAMouthNeedsMoreToOpenThanToStayOpen) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.24f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.30f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.24f)));
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.18f)));
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.24f)));
+}
+
+TEST_F(EffectTrigger, OfEachFaceIsItsOwn) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  EXPECT_EQ(Shown({WithMouth(left_, 0.4f), WithMouth(right_, 0.0f)}), std::pair(true, false));
+  EXPECT_EQ(Shown({WithMouth(right_, 0.24f), WithMouth(left_, 0.24f)}), std::pair(true, false)) << "in another order";
+  EXPECT_EQ(Shown({WithMouth(right_, 0.24f)}), std::pair(false, false));
+}
+
+TEST_F(EffectTrigger, StaysWithAFaceThatMoves) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  for (const float x : {32.0f, 45.0f, 58.0f, 71.0f, 84.0f}) Shown({WithMouth(MakeFace({x, 32}), 0.4f)});
+  EXPECT_TRUE(Shown({WithMouth(right_, 0.24f)}).second);
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.24f))) << "somebody else";
+}
+
+TEST_F(EffectTrigger, TakesNothingForSureThatIsNot) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.4f, 0.45f)));
+  Face lost = WithMouth(left_, 0.4f);
+  lost.expression.confidence = 0.3f;
+  EXPECT_FALSE(ShownOn(lost));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.4f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.0f, 0.4f), 200)) << "not surely closed";
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.4f, 0.4f), 210)) << "nothing sure for 410 ms";
+}
+
+TEST_F(EffectTrigger, OfABlinkShowsTheLayerFromItsEndForASecond) {
+  Use(lumivex::FaceTrigger::kBlink);
+  EXPECT_TRUE(ShownAfterLids(0.1f, 0.2f, 3));
+  for (int milliseconds = 40; milliseconds < 1000; milliseconds += 40) EXPECT_TRUE(ShownOn(left_)) << milliseconds;
+  EXPECT_FALSE(ShownOn(left_));
+  EXPECT_TRUE(ShownAfterLids(0.1f, 0.2f, 3)) << "again";
+}
+
+TEST_F(EffectTrigger, OfABlinkTakesBothEyesSurelyAndShortly) {
+  Use(lumivex::FaceTrigger::kBlink);
+  EXPECT_FALSE(ShownAfterLids(0.1f, 1.0f, 3)) << "a wink";
+  EXPECT_FALSE(ShownAfterLids(0.5f, 0.5f, 3)) << "eyes half shut";
+  EXPECT_FALSE(ShownAfterLids(0.1f, 0.1f, 3, 0.4f)) << "not sure";
+  EXPECT_FALSE(ShownAfterLids(0.1f, 0.1f, 17)) << "eyes shut for 680 ms";
+  EXPECT_TRUE(ShownAfterLids(0.1f, 0.1f, 1));
+}
+
+TEST_F(EffectTrigger, OnTheScreenIsAnybodys) {
+  Use(lumivex::FaceTrigger::kMouthOpen, true);
+  EXPECT_TRUE(player_->NeedsFaces());
+  EXPECT_FALSE(Shown({WithMouth(left_, 0.0f), WithMouth(right_, 0.0f)}).first);
+  EXPECT_TRUE(Shown({WithMouth(left_, 0.0f), WithMouth(right_, 0.4f)}).first);
+  EXPECT_TRUE(Shown({}, 200).first) << "a face that is not found for a moment";
+  EXPECT_FALSE(Shown({}, 210).first);
+}
+
+TEST_F(EffectTrigger, BeginsTheLayersTimes) {
+  Use(lumivex::FaceTrigger::kMouthOpen);
+  auto effect = std::make_shared<lumivex::Effect>(*NoseEffect());
+  effect->plan.layers[0].trigger = lumivex::FaceTrigger::kMouthOpen;
+  effect->plan.layers[0].start_ms = 100;
+  effect->plan.layers[0].end_ms = 200;
+  player_ = std::make_unique<lumivex::EffectPlayer>(effect);
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.0f), 1000));
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.4f)));
+  EXPECT_TRUE(ShownOn(WithMouth(left_, 0.4f), 120));
+  EXPECT_FALSE(ShownOn(WithMouth(left_, 0.4f), 120));
 }
 
 TEST(EffectOnFace, AsksForFacesOnlyWhileALayerIsShownOnThem) {
