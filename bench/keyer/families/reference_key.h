@@ -18,14 +18,19 @@ struct Ramp {
 
 struct KeyConstants {
   Ramp encoded{0.89f, 1.40f, 0.52f, 0.705f, -0.19f, 0.036f, 6.0f, 0.64f};
-  Ramp encoded_blue{0.89f, 1.20f, 0.49f, 0.70f, 0.20f, 0.042f, 8.0f, 0.90f};
+  Ramp encoded_blue{0.89f, 1.65f, 0.47f, 0.655f, 0.50f, 0.061f, 10.0f, 0.64f};
   Ramp linear{0.89f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
   float mixing_green = 0.34f, mixing_blue = 0.12f, mixing_width = 0.24f;  // of the evidence, from encoded to linear
-  float greener = 1.8f, greener_from = 0.033f;  // of a hue beside blue: how much less of the key it has
-  float forced_mixing = -1;                     // 0 to 1: in place of the detector
+  // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
+  // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
+  // less than `redder_to` of the key.
+  float aside_from = 0.28f, aside_least = 0.15f;
+  float greener = 1.72f, greener_from = 0.07f;
+  float redder = 12.0f, redder_from = -0.03f, redder_gain = 2.5f, redder_to = 0.5f;
+  float forced_mixing = -1;  // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
@@ -66,7 +71,7 @@ class ReferenceKey {
 
  private:
   struct Pixel {
-    float raw, along, luma, most, greener;
+    float raw, along, luma, most, aside;  // aside: from -1, redder than the key, to 1, greener
   };
   Pixel At(const uint8_t *rgba) const;
   void FindCells(const std::vector<uint8_t> &rgba);
