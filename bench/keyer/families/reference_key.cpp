@@ -292,7 +292,7 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
       const Cell cell = MapAt((static_cast<float>(x) + 0.5f) / static_cast<float>(width_),
                               (static_cast<float>(y) + 0.5f) / static_cast<float>(height_));
       raw[at] = Transparency(At(&rgba[at * 4]), cell);
-      deviation[at] = cell.deviation;
+      deviation[at] = cell.deviation * (blue_ ? constants_.blue_noise : 1);
     }
   }
   if (!constants_.denoise || !started_) {

@@ -18,7 +18,7 @@ struct Ramp {
 
 struct KeyConstants {
   Ramp encoded{0.89f, 1.40f, 0.52f, 0.705f, -0.19f, 0.036f, 6.0f, 0.64f};
-  Ramp encoded_blue{0.89f, 1.65f, 0.47f, 0.655f, 0.50f, 0.061f, 10.0f, 0.64f};
+  Ramp encoded_blue{0.89f, 1.20f, 0.49f, 0.70f, 0.20f, 0.042f, 8.0f, 0.90f};
   Ramp linear{0.89f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
@@ -29,7 +29,7 @@ struct KeyConstants {
   // less than `redder_to` of the key.
   float aside_from = 0.28f, aside_least = 0.15f;
   float greener = 1.72f, greener_from = 0.07f;
-  float redder = 12.0f, redder_from = -0.03f, redder_gain = 2.5f, redder_to = 0.5f;
+  float redder = 6.0f, redder_from = -0.05f, redder_gain = 1.5f, redder_to = 0.5f;
   float forced_mixing = -1;  // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
@@ -37,6 +37,7 @@ struct KeyConstants {
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
   float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f, noise_most = 0.13f / 36;
+  float blue_noise = 1.25f;  // of the deviation before blue, whose key the hue makes noisier
   float drift = 0.0001f, gate = 6, gate_from = 0.16f;
 };
 
