@@ -83,11 +83,12 @@ ReferenceKey::Pixel ReferenceKey::At(const uint8_t *p) const {
   const float u = (b - pixel.luma) / 0.886f, v = (r - pixel.luma) / 0.701f;
   const float along = u * y_ + v * x_, across = std::fabs(v * y_ - u * x_);
   pixel.along = along / z_;
-  pixel.greener = Saturate(constants_.greener *
-                           (std::max(0.0f, u * x_ - v * y_) / std::max(along, 0.05f) - constants_.greener_from));
   pixel.raw = std::max(0.0f, along - std::max(0.0f, across - std::max(along, 0.0f) * inner_) /
                                          std::max(outer_ - inner_, 1e-4f)) /
               z_;
+  const float aside = (u * x_ - v * y_) / z_ / std::max(pixel.along - constants_.aside_from, constants_.aside_least);
+  pixel.aside = Saturate(constants_.greener * (aside - constants_.greener_from)) -
+                Saturate(constants_.redder * (-aside - constants_.redder_from));
   pixel.most = std::max(r, blue_ ? g : b);
   return pixel;
 }
@@ -248,11 +249,12 @@ float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
   const float s = map_mixing_;
   const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded, &b = constants_.linear;
   const float black = Lerp(a.black, b.black, s) + cell.deviation * Lerp(a.noise, b.noise, s);
-  const float kappa = p.raw / cell.light * (1 - p.greener * (blue_ ? 1 - s : 0)),
-              over = p.luma - key_luma_ * cell.light;
+  const float aside = p.aside * (blue_ ? 1 - s : 0), over = p.luma - key_luma_ * cell.light;
   const float brighter = std::clamp(over, 0.0f, 0.45f), darker = std::clamp(-over, 0.0f, 0.45f);
   const float protection = std::max(1 - p.most, 0.001f) / std::max(1 - key_most_ * cell.light, 0.05f);
-  const float clear = 1 - kappa * std::sqrt(std::sqrt(protection)) - black;
+  const float covered = p.raw / cell.light * std::sqrt(std::sqrt(protection));
+  const float more = std::max(0.0f, constants_.redder_gain * (constants_.redder_to - covered));
+  const float clear = 1 - covered * (1 - std::max(aside, 0.0f) + std::max(-aside, 0.0f) * more) - black;
   const float x = std::max(0.0f, clear);
   float alpha =
       Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + Lerp(a.dark, b.dark, s) * darker));
@@ -290,7 +292,7 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
       const Cell cell = MapAt((static_cast<float>(x) + 0.5f) / static_cast<float>(width_),
                               (static_cast<float>(y) + 0.5f) / static_cast<float>(height_));
       raw[at] = Transparency(At(&rgba[at * 4]), cell);
-      deviation[at] = cell.deviation;
+      deviation[at] = cell.deviation * (blue_ ? constants_.blue_noise : 1);
     }
   }
   if (!constants_.denoise || !started_) {

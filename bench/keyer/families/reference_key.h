@@ -24,14 +24,20 @@ struct KeyConstants {
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
   float mixing_green = 0.34f, mixing_blue = 0.12f, mixing_width = 0.24f;  // of the evidence, from encoded to linear
-  float greener = 1.8f, greener_from = 0.033f;  // of a hue beside blue: how much less of the key it has
-  float forced_mixing = -1;                     // 0 to 1: in place of the detector
+  // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
+  // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
+  // less than `redder_to` of the key.
+  float aside_from = 0.28f, aside_least = 0.15f;
+  float greener = 1.72f, greener_from = 0.07f;
+  float redder = 6.0f, redder_from = -0.05f, redder_gain = 1.5f, redder_to = 0.5f;
+  float forced_mixing = -1;  // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
   float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f, noise_most = 0.13f / 36;
+  float blue_noise = 1.25f;  // of the deviation before blue, whose key the hue makes noisier
   float drift = 0.0001f, gate = 6, gate_from = 0.16f;
 };
 
@@ -66,7 +72,7 @@ class ReferenceKey {
 
  private:
   struct Pixel {
-    float raw, along, luma, most, greener;
+    float raw, along, luma, most, aside;  // aside: from -1, redder than the key, to 1, greener
   };
   Pixel At(const uint8_t *rgba) const;
   void FindCells(const std::vector<uint8_t> &rgba);

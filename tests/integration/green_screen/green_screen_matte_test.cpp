@@ -94,6 +94,32 @@ TEST_F(GreenScreenMatte, IsThatOfTheSameArithmeticOnTheCpu) {
   }
 }
 
+// Alpha, in levels, of a patch between the discs: so much of a front before so much of the blue backing.
+int AlphaBeforeBlue(const keyer_bench::Colour &front, float of_front, float of_backing) {
+  const keyer_bench::Colour backing = kBackings[1];
+  const float front_part[3] = {front.r, front.g, front.b}, backing_part[3] = {backing.r, backing.g, backing.b};
+  Picture picture = Scene(backing);
+  constexpr float kLight = 0.917f;  // on the backing there
+  for (uint32_t y = 41; y < 56; ++y)
+    for (uint32_t x = 41; x < 56; ++x)
+      for (size_t c = 0; c < 3; ++c)
+        picture.At(x, y)[c] =
+            static_cast<uint8_t>(std::lround(255 * (front_part[c] * of_front + backing_part[c] * kLight * of_backing)));
+  PaintedSource source;
+  source.Paint(picture);
+  const GreenScreen filter(source.Get(), KeyOf(backing));
+  LearnPicture(source.Get());
+  return TakeScreenshot(source.Get()).At(48, 48)[3];
+}
+
+TEST_F(GreenScreenMatte, BluishClothInTheBackingsLightIsWhole) {
+  EXPECT_GE(AlphaBeforeBlue({0.40f, 0.48f, 0.62f}, 0.9f, 0.15f), 250);
+}
+
+TEST_F(GreenScreenMatte, BrownHairThatHidesSixTenthsOfABlueBackingIsNotWhole) {
+  EXPECT_LE(AlphaBeforeBlue({0.26f, 0.17f, 0.11f}, 0.6f, 0.4f), 225);
+}
+
 // The effect file's `Denoise` by itself, on key textures: what it keeps lies in two targets that take turns.
 class DenoiseTechnique {
  public:
