@@ -28,6 +28,7 @@ TEST(FontsOnWindows, BeginWithTheOneThatCameWithTheEngine) {
 TEST(FontsOnWindows, AreNotKeptOpen) {
   ASSERT_FALSE(ShapedText("a").empty());
   const std::filesystem::path font = lumivex::FontFiles().front();
+  ASSERT_EQ(font.filename(), "DejaVuSans.ttf") << "not the installed one";
   std::filesystem::path moved = font;
   moved += ".moved";
   std::error_code error;
