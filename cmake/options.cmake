@@ -18,6 +18,10 @@ option(VANTA_WERROR "Treat warnings as errors" ON)
 option(VANTA_THREAD_SAFETY "Let clang check the lock annotations" OFF)
 set(VANTA_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
 
+if(MINGW)
+  add_link_options(-Wl,--no-insert-timestamp)  # the same sources make the same files
+endif()
+
 # Every target of the project links this; it carries warnings and sanitizers, nothing else.
 add_library(vanta_flags INTERFACE)
 if(MSVC)

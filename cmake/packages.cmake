@@ -38,6 +38,7 @@ if(WIN32)
   set(CPACK_ARCHIVE_PLUGIN_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-plugin)
   set(CPACK_ARCHIVE_STOCK_FILE_NAME vanta_filter-${PROJECT_VERSION}-windows-obs-studio)
   set(CPACK_STRIP_FILES ON)  # debug information is four fifths of the DLL
+  set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/windows/strip_time.cmake)
   include(CPack)
 elseif(UNIX AND NOT APPLE)
   # `cpack` in a Linux build folder: a Debian package, below /usr, where Debian's OBS Studio finds the plug-in.
@@ -53,13 +54,12 @@ elseif(UNIX AND NOT APPLE)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION video)
   set(CPACK_DEBIAN_PACKAGE_DEPENDS opencv-data)  # the cascades that find faces
-  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-dejavu-core, fonts-wqy-microhei")  # texts of effects in other scripts than Latin
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   # The package's own libraries belong to no package yet.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${PROJECT_BINARY_DIR}/host/vanta_host ${PROJECT_BINARY_DIR}/engines/lumivex ${PROJECT_BINARY_DIR}/engines/tessera)
-  # A host, and what vanta-run plays with where there is no display.
-  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "obs-studio, obs-plugins, xvfb, libgl1-mesa-dri, libegl-mesa0")
+  # A host, what vanta-run plays with where there is no display, and fonts for effects' texts.
+  set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "obs-studio, obs-plugins, xvfb, libgl1-mesa-dri, libegl-mesa0, fonts-dejavu-core, fonts-wqy-microhei")
   set(CPACK_DEBIAN_PACKAGE_SUGGESTS gnuplot-nox)
   include(CPack)
 endif()

@@ -1,5 +1,6 @@
 # Makes the three zips in a folder of their own and compares what they hold with the module's files.
-#   cmake -DBINARY_DIR=... -DDATA_DIR=... -DVERSION=... -DCPACK=... -DENGINES=... -P packages_test.cmake
+#   cmake -DBINARY_DIR=... -DDATA_DIR=... -DVERSION=... -DCPACK=... -DENGINES=... -DSHAPED_TEXT=... -DMODULE=... -DOBJDUMP=...
+#         -DSTRIP=... -P packages_test.cmake
 cmake_minimum_required(VERSION 3.24)
 set(folder "${BINARY_DIR}/packages_test")
 file(REMOVE_RECURSE "${folder}")
@@ -59,10 +60,39 @@ if(ENGINES)
     list(APPEND engines ${data_folder}/cascades/${cascade}.xml)
   endforeach()
 endif()
+set(libraries)
+if(ENGINES)
+  list(APPEND libraries opencv libpng libjpeg-turbo zlib)
+endif()
+if(SHAPED_TEXT)
+  list(APPEND engines ${data_folder}/fonts/DejaVuSans.ttf)
+  list(APPEND libraries freetype harfbuzz dejavu)
+endif()
 check(obs-studio obs-plugins/64bit/vanta_filter.dll ${data_folder} bin/64bit/vanta_host.dll ${data_folder}/README.md ${manual}
   ${engines})
-foreach(library opencv libpng libjpeg-turbo zlib)
-  if(ENGINES AND NOT EXISTS "${folder}/obs-studio/${data_folder}/licenses/${library}.txt")
+foreach(library IN LISTS libraries)
+  if(NOT EXISTS "${folder}/obs-studio/${data_folder}/licenses/${library}.txt")
     message(FATAL_ERROR "the zip for OBS Studio lacks the licence of ${library}")
+  endif()
+endforeach()
+
+# Customised hosts get the very module whose exports and imports are held against the lists, without its debug information.
+set(stripped "${folder}/vanta_filter.dll")
+execute_process(COMMAND "${STRIP}" --preserve-dates -o "${stripped}" "${MODULE}" COMMAND_ERROR_IS_FATAL ANY)
+foreach(file classic/obs-plugins/64bit/vanta_filter.dll plugin/vanta_filter/bin/64bit/vanta_filter.dll)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${stripped}" "${folder}/${file}" RESULT_VARIABLE differs)
+  if(differs)
+    message(FATAL_ERROR "${file} is not ${MODULE} without its debug information")
+  endif()
+endforeach()
+
+# No DLL tells when it was built: the same sources make the same files.
+file(GLOB_RECURSE dlls "${folder}/*.dll")
+foreach(file IN LISTS dlls)
+  execute_process(COMMAND "${OBJDUMP}" -p "${file}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "Time/Date[^\n]*" times "${headers}")
+  list(FILTER times EXCLUDE REGEX "1970|[^0-9]0+$")
+  if(times)
+    message(FATAL_ERROR "${file}: ${times}")
   endif()
 endforeach()

@@ -1,6 +1,9 @@
 #include "magic/picture.h"
 
+#include <util/base.h>
+
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -67,6 +70,13 @@ cv::Mat PlainText(const std::string &text) {
   cv::Mat alpha(size.height + below + 2 * kMargin, size.width + 2 * kMargin, CV_8U, cv::Scalar(0));
   cv::putText(alpha, ascii, {kMargin, kMargin + size.height}, kFont, kScale, cv::Scalar(255), kThickness, cv::LINE_AA);
   return alpha;
+}
+
+void SayPlainText() {
+  static std::atomic<bool> logged{false};
+  if (!logged.exchange(true))
+    blog(LOG_WARNING,
+         "[lumivex] effects' texts are drawn in ASCII alone: no font, or built without FreeType and HarfBuzz");
 }
 
 std::string Sized(const PictureSize &size) {
@@ -158,7 +168,10 @@ PicturesFile ReadPictures(const std::filesystem::path &file, PixelBudget &budget
 PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color) {
   if (text.empty()) return nullptr;
   cv::Mat alpha = ShapedText(text);
-  if (alpha.empty()) alpha = PlainText(text);
+  if (alpha.empty()) {
+    SayPlainText();
+    alpha = PlainText(text);
+  }
   const cv::Mat solid(alpha.rows, alpha.cols, CV_8UC3, cv::Scalar(color[2], color[1], color[0]));
   cv::Mat bgra(alpha.rows, alpha.cols, CV_8UC4);
   const cv::Mat parts[] = {solid, alpha};

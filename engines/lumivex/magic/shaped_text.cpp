@@ -8,19 +8,19 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <mutex>
+#include <system_error>
 #include <utility>
 #include <vector>
+
+#include "platform/font_files.h"
 
 namespace lumivex {
 namespace {
 
-// The first that has a character draws it: where Debian's packages fonts-dejavu-core, fonts-noto-cjk and
-// fonts-wqy-microhei put theirs.
-constexpr const char *kFontFiles[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
-                                      "/usr/share/fonts/opentype/noto/NotoSansCJK-Regular.ttc",
-                                      "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc"};
 constexpr unsigned kEm = 56;      // pixels
 constexpr int kMargin = 8;        // on each side
 constexpr int kAboveLine = 60;    // rows from the upper edge to the line on which letters stand
@@ -34,11 +34,52 @@ struct DeleteBuffer {
 };
 using Buffer = std::unique_ptr<hb_buffer_t, DeleteBuffer>;
 
-// A font file at one size. Owns: both libraries' handles. Threads: one at a time.
+// A file as FreeType reads it, which by itself opens on Windows only what the code page can name. It is opened by the
+// next read, so that none stays open for good. Owns: the open file. Threads: one at a time.
+class FontStream {
+ public:
+  explicit FontStream(std::filesystem::path path) : path_(std::move(path)) {
+    std::error_code error;
+    const uintmax_t size = std::filesystem::file_size(path_, error);
+    if (error) return;
+    record_.size = static_cast<unsigned long>(size);
+    record_.descriptor.pointer = this;
+    record_.read = Read;
+  }
+  FontStream(const FontStream &) = delete;
+  FontStream &operator=(const FontStream &) = delete;
+
+  bool Works() const { return record_.read != nullptr; }
+  FT_Stream Record() { return &record_; }
+  void Close() { file_.close(); }
+
+ private:
+  // Gives how many bytes it has read; where it is asked for none, whether it cannot go to that place.
+  static unsigned long Read(FT_Stream record, unsigned long offset, unsigned char *bytes, unsigned long count) {
+    if (count == 0) return offset > record->size ? 1 : 0;
+    auto &self = *static_cast<FontStream *>(record->descriptor.pointer);
+    std::ifstream &file = self.file_;
+    if (!file.is_open()) file.open(self.path_, std::ios::binary);
+    file.clear();
+    file.seekg(static_cast<std::streamoff>(offset));
+    file.read(reinterpret_cast<char *>(bytes), static_cast<std::streamsize>(count));
+    return static_cast<unsigned long>(file.gcount());
+  }
+
+  const std::filesystem::path path_;
+  std::ifstream file_;
+  FT_StreamRec record_{};
+};
+
+// A font file at one size. Owns: the file and both libraries' handles. Threads: one at a time.
 class Font {
  public:
-  Font(FT_Library library, const char *file) {
-    if (FT_New_Face(library, file, 0, &face_) != 0) {
+  Font(FT_Library library, const std::filesystem::path &file) : stream_(file) {
+    if (!stream_.Works()) return;
+    FT_Open_Args arguments{};
+    arguments.flags = FT_OPEN_STREAM;
+    arguments.stream = stream_.Record();
+    if (FT_Open_Face(library, &arguments, 0, &face_) != 0) {
       face_ = nullptr;
       return;
     }
@@ -54,11 +95,13 @@ class Font {
   Font &operator=(const Font &) = delete;
 
   bool Works() const { return shaper_ != nullptr; }
+  void CloseFile() { stream_.Close(); }
   bool Has(hb_codepoint_t character) const { return FT_Get_Char_Index(face_, character) != 0; }
   FT_Face Face() const { return face_; }
   hb_font_t *Shaper() const { return shaper_; }
 
  private:
+  FontStream stream_;
   FT_Face face_ = nullptr;
   hb_font_t *shaper_ = nullptr;
 };
@@ -124,7 +167,7 @@ class Fonts {
       library_ = nullptr;
       return;
     }
-    for (const char *file : kFontFiles) {
+    for (const std::filesystem::path &file : FontFiles()) {
       auto font = std::make_unique<Font>(library_, file);
       if (font->Works()) fonts_.push_back(std::move(font));
     }
@@ -147,6 +190,7 @@ class Fonts {
     const int width = std::min((end + 63) / 64 + 2 * kMargin, kMostWidth);
     cv::Mat covered(kAboveLine + kBelowLine, width, CV_8U, cv::Scalar(0));
     for (const Glyph &glyph : glyphs) DrawGlyph(glyph, covered);
+    for (const auto &font : fonts_) font->CloseFile();
     return covered;
   }
 

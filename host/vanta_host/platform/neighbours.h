@@ -11,4 +11,7 @@ namespace vanta_host {
 std::string ObstacleToEngine();
 std::string ObstacleToRunner();
 
+// Whether the engine takes the data that was installed with it where the host has no text for the folder's name.
+bool EngineFindsItsData();
+
 }  // namespace vanta_host

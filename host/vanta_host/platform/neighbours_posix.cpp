@@ -11,4 +11,8 @@ std::string ObstacleToRunner() {
   return {};
 }
 
+bool EngineFindsItsData() {
+  return false;
+}
+
 }  // namespace vanta_host

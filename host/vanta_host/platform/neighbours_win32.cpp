@@ -76,6 +76,10 @@ std::string ObstacleToRunner() {
   return ObstacleTo("tessera.dll");
 }
 
+bool EngineFindsItsData() {
+  return true;
+}
+
 }  // namespace vanta_host
 
 void vanta_host_offer_late_imports(const char *library, const vanta_host_late_import *imports, size_t count) {

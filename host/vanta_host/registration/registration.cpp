@@ -52,11 +52,13 @@ HostSourceInfo WorkingRecord(const HostSourceInfo &record) {
   return record;
 }
 
+// In the system's code page, in which the engine is told of paths. libobs gives 0 or the largest count where it lacks a
+// character.
 bool HasMultibyteName(const std::string &path) {
   char *text = nullptr;
   const size_t length = os_utf8_to_mbs_ptr(path.c_str(), path.size(), &text);
   bfree(text);
-  return length != 0;
+  return length != 0 && length != static_cast<size_t>(-1);
 }
 
 // Once, before the first filter is made: without its data the module works badly, and in silence. A program that has
@@ -68,7 +70,7 @@ void CheckData() {
     return;
   }
   const std::string engine_files = vanta_host::ModuleFile("faceless_builtin");
-  if (!engine_files.empty() && !HasMultibyteName(engine_files))
+  if (!engine_files.empty() && !vanta_host::EngineFindsItsData() && !HasMultibyteName(engine_files))
     blog(LOG_WARNING, "[vanta_host] the effect engine cannot open %s: a folder with plain letters would do",
          engine_files.c_str());
 }

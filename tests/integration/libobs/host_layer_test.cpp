@@ -1,5 +1,7 @@
 // What vanta_host does around the module where other libraries, subscribers and settings could get in its way.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <util/platform.h>
 #include <obs.hpp>
 
 #include <atomic>
@@ -16,6 +18,20 @@
 #include "vanta_host.h"
 
 extern "C" void __wrap_obs_register_source_s(const obs_source_info *info, size_t size);
+
+namespace {
+
+std::atomic<bool> code_page_lacks_it{false};
+
+}  // namespace
+
+// As in a locale without that character: this machine may have none.
+size_t os_utf8_to_mbs_ptr(const char *text, size_t size, char **converted) {
+  static const auto next = reinterpret_cast<decltype(&os_utf8_to_mbs_ptr)>(dlsym(RTLD_NEXT, "os_utf8_to_mbs_ptr"));
+  if (!code_page_lacks_it) return next(text, size, converted);
+  *converted = nullptr;
+  return static_cast<size_t>(-1);
+}
 
 namespace vanta_integration {
 namespace {
@@ -51,6 +67,16 @@ TEST(HostLayer, ALongRecordOfAnotherLibraryLeavesTheControlObjectWhereItIs) {
   const OBSSourceAutoRelease filter = obs_source_create_private(record.id, "one", nullptr);
   ASSERT_TRUE(filter);
   EXPECT_EQ(vanta_host_get_faceless(), control);
+}
+
+TEST(HostLayer, ADataFolderThatTheCodePageCannotNameIsOneLogLine) {
+  const vanta_test::LogCapture log;
+  for (const bool lacks_it : {false, true}) {
+    code_page_lacks_it = lacks_it;
+    const ObsSession session;
+    EXPECT_EQ(log.CountWith("a folder with plain letters would do"), lacks_it ? 1U : 0U);
+  }
+  code_page_lacks_it = false;
 }
 
 struct CommandSender {

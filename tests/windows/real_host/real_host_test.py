@@ -91,6 +91,13 @@ class WindowsHost:
     def path(self, *parts):
         return os.path.join(self.folder, *parts)
 
+    def config(self):
+        return self.path("config", "vanta_filter")
+
+    def has_font(self):
+        """The libraries that draw effects' texts come with it."""
+        return os.path.exists(self.path("data", "obs-plugins", "vanta_filter", "fonts"))
+
     def has_engines(self):
         """The effect engine and the vision runner: they are built together."""
         return os.path.exists(os.path.join(self.binaries, "tessera.dll"))
@@ -112,6 +119,9 @@ class OwnHost:
                    os.path.join(self.arguments.root, "plugins/vanta_filter/data")]
         return Run([os.path.join(self.arguments.own, "tests/windows/real_host/plain_host"), "/usr/share/obs/libobs/", self.folder,
                     *modules, *steps], self.folder)
+
+    def config(self):
+        return os.path.join(self.folder, "vanta_filter")
 
 
 def link(source, target):
@@ -242,10 +252,19 @@ ENGINE_STARTS = "[lumivex] engine for"
 
 
 def test_says_what_is_missing(arguments, folder):
-    """One line each: the engine, without which a clip passes untouched, the cascades, the runner, the data."""
+    """One line each: the engine's data, the cascades, the engine, without which a clip passes untouched, the runner, all data."""
     host = WindowsHost(arguments, folder)
     clip = make_clip(ARGUMENTS.scratch)
+    data = host.path("data", "obs-plugins", "vanta_filter")
     if host.has_engines():
+        shutil.rmtree(os.path.join(data, "faceless_builtin"))
+        shutil.rmtree(os.path.join(data, "cascades"))
+        none = os.path.join(ARGUMENTS.scratch, "none.rgba")
+        run = host.run(*play(clip, LANDMARK, "{}", none, windows_path),
+                       *play(clip, BEAUTY, "{}", none, windows_path, ENGINE_STARTS))
+        assert len(run.logged("[lumivex] no data folder: ")) == 1, run.text
+        assert len(run.logged("[tessera] no faces will be found")) == 1, run.text
+        assert not run.logged("[vanta_host] no "), run.text
         os.remove(os.path.join(host.binaries, "Lumivex.dll"))
         files = [os.path.join(ARGUMENTS.scratch, f"{kind}.rgba") for kind in ("plain", "passed")]
         run = host.run(*play(clip, "-", "{}", files[0], windows_path),
@@ -254,18 +273,27 @@ def test_says_what_is_missing(arguments, folder):
         assert len(missing) == len(run.logged("[vanta_host] no ")) == 1, run.text
         plain, passed = map(read_picture, files)
         assert plain == passed, difference(plain, passed)
-        shutil.rmtree(host.path("data", "obs-plugins", "vanta_filter", "cascades"))
-        run = host.run(*play(clip, LANDMARK, "{}", os.path.join(ARGUMENTS.scratch, "none.rgba"), windows_path))
-        assert len(run.logged("[tessera] no faces will be found")) == 1, run.text
-        assert not run.logged("[vanta_host] no vision runner"), run.text
         os.remove(os.path.join(host.binaries, "tessera.dll"))
     run = host.run("names")
     assert len(run.logged("[vanta_host] no effect engine")) == 1, run.text
     assert len(run.logged("[vanta_host] no vision runner")) == 1, run.text
     assert set(FILTERS) <= set(run.names())
-    shutil.rmtree(host.path("data", "obs-plugins", "vanta_filter"))
+    shutil.rmtree(data)
     run = host.run("names")
     assert len(run.logged("[vanta_host] the data folder of vanta_filter is missing")) == 1, run.text
+    os.remove(os.path.join(host.binaries, "vanta_host.dll"))
+    run = host.run("names")
+    assert len(run.logged("LoadLibrary failed for '../../obs-plugins/64bit/vanta_filter.dll'")) == 1, run.text
+    assert not set(FILTERS) & set(run.names())
+
+
+def test_refuses_the_module_of_customised_hosts(arguments, folder):
+    """Released libobs lacks what that module imports, and refuses its records where the system loads it all the same, as Wine
+    does; the host goes on."""
+    host = WindowsHost(arguments, folder)
+    shutil.copy(os.path.join(arguments.build, "plugins", "vanta_filter", "vanta_filter.dll"), host.path("obs-plugins", "64bit"))
+    names = host.run("names").names()
+    assert names and not set(FILTERS) & set(names), names
 
 
 NAMED = "\u00e9 \u65e5\u672c \U0001F600"  # outside of every code page
@@ -355,6 +383,36 @@ def test_plays_what_linux_plays(arguments, folder):
         assert same_points(points["windows"][0], points["own"][0]), points
 
 
+TEXT, UNREADABLE = "\u65e5\u672c \u00dcnal", "?? ?nal"
+EFFECT_IS_LOADED = "[beauty] event_name= "
+
+
+def play_text(system, path, text, name):
+    """The clip's picture below an effect that shows the text, which lies where the host's user has his own."""
+    effect = os.path.join(system.config(), "effects", name)
+    os.makedirs(effect)
+    with open(os.path.join(effect, "effect.json"), "w", encoding="ascii") as file:
+        json.dump({"format": 1, "layers": [{"text": text, "size": 0.9}]}, file)
+    out = os.path.join(ARGUMENTS.scratch, f"{name}.rgba")
+    clip = os.path.join(ARGUMENTS.scratch, "clip.nut")
+    run = system.run(*play(clip, BEAUTY, json.dumps({"beauty_effect": name}), out, path, EFFECT_IS_LOADED))
+    assert not run.logged("texts are drawn in ASCII"), run.text
+    return read_picture(out)
+
+
+def test_writes_what_linux_writes(arguments, folder):
+    """An effect's text in two scripts, with the font of the zip, in a folder of any name, and one of the system's."""
+    host, own = WindowsHost(arguments, f"{folder} {NAMED}"), OwnHost(arguments, folder + "_own")
+    if not host.has_font():
+        skip("built without FreeType and HarfBuzz")
+    make_clip(ARGUMENTS.scratch)
+    windows = play_text(host, windows_path, TEXT, "windows")
+    unreadable = play_text(host, windows_path, UNREADABLE, "unreadable")
+    linux = play_text(own, os.path.abspath, TEXT, "linux")
+    letters, system = difference(windows, unreadable), difference(windows, linux)
+    assert letters > 1 and system <= letters / 8, (letters, system)
+
+
 def same_points(faces, others):
     """One face, whose points are within a pixel."""
     return len(faces) == len(others) == 1 and len(faces[0]) == len(others[0]) == 5 and all(
@@ -375,9 +433,9 @@ def test_lives_through_changes(arguments, folder):
 
 
 TESTS = {function.__name__[5:]: function
-         for function in (test_loads, test_fits_the_real_host, test_says_what_is_missing, test_works_in_any_folder,
-                          test_draws_what_linux_draws, test_plays_what_linux_plays,
-                          test_lives_through_changes)}
+         for function in (test_loads, test_fits_the_real_host, test_refuses_the_module_of_customised_hosts,
+                          test_says_what_is_missing, test_works_in_any_folder, test_draws_what_linux_draws,
+                          test_plays_what_linux_plays, test_writes_what_linux_writes, test_lives_through_changes)}
 
 
 def skip(why):
