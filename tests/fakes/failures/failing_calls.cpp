@@ -1,5 +1,6 @@
 #include "fakes/failures/failing_calls.h"
 
+#include <EGL/egl.h>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <execinfo.h>
@@ -69,7 +70,8 @@ bool IsForProject() {
 }  // namespace
 
 std::optional<Kind> FindKind(std::string_view name) {
-  constexpr std::array<std::string_view, 6> kNames = {"texture", "effect", "buffer", "thread", "file", "socket"};
+  constexpr std::array<std::string_view, 7> kNames = {"texture", "effect", "buffer", "thread",
+                                                      "file",    "socket", "context"};
   for (size_t i = 0; i < kNames.size(); ++i) {
     if (kNames[i] == name) return static_cast<Kind>(i);
   }
@@ -167,6 +169,12 @@ VANTA_STANDS_BEFORE gs_indexbuffer_t *gs_indexbuffer_create(gs_index_type type, 
                                                             uint32_t flags) {
   static const auto next = Next(&gs_indexbuffer_create, "gs_indexbuffer_create");
   return Fails(Kind::kBuffer) ? nullptr : next(type, indices, count, flags);
+}
+
+VANTA_STANDS_BEFORE EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
+                                                const EGLint *attributes) {
+  static const auto next = Next(&eglCreateContext, "eglCreateContext");
+  return Fails(Kind::kContext) ? EGL_NO_CONTEXT : next(display, config, share, attributes);
 }
 
 // ---- System ----
