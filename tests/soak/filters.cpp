@@ -119,7 +119,7 @@ class Stage {
   Totals Count() const;
   size_t messages() const { return faces_.messages; }
   size_t messages_with_face() const { return faces_.with_face; }
-  // Called for each frame that enters a beauty filter.
+  // Called for each frame that enters a beauty filter that is on.
   void OnBeautyFrame(const std::function<void()> &call);
   // What the filters should have done to the picture and have not; empty: all is done. `step` feeds that picture and
   // draws it.
@@ -132,6 +132,7 @@ class Stage {
   OBSSceneAutoRelease scene_ = obs_scene_create("scene");
   std::vector<FedFrame> pictures_;
   size_t fed_ = 0;
+  std::atomic<bool> on_{true};
 };
 
 Stage::Stage(const Options &options) : options_(options) {
@@ -159,6 +160,7 @@ void Stage::Feed(size_t picture) {
 }
 
 void Stage::Switch(bool on) {
+  on_ = on;
   for (const auto &camera : cameras_) {
     if (camera->beauty) obs_source_set_enabled(camera->beauty->Filter(), on);
     if (camera->landmarks) obs_source_set_enabled(camera->landmarks->Get(), on);
@@ -190,7 +192,10 @@ Totals Stage::Count() const {
 
 void Stage::OnBeautyFrame(const std::function<void()> &call) {
   for (const auto &camera : cameras_)
-    if (camera->beauty) camera->beauty->before.OnFrame([call](size_t) { call(); });
+    if (camera->beauty)
+      camera->beauty->before.OnFrame([this, call](size_t) {
+        if (on_) call();
+      });
 }
 
 // Levels, over colours.
@@ -242,8 +247,26 @@ void AddMemory(nlohmann::ordered_json &line) {
   line["thread_count"] = footprint.threads;
 }
 
-// On a clock that is held; no picture comes sooner than a camera's, so that what searches beside the frames has as much
-// of a picture's time as there.
+// ms of processor time a picture.
+struct Cost {
+  double draw = 0;  // of the software renderer's own threads
+  double own = 0;   // of all others
+};
+
+Cost operator-(const Cost &a, const Cost &b) {
+  return {a.draw - b.draw, a.own - b.own};
+}
+
+// Of the process so far, in ms.
+Cost Spent() {
+  Cost spent{0, vanta_soak::ProcessorSeconds() * 1000};
+  for (const auto &[name, seconds] : vanta_soak::ProcessorSecondsOfThreads())
+    if (name.starts_with("llvmpipe")) spent.draw += seconds * 1000;
+  spent.own -= spent.draw;
+  return spent;
+}
+
+// On a clock that is held.
 class HeldRun {
  public:
   HeldRun(Campaign &campaign, const ObsSession &session, Stage &stage, const Options &options)
@@ -268,9 +291,8 @@ class HeldRun {
   Stage &stage_;
   const Options options_;
   vanta_run::WorkerGate gate_;
-  Clock::time_point next_ = Clock::now();
-  std::vector<double> on_, off_;  // ms of processor time a picture
-  uint64_t worked_ = 0;           // frames that beauty's engines did while the filters were on
+  std::vector<Cost> on_, off_;
+  uint64_t worked_ = 0;  // frames that beauty's engines did while the filters were on
   size_t entered_ = 0, messages_ = 0, with_face_ = 0;
 };
 
@@ -278,8 +300,6 @@ template <typename Feed>
 void HeldRun::Step(Feed feed) {
   feed();
   WaitForTicks(1);
-  std::this_thread::sleep_until(next_);
-  next_ = std::max(next_ + std::chrono::nanoseconds(1'000'000'000 / options_.rate), Clock::now());
 }
 
 // Until all filters work; from then on each tick waits for the engines.
@@ -300,9 +320,10 @@ void HeldRun::PlayBlock(bool on, int ticks) {
   for (int i = 0; i < kSwitchSettle; ++i) Step();
   const uint64_t sleeps = vanta_run::WorkerSleeps(vanta_run::WorkerKind::kBeauty);
   const size_t in = stage_.Count().in, messages = stage_.messages(), with_face = stage_.messages_with_face();
-  const double processor = vanta_soak::ProcessorSeconds();
+  const Cost before = Spent();
   for (int i = 0; i < ticks; ++i) Step();
-  (on ? on_ : off_).push_back((vanta_soak::ProcessorSeconds() - processor) * 1000 / ticks);
+  const Cost spent = Spent() - before;
+  (on ? on_ : off_).push_back({spent.draw / ticks, spent.own / ticks});
   if (!on) return;
   worked_ += vanta_run::WorkerSleeps(vanta_run::WorkerKind::kBeauty) - sleeps;
   entered_ += stage_.Count().in - in;
@@ -331,11 +352,16 @@ void HeldRun::Play(int ticks, nlohmann::ordered_json &line) {
     PlayBlock(false, ticks);
   }
   AddMemory(line);
-  std::vector<double> cost;
-  for (size_t i = 0; i < on_.size(); ++i) cost.push_back(on_[i] - (off_[i] + off_[i + 1]) / 2);
-  line["plain_ms"] = Median(off_);
-  line["cost_ms"] = Median(cost);
-  line["costs_ms"] = cost;
+  std::vector<double> own, draw, plain;
+  for (size_t i = 0; i < on_.size(); ++i) {
+    own.push_back(on_[i].own - (off_[i].own + off_[i + 1].own) / 2);
+    draw.push_back(on_[i].draw - (off_[i].draw + off_[i + 1].draw) / 2);
+  }
+  for (const Cost &cost : off_) plain.push_back(cost.own + cost.draw);
+  line["plain_ms"] = Median(plain);
+  line["own_ms"] = Median(own);
+  line["draw_ms"] = Median(draw);
+  line["own_each_ms"] = own;
   line["beauty_frames"] = worked_;
   line["searches"] = messages_;
   line["faces"] = with_face_;
