@@ -15,6 +15,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -53,6 +54,11 @@ int LearnRange(dl_phdr_info *library, size_t, void *) {
     }
   }
   return 0;
+}
+
+void TellStack() {
+  std::array<void *, kDeepest> stack{};
+  if (std::getenv("VANTA_FAILURES_LOG")) backtrace_symbols_fd(stack.data(), backtrace(stack.data(), kDeepest), 2);
 }
 
 bool IsForProject() {
@@ -98,8 +104,10 @@ bool Fails(Kind kind) {
   if (armed != static_cast<int>(kind) || counting) return false;
   counting = true;
   const bool ours = IsForProject();
+  const bool fails_now = ours && ++calls == fails;
+  if (fails_now) TellStack();
   counting = false;
-  return ours && ++calls == fails;
+  return fails_now;
 }
 
 template <typename Function>

@@ -56,6 +56,11 @@ TEST_F(AbilityAnswers, WrongLineIsRefusedWithItsNumber) {
   }
 }
 
+TEST_F(AbilityAnswers, ControlCharactersOfTheFileDoNotReachTheTerminal) {
+  const std::string refusal = Refusal("{\"a\\u001b\\n\x7f\": 1}");
+  EXPECT_NE(refusal.find("'a???'"), std::string::npos) << refusal;
+}
+
 TEST_F(AbilityAnswers, MissingFileIsAnInputError) {
   try {
     ReadAbilityAnswers("/nowhere/answers");
