@@ -144,6 +144,7 @@ void RequireFlatXml(std::string_view text) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   Require(text.starts_with("<?xml"), "it is no XML");
+  Require(text.find('\0') == std::string_view::npos, "it is no text");  // OpenCV's parser takes it for its end
   int depth = 0;
   for (size_t at = text.find('<'); at < text.size(); at = text.find('<', at + 1)) {
     if (text.substr(at).starts_with("<!--")) {

@@ -99,6 +99,12 @@ TEST(CascadeCheck, RefusesWhatNestsDeep) {
   EXPECT_NE(FaultOf(text).find("nested too deep"), std::string::npos);
 }
 
+TEST(CascadeCheck, RefusesZeroBytes) {
+  std::string text = TextOf(tessera::kQuickCascade);
+  text.insert(text.find("version"), 3, '\0');
+  EXPECT_NE(FaultOf(text).find("no text"), std::string::npos);
+}
+
 TEST(CascadeCheck, RefusesOtherFormatsOfOpenCv) {
   EXPECT_NE(FaultOf("{\"cascade\": {}}").find("no XML"), std::string::npos);
   EXPECT_NE(FaultOf("%YAML:1.0\n---\ncascade: 1\n").find("no XML"), std::string::npos);
