@@ -156,6 +156,8 @@ void RequireFlatXml(std::string_view text) {
       Require(++depth <= kMostDepth, "its parts are nested too deep");
     }
   }
+  // OpenCV's parser reads on where a text ends inside of a tag.
+  Require(text.substr(0, text.find_last_not_of(" \t\r\n") + 1).ends_with("</opencv_storage>"), "its end is missing");
 }
 
 void RequireSoundCascade(const cv::FileNode &root) {
