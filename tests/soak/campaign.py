@@ -4,10 +4,22 @@ import json
 import os
 import random
 import re
+import signal
 import sys
 
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "../.."))
 sys.path.insert(0, os.path.join(ROOT, "tests/stock_obs"))
+
+
+def end_at_interrupts():
+    """SIGINT and SIGTERM end the program without a stack, by SIGINT, which the shell tells as 130."""
+    def tell(kind, *rest):
+        if not issubclass(kind, KeyboardInterrupt):
+            sys.__excepthook__(kind, *rest)
+
+    sys.excepthook = tell
+    for number in signal.SIGINT, signal.SIGTERM:
+        signal.signal(number, signal.default_int_handler)
 
 
 class Campaign:
@@ -15,6 +27,7 @@ class Campaign:
 
     def __init__(self, *options):
         """More options: pairs of a name and what it is without a word."""
+        end_at_interrupts()
         parser = argparse.ArgumentParser()
         parser.add_argument("--seed", type=int, required=True)
         parser.add_argument("--state", required=True)

@@ -11,7 +11,7 @@ namespace vanta {
 
 // A value that is_discarded() for text that is no JSON.
 nlohmann::ordered_json ReadJson(std::string_view text);
-// The same, with nlohmann::ordered_json::parse_error in its place.
+// The same, with nlohmann::ordered_json::parse_error in its place; out_of_range for a number that is too large.
 nlohmann::ordered_json ReadJsonOrThrow(std::string_view text);
 // On one line, or with `indent` spaces a level. Bytes that are no UTF-8 become U+FFFD.
 std::string WriteJson(const nlohmann::ordered_json &json, int indent = -1);

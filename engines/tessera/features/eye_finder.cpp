@@ -52,7 +52,7 @@ bool Plausible(const Placement &found, const Placement &expected) {
 
 }  // namespace
 
-bool EyeFinder::Load(const std::string &file) {
+std::string EyeFinder::Load(const std::string &file) {
   return cascade_.Load(file);
 }
 

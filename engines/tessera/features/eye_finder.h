@@ -17,7 +17,8 @@ struct Eyes {
 // Owns: the cascade. Without one only darkness and round edges tell where the pupils are. Threads: one at a time.
 class EyeFinder {
  public:
-  bool Load(const std::string &file);
+  // As Cascade::Load.
+  std::string Load(const std::string &file);
   bool CanSee() const { return !cascade_.empty(); }
   Eyes Find(const cv::Mat &luma, const Placement &expected);
 

@@ -30,6 +30,14 @@ bool ViewOf(int width, int height, unsigned char *const planes[3], const int str
   return true;
 }
 
+// Of a cascade that is not needed.
+void LogLack(const char *name, const std::string &file, const std::string &fault, const char *effect) {
+  if (file.empty()) blog(LOG_WARNING, "[tessera] no %s: %s", name, effect);
+  if (!fault.empty())
+    blog(LOG_WARNING, "[tessera] %s is no cascade that can be used (%s): %s; replace or remove it", file.c_str(),
+         fault.c_str(), effect);
+}
+
 }  // namespace
 
 struct TesseraRunner::State {
@@ -86,7 +94,6 @@ int TesseraRunner::init() {
   const CascadeFiles files{find(kFaceCascade), find(kEyeCascade), find(kQuickCascade), own(kFaceNetworkFile),
                            own(kPointNetworkFile)};
   const std::string &faces = files.faces;
-  const std::string &eyes = files.eyes;
   state_->live.reset();
   state_->ready = false;
   if (faces.empty()) {
@@ -94,18 +101,15 @@ int TesseraRunner::init() {
          kFaceCascade, config.model_folder.c_str(), CascadePackageFolder().c_str(), kCascadeRemedy);
     return 1;
   }
-  try {
-    state_->ready = state_->look.Load(files);
-  } catch (const std::exception &error) {
-    blog(LOG_ERROR, "[tessera] %s", error.what());
-  }
-  if (!state_->ready) {
-    blog(LOG_ERROR, "[tessera] no faces will be found: %s, %s or %s is no cascade", faces.c_str(), eyes.c_str(),
-         files.quick.c_str());
+  const CascadeFaults faults = state_->look.Load(files);
+  if (!faults.faces.empty()) {
+    blog(LOG_ERROR, "[tessera] no faces will be found: %s is no cascade that can be used (%s); replace or remove it",
+         faces.c_str(), faults.faces.c_str());
     return 2;
   }
-  if (eyes.empty()) blog(LOG_WARNING, "[tessera] no %s: the eyes are found less well", kEyeCascade);
-  if (files.quick.empty()) blog(LOG_WARNING, "[tessera] no %s: faces are found less soon", kQuickCascade);
+  state_->ready = true;
+  LogLack(kEyeCascade, files.eyes, faults.eyes, "the eyes are found less well");
+  LogLack(kQuickCascade, files.quick, faults.quick, "faces are found less soon");
   blog(LOG_INFO, "[tessera] faces by %s", faces.c_str());
   return 0;
 }

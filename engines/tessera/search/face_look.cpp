@@ -31,9 +31,9 @@ std::vector<CoarseFace> Coarse(const std::vector<Placement> &faces) {
 
 }  // namespace
 
-bool FaceLook::Load(const CascadeFiles &files) {
+CascadeFaults FaceLook::Load(const CascadeFiles &files) {
   networks_.Use(files.face_network, files.point_network);
-  return search_.Load(files.faces, files.quick) && (files.eyes.empty() || eyes_.Load(files.eyes));
+  return {search_.Load(files.faces), eyes_.Load(files.eyes), search_.LoadQuick(files.quick)};
 }
 
 std::optional<SeenFace> FaceLook::Again(const PictureView &picture, const Placement &place) {

@@ -21,6 +21,14 @@ struct CascadeFiles {
   std::string point_network{};  // likewise
 };
 
+// What is wrong with each of them, in a line for the log; empty: nothing. One that is unsound is as if it were not
+// there.
+struct CascadeFaults {
+  std::string faces;
+  std::string eyes;
+  std::string quick;
+};
+
 // A face that was seen.
 struct SeenFace {
   Placement placement;
@@ -32,8 +40,8 @@ struct SeenFace {
 // Owns: the cascades and the networks. Threads: one at a time.
 class FaceLook {
  public:
-  // False when a file is no cascade.
-  bool Load(const CascadeFiles &files);
+  // Without a cascade of faces no other call may follow.
+  CascadeFaults Load(const CascadeFiles &files);
 
   // A known face, at its place or close by.
   std::optional<SeenFace> Again(const PictureView &picture, const Placement &place);

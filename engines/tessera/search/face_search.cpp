@@ -86,8 +86,12 @@ std::vector<double> DarkWhites(const cv::Mat &luma) {
   return whites;
 }
 
-bool FaceSearch::Load(const std::string &file, const std::string &quick_file) {
-  return cascade_.Load(file) && (quick_file.empty() || quick_.Load(quick_file));
+std::string FaceSearch::Load(const std::string &file) {
+  return cascade_.Load(file);
+}
+
+std::string FaceSearch::LoadQuick(const std::string &file) {
+  return quick_.Load(file);
 }
 
 std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass &pass, bool quick) {

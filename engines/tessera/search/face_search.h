@@ -32,8 +32,9 @@ std::vector<double> DarkWhites(const cv::Mat &luma);
 // Owns: the cascades. Threads: one at a time.
 class FaceSearch {
  public:
-  // `quick_file` may be empty: then the first one does its work, too.
-  bool Load(const std::string &file, const std::string &quick_file);
+  // As Cascade::Load. Without the quick one the other does its work, too.
+  std::string Load(const std::string &file);
+  std::string LoadQuick(const std::string &file);
 
   // Searches the whole picture, at `first_angle` (radians), upright, turned to either side, and for small faces, until
   // `wanted` good faces are found. Best faces first, one for each place.

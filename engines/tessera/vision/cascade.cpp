@@ -2,15 +2,43 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <stdexcept>
 #include <tuple>
 
 #include "vanta_base/utf8_path.h"
+#include "vision/cascade_check.h"
 #include "vision/serially.h"
 
 namespace tessera {
 namespace {
+
+constexpr uintmax_t kMostBytes = 32 << 20;  // OpenCV's largest has 3 MB
+constexpr size_t kMostReason = 200;
+
+// Read here, since OpenCV opens no name on Windows that is not in the code page.
+std::string ReadText(const std::string &file) {
+  const std::filesystem::path path = vanta::PathFromUtf8(file);
+  std::error_code error;
+  const uintmax_t size = std::filesystem::file_size(path, error);
+  if (error) throw std::runtime_error("it cannot be read");
+  if (size > kMostBytes) throw std::runtime_error("it is larger than 32 MB");
+  std::string text(static_cast<size_t>(size), ' ');
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream.read(text.data(), static_cast<std::streamsize>(size))) throw std::runtime_error("it cannot be read");
+  return text;
+}
+
+// Its parser's reasons have several lines, and may quote the file.
+std::string OneLine(std::string text) {
+  text.resize(std::min(text.size(), kMostReason));
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char letter) { return letter < ' ' || letter > '~'; }, ' ');
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  return text;
+}
 
 void Sort(std::vector<VotedBox> &boxes) {
   std::sort(boxes.begin(), boxes.end(), [](const VotedBox &a, const VotedBox &b) {
@@ -44,13 +72,29 @@ struct Group {
 
 }  // namespace
 
-bool Cascade::Load(const std::string &file) {
-  // Read here, since OpenCV opens no name on Windows that is not in the code page.
-  std::ifstream stream(vanta::PathFromUtf8(file), std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-  if (text.empty()) return false;
-  const cv::FileStorage storage(text, cv::FileStorage::READ | cv::FileStorage::MEMORY);
-  return storage.isOpened() && classifier_.read(storage.getFirstTopLevelNode());
+std::string Cascade::Load(const std::string &file) {
+  classifier_ = {};
+  if (file.empty()) return {};
+  try {
+    return Read(ReadText(file));
+  } catch (const std::exception &error) {
+    return error.what();
+  }
+}
+
+std::string Cascade::Read(const std::string &text) {
+  classifier_ = {};
+  try {
+    RequireFlatXml(text);
+    const cv::FileStorage storage(text, cv::FileStorage::READ | cv::FileStorage::MEMORY);
+    const cv::FileNode root = storage.getFirstTopLevelNode();
+    RequireSoundCascade(root);
+    return classifier_.read(root) ? "" : "OpenCV does not read it";
+  } catch (const cv::Exception &error) {
+    return "OpenCV: " + OneLine(error.err);
+  } catch (const std::exception &error) {
+    return error.what();
+  }
 }
 
 std::vector<VotedBox> Cascade::Find(const cv::Mat &picture, double step, int votes, int least, int most) {

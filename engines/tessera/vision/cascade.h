@@ -15,8 +15,11 @@ struct VotedBox {
 // Threads: one at a time for each object.
 class Cascade {
  public:
-  // False, or an exception of OpenCV's, when the file is no cascade.
-  bool Load(const std::string &file);
+  // Without a name there is none. What is wrong with the file, in a line for the log: then there is none, either.
+  // Empty: nothing is.
+  std::string Load(const std::string &file);
+  // The same for what such a file holds.
+  std::string Read(const std::string &text);
   bool empty() const { return classifier_.empty(); }
 
   // Boxes from `least` to `most` pixels wide (0: as large as the picture), each size `step` times the one before,

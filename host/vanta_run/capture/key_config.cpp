@@ -35,6 +35,8 @@ void RequireObject(const std::string &subject, const std::string &text) {
     }
   } catch (const nlohmann::json::parse_error &error) {
     throw Failure(kExitUsage, subject, Reason(error), kTextRemedy);
+  } catch (const nlohmann::json::out_of_range &) {
+    throw Failure(kExitUsage, subject, "holds a number that is too large", kTextRemedy);
   }
 }
 

@@ -23,7 +23,7 @@ class Failure : public std::runtime_error {
  public:
   // The line reads "SUBJECT: REASON; REMEDY".
   Failure(ExitCode code, const std::string &subject, const std::string &reason, const std::string &remedy)
-      : std::runtime_error(subject + ": " + reason + "; " + remedy), code_(code) {}
+      : std::runtime_error(Printable(subject + ": " + reason + "; " + remedy)), code_(code) {}
   // Several such lines at once.
   Failure(ExitCode code, const std::vector<std::string> &lines) : std::runtime_error(Joined(lines)), code_(code) {}
   ExitCode code() const { return code_; }
@@ -31,8 +31,15 @@ class Failure : public std::runtime_error {
  private:
   static std::string Joined(const std::vector<std::string> &lines) {
     std::string text;
-    for (const std::string &line : lines) text += (text.empty() ? "" : "\nvanta-run: ") + line;
+    for (const std::string &line : lines) text += (text.empty() ? "" : "\nvanta-run: ") + Printable(line);
     return text;
+  }
+  // Names in a line may come from a file; a terminal would obey a control character.
+  static std::string Printable(std::string line) {
+    for (char &letter : line) {
+      if (static_cast<unsigned char>(letter) < ' ' || letter == '\x7f') letter = '?';
+    }
+    return line;
   }
 
   ExitCode code_;

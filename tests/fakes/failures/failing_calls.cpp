@@ -1,5 +1,6 @@
 #include "fakes/failures/failing_calls.h"
 
+#include <EGL/egl.h>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <execinfo.h>
@@ -14,6 +15,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -54,6 +56,11 @@ int LearnRange(dl_phdr_info *library, size_t, void *) {
   return 0;
 }
 
+void TellStack() {
+  std::array<void *, kDeepest> stack{};
+  if (std::getenv("VANTA_FAILURES_LOG")) backtrace_symbols_fd(stack.data(), backtrace(stack.data(), kDeepest), 2);
+}
+
 bool IsForProject() {
   std::array<void *, kDeepest> stack{};
   const int depth = backtrace(stack.data(), kDeepest);
@@ -69,7 +76,8 @@ bool IsForProject() {
 }  // namespace
 
 std::optional<Kind> FindKind(std::string_view name) {
-  constexpr std::array<std::string_view, 6> kNames = {"texture", "effect", "buffer", "thread", "file", "socket"};
+  constexpr std::array<std::string_view, 7> kNames = {"texture", "effect", "buffer", "thread",
+                                                      "file",    "socket", "context"};
   for (size_t i = 0; i < kNames.size(); ++i) {
     if (kNames[i] == name) return static_cast<Kind>(i);
   }
@@ -96,8 +104,10 @@ bool Fails(Kind kind) {
   if (armed != static_cast<int>(kind) || counting) return false;
   counting = true;
   const bool ours = IsForProject();
+  const bool fails_now = ours && ++calls == fails;
+  if (fails_now) TellStack();
   counting = false;
-  return ours && ++calls == fails;
+  return fails_now;
 }
 
 template <typename Function>
@@ -167,6 +177,12 @@ VANTA_STANDS_BEFORE gs_indexbuffer_t *gs_indexbuffer_create(gs_index_type type, 
                                                             uint32_t flags) {
   static const auto next = Next(&gs_indexbuffer_create, "gs_indexbuffer_create");
   return Fails(Kind::kBuffer) ? nullptr : next(type, indices, count, flags);
+}
+
+VANTA_STANDS_BEFORE EGLContext eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
+                                                const EGLint *attributes) {
+  static const auto next = Next(&eglCreateContext, "eglCreateContext");
+  return Fails(Kind::kContext) ? EGL_NO_CONTEXT : next(display, config, share, attributes);
 }
 
 // ---- System ----

@@ -14,8 +14,10 @@ enum class Kind {
   kThread,
   kFile,  // opened for reading or writing, and folders
   kSocket,
+  kContext,  // of EGL
 };
-std::optional<Kind> FindKind(std::string_view name);  // "texture", "effect", "buffer", "thread", "file", "socket"
+// "texture", "effect", "buffer", "thread", "file", "socket", "context"
+std::optional<Kind> FindKind(std::string_view name);
 
 // From now on calls of that kind are counted, on all threads; the k-th (from 1) fails. Only those count that a library
 // of the project is waiting for.

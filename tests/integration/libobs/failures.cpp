@@ -177,7 +177,7 @@ _XDisplay *vanta_integration::Display() {
 int main(int argc, char **argv) {
   const auto kind = argc >= 4 ? failing_calls::FindKind(argv[1]) : std::nullopt;
   if (!kind) {
-    std::fprintf(stderr, "usage: vanta_failures texture|effect|buffer|thread|file|socket FIRST LAST [gpu]\n");
+    std::fprintf(stderr, "usage: vanta_failures texture|effect|buffer|thread|file|socket|context FIRST LAST [gpu]\n");
     return 2;
   }
   base_set_log_handler(LogTrouble, nullptr);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "fixtures/portrait/face_reader.h"
 #include "fixtures/process/log_capture.h"
@@ -27,6 +28,14 @@ class CascadeFiles : public testing::Test {
   std::string Put(const std::string &name, const std::string &text = "text") {
     std::ofstream(folder_ / name) << text;
     return (folder_ / name).string();
+  }
+  // The package's, with the first `from` in it replaced.
+  void PutDamaged(const char *name, const std::string &from, const std::string &to) {
+    std::ifstream file(tessera::FindCascade(name, "", {}));
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const size_t at = text.find(from);
+    ASSERT_NE(at, std::string::npos);
+    Put(std::string("models/") + name, text.replace(at, from.size(), to));
   }
   std::string Models() const { return (folder_ / "models").string(); }
 
@@ -78,6 +87,36 @@ TEST_F(CascadeFiles, FileThatIsNoCascadeFailsInit) {
   vanta_test::FaceReader reader(1, Models());
   EXPECT_NE(reader.init_result(), 0);
   EXPECT_TRUE(log.HasText("is no cascade"));
+}
+
+TEST_F(CascadeFiles, DamagedFaceCascadeIsToldInOneLineWithItsReason) {
+  PutDamaged(tessera::kFaceCascade, "<leafValues>", "<leafValues>1 ");
+  vanta_test::LogCapture log;
+  const vanta_test::FaceReader reader(1, Models());
+  EXPECT_NE(reader.init_result(), 0);
+  const auto lines = log.LinesWith("[tessera]");
+  ASSERT_EQ(lines.size(), 1U);
+  EXPECT_EQ(lines[0].level, vanta_test::kError);
+  EXPECT_NE(lines[0].text.find("nodes and leaves"), std::string::npos) << lines[0].text;
+}
+
+TEST_F(CascadeFiles, HugeFileIsNoCascade) {
+  fs::resize_file(Put(std::string("models/") + tessera::kFaceCascade), uintmax_t{4} << 30);
+  vanta_test::LogCapture log;
+  const vanta_test::FaceReader reader(1, Models());
+  EXPECT_NE(reader.init_result(), 0);
+  EXPECT_TRUE(log.HasText("larger than 32 MB"));
+}
+
+TEST_F(CascadeFiles, FacesAreFoundWithoutDamagedCascadesThatAreNotNeeded) {
+  PutDamaged(tessera::kEyeCascade, "<leafValues>", "<leafValues>1 ");
+  PutDamaged(tessera::kQuickCascade, "0 -1 2 ", "0 -1 999999 ");
+  vanta_test::LogCapture log;
+  vanta_test::FaceReader reader(1, Models());
+  EXPECT_EQ(reader.init_result(), 0);
+  EXPECT_EQ(log.CountWith("is no cascade that can be used"), 2U);
+  vanta_test::PortraitPicture picture = vanta_test::PlacePortrait(vanta_test::ReadPortrait(VANTA_PORTRAIT), {});
+  EXPECT_EQ(reader.Run(picture).size(), 1U);
 }
 
 TEST_F(CascadeFiles, FacesAreFoundWithoutTheEyeCascade) {

@@ -15,8 +15,10 @@ class SearchTurns : public testing::Test {
  protected:
   SearchTurns() {
     const auto find = [](const char *name) { return tessera::FindCascade(name, "", {}); };
-    EXPECT_TRUE(
-        look_.Load({find(tessera::kFaceCascade), find(tessera::kEyeCascade), find(tessera::kQuickCascade), "", ""}));
+    EXPECT_EQ(
+        look_.Load({find(tessera::kFaceCascade), find(tessera::kEyeCascade), find(tessera::kQuickCascade), "", ""})
+            .faces,
+        "");
     picture_ = vanta_test::PlacePortrait(vanta_test::ReadPortrait(VANTA_PORTRAIT), {});
     auto small = std::make_shared<tessera::SmallPicture>();
     small->view.y = picture_.i420.rowRange(0, picture_.bgr.rows);

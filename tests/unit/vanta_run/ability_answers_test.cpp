@@ -56,6 +56,12 @@ TEST_F(AbilityAnswers, WrongLineIsRefusedWithItsNumber) {
   }
 }
 
+TEST_F(AbilityAnswers, ControlCharactersOfTheFileDoNotReachTheTerminal) {
+  const std::string refusal = Refusal("{\"a\\u001b\\n\x7f\": 1}");
+  EXPECT_EQ(refusal.find_first_of("\x1b\n\x7f"), std::string::npos) << refusal;
+  EXPECT_NE(refusal.find("has no use for 'a"), std::string::npos) << refusal;
+}
+
 TEST_F(AbilityAnswers, MissingFileIsAnInputError) {
   try {
     ReadAbilityAnswers("/nowhere/answers");

@@ -108,6 +108,16 @@ TEST_F(RunTable, KeyConfigsFileIsKnownAndItsTextIsNoFile) {
   std::remove(path.c_str());
 }
 
+TEST_F(RunTable, NumberOfAKeyConfigThatNoNumberHoldsIsRefused) {
+  try {
+    Read({"--green-screen", R"({"similarity": 1e9999})"});
+    FAIL() << "it was taken";
+  } catch (const vanta_run::Failure &failure) {
+    EXPECT_EQ(failure.code(), vanta_run::kExitUsage);
+    EXPECT_THAT(failure.what(), HasSubstr("too large"));
+  }
+}
+
 TEST(PageText, TextIsCutBetweenWords) {
   EXPECT_THAT(vanta_run::Wrapped("one two  three", 7), testing::ElementsAre("one two", "three"));
   EXPECT_THAT(vanta_run::Wrapped("longerthanitsline x", 5), testing::ElementsAre("longerthanitsline", "x"));

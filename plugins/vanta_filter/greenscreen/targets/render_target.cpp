@@ -9,6 +9,7 @@ RenderTarget::~RenderTarget() {
 }
 
 bool RenderTarget::Create(gs_color_format format) {
+  Destroy();
   target_ = gs_texrender_create(format, GS_ZS_NONE);
   return target_ != nullptr;
 }

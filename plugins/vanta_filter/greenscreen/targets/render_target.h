@@ -26,7 +26,7 @@ class RenderTarget {
   RenderTarget(const RenderTarget &) = delete;
   RenderTarget &operator=(const RenderTarget &) = delete;
 
-  // False where libobs cannot make it. Call it once before Destroy.
+  // False where libobs cannot make it. What was made before goes.
   bool Create(gs_color_format format = GS_RGBA) VANTA_REQUIRES(graphics_context);
   void Destroy() VANTA_REQUIRES(graphics_context);  // safe to run twice
 

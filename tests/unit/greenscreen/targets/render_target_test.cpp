@@ -32,6 +32,13 @@ TEST_F(RenderTarget, IsDestroyedOnce) {
   EXPECT_EQ(gs_recorder::Count("gs_texrender_destroy"), 1u);
 }
 
+TEST_F(RenderTarget, MadeAnewLeavesNothingOfTheFormerOne) {
+  vanta::RenderTarget target;
+  ASSERT_TRUE(target.Create());
+  ASSERT_TRUE(target.Create());
+  EXPECT_EQ(gs_recorder::Count("gs_texrender_destroy"), 1u);
+}
+
 TEST_F(RenderTarget, LeftStandingIsDestroyedInsideGraphics) {
   {
     vanta::RenderTarget target;
