@@ -18,7 +18,7 @@ vanta_packages() {
       ;;
     test)
       vanta_packages run
-      printf '%s\n' libgtest-dev libgmock-dev lld dpkg-dev python3-websocket ffmpeg xauth glslang-tools groff-base
+      printf '%s\n' libgtest-dev libgmock-dev lld dpkg-dev file python3-websocket ffmpeg xauth glslang-tools groff-base
       ;;
     bench)
       printf '%s\n' libbenchmark-dev
