@@ -5,8 +5,6 @@
 #include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
 
-#include "platform/large_pages.h"
-
 namespace lumivex {
 namespace {
 
@@ -146,21 +144,13 @@ void LookupStage::MixColumn(int u, int v, Column &column) const {
   }
 }
 
-void LookupStage::TakeMemory() {
-  constexpr size_t kBytes = kChromaCodes * sizeof(Column) + kLargePage;
-  memory_.reset(new std::byte[kBytes]);
-  AskForLargePages({memory_.get(), kBytes});
-  const size_t before = (kLargePage - reinterpret_cast<uintptr_t>(memory_.get()) % kLargePage) % kLargePage;
-  columns_ = reinterpret_cast<Column *>(memory_.get() + before);
-  by_code_.reset(new std::atomic<const Column *>[kChromaCodes]);
-}
-
 void LookupStage::Prepare(const YuvSpace &space, const std::shared_ptr<const LookupTable> &table, float strength) {
   if (table == table_ && space == space_ && strength == strength_) return;
   table_ = table;
   space_ = space;
   strength_ = strength;
-  if (!memory_) TakeMemory();
+  if (!columns_) columns_.reset(new Column[kChromaCodes]);
+  if (!by_code_) by_code_.reset(new std::atomic<const Column *>[kChromaCodes]);
   for (size_t code = 0; code < kChromaCodes; ++code) by_code_[code].store(nullptr, std::memory_order_relaxed);
   made_ = 0;
   grid_.resize(static_cast<size_t>(kNodes) * kNodes * kNodes);

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -19,7 +18,7 @@ namespace lumivex {
 // each of them; so a table that changes nothing leaves every code as it is, also those that no RGB colour has. Each
 // chroma code that a picture uses gets a column of its own out of that grid when it is first met: the codes that every
 // luma gives. Columns lie in the order in which they were met, so those of one picture share few pages and cache lines.
-// Owns: grid and columns for the last table, strength and colour space (768 bytes for each chroma code in use, of 50
+// Owns: grid and columns for the last table, strength and colour space (768 bytes for each chroma code in use, of 48
 // MiB at most). Borrows: the frame, for the call. Threads: one at a time.
 class LookupStage {
  public:
@@ -54,7 +53,6 @@ class LookupStage {
     std::array<Chroma, 256> chroma;
   };
 
-  void TakeMemory();
   void Prepare(const YuvSpace &space, const std::shared_ptr<const LookupTable> &table, float strength);
   void ApplyRows(const Nv12View &view, int first, int end);
   void ApplyBlock(uint8_t *codes, uint8_t *upper, uint8_t *lower, int pairs);
@@ -69,9 +67,8 @@ class LookupStage {
   std::shared_ptr<const LookupTable> table_;
   YuvSpace space_;
   float strength_ = 0.0f;
-  std::vector<Node> grid_;  // by U, V, then Y
-  std::unique_ptr<std::byte[]> memory_;
-  Column *columns_ = nullptr;  // in memory_; pages of those that no picture needs are never touched
+  std::vector<Node> grid_;             // by U, V, then Y
+  std::unique_ptr<Column[]> columns_;  // pages of those that no picture needs are never touched
   // By U + 256 * V; null until the code is met.
   std::unique_ptr<std::atomic<const Column *>[]> by_code_;
   std::mutex making_;
