@@ -165,6 +165,7 @@ PicturesFile ReadPictures(const std::filesystem::path &file, PixelBudget &budget
   result.pictures.ends_ms = std::move(moving.ends_ms);
   return result;
 }
+
 PicturePointer DrawText(const std::string &text, const std::array<uint8_t, 3> &color) {
   if (text.empty()) return nullptr;
   cv::Mat alpha = ShapedText(text);
