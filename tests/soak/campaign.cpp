@@ -105,9 +105,11 @@ int Campaign::ExitStatus() const {
 Footprint TakeFootprint() {
   Footprint now;
   std::ifstream statm("/proc/self/statm");
-  long total = 0;
-  statm >> total >> now.resident_kib;
-  now.resident_kib *= sysconf(_SC_PAGESIZE) / 1024;
+  const long page_kib = sysconf(_SC_PAGESIZE) / 1024;
+  long total = 0, resident = 0, of_files = 0;
+  statm >> total >> resident >> of_files;
+  now.resident_kib = resident * page_kib;
+  now.anonymous_kib = (resident - of_files) * page_kib;
   const struct mallinfo2 heap = mallinfo2();
   now.heap_kib = static_cast<long>((heap.uordblks + heap.hblkhd) / 1024);
   now.free_kib = static_cast<long>(heap.fordblks / 1024);

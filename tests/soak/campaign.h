@@ -43,6 +43,7 @@ class Campaign {
 // Of this process, now.
 struct Footprint {
   long resident_kib = 0;
+  long anonymous_kib = 0;  // of that: the heap, stacks, and what drivers map; the rest are pages of files
   long heap_kib = 0;       // in use by the C library's count, what is mapped for single blocks included
   long free_kib = 0;       // of the heap, kept by the C library
   long libobs_blocks = 0;  // libobs's own count

@@ -4,6 +4,8 @@
 //   --minutes N      60 at first
 //   --settle N       minutes that do not count, 3 at first
 //   --width N --height N    1280 and 720 at first
+//   --malloc-info FILE      the C library's own account, once settled (FILE.begin) and at the end
+//   --trim 1         gives back what was freed, once settled and at the end: what lies between the two is in use
 //   --lives N               in place of that: the filters are made and removed so many times
 #include <malloc.h>
 #include <util/platform.h>
@@ -63,10 +65,42 @@ double Slope(const std::vector<Sample> &samples, long Footprint::*member) {
   return below > 0 ? above / below : 0;
 }
 
+// From the lowest of the second quarter to the lowest of the last, KiB a minute. On a busy machine pools of frames fill
+// in steps, each to its end; and the lowest has the fewest frames that are on their way.
+double LowestGrowth(const std::vector<Sample> &samples) {
+  const size_t quarter = samples.size() / 4;
+  if (quarter == 0) return 0;
+  const auto lowest = [&](size_t first) {
+    const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(first);
+    return std::min_element(begin, begin + static_cast<std::ptrdiff_t>(quarter),
+                            [](const Sample &a, const Sample &b) { return a.held.heap_kib < b.held.heap_kib; })
+        ->held.heap_kib;
+  };
+  return static_cast<double>(lowest(3 * quarter) - lowest(quarter)) /
+         (samples[3 * quarter].minute - samples[quarter].minute);
+}
+
 void Print(const Sample &now, size_t in) {
-  std::printf("%6.1f %12ld %8ld %8ld %7ld %11ld %7ld %9zu\n", now.minute, now.held.resident_kib, now.held.heap_kib,
-              now.held.free_kib, now.held.libobs_blocks, now.held.descriptors, now.held.threads, in);
+  std::printf("%6.1f %12ld %13ld %8ld %8ld %7ld %11ld %7ld %9zu\n", now.minute, now.held.resident_kib,
+              now.held.anonymous_kib, now.held.heap_kib, now.held.free_kib, now.held.libobs_blocks,
+              now.held.descriptors, now.held.threads, in);
   std::fflush(stdout);
+}
+
+void WriteMallocInfo(const std::string &path) {
+  std::FILE *const out = std::fopen(path.c_str(), "w");
+  if (out == nullptr) return;
+  malloc_info(0, out);
+  std::fclose(out);
+}
+
+// What was freed and kept by the C library goes back to the system.
+void TellTrim() {
+  const Footprint before = vanta_soak::TakeFootprint();
+  malloc_trim(0);
+  const Footprint after = vanta_soak::TakeFootprint();
+  std::printf("malloc_trim: resident %ld KiB, then %ld; heap in use %ld, free %ld\n", before.resident_kib,
+              after.resident_kib, after.heap_kib, after.free_kib);
 }
 
 // The filters on a source.
@@ -88,7 +122,8 @@ struct Filters {
 // What is left after each life.
 void PlayLives(FedSource &source, const std::string &list, const FedFrame &frame, int lives) {
   constexpr int kFrames = 40;
-  std::printf("  life resident_kib heap_kib free_kib  blocks descriptors threads    frames   (%s)\n", list.c_str());
+  std::printf("  life resident_kib anonymous_kib heap_kib free_kib  blocks descriptors threads    frames   (%s)\n",
+              list.c_str());
   for (int life = 0; life < lives && !Campaign::Interrupted(); ++life) {
     {
       const Filters filters(source.Get(), list);
@@ -111,6 +146,8 @@ void Play(Campaign &campaign) {
   const double minutes = campaign.Number("minutes", campaign.is_short() ? 0.3 : 60);
   const double settle = campaign.Number("settle", campaign.is_short() ? 0.1 : 3);
   const std::string filters = campaign.Option("filters", "beauty,landmarks,green");
+  const std::string malloc_file = campaign.Option("malloc-info", "");
+  const bool trims = campaign.Number("trim", 0) != 0;
 
   const ObsSession session({.width = width, .height = height, .fps = kRate});
   FedSource source;
@@ -126,8 +163,9 @@ void Play(Campaign &campaign) {
   auto next_frame = Clock::now();
   const auto begin = next_frame;
   double next_sample = 0, next_line = 0;
-  std::printf("minute resident_kib heap_kib free_kib  blocks descriptors threads    frames   (%s, %ux%u)\n",
-              filters.c_str(), width, height);
+  std::printf(
+      "minute resident_kib anonymous_kib heap_kib free_kib  blocks descriptors threads    frames   (%s, %ux%u)\n",
+      filters.c_str(), width, height);
   while (!Campaign::Interrupted()) {
     frame.Get()->timestamp = os_gettime_ns();
     source.Feed(frame);
@@ -138,27 +176,29 @@ void Play(Campaign &campaign) {
     if (minute < next_sample) continue;
     next_sample += kSampleSeconds / 60;
     const Sample now{minute, vanta_soak::TakeFootprint()};
-    if (minute >= settle) samples.push_back(now);
+    if (minute >= settle) {
+      if (samples.empty() && !malloc_file.empty()) WriteMallocInfo(malloc_file + ".begin");
+      if (samples.empty() && trims) TellTrim();
+      samples.push_back(now);
+    }
     if (minute >= next_line) {
       Print(now, fed);
       next_line += 1;
     }
     if (minute >= minutes) break;
   }
-  if (const std::string file = campaign.Option("malloc-info", ""); !file.empty()) {
-    std::FILE *const out = std::fopen(file.c_str(), "w");
-    malloc_info(0, out);
-    std::fclose(out);
-  }
+  if (!malloc_file.empty()) WriteMallocInfo(malloc_file);
+  if (trims) TellTrim();
   TakeCachedFramesOut(samples, width, height);
-  const double heap = Slope(samples, &Footprint::heap_kib);
-  if (samples.size() > 24 && heap > kMostGrowth) campaign.Report("the heap grows");
+  const double heap = Slope(samples, &Footprint::heap_kib), lowest = LowestGrowth(samples);
+  const double lasted = samples.empty() ? 0 : samples.back().minute - samples[0].minute;
+  if (samples.size() > 24 && lowest > kMostGrowth) campaign.Report("the heap grows");
   std::printf(
-      "memory of %s: resident %+.1f, heap in use %+.1f without cached frames, heap free %+.1f KiB a minute, libobs's "
-      "blocks %+.2f a "
-      "minute, over %.1f minutes\n",
-      filters.c_str(), Slope(samples, &Footprint::resident_kib), heap, Slope(samples, &Footprint::free_kib),
-      Slope(samples, &Footprint::libobs_blocks), samples.empty() ? 0 : samples.back().minute - samples[0].minute);
+      "memory of %s: resident %+.1f (anonymous %+.1f), heap in use %+.1f without cached frames (its lowest %+.1f), "
+      "heap free %+.1f KiB a "
+      "minute, libobs's blocks %+.2f a minute, over %.1f minutes\n",
+      filters.c_str(), Slope(samples, &Footprint::resident_kib), Slope(samples, &Footprint::anonymous_kib), heap,
+      lowest, Slope(samples, &Footprint::free_kib), Slope(samples, &Footprint::libobs_blocks), lasted);
 }
 
 }  // namespace
