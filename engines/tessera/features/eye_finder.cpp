@@ -22,6 +22,7 @@ constexpr int kMostBox = 34;
 
 constexpr float kIrisRadius = 0.095F;  // 6 mm
 constexpr float kPupilReach = 0.16F;   // from the middle of the cascade's box
+constexpr float kReachBetweenWhites = 0.08F;
 
 constexpr float kPartOfNearer = 0.85F;  // a place nearer to the other eye than usual must be so much clearer
 
@@ -83,17 +84,15 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
   const cv::Mat coarse = Lit(cut);
   std::optional<cv::Point2f> left = CascadeEye(coarse, false);
   std::optional<cv::Point2f> right = CascadeEye(coarse, true);
-  if ((!left || !right) && IsDark(cut)) {
-    const auto pair = FindEyesByWhites(cut, ToPixels(kUsualLeft, kCascadeDensity),
+  const auto whites = FindEyesByWhites(cut, ToPixels(kUsualLeft, kCascadeDensity),
                                        ToPixels(kUsualRight, kCascadeDensity), kCascadeDensity);
-    if (pair) {
-      left = ToUnits(pair->left, kCascadeDensity);
-      right = ToUnits(pair->right, kCascadeDensity);
-    } else {
-      const cv::Mat evened = Evened(cut, 4, 1);
-      if (!left) left = CascadeEye(evened, false);
-      if (!right) right = CascadeEye(evened, true);
-    }
+  if (whites) {  // also where the cascade saw two: in dark skin brows look like eyes to it
+    left = ToUnits(whites->left, kCascadeDensity);
+    right = ToUnits(whites->right, kCascadeDensity);
+  } else if ((!left || !right) && IsDark(cut)) {
+    const cv::Mat evened = Evened(cut, 4, 1);
+    if (!left) left = CascadeEye(evened, false);
+    if (!right) right = CascadeEye(evened, true);
   }
   // An eye that was not seen stands as far beside its usual place as the other one, mirrored in part.
   const auto start = [](const std::optional<cv::Point2f> &seen, cv::Point2f usual,
@@ -103,11 +102,14 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
     const cv::Point2f off = *other - other_usual;
     return usual + cv::Point2f(off.x * 0.5F, off.y);
   };
-  const cv::Mat fine = Lit(CutUpright(luma, expected, kWindow, kIrisDensity));
-  const auto pupil = [&fine](cv::Point2f from) {
-    const auto iris =
-        FindIris(fine, ToPixels(from, kIrisDensity), kPupilReach * kIrisDensity, kIrisRadius * kIrisDensity);
-    return iris ? Pupil{ToUnits(iris->place, kIrisDensity), iris->score} : Pupil{from, 0};
+  const cv::Mat fine_cut = CutUpright(luma, expected, kWindow, kIrisDensity);
+  const cv::Mat fine = Lit(fine_cut);
+  const float reach = whites ? kReachBetweenWhites : kPupilReach;
+  const auto pupil = [&](cv::Point2f from) {
+    auto iris = FindIris(fine, ToPixels(from, kIrisDensity), reach * kIrisDensity, kIrisRadius * kIrisDensity);
+    if (!iris) return Pupil{from, 0};
+    iris->place.y = MiddleOfWhites(fine_cut, iris->place, kIrisDensity).value_or(iris->place.y);
+    return Pupil{ToUnits(iris->place, kIrisDensity), iris->score};
   };
   // In a head that turns aside the far eye comes nearer to the other one.
   const auto unseen = [&pupil](cv::Point2f usual, const std::optional<cv::Point2f> &other) {

@@ -17,4 +17,9 @@ struct EyePair {
 // any.
 std::optional<EyePair> FindEyesByWhites(const cv::Mat &patch, cv::Point2f left, cv::Point2f right, float density);
 
+// The height, in rows, of the middle of the whites beside an iris: in dark skin neither lids nor lashes stand out, and
+// the iris's edges alone tell hardly how high it lies. None where skin is not dark or the whites are not seen. Threads:
+// any.
+std::optional<float> MiddleOfWhites(const cv::Mat &patch, cv::Point2f iris, float density);
+
 }  // namespace tessera

@@ -1,6 +1,7 @@
 #include "features/face_cues.h"
 
 #include <algorithm>
+
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
@@ -14,6 +15,12 @@ namespace {
 constexpr double kWellLit = 130;  // mean luma code above black
 constexpr double kMostGain = 5;
 constexpr double kBlack = 16;
+
+// In skin darker than this, what is so much brighter than it, the room behind the head and shine on lips and chin,
+// would make lines and spots where none are; an end of a line is told less well beside a bright room than its place.
+constexpr double kDarkSkin = 115;         // luma code
+constexpr double kMostBeside = 1.1;       // brightnesses of the skin
+constexpr double kMostBesideLine = 1.35;  // likewise
 
 }  // namespace
 
@@ -60,8 +67,15 @@ FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWin
   patch.convertTo(lit, CV_32F, static_cast<double>(gain_));
   const cv::Mat fine = Blurred(lit, 0.02F);
   light = fine;
-  lines = cv::max(Blurred(lit, 0.22F) - fine, 0);
-  spots = cv::max(Blurred(lit, 0.09F) - fine, 0);
+  const double skin = window.cut_off ? SkinCode(patch, window.area, window.density) : 255;
+  const auto darker = [&](float around, double most) {
+    const double white = (kBlack + most * (skin - kBlack)) * static_cast<double>(gain_);
+    if (skin >= kDarkSkin) return cv::Mat(cv::max(Blurred(lit, around) - fine, 0));
+    return cv::Mat(cv::max(Blurred(cv::min(lit, white), around) - cv::min(fine, white), 0));
+  };
+  lines = darker(0.22F, kMostBesideLine);
+  line_ends = skin < kDarkSkin ? darker(0.22F, kMostBeside) : lines;
+  spots = darker(0.09F, kMostBeside);
 }
 
 void FaceCues::AddColour(const PictureView &picture, const Placement &placement) {

@@ -11,12 +11,13 @@ namespace tessera {
 struct CueWindow {
   cv::Rect2f area;
   float density = 0;
-  float depth = 0;  // of what stays where it is in the window when the head turns, see FaceDepth
+  float depth = 0;       // of what stays where it is in the window when the head turns, see FaceDepth
+  bool cut_off = false;  // in darker skin, what is brighter than it is no surroundings of lines and spots
 };
 
 // The face from the brows to below the eyes, and from below the eyes to the chin of an open mouth.
 inline const CueWindow kUpperFace{{-1.0F, -0.65F, 2.0F, 0.95F}, 44, 0};
-inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.6F}, 36, 0.22F};
+inline const CueWindow kLowerFace{{-0.8F, 0.3F, 1.6F, 1.6F}, 36, 0.22F, true};
 
 // Pictures of floats, as bright as if the face were well lit, cut out where the part stands when the head is turned
 // aside by an angle of the tangent `turn`. Threads: any.
@@ -39,9 +40,10 @@ class FaceCues {
   float X(float column) const;
   float Y(float row) const;
 
-  cv::Mat light;  // luma codes
-  cv::Mat lines;  // how much darker than its wider surroundings, luma codes
-  cv::Mat spots;  // the same for small dark places
+  cv::Mat light;      // luma codes
+  cv::Mat lines;      // how much darker than its wider surroundings, luma codes
+  cv::Mat line_ends;  // the same, to tell where a line ends
+  cv::Mat spots;      // for small dark places
   // How far from the skin's colour, chroma codes: V (towards red) and U (towards blue). Empty without colour.
   cv::Mat red;
   cv::Mat blue;

@@ -1,4 +1,3 @@
-
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -39,8 +38,23 @@ struct MouthLine {
   std::vector<float> dark;  // there
 };
 
+// The best way into a place: the darkness along it so far, and the step down from the column before.
+struct Way {
+  float darkness = 0;
+  int8_t step = 0;
+};
+
+// From the column before, whose best darknesses are `before`: straight on or a row aside.
+Way BestWay(const std::vector<float> &before, size_t row) {
+  constexpr float kStraightOn = 0.3F;  // luma codes: what a step aside must be worth
+  Way way{before[row] + kStraightOn, 0};
+  if (row > 0 && before[row - 1] > way.darkness) way = {before[row - 1], -1};
+  if (row + 1 < before.size() && before[row + 1] > way.darkness) way = {before[row + 1], 1};
+  return way;
+}
+
 // The smooth path from left to right through the darkest places, rather at the height of a mouth than elsewhere.
-MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
+MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue, const cv::Mat &ends) {
   const int first = std::max(0, cvRound(face.Column(-kMouthReach)));
   const int last = std::min(face.lines.cols - 1, cvRound(face.Column(kMouthReach)));
   const int top = cvRound(face.Row(0.78F));
@@ -49,7 +63,7 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   std::vector<float> usual;
   for (int row = top; row <= bottom; ++row)
     usual.push_back(Bell(face.Y(static_cast<float>(row)) - kMouthHeight, kMouthSpread));
-  // Of each place in a column: the darkness along the best path to it, and the step that led there.
+  // Of each place in a column: the darkness along the best path to it; of all, the step that led there.
   std::vector<float> best(usual.size());
   std::vector<float> before(usual.size());
   std::vector<int8_t> steps(usual.size() * static_cast<size_t>(columns), 0);
@@ -59,19 +73,9 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
     const float *here = cue.ptr<float>(top) + first + column;
     int8_t *step = steps.data() + static_cast<size_t>(column) * usual.size();
     for (size_t row = 0; row < usual.size(); ++row, here += stride) {
-      float most = 0;
-      if (column > 0) {
-        most = before[row] + 0.3F;
-        if (row > 0 && before[row - 1] > most) {
-          most = before[row - 1];
-          step[row] = -1;
-        }
-        if (row + 1 < usual.size() && before[row + 1] > most) {
-          most = before[row + 1];
-          step[row] = 1;
-        }
-      }
-      best[row] = most + *here * usual[row];
+      const Way way = column > 0 ? BestWay(before, row) : Way();
+      step[row] = way.step;
+      best[row] = way.darkness + *here * usual[row];
     }
   }
   MouthLine line{cue,
@@ -85,7 +89,7 @@ MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue) {
   for (int column = columns - 1; column >= 0; --column) {
     const auto i = static_cast<size_t>(column);
     line.rows[i] = top + row;
-    line.dark[i] = cue.at<float>(top + row, first + column);
+    line.dark[i] = ends.at<float>(top + row, first + column);
     row += steps[i * usual.size() + static_cast<size_t>(row)];
   }
   return line;
@@ -121,10 +125,10 @@ float Sharpness(const FaceCues &face, const cv::Mat &creases, const MouthLine &l
 // In a beard, and in dark skin, the line between the lips is dark beside the lips alone.
 MouthLine FindLine(const FaceCues &face) {
   const cv::Mat creases = Creases(face);
-  MouthLine best = DarkestPath(face, face.lines);
+  MouthLine best = DarkestPath(face, face.lines, face.line_ends);
   float sharpness = Sharpness(face, creases, best);
   const auto consider = [&](const cv::Mat &cue, float clearly) {
-    MouthLine line = DarkestPath(face, cue);
+    MouthLine line = DarkestPath(face, cue, cue);
     const float here = Sharpness(face, creases, line);
     if (here <= clearly * sharpness) return;
     best = std::move(line);
@@ -219,85 +223,128 @@ constexpr float kThickestLip = 0.27F;
 constexpr float kFaintRed = 1.5F;  // chroma codes
 constexpr float kClearRed = 4.5F;
 
-// Between the lips it is dark: a thin line, or the dark of the mouth. Where teeth stand above the dark, the upper lip
-// begins above them, where it gets red.
-void FindGap(const FaceCues &face, Mouth &mouth) {
-  constexpr float kReach = 0.1F;
-  constexpr float kFaintGap = 8;  // luma codes
-  constexpr float kClearGap = 22;
-  constexpr float kLineWidth = 0.05F;  // between the edges of the line of closed lips
-  constexpr float kTeeth = 0.11F;      // no more of them is seen
-  constexpr float kTeethBelow = 0.2F;
-  constexpr float kAround = 0.3F;
-  constexpr float kFirstLevel = 0.35F;  // of the way from the darkest row to the skin
-  constexpr float kBeside = 0.08F;
-  const std::vector<float> dark = RowsOf(face, face.lines, mouth, kReach);
-  const std::vector<float> light = RowsOf(face, face.light, mouth, kReach);
+constexpr float kGapReach = 0.1F;    // columns that tell of the gap, to either side of the middle
+constexpr float kGapAround = 0.3F;   // above and below it lie skin and lips
+constexpr float kLineWidth = 0.05F;  // between the edges of the line of closed lips
+
+// The dark between the lips, in rows: from `top` to `bottom` it is darker than `level`.
+struct Dark {
+  int peak = 0;  // its darkest row
+  int top = 0;
+  int bottom = 0;
+  float level = 0;    // luma codes, like the following
+  float darkest = 0;  // in `peak`
+  float lips = 0;     // beside it
+  float top_y = 0;    // finer than rows
+  float bottom_y = 0;
+};
+
+// Of the rows about the line the darkest, rather near to it than further away.
+int DarkestRow(const FaceCues &face, const Mouth &mouth) {
+  constexpr float kSpread = 0.07F;
+  const std::vector<float> dark = RowsOf(face, face.lines, mouth, kGapReach);
   const int first = face.NearestRow(mouth.line - 0.08F);
   const int last = face.NearestRow(mouth.line + 0.16F);
   int peak = first;
   float most = 0;
   for (int row = first; row <= last; ++row) {
-    const float here = dark[static_cast<size_t>(row)] * Bell(face.Y(static_cast<float>(row)) - mouth.line, 0.07F);
+    const float here = dark[static_cast<size_t>(row)] * Bell(face.Y(static_cast<float>(row)) - mouth.line, kSpread);
     if (here <= most) continue;
     most = here;
     peak = row;
   }
-  const float middle = face.Y(static_cast<float>(peak));
-  const float darkest = light[static_cast<size_t>(peak)];
-  float around = std::min(MostOf(face, light, middle - kAround, middle), MostOf(face, light, middle, middle + kAround));
-  float level = Mixed(darkest, around, kFirstLevel);
-  int top = peak;
-  int bottom = peak;
-  const auto widen = [&] {
-    while (top > face.NearestRow(middle - kAround) && light[static_cast<size_t>(top)] < level) --top;
-    while (bottom < face.NearestRow(middle + 1.3F * kAround) && light[static_cast<size_t>(bottom)] < level) ++bottom;
-  };
-  widen();
-  // The lips beside it are darker than the skin.
-  const float above = face.Y(static_cast<float>(top));
-  const float below = face.Y(static_cast<float>(bottom));
-  around = std::min(MostOf(face, light, above - kBeside, above), MostOf(face, light, below, below + kBeside));
-  level = Mixed(darkest, around, 0.5F);
-  widen();
-  mouth.gap_confidence = Clamped01((around - darkest - kFaintGap) / (kClearGap - kFaintGap));
+  return peak;
+}
+
+void Widen(const FaceCues &face, const std::vector<float> &light, Dark &dark) {
+  const float middle = face.Y(static_cast<float>(dark.peak));
+  const int highest = face.NearestRow(middle - kGapAround);
+  const int lowest = face.NearestRow(middle + 1.3F * kGapAround);
+  while (dark.top > highest && light[static_cast<size_t>(dark.top)] < dark.level) --dark.top;
+  while (dark.bottom < lowest && light[static_cast<size_t>(dark.bottom)] < dark.level) ++dark.bottom;
+}
+
+Dark FindDark(const FaceCues &face, const Mouth &mouth) {
+  constexpr float kFirstLevel = 0.35F;  // of the way from the darkest row to the skin
+  constexpr float kBeside = 0.08F;
+  const std::vector<float> light = RowsOf(face, face.light, mouth, kGapReach);
   const auto at = [&light](int row) { return light[static_cast<size_t>(row)]; };
-  const float top_y = top < peak ? face.Y(static_cast<float>(top) + Crossing(at(top), at(top + 1), level)) : middle;
-  const float bottom_y =
-      bottom > peak ? face.Y(static_cast<float>(bottom) - Crossing(at(bottom), at(bottom - 1), level)) : middle;
-  const float line = std::min(0.5F * kLineWidth, 0.5F * (bottom_y - top_y));
-  mouth.gap_top = top_y + line;
-  mouth.gap_bottom = bottom_y - line;
-  if (face.red.empty()) return;
-  const std::vector<float> red = RowsOf(face, face.red, mouth, kReach);
-  const auto red_at = [&red](int row) { return red[static_cast<size_t>(row)]; };
-  const auto palest = [&red_at](int from, int to, int step) {
-    int best = from;
-    for (int row = from; row != to + step; row += step) {
-      if (red_at(row) < red_at(best)) best = row;
-    }
-    return best;
+  Dark dark;
+  dark.peak = dark.top = dark.bottom = DarkestRow(face, mouth);
+  dark.darkest = at(dark.peak);
+  const float middle = face.Y(static_cast<float>(dark.peak));
+  const float skin =
+      std::min(MostOf(face, light, middle - kGapAround, middle), MostOf(face, light, middle, middle + kGapAround));
+  dark.level = Mixed(dark.darkest, skin, kFirstLevel);
+  Widen(face, light, dark);
+  // The lips beside it are darker than the skin.
+  const float above = face.Y(static_cast<float>(dark.top));
+  const float below = face.Y(static_cast<float>(dark.bottom));
+  dark.lips = std::min(MostOf(face, light, above - kBeside, above), MostOf(face, light, below, below + kBeside));
+  dark.level = Mixed(dark.darkest, dark.lips, 0.5F);
+  Widen(face, light, dark);
+  const auto edge = [&](int row, int step) {
+    if (row == dark.peak) return middle;
+    const float part = Crossing(at(row), at(row + step), dark.level);
+    return face.Y(static_cast<float>(row) + static_cast<float>(step) * part);
   };
-  // Down to where the lower lip's red begins, below what is pale: teeth.
-  const int pale_below = palest(bottom, face.NearestRow(bottom_y + kTeethBelow), 1);
-  const float pale_y = face.Y(static_cast<float>(pale_below));
-  const float lower_lip = MostOf(face, red, pale_y, pale_y + kAround);
-  if (lower_lip - red_at(pale_below) >= kClearRed) {
-    mouth.gap_confidence = 1;
-    const float half = (lower_lip + red_at(pale_below)) * 0.5F;
-    int row = pale_below;
-    while (row + 1 < static_cast<int>(red.size()) && red_at(row) < half) ++row;
-    mouth.gap_bottom =
-        std::max(mouth.gap_bottom, face.Y(static_cast<float>(row) - Crossing(red_at(row), red_at(row - 1), half)));
+  dark.top_y = edge(dark.top, 1);
+  dark.bottom_y = edge(dark.bottom, -1);
+  return dark;
+}
+
+// The row from `from` to `to` whose red is least.
+int Palest(const std::vector<float> &red, int from, int to) {
+  const int step = to < from ? -1 : 1;
+  int best = from;
+  for (int row = from; row != to + step; row += step) {
+    if (red[static_cast<size_t>(row)] < red[static_cast<size_t>(best)]) best = row;
   }
-  if (mouth.gap_bottom - mouth.gap_top < 0.5F * kLineWidth) return;
-  const int last_tooth = face.NearestRow(top_y - kTeeth);
-  const int pale_above = palest(top, last_tooth, -1);
-  const float upper_lip = MostOf(face, red, top_y - kTeeth - 0.1F, face.Y(static_cast<float>(pale_above)));
-  if (upper_lip - red_at(pale_above) < kClearRed) return;
-  int row = pale_above;
-  while (row > last_tooth && red_at(row) < (upper_lip + red_at(pale_above)) * 0.5F) --row;
+  return best;
+}
+
+// Teeth below the dark are pale: the gap goes down to where the lower lip's red begins.
+void LowerBelowTeeth(const FaceCues &face, const std::vector<float> &red, const Dark &dark, Mouth &mouth) {
+  constexpr float kMostTeeth = 0.2F;
+  const auto at = [&red](int row) { return red[static_cast<size_t>(row)]; };
+  const int pale = Palest(red, dark.bottom, face.NearestRow(dark.bottom_y + kMostTeeth));
+  const float pale_y = face.Y(static_cast<float>(pale));
+  const float lip = MostOf(face, red, pale_y, pale_y + kGapAround);
+  if (lip - at(pale) < kClearRed) return;
+  mouth.gap_confidence = 1;
+  const float half = (lip + at(pale)) * 0.5F;
+  int row = pale;
+  while (row + 1 < static_cast<int>(red.size()) && at(row) < half) ++row;
+  mouth.gap_bottom = std::max(mouth.gap_bottom, face.Y(static_cast<float>(row) - Crossing(at(row), at(row - 1), half)));
+}
+
+// Teeth above it are, too: the gap begins above them, below the upper lip's red.
+void RaiseAboveTeeth(const FaceCues &face, const std::vector<float> &red, const Dark &dark, Mouth &mouth) {
+  constexpr float kMostTeeth = 0.11F;
+  const auto at = [&red](int row) { return red[static_cast<size_t>(row)]; };
+  const int last_tooth = face.NearestRow(dark.top_y - kMostTeeth);
+  const int pale = Palest(red, dark.top, last_tooth);
+  const float lip = MostOf(face, red, dark.top_y - kMostTeeth - 0.1F, face.Y(static_cast<float>(pale)));
+  if (lip - at(pale) < kClearRed) return;
+  int row = pale;
+  while (row > last_tooth && at(row) < (lip + at(pale)) * 0.5F) --row;
   if (row > last_tooth) mouth.gap_top = std::min(mouth.gap_top, face.Y(static_cast<float>(row)));
+}
+
+// Between the lips it is dark: a thin line, or the dark of the mouth, with teeth above and below it.
+void FindGap(const FaceCues &face, Mouth &mouth) {
+  constexpr float kFaintGap = 8;  // luma codes
+  constexpr float kClearGap = 22;
+  const Dark dark = FindDark(face, mouth);
+  mouth.gap_confidence = Clamped01((dark.lips - dark.darkest - kFaintGap) / (kClearGap - kFaintGap));
+  const float line = std::min(0.5F * kLineWidth, 0.5F * (dark.bottom_y - dark.top_y));
+  mouth.gap_top = dark.top_y + line;
+  mouth.gap_bottom = dark.bottom_y - line;
+  if (face.red.empty()) return;
+  const std::vector<float> red = RowsOf(face, face.red, mouth, kGapReach);
+  LowerBelowTeeth(face, red, dark, mouth);
+  if (mouth.gap_bottom - mouth.gap_top < 0.5F * kLineWidth) return;
+  RaiseAboveTeeth(face, red, dark, mouth);
 }
 
 // The lips' outer edges: where the red of their colour begins above the gap, and ends below it.

@@ -1,4 +1,4 @@
-// The variant value: construction, and access that bears every tag.
+// The variant value: construction, and access that takes any tag.
 #include <cstdlib>
 #include <utility>
 

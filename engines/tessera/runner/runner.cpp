@@ -84,7 +84,7 @@ std::shared_ptr<TesseraRunner> TesseraRunner::createTesseraRunner(std::shared_pt
   return runner;
 }
 
-// What there is to log is said once: no level is too quiet for it.
+// The log level is ignored: there are few messages, each logged once.
 void TesseraRunner::setLogLevel(int) {}
 
 int TesseraRunner::init() {

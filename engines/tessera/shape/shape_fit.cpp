@@ -97,13 +97,15 @@ cv::Point2f EyePoint(const std::vector<cv::Point2f> &mean, size_t point, const E
   return {side * (pupil + stretched), y};
 }
 
+// The edge of the face is another place of the head when that turns: it does not go as far. On the side that turns away
+// from the camera it goes farther once the cheek hides what lay there.
+constexpr float kEdge = -0.4F;
+constexpr float kFarEdge = -0.8F;
+
 std::vector<float> Depths(const std::vector<cv::Point2f> &shape) {
   std::vector<float> depths;
   for (const cv::Point2f &point : shape) depths.push_back(FaceDepth(point.x, point.y));
   for (size_t i = kLeftPupil; i <= kRightPupil; ++i) depths[i] = 0;
-  // The edge of the face is another place of the head when that turns: it does not go as far.
-  constexpr float kEdge = -0.4F;
-  for (size_t i = kContour.first; i <= kContour.last; ++i) depths[i] = std::max(depths[i], kEdge);
   return depths;
 }
 
@@ -155,6 +157,7 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
   static const std::vector<float> depths = Depths(mean);
   const float turn = features.turn.tangent;
   const float stretch = TurnStretch(turn);
+  const float far_edge = Mixed(kEdge, kFarEdge, Clamped01((std::abs(turn) - 0.2F) / 0.15F));
 
   std::vector<cv::Point2f> points;
   points.reserve(mean.size());
@@ -177,7 +180,9 @@ std::vector<cv::Point2f> FitShape(const Placement &placement, const Features &fe
       const float part = Clamped01(point.y / mean[kChin].y);  // the ends stay beside the eyes
       point += cv::Point2f(mouth_aside * 0.5F, chin_down) * part;
     }
-    point = {point.x + turn * depths[i], point.y * stretch};
+    float depth = depths[i];
+    if (In(kContour, i)) depth = std::max(depth, point.x * turn > 0 ? far_edge : kEdge);
+    point = {point.x + turn * depth, point.y * stretch};
     points.push_back(placement.ToPicture(point));
   }
   return points;

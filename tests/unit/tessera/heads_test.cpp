@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <opencv2/imgproc.hpp>
 
 #include "fixtures/heads/draw_head.h"
 #include "fixtures/portrait/face_reader.h"
@@ -155,6 +156,64 @@ TEST(Heads, PointsGoWithAHeadThatTurnsAside) {
     ASSERT_FALSE(face.points.empty());
     EXPECT_LT(FivePoints(face, head), turned.most);
     EXPECT_LT(Off(face, head, tessera::kNoseTip), 0.15F);
+  }
+}
+
+TEST(Heads, PupilsOfTheDarkestTonesAreNoLowerThanTheirIrises) {
+  for (const size_t tone : {8U, 9U}) {
+    SCOPED_TRACE(tone);
+    HeadPicture head = Draw(vanta_test::Person(3003, vanta_test::kMonkTones[tone]));
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 3);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kLeftPupil), 0.02F);
+    EXPECT_LT(Off(face, head, tessera::kRightPupil), 0.02F);
+  }
+}
+
+TEST(Heads, PointsGoWithADarkHeadThatTurnsAside) {
+  for (const float yaw : {-20.0F, 20.0F}) {
+    SCOPED_TRACE(yaw);
+    HeadPose pose;
+    pose.yaw = yaw;
+    HeadPicture head = Draw(vanta_test::Person(3003, vanta_test::kMonkTones[9]), pose);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 4);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(FivePoints(face, head), 0.07F);
+  }
+}
+
+TEST(Heads, MouthOfADarkFaceDoesNotReachIntoABrightRoom) {
+  const HeadLook look = vanta_test::Person(7001, vanta_test::kMonkTones[7]);
+  HeadScene scene;
+  scene.seed = 700102;
+  scene.eye_distance = 80;
+  HeadPose pose;
+  FaceReader reader;
+  ReadFace face;
+  HeadPicture head;
+  for (const float yaw : {0.0F, 10.0F}) {
+    pose.yaw = yaw;
+    head = vanta_test::DrawHead(look, pose, scene);
+    face = After(reader, head, 6);
+    ASSERT_FALSE(face.points.empty());
+  }
+  EXPECT_LT(Off(face, head, tessera::kMouthLeftCorner), 0.1F);
+  EXPECT_LT(Off(face, head, tessera::kMouthRightCorner), 0.1F);
+}
+
+// An average face is a little wider than this head.
+TEST(Heads, EdgeOfAFaceThatTurnsStaysOnTheHead) {
+  HeadPose pose;
+  pose.yaw = 20;
+  HeadPicture head = Draw(vanta_test::Person(7001, vanta_test::kMonkTones[4]), pose);
+  FaceReader reader;
+  const ReadFace face = After(reader, head, 4);
+  ASSERT_FALSE(face.points.empty());
+  for (const cv::Point2f &point : face.points) {
+    const double inside = cv::pointPolygonTest(head.outline, point, true);
+    EXPECT_GT(inside, -0.13 * static_cast<double>(head.picture.eye_distance)) << point;
   }
 }
 
