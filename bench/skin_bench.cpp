@@ -4,6 +4,7 @@
 #include <util/base.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "fixtures/portrait/expressions.h"
 #include "fixtures/portrait/skin_tones.h"
 #include "lumivex/lumivex_values.h"
 #include "vanta_filter/engine/lumivex_api.h"
@@ -24,10 +26,15 @@
 namespace {
 
 using vanta_test::PortraitPicture;
+using vanta_test::Recolouring;
+using vanta_test::SkinArea;
 using vanta_test::Spot;
+using vanta_test::SpotKind;
 
 constexpr int kWidth = 1280;
 constexpr int kHeight = 720;
+constexpr int kLeastFrames = 3;
+constexpr int kMostFrames = 15;  // half a second: a search that finds nothing looks in another way each time
 constexpr float kSpotSizes[] = {0.035F, 0.07F};  // distances between the eyes
 
 void Quiet(int, const char *, va_list, void *) {}
@@ -58,9 +65,31 @@ Planes PlanesOf(const cv::Mat &bgr) {
 
 struct Look {
   float smooth = 0.0F;
+  bool unknown = false;  // the picture is called upside down, so that no face is found
+  std::vector<std::pair<LXBeautyType, float>> beauty{};
+  std::vector<std::pair<int, float>> deform{};
+
+  // "whiten=0.4,jaw=1": names of beauty values and of shapes. False where one is not known.
+  bool Add(const std::string &text) {
+    for (size_t at = 0; at < text.size();) {
+      const size_t end = std::min(text.find(',', at), text.size());
+      const size_t equals = text.find('=', at);
+      if (equals >= end) return false;
+      const std::string name = text.substr(at, equals - at);
+      const float value = std::strtof(text.c_str() + equals + 1, nullptr);
+      const size_t before = beauty.size() + deform.size();
+      for (const auto &info : lumivex::kBeautyTypes)
+        if (info.name == name) beauty.emplace_back(info.type, value);
+      for (const auto &info : lumivex::kDeformModes)
+        if (info.name == name) deform.emplace_back(static_cast<int>(info.mode), value);
+      if (beauty.size() + deform.size() == before) return false;
+      at = end + 1;
+    }
+    return true;
+  }
 };
 
-// The picture after some frames, so that the search for faces has answered.
+// The picture after some frames: as soon as a face is found, or after half a second.
 Planes Through(const Planes &before, const Look &look, bool *found = nullptr) {
   LXEngineConfig config{};
   config.width = kWidth;
@@ -68,22 +97,29 @@ Planes Through(const Planes &before, const Look &look, bool *found = nullptr) {
   const auto engine = LX::LumivexSync::createEngine(&config);
   engine->updateTesseraParams(R"({"sync_detect":1})");  // faces in step: each frame has its own
   engine->setBeautyIntensityWithType(lumivex::kBeautySmooth, look.smooth);
+  for (const auto &[type, value] : look.beauty) engine->setBeautyIntensityWithType(type, value);
+  for (const auto &[mode, value] : look.deform) engine->setDeformIntensityWithMode(mode, value);
   LX::FramePool pool;
   Planes after;
-  for (int i = 0; i < 4; ++i) {
+  bool seen = false;
+  const int most = look.unknown ? kLeastFrames : kMostFrames;
+  for (int i = 0; i < most; ++i) {
     auto frame = pool.takeFrameDataNV12(kWidth, kHeight, 0, 0);
     frame->timestamp = 33 * i;
+    frame->rotation = look.unknown ? 180 : 0;
     frame->dump_flag = 1;
     for (int y = 0; y < kHeight; ++y)
       std::memcpy(frame->planes[0] + ptrdiff_t{frame->strides[0]} * y, before.y.ptr(y), kWidth);
     for (int y = 0; y < kHeight / 2; ++y)
       std::memcpy(frame->planes[1] + ptrdiff_t{frame->strides[1]} * y, before.uv.ptr(y), kWidth);
     frame = engine->processFrameData(std::move(frame));
-    if (i < 3) continue;
-    if (found) *found = frame->dump_text.find("\"faces\":0") == std::string::npos;
+    seen = frame->dump_text.find("\"faces\":0") == std::string::npos;
+    if (found) *found = seen;
+    if (i + 1 < kLeastFrames || (!seen && i + 1 < most)) continue;
     after.y = cv::Mat(kHeight, kWidth, CV_8U, frame->planes[0], static_cast<size_t>(frame->strides[0])).clone();
     after.uv =
         cv::Mat(kHeight / 2, kWidth / 2, CV_8UC2, frame->planes[1], static_cast<size_t>(frame->strides[1])).clone();
+    break;
   }
   return after;
 }
@@ -143,6 +179,9 @@ struct Scene {
   float noise = 0;
   cv::Scalar backdrop = cv::Scalar::all(-1);  // its colour; below 0: the portrait's own
   float grain = 0;                            // of the backdrop's light
+  cv::Size2f flecks{6, 1.2F};                 // pixels that its flecks are wide and high
+  int boards = 0;                             // pixels from joint to joint; 0: none
+  uint64_t seed = 11;
   vanta_test::PortraitSetup setup{};
 };
 
@@ -164,7 +203,7 @@ Scene Plain(bool dim) {
   return scene;
 }
 
-// Every light before every backdrop but each light's own two, in two halves that share neither size nor tilt.
+// Every light before every backdrop, in two halves that share neither size nor tilt nor a sample of what is behind.
 std::vector<Scene> Scenes(bool second_half) {
   struct Light {
     const char *name;
@@ -182,27 +221,40 @@ std::vector<Scene> Scenes(bool second_half) {
                           {"greenish", Bgr(0.8, 0.88, 0.74), 0, 1},
                           {"dim side", Bgr(0.7, 0.7, 0.7), 0.5F, 2},
                           {"dim cool", Bgr(0.55, 0.62, 0.66), 0, 1.5F}};
-  struct Backdrop {
-    const char *name;
+  struct Sample {
     cv::Scalar color;
     float grain;
+    cv::Size2f flecks;
+    int boards;
   };
-  const Backdrop backdrops[] = {{"", cv::Scalar::all(-1), 0},        {"wood", Bgr(150, 111, 71), 0.14F},
-                                {"sand", Bgr(194, 172, 134), 0.08F}, {"cardboard", Bgr(176, 141, 106), 0.05F},
-                                {"wall", Bgr(214, 206, 194), 0.02F}, {"grey wall", Bgr(128, 126, 124), 0.03F}};
-  // Of each light which half sees which backdrop: the two that come last in a group of three by turns.
+  struct Backdrop {
+    const char *name;
+    Sample samples[2];  // of each half
+  };
+  const Sample none{cv::Scalar::all(-1), 0, {}, 0};
+  const Backdrop backdrops[] = {
+      {"", {none, none}},
+      {"wood", {{Bgr(150, 111, 71), 0.14F, {6, 1.2F}, 0}, {Bgr(186, 140, 96), 0.10F, {1.5F, 14}, 110}}},
+      {"sand", {{Bgr(194, 172, 134), 0.08F, {6, 1.2F}, 0}, {Bgr(214, 188, 150), 0.12F, {1.5F, 1.5F}, 0}}},
+      {"cardboard", {{Bgr(176, 141, 106), 0.05F, {6, 1.2F}, 0}, {Bgr(160, 122, 86), 0.04F, {2, 8}, 260}}},
+      {"wall", {{Bgr(214, 206, 194), 0.02F, {6, 1.2F}, 0}, {Bgr(206, 190, 172), 0.03F, {3, 3}, 0}}},
+      {"grey wall", {{Bgr(128, 126, 124), 0.03F, {6, 1.2F}, 0}, {Bgr(150, 147, 150), 0.02F, {3, 3}, 0}}}};
+  static std::vector<std::string> names;
+  names.reserve(200);
   std::vector<Scene> scenes;
   size_t number = 0;
-  for (const Light &light : lights) {
-    for (const Backdrop &backdrop : backdrops) {
-      const size_t place = number++;
-      const bool by_turns = place % 3 == 2;
-      const bool held = by_turns ? (place / 3 + place / 6) % 2 == 1 : place % 2 == 1;
-      if (held != second_half) continue;
-      static std::vector<std::string> names;
-      names.reserve(200);
-      names.push_back(std::string(light.name) + (*backdrop.name ? ", " : "") + backdrop.name);
-      Scene scene{names.back().c_str(), light.light, light.side, light.noise, backdrop.color, backdrop.grain};
+  for (size_t light = 0; light < std::size(lights); ++light) {
+    for (size_t behind = 0; behind < std::size(backdrops); ++behind) {
+      ++number;
+      if ((light + behind) % 2 != (second_half ? 1U : 0U)) continue;
+      const Backdrop &backdrop = backdrops[behind];
+      const Sample &sample = backdrop.samples[second_half ? 1 : 0];
+      names.push_back(std::string(lights[light].name) + (*backdrop.name ? ", " : "") + backdrop.name);
+      Scene scene{names.back().c_str(), lights[light].light, lights[light].side, lights[light].noise, sample.color};
+      scene.grain = sample.grain;
+      scene.flecks = sample.flecks;
+      scene.boards = sample.boards;
+      if (second_half) scene.seed = 29;
       scene.setup.size = {kWidth, kHeight};
       scene.setup.middle = second_half ? cv::Point2f(600, 310) : cv::Point2f(660, 290);
       scene.setup.eye_distance =
@@ -230,6 +282,32 @@ cv::Mat PersonMask(const PortraitPicture &picture) {
   return mask;
 }
 
+// Light of the backdrop above its colour, as parts of it.
+cv::Mat Flecks(const Scene &scene, const cv::Size &size) {
+  cv::RNG random(scene.seed);
+  cv::Mat flecks(size, CV_32F);
+  random.fill(flecks, cv::RNG::NORMAL, 0, 1);
+  // Long ones, as wood and cloth have them, or round ones; of the same strength.
+  const cv::Size2f &fleck = scene.flecks;
+  cv::GaussianBlur(flecks, flecks, cv::Size(0, 0), static_cast<double>(fleck.width), static_cast<double>(fleck.height));
+  flecks *= scene.grain * 1.5F * std::sqrt(fleck.area());
+  for (int left = 40; scene.boards > 0 && left < size.width; left += scene.boards) {
+    flecks.colRange(left, std::min(left + 3, size.width)) -= 0.45F;
+    const float lighter = random.uniform(-0.12F, 0.12F);
+    flecks.colRange(left, std::min(left + scene.boards, size.width)) += lighter;
+  }
+  return flecks;
+}
+
+// As a camera gives it: with noise of that deviation in codes, and whole codes.
+cv::Mat WithNoise(const cv::Mat &lit, float deviation, uint64_t seed) {
+  cv::Mat noise = cv::Mat::zeros(lit.size(), CV_32FC3);
+  if (deviation > 0) cv::RNG(seed).fill(noise, cv::RNG::NORMAL, 0, deviation);
+  cv::Mat codes;
+  cv::add(lit, noise, codes, cv::noArray(), CV_8UC3);
+  return codes;
+}
+
 // The picture in the scene's light, before its backdrop.
 cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
   cv::Mat lit;
@@ -237,12 +315,7 @@ cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
   if (scene.backdrop[0] >= 0) {
     cv::Mat mask;
     PersonMask(picture).convertTo(mask, CV_32F, 1.0 / 255);
-    // Long flecks, as wood and cloth have them.
-    cv::RNG random(11);
-    cv::Mat flecks(picture.bgr.size(), CV_32F);
-    random.fill(flecks, cv::RNG::NORMAL, 0, 1);
-    cv::GaussianBlur(flecks, flecks, cv::Size(0, 0), 6, 1.2);
-    flecks *= scene.grain * 4;
+    const cv::Mat flecks = Flecks(scene, picture.bgr.size());
     for (int y = 0; y < lit.rows; ++y) {
       for (int x = 0; x < lit.cols; ++x) {
         const float part = mask.at<float>(y, x);
@@ -261,15 +334,7 @@ cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
     cv::Mat column = lit.col(x);
     cv::multiply(column, scene.light * shade, column);
   }
-  if (scene.noise > 0) {
-    cv::RNG random(3);
-    cv::Mat noise(lit.size(), CV_32FC3);
-    random.fill(noise, cv::RNG::NORMAL, 0, scene.noise);
-    lit += noise;
-  }
-  cv::Mat result;
-  lit.convertTo(result, CV_8UC3);
-  return result;
+  return WithNoise(lit, scene.noise, 3);
 }
 
 // Rows of that many pairs.
@@ -283,6 +348,23 @@ cv::Mat Sheet(const std::vector<cv::Mat> &pairs, size_t in_row) {
     sheet.push_back(row);
   }
   return sheet;
+}
+
+// What is no skin: above and beside the head, and the collar.
+const std::array<cv::Rect, 4> kOutside = {cv::Rect{0, 0, 400, 500}, cv::Rect{880, 0, 400, 500},
+                                          cv::Rect{0, 560, 500, 160}, cv::Rect{780, 560, 500, 160}};
+
+// Of the edges of eyes and lips.
+double EdgesKept(const PortraitPicture &picture, const Planes &before, const Planes &after) {
+  const float e = picture.eye_distance;
+  std::vector<cv::Rect> features;
+  for (const size_t mark : {size_t{4}, size_t{5}}) {
+    features.emplace_back(cvRound(picture.marks[mark].x - 0.28F * e), cvRound(picture.marks[mark].y - 0.14F * e),
+                          cvRound(0.56F * e), cvRound(0.28F * e));
+  }
+  const cv::Point2f mouth = (picture.marks[7] + picture.marks[8]) * 0.5F;
+  features.emplace_back(cvRound(mouth.x - 0.5F * e), cvRound(mouth.y - 0.1F * e), cvRound(e), cvRound(0.45F * e));
+  return EdgeEnergy(after.y, features) / EdgeEnergy(before.y, features);
 }
 
 // What one tone shows in one scene. Contrasts as parts of what they were.
@@ -317,15 +399,7 @@ Figures Measure(const cv::Mat &person, const Scene &scene, const Look &look) {
     figures.before = Cut(in, plain);
     figures.after = Cut(out, plain);
   }
-  const float e = plain.eye_distance;
-  std::vector<cv::Rect> features;
-  for (const size_t mark : {size_t{4}, size_t{5}}) {
-    features.emplace_back(cvRound(plain.marks[mark].x - 0.28F * e), cvRound(plain.marks[mark].y - 0.14F * e),
-                          cvRound(0.56F * e), cvRound(0.28F * e));
-  }
-  const cv::Point2f mouth = (plain.marks[7] + plain.marks[8]) * 0.5F;
-  features.emplace_back(cvRound(mouth.x - 0.5F * e), cvRound(mouth.y - 0.1F * e), cvRound(e), cvRound(0.45F * e));
-  figures.edges = EdgeEnergy(after.y, features) / EdgeEnergy(before.y, features);
+  figures.edges = EdgesKept(plain, before, after);
   // Fine texture on a cheek.
   cv::RNG random(5);
   cv::Mat grain(unspotted.size(), CV_16S);
@@ -335,8 +409,10 @@ Figures Measure(const cv::Mat &person, const Scene &scene, const Look &look) {
   cv::Mat textured;
   cv::add(unspotted, grains, textured, cv::noArray(), CV_8UC3);
   const Planes texture = PlanesOf(textured);
-  const Planes kept = Through(texture, {0.3F});
-  const Planes smooth3 = Through(before, {0.3F});
+  Look low = look;
+  low.smooth = 0.3F;
+  const Planes kept = Through(texture, low);
+  const Planes smooth3 = Through(before, low);
   const cv::Point2f cheek = vanta_test::OnFace(plain, {-0.55F, 0.55F});
   const cv::Rect place(cvRound(cheek.x) - 16, cvRound(cheek.y) - 16, 32, 32);
   cv::Mat had_texture;
@@ -344,9 +420,7 @@ Figures Measure(const cv::Mat &person, const Scene &scene, const Look &look) {
   cv::subtract(texture.y(place), before.y(place), had_texture, cv::noArray(), CV_32F);
   cv::subtract(kept.y(place), smooth3.y(place), has_texture, cv::noArray(), CV_32F);
   figures.texture = cv::norm(has_texture) / cv::norm(had_texture);
-  // What is no skin: above and beside the head, and the collar.
-  const std::vector<cv::Rect> places = {{0, 0, 400, 500}, {880, 0, 400, 500}, {0, 560, 500, 160}, {780, 560, 500, 160}};
-  for (const cv::Rect &rect : places)
+  for (const cv::Rect &rect : kOutside)
     figures.outside = std::max(figures.outside, cv::norm(after.y(rect), before.y(rect), cv::NORM_L1) / rect.area());
   return figures;
 }
@@ -391,13 +465,168 @@ void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, si
   }
 }
 
+// How a portrait comes to its tone and its spots.
+struct Way {
+  const char *name;
+  Recolouring recolouring;
+  SkinArea area;
+  SpotKind spots;
+};
+constexpr Way kWays[] = {
+    {"gain", Recolouring::kGain, SkinArea::kFace, SpotKind::kSoft},
+    {"linear light", Recolouring::kLinearLight, SkinArea::kFace, SpotKind::kLab},
+    {"lab", Recolouring::kLab, SkinArea::kFace, SpotKind::kLab},
+    {"lab, scaled", Recolouring::kLabScaled, SkinArea::kEllipse, SpotKind::kLab},
+    {"gamma", Recolouring::kGamma, SkinArea::kEllipse, SpotKind::kSoft},
+    {"lab by colour", Recolouring::kLab, SkinArea::kByColour, SpotKind::kLab},
+    {"gain by colour", Recolouring::kGain, SkinArea::kByColour, SpotKind::kDiscs},
+    {"linear, ellipse", Recolouring::kLinearLight, SkinArea::kEllipse, SpotKind::kDiscs},
+};
+
+// In which the picture is taken.
+struct Condition {
+  const char *name;
+  cv::Scalar light = cv::Scalar::all(1);
+  float noise = 0;
+  int jpeg = 0;  // quality; 0: not compressed
+  float eye_distance = 100;
+  float degrees = 0;
+  float turned = 0;  // degrees
+  bool two = false;  // people
+  float spot = 0.035F;
+};
+
+std::vector<Condition> Conditions() {
+  std::vector<Condition> all = {{"plain"},
+                                {"bright", cv::Scalar::all(1.3)},
+                                {"dim", cv::Scalar::all(0.5), 1},
+                                {"warm", Bgr(1.08, 0.9, 0.66)},
+                                {"cold", Bgr(0.82, 0.95, 1.12)},
+                                {"jpeg", cv::Scalar::all(1), 2, 55}};
+  all.push_back({"small face", cv::Scalar::all(1), 0, 0, 45});
+  all.push_back({"smaller, jpeg", cv::Scalar::all(1), 1, 75, 34});
+  all.push_back({"large face", cv::Scalar::all(1), 0, 0, 150});
+  all.push_back({"tilted", cv::Scalar::all(1), 0, 0, 90, 14});
+  all.push_back({"turned", cv::Scalar::all(1), 0, 0, 90, 0, 20});
+  Condition two{"two people"};
+  two.two = true;
+  all.push_back(two);
+  Condition wide{"large spots"};
+  wide.spot = 0.07F;
+  all.push_back(wide);
+  return all;
+}
+
+cv::Mat InCondition(const cv::Mat &bgr, const Condition &condition) {
+  cv::Mat lit;
+  bgr.convertTo(lit, CV_32FC3);
+  cv::multiply(lit, condition.light, lit);
+  const cv::Mat result = WithNoise(lit, condition.noise, 7);
+  if (condition.jpeg == 0) return result;
+  std::vector<uint8_t> file;
+  cv::imencode(".jpg", result, file, {cv::IMWRITE_JPEG_QUALITY, condition.jpeg});
+  return cv::imdecode(file, cv::IMREAD_COLOR);
+}
+
+// One line for a way in a condition: what is left of the spots of each tone, and in which it is the most.
+void PrintWays(const cv::Mat &portrait, const Look &look, size_t only, const std::string &part,
+               const std::string &folder) {
+  std::printf("%-30s  faces  left: luma  worst/best  chroma  edges  outside  of each tone (*: no face)\n",
+              "recoloured by");
+  for (const Way &way : kWays) {
+    for (const Condition &condition : Conditions()) {
+      const std::string name = std::string(way.name) + ", " + condition.name;
+      if (name.find(part) == std::string::npos) continue;
+      double luma = 0, chroma = 0, least = 9, most = 0, edges = 9, outside = 0;
+      int found = 0;
+      double tones = 0;
+      std::string each;
+      for (size_t tone = 0; tone < vanta_test::kSkinTones; ++tone) {
+        if (only != 0 && tone + 1 != only) continue;
+        const cv::Mat person =
+            vanta_test::Recoloured(portrait, vanta_test::kMonkTones[tone], way.recolouring, way.area);
+        vanta_test::PortraitSetup setup;
+        setup.size = {kWidth, kHeight};
+        setup.middle = condition.two ? cv::Point2f(420, 300) : cv::Point2f(640, 300);
+        setup.eye_distance = condition.eye_distance;
+        setup.degrees = condition.degrees;
+        PortraitPicture plain = vanta_test::PlacePortrait(person, setup);
+        if (condition.two) {
+          vanta_test::PortraitSetup second = setup;
+          second.middle.x = 940;
+          second.mirror = true;
+          AddPortrait(
+              plain,
+              vanta_test::Recoloured(portrait, vanta_test::kMonkTones[(tone + 5) % 10], way.recolouring, way.area),
+              second);
+        }
+        PortraitPicture spotted = plain;
+        auto spots = vanta_test::SpotsOn(spotted, condition.spot);
+        vanta_test::AddSpots(spotted, spots, way.spots);
+        if (condition.turned != 0) {
+          PortraitPicture with = spotted;
+          vanta_test::TurnHead(with, condition.turned);
+          spotted.bgr = with.bgr;
+          // The spots go along: where they are in the turned picture is where it differs from the plain one.
+          PortraitPicture without = plain;
+          vanta_test::TurnHead(without, condition.turned);
+          plain.bgr = without.bgr;
+          for (Spot &spot : spots) {
+            PortraitPicture alone = plain;
+            alone.bgr = cv::Mat::zeros(plain.bgr.size(), CV_8UC3);
+            cv::circle(alone.bgr, spot.middle, cvRound(spot.radius), cv::Scalar::all(255), cv::FILLED);
+            vanta_test::TurnHead(alone, condition.turned);
+            cv::Mat grey;
+            cv::cvtColor(alone.bgr, grey, cv::COLOR_BGR2GRAY);
+            const cv::Moments moments = cv::moments(grey);
+            if (moments.m00 > 0) spot.middle = cv::Point2d(moments.m10, moments.m01) / moments.m00;
+          }
+        }
+        const Planes before = PlanesOf(InCondition(plain.bgr, condition));
+        const Planes in = PlanesOf(InCondition(spotted.bgr, condition));
+        bool found_plain = false;
+        bool found_spotted = false;
+        const Planes after = Through(before, look, &found_plain);
+        const Planes out = Through(in, look, &found_spotted);
+        const Contrast had = SpotContrast(in, before, spots);
+        const Contrast has = SpotContrast(out, after, spots);
+        const double left = has.luma / had.luma;
+        luma += left;
+        chroma += has.chroma / had.chroma;
+        least = std::min(least, left);
+        most = std::max(most, left);
+        if (condition.turned == 0) edges = std::min(edges, EdgesKept(plain, before, after));
+        found += found_plain + found_spotted;
+        ++tones;
+        char text[40];
+        std::snprintf(text, sizeof(text), " %.2f/%.2f%s", left, has.chroma / had.chroma, found_spotted ? "" : "*");
+        each += text;
+        for (const cv::Rect &rect : kOutside) {
+          if (condition.two) break;
+          outside = std::max(outside, cv::norm(after.y(rect), before.y(rect), cv::NORM_L1) / rect.area());
+        }
+        if (!folder.empty()) {
+          cv::Mat pair;
+          cv::hconcat(Cut(in, plain), Cut(out, plain), pair);
+          cv::imwrite(folder + "/" + name + " " + std::to_string(tone + 1) + ".png", pair);
+        }
+      }
+      std::printf("%-30s  %5d       %5.2f       %5.2f   %5.2f  %5.2f    %5.2f %s\n", name.c_str(), found, luma / tones,
+                  (1 - most) / (1 - least), chroma / tones, edges, outside, each.c_str());
+      std::fflush(stdout);
+    }
+  }
+}
+
 }  // namespace
 
-// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--scenes chosen|held [--named TEXT]]: into the
-// folder goes a picture for each tone, before beside after, into the file all of them. With --dim the portrait is
-// mirrored, longer, smaller, noisy and at 0.7 of its light. --scenes prints one line for each of many lights before
-// many backdrops: "chosen" are those on which the engine's constants were chosen, "held" the others; with --named those
-// with the text in their name alone.
+// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--unknown] [--look NAME=VALUE,...] [--scenes
+// chosen|held]
+// [--ways] [--named TEXT]: into the folder goes a picture for each tone, before beside after, into the file all of
+// them. With --unknown no face is found. With --dim the portrait is mirrored, longer, smaller, noisy and at 0.7 of its
+// light. --scenes prints one line for each of many lights before many backdrops: "chosen" are those on which the
+// engine's constants were chosen, "held" the others; with --named those with the text in their name alone. --ways
+// prints one line for each of other ways to recolour the portrait and to draw spots, in each of some conditions.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
   std::string folder;
@@ -405,17 +634,28 @@ int main(int argc, char **argv) {
   std::string scenes;
   std::string part;
   bool dim = false;
+  bool ways = false;
   size_t only = 0;  // 1 to 10; 0: all tones
-  const Look look{0.8F};
+  Look look{0.8F};
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--pictures") == 0 && i + 1 < argc) folder = argv[++i];
     if (std::strcmp(argv[i], "--sheet") == 0 && i + 1 < argc) sheet = argv[++i];
     if (std::strcmp(argv[i], "--scenes") == 0 && i + 1 < argc) scenes = argv[++i];
     if (std::strcmp(argv[i], "--named") == 0 && i + 1 < argc) part = argv[++i];
     if (std::strcmp(argv[i], "--tone") == 0 && i + 1 < argc) only = static_cast<size_t>(std::atoi(argv[++i]));
+    if (std::strcmp(argv[i], "--look") == 0 && i + 1 < argc && !look.Add(argv[++i])) {
+      std::fprintf(stderr, "no such value in %s\n", argv[i]);
+      return 2;
+    }
+    if (std::strcmp(argv[i], "--unknown") == 0) look.unknown = true;
     if (std::strcmp(argv[i], "--dim") == 0) dim = true;
+    if (std::strcmp(argv[i], "--ways") == 0) ways = true;
   }
   const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
+  if (ways) {
+    PrintWays(portrait, look, only, part, folder);
+    return 0;
+  }
   if (!scenes.empty()) {
     PrintScenes(portrait, scenes == "held", look, only, part);
     return 0;

@@ -19,12 +19,14 @@ constexpr float kStrongDeviation = 0.035f;
 constexpr float kQuietDeviationBesideFace = 0.015f;
 constexpr float kStrongDeviationBesideFace = 0.02f;
 constexpr float kQuietDeviationInFace = 0.04f;
-constexpr float kStrongDeviationInFace = 0.20f;
+constexpr float kStrongDeviationInFace = 0.22f;
 // A blemish takes a part of the light, so its contrast grows with the skin's luma. The two above are those of skin half
 // way to white; of black skin they are this part.
 constexpr float kDimDeviation = 0.15f;
+constexpr float kDimDeviationInFace = 0.35f;
+constexpr float kMostContrast = 2.0f;     // of a face in hard light, against usual light: its folds stay
 constexpr float kChromaDeviation = 7.0f;  // codes
-constexpr float kChromaDeviationInFace = 40.0f;
+constexpr float kChromaDeviationInFace = 60.0f;
 constexpr float kWindowOfEyes = 0.15f;  // distances between the eyes on each side of the window
 constexpr float kFewSkin = 0.01f;       // of a window: below it a cell stands for itself
 
@@ -131,7 +133,8 @@ void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &s
   const float anywhere = (skin_.Own() ? kQuietDeviationBesideFace + kStrongDeviationBesideFace * strength.smooth
                                       : kQuietDeviation + kStrongDeviation * strength.smooth) *
                          span;
-  const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span;
+  const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span *
+                        std::min(skin_.Contrast(), kMostContrast);
   const auto black = static_cast<float>(space.black);
   const float per_middle = 2.0f / span;
   const float *mean = window_mean_.ptr<float>(row);
@@ -141,8 +144,10 @@ void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &s
   float *offset = offset_.ptr<float>(row);
   for (int column = 0; column < mean_.cols; ++column) {
     const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
-    const float deviation = Mix(anywhere, in_face, static_cast<float>(inside[column]) * (1.0f / 255.0f));
-    const float lit = kDimDeviation + (1.0f - kDimDeviation) * std::max(mean[column] - black, 0.0f) * per_middle;
+    const float in = static_cast<float>(inside[column]) * (1.0f / 255.0f);
+    const float deviation = Mix(anywhere, in_face, in);
+    const float dim = Mix(kDimDeviation, kDimDeviationInFace, in);
+    const float lit = dim + (1.0f - dim) * std::max(mean[column] - black, 0.0f) * per_middle;
     const float quiet = deviation * deviation * lit * lit;
     gain[column] = variance / (variance + quiet);
     offset[column] = (1.0f - gain[column]) * mean[column];

@@ -42,6 +42,12 @@ constexpr float kShadeNone = 0.3f;
 constexpr float kShadeFull = 0.5f;
 constexpr float kShineFull = 1.25f;
 constexpr float kShineNone = 1.5f;
+// What slack adds for each unit above 1: to the deviation, since the red of a spot on dark skin is many times the
+// skin's own few codes; and to what is borne of shade and shine, in usual light.
+constexpr float kNoiseOfSlack = 0.7f / 255.0f;
+constexpr float kLightSlack = 0.2f;
+constexpr float kUsualSpread = 0.13f;  // deviation of the samples' luma, as a part of it
+constexpr float kMostSpread = 4.0f;    // times that
 
 template <typename Value>
 Value Between(float from, float to, float low, float high, const Value &value) {
@@ -150,6 +156,7 @@ std::optional<SkinModel> SkinModel::Learn(std::vector<ShadeFreeColour> &samples)
   if (samples.size() < kLeastSamples) return std::nullopt;
   // Twice: the first middle lies where most of the samples are, the second knows which ones are far from it.
   SkinModel model;
+  float spread = 0.0f;
   for (int round = 0; round < 2; ++round) {
     model.middle_ = {MedianOf(samples, &ShadeFreeColour::luma), MedianOf(samples, &ShadeFreeColour::blue),
                      MedianOf(samples, &ShadeFreeColour::red)};
@@ -162,7 +169,9 @@ std::optional<SkinModel> SkinModel::Learn(std::vector<ShadeFreeColour> &samples)
              std::abs(colour.luma - model.middle_.luma) > kOutlier * luma;
     });
     if (samples.size() < kLeastSamples / 2) return std::nullopt;
+    spread = luma / std::max(model.middle_.luma, kLeastLuma);
   }
+  model.contrast_ = std::clamp(spread / kUsualSpread, 1.0f, kMostSpread);
   for (const ShadeFreeColour &colour : samples) {
     const float blue = colour.blue - model.middle_.blue;
     const float red = colour.red - model.middle_.red;
@@ -181,6 +190,7 @@ std::optional<SkinModel> SkinModel::Learn(std::vector<ShadeFreeColour> &samples)
 
 void SkinModel::Follow(const SkinModel &seen, float part) {
   const auto move = [part](float &here, float there) { here += part * (there - here); };
+  move(contrast_, seen.contrast_);
   move(middle_.luma, seen.middle_.luma);
   move(middle_.blue, seen.middle_.blue);
   move(middle_.red, seen.middle_.red);
@@ -192,7 +202,8 @@ void SkinModel::Follow(const SkinModel &seen, float part) {
 template <typename Value>
 Value SkinModel::WeightOf(const Value &luma, const Value &blue_of, const Value &red_of, const Value &slack) const {
   const Value one = All<Value>(1.0f);
-  const Value noise = All<Value>(kNoise) / Greater(luma, All<Value>(kLeastLuma));
+  const Value more = slack - one;
+  const Value noise = (All<Value>(kNoise) + All<Value>(kNoiseOfSlack) * more) / Greater(luma, All<Value>(kLeastLuma));
   const Value blue_blue = All<Value>(blue_blue_) + noise * noise;
   const Value red_red = All<Value>(red_red_) + noise * noise;
   const Value blue_red = All<Value>(blue_red_);
@@ -202,10 +213,12 @@ Value SkinModel::WeightOf(const Value &luma, const Value &blue_of, const Value &
   const Value square =
       (red_red * blue * blue - All<Value>(2.0f) * blue_red * blue * red + blue_blue * red * red) / determinant;
   const Value distance = Root(Greater(square, All<Value>(0.0f))) / slack;
-  // Less light is borne the more slack there is, and more light likewise.
+  // Less light is borne the more slack there is, and more light likewise: but a spot is not as dark as hair, nor shine
+  // on dark skin as light as fair hair.
+  const Value light_slack = one + All<Value>(kLightSlack * contrast_) * more;
   const Value shade = luma * All<Value>(1.0f / std::max(middle_.luma, kLeastLuma / 100.0f));
-  return (one - Smooth<Value>(kNear, kFar, distance)) * Smooth<Value>(kShadeNone, kShadeFull, shade * slack) *
-         (one - Smooth<Value>(kShineFull, kShineNone, shade / slack));
+  return (one - Smooth<Value>(kNear, kFar, distance)) * Smooth<Value>(kShadeNone, kShadeFull, shade * light_slack) *
+         (one - Smooth<Value>(kShineFull, kShineNone, shade / light_slack));
 }
 
 float SkinModel::Weight(const ShadeFreeColour &colour, float slack) const {

@@ -65,12 +65,15 @@ class SkinModel {
   Lanes Weight(const ShadeFreeLanes &colours, const Lanes &slack) const;
 
   const ShadeFreeColour &Middle() const { return middle_; }
+  // How much the samples' luma varied: 1 in usual light or less, up to 4 in hard light.
+  float Contrast() const { return contrast_; }
 
  private:
   template <typename Value>
   Value WeightOf(const Value &luma, const Value &blue_of, const Value &red_of, const Value &slack) const;
 
   ShadeFreeColour middle_;
+  float contrast_ = 1.0f;
   // Variances and covariance of the chroma.
   float blue_blue_ = 0.0f;
   float blue_red_ = 0.0f;

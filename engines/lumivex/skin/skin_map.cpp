@@ -173,6 +173,7 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
   }
   std::swap(people_, seen_);
   eye_distance_ = 0.0f;
+  contrast_ = 1.0f;
   for (Person &person : people_) {
     const ShadeFreeColour &middle = person.model.Middle();
     const float saturation = std::hypot(middle.blue, middle.red);
@@ -180,6 +181,7 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
     person.certain_far = Part(kGreyish, kColourful, saturation) * Part(kNoisyCodes, kClearCodes, codes) *
                          (1.0f - Part(kHands, kWall, person.wall));
     eye_distance_ = std::max(eye_distance_, person.eye_distance);
+    contrast_ = std::max(contrast_, person.model.Contrast());
   }
 }
 

@@ -41,6 +41,7 @@ class SkinMap {
   const cv::Mat &MeanU() const { return mean_u_; }              // CV_32F: codes
   const cv::Mat &MeanV() const { return mean_v_; }              // CV_32F: codes
   float EyeDistance() const { return eye_distance_; }           // of the largest person, pixels; 0 without one
+  float Contrast() const { return contrast_; }                  // the highest of the people's SkinModel::Contrast
   const std::optional<OwnColour> &Own() const { return own_; }  // empty where nobody is known
   // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
   bool RowHasSkin(int pixel_row, int scale) const;
@@ -74,6 +75,7 @@ class SkinMap {
   std::vector<Person> seen_;              // scratch
   std::vector<ShadeFreeColour> samples_;  // scratch
   float eye_distance_ = 0.0f;
+  float contrast_ = 1.0f;
   std::optional<OwnColour> own_;
   cv::Mat mean_u_;
   cv::Mat mean_v_;

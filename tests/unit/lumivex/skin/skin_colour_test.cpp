@@ -103,6 +103,39 @@ TEST(SkinModel, TakesMoreForSkinWhereSkinIsExpected) {
   EXPECT_GT(model->Weight(blush, 4.0f), model->Weight(blush, 1.0f) + 0.2f);
 }
 
+TEST(SkinModel, TakesTheRedOfASpotOnDarkSkinForSkinInAFace) {
+  std::vector<ShadeFreeColour> samples = Samples(kTones[8]);
+  const auto model = SkinModel::Learn(samples);
+  ASSERT_TRUE(model);
+  EXPECT_GT(model->Weight(Colour({74, 43, 37}), 4.0f), 0.9f);
+  EXPECT_LT(model->Weight(Colour({74, 43, 37}), 1.0f), 0.1f);
+}
+
+TEST(SkinModel, LeavesHairBeforeAFaceOutAndTakesSpots) {
+  for (const size_t tone : {size_t{4}, size_t{8}}) {
+    std::vector<ShadeFreeColour> samples = Samples(kTones[tone]);
+    const auto model = SkinModel::Learn(samples);
+    ASSERT_TRUE(model);
+    EXPECT_GT(model->Weight(Colour(kTones[tone], 0.6f), 4.0f), 0.9f) << tone;
+    EXPECT_LT(model->Weight(Colour(kTones[tone], 0.15f), 4.0f), 0.1f) << tone;
+  }
+  std::vector<ShadeFreeColour> dark = Samples(kTones[8]);
+  EXPECT_LT(SkinModel::Learn(dark)->Weight(Colour(kTones[8], 3.0f), 4.0f), 0.1f);
+}
+
+TEST(SkinModel, BearsMoreShadeOnAFaceInHardLight) {
+  std::vector<ShadeFreeColour> even = Samples(kTones[5]);
+  std::vector<ShadeFreeColour> hard;
+  for (int i = 0; i < 100; ++i) hard.push_back(Colour(kTones[5], 0.4f + 0.012f * static_cast<float>(i)));
+  const auto usual = SkinModel::Learn(even);
+  const auto contrasty = SkinModel::Learn(hard);
+  ASSERT_TRUE(usual && contrasty);
+  EXPECT_EQ(usual->Contrast(), 1.0f);
+  EXPECT_GT(contrasty->Contrast(), 1.5f);
+  EXPECT_LT(usual->Weight(Colour(kTones[5], 0.2f), 4.0f), 0.3f);
+  EXPECT_GT(contrasty->Weight(Colour(kTones[5], 0.2f), 4.0f), 0.7f);
+}
+
 TEST(SkinModel, IsNotLedAstrayBySpotsAndStrayHair) {
   auto samples = Samples(kTones[5], 80);
   for (int i = 0; i < 12; ++i) samples.push_back(Colour({150, 60, 40}));
