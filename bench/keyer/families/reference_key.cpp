@@ -86,9 +86,12 @@ ReferenceKey::Pixel ReferenceKey::At(const uint8_t *p) const {
   pixel.raw = std::max(0.0f, along - std::max(0.0f, across - std::max(along, 0.0f) * inner_) /
                                          std::max(outer_ - inner_, 1e-4f)) /
               z_;
-  const float aside = (u * x_ - v * y_) / z_ / std::max(pixel.along - constants_.aside_from, constants_.aside_least);
-  pixel.aside = Saturate(constants_.greener * (aside - constants_.greener_from)) -
-                Saturate(constants_.redder * (-aside - constants_.redder_from));
+  const float reach = std::max(pixel.along - constants_.aside_from, constants_.aside_least);
+  const float aside = (u * x_ - v * y_) / z_ / reach;
+  const float noise = constants_.hue_noise * std::max(1 / z_ - constants_.bright_key, 0.0f) / reach;
+  pixel.aside =
+      Saturate(constants_.greener * (aside - noise - constants_.greener_from)) -
+      Saturate(constants_.redder * std::min(z_ * constants_.bright_key, 1.0f) * (-aside - constants_.redder_from));
   pixel.most = std::max(r, blue_ ? g : b);
   return pixel;
 }
@@ -178,6 +181,16 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
     y = std::clamp(y, 0, static_cast<int>(height_) - 1);
     return &rgba[(static_cast<size_t>(y) * width_ + static_cast<size_t>(x)) * 4];
   };
+  // Before blue the mean of nine pixels, before green the pixel itself.
+  const int reach = blue_ ? 1 : 0;
+  const auto smooth = [&](int x, int y) {
+    std::array<float, 3> sum{};
+    for (int dy = -reach; dy <= reach; ++dy)
+      for (int dx = -reach; dx <= reach; ++dx)
+        for (size_t c = 0; c < 3; ++c) sum[c] += Channel(at(x + dx, y + dy)[c]);
+    for (float &value : sum) value /= static_cast<float>((2 * reach + 1) * (2 * reach + 1));
+    return sum;
+  };
   double evidence = 0, weight = 0;
   for (int gy = 0; gy < kCellsY * kSamples; ++gy) {
     for (int gx = 0; gx < kCellsX * kSamples; ++gx) {
@@ -186,28 +199,25 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
       const auto y =
           static_cast<int>((static_cast<float>(gy) + 0.5f) / (kCellsY * kSamples) * static_cast<float>(height_));
       const Cell &cell = map_[static_cast<size_t>(gy / kSamples) * kCellsX + static_cast<size_t>(gx / kSamples)];
-      const float k1 = At(at(x, y)).along / cell.light;
-      if (k1 < 0.12f || k1 > 0.85f) continue;
+      const float k = At(at(x, y)).along / cell.light;
+      if (k < 0.05f || k > 0.92f) continue;
       const auto along = [&](int dx, int dy) { return At(at(x + 2 * dx, y + 2 * dy)).along; };
       const float nw = along(-1, -1), n = along(0, -1), ne = along(1, -1), w = along(-1, 0), e = along(1, 0),
                   sw = along(-1, 1), s = along(0, 1), se = along(1, 1);
       const float dx = (ne + 2 * e + se - nw - 2 * w - sw) / 4, dy = (sw + 2 * s + se - nw - 2 * n - ne) / 4;
       const float length = std::sqrt(dx * dx + dy * dy);
       if (length < 0.05f * cell.light) continue;
-      const auto ox = static_cast<int>(std::lround(6 * dx / length)),
-                 oy = static_cast<int>(std::lround(6 * dy / length));
-      const uint8_t *p0 = at(x + ox, y + oy), *p1 = at(x, y), *p2 = at(x - ox, y - oy);
-      const float k0 = At(p0).along / cell.light, k2 = At(p2).along / cell.light;
-      if (k0 < 0.85f || k2 > 0.3f) continue;
-      const float part = (k1 - k2) / (k0 - k2);
-      if (part < 0.15f || part > 0.85f) continue;
+      const auto ox = static_cast<int>(std::floor(4 * dx / length + 0.5f)),
+                 oy = static_cast<int>(std::floor(4 * dy / length + 0.5f));
+      const std::array<float, 3> backing = smooth(x + ox, y + oy), middle = smooth(x, y),
+                                 front = smooth(x - ox, y - oy);
       float chord[3], span = 0, t = 0;
-      for (int c = 0; c < 3; ++c) {
-        chord[c] = Channel(p2[c]) - Channel(p0[c]);
+      for (size_t c = 0; c < 3; ++c) {
+        chord[c] = front[c] - backing[c];
         span += chord[c] * chord[c];
-        t += chord[c] * (Channel(p1[c]) - Channel(p0[c]));
+        t += chord[c] * (middle[c] - backing[c]);
       }
-      if (span < 1e-4f) continue;
+      if (span < 0.05f) continue;
       t /= span;
       if (t < 0.15f || t > 0.85f) continue;
       // The point of the path through linear light, taken as squares, that has the same projection.
@@ -215,46 +225,50 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
       for (int step = 0; step < 6; ++step) {
         const float a = (low + high) / 2;
         float projection = 0;
-        for (int c = 0; c < 3; ++c) {
-          path[c] = std::sqrt(Lerp(Channel(p0[c]) * Channel(p0[c]), Channel(p2[c]) * Channel(p2[c]), a));
-          projection += chord[c] * (path[c] - Channel(p0[c]));
+        for (size_t c = 0; c < 3; ++c) {
+          path[c] = std::sqrt(Lerp(backing[c] * backing[c], front[c] * front[c], a));
+          projection += chord[c] * (path[c] - backing[c]);
         }
         (projection < t * span ? low : high) = a;
       }
       float ed = 0, dd = 0, ee = 0;
-      for (int c = 0; c < 3; ++c) {
-        const float on_chord = Channel(p0[c]) + t * chord[c];
-        const float off = Channel(p1[c]) - on_chord, d = path[c] - on_chord;
+      for (size_t c = 0; c < 3; ++c) {
+        const float on_chord = backing[c] + t * chord[c];
+        const float off = middle[c] - on_chord, d = path[c] - on_chord;
         ed += off * d;
         dd += d * d;
         ee += off * off;
       }
       if (ee > 0.0016f + 4 * dd) continue;
-      evidence += ed;
-      weight += dd;
+      const float aside = std::max(0.0f, ee - ed * ed / std::max(dd, 1e-8f)), trust = 0.0001f / (0.0001f + aside);
+      evidence += trust * ed;
+      weight += trust * dd;
     }
   }
+  const bool known = weight_ > 0.02;
   evidence_ = 0.95 * evidence_ + evidence;
   weight_ = 0.95 * weight_ + weight;
-  const float from = blue_ ? constants_.mixing_blue : constants_.mixing_green;
+  const float from = blue_ ? constants_.mixing_blue : constants_.mixing_green,
+              to = blue_ ? constants_.mixing_blue_to : constants_.mixing_green_to;
   const float found = weight_ > 1e-6 ? static_cast<float>(evidence_ / weight_) : 0;
   if (constants_.forced_mixing >= 0)
     mixing_ = constants_.forced_mixing;
   else if (weight_ > 0.02)
-    mixing_ = Smooth(from, from + constants_.mixing_width, found);
+    mixing_ = Lerp(mixing_, Smooth(from, to, found), known ? constants_.mixing_rate : 1);
 }
 
 // 0 opaque to 1 clear. What the picture's alpha makes of it: 1 - t / 0.75 with the default settings.
 float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
   const float s = map_mixing_;
-  const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded, &b = constants_.linear;
+  const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded,
+             &b = blue_ ? constants_.linear_blue : constants_.linear;
   const float black = Lerp(a.black, b.black, s) + cell.deviation * Lerp(a.noise, b.noise, s);
-  const float aside = p.aside * (blue_ ? 1 - s : 0), over = p.luma - key_luma_ * cell.light;
+  const float aside = blue_ ? p.aside : 0, over = p.luma - key_luma_ * cell.light;
   const float brighter = std::clamp(over, 0.0f, 0.45f), darker = std::clamp(-over, 0.0f, 0.45f);
   const float protection = std::max(1 - p.most, 0.001f) / std::max(1 - key_most_ * cell.light, 0.05f);
   const float covered = p.raw / cell.light * std::sqrt(std::sqrt(protection));
   const float more = std::max(0.0f, constants_.redder_gain * (constants_.redder_to - covered));
-  const float clear = 1 - covered * (1 - std::max(aside, 0.0f) + std::max(-aside, 0.0f) * more) - black;
+  const float clear = 1 - covered * (1 - std::max(aside, 0.0f) * (1 - s) + std::max(-aside, 0.0f) * more) - black;
   const float x = std::max(0.0f, clear);
   float alpha =
       Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + Lerp(a.dark, b.dark, s) * darker));

@@ -17,18 +17,23 @@ struct Ramp {
 };
 
 struct KeyConstants {
-  Ramp encoded{0.89f, 1.40f, 0.52f, 0.705f, -0.19f, 0.036f, 6.0f, 0.64f};
+  Ramp encoded{0.855f, 1.175f, 0.55f, 0.74f, -0.14f, 0.033f, 6.0f, 0.70f};
   Ramp encoded_blue{0.89f, 1.20f, 0.49f, 0.70f, 0.20f, 0.042f, 8.0f, 0.90f};
-  Ramp linear{0.89f, 0.74f, 0.605f, 0.81f, -0.15f, 0.06f, 5.0f, 0.75f};
+  Ramp linear{0.91f, 0.55f, 0.615f, 0.735f, -0.15f, 0.138f, 6.3f, 0.06f};
+  Ramp linear_blue{1.04f, 0.32f, 0.635f, 0.765f, -0.025f, 0.081f, 5.0f, 0.845f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
-  float mixing_green = 0.34f, mixing_blue = 0.12f, mixing_width = 0.24f;  // of the evidence, from encoded to linear
+  // Of the evidence, from encoded to linear.
+  float mixing_green = 0.28f, mixing_green_to = 0.48f, mixing_blue = 0.17f, mixing_blue_to = 0.33f;
+  float mixing_rate = 0.25f;  // at which the key follows it, once it is known
   // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
   // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
   // less than `redder_to` of the key.
   float aside_from = 0.28f, aside_least = 0.15f;
   float greener = 1.72f, greener_from = 0.07f;
+  // Noise of a dim key's hues: by one over the key's length, beyond that of a bright one.
+  float hue_noise = 0.004f, bright_key = 1.65f;
   float redder = 6.0f, redder_from = -0.05f, redder_gain = 1.5f, redder_to = 0.5f;
   float forced_mixing = -1;  // 0 to 1: in place of the detector
   bool map = true;

@@ -23,8 +23,18 @@ namespace {
 constexpr uint32_t kWidth = 192, kHeight = 144;
 constexpr int kSettled = 18;  // frames after which the map of a still picture stays what it is
 
+struct Look {
+  bool linear = false;  // front and backing mixed as light; else in encoded values
+  float rim = 0;        // of a lamp from behind, as a part of the front's own light
+};
+
+float Mixed(float front, float back, float alpha, const Look &look) {
+  if (!look.linear) return front * alpha + back * (1 - alpha);
+  return std::pow(std::pow(front, 2.2f) * alpha + std::pow(back, 2.2f) * (1 - alpha), 1 / 2.2f);
+}
+
 // Discs of many colours, with soft edges, before a backing in uneven light.
-Picture Scene(const keyer_bench::Colour &backing) {
+Picture Scene(const keyer_bench::Colour &backing, const Look &look = {}) {
   constexpr float kColours[12][3] = {{0.9f, 0.9f, 0.9f},    {0.05f, 0.05f, 0.06f}, {0.5f, 0.5f, 0.5f},
                                      {0.85f, 0.65f, 0.55f}, {0.75f, 0.15f, 0.1f},  {0.8f, 0.75f, 0.2f},
                                      {0.3f, 0.2f, 0.12f},   {0.4f, 0.3f, 0.6f},    {0.35f, 0.45f, 0.5f},
@@ -37,9 +47,10 @@ Picture Scene(const keyer_bench::Colour &backing) {
       const float away = std::hypot(static_cast<float>(x % 48) - 23.5f, static_cast<float>(y % 48) - 23.5f);
       const float alpha = std::clamp((18.0f - away) / (1.0f + static_cast<float>(disc % 4) * 2) + 0.5f, 0.0f, 1.0f);
       const float back[3] = {backing.r * light, backing.g * light, backing.b * light};
+      const float lit = 1 + look.rim * std::exp(-std::max(18.0f - away, 0.0f) / 3);
       for (size_t c = 0; c < 3; ++c)
-        picture.At(x, y)[c] =
-            static_cast<uint8_t>(std::lround(255 * (kColours[disc][c] * alpha + back[c] * (1 - alpha))));
+        picture.At(x, y)[c] = static_cast<uint8_t>(
+            std::lround(255 * Mixed(std::min(kColours[disc][c] * lit, 1.0f), back[c], alpha, look)));
       picture.At(x, y)[3] = 255;
     }
   }
@@ -92,6 +103,70 @@ TEST_F(GreenScreenMatte, IsThatOfTheSameArithmeticOnTheCpu) {
     ASSERT_GT(edges, 1000);
     EXPECT_LE(edge / edges, 1.0) << "levels where it is translucent, blue " << backing.b;
   }
+}
+
+// Each 2x2 pixels have one chroma.
+void HalveChroma(Picture &picture) {
+  for (uint32_t y = 0; y < kHeight; y += 2) {
+    for (uint32_t x = 0; x < kWidth; x += 2) {
+      uint8_t *const four[4] = {picture.At(x, y), picture.At(x + 1, y), picture.At(x, y + 1), picture.At(x + 1, y + 1)};
+      const auto luma = [](const auto &c) { return 0.2126f * c[0] + 0.7152f * c[1] + 0.0722f * c[2]; };
+      float mean[3];
+      for (size_t c = 0; c < 3; ++c)
+        mean[c] = static_cast<float>(four[0][c] + four[1][c] + four[2][c] + four[3][c]) / 4;
+      for (uint8_t *const pixel : four) {
+        const float brighter = luma(pixel) - luma(mean);
+        for (size_t c = 0; c < 3; ++c)
+          pixel[c] = static_cast<uint8_t>(std::lround(std::clamp(mean[c] + brighter, 0.0f, 255.0f)));
+      }
+    }
+  }
+}
+
+// Mean distance, in levels, from what the CPU makes of the picture where it is told the mixing.
+double OffFromMixing(const Screenshot &shot, const Picture &picture, const keyer_bench::Colour &backing, float mixing) {
+  keyer_bench::KeyConstants constants;
+  constants.denoise = false;
+  constants.forced_mixing = mixing;
+  keyer_bench::ReferenceKey reference(kWidth, kHeight, backing, constants);
+  std::vector<float> wanted;
+  for (int frame = 0; frame < kSettled; ++frame) wanted = reference.Next(picture.pixels);
+  double off = 0;
+  for (size_t i = 0; i < wanted.size(); ++i)
+    off += std::fabs(255 * static_cast<double>(wanted[i]) - shot.pixels[i * 4 + 3]);
+  return off / static_cast<double>(wanted.size());
+}
+
+// A lamp from behind brightens the front's edges, as light mixed does the middle of an edge.
+TEST_F(GreenScreenMatte, TellsEncodedValuesFromLightMixedWhereALampShinesFromBehindBeforeBlue) {
+  const keyer_bench::Colour backing = kBackings[1];
+  for (const bool linear : {false, true}) {
+    Picture picture = Scene(backing, {linear, 0.4f});
+    HalveChroma(picture);
+    PaintedSource source;
+    source.Paint(picture);
+    const GreenScreen filter(source.Get(), KeyOf(backing));
+    const Screenshot shot = Settled(source);
+    ASSERT_EQ(shot.pixels.size(), picture.pixels.size());
+    EXPECT_LE(OffFromMixing(shot, picture, backing, linear ? 1.0f : 0.0f), 0.5) << "linear " << linear;
+    EXPECT_GE(OffFromMixing(shot, picture, backing, linear ? 0.0f : 1.0f), 1.5) << "linear " << linear;
+  }
+}
+
+// A third of a white veil, mixed as light: a blend of encoded values needs about 136 levels of it.
+TEST_F(GreenScreenMatte, AVeilMixedAsLightBeforeGreenIsNotTakenForMoreThanItIs) {
+  const keyer_bench::Colour backing = kBackings[0];
+  Picture picture = Scene(backing, {true});
+  constexpr float kLight = 0.917f;  // on the backing there
+  const float back[3] = {backing.r * kLight, backing.g * kLight, backing.b * kLight};
+  for (uint32_t y = 41; y < 56; ++y)
+    for (uint32_t x = 41; x < 56; ++x)
+      for (size_t c = 0; c < 3; ++c)
+        picture.At(x, y)[c] = static_cast<uint8_t>(std::lround(255 * Mixed(0.82f, back[c], 0.35f, {true})));
+  PaintedSource source;
+  source.Paint(picture);
+  const GreenScreen filter(source.Get(), KeyOf(backing));
+  EXPECT_NEAR(Settled(source).At(48, 48)[3], 132, 12);
 }
 
 // Alpha, in levels, of a patch between the discs: so much of a front before so much of the blue backing.
