@@ -3,6 +3,7 @@
 #include <obs.hpp>
 
 #include "capture/frame_meter.h"
+#include "vanta_linear_light.h"
 
 namespace vanta_run {
 namespace {
@@ -39,7 +40,9 @@ obs_source_frame *After(void *data, obs_source_frame *frame) {
 // Times what lies behind it: the beauty filter's own drawing and the source's.
 void DrawAfter(void *data, gs_effect_t *) {
   auto *tap = static_cast<Tap *>(data);
-  if (obs_filter_get_parent(tap->source) == nullptr) return;
+  obs_source_t *const parent = obs_filter_get_parent(tap->source);
+  if (parent == nullptr) return;
+  const vanta_host::LinearLight light(parent);
   const auto start = std::chrono::steady_clock::now();
   obs_source_skip_video_filter(tap->source);
   tap->meter->Drawn(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());

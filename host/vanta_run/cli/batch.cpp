@@ -34,12 +34,13 @@ bool IsDone(const Options &run) {
 
 // The command line of one run.
 std::vector<std::string> ArgumentsFor(const std::vector<GivenOption> &given, const std::string &input, size_t number) {
-  std::vector<std::string> arguments = {"vanta-run", "--input", input};
+  std::vector<std::string> arguments = {"vanta-run", "--input=" + input};  // which may begin with a dash
   for (const GivenOption &one : given) {
     if (one.row->name == "input" || one.row->name == "resume") continue;
     for (const std::string &value : one.values) {
-      arguments.push_back("--" + one.row->name);
-      if (!one.row->value.empty()) arguments.push_back(one.row->writes ? NamedFor(value, input, number) : value);
+      std::string argument = "--" + one.row->name;
+      if (!one.row->value.empty()) argument += "=" + (one.row->writes ? NamedFor(value, input, number) : value);
+      arguments.push_back(argument);
     }
   }
   return arguments;
@@ -57,7 +58,7 @@ std::vector<std::string> ArgumentsFor(const std::vector<GivenOption> &given, con
 }
 
 // The exit code; a run that a signal ended counts as unforeseen.
-int RunOne(const std::vector<std::string> &words, Interrupt &interrupt) {
+int RunOne(const std::string &input, const std::vector<std::string> &words, Interrupt &interrupt) {
   std::vector<char *> arguments;
   for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
   arguments.push_back(nullptr);
@@ -70,7 +71,7 @@ int RunOne(const std::vector<std::string> &words, Interrupt &interrupt) {
   }
   interrupt.PassTo(0);
   if (WIFEXITED(status)) return WEXITSTATUS(status);
-  Say(words[2] + ": its run was ended by signal " + std::to_string(WTERMSIG(status)));
+  Say(input + ": its run was ended by signal " + std::to_string(WTERMSIG(status)));
   return kExitInternal;
 }
 
@@ -95,7 +96,7 @@ int RunBatch(const CommandLine &line, const std::vector<GivenOption> &given, Int
       continue;
     }
     if (!run.quiet) Say(head);
-    const int result = RunOne(ArgumentsFor(given, run.input, i + 1), interrupt);
+    const int result = RunOne(run.input, ArgumentsFor(given, run.input, i + 1), interrupt);
     if (result == kExitOk) {
       ++done;
       continue;

@@ -15,6 +15,16 @@ void RefuseBeautyOptions(const std::vector<GivenOption> &given) {
   }
 }
 
+// A script's variable that is not set would go unnoticed.
+void RefuseEmptyValues(const std::vector<GivenOption> &given) {
+  for (const GivenOption &one : given) {
+    for (const std::string &value : one.values) {
+      if (!value.empty() || one.row->value.empty()) continue;
+      throw Failure(kExitUsage, "--" + one.row->name, "its value is empty", "give one, or leave the option out");
+    }
+  }
+}
+
 // The clip's own clock stands still while the engine works, and nobody can type or watch at its pace.
 void RefuseLiveOptions(const Options &options) {
   if (options.live && options.every_frame) {
@@ -53,6 +63,7 @@ bool ReadCommandLine(const std::vector<GivenOption> &given, CommandLine &line) {
   if (line.inputs.empty() || line.inputs.front().empty()) {
     throw Failure(kExitUsage, "--input", "nothing to play", "give a file or color:RRGGBB; see vanta-run --help");
   }
+  RefuseEmptyValues(given);
   if (!options.beauty_filter) RefuseBeautyOptions(given);
   RefuseLiveOptions(options);
   if (!options.matte.empty() && !options.green_screen) {

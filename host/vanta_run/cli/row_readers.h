@@ -8,6 +8,7 @@
 
 #include "common/failure.h"
 #include "common/option_values.h"
+#include "output/recorded_file.h"
 
 namespace vanta_run {
 
@@ -23,6 +24,17 @@ inline Read Set(bool &flag, bool to = true) {
 
 inline Read Keep(std::string &target) {
   return [&target](const std::string &value) { target = value; };
+}
+
+// A PNG's name, which must not end as another picture's.
+inline Read KeepPng(const std::string &name, std::string &target) {
+  return [name, &target](const std::string &value) {
+    const std::string ending = FormatEnding(value);
+    for (const char *other : {".jpg", ".jpeg", ".webp", ".bmp", ".gif", ".tif", ".tiff"}) {
+      if (ending == other) BadValue(name, value, "the picture is a PNG: end its name in .png");
+    }
+    target = value;
+  };
 }
 
 inline Read Add(std::vector<std::string> &target) {

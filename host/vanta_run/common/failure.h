@@ -16,6 +16,7 @@ enum ExitCode : int {
   kExitModule = 5,        // the filter, a stock plug-in of libobs, gnuplot or a virtual camera is missing
   kExitOutput = 6,        // a file could not be written whole
   kExitBusy = 7,          // the monitor's ports are taken
+  kExitRefused = 8,       // the engine refused a file that was asked for; what was written is whole, without it
   kExitInterrupted = 130  // Ctrl-C or SIGTERM; what was written until then is whole
 };
 

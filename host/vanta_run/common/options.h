@@ -15,6 +15,7 @@ namespace vanta_run {
 struct PictureSize {
   uint32_t width = 0;   // pixels
   uint32_t height = 0;  // pixels
+  bool operator==(const PictureSize &) const = default;
 };
 
 // Frames a second as a fraction, 30000/1001 for instance.

@@ -46,10 +46,21 @@ const char *Remedy(int error) {
   }
 }
 
+// Whole, since a bare name with a colon reads as a protocol, and without what a shell understands in double quotes:
+// libobs starts its muxer through one.
 std::string PartialName(const fs::path &final_path) {
-  const fs::path name =
-      "." + final_path.stem().string() + ".partial-" + std::to_string(getpid()) + final_path.extension().string();
-  return (final_path.parent_path() / name).string();
+  std::string name = ".";
+  for (const char letter : final_path.stem().string()) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    if (std::strchr("\"$`\\%", letter) == nullptr) {
+      name += letter;
+    } else {
+      name += {'%', kDigits[letter / 16], kDigits[letter % 16]};
+    }
+  }
+  name += ".partial-" + std::to_string(getpid()) + final_path.extension().string();
+  std::error_code ignored;
+  return (fs::absolute(final_path, ignored).parent_path() / name).string();
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vanta_linear_light.h"
+
 namespace vanta_run {
 namespace {
 
@@ -89,7 +91,10 @@ void Draw(void *data, gs_effect_t *) {
   const auto *overlay = static_cast<Overlay *>(data);
   obs_source_t *parent = obs_filter_get_parent(overlay->source);
   if (parent == nullptr) return;
-  obs_source_skip_video_filter(overlay->source);
+  {
+    const vanta_host::LinearLight light(parent);
+    obs_source_skip_video_filter(overlay->source);
+  }
   const std::optional<FaceMessage> message = overlay->listener->Newest();
   if (!message) return;
   const bool was_srgb = gs_framebuffer_srgb_enabled();

@@ -4,28 +4,15 @@
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
-}
-
 #include "common/failure.h"
+#include "vanta_base/av_pointer.h"
 
 namespace vanta_run {
 namespace {
 
 constexpr char kRemedy[] = "give a picture of it, as PNG";
 
-struct AvDeleter {
-  void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-  void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
-  void operator()(AVPacket *packet) const { av_packet_free(&packet); }
-  void operator()(AVFrame *frame) const { av_frame_free(&frame); }
-  void operator()(SwsContext *context) const { sws_freeContext(context); }
-};
-template <typename T>
-using AvPointer = std::unique_ptr<T, AvDeleter>;
+using vanta::AvPointer;
 
 [[noreturn]] void Refuse(const Input &input, const char *reason) {
   throw Failure(kExitInput, input.path, reason, kRemedy);
@@ -61,7 +48,7 @@ AvPointer<AVFrame> Decode(const Input &input) {
   Refuse(input, "has no picture that can be decoded");
 }
 
-// As libobs's media source takes them: what is not told is BT.709, limited.
+// With the colours that the filters see.
 cv::Mat Bgr(const Input &input, const AVFrame &frame) {
   // Formats that mean full range by their name alone are marked as obsolete.
   static constexpr std::pair<AVPixelFormat, AVPixelFormat> kFull[] = {{AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV420P},
@@ -73,9 +60,10 @@ cv::Mat Bgr(const Input &input, const AVFrame &frame) {
     full = full || frame.format == obsolete;
     if (frame.format == obsolete) format = plain;
   }
-  const bool sd = frame.colorspace == AVCOL_SPC_SMPTE170M || frame.colorspace == AVCOL_SPC_BT470BG ||
-                  frame.colorspace == AVCOL_SPC_FCC;
-  const int *matrix = sws_getCoefficients(sd ? SWS_CS_ITU601 : SWS_CS_ITU709);
+  const bool bt601 = frame.colorspace == AVCOL_SPC_SMPTE170M || frame.colorspace == AVCOL_SPC_BT470BG ||
+                     frame.colorspace == AVCOL_SPC_FCC || frame.colorspace == AVCOL_SPC_SMPTE240M ||
+                     input.changes.bt601;
+  const int *matrix = sws_getCoefficients(bt601 ? SWS_CS_ITU601 : SWS_CS_ITU709);
   const AvPointer<SwsContext> scaler(sws_getContext(frame.width, frame.height, format, frame.width, frame.height,
                                                     AV_PIX_FMT_BGR24, SWS_BICUBIC, nullptr, nullptr, nullptr));
   if (!scaler) Refuse(input, "its pixel format is not known here");

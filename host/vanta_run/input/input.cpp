@@ -1,13 +1,16 @@
 #include "input/input.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <iterator>
 #include <optional>
+#include <set>
+#include <string_view>
 #include <utility>
 
 #include <opencv2/imgcodecs.hpp>
@@ -16,13 +19,14 @@
 extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
-#include <libavutil/pixdesc.h>
 }
 
 #include "common/failure.h"
 #include "common/option_values.h"
 #include "common/quiet_errors.h"
 #include "common/video_device.h"
+#include "input/media_guard.h"
+#include "vanta_base/av_pointer.h"
 
 namespace vanta_run {
 namespace {
@@ -52,7 +56,7 @@ PictureSize FitInside(PictureSize size, PictureSize limit) {
 
 void TakePixels(const cv::Mat &bgra, Input &input) {
   input.size = {static_cast<uint32_t>(bgra.cols), static_cast<uint32_t>(bgra.rows)};
-  input.canvas = input.size;
+  input.canvas = input.shown = input.size;
   input.pixels.assign(bgra.datastart, bgra.dataend);
 }
 
@@ -78,6 +82,20 @@ void ProbeColor(const Request &request, Input &input) {
              input);
 }
 
+// The file's first bytes, as many as it has.
+std::string HeadOf(const std::string &path, size_t length) {
+  std::string head(length, '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(head.data(), static_cast<std::streamsize>(length));
+  head.resize(static_cast<size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+  return head;
+}
+
+bool IsAnimatedWebP(const std::string &path) {
+  const std::string head = HeadOf(path, 21);
+  return head.size() == 21 && head.compare(8, 8, "WEBPVP8X") == 0 && (head[20] & 2) != 0;
+}
+
 void ProbePicture(const Request &request, Input &input) {
   cv::Mat picture;
   const QuietErrors quiet(request.verbose);  // the decoders write their warnings there
@@ -85,6 +103,9 @@ void ProbePicture(const Request &request, Input &input) {
     picture = cv::imread(input.path, cv::IMREAD_COLOR);
   } catch (const cv::Exception &) {
     picture.release();
+  }
+  if (picture.empty() && IsAnimatedWebP(input.path)) {
+    throw Failure(kExitInput, input.path, "an animated WebP is not played", "give a video, a GIF or an animated PNG");
   }
   if (picture.empty()) throw Failure(kExitInput, input.path, "the picture is damaged", "give another file");
   const PictureSize own{static_cast<uint32_t>(picture.cols), static_cast<uint32_t>(picture.rows)};
@@ -130,40 +151,115 @@ AVRational TickRate(const AVStream &stream) {
   return ratio > 1.02 && std::fabs(ratio - 2) > 0.02 ? grid : mean;
 }
 
-// A telephone writes how it was held into the file, instead of turning the pictures.
-int TurnOf(const AVStream &stream) {
+// A telephone writes how it was held into the file, instead of turning the pictures; a front camera may mirror them so.
+void TakeOrientation(const AVStream &stream, Input &input) {
   size_t size = 0;
-  const uint8_t *const matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-  if (matrix == nullptr || size < 9 * sizeof(int32_t)) return 0;
-  const double counterclockwise = av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix));
-  if (!std::isfinite(counterclockwise)) return 0;
-  return static_cast<int>((std::lround(-counterclockwise) % 360 + 360) % 360);
+  const uint8_t *const data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+  std::array<int32_t, 9> matrix{};
+  if (data == nullptr || size < sizeof(matrix)) return;
+  std::memcpy(matrix.data(), data, sizeof(matrix));
+  const bool mirrored = int64_t{matrix[0]} * matrix[4] < int64_t{matrix[1]} * matrix[3];
+  for (size_t i = 0; mirrored && i < 2; ++i) matrix[i] = -std::max(matrix[i], -INT32_MAX);
+  const double counterclockwise = av_display_rotation_get(matrix.data());
+  if (!std::isfinite(counterclockwise)) return;
+  const int turn = static_cast<int>((std::lround(-counterclockwise) % 360 + 360) % 360);
+  input.changes.mirrored = mirrored && turn % 90 == 0;
+  (turn % 90 == 0 ? input.changes.turn : input.impossible_turn) = turn;
 }
 
-// A quarter turn of pixels whose colour is coarser in one direction only would make another format of them.
-bool CanTurn(int degrees, const AVCodecParameters &codec) {
-  const AVPixFmtDescriptor *const format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(codec.format));
-  return degrees % 90 == 0 && format != nullptr && format->log2_chroma_w == format->log2_chroma_h;
+// What a file does not say of its colours is told from its size, as players do.
+bool IsBt601(const AVCodecParameters &codec) {
+  constexpr PictureSize kLargest{1279, 576};  // of standard definition
+  if (codec.color_space != AVCOL_SPC_UNSPECIFIED) return false;
+  switch (codec.color_primaries) {
+    case AVCOL_PRI_UNSPECIFIED:
+      return codec.width <= static_cast<int>(kLargest.width) && codec.height <= static_cast<int>(kLargest.height);
+    case AVCOL_PRI_BT470M:
+    case AVCOL_PRI_BT470BG:
+    case AVCOL_PRI_SMPTE170M:
+    case AVCOL_PRI_SMPTE240M:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Pixels that are not square make a picture wider or higher, never smaller.
+PictureSize ShownSize(AVFormatContext *file, AVStream *stream, PictureSize size) {
+  constexpr double kMost = 8;  // more is a damaged file
+  const AVRational shape = av_guess_sample_aspect_ratio(file, stream, nullptr);
+  const double wider = shape.num > 0 && shape.den > 0 ? av_q2d(shape) : 1;
+  if (wider > kMost || wider < 1 / kMost) return size;
+  if (wider > 1) size.width = static_cast<uint32_t>(std::lround(size.width * wider));
+  if (wider < 1) size.height = static_cast<uint32_t>(std::lround(size.height / wider));
+  return size;
+}
+
+using FormatHandle = vanta::AvPointer<AVFormatContext>;
+
+// Null where it cannot be; `error` says why.
+FormatHandle OpenMedia(const std::string &path, int &error) {
+  AVFormatContext *opened = nullptr;
+  error = avformat_open_input(&opened, path.c_str(), nullptr, nullptr);
+  return FormatHandle(error < 0 ? nullptr : opened);
+}
+
+// OpenCV would show the first of its pictures alone.
+bool HoldsManyPictures(const std::string &path) {
+  int error = 0;
+  const FormatHandle file = OpenMedia(path, error);
+  const std::string_view format = file ? file->iformat->name : "";
+  return format == "apng" || format == "mjpeg";
+}
+
+[[noreturn]] void RefuseMedia(const std::string &path, int error) {
+  const std::string head = HeadOf(path, 8);
+  const bool mp4 = head.size() == 8 && (head.compare(4, 4, "ftyp") == 0 || head.compare(4, 4, "mdat") == 0);
+  if (error == AVERROR_INVALIDDATA && mp4) {
+    throw Failure(kExitInput, path, "its index is missing: it is still being written, or was cut off",
+                  "wait until it is whole, or repair it");
+  }
+  throw Failure(kExitInput, path, AvReason(error), "give a video, a picture or color:RRGGBB");
+}
+
+// From the packets, which may come in another order than the pictures.
+double FirstStay(AVFormatContext *file, const AVStream &stream) {
+  constexpr int kPackets = 24;
+  std::set<int64_t> times;
+  const vanta::AvPointer<AVPacket> packet(av_packet_alloc());
+  for (int found = 0; found < kPackets && av_read_frame(file, packet.get()) >= 0;) {
+    if (packet->stream_index == stream.index && (packet->flags & AV_PKT_FLAG_DISCARD) == 0) {
+      if (packet->pts != AV_NOPTS_VALUE) times.insert(packet->pts);
+      ++found;
+    }
+    av_packet_unref(packet.get());
+  }
+  if (times.size() < 2) return 0;
+  const double stay = static_cast<double>(*std::next(times.begin()) - *times.begin()) * av_q2d(stream.time_base);
+  return std::min(stay, kLongestStay);
 }
 
 void ProbeMedia(const Request &request, Input &input) {
-  AVFormatContext *opened = nullptr;
-  int error = avformat_open_input(&opened, input.path.c_str(), nullptr, nullptr);
-  if (error < 0) throw Failure(kExitInput, input.path, AvReason(error), "give a video, a picture or color:RRGGBB");
-  const std::unique_ptr<AVFormatContext, FormatCloser> context(opened);
+  int error = 0;
+  const FormatHandle context = OpenMedia(input.path, error);
+  if (!context) RefuseMedia(input.path, error);
   error = avformat_find_stream_info(context.get(), nullptr);
   const int index = error < 0 ? error : av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  const AVStream *stream = index >= 0 ? context->streams[index] : nullptr;
+  AVStream *const stream = index >= 0 ? context->streams[index] : nullptr;
   // A song's cover is a stream of one picture, which the media source does not play.
   if (stream == nullptr || (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0 || stream->codecpar->width <= 0 ||
       stream->codecpar->height <= 0) {
     throw Failure(kExitInput, input.path, "holds no video", "give a file with a picture");
   }
   input.size = {static_cast<uint32_t>(stream->codecpar->width), static_cast<uint32_t>(stream->codecpar->height)};
-  const int turn = TurnOf(*stream);
-  (CanTurn(turn, *stream->codecpar) ? input.turn : input.impossible_turn) = turn;
-  if (input.turn % 180 != 0) std::swap(input.size.width, input.size.height);
-  input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
+  input.shown = ShownSize(context.get(), stream, input.size);
+  input.changes.bt601 = IsBt601(*stream->codecpar);
+  TakeOrientation(*stream, input);
+  if (input.changes.turn % 180 != 0) {
+    std::swap(input.size.width, input.size.height);
+    std::swap(input.shown.width, input.shown.height);
+  }
+  input.canvas = request.size.value_or(FitInside(input.shown, kLargestCanvas));
   input.file_rate = MeanRate(*stream);
   const AVRational rate = request.in_step                  ? TickRate(*stream)
                           : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
@@ -173,6 +269,7 @@ void ProbeMedia(const Request &request, Input &input) {
                      ? FrameRate{static_cast<uint32_t>(rate.num), static_cast<uint32_t>(rate.den)}
                      : FrameRate{static_cast<uint32_t>(kFastestDefault), 1};
   }
+  input.first_stay = FirstStay(context.get(), *stream);
   if (context->duration > 0) input.duration = static_cast<double>(context->duration) / AV_TIME_BASE;
 }
 
@@ -185,12 +282,16 @@ void ProbeCamera(const Request &request, Input &input) {
   if (!device || !device->captures) {
     throw Failure(kExitInput, input.path, "is no camera, or may not be used", "give one that this user may open");
   }
-  input.size = device->size.width > 0 && device->size.height > 0 ? device->size : kColorSize;
+  input.size = input.shown = device->size.width > 0 && device->size.height > 0 ? device->size : kColorSize;
   input.canvas = request.size.value_or(FitInside(input.size, kLargestCanvas));
 }
 
 void RequireReadable(const std::string &path) {
   std::error_code ignored;
+  if (path == "-") {
+    throw Failure(kExitInput, path, "standard input cannot be read twice",
+                  "write what comes out of it into a file first");
+  }
   if (std::filesystem::is_directory(path, ignored)) {
     throw Failure(kExitInput, path, "is a folder", "give a video, a picture or color:RRGGBB");
   }
@@ -201,6 +302,9 @@ void RequireReadable(const std::string &path) {
   errno = 0;
   if (!std::ifstream(path, std::ios::binary)) {
     throw Failure(kExitInput, path, std::strerror(errno), "give a file that exists and may be read");
+  }
+  if (std::filesystem::file_size(path, ignored) == 0) {
+    throw Failure(kExitInput, path, "is empty", "give a video, a picture or color:RRGGBB");
   }
 }
 
@@ -216,7 +320,7 @@ Input LookAt(const Request &request) {
   } else {
     RequireReadable(input.path);
     input.path = std::filesystem::absolute(input.path).string();  // a colon in a bare name would read as a protocol
-    if (cv::haveImageReader(input.path)) {
+    if (cv::haveImageReader(input.path) && !HoldsManyPictures(input.path)) {
       input.kind = InputKind::kPicture;
       ProbePicture(request, input);
     } else {

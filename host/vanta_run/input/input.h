@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/options.h"
+#include "input/file_frames.h"
 
 namespace vanta_run {
 
@@ -15,13 +16,15 @@ struct Input {
   InputKind kind = InputKind::kMedia;
   std::string path;
   PictureSize size;      // of its frames, turned
+  PictureSize shown;     // at which its pixels are square; differs where a video's are not
   FrameRate rate;        // of the canvas
   double file_rate = 0;  // frames a second of a video, its mean; 0: unknown, or none
+  // Seconds for which a video's first picture stands before the next one comes; 0: unknown, or none.
+  double first_stay = 0;
   PictureSize canvas;    // of the recording; width a multiple of 4, height of 2, as libobs wants it
   double duration = 0;   // seconds; 0: unknown or endless
-  // Degrees by which a video's frames are to be turned clockwise, as its file says: 0, 90, 180 or 270.
-  int turn = 0;
-  // Likewise, 0 to 359, where its angle or its pixels do not allow that.
+  FrameChanges changes;  // of a video's frames, before anybody sees them
+  // Degrees, 1 to 359, by which its file wants it turned clockwise, where that is no quarter turn and not done.
   int impossible_turn = 0;
   // Pictures and colours: the frame, BGRA, size.width * 4 bytes per row.
   std::vector<uint8_t> pixels;

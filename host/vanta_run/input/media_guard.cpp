@@ -10,6 +10,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "vanta_base/av_pointer.h"
 #include "vanta_base/export.h"
 
 namespace vanta_run {
@@ -20,6 +21,60 @@ template <typename Function>
 Function *Hidden(Function *, const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
+
+// The pictures of the calling thread's file.
+class Pictures {
+ public:
+  void Begin(AVFormatContext *file) {
+    const int stream = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    time_base_ = stream >= 0 ? file->streams[stream]->time_base : AVRational{0, 1};
+    Forget();
+  }
+  void Forget() {
+    last_.reset();
+    next_.reset();
+  }
+  // The one that the decoder gives, or another one in between.
+  template <typename Function>
+  int Receive(Function *decode, AVCodecContext *decoder, AVFrame *frame) {
+    if (!next_) {
+      const int result = decode(decoder, frame);
+      if (result < 0) return result;
+      if (!IsPause(frame->best_effort_timestamp)) return Keep(frame);
+      next_.reset(av_frame_alloc());
+      av_frame_move_ref(next_.get(), frame);
+    }
+    if (IsPause(next_->best_effort_timestamp)) {
+      last_->best_effort_timestamp += av_rescale_q(1, {1, 2}, time_base_);
+      last_->pts = last_->best_effort_timestamp;
+      return av_frame_ref(frame, last_.get());
+    }
+    av_frame_move_ref(frame, next_.get());
+    next_.reset();
+    return Keep(frame);
+  }
+
+ private:
+  // Whether that time is so far behind the last picture's. What is further away is a damaged file's.
+  bool IsPause(int64_t time) const {
+    constexpr double kLongest = 600;  // seconds
+    if (!last_ || time_base_.num == 0 || time == AV_NOPTS_VALUE || last_->best_effort_timestamp == AV_NOPTS_VALUE) {
+      return false;
+    }
+    const double seconds = static_cast<double>(time - last_->best_effort_timestamp) * av_q2d(time_base_);
+    return seconds > kLongestStay * 1.01 && seconds < kLongest;
+  }
+  int Keep(const AVFrame *frame) {
+    if (!last_) last_.reset(av_frame_alloc());
+    av_frame_unref(last_.get());
+    return av_frame_ref(last_.get(), frame);
+  }
+
+  AVRational time_base_{0, 1};
+  vanta::AvPointer<AVFrame> last_, next_;  // given; to be given, where a pause lies before it
+};
+
+thread_local Pictures pictures;
 
 }  // namespace
 
@@ -36,6 +91,7 @@ extern "C" {
 
 VANTA_EXPORT int av_seek_frame(AVFormatContext *file, int stream, int64_t time, int flags) {
   static const auto hidden = vanta_run::Hidden(&av_seek_frame, "av_seek_frame");
+  if (vanta_run::OnMediaThread()) vanta_run::pictures.Begin(file);
   const int result = hidden(file, stream, time, flags);
   if (result >= 0 || (flags & AVSEEK_FLAG_BACKWARD) == 0 || !vanta_run::OnMediaThread()) return result;
   return hidden(file, stream, time, flags & ~AVSEEK_FLAG_BACKWARD);
@@ -43,9 +99,16 @@ VANTA_EXPORT int av_seek_frame(AVFormatContext *file, int stream, int64_t time, 
 
 VANTA_EXPORT int avcodec_receive_frame(AVCodecContext *decoder, AVFrame *frame) {
   static const auto hidden = vanta_run::Hidden(&avcodec_receive_frame, "avcodec_receive_frame");
-  const int result = hidden(decoder, frame);
+  const bool picture = decoder->codec_type == AVMEDIA_TYPE_VIDEO && vanta_run::OnMediaThread();
+  const int result = picture ? vanta_run::pictures.Receive(hidden, decoder, frame) : hidden(decoder, frame);
   if (result != AVERROR_EOF || decoder->frame_number > 0 || !vanta_run::OnMediaThread()) return result;
   return AVERROR(EAGAIN);
+}
+
+VANTA_EXPORT void avcodec_flush_buffers(AVCodecContext *decoder) {
+  static const auto hidden = vanta_run::Hidden(&avcodec_flush_buffers, "avcodec_flush_buffers");
+  if (vanta_run::OnMediaThread()) vanta_run::pictures.Forget();
+  hidden(decoder);
 }
 
 }  // extern "C"

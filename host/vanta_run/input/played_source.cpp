@@ -51,7 +51,7 @@ PlayedSource::PlayedSource(const Input &input, const char *name, bool loop, bool
   if (input.kind == InputKind::kMedia) {
     media_ = CreateMedia(input, name, loop);
     if (in_step) obs_source_set_async_unbuffered(media_, true);
-    if (input.turn != 0) turned_ = std::make_unique<TurnedVideo>(media_, input.turn);
+    if (input.changes.Any()) file_frames_ = std::make_unique<FileFrames>(media_, input.changes);
   } else if (input.kind == InputKind::kCamera) {
     camera_ = CreateCamera(input, name);
   } else {

@@ -5,9 +5,9 @@
 
 #include <memory>
 
+#include "input/file_frames.h"
 #include "input/input.h"
 #include "input/still_source.h"
-#include "input/turned_video.h"
 
 namespace vanta_run {
 
@@ -31,7 +31,7 @@ class PlayedSource {
   PictureSize size_;
   std::unique_ptr<StillSource> still_;
   OBSSourceAutoRelease media_, camera_;
-  std::unique_ptr<TurnedVideo> turned_;  // the file's frames; null: they are upright
+  std::unique_ptr<FileFrames> file_frames_;  // null: the file's frames are right
 };
 
 }  // namespace vanta_run

@@ -19,9 +19,14 @@ bool Contains(const char *text, const char *part) {
 
 // How engine and runner begin what they say of a file that the user has named and that is no good. The run goes on
 // without it.
-constexpr std::array<std::string_view, 6> kOfFiles = {"[lumivex] lookup table ",  "[lumivex] makeup ",
-                                                      "[lumivex] magic effect ",  "[lumivex] media resource ",
-                                                      "[lumivex] beauty preset ", "[tessera] /"};
+constexpr std::string_view kEngine = "[lumivex] ";
+constexpr std::array<std::string_view, 7> kOfFiles = {"[lumivex] lookup table ",
+                                                      "[lumivex] makeup ",
+                                                      "[lumivex] magic effect ",
+                                                      "[lumivex] media resource ",
+                                                      "[lumivex] beauty preset ",
+                                                      "[lumivex] custom image ",
+                                                      "[tessera] /"};
 
 bool IsOfFile(std::string_view text) {
   return std::any_of(kOfFiles.begin(), kOfFiles.end(),
@@ -80,7 +85,8 @@ void LogSink::Take(int level, const char *text) {
 
   if (level == LOG_WARNING && IsOfFile(text)) {
     const std::lock_guard<std::mutex> lock(write_mutex_);
-    const std::string line = text + std::strlen("[lumivex] ");  // as long as the runner's tag
+    if (std::string_view(text).starts_with(kEngine)) refused_file_ = true;
+    const std::string line = text + kEngine.size();  // as long as the runner's tag
     if (std::find(bad_files_.begin(), bad_files_.end(), line) == bad_files_.end()) bad_files_.push_back(line);
   }
   // Other errors that the user can act on are reported by the program itself, with their remedy.

@@ -32,6 +32,8 @@ class LogSink {
   LineCounts Counts() const;
   // What the engine has said of files that it cannot use, a line for each: "makeup LAYER: REASON; REMEDY".
   std::vector<std::string> BadFiles();
+  // Whether one of them was asked for; the runner finds its own files by itself.
+  bool RefusedFiles() const { return refused_file_; }
   // Throws Failure(kExitOutput) when lines of the file were lost.
   void Finish();
 
@@ -42,6 +44,7 @@ class LogSink {
   const bool verbose_;
   const std::string path_;
   std::FILE *file_ = nullptr;
+  std::atomic<bool> refused_file_{false};
   std::atomic<uint64_t> refused_{0}, empty_{0}, reduced_{0}, errors_{0};
   std::mutex write_mutex_;              // keeps lines whole; guards the rest
   std::vector<std::string> bad_files_;  // in order, each once

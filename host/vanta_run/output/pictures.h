@@ -20,6 +20,7 @@ class Pictures {
   // Creates the files. Throws Failure(kExitOutput).
   explicit Pictures(const Options &options);
 
+  bool wanted() const { return snapshot_ || matte_ || compare_; }
   bool wants_pairs() const { return compare_.has_value(); }
   // `at`: seconds into the run at which pictures are wanted. `input`: the input's place on the canvas.
   // Asks for the next picture, and takes it at one of the next calls.

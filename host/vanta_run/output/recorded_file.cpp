@@ -5,34 +5,28 @@
 #include <memory>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/intreadwrite.h>
 }
 
 #include "common/pending_file.h"
+#include "vanta_base/av_pointer.h"
 
 namespace vanta_run {
 namespace {
 
+using vanta::AvPointer;
+
 constexpr AVRational kNanosecond{1, 1'000'000'000};
 constexpr int kSkipBytes = 10;  // of a packet's note on samples to leave out
 
-struct InputCloser {
-  void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-};
 struct OutputCloser {
   void operator()(AVFormatContext *context) const {
     avio_closep(&context->pb);
     avformat_free_context(context);
   }
 };
-struct PacketDeleter {
-  void operator()(AVPacket *packet) const { av_packet_free(&packet); }
-};
-using InputFile = std::unique_ptr<AVFormatContext, InputCloser>;
+using InputFile = AvPointer<AVFormatContext>;
 using OutputFile = std::unique_ptr<AVFormatContext, OutputCloser>;
-using PacketHandle = std::unique_ptr<AVPacket, PacketDeleter>;
 
 // Null where it cannot be read.
 InputFile Open(const std::string &path) {
@@ -64,7 +58,7 @@ Ends FindEnds(const std::string &path) {
   const InputFile file = Open(path);
   if (!file) return ends;
   const int video = FindStream(file.get(), AVMEDIA_TYPE_VIDEO), audio = FindStream(file.get(), AVMEDIA_TYPE_AUDIO);
-  const PacketHandle packet(av_packet_alloc());
+  const AvPointer<AVPacket> packet(av_packet_alloc());
   while (av_read_frame(file.get(), packet.get()) >= 0) {
     const int64_t end = EndOf(*packet, *file->streams[packet->stream_index]);
     if (packet->stream_index == video) ends.picture = std::max(ends.picture, end);
@@ -105,7 +99,7 @@ OutputFile Create(const std::string &path, const AVFormatContext &like) {
 
 bool CopyUntil(int64_t end_ns, AVFormatContext *from, AVFormatContext *to) {
   const int audio = FindStream(from, AVMEDIA_TYPE_AUDIO);
-  const PacketHandle packet(av_packet_alloc());
+  const AvPointer<AVPacket> packet(av_packet_alloc());
   while (av_read_frame(from, packet.get()) >= 0) {
     const AVStream &stream = *from->streams[packet->stream_index];
     if (packet->stream_index == audio) {
@@ -138,7 +132,7 @@ std::optional<uint64_t> CountRecordedFrames(const std::string &path) {
   const int video = FindStream(file.get(), AVMEDIA_TYPE_VIDEO);
   if (video < 0) return std::nullopt;
   const int64_t promised = file->streams[video]->nb_frames;  // 0 where the format does not say
-  const PacketHandle packet(av_packet_alloc());
+  const AvPointer<AVPacket> packet(av_packet_alloc());
   int64_t found = 0;
   int result = 0;
   while ((result = av_read_frame(file.get(), packet.get())) >= 0) {

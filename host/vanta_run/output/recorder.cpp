@@ -1,5 +1,8 @@
 #include "output/recorder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -27,9 +30,21 @@ void RequireRecordingFormat(const std::string &path) {
 }
 
 Recorder::~Recorder() {
-  if (!started_ || output_ == nullptr) return;
-  if (!Stopped() && obs_output_active(output_)) obs_output_force_stop(output_);
-  AwaitRest();
+  if (started_ && output_ != nullptr) {
+    if (!Stopped() && obs_output_active(output_)) obs_output_force_stop(output_);
+    AwaitRest();
+  }
+  if (folder_ >= 0) close(folder_);
+}
+
+// libobs says it to a shell, in double quotes. A folder whose name means something there is reached by its number.
+std::string Recorder::PathForMuxer() {
+  const std::filesystem::path path = file_.path();
+  const std::string folder = path.parent_path().string();
+  if (folder.find_first_of("\"$`\\") == std::string::npos) return path.string();
+  folder_ = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (folder_ < 0) return path.string();
+  return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(folder_) + "/" + path.filename().string();
 }
 
 void Recorder::Start() {
@@ -51,7 +66,7 @@ void Recorder::Start() {
   obs_data_set_int(audio, "bitrate", 160);
   audio_ = obs_audio_encoder_create("ffmpeg_aac", "sound", audio, 0, nullptr);
   OBSDataAutoRelease settings = obs_data_create();
-  obs_data_set_string(settings, "path", file_.path().c_str());
+  obs_data_set_string(settings, "path", PathForMuxer().c_str());
   output_ = obs_output_create("ffmpeg_muxer", "recording", settings, nullptr);
   if (video_ == nullptr || audio_ == nullptr || output_ == nullptr) {
     throw Failure(kExitModule, "libobs", "its encoders or its muxer are missing",

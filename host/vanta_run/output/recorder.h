@@ -46,11 +46,13 @@ class Recorder {
   static void OnStop(void *param, calldata_t *data);
   [[noreturn]] void ThrowBroken(const std::string &detail) const;
   void AwaitRest() const;
+  std::string PathForMuxer();
   std::string LastError() const;
 
   PendingFile &file_;
   const bool verbose_;  // the muxer may speak on standard error
   const bool same_bytes_;
+  int folder_ = -1;  // a descriptor of the file's, while its name cannot be said to a shell
   OBSEncoderAutoRelease video_, audio_;
   OBSOutputAutoRelease output_;
   OBSSignal stop_signal_;

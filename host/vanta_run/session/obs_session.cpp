@@ -48,6 +48,7 @@ void ObsSession::Start(_XDisplay *display, const Input &input, const ModulePaths
     throw Failure(kExitModule, "libobs", "does not start", "install the package libobs0");
   }
   ResetVideo(input);
+  SetLightLevels();
   if (sound) StartSound();
   vanta_host_attach();
   LoadStockModules(cameras);
@@ -81,6 +82,12 @@ void ObsSession::ResetVideo(const Input &input) {
     throw Failure(kExitDisplay, "OpenGL", "libobs gets no graphics on this display (" + std::to_string(result) + ")",
                   "install the packages libgl1-mesa-dri and libegl-mesa0");
   }
+}
+
+// libobs has none of its own, and without them HDR pictures are black. These are OBS Studio's.
+void ObsSession::SetLightLevels() {
+  constexpr float kSdrWhite = 300, kHdrPeak = 1000;  // candela a square metre
+  obs_set_video_levels(kSdrWhite, kHdrPeak);
 }
 
 void ObsSession::LoadStockModules(bool cameras) {

@@ -29,6 +29,7 @@ class ObsSession {
  private:
   void Start(_XDisplay *display, const Input &input, const ModulePaths &filter, bool cameras, bool sound);
   void ResetVideo(const Input &input);
+  static void SetLightLevels();
   void LoadStockModules(bool cameras);
   void LoadFilter(const ModulePaths &paths);
 

@@ -228,8 +228,9 @@ int Run(const Options &options, Interrupt &interrupt) {
   LogSink log(options.log, options.verbose);
   Progress progress(options.quiet, !options.interactive);
   if (plan.input.impossible_turn != 0) {
-    progress.Say(plan.input.path + ": is to be turned by " + std::to_string(plan.input.impossible_turn) +
-                 "°, which its pixels do not allow; for an upright one: ffmpeg -i INPUT -pix_fmt yuv420p upright.mp4");
+    progress.Say(
+        plan.input.path + ": is to be turned by " + std::to_string(plan.input.impossible_turn) +
+        "°, which is no quarter turn: it is played as it lies; for an upright one: ffmpeg -i INPUT upright.mp4");
   }
   Files files(options, progress);
 
@@ -256,7 +257,8 @@ int Run(const Options &options, Interrupt &interrupt) {
   for (const std::string &line : log.BadFiles()) progress.Complain(line);
   for (const std::string &line : SummaryLines(figures)) progress.Say(line);
   failures.ThrowThem();
-  return interrupt.count() > 0 ? kExitInterrupted : kExitOk;
+  if (interrupt.count() > 0) return kExitInterrupted;
+  return log.RefusedFiles() ? kExitRefused : kExitOk;
 }
 
 }  // namespace vanta_run

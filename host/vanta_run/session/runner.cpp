@@ -1,11 +1,13 @@
 #include "session/runner.h"
 
+#include <lumivex/lumivex_control.h>
 #include <util/platform.h>
 
 #include <algorithm>
 
 #include "commands/settings_update.h"
 #include "common/failure.h"
+#include "session/display_loss.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
@@ -17,10 +19,12 @@ constexpr double kWarmUpLimit = 30;     // seconds
 constexpr double kNoPictureLimit = 10;  // seconds
 constexpr double kLastFramesLimit = 1;  // seconds
 constexpr double kCanvasLimit = 5;      // seconds
+constexpr double kLoadLimit = 10;       // seconds that pictures wait for files that are being read
 constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
 constexpr double kAggregateLook = 1;    // seconds
+constexpr double kMoment = 1e-3;        // seconds
 constexpr int kPollMs = 20;
 
 double Seconds(uint64_t since_ns) {
@@ -34,6 +38,12 @@ bool SameRecord(const StatisticsSample &a, const StatisticsSample &b) {
          a.empty_dequeue_count == b.empty_dequeue_count && a.spurious_wake_count == b.spurious_wake_count;
 }
 
+// Files that the engine reads beside the frames.
+bool AsksForFiles(const Options &options) {
+  return !options.effect.empty() || !options.makeup.empty() || options.lookup || !options.group.empty() ||
+         !options.commands.empty() || options.interactive;
+}
+
 double PictureTime(const Options &options, const RunLimits &limits) {
   if (options.at >= 0) return options.at;
   return limits.expected > 0 ? limits.expected / 2 : kPictureTime;
@@ -41,7 +51,11 @@ double PictureTime(const Options &options, const RunLimits &limits) {
 
 }  // namespace
 
-Runner::Runner(const RunParts &parts) : p_(parts), at_(PictureTime(parts.options, parts.limits)) {}
+Runner::Runner(const RunParts &parts)
+    : p_(parts),
+      at_(PictureTime(parts.options, parts.limits)),
+      latest_at_(at_ + kLoadLimit),
+      loads_shown_(p_.step != nullptr || p_.stage.filter() == nullptr || !AsksForFiles(p_.options)) {}
 
 bool Runner::Go(RunFigures &figures) {
   if (!WarmUp(figures)) return false;
@@ -148,9 +162,11 @@ const char *Runner::Play(RunFigures &figures) {
       engine_stopped = true;
     }
     if (p_.faces != nullptr) p_.faces->Write(p_.failures);
+    PutOffPictures(elapsed);
     MarkWhenDue(elapsed);
     TakePair(figures);
     if (p_.dump != nullptr) p_.dump->Take(p_.meter);
+    TellLostDisplay();
     TakeAggregates(elapsed, figures);
     seconds_.Look(elapsed, p_.meter.Counts());
     p_.pictures.TakeCanvasWhenDue(elapsed, at_, p_.stage.item());
@@ -167,6 +183,32 @@ bool Runner::Drained(double elapsed, uint64_t entered) {
     last_entered_time_ = elapsed;
   }
   return !p_.options.loop && p_.stage.Ended() && elapsed - last_entered_time_ > kDrainSeconds;
+}
+
+// A command reaches the engine with one frame, what it asks for the next one after it is read, and that one has to
+// leave.
+bool Runner::LoadsAreShown() {
+  const uint64_t out = p_.meter.Counts().out;
+  if (out_with_loads_ == 0 || lumivex_pending_loads() > 0) out_with_loads_ = out + kSettledFrames;
+  loads_shown_ = out >= out_with_loads_;
+  return loads_shown_;
+}
+
+// Live, frames go on while files are read for them.
+void Runner::PutOffPictures(double elapsed) {
+  if (loads_shown_ || elapsed < at_ || elapsed > latest_at_) return;
+  if (!LoadsAreShown()) at_ = elapsed + kMoment;
+}
+
+// The same where the run has ended before. True where it waited.
+bool Runner::AwaitLoads() {
+  if (loads_shown_ || !p_.pictures.wanted() || p_.stage.Ended() || p_.pace.Elapsed() > latest_at_) return false;
+  const uint64_t asked = os_gettime_ns();
+  while (!LoadsAreShown() && Seconds(asked) < kLoadLimit) {
+    if (p_.pace.Wait()) return false;
+  }
+  at_ = p_.pace.Elapsed();
+  return true;
 }
 
 // One frame a second, and one at the time of the pictures.
@@ -199,6 +241,12 @@ void Runner::TakeAggregates(double elapsed, RunFigures &figures) {
   }
 }
 
+void Runner::TellLostDisplay() {
+  if (lost_display_told_ || !DisplayIsGone()) return;
+  lost_display_told_ = true;
+  p_.progress.Complain("the display has gone; the run goes on without it");
+}
+
 void Runner::ShowMonitor() {
   if (p_.monitor == nullptr) return;
   const std::vector<std::string> lines = p_.monitor->Poll();
@@ -228,6 +276,7 @@ void Runner::Show(double elapsed, const RunFigures &figures) {
 // What has been asked for and is still under way: pictures of a run that ended before their time, the only marked frame
 // of a short run.
 void Runner::TakeLast(RunFigures &figures) {
+  const bool waited = AwaitLoads();
   const uint64_t asked = os_gettime_ns();
   p_.pictures.TakeCanvasWhenDue(0, 0, p_.stage.item());
   while (p_.pictures.awaits_canvas() && Seconds(asked) < kCanvasLimit) {
@@ -236,8 +285,9 @@ void Runner::TakeLast(RunFigures &figures) {
   }
   TakePair(figures);
   if (p_.dump != nullptr) p_.dump->Take(p_.meter);
-  if (p_.stage.filter() != nullptr && figures.followed.empty()) p_.meter.RequestPair();
-  while (figures.followed.empty() && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
+  const size_t pairs = waited ? figures.followed.size() : 0;
+  if (p_.stage.filter() != nullptr && figures.followed.size() == pairs) p_.meter.RequestPair();
+  while (figures.followed.size() == pairs && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
     p_.pace.Wait();
     TakePair(figures);
   }

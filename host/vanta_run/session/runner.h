@@ -66,16 +66,23 @@ class Runner {
   const char *Play(RunFigures &figures);  // what ended it
   void End(RunFigures &figures);
   bool Drained(double elapsed, uint64_t entered);
+  bool LoadsAreShown();
+  void PutOffPictures(double elapsed);
+  bool AwaitLoads();
   void MarkWhenDue(double elapsed);
   uint64_t FramesIn() const;
   void TakeLast(RunFigures &figures);
   void TakePair(RunFigures &figures);
   void TakeAggregates(double elapsed, RunFigures &figures);
+  void TellLostDisplay();
   void ShowMonitor();
   void Show(double elapsed, const RunFigures &figures);
 
   const RunParts p_;
-  const double at_;  // seconds into the run at which pictures are taken
+  double at_;  // seconds into the run at which pictures are taken; live, put off until what is asked for is loaded
+  const double latest_at_;
+  bool loads_shown_ = false;     // what was loaded has been through the filter
+  uint64_t out_with_loads_ = 0;  // frames that will have left the filter by then; 0: not known yet
 
   FrameCounts counts_at_start_;
   SecondLog seconds_;
@@ -84,6 +91,7 @@ class Runner {
   double next_mark_ = 0;  // seconds into the run
   double next_look_ = 0;  // likewise, at the ten-second records
   bool marked_at_ = false;
+  bool lost_display_told_ = false;
   uint64_t last_entered_ = 0;
   double last_entered_time_ = 0;  // seconds into the run
 };

@@ -1,19 +1,17 @@
 #include "session/stage.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "clock/step_clock.h"
 #include "common/failure.h"
 #include "common/source_names.h"
 #include "faces/face_overlay.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_host.h"
 
 namespace vanta_run {
 namespace {
-
-constexpr char kBeautyId[] = "face_beauty_filter_v2";
-constexpr char kGreenScreenId[] = "LX_green_screen_filter";
-constexpr char kLandmarkId[] = "tessera_landmark_filter";
 
 // libobs makes a source even where the plug-in has refused it or is not there.
 obs_source_t *CreateFilter(const char *id, const char *name, obs_data_t *settings) {
@@ -24,12 +22,10 @@ obs_source_t *CreateFilter(const char *id, const char *name, obs_data_t *setting
                 "install its data folder whole; --verbose shows libobs's log");
 }
 
-// A size that was only rounded to what libobs wants is stretched by those few pixels; any other keeps its shape.
-obs_bounds_type BoundsFor(const Input &input) {
-  const auto near = [](uint32_t a, uint32_t b) { return std::abs(static_cast<int>(a) - static_cast<int>(b)) < 4; };
-  return near(input.size.width, input.canvas.width) && near(input.size.height, input.canvas.height)
-             ? OBS_BOUNDS_STRETCH
-             : OBS_BOUNDS_SCALE_INNER;
+// Apart by no more than what rounding to a size that libobs wants makes.
+bool IsNear(PictureSize a, PictureSize b) {
+  const auto near = [](uint32_t x, uint32_t y) { return std::abs(static_cast<int>(x) - static_cast<int>(y)) < 4; };
+  return near(a.width, b.width) && near(a.height, b.height);
 }
 
 }  // namespace
@@ -72,7 +68,7 @@ Stage::~Stage() {
 // libobs runs the filter that was added first first.
 void Stage::AddFilters(bool beauty) {
   before_ = CreateTap(meter_, TapSide::kBefore);
-  if (beauty) filter_ = CreateFilter(kBeautyId, kFilterName, nullptr);
+  if (beauty) filter_ = CreateFilter(vanta::kBeautyFilterId, kFilterName, nullptr);
   after_ = CreateTap(meter_, TapSide::kAfter);
   meter_.set_filter(filter_);
   obs_source_filter_add(source_->get(), before_);
@@ -83,7 +79,7 @@ void Stage::AddFilters(bool beauty) {
 void Stage::AddLandmarks() {
   // Here the processors also draw; on the clock that is held drawing waits for the faces anyway.
   vanta_host_set_landmark_in_background(!in_step_);
-  landmarks_ = CreateFilter(kLandmarkId, "landmarks", nullptr);
+  landmarks_ = CreateFilter(vanta::kLandmarkFilterId, "landmarks", nullptr);
   obs_source_filter_add(source_->get(), landmarks_);
 }
 
@@ -95,11 +91,12 @@ void Stage::AddFaceOverlay(FaceListener &listener) {
 void Stage::AddGreenScreen(const std::string &config) {
   OBSDataAutoRelease settings = obs_data_create();
   obs_data_set_string(settings, "config", config.c_str());
-  green_screen_ = CreateFilter(kGreenScreenId, "green screen", settings);
+  green_screen_ = CreateFilter(vanta::kGreenScreenFilterId, "green screen", settings);
   obs_source_filter_add(source_->get(), green_screen_);
 }
 
 void Stage::AddBackground(const Input &background) {
+  background_input_ = &background;
   background_.emplace(background, "background", true, in_step_);
   obs_source_set_muted(background_->get(), true);  // what is heard is the input
   AwaitFile(background);
@@ -108,8 +105,8 @@ void Stage::AddBackground(const Input &background) {
 void Stage::Show() {
   scene_ = obs_scene_create_private("canvas");
   // What is added first lies lowest; a background leaves no bars.
-  if (background_) Place(background_->get(), OBS_BOUNDS_SCALE_OUTER);
-  item_ = Place(source_->get(), BoundsFor(input_));
+  if (background_) Place(background_->get(), *background_input_, true);
+  item_ = Place(source_->get(), input_, false);
   obs_set_output_source(0, obs_scene_get_source(scene_));
 }
 
@@ -135,10 +132,24 @@ void Stage::DrawUnseen() const {
   obs_leave_graphics();
 }
 
-obs_sceneitem_t *Stage::Place(obs_source_t *source, obs_bounds_type bounds) {
+// What differs from the canvas by a few pixels only is stretched; any other keeps its shape. libobs knows the shape of
+// a picture with square pixels only.
+obs_sceneitem_t *Stage::Place(obs_source_t *source, const Input &input, bool covers) {
   obs_sceneitem_t *item = obs_scene_add(scene_, source);
-  vec2 size;
-  vec2_set(&size, static_cast<float>(input_.canvas.width), static_cast<float>(input_.canvas.height));
+  const auto width = static_cast<float>(input_.canvas.width), height = static_cast<float>(input_.canvas.height);
+  vec2 size, corner;
+  vec2_set(&size, width, height);
+  obs_bounds_type bounds = covers ? OBS_BOUNDS_SCALE_OUTER : OBS_BOUNDS_SCALE_INNER;
+  if (!covers && IsNear(input.shown, input_.canvas)) {
+    bounds = OBS_BOUNDS_STRETCH;
+  } else if (input.shown != input.size) {
+    const float x = width / static_cast<float>(input.shown.width), y = height / static_cast<float>(input.shown.height);
+    const float factor = covers ? std::max(x, y) : std::min(x, y);
+    vec2_set(&size, static_cast<float>(input.shown.width) * factor, static_cast<float>(input.shown.height) * factor);
+    vec2_set(&corner, (width - size.x) / 2, (height - size.y) / 2);
+    obs_sceneitem_set_pos(item, &corner);
+    bounds = OBS_BOUNDS_STRETCH;
+  }
   obs_sceneitem_set_bounds_type(item, bounds);
   obs_sceneitem_set_bounds(item, &size);
   return item;

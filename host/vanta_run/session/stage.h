@@ -53,10 +53,12 @@ class Stage {
   obs_source_t *TakeSource(const std::string &name) const;
 
  private:
-  obs_sceneitem_t *Place(obs_source_t *source, obs_bounds_type bounds);
+  // `covers`: no part of the canvas stays free, whatever the shape.
+  obs_sceneitem_t *Place(obs_source_t *source, const Input &input, bool covers);
   void AwaitFile(const Input &input);
 
   const Input &input_;
+  const Input *background_input_ = nullptr;
   const bool in_step_;
   FrameMeter &meter_;
   size_t files_ = 0;  // that play

@@ -8,6 +8,7 @@
 
 #include "clock/step_clock.h"
 #include "common/failure.h"
+#include "input/media_guard.h"
 #include "session/beauty_control.h"
 #include "vanta_host.h"
 
@@ -176,7 +177,9 @@ void StepRun::Begin(const std::function<void()> &start_sound) {
   // whatever its times are rounded to. Its first frame is drawn in the next tick, or when the frame behind it enters.
   const uint64_t interval = IntervalNs(input_.rate);
   const uint64_t start_tick = clock.NextTick() + (kSoundBlockNs / interval + 2) * interval;
-  const double frame_ticks = input_.file_rate > 0 ? std::max(1.0, std::round(rate / input_.file_rate)) : 1.0;
+  const double mean_stay = input_.file_rate > 0 ? std::min(1 / input_.file_rate, kLongestStay) : 0;
+  const double stay = input_.first_stay > 0 ? input_.first_stay : mean_stay;
+  const double frame_ticks = std::max(1.0, std::round(rate * stay));
   const uint64_t first_drawn = start_tick + interval + (keeps_one_ ? static_cast<uint64_t>(frame_ticks) * interval : 0);
   // libobs records no picture before it has mixed sound of its time: the block that holds the first picture's ends
   // right behind it.

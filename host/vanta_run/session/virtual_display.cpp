@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 #include "common/failure.h"
+#include "session/display_loss.h"
 
 namespace vanta_run {
 namespace {
@@ -55,6 +56,7 @@ std::string ReadLine(int from, int timeout_ms) {
 
 VirtualDisplay::VirtualDisplay() {
   XInitThreads();
+  OutliveDisplays();
   const char *given = std::getenv("DISPLAY");
   if (given != nullptr && *given != '\0') connection_ = XOpenDisplay(nullptr);
   if (connection_ != nullptr) {

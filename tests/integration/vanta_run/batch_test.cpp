@@ -4,6 +4,8 @@
 #include <csignal>
 #include <fstream>
 
+#include <opencv2/imgcodecs.hpp>
+
 #include "program.h"
 
 namespace vanta_test {
@@ -45,6 +47,16 @@ TEST(RunBatch, InputThatFailsIsNamedAndTheOthersAreRun) {
   EXPECT_NE(result.err.find("vanta-run: missing.mp4: No such file"), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("vanta-run: failed: notes.txt: exit status 3\n"), std::string::npos) << result.err;
   EXPECT_NE(result.err.find("vanta-run: failed: missing.mp4: exit status 3\n"), std::string::npos) << result.err;
+}
+
+TEST(RunBatch, InputWhoseNameBeginsWithADashIsRunToo) {
+  const Workplace workplace;
+  cv::imwrite((workplace / "-s.png").string(), cv::Mat(64, 64, CV_8UC3, cv::Scalar(32, 48, 64)));
+  const ProgramResult result =
+      RunProgram(workplace, {"--quiet", "--input=-s.png", "--input", "color:203040", "--frames", "3", "--no-beauty",
+                             "--every-frame", "--report", "{name}.json"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(workplace.Files(), (Names{"-s.json", "-s.png", "203040.json"}));
 }
 
 TEST(RunBatch, ResumePassesOverWhatIsThere) {

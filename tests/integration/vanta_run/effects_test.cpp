@@ -44,6 +44,17 @@ TEST(RunEffects, EffectIsInTheSnapshot) {
   EXPECT_LT(color[0], 90);
 }
 
+// Decoding takes longer than the canvas to be drawn.
+TEST(RunEffects, LiveSnapshotWaitsForTheEffectToBeLoaded) {
+  const Workplace workplace;
+  WriteEffect(workplace, -1);
+  cv::imwrite((workplace / "effect").string() + "/red.png", cv::Mat(2048, 2048, CV_8UC4, kLayerBgr));
+  const ProgramResult result =
+      RunProgram(workplace, With({"--seconds", "0.2", "--at", "0", "--effect", "effect", "--snapshot", "s.png"}));
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_GT(MiddleColor(cv::imread((workplace / "s.png").string()))[2], 180);
+}
+
 TEST(RunEffects, EndOfTheGiftSetsTheEvent) {
   const Workplace workplace;
   WriteEffect(workplace, 200);

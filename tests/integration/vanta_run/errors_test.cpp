@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <opencv2/imgcodecs.hpp>
 
 #include "common/video_device.h"
 #include "program.h"
@@ -167,18 +168,46 @@ TEST(RunErrors, TextFileThatNobodyWritesToOrThatHasNoEndIsAnInputError) {
 }
 
 // The engine finds it when the run has begun, and goes on without it.
-TEST(RunErrors, FileThatTheEngineCannotUseIsToldInALine) {
+TEST(RunErrors, FileThatTheEngineCannotUseIsToldInALineAndByTheExitCode) {
   const Workplace workplace;
   WriteFile(workplace / "bad.cube", "LUT_3D_SIZE much");
   std::filesystem::create_directory(workplace / "layer");
   WriteFile(workplace / "layer/makeup.json", "{");
+  std::filesystem::create_directory(workplace / "effect");
+  WriteFile(workplace / "effect/effect.json", "{");
   const ProgramResult result =
       RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x36", "--frames", "3", "--every-frame",
-                             "--lookup", "bad.cube", "--makeup", "layer"});
-  EXPECT_EQ(result.exit_code, 0) << result.err;
-  for (const char *part : {"vanta-run: lookup table ", "bad.cube: ", "vanta-run: makeup "})
+                             "--lookup", "bad.cube", "--makeup", "layer", "--effect", "effect", "--snapshot", "s.png"});
+  EXPECT_EQ(result.exit_code, 8) << result.err;
+  EXPECT_FALSE(cv::imread((workplace / "s.png").string()).empty());
+  for (const char *part : {"vanta-run: lookup table ", "bad.cube: ", "vanta-run: makeup ", "vanta-run: magic effect "})
     EXPECT_NE(result.err.find(part), std::string::npos) << result.err;
-  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 3) << result.err;
+}
+
+TEST(RunErrors, FileThatIsNotThereYetOrNotWholeSaysSo) {
+  const Workplace workplace;
+  WriteFile(workplace / "empty.mp4", "");
+  ExpectRefusal(workplace, {"--input", "empty.mp4"}, 3, "empty.mp4: is empty; ");
+  WriteFile(workplace / "begun.mp4", std::string("\0\0\0\20ftypisom\0\0\2\0\0\0\0\0mdat", 24));
+  ExpectRefusal(workplace, {"--input", "begun.mp4"}, 3, "begun.mp4: its index is missing: it is still being written");
+  WriteFile(workplace / "moving.webp", std::string("RIFF\x20\0\0\0WEBPVP8X\n\0\0\0\2", 21) + std::string(19, '\0'));
+  ExpectRefusal(workplace, {"--input", "moving.webp"}, 3, "moving.webp: an animated WebP is not played; ");
+  ExpectRefusal(workplace, {"--input=-"}, 3, "-: standard input cannot be read twice; ");
+}
+
+TEST(RunErrors, PictureNamedAsAnotherKindThanPngIsAUsageError) {
+  for (const char *option : {"--snapshot", "--matte", "--compare", "--plot"}) {
+    ExpectRefusal(Workplace(), {"--input", "color:203040", option, "s.JPG"}, 2,
+                  std::string(option) + ": bad value 's.JPG'; the picture is a PNG");
+  }
+}
+
+TEST(RunErrors, EmptyValueIsAUsageError) {
+  for (const char *option : {"--output", "--snapshot", "--background", "--report"}) {
+    ExpectRefusal(Workplace(), {"--input", "color:203040", option, ""}, 2,
+                  std::string(option) + ": its value is empty; ");
+  }
 }
 
 TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
@@ -295,7 +324,7 @@ TEST(RunHelp, ListsEveryExitCodeAndEverySwitch) {
   const ProgramResult result = RunProgram(Workplace(), {"--help"});
   EXPECT_EQ(result.exit_code, 0);
   for (const char *part : {"\n    0 ", "\n    2 ", "\n    3 ", "\n    4 ", "\n    5 ", "\n    6 ", "\n    7 ",
-                           "\n  130 ", "--async-commands", "--gl-context", "--frame-flip", "--commands",
+                           "\n    8 ", "\n  130 ", "--async-commands", "--gl-context", "--frame-flip", "--commands",
                            "--interactive", "--dump-frame", "--monitor", "--plot", "smooth", "whiten"}) {
     EXPECT_NE(result.out.find(part), std::string::npos) << part;
   }

@@ -1,6 +1,7 @@
 // Recordings hold every frame of the input once, in order, with the sound in step, on any machine.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <csignal>
@@ -182,6 +183,32 @@ TEST(EveryFrameOf, AVariableRateIsRecordedInOrder) {
   const nlohmann::json report = Record(workplace, "clip.mkv", "out.mkv");
   EXPECT_EQ(WithoutRepeats(ReadNumbers(workplace, "out.mkv")), frames);
   EXPECT_EQ(report["frames"]["in"], frames.size());
+}
+
+// The mean says nothing of the first two pictures, which the sound is set by.
+TEST(EveryFrameOf, AVariableRateThatBeginsQuicklyKeepsItsSoundInStep) {
+  const Workplace workplace;
+  MakeClip(workplace, "clip.mp4", NumberedFrames("30", "2.5") + ",select='lt(t\\,0.2)+gt(t\\,2.2)'", "2.5",
+           {"-fps_mode", "vfr"});
+  const Numbers frames = ReadNumbers(workplace, "clip.mp4");
+  Record(workplace, "clip.mp4", "out.mp4");
+  EXPECT_EQ(WithoutRepeats(ReadNumbers(workplace, "out.mp4")), frames);
+  EXPECT_NEAR(BeepIn(workplace, "out.mp4"), kBeepSeconds, 0.005);
+}
+
+// Slides and recorded screens: sound goes on meanwhile. Where it does not, the time passes all the same.
+TEST(EveryFrameOf, APictureStandsForSecondsUntilTheNextOne) {
+  const Workplace workplace;
+  for (const std::vector<std::string> &sound : {std::vector<std::string>{}, std::vector<std::string>{"-an"}}) {
+    std::vector<std::string> more = sound;
+    more.insert(more.end(), {"-fps_mode", "vfr", "-y"});
+    MakeClip(workplace, "clip.mkv", NumberedFrames("10", "5") + ",select='lt(t\\,0.25)+gt(t\\,4.75)'", "5", more);
+    Record(workplace, "clip.mkv", "out.mkv", {"--no-beauty"});
+    const Numbers numbers = ReadNumbers(workplace, "out.mkv");
+    ASSERT_EQ(numbers.size(), 50u);
+    EXPECT_EQ(WithoutRepeats(numbers), (Numbers{0, 1, 2, 48, 49}));
+    EXPECT_EQ(std::count(numbers.begin(), numbers.end(), 2), 46);
+  }
 }
 
 TEST(EveryFrameOf, ARunWithoutTheBeautyFilterIsRecordedToo) {

@@ -1,9 +1,13 @@
 // The files that a run leaves: whole under their names, or not there.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -128,12 +132,26 @@ void MakeTurnedClip(const Workplace &workplace, const std::string &degrees, cons
            "-metadata:s:v", "rotate=" + degrees, (workplace / "in.mp4").string()});
 }
 
-class RunTurned : public testing::TestWithParam<const char *> {};
+// The note itself, the part of a matrix that turns and mirrors: a b c d.
+void SetMatrix(const std::filesystem::path &path, const std::array<double, 4> &parts) {
+  std::ifstream read(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(read)), std::istreambuf_iterator<char>());
+  read.close();
+  const auto number = [](double value) {
+    const auto bits = static_cast<uint32_t>(static_cast<int32_t>(std::lround(value * 65536)));
+    std::string text;
+    for (const int shift : {24, 16, 8, 0}) text += static_cast<char>(bits >> shift & 255);
+    return text;
+  };
+  const std::string zero = number(0), plain = number(1) + zero + zero + zero + number(1);
+  const size_t at = bytes.find(plain, bytes.find("tkhd"));
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, plain.size(), number(parts[0]) + number(parts[1]) + zero + number(parts[2]) + number(parts[3]));
+  std::ofstream(path, std::ios::binary) << bytes;
+}
 
-TEST_P(RunTurned, VideoIsUprightAsPlayersShowIt) {
-  const Workplace workplace;
-  MakeTurnedClip(workplace, GetParam(), "yuv420p");
-  RunTool({"ffmpeg", "-v", "error", "-i", (workplace / "in.mp4").string(), "-frames:v", "1",
+void ExpectWhatPlayersShow(const Workplace &workplace) {
+  RunTool({"ffmpeg", "-v", "error", "-y", "-i", (workplace / "in.mp4").string(), "-frames:v", "1",
            (workplace / "player.png").string()});
   const ProgramResult result =
       RunProgram(workplace, {"--quiet", "--input", "in.mp4", "--every-frame", "--no-beauty", "--snapshot", "ours.png"});
@@ -145,15 +163,92 @@ TEST_P(RunTurned, VideoIsUprightAsPlayersShowIt) {
       << "the mean difference of a pixel";
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RunTurned, testing::Values("90", "180", "270"),
-                         [](const auto &info) { return std::string("By") + info.param; });
+struct Turned {
+  const char *degrees, *format;
+};
 
-TEST(RunFiles, VideoWhosePixelsCannotBeTurnedIsToldWithTheRemedy) {
+class RunTurned : public testing::TestWithParam<Turned> {};
+
+TEST_P(RunTurned, VideoIsUprightAsPlayersShowIt) {
   const Workplace workplace;
-  MakeTurnedClip(workplace, "90", "yuv422p");
+  MakeTurnedClip(workplace, GetParam().degrees, GetParam().format);
+  ExpectWhatPlayersShow(workplace);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RunTurned,
+                         testing::Values(Turned{"90", "yuv420p"}, Turned{"180", "yuv422p"}, Turned{"270", "yuv420p"},
+                                         Turned{"270", "yuv422p10le"}),
+                         [](const auto &info) {
+                           return std::string("By") + info.param.degrees + "Of" + info.param.format;
+                         });
+
+TEST(RunFiles, MirroredVideoIsShownAsPlayersShowIt) {
+  const Workplace workplace;
+  MakeTurnedClip(workplace, "0", "yuv420p");
+  SetMatrix(workplace / "in.mp4", {-1, 0, 0, 1});
+  ExpectWhatPlayersShow(workplace);
+  MakeTurnedClip(workplace, "0", "yuv420p");
+  SetMatrix(workplace / "in.mp4", {0, 1, 1, 0});
+  ExpectWhatPlayersShow(workplace);
+}
+
+TEST(RunFiles, VideoThatIsNoQuarterTurnAwayIsToldWithTheRemedy) {
+  const Workplace workplace;
+  MakeTurnedClip(workplace, "0", "yuv420p");
+  SetMatrix(workplace / "in.mp4", {0.866, 0.5, -0.5, 0.866});
   const ProgramResult result = RunProgram(workplace, {"--input", "in.mp4", "--every-frame", "--no-beauty"});
   ASSERT_EQ(result.exit_code, 0) << result.err;
-  EXPECT_NE(result.err.find("in.mp4: is to be turned by "), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find("in.mp4: is to be turned by 30"), std::string::npos) << result.err;
+}
+
+// Rows and columns of the snapshot that are lit in the middle.
+cv::Size Lit(const cv::Mat &picture) {
+  cv::Mat grey;
+  cv::extractChannel(picture, grey, 1);
+  return {cv::countNonZero(grey.row(grey.rows / 2) > 128), cv::countNonZero(grey.col(grey.cols / 2) > 128)};
+}
+
+TEST(RunFiles, PixelsThatAreNotSquareAreShownInTheirShape) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=white:s=64x48:r=30:d=0.1,setsar=2", "-pix_fmt",
+           "yuv420p", (workplace / "in.mp4").string()});
+  const std::vector<std::string> plain = {"--quiet",     "--input",    "in.mp4", "--every-frame",
+                                          "--no-beauty", "--snapshot", "s.png"};
+  ASSERT_EQ(RunProgram(workplace, plain).exit_code, 0);
+  EXPECT_EQ(cv::imread((workplace / "s.png").string()).size(), cv::Size(128, 48));
+  std::vector<std::string> sized = plain;
+  sized.insert(sized.end(), {"--size", "64x64"});
+  ASSERT_EQ(RunProgram(workplace, sized).exit_code, 0);
+  const cv::Size lit = Lit(cv::imread((workplace / "s.png").string()));
+  EXPECT_EQ(lit.width, 64);
+  EXPECT_NEAR(lit.height, 24, 1);
+}
+
+TEST(RunFiles, PicturesThatFollowTheFirstOneArePlayed) {
+  const Workplace workplace;
+  for (const auto &[codec, name] : {std::pair{"apng", "in.png"}, {"mjpeg", "in.mjpeg"}}) {
+    RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=64x48:r=10:d=0.5", "-c:v", codec, "-f", codec,
+             (workplace / name).string()});
+    const ProgramResult result =
+        RunProgram(workplace, {"--quiet", "--input", name, "--every-frame", "--no-beauty", "--report", "r.json"});
+    ASSERT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(ReadReport(workplace / "r.json")["frames"]["in"], 5) << name;
+  }
+}
+
+// libobs starts its muxer through a shell.
+TEST(RunFiles, RecordingStandsUnderItsNameWhateverAShellMakesOfThat) {
+  const Workplace workplace;
+  const std::string folder = "a \"b\" `c` $HOME \\";
+  std::filesystem::create_directory(workplace / folder);
+  for (const std::string &name : {std::string("`d` $1 \"e\" \\ %d.mp4"), std::string("at 10:30.mp4"),
+                                  std::string("f:g.mp4"), folder + "/out.mp4"}) {
+    const ProgramResult result = RunProgram(workplace, {"--quiet", "--input", "color:203040", "--size", "64x64",
+                                                        "--frames", "3", "--no-beauty", "--output", name});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(Probe(workplace, "./" + name, "stream=nb_read_frames").substr(0, 1), "3") << name;
+  }
+  EXPECT_EQ(workplace.Files().size(), 4u);
 }
 
 TEST(RunFiles, SizeOptionFitsAVideoIntoItsCanvas) {
@@ -281,6 +376,26 @@ TEST(RunFiles, VirtualDisplayIsAnnouncedAndGoneAtTheEnd) {
   const ProgramResult result = program.Finish();
   EXPECT_EQ(result.exit_code, 130) << result.err;
   EXPECT_EQ(kill(server, 0), -1) << "the server outlives the program";
+}
+
+TEST(RunFiles, DisplayThatGoesIsToldAndTheRunGoesOn) {
+  const Workplace workplace;
+  RunningProgram program(
+      workplace, {"--input", "color:203040", "--size", "64x64", "--live", "--interactive", "--output", "out.mp4"},
+      {{{"DISPLAY", std::nullopt}}, {}, true});
+  ASSERT_TRUE(program.WaitForLine("started a virtual one, :")) << program.errors();
+  const pid_t server = ChildNamed("Xvfb", program.process());
+  ASSERT_GT(server, 0);
+  program.Type("first\n");
+  ASSERT_TRUE(program.WaitForLine("standard input:1: ")) << program.errors();
+  kill(server, SIGKILL);
+  ASSERT_TRUE(program.WaitForLine("the display has gone; the run goes on without it")) << program.errors();
+  program.Type("second\n");
+  ASSERT_TRUE(program.WaitForLine("standard input:2: ")) << program.errors();
+  program.Type("quit\n");
+  const ProgramResult result = program.Finish();
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_GT(std::atoi(Probe(workplace, "out.mp4", "stream=nb_read_frames").c_str()), 0);
 }
 
 }  // namespace

@@ -46,6 +46,66 @@ TEST(RunPicture, ColorComesThroughUnchangedByANeutralEngine) {
   EXPECT_LT(Distance(MiddleColor(SnapshotOf({})), kGreenBgr), 4);
 }
 
+struct Pixels {
+  const char *name, *format, *matrix, *tag;
+};
+
+// Lossless pictures of the green.
+void MakeGreen(const Workplace &workplace, const Pixels &pixels) {
+  const std::string conversion =
+      std::string("format=gbrp,scale=out_color_matrix=") + pixels.matrix + ":out_range=tv,format=" + pixels.format;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0x20C040:s=64x48:r=30:d=0.1", "-vf", conversion, "-c:v",
+           "ffv1", "-colorspace", pixels.tag, (workplace / "in.mkv").string()});
+}
+
+cv::Scalar ColorPlayed(const Workplace &workplace, const std::vector<std::string> &more) {
+  std::vector<std::string> arguments = {"--quiet", "--input", "in.mkv", "--every-frame", "--snapshot", "s.png"};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  const ProgramResult result = RunProgram(workplace, arguments);
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  return MiddleColor(cv::imread((workplace / "s.png").string()));
+}
+
+class RunColors : public testing::TestWithParam<Pixels> {};
+
+TEST_P(RunColors, OfAFileComeThroughWhateverItsPixelsAre) {
+  const Workplace workplace;
+  MakeGreen(workplace, GetParam());
+  EXPECT_LT(Distance(ColorPlayed(workplace, {"--no-beauty"}), kGreenBgr), 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RunColors,
+                         testing::Values(Pixels{"Rgb", "bgr0", "bt709", "unknown"},
+                                         Pixels{"TenBits", "yuv420p10le", "bt709", "bt709"},
+                                         Pixels{"SmallAndUntold", "yuv420p", "bt601", "unknown"},
+                                         Pixels{"SmallAndTold", "yuv420p", "bt709", "bt709"}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+// A grey of 203 candela a square metre, the white of a page.
+TEST(RunPicture, HdrIsShownInTheRangeOfTheCanvas) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=0x949494:s=64x48:r=30:d=0.1", "-pix_fmt", "yuv420p10le",
+           "-c:v", "ffv1", "-colorspace", "bt2020nc", "-color_primaries", "bt2020", "-color_trc", "smpte2084",
+           (workplace / "in.mkv").string()});
+  for (const std::vector<std::string> &filters : std::vector<std::vector<std::string>>{{}, {"--no-beauty"}}) {
+    const double light = Light(ColorPlayed(workplace, filters));
+    EXPECT_GT(light, 150);
+    EXPECT_LT(light, 250);
+  }
+}
+
+// libobs holds a picture of more than eight bits in linear light.
+TEST(RunPicture, TenBitsComeThroughEveryFilter) {
+  const Workplace workplace;
+  MakeGreen(workplace, {"", "yuv420p10le", "bt709", "bt709"});
+  for (const std::vector<std::string> &filters :
+       std::vector<std::vector<std::string>>{{},
+                                             {"--no-beauty", "--draw-landmarks"},
+                                             {"--no-beauty", "--green-screen", R"({"keyColor":[0.1,0.1,0.9]})"}}) {
+    EXPECT_LT(Distance(ColorPlayed(workplace, filters), kGreenBgr), 4) << (filters.empty() ? "" : filters[1]);
+  }
+}
+
 TEST(RunPicture, BrightnessReachesTheEngine) {
   EXPECT_GT(Light(MiddleColor(SnapshotOf({"--beauty", "brightness=0.8"}))), Light(kGreenBgr) + 10);
 }
