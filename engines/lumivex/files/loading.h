@@ -14,6 +14,20 @@
 
 namespace lumivex {
 
+// One of the loads of this process that nobody has taken yet. Threads: any.
+class PendingLoad {
+ public:
+  PendingLoad() { ++count_; }
+  ~PendingLoad() { --count_; }
+  PendingLoad(const PendingLoad &) = delete;
+  PendingLoad &operator=(const PendingLoad &) = delete;
+
+  static int Count() { return count_; }
+
+ private:
+  static inline std::atomic<int> count_{0};
+};
+
 // Owns: what was read, until it is taken. Threads: one at a time.
 template <typename Result>
 class Loading {
@@ -32,6 +46,7 @@ class Loading {
     auto job = std::make_shared<Job>();
     result_ = job->result.get_future();
     job_ = job;
+    pending_.emplace();
     loader.Do([job, read = std::move(read)] {
       if (job->cancelled.load(std::memory_order_relaxed)) return;
       try {
@@ -47,6 +62,7 @@ class Loading {
     if (job_) job_->cancelled.store(true, std::memory_order_relaxed);
     job_.reset();
     result_ = {};
+    pending_.reset();
   }
 
   bool Pending() const { return result_.valid(); }
@@ -56,6 +72,7 @@ class Loading {
     if (!result_.valid()) return std::nullopt;
     if (await) result_.wait();
     if (result_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return std::nullopt;
+    pending_.reset();
     return result_.get();
   }
 
@@ -67,6 +84,7 @@ class Loading {
 
   std::shared_ptr<Job> job_;
   std::future<Result> result_;
+  std::optional<PendingLoad> pending_;
 };
 
 }  // namespace lumivex

@@ -6,14 +6,9 @@
 #include <memory>
 #include <string_view>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
-}
-
 #include "files/animated_webp.h"
 #include "files/moving_pictures_taken.h"
+#include "vanta_base/av_pointer.h"
 
 namespace lumivex {
 namespace {
@@ -24,19 +19,7 @@ constexpr int64_t kUntoldDuration = 40;  // milliseconds
 // Some of the scaler's loops write by blocks of so many pixels.
 constexpr int kPaddingPixels = 32;
 
-struct AvDeleter {
-  void operator()(AVIOContext *context) const {
-    av_freep(&context->buffer);
-    avio_context_free(&context);
-  }
-  void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
-  void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
-  void operator()(AVPacket *packet) const { av_packet_free(&packet); }
-  void operator()(AVFrame *frame) const { av_frame_free(&frame); }
-  void operator()(SwsContext *context) const { sws_freeContext(context); }
-};
-template <typename T>
-using AvPointer = std::unique_ptr<T, AvDeleter>;
+using vanta::AvPointer;
 
 // A file in memory, as libavformat reads one. No other file is opened, whatever this one names.
 struct MemoryFile {

@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "vanta_base/utf8_text.h"
+
 namespace lumivex {
 namespace {
 
@@ -14,11 +16,7 @@ constexpr int64_t kNanosecondsPerMs = 1000000;
 
 // One line, cut between characters.
 std::string OneLine(std::string text) {
-  if (text.size() > kMaxTextLength) {
-    size_t end = kMaxTextLength;
-    while (end > 0 && (static_cast<uint8_t>(text[end]) & 0xC0) == 0x80) --end;
-    text.resize(end);
-  }
+  text.resize(vanta::Utf8Beginning(text, kMaxTextLength).size());
   std::replace_if(
       text.begin(), text.end(), [](char c) { return static_cast<uint8_t>(c) < ' ' || c == '\x7F'; }, '?');
   return text;

@@ -5,13 +5,12 @@
 namespace lumivex {
 namespace {
 
-constexpr int32_t kLayoutNv12 = 1;
 constexpr int32_t kMaxSide = 65536;
 
 }  // namespace
 
 std::optional<Nv12View> ViewOf(const LX::FrameData &frame) {
-  if (frame.layout_code != kLayoutNv12 || !frame.planes[0] || !frame.planes[1]) return std::nullopt;
+  if (frame.layout_code != LX::LayoutCode::kNv12 || !frame.planes[0] || !frame.planes[1]) return std::nullopt;
   if (frame.width <= 0 || frame.height <= 0 || frame.width > kMaxSide || frame.height > kMaxSide) return std::nullopt;
   Nv12View view;
   view.y = frame.planes[0];

@@ -6,7 +6,6 @@
 namespace lumivex {
 namespace {
 
-constexpr int32_t kLayoutPacked = 3;
 constexpr int kPixelBytes = 4;
 constexpr int kShift = 16;
 constexpr double kOne = 1 << kShift;
@@ -29,7 +28,7 @@ std::shared_ptr<LX::FrameData> PixelBufferOutput::Deliver(const LX::FrameData &f
   made->planes[1] = made->planes[2] = nullptr;
   made->strides[0] = pitch;
   made->strides[1] = made->strides[2] = 0;
-  made->layout_code = kLayoutPacked;
+  made->layout_code = LX::LayoutCode::kPacked;
   return made;
 }
 

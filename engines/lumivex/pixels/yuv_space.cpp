@@ -1,23 +1,25 @@
 #include "pixels/yuv_space.h"
 
+#include "vanta_filter/engine/lumivex_api.h"
+
 namespace lumivex {
 
 YuvSpace SpaceOf(int32_t color_code) {
   YuvSpace space;
   switch (color_code) {
-    case 0:
-    case 1:
+    case LX::ColorCode::k601Partial:
+    case LX::ColorCode::k601Full:
       space.kr = 0.299f;
       space.kb = 0.114f;
       break;
-    case 5:
+    case LX::ColorCode::k2100:
       space.kr = 0.2627f;
       space.kb = 0.0593f;
       break;
     default:
       break;
   }
-  if (color_code == 1 || color_code == 3) {
+  if (color_code == LX::ColorCode::k601Full || color_code == LX::ColorCode::k709Full) {
     space.black = 0;
     space.span = 255;
     space.chroma = 255;

@@ -18,7 +18,7 @@ struct YuvSpace {
 
 using Rgb = std::array<float, 3>;  // 0 to 1; codes that no RGB colour has lie outside
 
-// Codes: 0 BT.601 partial, 1 BT.601 full, 2 BT.709 partial, 3 BT.709 full, 5 BT.2100 partial. Any other is read as 2.
+// The space that one of LX::ColorCode names; any other number is read as BT.709 partial.
 YuvSpace SpaceOf(int32_t color_code);
 
 Rgb ToRgb(const YuvSpace &space, float y, float u, float v);

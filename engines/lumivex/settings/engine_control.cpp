@@ -4,6 +4,7 @@
 #include <chrono>
 #include <thread>
 
+#include "files/loading.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
 namespace lumivex {
@@ -73,6 +74,9 @@ void lumivex_set_stop_delay_ms(int milliseconds) {
 }
 void lumivex_set_frames_await_loads(bool await) {
   lumivex::g_frames_await_loads = await;
+}
+int lumivex_pending_loads() {
+  return lumivex::PendingLoad::Count();
 }
 void lumivex_set_fail_after_frames(int frames) {
   lumivex::g_frames_left = frames;

@@ -20,6 +20,8 @@ LUMIVEX_API void lumivex_set_stop_delay_ms(int milliseconds);   // so does an en
 // preset, so that they begin with the same frame each time; and the quality is never lowered. False, as at the start:
 // frames go on without them.
 LUMIVEX_API void lumivex_set_frames_await_loads(bool await);
+// Effects, pictures, tables, makeup and presets of all engines that are being read, or that no frame has taken yet.
+LUMIVEX_API int lumivex_pending_loads();
 
 // After so many more frames, counted over all engines, every frame fails (processFrameData gives null). Negative:
 // never.

@@ -68,6 +68,20 @@ TEST(Loading, IsCancelledWithoutWaitingForTheReader) {
   EXPECT_EQ(word->text, "second");
 }
 
+TEST(Loading, CountsAsPendingUntilItIsTakenOrCancelled) {
+  lumivex::Loader loader;
+  Words taken;
+  Words cancelled;
+  const int before = lumivex::PendingLoad::Count();
+  for (Words *words : {&taken, &cancelled})
+    words->Start(loader, [](const std::atomic<bool> &) { return Word{"read"}; });
+  EXPECT_EQ(lumivex::PendingLoad::Count(), before + 2);
+  taken.Take(true);
+  EXPECT_EQ(lumivex::PendingLoad::Count(), before + 1);
+  cancelled.Cancel();
+  EXPECT_EQ(lumivex::PendingLoad::Count(), before);
+}
+
 TEST(Loading, TurnsWhatIsThrownIntoAFailure) {
   lumivex::Loader loader;
   Words words;
