@@ -5,8 +5,8 @@
 
 namespace vanta {
 
-// The path in UTF-8. On Windows hosts give paths in the system's code page, or in UTF-8 where they took no pains: what
-// is no valid UTF-8 is read as text of the code page. Elsewhere a path is bytes, and stays as it is. Threads: any.
+// The path in UTF-8. On Windows hosts give paths in the system's code page or in UTF-8: what is no valid UTF-8 is read
+// as text of the code page. Elsewhere a path is bytes, and stays as it is. Threads: any.
 std::string Utf8FromHostText(const std::string &text);
 
 }  // namespace vanta

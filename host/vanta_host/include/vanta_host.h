@@ -84,7 +84,7 @@ VANTA_HOST_C_API bool vanta_host_get_flag(enum vanta_host_flag which);
 struct vanta_host_worker {
   uint64_t id;           /* operating-system thread id */
   char name[32];         /* "FaceBeautyFilterWorker", "TesseraLandmarkFilterWorker", ...; UTF-8, NUL-terminated */
-  bool busy;             /* at work on something, by its last word */
+  bool busy;             /* at work on something, as it told last */
   uint64_t timestamp_ns; /* os_gettime_ns() of its last sign of life; 0: idle */
 };
 /* Fills at most `capacity` entries of `out`, in the order in which the workers began; returns how many workers there

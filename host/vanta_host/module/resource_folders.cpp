@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "vanta_base/utf8_path.h"
+#include "vanta_base/utf8_text.h"
 
 namespace vanta_host {
 namespace {
@@ -109,10 +110,7 @@ std::string FileName(const std::string &typed) {
   const size_t first = name.find_first_not_of(" .");
   if (first == std::string::npos) return {};
   name.erase(0, first);
-  // Cut before a character, never inside one.
-  size_t length = std::min(name.size(), kLongestName);
-  while (length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80) --length;
-  name.resize(length);
+  name.resize(vanta::Utf8Beginning(name, kLongestName).size());
   name.erase(name.find_last_not_of(' ') + 1);
   return name;
 }

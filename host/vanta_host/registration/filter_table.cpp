@@ -16,6 +16,7 @@
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/module/host_frame.h"
 #include "vanta_host.h"
+#include "vanta_linear_light.h"
 
 namespace vanta_host {
 
@@ -127,7 +128,9 @@ bool FilterTable::IsPassedBy(const FrameGate *gate) const {
 
 void FilterTable::VideoRender(size_t type, void *data, gs_effect_t *effect) {
   auto [source, gate] = Find(type, data);
-  if (source && !obs_filter_get_parent(source)) source = nullptr;
+  obs_source_t *const parent = source ? obs_filter_get_parent(source) : nullptr;
+  if (!parent) source = nullptr;
+  const LinearLight light(parent);
   if (source && (type == kBeautyType ? IsPassedBy(gate) : ShowsUnkeyed(source)))
     obs_source_skip_video_filter(source);
   else

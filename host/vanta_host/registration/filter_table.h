@@ -14,6 +14,7 @@
 #include "registration/frame_gate.h"
 #include "vanta_base/mutex.h"
 #include "vanta_filter/engine/i_faceless.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_filter/module/source_record.h"
 
 namespace vanta_host {
@@ -84,8 +85,8 @@ class FilterTable {
   std::atomic<ILumivex *> control_{nullptr};  // the module's, found when it made a filter
 
   mutable vanta::Mutex mutex_;
-  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_){"face_beauty_filter_v2", "LX_green_screen_filter",
-                                                         "tessera_landmark_filter"};  // by type
+  std::vector<std::string> ids_ VANTA_GUARDED_BY(mutex_){vanta::kBeautyFilterId, vanta::kGreenScreenFilterId,
+                                                         vanta::kLandmarkFilterId};  // by type
   std::vector<Instance> instances_ VANTA_GUARDED_BY(mutex_);
 };
 

@@ -1,4 +1,4 @@
-// One set of plain functions for each type of the table: libobs's callbacks carry no word of the type they belong to.
+// One set of plain functions for each type of the table: libobs's callbacks are not told which type they belong to.
 #include <utility>
 
 #include "platform/renderer.h"

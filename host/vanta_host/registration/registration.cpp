@@ -15,6 +15,7 @@
 #include "registration/filter_table.h"
 #include "registration/public_record.h"
 #include "remote/hotkeys.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_host.h"
 
 namespace {
@@ -28,11 +29,11 @@ bool IsRegistered(const char *id) {
 }
 
 bool IsBeautyFilter(const HostSourceInfo &record) {
-  return std::strcmp(record.id, "face_beauty_filter_v2") == 0;
+  return std::strcmp(record.id, vanta::kBeautyFilterId) == 0;
 }
 
 bool IsLandmarkFilter(const HostSourceInfo &record) {
-  return std::strcmp(record.id, "tessera_landmark_filter") == 0;
+  return std::strcmp(record.id, vanta::kLandmarkFilterId) == 0;
 }
 
 // The record as it is, or an empty one where a library that the filter needs is missing.

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 
-#include <vanta_base/json_text.h>
 #include <nlohmann/json.hpp>
 
 #include "controls/green_screen_keys.h"
+#include "vanta_base/json_text.h"
 
 namespace vanta_host {
 namespace {

@@ -1,6 +1,5 @@
 #include "remote/requests.h"
 
-#include <vanta_base/json_text.h>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -25,25 +24,29 @@
 #include "module/statistics_reader.h"
 #include "remote/call_control.h"
 #include "remote/config_check.h"
+#include "vanta_base/json_text.h"
+#include "vanta_base/utf8_text.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_host.h"
 #include "vanta_operations/operations.h"
 
 namespace vanta_host {
 namespace {
 
+using vanta::kBeautyFilterId;
+using vanta::kGreenScreenFilterId;
+using vanta::kLandmarkFilterId;
 using vanta_operations::Json;
 
-constexpr char kGreenScreen[] = "LX_green_screen_filter";
-constexpr char kBeauty[] = "face_beauty_filter_v2";
 constexpr double kLongestWatch = 3600;  // seconds
 constexpr size_t kLongestReason = 200;  // bytes
 constexpr char kNoBeautyFilter[] = "no source has a Face Beauty filter";
 
 // Some reasons name what was sent, which may be of any length.
 void Refuse(obs_data_t *response, const std::string &why) {
-  size_t length = std::min(why.size(), kLongestReason);
-  while (length < why.size() && (static_cast<unsigned char>(why[length]) & 0xC0) == 0x80) --length;
-  obs_data_set_string(response, "error", (why.substr(0, length) + (length < why.size() ? "…" : "")).c_str());
+  std::string told(vanta::Utf8Beginning(why, kLongestReason));
+  if (told.size() < why.size()) told += "…";
+  obs_data_set_string(response, "error", told.c_str());
 }
 
 // Empty, and said why, where the request has no such text.
@@ -60,13 +63,13 @@ std::optional<std::string> TakeText(obs_data_t *request, const char *name, obs_d
 // ---- Status ----
 
 bool IsOurs(const char *id) {
-  return std::strcmp(id, kBeauty) == 0 || std::strcmp(id, kGreenScreen) == 0 ||
-         std::strcmp(id, "tessera_landmark_filter") == 0;
+  return std::strcmp(id, kBeautyFilterId) == 0 || std::strcmp(id, kGreenScreenFilterId) == 0 ||
+         std::strcmp(id, kLandmarkFilterId) == 0;
 }
 
 FilterStatus StatusOf(obs_source_t *filter, const char *id) {
-  if (std::strcmp(id, kGreenScreen) == 0) return GreenScreenStatus(filter);
-  return std::strcmp(id, "tessera_landmark_filter") == 0 ? LandmarkStatus(filter) : BeautyStatus(ConditionOf(filter));
+  if (std::strcmp(id, kGreenScreenFilterId) == 0) return GreenScreenStatus(filter);
+  return std::strcmp(id, kLandmarkFilterId) == 0 ? LandmarkStatus(filter) : BeautyStatus(ConditionOf(filter));
 }
 
 void TellFilter(obs_source_t *source, obs_source_t *filter, void *param) {
@@ -80,7 +83,7 @@ void TellFilter(obs_source_t *source, obs_source_t *filter, void *param) {
   obs_data_set_bool(entry, "enabled", obs_source_enabled(filter));
   obs_data_set_string(entry, "state", status.state.c_str());
   obs_data_set_string(entry, "text", status.text.c_str());
-  if (std::strcmp(id, "tessera_landmark_filter") == 0) obs_data_set_int(entry, "faces", FacesOf(filter).count);
+  if (std::strcmp(id, kLandmarkFilterId) == 0) obs_data_set_int(entry, "faces", FacesOf(filter).count);
   obs_data_array_push_back(static_cast<obs_data_array_t *>(param), entry);
 }
 
@@ -233,7 +236,7 @@ OBSSourceAutoRelease GreenScreenFilter(obs_data_t *request, obs_data_t *response
     Refuse(response, "there is no source '" + *source_name + "'");
   else if (!filter)
     Refuse(response, "the source '" + *source_name + "' has no filter '" + *name + "'");
-  else if (std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreen) != 0)
+  else if (std::strcmp(obs_source_get_unversioned_id(filter), kGreenScreenFilterId) != 0)
     Refuse(response, "the filter '" + *name + "' is no green screen");
   else
     return filter;
@@ -303,7 +306,7 @@ class CallTarget final : public vanta_operations::OperationTarget {
         source,
         [](obs_source_t *, obs_source_t *filter, void *data) {
           const auto [wanted_filter, any] = *static_cast<std::pair<Wanted *, bool> *>(data);
-          if (wanted_filter->found || std::strcmp(obs_source_get_unversioned_id(filter), kBeauty) != 0) return;
+          if (wanted_filter->found || std::strcmp(obs_source_get_unversioned_id(filter), kBeautyFilterId) != 0) return;
           if (any || std::strcmp(obs_source_get_name(filter), wanted_filter->name) == 0)
             wanted_filter->found = obs_source_get_ref(filter);
         },

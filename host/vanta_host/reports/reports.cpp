@@ -4,12 +4,14 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <util/base.h>
 #include <util/platform.h>
 
 #include "reports/report_history.h"
+#include "vanta_base/utf8_text.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_host.h"
 
@@ -41,13 +43,9 @@ std::string Format(const char *format, va_list args) {
 // Copies what fits, whole UTF-8 characters only.
 void CopyCut(const std::string &text, char *out, size_t size) {
   if (!out || size == 0) return;
-  size_t length = text.size();
-  if (length >= size) {
-    length = size - 1;
-    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) --length;
-  }
-  std::memcpy(out, text.data(), length);
-  out[length] = '\0';
+  const std::string_view fits = vanta::Utf8Beginning(text, size - 1);
+  std::memcpy(out, fits.data(), fits.size());
+  out[fits.size()] = '\0';
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using vanta_host::WorkerKind;
 
 constexpr size_t kKinds = 3;
 
-// Both outlive every thread: a worker may still speak while the process ends.
+// Both outlive every thread: a worker may still call while the process ends.
 ThreadSupervision &Table() {
   static ThreadSupervision *table = new ThreadSupervision;
   return *table;
@@ -47,7 +47,7 @@ void AddWorker(WorkerKind kind, uint64_t id) {
 std::atomic<bool> landmark_in_background{false};
 
 // Landmark workers give no id with their timestamps and never say that they end. Their entry goes by the thread that
-// speaks, from its first id to its end.
+// calls, from its first id to its end.
 class LandmarkEntry {
  public:
   explicit LandmarkEntry(WorkerKind kind) : kind_(kind) {}

@@ -15,13 +15,13 @@
 #include "obs/data_file.h"
 #include "obs/module_text.h"
 #include "obs/source_registration.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/module/host_frame.h"
 
 namespace vanta {
 namespace {
 
-constexpr char kFilterId[] = "face_beauty_filter_v2";
 constexpr uint32_t kJumpLinePeriod = 600;      // frames
 constexpr long kNeverReleased = 0x7fffffff;    // no release by the host ever frees the frame
 constexpr uint32_t kFirstTextureWidth = 1920;  // until the first render tells the source's size
@@ -271,7 +271,7 @@ void GetDumpJsonText(void *data, const char **text, uint32_t *length) {
 }  // namespace
 
 void RegisterBeautyFilter() {
-  HostSourceInfo record = VideoFilterRecord(kFilterId);
+  HostSourceInfo record = VideoFilterRecord(kBeautyFilterId);
   record.get_name = GetName;
   record.create = Create;
   record.destroy = Destroy;

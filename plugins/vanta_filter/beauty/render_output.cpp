@@ -4,6 +4,7 @@
 #include <util/base.h>
 
 #include "beauty/fallback_report.h"
+#include "obs/render_source.h"
 #include "obs/skip_filter.h"
 #include "platform/fault_guard.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -41,15 +42,9 @@ void MatchSize(face_beauty_filter_data &filter, uint32_t cx, uint32_t cy) VANTA_
 void RenderChain(face_beauty_filter_data &filter, obs_source_t *target, uint32_t cx, uint32_t cy)
     VANTA_REQUIRES(graphics_context) {
   if (JumpTextureRenderEnable()) return;
-  gs_texrender_reset(filter.texrender);
-  if (!gs_texrender_begin(filter.texrender, cx, cy)) return;
-  vec4 colour;
-  vec4_set(&colour, 1.0f, 0.0f, 0.0f, 1.0f);
-  gs_clear(GS_CLEAR_COLOR, &colour, 0.0f, 0);
-  gs_ortho(0.0f, static_cast<float>(cx), 0.0f, static_cast<float>(cy), -100.0f, 100.0f);
-  gs_set_viewport(0, 0, static_cast<int>(cx), static_cast<int>(cy));
-  obs_source_video_render(target);
-  gs_texrender_end(filter.texrender);
+  vec4 red;
+  vec4_set(&red, 1.0f, 0.0f, 0.0f, 1.0f);
+  RenderSourceInto(filter.texrender, cx, cy, red, target);
 }
 
 struct Upload {

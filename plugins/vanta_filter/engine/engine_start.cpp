@@ -7,13 +7,13 @@
 #include <nlohmann/json.hpp>
 
 #include "obs/engine_paths.h"
+#include "obs/host_report.h"
 #include "obs/host_signal.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
 
-constexpr int32_t kReportEngineFailed = 8;
 constexpr char kDefaultBeautyGroup[] = "jingdian";
 
 void SendStartupReport(bool started) {
@@ -29,8 +29,7 @@ void ReportMissingEngine() {
   constexpr char kName[] = "LumivexRender::Initialize";
   blog(LOG_ERROR, "[beauty] %s LX::LumivexSync::createEngine is null,maybe gpu driver is not install ", kName);
   blog(LOG_ERROR, "[beauty] %s Beauty && Magic effect is not effective", kName);
-  const nlohmann::json report = {{"createEngine", "failed"}, {"data", "gpu driver is null"}};
-  blog_user_define_data_report(kReportEngineFailed, report.dump().c_str());
+  SendReport(kReportEffects, {{"createEngine", "failed"}, {"data", "gpu driver is null"}});
 }
 
 void SetDefaults(LX::LumivexSync &engine, const std::string &ai_path) {

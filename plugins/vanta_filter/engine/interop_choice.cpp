@@ -6,12 +6,12 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
+#include "obs/host_report.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
 namespace {
 
-constexpr int32_t kReportInterop = 12;
 constexpr std::chrono::milliseconds kProbeTimeout{500};
 
 std::atomic<bool> no_green_matting_{false};
@@ -30,10 +30,7 @@ bool InteropChoice::IsUsable(LX::LumivexSync *engine) {
   if (!engine) return false;
   answer_ = engine->isNVDXInteropSupported(true, kProbeTimeout);
   blog(LOG_INFO, "[lx_enable_nvdx_interop] result %d", *answer_);
-  if (!*answer_) {
-    const nlohmann::json report = {{"lx_enable_nvdx_interop", false}};
-    blog_user_define_data_report(kReportInterop, report.dump().c_str());
-  }
+  if (!*answer_) SendReport(kReportPictures, {{"lx_enable_nvdx_interop", false}});
   return *answer_;
 }
 

@@ -72,7 +72,7 @@ void FaceBeautyFrameFactory::PutInput(PooledFramePtr frame, const obs_source_fra
     return Recycle(std::move(frame));
   }
   frame->data->color_code = ColorCode(wanted.colorspace, wanted.range);
-  frame->data->layout_code = kLayoutNv12;
+  frame->data->layout_code = LX::LayoutCode::kNv12;
   frame->data->word = kPreparedWord;
   MutexLock lock(input_mutex_);
   input_queue_.PushBack(std::move(frame));

@@ -8,17 +8,17 @@
 
 #include "greenscreen/green_screen_filter_data.h"
 #include "greenscreen/passes/backing_map_pass.h"
+#include "obs/host_report.h"
 #include "obs/module_text.h"
 #include "obs/source_registration.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_filter/module/host_extensions.h"
 #include "vanta_filter/module/source_record.h"
 
 namespace vanta {
 namespace {
 
-constexpr char kFilterId[] = "LX_green_screen_filter";
 constexpr char kEffectFile[] = "lx_green_screen_filter.effect";
-constexpr int32_t kCutoutReport = 12;
 
 GreenScreenFilterData *Filter(void *data) {
   return static_cast<GreenScreenFilterData *>(data);
@@ -58,9 +58,8 @@ void VideoTick(void *data, float) {
 }
 
 void ReportCutout(const GreenScreenRenderResult &result) {
-  const nlohmann::json report = {
-      {"green_screen_cutout_success", true}, {"height", result.height}, {"width", result.width}};
-  blog_user_define_data_report(kCutoutReport, report.dump().c_str());
+  SendReport(kReportPictures,
+             {{"green_screen_cutout_success", true}, {"height", result.height}, {"width", result.width}});
 }
 
 void VideoRender(void *data, gs_effect_t *) VANTA_REQUIRES(graphics_context) {
@@ -87,7 +86,7 @@ void VideoRender(void *data, gs_effect_t *) VANTA_REQUIRES(graphics_context) {
 }  // namespace
 
 void RegisterGreenScreenFilter() {
-  HostSourceInfo record = VideoFilterRecord(kFilterId);
+  HostSourceInfo record = VideoFilterRecord(kGreenScreenFilterId);
   record.get_name = GetName;
   record.create = Create;
   record.destroy = Destroy;

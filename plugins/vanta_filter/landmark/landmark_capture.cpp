@@ -2,6 +2,7 @@
 
 #include <graphics/vec4.h>
 
+#include "obs/render_source.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
@@ -25,18 +26,6 @@ void EnsureTargetSize(LandmarkFilterData &filter, uint32_t width, uint32_t heigh
   filter.texrender = CreateCaptureTarget();
   filter.width = width;
   filter.height = height;
-}
-
-void RenderTarget(LandmarkFilterData &filter, obs_source_t *target) VANTA_REQUIRES(graphics_context) {
-  gs_texrender_reset(filter.texrender);
-  if (!gs_texrender_begin(filter.texrender, filter.width, filter.height)) return;
-  vec4 clear_color;
-  vec4_zero(&clear_color);
-  gs_clear(GS_CLEAR_COLOR, &clear_color, 0.0f, 0);
-  gs_ortho(0.0f, static_cast<float>(filter.width), 0.0f, static_cast<float>(filter.height), -100.0f, 100.0f);
-  gs_set_viewport(0, 0, static_cast<int>(filter.width), static_cast<int>(filter.height));
-  obs_source_video_render(target);
-  gs_texrender_end(filter.texrender);
 }
 
 void Unmap(LandmarkFilterData &filter) VANTA_REQUIRES(graphics_context) {
@@ -75,7 +64,9 @@ void CaptureTarget(LandmarkFilterData &filter) {
   gs_viewport_push();
   gs_projection_push();
   EnsureTargetSize(filter, width, height);
-  RenderTarget(filter, target);
+  vec4 transparent;
+  vec4_zero(&transparent);
+  RenderSourceInto(filter.texrender, width, height, transparent, target);
   if (EnableAsyncGpuTextureMap())
     filter.worker->CopyTexture(filter.texrender);
   else

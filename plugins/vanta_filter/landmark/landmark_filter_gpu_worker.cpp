@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "obs/host_report.h"
 #include "platform/move_to_shared.h"
 #include "platform/thread.h"
 #include "vanta_filter/module/host_extensions.h"
@@ -15,17 +16,11 @@ namespace {
 
 constexpr uint32_t kAcquireWaitMs = 33;
 constexpr uint32_t kCallsPerMessage = 60;
-constexpr int32_t kReportId = 19;
 
 // Shared by all workers of the process: dropped pictures are told of once in so many calls.
 bool IsVerboseCall() {
   static std::atomic<uint32_t> calls{0};
   return (calls.fetch_add(1, std::memory_order_relaxed) + 1) % kCallsPerMessage == 0;
-}
-
-void LogAndReport(const char *text) {
-  blog(LOG_ERROR, "%s", text);
-  blog_user_define_data_report(kReportId, text);
 }
 
 }  // namespace
@@ -61,12 +56,12 @@ void TesseraLandmarkFilterGpuWorker::EnqueueTexture(gs_texture_t *source) {
   const bool verbose = IsVerboseCall();
   SharedTexPtr texture = pool_.Take();
   if (!texture) {
-    if (verbose) LogAndReport("can not get texture.");
+    if (verbose) LogAndReport(LOG_ERROR, "can not get texture.");
     return;
   }
   if (!CopyPicture(*texture, source, Handlers().size())) {
     pool_.GiveBack(std::move(texture));
-    if (verbose) LogAndReport("acquire failed.");
+    if (verbose) LogAndReport(LOG_ERROR, "acquire failed.");
     return;
   }
   Queue(std::move(texture));

@@ -18,7 +18,7 @@
 namespace vanta {
 
 // The keys of a texture order its users: with n handlers they run 0, 1, ..., n and back to 0. Whoever fails before it
-// has the lock sets release_key back to acquire_key, and the chain stands still for that user.
+// has the lock sets release_key back to acquire_key: the next user takes the same key.
 // Owns: the thread, the pool, the queue, the handlers. Borrows: the source texture, for the call only.
 // Threads: EnqueueTexture, destructor [render]; AddHandler, SetExitCallback before the first texture; StopAndJoin [any]
 // but its own. The thread never enters graphics: whoever holds that may be waiting for it to end.

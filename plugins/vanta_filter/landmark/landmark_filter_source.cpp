@@ -6,12 +6,11 @@
 #include "landmark/landmark_filter_data.h"
 #include "obs/skip_filter.h"
 #include "obs/source_registration.h"
+#include "vanta_filter/module/filter_ids.h"
 #include "vanta_filter/module/source_record.h"
 
 namespace vanta {
 namespace {
-
-constexpr char kFilterId[] = "tessera_landmark_filter";
 
 LandmarkFilterData *Filter(void *data) {
   return static_cast<LandmarkFilterData *>(data);
@@ -69,7 +68,7 @@ void FilterRemove(void *data, obs_source_t *) {
 }  // namespace
 
 void RegisterLandmarkFilter() {
-  HostSourceInfo record = VideoFilterRecord(kFilterId);
+  HostSourceInfo record = VideoFilterRecord(kLandmarkFilterId);
   record.get_name = GetName;
   record.create = Create;
   record.destroy = Destroy;

@@ -1,4 +1,4 @@
-// Reading a keyed shared texture back on a device of one's own beside the host's renderer, so that the wait is a
+// Reading a keyed shared texture back on a device apart from the host's renderer, so that the wait is a
 // worker's and never the host's. Five operations, with one source for each graphics system.
 //
 // Threads: none of them enters graphics. CreateD3DDevice on any thread; CreateStagingTexture and MapSharedHandleToCPU

@@ -14,7 +14,6 @@
 namespace vanta {
 namespace {
 
-constexpr int32_t kReportId = 19;
 constexpr DWORD kAcquireWaitMs = 200;
 
 struct ReleaseCom {
@@ -114,7 +113,7 @@ template <typename Interface>
 void Destroy(Interface **object, const char *format) {
   if (!object || !*object) return;
   blog(LOG_INFO, format, static_cast<void *>(*object));
-  blog_user_define_data_report(kReportId, format, static_cast<void *>(*object));
+  blog_user_define_data_report(kReportWorkers, format, static_cast<void *>(*object));
   (*object)->Release();
   *object = nullptr;
 }
@@ -154,7 +153,7 @@ bool CreateD3DDevice(ID3D11Device **device, ID3D11DeviceContext **context) {
     return false;
   }
   blog(LOG_INFO, "Create D3D Device %p", static_cast<void *>(new_device));
-  blog_user_define_data_report(kReportId, "Create D3D Device %p", static_cast<void *>(new_device));
+  blog_user_define_data_report(kReportWorkers, "Create D3D Device %p", static_cast<void *>(new_device));
   *device = new_device;
   *context = new_context;
   return true;

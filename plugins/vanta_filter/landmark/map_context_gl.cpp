@@ -30,7 +30,6 @@ struct GlStagingTexture {
 
 namespace {
 
-constexpr int32_t kReportId = 19;
 constexpr uint32_t kAcquireWaitMs = 200;
 constexpr uint32_t kBytesPerPixel = 4;
 
@@ -76,7 +75,7 @@ void LogResult(const char *format, int result) {
   blog(LOG_ERROR, format, static_cast<unsigned>(result));
 }
 
-// Top row first, as libobs draws into its textures. Returns when the pixels are there: 0 or GL's word for the failure.
+// Top row first, as libobs draws into its textures. Returns when the pixels are there: 0 or GL's error code.
 GLenum ReadTexture(TextureDeviceContext &context, GLuint name, StagingTexture &staging) {
   const GlApi &gl = Gl();
   while (gl.GetError() != GL_NO_ERROR) {
@@ -97,7 +96,7 @@ GLenum ReadTexture(TextureDeviceContext &context, GLuint name, StagingTexture &s
 template <typename Object>
 void Destroy(Object **object, const char *format) {
   blog(LOG_INFO, format, static_cast<void *>(*object));
-  blog_user_define_data_report(kReportId, format, static_cast<void *>(*object));
+  blog_user_define_data_report(kReportWorkers, format, static_cast<void *>(*object));
   delete *object;
   *object = nullptr;
 }
@@ -118,7 +117,7 @@ bool CreateD3DDevice(TextureDevice **device, TextureDeviceContext **context) {
   *device = new GlTextureDevice{gl_context};
   *context = new GlTextureDeviceContext;
   blog(LOG_INFO, "Create D3D Device %p", static_cast<void *>(*device));
-  blog_user_define_data_report(kReportId, "Create D3D Device %p", static_cast<void *>(*device));
+  blog_user_define_data_report(kReportWorkers, "Create D3D Device %p", static_cast<void *>(*device));
   return true;
 }
 

@@ -14,7 +14,7 @@ struct FreeBytes {
 
 // Owns: the pixels, bytes R, G, B, A.
 struct RgbaBuffer {
-  // Black, without a touch of the memory: the first one is seldom used. Without memory `data` stays null.
+  // Black, in memory that is not written here: the first one is seldom used. Without memory `data` stays null.
   RgbaBuffer(uint32_t picture_width, uint32_t picture_height, uint32_t picture_linesize)
       : width(picture_width),
         height(picture_height),

@@ -11,7 +11,7 @@ namespace vanta {
 struct DestroyFrame {
   void operator()(obs_source_frame *frame) const { obs_source_frame_destroy(frame); }
 };
-// A frame of one's own in libobs's memory.
+// A frame that its holder owns, in libobs's memory.
 using OwnedFrame = std::unique_ptr<obs_source_frame, DestroyFrame>;
 
 OwnedFrame MakeI420HostFrame(uint32_t width, uint32_t height);

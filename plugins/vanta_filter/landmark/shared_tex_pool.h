@@ -11,7 +11,7 @@
 namespace vanta {
 
 // Textures are taken from the back and come back to the front: the one just used rests longest, which gives the other
-// device time to finish with it. One that comes back in a size of old is destroyed when it would be taken next.
+// device time to finish with it. One of an outdated size is destroyed by the Take that would give it out.
 // Owns: the free textures. Threads: Fit, Take, destructor [render]; GiveBack [any].
 class SharedTexPool {
  public:

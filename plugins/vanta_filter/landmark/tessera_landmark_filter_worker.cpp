@@ -4,7 +4,9 @@
 #include <util/platform.h>
 
 #include <cstring>
+#include <system_error>
 
+#include "obs/host_report.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
@@ -12,12 +14,6 @@ namespace {
 
 constexpr uint32_t kFirstWidth = 1920;  // pixels, until the first picture tells
 constexpr uint32_t kFirstHeight = 1080;
-constexpr int32_t kReportId = 19;
-
-void LogAndReport(int level, const char *text) {
-  blog(level, "%s", text);
-  blog_user_define_data_report(kReportId, text);
-}
 
 void ReportToWatchdog(uint64_t thread_id, uint64_t timestamp) {
   SetTesseraLandmarkFilterWorkerThreadId(thread_id);
@@ -101,7 +97,13 @@ void TesseraLandmarkFilterWorker::SetUpGpuPath() {
     MutexLock lock(gpu_mutex_);
     gpu_frame_ = MakeI420HostFrame(kFirstWidth, kFirstHeight);
   }
-  gpu_worker_ = std::make_unique<TesseraLandmarkFilterGpuWorker>();
+  try {
+    gpu_worker_ = std::make_unique<TesseraLandmarkFilterGpuWorker>();
+  } catch (const std::system_error &error) {  // the host would end with this thread
+    blog(LOG_ERROR, "TesseraLandmarkFilterGpuWorker cannot start: %s", error.what());
+    OnGpuWorkerExit();
+    return;
+  }
   gpu_worker_->AddHandler([this](SharedTex *texture) { return OnSharedTexture(texture); });
   gpu_worker_->SetExitCallback([this] { OnGpuWorkerExit(); });
 }

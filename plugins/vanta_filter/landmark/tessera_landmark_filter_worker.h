@@ -21,7 +21,7 @@ namespace vanta {
 
 // Pictures come on one of two paths, as the host chooses: read back already, through PushFrame, or as textures, through
 // CopyTexture, which the GPU worker's thread reads back. On the first path the newest picture waits; one that the
-// runner has no time for is gone without a word. Owns: its thread, the runner, the GPU worker with its device, one
+// runner has no time for is dropped, unlogged. Owns: its thread, the runner, the GPU worker with its device, one
 // picture and one frame for each path. Threads: PushFrame, CopyTexture, destructor [render]; Stop [any]. Neither thread
 // of it enters graphics, and no receiver of its signal may: the destructor joins them with the graphics context held.
 class TesseraLandmarkFilterWorker {

@@ -1,10 +1,10 @@
 #include "obs/data_file.h"
 
-#include <vanta_base/utf8_path.h>
-
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
+
+#include "vanta_base/utf8_path.h"
 
 namespace vanta {
 namespace {

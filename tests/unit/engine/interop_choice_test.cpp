@@ -76,6 +76,7 @@ TEST_F(InteropChoice, NullResultChangesNoFlag) {
   scripted_engine::Change([](EngineScript &script) { script.answer = EngineScript::Answer::kNull; });
   Format();
   EXPECT_EQ(host_double::Count("SetBeautySharedTexture(1)"), 0u);
+  EXPECT_EQ(host_double::Count("SetBeautySharedTextureFallback(1)"), 0u);
 }
 
 TEST_F(InteropChoice, AnotherFormatThanAskedRaisesTheFallbackFlagAndLeavesTheAnswer) {

@@ -52,6 +52,7 @@ TEST(FrameFactory, PoolOfDumpFramesKeepsTheEnginesLimit) {
       const vanta_test::AllocCounter counter;
       PooledFramePtr frame = factory.TakeDumpFrame(1, 16, 16, i);
       allocations.push_back(counter.OnThisThread());
+      ASSERT_TRUE(frame && frame->data);
       frames.push_back(std::move(frame));
     }
     for (auto &frame : frames) factory.Recycle(std::move(frame));

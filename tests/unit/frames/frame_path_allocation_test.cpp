@@ -16,10 +16,10 @@ void TravelOnce(FaceBeautyFrameFactory &factory, obs_source_frame *host) {
   factory.PutInput(factory.TakeFreeFrame(host->width, host->height), host);
   PooledFrameQueue batch = factory.TakeAllInput();
   factory.PushOutput(batch.PopFront());
-  if (PooledFramePtr frame = factory.TakeOutput(host->width, host->height)) {
-    EXPECT_TRUE(factory.CopyToObsFrame(*frame, host));
-    factory.Recycle(std::move(frame));
-  }
+  PooledFramePtr frame = factory.TakeOutput(host->width, host->height);
+  ASSERT_NE(frame, nullptr);
+  EXPECT_TRUE(factory.CopyToObsFrame(*frame, host));
+  factory.Recycle(std::move(frame));
 }
 
 TEST_P(FramePathAllocation, IsNoneAfterTheFirstFrames) {

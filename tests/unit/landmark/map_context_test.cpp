@@ -172,9 +172,9 @@ TEST_F(MapSharedHandle, GivesEveryPixelTopRowFirst) {
 }
 
 TEST_F(MapSharedHandle, SecondReadUsesTheSameFramebuffer) {
-  Map();
+  ASSERT_TRUE(Map());
   gl_host_double::ClearCalls();
-  Map();
+  ASSERT_TRUE(Map());
   const Texts calls = gl_host_double::Calls();
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "glGenFramebuffers"), 0);
 }

@@ -37,7 +37,7 @@ bool FrameExchange::EnqueueFrame(obs_source_frame *frame) {
   if (pooled->data) {
     pooled->data->timestamp = frame->timestamp;
     pooled->data->stamp = pooled->created_ms;
-    pooled->data->color_code = 3;
+    pooled->data->color_code = LX::ColorCode::k709Full;
   }
   pooled->flip = frame->flip;
   frames_.PutInput(std::move(pooled), frame);

@@ -4,15 +4,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "obs/host_report.h"
 #include "vanta_filter/module/host_extensions.h"
 
 namespace vanta {
-namespace {
-
-constexpr int32_t kReportOrientation = 19;
-
-}  // namespace
-
 void WorkerSettings::Update(obs_data_t *settings, CommandReceiver &engine) {
   const OBSDataAutoRelease copy = obs_data_create();
   obs_data_apply(copy, settings);
@@ -55,8 +50,7 @@ void WorkerSettings::UpdateOrientation(obs_data_t *orientation) {
   rotate_type_.store(RotateType(rot_deg), std::memory_order_relaxed);
   blog(LOG_INFO, "[beauty] fb filter update orientation , flip_hor %d, flip_ver %d", hor_flip, ver_flip);
   // "rotate_type" carries the degrees, not the derived type.
-  const nlohmann::json report = {{"flip_hor", hor_flip}, {"flip_ver", ver_flip}, {"rotate_type", rot_deg}};
-  blog_user_define_data_report(kReportOrientation, report.dump().c_str());
+  SendReport(kReportWorkers, {{"flip_hor", hor_flip}, {"flip_ver", ver_flip}, {"rotate_type", rot_deg}});
 }
 
 }  // namespace vanta

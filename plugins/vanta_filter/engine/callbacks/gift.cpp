@@ -14,8 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int32_t kReportGift = 8;
-
 Clock::time_point EndOf(int64_t display_time) {
   const Clock::time_point now = Clock::now();
   const auto longest = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now);
@@ -35,7 +33,7 @@ std::string ReportBody(int64_t display_time, const std::string &event_name) {
 }  // namespace
 
 void ExecGiftCallBack(int64_t display_time, const std::string &event_name) {
-  blog_user_define_data_report(kReportGift, ReportBody(display_time, event_name).c_str());
+  blog_user_define_data_report(kReportEffects, ReportBody(display_time, event_name).c_str());
   std::thread([display_time, event_name] {
     if (display_time >= 1) std::this_thread::sleep_until(EndOf(display_time));
     if (!event_name.empty()) SetHostEvent("ExecGiftCallBack", event_name);

@@ -11,9 +11,6 @@ namespace vanta {
 
 namespace {
 
-constexpr int32_t kLayoutI420 = 2;
-constexpr int32_t kLayoutPacked = 3;
-
 // 0 when there can be no such frame.
 size_t BufferBytes(int32_t width, int32_t height, size_t pixel_bytes) {
   if (width <= 0 || height <= 0) return 0;
@@ -39,7 +36,7 @@ std::shared_ptr<LX::FrameData> MakeFrame(int32_t width, int32_t height, int32_t 
   frame->word = kPreparedWord;
   frame->color_code = kFreshColorCode;
   frame->layout_code = layout;
-  frame->prepared_mark = kPreparedFrameMark;
+  frame->prepared_mark = LX::kPreparedFrameMark;
   frame->flip = 1;
   return frame;
 }
@@ -49,7 +46,7 @@ std::shared_ptr<LX::FrameData> MakeFrame(int32_t width, int32_t height, int32_t 
 std::shared_ptr<LX::FrameData> MakeI420Frame(int32_t width, int32_t height) {
   if (BufferBytes(width, height, 4) == 0) return nullptr;
   const size_t size = Aligned(BufferBytes(width, height, 4));
-  auto frame = MakeFrame(width, height, kLayoutI420, size);
+  auto frame = MakeFrame(width, height, LX::LayoutCode::kI420, size);
   std::memset(frame->planes[0], 0, size);
   const int32_t chroma_width = (width + 1) / 2;
   frame->planes[1] = frame->planes[0] + BufferBytes(width, height, 1);
@@ -63,7 +60,7 @@ std::shared_ptr<LX::FrameData> MakeI420Frame(int32_t width, int32_t height) {
 std::shared_ptr<LX::FrameData> MakeNV12Frame(int32_t width, int32_t height) {
   const size_t size = BufferBytes(width, height, 2);
   if (size == 0) return nullptr;
-  auto frame = MakeFrame(width, height, kLayoutNv12, size);
+  auto frame = MakeFrame(width, height, LX::LayoutCode::kNv12, size);
   std::memset(frame->planes[0], 0, size);
   frame->planes[1] = frame->planes[0] + size / 2;
   frame->planes[2] = frame->planes[1] + size / 4;
@@ -74,7 +71,7 @@ std::shared_ptr<LX::FrameData> MakeNV12Frame(int32_t width, int32_t height) {
 
 std::shared_ptr<LX::FrameData> MakePackedFrame(int32_t width, int32_t height) {
   if (BufferBytes(width, height, 4) == 0) return nullptr;
-  auto frame = MakeFrame(width, height, kLayoutPacked, Aligned(BufferBytes(width, height, 4)));
+  auto frame = MakeFrame(width, height, LX::LayoutCode::kPacked, Aligned(BufferBytes(width, height, 4)));
   frame->strides[0] = width * 4;
   frame->pixel_format = LX::PixelFormat::kPixelBuffer;
   return frame;

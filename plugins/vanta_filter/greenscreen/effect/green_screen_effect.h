@@ -26,7 +26,7 @@ class GreenScreenEffect {
   const EffectParameters &params() const { return params_; }
   bool HasTechnique(const char *name) const;
 
-  // For passes that a file may leave out: null, without a word, where it does. Look it up once, after Load.
+  // For passes that a file may leave out: null, without a log line, where it does. Look it up once, after Load.
   gs_eparam_t *OptionalParameter(const char *name) const;
 
   // Draws a sprite over a unit square into the render target that has been begun; nothing where the technique is

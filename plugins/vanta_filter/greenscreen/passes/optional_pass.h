@@ -19,7 +19,7 @@ struct BeforeKey {
 };
 
 // The renderer runs it between the key table and `LutApply`, once for each frame that is keyed anew. Nothing of it is
-// needed for a key: a technique or a parameter that the file lacks is looked up without a word and leaves the pass off,
+// needed for a key: a technique or a parameter that the file lacks is not logged and leaves the pass off,
 // a render target that cannot be made or begun costs only what the pass would have brought, and neither lets the frame
 // through unkeyed. What it found reaches `LutApply` through parameters of its own, each of whose defaults in the file
 // means "there is none".

@@ -14,7 +14,7 @@ struct ConfigChange {
 };
 
 // Applies the keys of `text` to `settings`, each clamped to its range; a key that is missing or of a type that it does
-// not take is skipped without a word. Empty, and nothing is touched, when the text is no JSON object.
+// not take is skipped, without a log line. Empty, and nothing is touched, when the text is no JSON object.
 std::optional<ConfigChange> ApplyGreenScreenConfig(const std::string &text, GreenScreenSettings &settings);
 
 // The nearest float; beyond the range of floats, where a plain cast is undefined, the greatest of that sign.

@@ -118,12 +118,13 @@ TEST_F(WorkerSettings, SettingsComeBeforeTheMattingRequest) {
   host_double::Change([](HostSwitches &switches) { switches.async_beauty = false; });
   Update("{}");
   const std::vector<LogLine> lines = log_.Lines();
-  size_t settings = 0, matting = 0;
-  for (size_t i = 0; i < lines.size(); ++i) {
-    if (lines[i].text.find("SetOBSData") != std::string::npos) settings = i;
-    if (lines[i].text.find("SetNoGreenMatting") != std::string::npos) matting = i;
-  }
-  EXPECT_LT(settings, matting);
+  const auto line_with = [&lines](const char *text) {
+    return std::find_if(lines.begin(), lines.end(),
+                        [text](const LogLine &line) { return line.text.find(text) != std::string::npos; });
+  };
+  const auto matting = line_with("SetNoGreenMatting");
+  ASSERT_NE(matting, lines.end());
+  EXPECT_LT(line_with("SetOBSData"), matting);
 }
 
 TEST_F(WorkerSettings, WorkersCopyOutlivesTheHostsSettings) {

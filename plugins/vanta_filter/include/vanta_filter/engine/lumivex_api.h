@@ -2,6 +2,7 @@
 // class. Declaration only; the engine's library implements it.
 #pragma once
 
+#include <bit>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -41,6 +42,26 @@ class LUMIVEX_API DXGLSharedTexture {
   std::shared_ptr<State> state_;
 };
 
+// FrameData::color_code: matrix and range. Any other number is read as k709Partial.
+struct ColorCode {
+  static constexpr int32_t k601Partial = 0;
+  static constexpr int32_t k601Full = 1;
+  static constexpr int32_t k709Partial = 2;
+  static constexpr int32_t k709Full = 3;  // and sRGB
+  static constexpr int32_t k2100 = 5;     // partial range, PQ or HLG
+};
+
+// FrameData::layout_code.
+struct LayoutCode {
+  static constexpr int32_t kNv12 = 1;
+  static constexpr int32_t kI420 = 2;
+  static constexpr int32_t kPacked = 3;
+};
+
+// FrameData::prepared_mark of every frame that this module has prepared.
+inline constexpr float kPreparedFrameMark = 67.5642166f;
+static_assert(std::bit_cast<uint32_t>(kPreparedFrameMark) == 0x428720E1u);
+
 // FrameData::pixel_format: going in it asks for something, coming back it says what the frame is.
 struct PixelFormat {
   static constexpr int32_t kFresh = -1;          // of a frame from the pool; in: a memory frame is wanted
@@ -62,14 +83,14 @@ class LUMIVEX_API FrameData : public std::enable_shared_from_this<FrameData> {
   uint8_t *planes[3];    // NV12: Y, interleaved UV, null
   int32_t strides[3];    // bytes per row of each plane
   int32_t word;          // 1 on every frame that the factory prepares
-  int32_t color_code;    // 0 601 partial, 1 601 full, 2 709 partial, 3 709 full or sRGB, 5 BT.2100
-  int32_t layout_code;   // 1 NV12, 2 I420, 3 packed
+  int32_t color_code;    // one of ColorCode
+  int32_t layout_code;   // one of LayoutCode
   int32_t pixel_format;  // one of PixelFormat
   int32_t reserved;
   int32_t width;                                      // pixels
   int32_t height;                                     // pixels
   int32_t rotation;                                   // degrees, clockwise, any value
-  float prepared_mark;                                // kPreparedFrameMark on every prepared frame
+  float prepared_mark;                                // kPreparedFrameMark
   uint8_t flip;                                       // mirror left and right
   float tessera_ms;                                   // out: milliseconds that the calling thread spent on faces
   float beauty_ms;                                    // out: its other milliseconds in the engine
@@ -99,7 +120,8 @@ class LUMIVEX_API FramePool {
 };
 
 // One engine, for one frame size. Calls are serialised by the caller; callbacks come on threads of the engine's choice,
-// also from inside a call.
+// also from inside a call, until the destructor has returned. Paths are in the host's multibyte code page, JSON is
+// UTF-8.
 class LUMIVEX_API LumivexSync {
  public:
   // Null when the engine cannot run on this machine.
@@ -109,24 +131,30 @@ class LUMIVEX_API LumivexSync {
   LumivexSync(const LumivexSync &) = delete;
   LumivexSync &operator=(const LumivexSync &) = delete;
 
+  // Commands are those of IFaceless (i_faceless.h), where their ranges stand.
   void setBeautyGroupPath(const LXGroupConfig &config);
   void setModelPathDic(const std::map<std::string, std::string> &path_dic);
   void setModelRootPath(std::string path);
+  // Callbacks; the one set last counts. After each look for faces: the vision runner's result under "landmarks".
   void setTesseraCpuDataFunc(
       std::function<void(std::shared_ptr<std::map<std::string, std::shared_ptr<tessera::Any>>>)> callback);
+  // Texts of the vision step: statistics, reports, log.
   void setTesseraUploadStatsCallBack(std::function<void(const std::string &)> callback, const std::string &name);
   void setTesseraPostReportCallBack(std::function<void(const std::string &, const std::string &)> callback);
   void setTesseraLogCallBack(std::function<void(const std::string &, const std::string &)> callback);
+  // What an effect asks of the host: ability_handler.h.
   void setGameDataCallback(std::function<void(const BoomGameData &)> callback);
   void setBodySlimmingStatusCallback(const std::function<void(LXBodySlimmingStatus)> &callback);
+  // An effect's description of itself, JSON in UTF-8 or in the code page; false: the effect failed.
   void setEffectDescriptionCallback(std::function<void(const std::string &, bool)> callback);
 
-  // Null on failure. The result may be the same frame or another one.
+  // Returns when the frame is done: the same one or another, null on failure.
   std::shared_ptr<FrameData> processFrameData(std::shared_ptr<FrameData> frame);
   // May block for up to `timeout`.
   bool isNVDXInteropSupported(bool wait, std::chrono::milliseconds timeout);
-  std::string getStats();
+  std::string getStats();  // JSON, since the last clearStats
   void clearStats();
+  // The vision step's statistics, a text for the log.
   void getTesseraStat(std::string &out);
 
   void updateTesseraParams(const std::string &json);
@@ -158,12 +186,14 @@ class LUMIVEX_API LumivexSync {
   std::unique_ptr<Impl> impl_;
 };
 
+// For the whole process; this module sets 0.
 LUMIVEX_API void setDebugAlertMode(int mode);
 
 }  // namespace LX
 
 namespace Lumivex {
-// Null when no window can be made.
+// A window with a GL context, of so many pixels. Null when none can be made. The caller destroys it, once no engine
+// uses it any more.
 LUMIVEX_API GLFWwindow *createGLFWWindow(int width, int height, bool visible);
 LUMIVEX_API void destroyGLFWWindow(GLFWwindow *window);
 }  // namespace Lumivex

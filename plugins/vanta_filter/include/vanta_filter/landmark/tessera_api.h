@@ -81,12 +81,12 @@ enum TenBitFormat : int32_t { kTesseraEightBit = 0 };
 
 class TESSERA_API TesseraConfig {
  public:
-  explicit TesseraConfig(const std::string &name);
+  explicit TesseraConfig(const std::string &name);  // of what is looked for: "tessera_landmarks"
   virtual ~TesseraConfig();
-  void setUseMode(const std::string &mode);
-  void setModelFolderPath(const std::string &path);  // in the code page
-  void setModelFilePaths(const std::vector<std::string> &paths);
-  void setConfigParam(const Any &param);
+  void setUseMode(const std::string &mode);                       // the kind of network: "qnet_v3"
+  void setModelFolderPath(const std::string &path);               // in the code page
+  void setModelFilePaths(const std::vector<std::string> &paths);  // likewise
+  void setConfigParam(const Any &param);                          // a map of JSON texts by the network's name
 
  private:
   friend class TesseraRunner;
@@ -114,7 +114,7 @@ class TESSERA_API TesseraFrame {
   virtual ~TesseraFrame();
   std::shared_ptr<TesseraImage> getTesseraImage();  // the frame's own, empty at first
   void setImageObj(std::shared_ptr<TesseraImage> image);
-  void setTimeStamp(double timestamp);
+  void setTimeStamp(double timestamp);  // nanoseconds
 
  private:
   friend class TesseraRunner;
@@ -132,14 +132,14 @@ class TESSERA_API TesseraOut {
   std::shared_ptr<Any> any_;
 };
 
-// Finds faces. Threads: one at a time.
+// Finds faces. All but createTesseraRunner is called by one thread at a time, the same or another.
 class TESSERA_API TesseraRunner {
  public:
   virtual ~TesseraRunner();
   static std::shared_ptr<TesseraRunner> createTesseraRunner(std::shared_ptr<TesseraConfig> config);  // null on failure
-  void setLogLevel(int level);
-  int init();  // 0 on success
-  void setParam(std::shared_ptr<Any> param);
+  void setLogLevel(int level);                // the runner's own scale; this module sets 3
+  int init();                                 // 0 on success
+  void setParam(std::shared_ptr<Any> param);  // a map with "landmarks_param": parameters by name, numbers as texts
   // Returns when the picture is analysed. `out` is set, or left null when there is no result.
   int run(std::shared_ptr<TesseraFrame> frame, std::shared_ptr<TesseraOut> &out);
 

@@ -29,6 +29,15 @@ struct HostAdapterDesc {
 };
 static_assert(sizeof(void *) != 8 || sizeof(HostAdapterDesc) == 304, "must match DXGI_ADAPTER_DESC");
 
+namespace vanta {
+
+// What a report is about, by the number under which hosts know it.
+inline constexpr int32_t kReportEffects = 8;    // an engine that cannot start; a gift that an effect shows
+inline constexpr int32_t kReportPictures = 12;  // how pictures are handed on: as shared textures or in memory, keyed
+inline constexpr int32_t kReportWorkers = 19;   // the frames' orientation; the landmark filter's workers and devices
+
+}  // namespace vanta
+
 extern "C" {
 
 // Switches, polled at the moments named and never cached.
@@ -40,14 +49,17 @@ VANTA_HOST_API bool JumpTextureRenderEnable();   // on every render; true: the u
 VANTA_HOST_API bool EnableAsyncGpuTextureMap();  // at the landmark worker's start; true: GPU map worker
 VANTA_HOST_API bool FacePointByLX();             // true: face points come from the effect engine
 
-// Flags shared with the host.
+// Flags shared with the host: frames leave the engine as shared textures; one did not though it was asked to; a
+// deinterlaced source has been seen, which is never taken back.
 VANTA_HOST_API bool IsBeautySharedTexture();
 VANTA_HOST_API void SetBeautySharedTexture(bool on);
 VANTA_HOST_API bool IsBeautySharedTextureFallback();
 VANTA_HOST_API void SetBeautySharedTextureFallback(bool on);
 VANTA_HOST_API void SetIsDeinterlace(bool on);
 
-// Thread supervision. Ids are operating-system thread ids; timestamps are os_gettime_ns(), 0 when idle.
+// Thread supervision. `id` is the operating system's number of the worker's thread. ...ThreadId tells whether it is at
+// work: its own number, or 0 when it is idle. Timestamps are os_gettime_ns(), 0 when idle. Landmark workers call from
+// the thread that is meant. ...ThreadSleep comes after each frame: there the host may hold the worker back.
 VANTA_HOST_API void FaceBeautyThreadManagerAddThread(uint64_t id);
 VANTA_HOST_API void FaceBeautyThreadManagerRemoveThread(uint64_t id);
 VANTA_HOST_API void SetFaceBeautyFilterWorkerThreadId(uint64_t id, uint64_t value);
@@ -60,7 +72,8 @@ VANTA_HOST_API void SetTesseraLandmarkFilterGpuWorkerThreadId(uint64_t id);
 VANTA_HOST_API void SetTesseraLandmarkFilterGpuWorkerThreadTimestamp(uint64_t timestamp);
 VANTA_HOST_API void TesseraLandmarkFilterGpuWorkerThreadSleep();
 
-// Telemetry. JSON bodies are passed as the format itself, so a body must hold no per cent sign.
+// Telemetry. Bodies are passed as the format itself, so a body must hold no per cent sign but those of its arguments.
+// `report_id` is one of vanta::kReport...
 VANTA_HOST_API void blog_user_define_data_report(int32_t report_id, const char *format, ...);
 // The vision stack's log; levels are those of blog().
 VANTA_PRINTF(2, 3) VANTA_HOST_API void blog_corvid(int32_t level, const char *format, ...);
@@ -84,7 +97,9 @@ VANTA_HOST_API video_colorspace video_format_get_colorspace_from_matrix(const fl
 // quickly; from inside send no command, enter no graphics, and never add or remove an observer.
 class FrameRateCalcObserver {
  public:
+  // Once a minute, `name` being the callback's: the mean cost of its frames, unless each took less than a millisecond.
   virtual void OnCostReport(const std::string &name, int avg_cost_us) = 0;
+  // A frame above half a second.
   virtual void OnCostSpike(const std::string &name, int cost_us) = 0;
 
  protected:
@@ -96,6 +111,7 @@ class FrameRateCalcObserver {
 class FrameRateCalcCenter {
  public:
   VANTA_HOST_API static FrameRateCalcCenter &Instance();
+  // Borrowed until it is removed; one that was added twice is called twice, and removed at once.
   VANTA_EXPORT void AddObserver(FrameRateCalcObserver *observer);
   VANTA_EXPORT void RemoveObserver(FrameRateCalcObserver *observer);
 
