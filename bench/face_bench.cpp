@@ -44,7 +44,7 @@ constexpr double kMostDropped = 0.3;
 constexpr double kMostJitter = 0.05;  // pixels of 1280x720
 constexpr double kMostError = 0.06;   // of the pupils' distance, 95 of 100
 // p99 of the frame's thread to the median of the shrinking.
-constexpr double kMostRatio = 10;
+constexpr double kMostRatio = 20;
 const cv::Size k720(1280, 720);
 const cv::Size k1080(1920, 1080);
 
