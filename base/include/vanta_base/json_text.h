@@ -9,7 +9,8 @@
 
 namespace vanta {
 
-// A value that is_discarded() for text that is no JSON.
+// A value that is_discarded() for text that is no JSON, nests deeper than 256 levels, or has an object of more than
+// 10000 members.
 nlohmann::ordered_json ReadJson(std::string_view text);
 // The same, with nlohmann::ordered_json::parse_error in its place; out_of_range for a number that is too large.
 nlohmann::ordered_json ReadJsonOrThrow(std::string_view text);

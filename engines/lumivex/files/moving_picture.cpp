@@ -8,6 +8,7 @@
 
 #include "files/animated_webp.h"
 #include "files/moving_pictures_taken.h"
+#include "files/mp4_samples.h"
 #include "vanta_base/av_pointer.h"
 
 namespace lumivex {
@@ -15,6 +16,8 @@ namespace {
 
 constexpr int kReadBytes = 1 << 15;
 constexpr AVRational kMilliseconds = {1, 1000};
+// Of a file, those of its sound too. libavformat takes some 50 bytes for each.
+constexpr uint64_t kMostSamples = uint64_t{1} << 22;
 constexpr int64_t kUntoldDuration = 40;  // milliseconds
 // Some of the scaler's loops write by blocks of so many pixels.
 constexpr int kPaddingPixels = 32;
@@ -197,6 +200,8 @@ AvPointer<AVFormatContext> Open(MovingKind kind, AVIOContext *input) {
 
 void ReadWithFfmpeg(MovingKind kind, std::span<const uint8_t> bytes, const MovingLimits &limits,
                     const std::atomic<bool> &cancelled, MovingPicturesTaken &taken) {
+  if (kind == MovingKind::kMp4 && SamplesToldByMp4(bytes) > kMostSamples)
+    return taken.Fail("it tells of more than 4 million samples", "save it again, without its sound");
   MemoryFile memory{bytes};
   auto *buffer = static_cast<uint8_t *>(av_malloc(kReadBytes));
   const AvPointer<AVIOContext> input(

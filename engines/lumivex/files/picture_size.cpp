@@ -9,6 +9,10 @@ namespace {
 
 constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr size_t kPngSizeAt = 16;  // behind the signature and the head of the first chunk
+constexpr std::array<uint8_t, 8> kPngHead = {0, 0, 0, 13, 'I', 'H', 'D', 'R'};
+
+// A progressive JPEG has about ten, and decoders go over the whole picture for each, however short it is.
+constexpr size_t kMostScans = 256;
 
 int64_t BigEndian(std::span<const uint8_t> file, size_t at, size_t count) {
   int64_t value = 0;
@@ -18,11 +22,27 @@ int64_t BigEndian(std::span<const uint8_t> file, size_t at, size_t count) {
 
 std::optional<PictureSize> ReadPng(std::span<const uint8_t> file) {
   if (file.size() < kPngSizeAt + 8) return std::nullopt;
+  // libpng passes over a chunk that it does not know, whatever stands in it.
+  if (!std::equal(kPngHead.begin(), kPngHead.end(), file.begin() + kPngSignature.size())) return std::nullopt;
   return PictureSize{BigEndian(file, kPngSizeAt, 4), BigEndian(file, kPngSizeAt + 4, 4)};
 }
 
 bool IsFrameHeader(uint8_t marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+// In what is coded 0xFF never stands before this marker's number.
+bool HasTooManyScans(std::span<const uint8_t> file) {
+  size_t scans = 0;
+  for (size_t at = 0; at + 1 < file.size(); ++at) {
+    if (file[at] == 0xFF && file[at + 1] == 0xDA && ++scans > kMostScans) return true;
+  }
+  return false;
+}
+
+// It stands alone, without a length. A zero is no marker: decoders look for the next one behind it.
+bool HasNoLength(uint8_t marker) {
+  return marker <= 0x01 || (marker >= 0xD0 && marker <= 0xD9);
 }
 
 std::optional<PictureSize> ReadJpeg(std::span<const uint8_t> file) {
@@ -34,8 +54,11 @@ std::optional<PictureSize> ReadJpeg(std::span<const uint8_t> file) {
       ++at;
       continue;
     }
-    if (IsFrameHeader(marker)) return PictureSize{BigEndian(file, at + 7, 2), BigEndian(file, at + 5, 2)};
-    if (marker == 0xDA) return std::nullopt;
+    if (IsFrameHeader(marker)) {
+      if (HasTooManyScans(file.subspan(at))) return std::nullopt;
+      return PictureSize{BigEndian(file, at + 7, 2), BigEndian(file, at + 5, 2)};
+    }
+    if (marker == 0xDA || HasNoLength(marker)) return std::nullopt;
     at += 2 + static_cast<size_t>(BigEndian(file, at + 2, 2));
   }
   return std::nullopt;

@@ -14,8 +14,9 @@ struct PictureSize {
   int64_t height = 0;
 };
 
-// Empty for a file that is no PNG, JPEG or WebP picture, or is cut off before
-// its size. Threads: any.
+// Empty for a file that is no PNG, JPEG or WebP picture, is cut off before its
+// size, may hide another one from a decoder, or has more scans than a
+// progressive JPEG needs. Threads: any.
 std::optional<PictureSize> ReadPictureSize(std::span<const uint8_t> file);
 
 }  // namespace lumivex

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 #include <util/bmem.h>
 #include <util/platform.h>
@@ -13,6 +16,7 @@ namespace vanta_host {
 namespace {
 
 constexpr int kFormat = 1;
+constexpr uintmax_t kMostBytes = uintmax_t{1} << 20;
 constexpr char kColors[] = "makeup_colors";
 
 const char *ObjectName(ValueKind kind) {
@@ -62,6 +66,11 @@ void WriteColors(const BeautyLook &look, obs_data_t *data) {
 }  // namespace
 
 std::optional<BeautyLook> ReadLookFile(const std::string &path) {
+  // libobs would wait for a pipe's other end, and read a file of any length into memory.
+  const std::filesystem::path file = vanta::PathFromUtf8(path);
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error) || std::filesystem::file_size(file, error) > kMostBytes)
+    return std::nullopt;
   const OBSDataAutoRelease data = obs_data_create_from_json_file(path.c_str());
   if (!data || obs_data_get_int(data, "format") != kFormat || !obs_data_has_user_value(data, "beauty"))
     return std::nullopt;

@@ -11,6 +11,7 @@ namespace vanta_run {
 namespace {
 
 constexpr size_t kMaxComplaints = 20;
+constexpr size_t kMaxCounted = 10000;  // of those beyond; each bad line costs the parser more time than a good one
 constexpr size_t kLongestScript = size_t{64} << 20;  // bytes
 constexpr char kRemedy[] = "give a file of commands as vanta-run --help-commands tells";
 
@@ -28,11 +29,16 @@ std::vector<ScriptLine> ReadScript(const std::string &path) {
   std::istringstream file(ReadTextFile(path, kLongestScript, kRemedy));
   std::vector<ScriptLine> script;
   std::vector<std::string> complaints;
+  size_t more = 0;
   double last = 0;
   std::string text;
-  for (size_t number = 1; std::getline(file, text); ++number) {
+  for (size_t number = 1; more <= kMaxCounted && std::getline(file, text); ++number) {
     const auto complain = [&](const std::string &reason) {
-      complaints.push_back(ComplainOfLine(path, number, reason));
+      if (complaints.size() < kMaxComplaints) {
+        complaints.push_back(ComplainOfLine(path, number, reason));
+      } else {
+        ++more;
+      }
     };
     std::optional<double> at;
     try {
@@ -44,10 +50,9 @@ std::vector<ScriptLine> ReadScript(const std::string &path) {
     if (at && *at < last) complain("its time " + Seconds(*at) + " goes back, behind " + Seconds(last));
     last = std::max(last, at.value_or(last));
   }
-  if (complaints.size() > kMaxComplaints) {
-    const size_t more = complaints.size() - kMaxComplaints;
-    complaints.resize(kMaxComplaints);
-    complaints.push_back(path + ": " + std::to_string(more) + " more bad lines; correct these first");
+  if (more > 0) {
+    const std::string count = more > kMaxCounted ? "over " + std::to_string(kMaxCounted) : std::to_string(more);
+    complaints.push_back(path + ": " + count + " more bad lines; correct these first");
   }
   if (!complaints.empty()) throw Failure(kExitUsage, complaints);
   return script;

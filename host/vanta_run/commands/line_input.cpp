@@ -15,11 +15,11 @@ constexpr size_t kLongestLine = 1 << 20;  // bytes
 }  // namespace
 
 std::optional<std::string> LineInput::Next() {
-  if (text_.find('\n') == std::string::npos) ReadWhatCame();
-  const size_t end = text_.find('\n');
+  if (text_.find('\n', given_) == std::string::npos) ReadWhatCame();
+  const size_t end = text_.find('\n', given_);
   if (end != std::string::npos) {
-    std::string line = text_.substr(0, end);
-    text_.erase(0, end + 1);
+    std::string line = text_.substr(given_, end - given_);
+    given_ = end + 1;
     return line;
   }
   if ((ended_ && !text_.empty()) || text_.size() > kLongestLine) return std::exchange(text_, {});
@@ -27,6 +27,7 @@ std::optional<std::string> LineInput::Next() {
 }
 
 void LineInput::ReadWhatCame() {
+  text_.erase(0, std::exchange(given_, 0));
   // The descriptor is the terminal's too: it stays a waiting one, so ask before each read.
   pollfd waiting{file_, POLLIN, 0};
   while (!ended_ && text_.size() <= kLongestLine && poll(&waiting, 1, 0) > 0) {

@@ -1,6 +1,7 @@
 // Lines of standard input, as far as they have come.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,7 @@ class LineInput {
   const int file_;
   bool ended_ = false;
   std::string text_;
+  size_t given_ = 0;  // bytes of it
 };
 
 }  // namespace vanta_run

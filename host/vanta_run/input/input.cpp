@@ -36,6 +36,8 @@ constexpr PictureSize kColorSize{1280, 720};
 constexpr PictureSize kLargestCanvas{3840, 2160};
 constexpr double kFastestDefault = 60;
 constexpr double kFastestGrid = 120;
+constexpr double kFastestFile = 1000;                // frames a second; more is a damaged file
+constexpr size_t kLargestPiece = size_t{256} << 20;  // bytes; a picture of 8192x8192 with 24 bits a pixel takes 192 MiB
 constexpr char kColorPrefix[] = "color:";
 
 uint32_t RoundDown(uint32_t value, uint32_t step) {
@@ -199,6 +201,8 @@ using FormatHandle = vanta::AvPointer<AVFormatContext>;
 
 // Null where it cannot be; `error` says why.
 FormatHandle OpenMedia(const std::string &path, int &error) {
+  // A damaged index may tell of billions of frames, for which libavformat takes memory in one piece; libobs's own too.
+  av_max_alloc(kLargestPiece);
   AVFormatContext *opened = nullptr;
   error = avformat_open_input(&opened, path.c_str(), nullptr, nullptr);
   return FormatHandle(error < 0 ? nullptr : opened);
@@ -210,6 +214,18 @@ bool HoldsManyPictures(const std::string &path) {
   const FormatHandle file = OpenMedia(path, error);
   const std::string_view format = file ? file->iformat->name : "";
   return format == "apng" || format == "mjpeg";
+}
+
+// To open such a file is to open those that it names: a pipe, itself, or one of a row without an end.
+void RequireNoList(const std::string &path) {
+  AVIOContext *opened = nullptr;
+  if (avio_open(&opened, path.c_str(), AVIO_FLAG_READ) < 0) return;
+  const AVInputFormat *format = nullptr;
+  const bool known = av_probe_input_buffer2(opened, &format, path.c_str(), nullptr, 0, 0) >= 0;
+  avio_closep(&opened);
+  constexpr std::string_view kLists[] = {"concat", "dash", "hls", "imf", "rtsp", "sdp"};
+  if (!known || std::find(std::begin(kLists), std::end(kLists), format->name) == std::end(kLists)) return;
+  throw Failure(kExitInput, path, "is a list of other files", "give one of those that it names");
 }
 
 [[noreturn]] void RefuseMedia(const std::string &path, int error) {
@@ -240,6 +256,7 @@ double FirstStay(AVFormatContext *file, const AVStream &stream) {
 }
 
 void ProbeMedia(const Request &request, Input &input) {
+  RequireNoList(input.path);
   int error = 0;
   const FormatHandle context = OpenMedia(input.path, error);
   if (!context) RefuseMedia(input.path, error);
@@ -265,7 +282,7 @@ void ProbeMedia(const Request &request, Input &input) {
                           : stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate
                                                            : stream->r_frame_rate;
   if (rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1) {
-    input.rate = request.in_step || av_q2d(rate) <= kFastestDefault
+    input.rate = av_q2d(rate) <= (request.in_step ? kFastestFile : kFastestDefault)
                      ? FrameRate{static_cast<uint32_t>(rate.num), static_cast<uint32_t>(rate.den)}
                      : FrameRate{static_cast<uint32_t>(kFastestDefault), 1};
   }

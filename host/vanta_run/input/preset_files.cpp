@@ -76,6 +76,7 @@ std::vector<std::string> PresetFiles(const std::string &group, const std::string
     const auto members = json.find("presets");
     if (members == json.end() || !members->is_array()) continue;
     for (const auto &member : *members) {
+      if (left.size() == kMostFiles) break;  // more than the engine takes
       if (!member.is_string()) continue;
       const auto name = member.get<std::string>();
       if (!IsName(name)) {

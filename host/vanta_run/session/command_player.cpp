@@ -14,6 +14,8 @@ namespace {
 
 constexpr char kInputName[] = "standard input";
 constexpr size_t kMaxKept = 10000;  // commands and calls in the report
+// That are read in one go: who writes without an end shall not hold up the run's.
+constexpr int kMostLinesAtOnce = 100000;
 
 double Rounded(double seconds) {
   return std::round(seconds * 1000) / 1000;
@@ -53,7 +55,9 @@ bool CommandPlayer::Advance(double elapsed) {
 }
 
 void CommandPlayer::ReadInput(double elapsed) {
-  while (const std::optional<std::string> text = input_.Next()) {
+  for (int i = 0; i < kMostLinesAtOnce; ++i) {
+    const std::optional<std::string> text = input_.Next();
+    if (!text) break;
     ++lines_read_;
     try {
       std::optional<double> given;

@@ -197,6 +197,14 @@ TEST(RunInteractive, EndOfStandardInputDoesNotEndTheRun) {
   EXPECT_EQ(ReadReport(workplace / "r.json")["run"]["ended_by"], "limit");
 }
 
+// A program that writes faster than its lines are read.
+TEST(RunInteractive, LinesWithoutAnEndDoNotHoldUpTheEndOfTheRun) {
+  const std::string text = RunTool({"sh", "-c",
+                                    "yes '#' | timeout -s KILL 60 " VANTA_TEST_PROGRAM
+                                    " --quiet --input color:203040 --size 64x64 --interactive --seconds 1 --report -"});
+  EXPECT_EQ(json::parse(text)["run"]["ended_by"], "limit");
+}
+
 TEST(RunInteractive, TimeThatHasPassedIsRefused) {
   const Workplace workplace;
   RunningProgram program(workplace, With({"--interactive"}), {{}, {}, true});

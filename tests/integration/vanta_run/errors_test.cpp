@@ -216,6 +216,19 @@ TEST(RunErrors, FileOfNoMediaFormatIsAnInputError) {
   ExpectRefusal(workplace, {"--input", "notes.txt"}, 3, "notes.txt");
 }
 
+// The pipe is never written to, the second list names itself, the third goes on without an end.
+TEST(RunErrors, ListOfOtherFilesIsAnInputErrorAndNoneOfThemIsOpened) {
+  const Workplace workplace;
+  ASSERT_EQ(mkfifo((workplace / "pipe.ts").c_str(), 0600), 0);
+  WriteFile(workplace / "pipe.mp4", "ffconcat version 1.0\nfile pipe.ts\n");
+  WriteFile(workplace / "itself.mp4", "ffconcat version 1.0\nfile itself.mp4\n");
+  WriteFile(workplace / "endless.mp4",
+            "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:0\n#EXTINF:1,\npipe.ts\n");
+  for (const char *name : {"pipe.mp4", "itself.mp4", "endless.mp4"}) {
+    ExpectRefusal(workplace, {"--input", name}, 3, std::string(name) + ": is a list of other files");
+  }
+}
+
 TEST(RunErrors, SoundWithoutPictureIsAnInputError) {
   const Workplace workplace;
   RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "sine=d=0.2", (workplace / "tone.wav").string()});

@@ -163,6 +163,25 @@ void ExpectWhatPlayersShow(const Workplace &workplace) {
       << "the mean difference of a pixel";
 }
 
+// A damaged file may say any rate; a tick of libobs cannot be shorter than a nanosecond.
+TEST(RunFiles, VideoOfAnImpossibleRateIsPlayed) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=64x48:r=25:d=0.4", "-pix_fmt", "yuv420p",
+           (workplace / "in.mp4").string()});
+  std::fstream file(workplace / "in.mp4", std::ios::in | std::ios::out | std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  const size_t times = bytes.find("mdhd"), frames = bytes.find("stts");
+  ASSERT_NE(times, std::string::npos);
+  ASSERT_NE(frames, std::string::npos);
+  file.seekp(static_cast<std::streamoff>(times) + 16).write("\x7f\xff\xff\xff", 4);  // units a second
+  file.seekp(static_cast<std::streamoff>(frames) + 16).write("\0\0\0\1", 4);         // units a frame
+  file.close();
+  const ProgramResult result =
+      RunProgram(workplace, {"--input", "in.mp4", "--every-frame", "--no-beauty", "--report", "r.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_EQ(ReadReport(workplace / "r.json")["canvas"]["fps"], 60.0);
+}
+
 struct Turned {
   const char *degrees, *format;
 };

@@ -29,6 +29,24 @@ TEST(JsonText, TextThatNestsWithoutAnEndIsNoJson) {
   EXPECT_EQ(ReadJson("[\"\\\"" + std::string(300, '[') + "\"]").size(), 1u) << "brackets in a text nest nothing";
 }
 
+// A megabyte of members took half a minute, thirty of them a night.
+TEST(JsonText, TextOfAnObjectWithoutAnEndIsNoJson) {
+  const auto object = [](size_t members) {
+    std::string text = "{\"a\": [], \"b\": {}";
+    for (size_t i = 2; i < members; ++i) text += ", \"" + std::to_string(i) + "\": \"::::\"";
+    return text + "}";
+  };
+  EXPECT_EQ(vanta::ReadJson(object(10000)).size(), 10000u);
+  EXPECT_TRUE(vanta::ReadJson(object(10001)).is_discarded());
+  EXPECT_THROW(vanta::ReadJsonOrThrow("[1, {\"x\":" + object(10001) + "}]"), nlohmann::ordered_json::parse_error);
+}
+
+TEST(JsonText, ListOfManyObjectsIsRead) {
+  std::string text = "[{}";
+  for (int i = 0; i < 20000; ++i) text += ", {\"a\": 1, \"b\": 2}";
+  EXPECT_EQ(vanta::ReadJson(text + "]").size(), 20001u);
+}
+
 TEST(JsonText, BytesThatAreNoUtf8BecomeReplacementCharacters) {
   EXPECT_EQ(WriteJson("a\xff"), "\"a\xEF\xBF\xBD\"");
 }

@@ -88,6 +88,14 @@ TEST_F(Script, FileFullOfBadLinesIsCutShort) {
   EXPECT_NE(refusal.find("980 more bad lines"), std::string::npos) << refusal;
 }
 
+// All of them would take minutes, and gigabytes to tell of.
+TEST_F(Script, BadLinesAreCountedToALimit) {
+  std::string text;
+  for (int i = 0; i < 10021; ++i) text += "x\n";
+  Write(text);
+  EXPECT_NE(Refusal().find("over 10000 more bad lines"), std::string::npos) << Refusal();
+}
+
 TEST_F(Script, MissingFileIsAnInputError) {
   EXPECT_EQ(Refusal().substr(0, path_.size() + 27), path_ + ": No such file or directory");
   EXPECT_EQ(Refusal().back(), '3');

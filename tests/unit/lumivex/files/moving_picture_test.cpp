@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
 #include <vector>
+
+#include "files/mp4_samples.h"
 
 namespace lumivex_test {
 namespace {
@@ -137,6 +141,52 @@ TEST(MovingPictures, ThatLieAboutTheirSizeTakeNoMemory) {
   const std::string gif("GIF89a\xff\xff\xff\xff\0\0\0,\0\0\0\0\xff\xff\xff\xff\0\x02\x02\x44\x01\0;", 29);
   const Read read = ReadFile(MovingKind::kGif, {gif.begin(), gif.end()}, {4096, 1 << 25, 64});
   EXPECT_EQ(read.file.reason, "it has 65535 by 65535 pixels");
+}
+
+// Five kilobytes that tell of so many samples of one byte took four gigabytes.
+TEST(MovingPictures, ThatLieAboutTheirLengthTakeNoMemory) {
+  std::vector<uint8_t> bytes = Bytes({"pictures.mp4", MovingKind::kMp4, false});
+  const auto write = [&bytes](const std::string &box, ptrdiff_t offset, uint32_t value) {
+    const auto at = std::search(bytes.begin(), bytes.end(), box.begin(), box.end()) + offset;
+    for (int i = 0; i < 4; ++i) at[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+  };
+  write("stsz", 8, 1);  // bytes each
+  write("stsz", 12, 80000000);
+  write("stsc", 16, 80000000);  // in the first chunk
+  const Read read = ReadFile(MovingKind::kMp4, bytes);
+  EXPECT_EQ(read.file.reason, "it tells of more than 4 million samples");
+}
+
+// A box of the given name that holds these numbers.
+std::vector<uint8_t> Box(const std::string &name, const std::vector<uint32_t> &numbers) {
+  std::vector<uint8_t> box;
+  const auto put = [&box](uint32_t number) {
+    for (const int shift : {24, 16, 8, 0}) box.push_back(static_cast<uint8_t>(number >> shift));
+  };
+  put(static_cast<uint32_t>(8 + 4 * numbers.size()));
+  box.insert(box.end(), name.begin(), name.end());
+  for (const uint32_t number : numbers) put(number);
+  return box;
+}
+
+TEST(Mp4Samples, AreThoseOfAllTracksAndFragments) {
+  EXPECT_EQ(lumivex::SamplesToldByMp4({}), 0u);
+  std::vector<uint8_t> file;
+  for (const auto &box : {Box("stsz", {0, 1, 7}), Box("stz2", {0, 8, 30}), Box("trun", {0, 500})})
+    file.insert(file.end(), box.begin(), box.end());
+  EXPECT_EQ(lumivex::SamplesToldByMp4(file), 537u);
+}
+
+TEST(Mp4Samples, AreNotCountedInMediaDataButBehindIt) {
+  const std::vector<uint8_t> inner = Box("stsz", {0, 1, 7});
+  std::vector<uint8_t> file = Box("mdat", {0x7374737a, 0, 1, 9000});  // "stsz"
+  EXPECT_EQ(lumivex::SamplesToldByMp4(file), 0u);
+  file.insert(file.end(), inner.begin(), inner.end());
+  EXPECT_EQ(lumivex::SamplesToldByMp4(file), 7u);
+}
+
+TEST(Mp4Samples, OfACompressedIndexAreTooMany) {
+  EXPECT_EQ(lumivex::SamplesToldByMp4(Box("moov", {0, 0x636d6f76})), UINT64_MAX);  // "cmov"
 }
 
 }  // namespace

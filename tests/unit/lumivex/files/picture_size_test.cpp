@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <string>
@@ -43,6 +44,58 @@ TEST(PictureSize, OfAFileThatIsCutOffIsUnknown) {
     bytes.resize(20);
     EXPECT_FALSE(lumivex::ReadPictureSize(bytes)) << kind;
   }
+}
+
+// A chunk of PNG with its checksum (PNG specification, annex D).
+std::string Chunk(const std::string &name, const std::string &content) {
+  const auto number = [](uint32_t value) {
+    std::string text;
+    for (const int shift : {24, 16, 8, 0}) text += static_cast<char>(value >> shift & 255);
+    return text;
+  };
+  uint32_t sum = 0xFFFFFFFF;
+  for (const char letter : name + content) {
+    sum ^= static_cast<uint8_t>(letter);
+    for (int bit = 0; bit < 8; ++bit) sum = sum & 1 ? sum >> 1 ^ 0xEDB88320 : sum >> 1;
+  }
+  return number(static_cast<uint32_t>(content.size())) + name + content + number(~sum);
+}
+
+// Decoders find the picture's own head behind them; what seems to be their length would lead to another one.
+TEST(PictureSize, IsNotReadBehindAMarkerOfJpegThatHasNoLength) {
+  const std::vector<uint8_t> plain = Encoded(".jpg", cv::Mat(23, 301, CV_8UC3, cv::Scalar(1, 2, 3)));
+  const std::vector<uint8_t> another = {0xFF, 0xC0, 0, 17, 8, 0, 1, 0, 1, 3, 1, 0x11, 0, 2, 0x11, 1, 3, 0x11, 1};
+  for (const uint8_t marker : {0x00, 0x01, 0xD3}) {
+    std::vector<uint8_t> file = plain;
+    const std::vector<uint8_t> alone = {0xFF, marker};
+    file.insert(file.begin() + 2, alone.begin(), alone.end());
+    file.resize(static_cast<size_t>(4 + (file[4] << 8 | file[5])));
+    file.insert(file.end(), another.begin(), another.end());
+    ASSERT_EQ(cv::imdecode(file, cv::IMREAD_UNCHANGED).size(), cv::Size(301, 23)) << int{marker};
+    EXPECT_FALSE(lumivex::ReadPictureSize(file)) << int{marker};
+  }
+}
+
+// Of forty bytes each, they kept a decoder busy for hours.
+TEST(PictureSize, OfAJpegOfThousandsOfScansIsUnknown) {
+  std::vector<uint8_t> file =
+      Encoded(".jpg", cv::Mat(23, 301, CV_8UC1, cv::Scalar(9)), {cv::IMWRITE_JPEG_PROGRESSIVE, 1});
+  ExpectSize(file, 301, 23);
+  const std::string start = "\xff\xda";
+  const auto last = std::find_end(file.begin(), file.end(), start.begin(), start.end(),
+                                  [](uint8_t a, char b) { return a == static_cast<uint8_t>(b); });
+  const std::vector<uint8_t> scan(last, file.end() - 2);
+  for (int i = 0; i < 1000; ++i) file.insert(file.end() - 2, scan.begin(), scan.end());
+  ASSERT_EQ(cv::imdecode(file, cv::IMREAD_UNCHANGED).size(), cv::Size(301, 23));
+  EXPECT_FALSE(lumivex::ReadPictureSize(file));
+}
+
+TEST(PictureSize, IsNotReadFromAChunkOfPngThatDecodersPassOver) {
+  std::vector<uint8_t> file = Encoded(".png", cv::Mat(23, 301, CV_8UC3, cv::Scalar(1, 2, 3)));
+  const std::string chunk = Chunk("vaNt", std::string("\0\0\0\1\0\0\0\1", 8));
+  file.insert(file.begin() + 8, chunk.begin(), chunk.end());
+  ASSERT_EQ(cv::imdecode(file, cv::IMREAD_UNCHANGED).size(), cv::Size(301, 23));
+  EXPECT_FALSE(lumivex::ReadPictureSize(file));
 }
 
 // Nothing of this picture is there but its size, so a reader that decodes it first would say so.

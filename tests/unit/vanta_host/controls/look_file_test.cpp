@@ -1,5 +1,7 @@
 #include "controls/look_file.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -64,6 +66,16 @@ TEST_F(LookFiles, OfAnotherFormatAreNone) {
   EXPECT_FALSE(ReadLookFile(Put("b.json", R"({"format":1})")));
   EXPECT_FALSE(ReadLookFile(Put("c.json", "no json")));
   EXPECT_FALSE(ReadLookFile((root_ / "missing.json").string()));
+}
+
+TEST_F(LookFiles, AreShortRegularFiles) {
+  const std::string text = R"({"format":1,"beauty":{}})";
+  EXPECT_TRUE(ReadLookFile(Put("short.json", text + std::string(1000, ' '))));
+  EXPECT_FALSE(ReadLookFile(Put("long.json", text + std::string(1 << 20, ' '))));
+  const std::string pipe = (root_ / "pipe.json").string();
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_FALSE(ReadLookFile(pipe));  // without waiting for its other end
+  EXPECT_FALSE(ReadLookFile(root_.string()));
 }
 
 TEST_F(LookFiles, AreListedWithTheUsersBesideThePlugIns) {
