@@ -22,6 +22,12 @@ constexpr double kDarkSkin = 115;         // luma code
 constexpr double kMostBeside = 1.1;       // brightnesses of the skin
 constexpr double kMostBesideLine = 1.35;  // likewise
 
+// In darker skin what is between open lips is hardly darker than they are.
+constexpr double kDarkestSkin = 70;  // luma code
+
+constexpr float kMostColourGain = 2;
+constexpr float kTongueRed = 0.07F;  // chroma codes, in brightnesses of the skin
+
 }  // namespace
 
 cv::Mat FaceCues::Blurred(const cv::Mat &picture, float units) const {
@@ -52,6 +58,14 @@ float FaceCues::Y(float row) const {
   return (row + 0.5F) / window_.density + window_.area.y;
 }
 
+float FaceCues::Brightness(float code) const {
+  return std::max(1.0F, code - static_cast<float>(kBlack) * gain_);
+}
+
+float FaceCues::TongueRed() const {
+  return kTongueRed * dark_skin_ * std::min(1.0F, kMostColourGain / gain_);
+}
+
 cv::Mat FaceCues::Cut(const cv::Mat &plane, const Placement &placement, bool halved) const {
   cv::Rect2f area = window_.area;
   area.x += turn_ * window_.depth;
@@ -74,6 +88,7 @@ FaceCues::FaceCues(const cv::Mat &luma, const Placement &placement, const CueWin
     return cv::Mat(cv::max(Blurred(cv::min(lit, white), around) - cv::min(fine, white), 0));
   };
   lines = darker(0.22F, kMostBesideLine);
+  if (skin < kDarkestSkin) dark_skin_ = static_cast<float>(std::max(1.0, skin - kBlack)) * gain_;
   line_ends = skin < kDarkSkin ? darker(0.22F, kMostBeside) : lines;
   spots = darker(0.09F, kMostBeside);
 }
@@ -103,7 +118,7 @@ void FaceCues::AddColour(const PictureView &picture, const Placement &placement)
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
   };
-  const double gain = static_cast<double>(std::min(gain_, 2.0F));
+  const auto gain = static_cast<double>(std::min(gain_, kMostColourGain));
   red = (v - skin(v)) * gain;
   blue = (u - skin(u)) * gain;
 }

@@ -37,6 +37,12 @@ class FaceCues {
   float Aside(float depth) const { return turn_ * (depth - window_.depth); }
   // How far the light of a dark picture was raised, and its noise with it.
   float Gain() const { return gain_; }
+  // Of a lower face: the brightness of its skin above black, in `light`, where it is dark; else 0.
+  float DarkSkin() const { return dark_skin_; }
+  // The brightness of a place of `light` above black.
+  float Brightness(float code) const;
+  // How much redder, in `red`, a tongue is than lips of dark skin can be.
+  float TongueRed() const;
   float X(float column) const;
   float Y(float row) const;
 
@@ -56,6 +62,7 @@ class FaceCues {
   CueWindow window_;
   float turn_ = 0;
   float gain_ = 1;
+  float dark_skin_ = 0;
 };
 
 }  // namespace tessera

@@ -31,6 +31,7 @@ constexpr float kWhiteFrom = 0.12F;  // aside of the pupil
 constexpr float kWhiteTo = 0.19F;
 constexpr float kFaintWhite = 14;  // luma codes above the skin
 constexpr float kClearWhite = 40;
+constexpr float kMostShine = 10;  // of closed lids above the skin, luma codes of the picture, whose light is not raised
 
 // Between two x, each row's mean.
 std::vector<float> RowsBetween(const FaceCues &face, const cv::Mat &cue, float from, float to) {
@@ -76,7 +77,8 @@ White FindWhite(const FaceCues &face, float sign) {
   }
   const float most = *std::max_element(white.begin(), white.end());
   const float height = face.Y(RowsAtHalf(white)) - face.Y(0);
-  return {Clamped01((most - kFaintWhite) / (kClearWhite - kFaintWhite)),
+  const float faint = std::max(kFaintWhite, kMostShine * face.Gain());
+  return {Clamped01((most - faint) / (kClearWhite - kFaintWhite)),
           Clamped01((height - kClosedWhite) / (kOpenWhite - kClosedWhite))};
 }
 

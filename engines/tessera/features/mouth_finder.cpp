@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <opencv2/imgproc.hpp>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -331,19 +332,86 @@ void RaiseAboveTeeth(const FaceCues &face, const std::vector<float> &red, const 
   if (row > last_tooth) mouth.gap_top = std::min(mouth.gap_top, face.Y(static_cast<float>(row)));
 }
 
+// In dark skin what is between lips is hardly darker than they are; but nothing near them is as bright as teeth.
+std::optional<Dark> FindTeethInDarkSkin(const FaceCues &face, const Mouth &mouth) {
+  constexpr float kAbove = 0.1F;  // of the line that was found
+  constexpr float kBelow = 0.28F;
+  constexpr float kLipFrom = 0.25F;  // above the brightest row
+  constexpr float kLipTo = 0.09F;
+  constexpr float kLeast = 1.45F;       // brightnesses of the upper lip and what is above it
+  constexpr float kLeastOfSkin = 1.2F;  // of the skin
+  constexpr float kLeastCodes = 10;
+  if (face.DarkSkin() <= 0) return std::nullopt;
+  const std::vector<float> light = RowsOf(face, face.light, mouth, kGapReach);
+  const auto at = [&light](int row) { return light[static_cast<size_t>(row)]; };
+  const auto first = light.begin() + face.NearestRow(mouth.line - kAbove);
+  const auto last = light.begin() + face.NearestRow(mouth.line + kBelow) + 1;
+  Dark teeth;
+  teeth.peak = teeth.top = teeth.bottom = static_cast<int>(std::max_element(first, last) - light.begin());
+  const float y = face.Y(static_cast<float>(teeth.peak));
+  const float lip = MostOf(face, light, y - kLipFrom, y - kLipTo);
+  const float bright = face.Brightness(at(teeth.peak));
+  if (bright < kLeast * face.Brightness(lip) || bright < kLeastOfSkin * face.DarkSkin() ||
+      at(teeth.peak) - lip < kLeastCodes * face.Gain()) {
+    return std::nullopt;
+  }
+  const auto edge = [&](int &row, int step, float beside) {
+    const float half = (at(teeth.peak) + beside) * 0.5F;
+    const int end = face.NearestRow(y + kLipFrom * static_cast<float>(step));
+    while (row != end && at(row + step) > half) row += step;
+    const float part = row == end ? 0 : Crossing(at(row), at(row + step), half);
+    return face.Y(static_cast<float>(row) + part * static_cast<float>(step));
+  };
+  teeth.top_y = edge(teeth.top, -1, lip);
+  teeth.bottom_y = edge(teeth.bottom, 1, lip);
+  return teeth;
+}
+
+// In dark skin a tongue is brighter than the lips and far redder. What is so red close below the upper lip may be the
+// lower one.
+void LowerBelowTongue(const FaceCues &face, const std::vector<float> &red, Mouth &mouth) {
+  constexpr float kUpperLip = 0.12F;
+  constexpr float kNearest = 0.17F;  // below the upper lip
+  constexpr float kThinnestLip = 0.13F;
+  constexpr float kFarthest = 0.62F;
+  const float least = face.TongueRed();
+  if (least <= 0) return;
+  const auto at = [&red](int row) { return red[static_cast<size_t>(row)]; };
+  const int last = face.NearestRow(mouth.gap_top + kFarthest);
+  int tongue = face.NearestRow(mouth.gap_top + 0.5F * kThinnestLip);
+  for (int row = tongue; row <= last; ++row) {
+    if (at(row) > at(tongue)) tongue = row;
+  }
+  const float lip = MostOf(face, red, mouth.gap_top - kUpperLip, mouth.gap_top);
+  if (at(tongue) - lip < least) return;
+  const float half = (at(tongue) + lip) * 0.5F;
+  int top = tongue;
+  while (top > 0 && at(top - 1) > half) --top;
+  int bottom = tongue;
+  while (bottom < last && at(bottom + 1) > half) ++bottom;
+  if (top == 0 || bottom == last) return;
+  const float begin = face.Y(static_cast<float>(top) - Crossing(at(top), at(top - 1), half));
+  const float end = face.Y(static_cast<float>(bottom) + Crossing(at(bottom), at(bottom + 1), half));
+  if (begin < mouth.gap_top + kNearest && end - begin > kThinnestLip) return;
+  mouth.gap_bottom = std::max(mouth.gap_bottom, end);
+  mouth.gap_confidence = 1;
+}
+
 // Between the lips it is dark: a thin line, or the dark of the mouth, with teeth above and below it.
 void FindGap(const FaceCues &face, Mouth &mouth) {
   constexpr float kFaintGap = 8;  // luma codes
   constexpr float kClearGap = 22;
-  const Dark dark = FindDark(face, mouth);
-  mouth.gap_confidence = Clamped01((dark.lips - dark.darkest - kFaintGap) / (kClearGap - kFaintGap));
-  const float line = std::min(0.5F * kLineWidth, 0.5F * (dark.bottom_y - dark.top_y));
+  const std::optional<Dark> teeth = FindTeethInDarkSkin(face, mouth);
+  const Dark dark = teeth ? *teeth : FindDark(face, mouth);
+  mouth.gap_confidence = teeth ? 1 : Clamped01((dark.lips - dark.darkest - kFaintGap) / (kClearGap - kFaintGap));
+  const float line = teeth ? 0 : std::min(0.5F * kLineWidth, 0.5F * (dark.bottom_y - dark.top_y));
   mouth.gap_top = dark.top_y + line;
   mouth.gap_bottom = dark.bottom_y - line;
   if (face.red.empty()) return;
   const std::vector<float> red = RowsOf(face, face.red, mouth, kGapReach);
   LowerBelowTeeth(face, red, dark, mouth);
-  if (mouth.gap_bottom - mouth.gap_top < 0.5F * kLineWidth) return;
+  LowerBelowTongue(face, red, mouth);
+  if (teeth || mouth.gap_bottom - mouth.gap_top < 0.5F * kLineWidth) return;
   RaiseAboveTeeth(face, red, dark, mouth);
 }
 

@@ -289,6 +289,46 @@ TEST(Heads, MouthThatOpensIsMeasured) {
   }
 }
 
+TEST(Heads, MouthThatOpensInTheDarkestSkinIsMeasuredToItsTongue) {
+  for (const size_t tone : {8U, 9U}) {
+    SCOPED_TRACE(tone);
+    const HeadLook look = vanta_test::Person(kPerson + tone, vanta_test::kMonkTones[tone]);
+    FaceReader reader;
+    HeadPicture closed = Draw(look);
+    EXPECT_LT(After(reader, closed, 6).mouth_open, 0.1F);
+    for (const float gap : {0.15F, 0.3F, 0.45F}) {
+      SCOPED_TRACE(gap);
+      HeadPose pose;
+      pose.mouth_open = gap;
+      HeadPicture open = Draw(look, pose);
+      const ReadFace face = After(reader, open, 6);
+      ASSERT_FALSE(face.points.empty());
+      EXPECT_GT(face.mouth_open, 0.8F * gap);
+      EXPECT_LT(face.mouth_open, 1.25F * gap);
+      EXPECT_LT(Off(face, open, tessera::kLowerLipMiddle), 0.06F);
+    }
+  }
+}
+
+TEST(Heads, ShineOnClosedLidsOfTheDarkestSkinIsNoWhiteOfAnEye) {
+  const HeadLook look = vanta_test::Person(kPerson + 1, vanta_test::kMonkTones[9]);
+  HeadPose blink;
+  blink.eyes_closed = 1;
+  HeadPicture calm = Draw(look);
+  HeadPicture closed = Draw(look, blink);
+  FaceReader reader;
+  const ReadFace open = After(reader, calm, 4);
+  const ReadFace blinking = After(reader, closed, 3);
+  ASSERT_FALSE(open.points.empty());
+  ASSERT_FALSE(blinking.points.empty());
+  for (const size_t side : {0U, 1U}) {
+    EXPECT_GT(open.eyes_open[side], 0.6F);
+    EXPECT_GT(open.eyes_confidence[side], 0.5F);
+    EXPECT_LT(blinking.eyes_open[side], 0.4F);
+    EXPECT_GT(blinking.eyes_confidence[side], 0.5F);
+  }
+}
+
 TEST(Heads, BlinkIsNoOpenMouth) {
   const HeadLook look = vanta_test::Person(kPerson, vanta_test::kMonkTones[3]);
   HeadPicture calm = Draw(look);
