@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "networks/colour_picture.h"
+#include "networks/network_cost.h"
 #include "vision/serially.h"
 
 namespace tessera {
@@ -49,6 +50,7 @@ struct FaceNetwork::State {
 
 void FaceNetwork::State::Try(cv::Size wanted) {
   if (wanted == size) return;
+  RequireModestNetwork(net, wanted);
   std::vector<cv::Mat> outputs;
   net.setInput(cv::dnn::blobFromImage(cv::Mat(wanted, CV_8UC3, cv::Scalar::all(0))));
   net.forward(outputs, std::vector<cv::String>{"loc", "conf", "iou"});

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "networks/colour_picture.h"
+#include "networks/network_cost.h"
 #include "shape/sparse_shape.h"
 #include "tessera/point_layout.h"
 #include "vision/serially.h"
@@ -35,6 +36,7 @@ PointNetwork::PointNetwork(const std::string &file) : state_(std::make_unique<St
   Serially([&] {
     state_->net = cv::dnn::readNetFromONNX(file);
     state_->net.setPreferableBackend(cv::dnn::DNN_BACKEND_OPENCV);
+    RequireModestNetwork(state_->net, {kSide, kSide});
     const cv::Mat output = Run(state_->net, cv::Mat(kSide, kSide, CV_8UC3, cv::Scalar::all(0)));
     state_->values = output.type() == CV_32F && output.isContinuous() ? output.total() : 0;
   });

@@ -176,6 +176,16 @@ TEST_F(TrainedNetworks, PointsAreThoseOfANetworkOf101) {
   for (size_t i = 0; i < tessera::kPointCount; ++i) EXPECT_LT(Apart(InFace(faces[0], i), PulledNose()[i]), 0.01F) << i;
 }
 
+// Of three kilobytes; it would take 1.5 GB for a picture.
+TEST_F(TrainedNetworks, NetworkThatWouldTakeGigabytesIsNotUsed) {
+  Put(tessera::kPointNetworkFile, vanta_test::ConstantNetwork({112, 112}, {{"points", Shown(PulledNose())}}, 100));
+  vanta_test::LogCapture log;
+  FaceReader reader(1, Folder());
+  PortraitPicture picture = Portrait();
+  EXPECT_EQ(reader.Run(picture).size(), 1U);
+  EXPECT_TRUE(log.HasText(" is not used: a picture would take it 14"));  // hundreds of MiB
+}
+
 TEST_F(TrainedNetworks, PointsGoAlongWithTheFaceBetweenLooks) {
   Put(tessera::kPointNetworkFile, PointsNetwork(Shown(PulledNose())));
   FaceReader reader(1, Folder());
