@@ -111,6 +111,10 @@ bool StepClock::AwaitFileThreads(size_t count) {
   return AwaitThreads(Kind::kFile, count);
 }
 
+bool StepClock::AwaitGraphicsThread() {
+  return AwaitThreads(Kind::kGraphics, 1);
+}
+
 bool StepClock::AwaitAudioThread() {
   return AwaitThreads(Kind::kAudio, 1);
 }

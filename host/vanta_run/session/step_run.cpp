@@ -159,7 +159,8 @@ bool StepRun::WarmUpEngine() {
 
 void StepRun::Begin(const std::function<void()> &start_sound) {
   StepClock &clock = StepClock::Get();
-  if (!clock.Hold()) {
+  // A busy machine may not have begun it yet, and without its ticks no time of the run is known.
+  if (!clock.AwaitGraphicsThread() || !clock.Hold()) {
     throw Failure(kExitInternal, "libobs", "does not come to rest in a minute", "try again with --live");
   }
   const uint64_t settled = clock.Now() + kSettleNs;

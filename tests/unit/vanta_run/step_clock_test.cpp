@@ -114,6 +114,7 @@ TEST_F(HeldClock, AtOneTimeGraphicsComesFirstThenSoundThenFilesThenTheOneWhoHold
   std::thread sound = Sleeper(kAudio, "sound", {10});
   EXPECT_TRUE(clock_.AwaitAudioThread());
   std::thread graphics = Sleeper(kGraphics, "graphics", {10});
+  EXPECT_TRUE(clock_.AwaitGraphicsThread());
   while (clock_.NextTick() == 0) RunUntil(0);
   RunUntil(10);
   diary_.Note("holder");
