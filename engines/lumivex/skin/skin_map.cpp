@@ -343,6 +343,8 @@ void SkinMap::WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int
     const uint8_t *weights = weight_.ptr<uint8_t>(row);
     const uint8_t *spots = spots_.Drawn().ptr<uint8_t>(row);
     uint8_t *plain = plain_.ptr<uint8_t>(row);
+    std::copy_n(weights, weight_.cols, plain);
+    if (!spots_.InRow(row)) continue;
     for (int column = 0; column < weight_.cols; ++column)
       plain[column] = static_cast<uint8_t>(weights[column] * (255 - spots[column]) / 255);
   }

@@ -176,14 +176,16 @@ void SmallSpots::Draw(const Cells &cells, const cv::Mat &weight, const Ring &rin
     part_.create(weight.size(), CV_8U);
     skin_sum_.create(weight.size(), CV_32FC4);
     skin_.create(weight.size(), CV_8U);
-    for (int y = 0; y < weight.rows; ++y) {
-      std::fill_n(part_.ptr<uint8_t>(y), weight.cols, uint8_t{0});
-      std::fill_n(skin_.ptr<uint8_t>(y), weight.cols, uint8_t{0});
-      std::fill_n(skin_sum_.ptr<cv::Vec4f>(y), weight.cols, cv::Vec4f());
-    }
+    for (int y = 0; y < weight.rows; ++y) std::fill_n(part_.ptr<uint8_t>(y), weight.cols, uint8_t{0});
+    rows_.assign(static_cast<size_t>(weight.rows), uint8_t{0});
   }
   const auto whole = kWhole * static_cast<float>(radius);
   for (int y = row - radius + 1; y < row + radius; ++y) {
+    if (!InRow(y)) {
+      rows_[static_cast<size_t>(y)] = 1;
+      std::fill_n(skin_.ptr<uint8_t>(y), weight.cols, uint8_t{0});
+      std::fill_n(skin_sum_.ptr<cv::Vec4f>(y), weight.cols, cv::Vec4f());
+    }
     for (int x = column - radius + 1; x < column + radius; ++x) {
       const float away = std::hypot(static_cast<float>(y - row), static_cast<float>(x - column));
       const float share = part * (1.0f - Part<float>(whole, static_cast<float>(radius), away));
@@ -200,16 +202,15 @@ void SmallSpots::Draw(const Cells &cells, const cv::Mat &weight, const Ring &rin
 void SmallSpots::Finish(const Cells &cells, cv::Mat &weight) {
   shift_.create(weight.size(), CV_32FC3);
   for (int row = 0; row < weight.rows; ++row) {
+    if (!InRow(row)) continue;
     const uint8_t *part = part_.ptr<uint8_t>(row);
     const uint8_t *skin = skin_.ptr<uint8_t>(row);
     uint8_t *weights = weight.ptr<uint8_t>(row);
     for (int column = 0; column < weight.cols; ++column) {
       weights[column] = std::max(weights[column], skin[column]);
-      cv::Vec3f &shift = shift_.at<cv::Vec3f>(row, column);
-      shift = cv::Vec3f();
       if (part[column] == 0) continue;
       const cv::Vec4f &sum = skin_sum_.at<cv::Vec4f>(row, column);
-      shift =
+      shift_.at<cv::Vec3f>(row, column) =
           cv::Vec3f(sum[0] / sum[3] - cells.luma.at<float>(row, column),
                     sum[1] / sum[3] - cells.u.at<float>(row, column), sum[2] / sum[3] - cells.v.at<float>(row, column));
     }

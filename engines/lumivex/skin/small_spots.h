@@ -25,7 +25,8 @@ class SmallSpots {
   // False: there is none, and the maps below say nothing.
   bool Any() const { return any_; }
   const cv::Mat &Drawn() const { return part_; }  // CV_8U: 255 on a spot
-  // CV_32FC3: what luma, U and V lack to the skin around, in codes. 0 beside spots.
+  bool InRow(int row) const { return rows_[static_cast<size_t>(row)] != 0; }
+  // CV_32FC3: what luma, U and V lack to the skin around, in codes. Says nothing where there is no spot.
   const cv::Mat &Shift() const { return shift_; }
 
  private:
@@ -55,6 +56,7 @@ class SmallSpots {
   cv::Mat skin_sum_;  // CV_32FC4: luma, U and V of the skin around, weighted, and the weights
   cv::Mat skin_;      // CV_8U: of the skin around, its weight
   cv::Mat shift_;
+  std::vector<uint8_t> rows_;  // that hold any of a spot
   bool any_ = false;
 };
 
