@@ -14,10 +14,8 @@ constexpr float kOwnPallor = 0.12f;   // of their saturation that this colour la
 constexpr float kRuddyU = -2.0f;      // levels that full ruddiness adds
 constexpr float kRuddyV = 11.0f;
 // What smoothing takes for texture and not for an edge, of white: weak, and what full strength adds to that.
-constexpr float kQuietDeviation = 0.03f;
-constexpr float kStrongDeviation = 0.035f;
-constexpr float kQuietDeviationBesideFace = 0.015f;
-constexpr float kStrongDeviationBesideFace = 0.02f;
+constexpr float kQuietDeviation = 0.015f;
+constexpr float kStrongDeviation = 0.02f;
 constexpr float kQuietDeviationInFace = 0.04f;
 constexpr float kStrongDeviationInFace = 0.22f;
 // A blemish takes a part of the light, so its contrast grows with the skin's luma. The two above are those of skin half
@@ -116,7 +114,7 @@ void BeautyStage::Fit(const YuvSpace &space, const BeautyStrength &strength, con
                    {&square_, &window_square_},
                    {&skin_.MeanU(), &window_u_},
                    {&skin_.MeanV(), &window_v_}}},
-                 &skin_.Weight(), radius, kFewSkin, around, bands);
+                 &skin_.Plain(), radius, kFewSkin, around, bands);
   gain_.create(mean_.rows, mean_.cols, CV_32F);
   offset_.create(mean_.rows, mean_.cols, CV_32F);
   bands.Run(around.size(), kCellRowsOfBand, [&](int first, int end, int) {
@@ -130,11 +128,8 @@ void BeautyStage::Fit(const YuvSpace &space, const BeautyStrength &strength, con
 
 void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &strength) {
   const auto span = static_cast<float>(space.span);
-  const float anywhere = (skin_.Own() ? kQuietDeviationBesideFace + kStrongDeviationBesideFace * strength.smooth
-                                      : kQuietDeviation + kStrongDeviation * strength.smooth) *
-                         span;
-  const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span *
-                        std::min(skin_.Contrast(), kMostContrast);
+  const float anywhere = (kQuietDeviation + kStrongDeviation * strength.smooth) * span;
+  const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span;
   const auto black = static_cast<float>(space.black);
   const float per_middle = 2.0f / span;
   const float *mean = window_mean_.ptr<float>(row);
@@ -145,7 +140,8 @@ void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &s
   for (int column = 0; column < mean_.cols; ++column) {
     const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
     const float in = static_cast<float>(inside[column]) * (1.0f / 255.0f);
-    const float deviation = Mix(anywhere, in_face, in);
+    const float contrast = in > 0.0f ? std::min(skin_.ContrastAt(row, column), kMostContrast) : 1.0f;
+    const float deviation = Mix(anywhere, in_face * contrast, in);
     const float dim = Mix(kDimDeviation, kDimDeviationInFace, in);
     const float lit = dim + (1.0f - dim) * std::max(mean[column] - black, 0.0f) * per_middle;
     const float quiet = deviation * deviation * lit * lit;
@@ -166,6 +162,16 @@ void BeautyStage::KeepEdges(int row) {
     const float part = gain[column] > mean_gain[column] ? static_cast<float>(inside[column]) * (1.0f / 255.0f) : 1.0f;
     gain[column] = Mix(gain[column], mean_gain[column], part);
     offset[column] = Mix(offset[column], mean_offset[column], part);
+  }
+  if (!skin_.Spots().Any()) return;
+  const uint8_t *spots = skin_.Spots().Drawn().ptr<uint8_t>(row);
+  const cv::Vec3f *shift = skin_.Spots().Shift().ptr<cv::Vec3f>(row);
+  const float *mean = mean_.ptr<float>(row);
+  for (int column = 0; column < gain_.cols; ++column) {
+    if (spots[column] == 0) continue;
+    const float part = static_cast<float>(spots[column]) * (1.0f / 255.0f);
+    gain[column] = Mix(gain[column], 0.0f, part);
+    offset[column] = Mix(offset[column], mean[column] + shift[column][0], part);
   }
 }
 
@@ -208,6 +214,9 @@ void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
   const float *luma = mean_.ptr<float>(row);
   const float *u = skin_.MeanU().ptr<float>(row);
   const float *v = skin_.MeanV().ptr<float>(row);
+  const bool any_spots = skin_.Spots().Any();
+  const uint8_t *spots = any_spots ? skin_.Spots().Drawn().ptr<uint8_t>(row) : nullptr;
+  const cv::Vec3f *shift = any_spots ? skin_.Spots().Shift().ptr<cv::Vec3f>(row) : nullptr;
   int16_t *removal = chroma_removal_.Row(row);
   int16_t *target_u = target_u_.Row(row);
   int16_t *target_v = target_v_.Row(row);
@@ -225,6 +234,12 @@ void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
           Mix(kChromaDeviation, kChromaDeviationInFace, static_cast<float>(inside[column]) * (1.0f / 255.0f));
       const float quiet = deviation * deviation;
       smoothing = redness * quiet / (quiet + from_u * from_u + from_v * from_v);
+      if (spots && spots[column] != 0) {
+        const float part = static_cast<float>(spots[column]) * (1.0f / 255.0f);
+        base_u = Mix(base_u, u[column] + shift[column][1], part);
+        base_v = Mix(base_v, v[column] + shift[column][2], part);
+        smoothing = Mix(smoothing, redness, part);
+      }
     }
     float pale_u = 128.0f;
     float pale_v = 128.0f;

@@ -16,7 +16,7 @@ constexpr float kHueFull[2] = {0.424f, 2.246f};
 constexpr float kMostSaturationFull = 0.40f;
 constexpr float kMostSaturationNone = 0.56f;
 // Only the lightest and the darkest tones are nearly grey; grey walls lie between them.
-constexpr float kLeastDark = 1.4f;    // codes of saturation up to kDarkLuma
+constexpr float kLeastDark = 0.8f;    // codes of saturation up to kDarkLuma
 constexpr float kLeastMiddle = 9.0f;  // from kMiddleLuma to kPaleLuma
 constexpr float kLeastPale = 4.5f;    // from kWhiteLuma on
 constexpr float kDarkLuma = 0.13f;
@@ -24,8 +24,8 @@ constexpr float kMiddleLuma = 0.32f;
 constexpr float kPaleLuma = 0.75f;
 constexpr float kWhiteLuma = 0.90f;
 constexpr float kLeastRise = 1.5f;  // what is full, over what is nothing
-constexpr float kBlack = 0.045f;
-constexpr float kVisible = 0.09f;
+constexpr float kBlack = 0.03f;
+constexpr float kVisible = 0.065f;
 
 // A face's own skin may have any colour that is nearly grey: in cold or dim light, and in a picture without colour.
 constexpr float kGreyOfAnyHue = 0.12f;  // saturation as a part of the luma

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
 #include <opencv2/imgproc.hpp>
 #include <utility>
 
@@ -42,8 +43,12 @@ constexpr float kLeastEdge = 0.1f;   // of the upper edges that a wall fills
 constexpr float kWallSlack = 1.5f;   // of its colour,
 constexpr float kWallLight = 0.18f;  // and of its light: a part of it
 constexpr float kLeastRest = 0.1f;   // of the skin, without what is a wall
-constexpr int kRemembered = 90;      // frames without the face
-constexpr uint8_t kSample = 200;     // inside the face by so much, and not a feature
+// Spots are looked for on so many cells to each side, one for so many lines of the frame.
+constexpr int kLinesOfSpot = 103;
+constexpr int kLeastSpot = 3;
+constexpr int kMostSpot = 11;
+constexpr int kRemembered = 90;   // frames without the face
+constexpr uint8_t kSample = 200;  // inside the face by so much, and not a feature
 
 struct SamplePlace {
   FaceAnchor anchor;
@@ -90,7 +95,7 @@ bool SkinMap::Find(const Nv12View &view, const YuvSpace &space, const cv::Mat &m
   for (const Face &face : faces) DrawFaceRegions(face, kCell, in_face_, features_);
   const ShadeFree shade_free(space);
   MeetPeople(faces, shade_free, mean_luma);
-  WeighCells(shade_free, mean_luma, bands);
+  WeighCells(shade_free, space, view.height, mean_luma, bands);
   MeasureOwnColour(space, mean_luma);
   bool any = false;
   rows_.resize(static_cast<size_t>(weight_.rows));
@@ -173,7 +178,6 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
   }
   std::swap(people_, seen_);
   eye_distance_ = 0.0f;
-  contrast_ = 1.0f;
   for (Person &person : people_) {
     const ShadeFreeColour &middle = person.model.Middle();
     const float saturation = std::hypot(middle.blue, middle.red);
@@ -181,7 +185,6 @@ void SkinMap::MeetPeople(const Faces &faces, const ShadeFree &shade_free, const 
     person.certain_far = Part(kGreyish, kColourful, saturation) * Part(kNoisyCodes, kClearCodes, codes) *
                          (1.0f - Part(kHands, kWall, person.wall));
     eye_distance_ = std::max(eye_distance_, person.eye_distance);
-    contrast_ = std::max(contrast_, person.model.Contrast());
   }
 }
 
@@ -311,14 +314,20 @@ void SkinMap::WeighRow(const ShadeFree &shade_free, int row, const float *luma, 
   }
 }
 
-void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands) {
+void SkinMap::WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int height, const cv::Mat &mean_luma,
+                         const RowBands &bands) {
   weight_.create(mean_luma.rows, mean_luma.cols, CV_8U);
   const bool unknown = people_.empty();
   if (unknown) BlurDarkChroma();
   bands.Run(weight_.rows, kCellRowsOfBand, [&](int first, int end, int) {
     for (int row = first; row < end; ++row) WeighRow(shade_free, row, mean_luma.ptr<float>(row), unknown);
   });
-  if (unknown) LeaveOutWalls(shade_free, mean_luma);
+  spots_.Clear();
+  if (unknown) {
+    LeaveOutWalls(shade_free, mean_luma);
+    const int radius = std::clamp((height + kLinesOfSpot / 2) / kLinesOfSpot, kLeastSpot, kMostSpot);
+    spots_.Find(mean_luma, mean_u_, mean_v_, space, radius, weight_, bands);
+  }
   cv::blur(weight_, weight_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);
   // After the feathering, which would carry skin over their edges.
   for (int row = 0; row < weight_.rows; ++row) {
@@ -327,6 +336,17 @@ void SkinMap::WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, 
     for (int column = 0; column < weight_.cols; ++column) {
       weights[column] = static_cast<uint8_t>(weights[column] * (255 - features[column]) / 255);
     }
+  }
+  if (!spots_.Any()) return;
+  plain_.create(weight_.size(), CV_8U);
+  for (int row = 0; row < weight_.rows; ++row) {
+    const uint8_t *weights = weight_.ptr<uint8_t>(row);
+    const uint8_t *spots = spots_.Drawn().ptr<uint8_t>(row);
+    uint8_t *plain = plain_.ptr<uint8_t>(row);
+    std::copy_n(weights, weight_.cols, plain);
+    if (!spots_.InRow(row)) continue;
+    for (int column = 0; column < weight_.cols; ++column)
+      plain[column] = static_cast<uint8_t>(weights[column] * (255 - spots[column]) / 255);
   }
 }
 
@@ -353,6 +373,20 @@ void SkinMap::MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma) 
   own.u = own.u / sum - 128.0f;
   own.v = own.v / sum - 128.0f;
   own_ = own;
+}
+
+float SkinMap::ContrastAt(int row, int column) const {
+  float contrast = 1.0f;
+  float nearest = std::numeric_limits<float>::max();
+  for (const Person &person : people_) {
+    const float x = ((static_cast<float>(column) + 0.5f) * kCell - person.place.x) / person.eye_distance;
+    const float y = ((static_cast<float>(row) + 0.5f) * kCell - person.place.y) / person.eye_distance;
+    const float away = x * x + y * y;
+    if (away >= nearest) continue;
+    nearest = away;
+    contrast = person.model.Contrast();
+  }
+  return contrast;
 }
 
 bool SkinMap::RowHasSkin(int pixel_row, int scale) const {

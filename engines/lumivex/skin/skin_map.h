@@ -11,6 +11,7 @@
 #include "pixels/row_bands.h"
 #include "pixels/yuv_space.h"
 #include "skin/skin_colour.h"
+#include "skin/small_spots.h"
 
 namespace lumivex {
 
@@ -36,13 +37,16 @@ class SkinMap {
   // Of a frame of the same size, whose skin is to stay where it is: MeanU and MeanV alone.
   void MeasureChroma(const Nv12View &view, const RowBands &bands);
 
-  const cv::Mat &Weight() const { return weight_; }             // CV_8U: 0 no skin to 255 skin, edges feathered
-  const cv::Mat &InFace() const { return in_face_; }            // CV_8U: 255 inside a known face
-  const cv::Mat &MeanU() const { return mean_u_; }              // CV_32F: codes
-  const cv::Mat &MeanV() const { return mean_v_; }              // CV_32F: codes
+  const cv::Mat &Weight() const { return weight_; }  // CV_8U: 0 no skin to 255 skin, edges feathered
+  const cv::Mat &Plain() const { return spots_.Any() ? plain_ : weight_; }  // the same without the spots
+  const SmallSpots &Spots() const { return spots_; }                        // none where somebody is known
+  const cv::Mat &InFace() const { return in_face_; }                        // CV_8U: 255 inside a known face
+  const cv::Mat &MeanU() const { return mean_u_; }                          // CV_32F: codes
+  const cv::Mat &MeanV() const { return mean_v_; }                          // CV_32F: codes
   float EyeDistance() const { return eye_distance_; }           // of the largest person, pixels; 0 without one
-  float Contrast() const { return contrast_; }                  // the highest of the people's SkinModel::Contrast
   const std::optional<OwnColour> &Own() const { return own_; }  // empty where nobody is known
+  // SkinModel::Contrast of the person whose face is the nearest to the cell; 1 without one.
+  float ContrastAt(int row, int column) const;
   // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
   bool RowHasSkin(int pixel_row, int scale) const;
   cv::Range RowsWithSkin() const;  // of cells: from the first one to behind the last
@@ -64,7 +68,8 @@ class SkinMap {
   template <typename Value>
   static Value NearFace(const Person &person, const Value &place_x, const Value &place_y);
   void MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma);
-  void WeighCells(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands);
+  void WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int height, const cv::Mat &mean_luma,
+                  const RowBands &bands);
   void BlurDarkChroma();
   void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma);
   void TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma);
@@ -75,7 +80,6 @@ class SkinMap {
   std::vector<Person> seen_;              // scratch
   std::vector<ShadeFreeColour> samples_;  // scratch
   float eye_distance_ = 0.0f;
-  float contrast_ = 1.0f;
   std::optional<OwnColour> own_;
   cv::Mat mean_u_;
   cv::Mat mean_v_;
@@ -83,8 +87,10 @@ class SkinMap {
   cv::Mat wide_v_;
   cv::Mat weight_;
   cv::Mat wall_;  // scratch: the weights without what is a wall
+  cv::Mat plain_;
   cv::Mat in_face_;
   cv::Mat features_;
+  SmallSpots spots_;
   std::vector<uint8_t> rows_;  // per row of cells: holds any skin
 };
 

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "fixtures/lumivex/engine_fixture.h"
+#include "fixtures/lumivex/made_faces.h"
 #include "fixtures/process/alloc_counter.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
@@ -50,6 +53,46 @@ TEST(BeautyStage, AllocatesOnlyWhatOpenCvDoes) {
   for (int i = 0; i < kFrames; ++i) once();
   const uint64_t ours = counter.OnThisThread();
   EXPECT_LE(ours, AllocationsOfBoxFilters());
+}
+
+// Two people beside each other, each in a light of their own, with a spot on the cheek that is in the middle of it.
+class TwoInOneLight : public ::testing::Test {
+ protected:
+  static constexpr int kSpotX[2] = {125, 445};
+  static constexpr int kSpotY = 163;
+
+  // Of both faces, how much the light differs from one side of them to the other.
+  static Picture Smoothed(float left, float right, float spot) {
+    Picture picture(640, 320, kSkin);
+    picture.FillLuma([&](int x, int y) {
+      const int person = x < 320 ? 0 : 1;
+      const float across = std::clamp(static_cast<float>(x - kSpotX[person]) / 80.0f, -1.0f, 1.0f);
+      const float away = std::hypot(static_cast<float>(x - kSpotX[person]), static_cast<float>(y - kSpotY));
+      const float light = 1.0f + (person == 0 ? left : right) * across;
+      return 16 + cvRound(100.0f * light * (1.0f - spot * std::exp(-away * away / 50.0f)));
+    });
+    const auto frame = picture.Frame();
+    const auto view = lumivex::ViewOf(*frame);
+    const lumivex::Faces faces = {MakeFace({{160, 120}, 70}), MakeFace({{480, 120}, 70})};
+    lumivex::BeautyStage stage;
+    EXPECT_TRUE(view && stage.FindSkin(*view, lumivex::SpaceOf(0), faces));
+    stage.Apply(*view, lumivex::SpaceOf(0), {0.3f, 0.0f, 0.0f});
+    return picture;
+  }
+
+  // Levels that the spots are darker than the same skin without them.
+  static int Depth(float left, float right, int person) {
+    return Smoothed(left, right, 0.0f).Luma(kSpotX[person], kSpotY) -
+           Smoothed(left, right, 0.5f).Luma(kSpotX[person], kSpotY);
+  }
+};
+
+TEST_F(TwoInOneLight, TheOneInHardLightIsSmoothedMore) {
+  EXPECT_LE(Depth(0.6f, 0.0f, 0), Depth(0.0f, 0.0f, 0) - 3);
+}
+
+TEST_F(TwoInOneLight, TheOtherIsSmoothedAsBesideAnyone) {
+  EXPECT_EQ(Depth(0.6f, 0.0f, 1), Depth(0.0f, 0.0f, 1));
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <utility>
 
 #include "fixtures/lumivex/engine_fixture.h"
+#include "fixtures/portrait/monk_tones.h"
 
 namespace lumivex_test {
 namespace {
@@ -90,6 +93,66 @@ TEST(Smoothing, KeepsPoresAtLowStrengthWhileBlemishesFade) {
   const int depth = kSkin.y - With(blemish, lumivex::kBeautySmooth, low).Luma(64, 64);
   EXPECT_LE(depth, 11) << "of 12 levels";
   EXPECT_LT(TextureLeft(With(pores, lumivex::kBeautySmooth, 1.0f), pores), 0.35) << "full strength takes pores too";
+}
+
+// Skin of that tone in that light, and on it a shape of so many pixels to each side that takes those parts of red,
+// green and blue.
+Picture Shaped(const vanta_test::SkinTone &tone, double light, double half_width, double half_height, double red,
+               double green, double blue) {
+  Picture picture(kSide, kSide, kSkin);
+  const auto rgb = [=](int x, int y) {
+    const double soft = std::exp(-0.5 * (std::pow((x - 64) / half_width, 2) + std::pow((y - 64) / half_height, 2)));
+    return std::array<double, 3>{light * tone[0] * (1 - red * soft), light * tone[1] * (1 - green * soft),
+                                 light * tone[2] * (1 - blue * soft)};
+  };
+  const auto luma = [](const std::array<double, 3> &c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; };
+  picture.FillLuma([&](int x, int y) { return static_cast<int>(std::lround(16 + luma(rgb(x, y)) * 219 / 255)); });
+  picture.FillChroma([&](int x, int y) {
+    const auto c = rgb(x, y);
+    return std::pair<int, int>(std::lround(128 + (c[2] - luma(c)) / 1.772 * 224 / 255),
+                               std::lround(128 + (c[0] - luma(c)) / 1.402 * 224 / 255));
+  });
+  return picture;
+}
+
+// Of the contrast in its middle, what is left.
+double LumaLeft(const Picture &after, const Picture &before) {
+  const auto contrast = [](const Picture &picture) { return picture.Luma(24, 64) - picture.Luma(64, 64); };
+  return static_cast<double>(contrast(after)) / contrast(before);
+}
+double RednessLeft(const Picture &after, const Picture &before) {
+  const auto contrast = [](const Picture &picture) { return picture.V(64, 64) - picture.V(24, 64); };
+  return static_cast<double>(contrast(after)) / contrast(before);
+}
+
+TEST(Smoothing, TakesSmallSpotsOffSkinOfEveryTone) {
+  for (size_t i = 0; i < vanta_test::kSkinTones; ++i) {
+    const Picture dark = Shaped(vanta_test::kMonkTones[i], 1, 3.5, 3.5, 0.28, 0.28, 0.28);
+    EXPECT_LT(LumaLeft(With(dark, lumivex::kBeautySmooth, 0.8f), dark), 0.5) << "tone " << i + 1;
+    const Picture red = Shaped(vanta_test::kMonkTones[i], 1, 3.5, 3.5, 0, 0.38, 0.38);
+    EXPECT_LT(RednessLeft(With(red, lumivex::kBeautySmooth, 0.8f), red), 0.5) << "tone " << i + 1;
+  }
+}
+
+TEST(Smoothing, TakesSmallSpotsOffTheDarkestSkinInDimLight) {
+  for (size_t i = 5; i < vanta_test::kSkinTones; ++i) {
+    const Picture dark = Shaped(vanta_test::kMonkTones[i], 0.5, 3.5, 3.5, 0.28, 0.28, 0.28);
+    EXPECT_LT(LumaLeft(With(dark, lumivex::kBeautySmooth, 0.8f), dark), 0.7) << "tone " << i + 1;
+  }
+}
+
+TEST(Smoothing, KeepsWhatIsLongerThanWide) {
+  for (size_t i = 0; i < vanta_test::kSkinTones; ++i) {
+    const Picture lips = Shaped(vanta_test::kMonkTones[i], 1, 20, 5, 0.15, 0.35, 0.3);
+    EXPECT_GE(LumaLeft(With(lips, lumivex::kBeautySmooth, 0.8f), lips), 0.8) << "tone " << i + 1;
+  }
+}
+
+TEST(Smoothing, KeepsSmallPlacesThatAreMuchDarkerThanSpots) {
+  for (size_t i = 0; i < vanta_test::kSkinTones; ++i) {
+    const Picture nostril = Shaped(vanta_test::kMonkTones[i], 1, 5, 5, 0.8, 0.85, 0.85);
+    EXPECT_GT(LumaLeft(With(nostril, lumivex::kBeautySmooth, 0.8f), nostril), 0.9) << "tone " << i + 1;
+  }
 }
 
 TEST(Smoothing, ChangesNoChroma) {
