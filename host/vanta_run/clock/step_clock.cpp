@@ -115,6 +115,10 @@ bool StepClock::AwaitGraphicsThread() {
   return AwaitThreads(Kind::kGraphics, 1);
 }
 
+bool StepClock::AwaitVideoThread() {
+  return AwaitThreads(Kind::kVideo, 1);
+}
+
 bool StepClock::AwaitAudioThread() {
   return AwaitThreads(Kind::kAudio, 1);
 }

@@ -77,10 +77,11 @@ class StepClock {
   void SleepUntil(uint64_t time_ns);
   // When the graphics thread's next tick begins; 0 where there is none. Held, while it sleeps.
   uint64_t NextTick() const;
-  // Waits until so many threads of playing files, or the graphics or the sound thread, have begun and shown themselves;
-  // false if they do not in a minute. Makes their order that of the calls that make them.
+  // Waits until so many threads of playing files, or the graphics, the video or the sound thread, have begun and shown
+  // themselves; false if they do not in a minute. Makes their order that of the calls that make them.
   bool AwaitFileThreads(size_t count);
   bool AwaitGraphicsThread();
+  bool AwaitVideoThread();  // libobs's, which gives pictures to encoders
   bool AwaitAudioThread();
 
   // The gate must outlive its stay. Not while a tick is under way.

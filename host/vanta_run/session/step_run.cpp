@@ -159,8 +159,9 @@ bool StepRun::WarmUpEngine() {
 
 void StepRun::Begin(const std::function<void()> &start_sound) {
   StepClock &clock = StepClock::Get();
-  // A busy machine may not have begun it yet, and without its ticks no time of the run is known.
-  if (!clock.AwaitGraphicsThread() || !clock.Hold()) {
+  // A busy machine may not have begun them yet: without ticks no time of the run is known, and nobody waits for a
+  // thread that encodes before it is known.
+  if (!clock.AwaitGraphicsThread() || !clock.AwaitVideoThread() || !clock.Hold()) {
     throw Failure(kExitInternal, "libobs", "does not come to rest in a minute", "try again with --live");
   }
   const uint64_t settled = clock.Now() + kSettleNs;
