@@ -46,7 +46,7 @@ TEST(PictureSize, OfAFileThatIsCutOffIsUnknown) {
   }
 }
 
-// A chunk of PNG with its checksum (PNG specification, annex D).
+// A chunk of PNG with its checksum (ISO/IEC 15948, annex D).
 std::string Chunk(const std::string &name, const std::string &content) {
   const auto number = [](uint32_t value) {
     std::string text;
