@@ -173,11 +173,16 @@ TEST(RunCommands, AsynchronousCommandsCanBeSwitchedOff) {
 
 TEST(RunInteractive, LinesAreTakenWhileItRuns) {
   const Workplace workplace;
+  // A real one: what is said of a missing one may come before the run's end or not.
+  const std::filesystem::path box = workplace / "box";
+  std::filesystem::create_directory(box);
+  std::ofstream(box / "effect.json")
+      << R"({"format":1,"description":"box","messages":[{"at":"start","game_data":{}}]})";
   RunningProgram program(workplace, With({"--interactive", "--report", "r.json"}), {{}, {}, true});
   program.Type("{\"update\":{\"effect_json_ability_handler\":true}}\n");
   program.Type("nonsense\n{\"call\":\"SetNothing\"}\n");
   ASSERT_TRUE(program.WaitForLine("standard input:3: no operation is called 'SetNothing'")) << program.errors();
-  program.Type("{\"call\":\"LoadInteractiveBoxResource\",\"path\":\"/box\"}\n");
+  program.Type(json({{"call", "LoadInteractiveBoxResource"}, {"path", box.string()}}).dump() + "\n");
   ASSERT_TRUE(program.WaitForLine("ability handler: PostSignalAfterLoadInteractiveBoxResource")) << program.errors();
   program.Type("quit\n");
   const ProgramResult result = program.Finish();
