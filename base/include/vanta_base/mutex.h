@@ -1,4 +1,4 @@
-// Annotated locks: clang's thread safety analysis (preset clang-tsa) checks what the members' annotations say. On other
+// Annotated locks: clang's thread safety analysis (.clang-tidy) checks what the members' annotations say. On other
 // compilers the annotations vanish.
 #pragma once
 
