@@ -1,7 +1,7 @@
 # Headers of the system and of libraries, none of the project's, compiled once for each kind of product: reading them is a
-# third to two thirds of a file's time (docs/decisions.md). The builds without it, clang's and the one for Windows,
-# find an include that a file forgot. <nlohmann/json.hpp> is not among them: its inline functions are compiled anew at the end of every
-# file that takes it, a third of a second each, and one file in six uses it.
+# third to two thirds of a file's time (docs/decisions.md). What does without it, clang-tidy and the build for Windows,
+# finds an include that a file forgot. <nlohmann/json.hpp> is not among them: its inline functions are compiled anew at
+# the end of every file that takes it, a third of a second each, and one file in six uses it.
 # vanta_precompile(NAME LIBRARIES library... HEADERS header... TARGETS target...)
 function(vanta_precompile name)
   cmake_parse_arguments(arg "" "" "LIBRARIES;HEADERS;TARGETS" ${ARGN})
