@@ -1,5 +1,7 @@
 #include "registration/frame_gate.h"
 
+#include <algorithm>
+
 #include "vanta_filter/module/host_frame.h"
 
 namespace vanta_host {
@@ -15,23 +17,31 @@ obs_source_frame *FrameGate::Filter(bool idle, uint64_t changes, FilterVideo fil
                                     obs_source_frame *frame) {
   if (!frame) return filter_video(data, frame);
   if (idle) {
-    passes_by_ = true;
-    stale_ = kMostUnderWay;
+    passes_by_ = comes_back_ = true;
     if (changes != changes_) owed_ = kFramesForAChange;
     changes_ = changes;
-    if (owed_ == 0) return frame;
-    --owed_;
-    Discard(filter_video, data, *frame);
+    if (owed_ > 0) {
+      --owed_;
+      Discard(filter_video, data, *frame);
+    }
+    stale_ = under_way_;
     return frame;
   }
   changes_ = changes;
   owed_ = 0;
-  if (stale_ > 0) {
-    stale_ = Discard(filter_video, data, *frame) ? stale_ - 1 : 0;
+  if (comes_back_) {
+    if (Discard(filter_video, data, *frame) && stale_ > 0) --stale_;
+    comes_back_ = stale_ > 0;
     return frame;
   }
-  obs_source_frame *given = filter_video(data, frame);
+  obs_source_frame *given = Give(filter_video, data, frame);
   if (given) passes_by_ = false;
+  return given;
+}
+
+obs_source_frame *FrameGate::Give(FilterVideo filter_video, void *data, obs_source_frame *frame) {
+  obs_source_frame *given = filter_video(data, frame);
+  if (given != frame) under_way_ = std::min(under_way_ + 1, kMostUnderWay);
   return given;
 }
 
@@ -42,7 +52,7 @@ bool FrameGate::Discard(FilterVideo filter_video, void *data, const obs_source_f
   obs_source_frame_copy(copy, &frame);
   vanta::SetDumpId(copy, 0);
   copy->refs = kNeverReleased;
-  const bool delivered = filter_video(data, copy) == copy;
+  const bool delivered = Give(filter_video, data, copy) == copy;
   copy->refs = 0;
   obs_source_frame_destroy(copy);
   return delivered;

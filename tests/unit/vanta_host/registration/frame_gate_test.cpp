@@ -75,6 +75,16 @@ TEST_F(Gate, ShowsNothingThatWasUnderWayWhenTheLookWentOff) {
   EXPECT_EQ(shown.back(), 212);  // the module's again, two frames late
 }
 
+TEST_F(Gate, ShowsNothingOldHoweverLateTheModuleBringsIt) {
+  for (uint8_t i = 1; i <= 3; ++i) Pass(false, 0, i);  // 2 and 3 are under way
+  Pass(true, 0, 100);
+  module_.delay = 4;
+  std::vector<int> shown;
+  for (uint8_t i = 201; i < 215; ++i) shown.push_back(Pass(false, 0, i));
+  for (const int value : shown) EXPECT_GE(value, 201);
+  EXPECT_EQ(shown.back(), 210);  // the module's again, four frames late
+}
+
 TEST_F(Gate, GoesOnAtOnceWhereNothingWasUnderWay) {
   module_.delay = 1;
   Pass(true, 0, 1);
