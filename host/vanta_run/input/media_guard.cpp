@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <cstring>
+#include <string_view>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -45,7 +46,7 @@ class Pictures {
       av_frame_move_ref(next_.get(), frame);
     }
     if (IsPause(next_->best_effort_timestamp)) {
-      last_->best_effort_timestamp += av_rescale_q(1, {1, 2}, time_base_);
+      last_->best_effort_timestamp += Step();
       last_->pts = last_->best_effort_timestamp;
       return av_frame_ref(frame, last_.get());
     }
@@ -55,14 +56,18 @@ class Pictures {
   }
 
  private:
+  // Of kLongestStay, as the file counts; 0 where it does not count so finely.
+  int64_t Step() const { return av_rescale_q(1, {1, 2}, time_base_); }
   // Whether that time is so far behind the last picture's. What is further away is a damaged file's.
   bool IsPause(int64_t time) const {
     constexpr double kLongest = 600;  // seconds
     if (!last_ || time_base_.num == 0 || time == AV_NOPTS_VALUE || last_->best_effort_timestamp == AV_NOPTS_VALUE) {
       return false;
     }
-    const double seconds = static_cast<double>(time - last_->best_effort_timestamp) * av_q2d(time_base_);
-    return seconds > kLongestStay * 1.01 && seconds < kLongest;
+    const int64_t step = Step();
+    const double away = static_cast<double>(time) - static_cast<double>(last_->best_effort_timestamp);
+    const double seconds = away * av_q2d(time_base_);
+    return step > 0 && away > static_cast<double>(step) && seconds > kLongestStay * 1.01 && seconds < kLongest;
   }
   int Keep(const AVFrame *frame) {
     if (!last_) last_.reset(av_frame_alloc());
@@ -75,6 +80,22 @@ class Pictures {
 };
 
 thread_local Pictures pictures;
+
+// Whether a search for that time is one for the very start of a file that is searched by the times at which its
+// pictures are decoded. The first one's is earlier than the one at which it is shown.
+bool IsStartOfStream(const AVFormatContext &file, int stream, int64_t time) {
+  const std::string_view format = file.iformat->name;
+  if ((format != "mpegts" && format != "mpeg") || stream < 0 || file.start_time == AV_NOPTS_VALUE) return false;
+  return time <= av_rescale_q(file.start_time, {1, AV_TIME_BASE}, file.streams[stream]->time_base);
+}
+
+// libobs asks decoders of MPEG to look for the end of a picture in the next packet, though each packet is one: the last
+// picture is then never decoded, and each is shown at the time of the one behind it.
+void TakeWholePackets([[maybe_unused]] AVCodecContext &decoder) {
+#ifdef AV_CODEC_FLAG_TRUNCATED
+  decoder.flags &= ~AV_CODEC_FLAG_TRUNCATED;
+#endif
+}
 
 }  // namespace
 
@@ -91,7 +112,10 @@ extern "C" {
 
 VANTA_EXPORT int av_seek_frame(AVFormatContext *file, int stream, int64_t time, int flags) {
   static const auto hidden = vanta_run::Hidden(&av_seek_frame, "av_seek_frame");
-  if (vanta_run::OnMediaThread()) vanta_run::pictures.Begin(file);
+  if (vanta_run::OnMediaThread()) {
+    vanta_run::pictures.Begin(file);
+    if (vanta_run::IsStartOfStream(*file, stream, time)) return hidden(file, -1, 0, AVSEEK_FLAG_BYTE);
+  }
   const int result = hidden(file, stream, time, flags);
   if (result >= 0 || (flags & AVSEEK_FLAG_BACKWARD) == 0 || !vanta_run::OnMediaThread()) return result;
   return hidden(file, stream, time, flags & ~AVSEEK_FLAG_BACKWARD);
@@ -100,6 +124,7 @@ VANTA_EXPORT int av_seek_frame(AVFormatContext *file, int stream, int64_t time, 
 VANTA_EXPORT int avcodec_receive_frame(AVCodecContext *decoder, AVFrame *frame) {
   static const auto hidden = vanta_run::Hidden(&avcodec_receive_frame, "avcodec_receive_frame");
   const bool picture = decoder->codec_type == AVMEDIA_TYPE_VIDEO && vanta_run::OnMediaThread();
+  if (picture) vanta_run::TakeWholePackets(*decoder);
   const int result = picture ? vanta_run::pictures.Receive(hidden, decoder, frame) : hidden(decoder, frame);
   if (result != AVERROR_EOF || decoder->frame_number > 0 || !vanta_run::OnMediaThread()) return result;
   return AVERROR(EAGAIN);

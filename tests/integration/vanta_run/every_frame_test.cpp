@@ -211,6 +211,36 @@ TEST(EveryFrameOf, APictureStandsForSecondsUntilTheNextOne) {
   }
 }
 
+// Of each the first picture is decoded before its time, or the last one only once nothing follows.
+TEST(EveryFrameOf, AnMpegStreamIsRecordedFromItsFirstPictureToItsLast) {
+  for (const auto &[codec, name] : {std::pair{"libx264", "clip.ts"},
+                                    {"mpeg2video", "clip.ts"},
+                                    {"mpeg2video", "clip.mpg"},
+                                    {"mpeg4", "clip.avi"},
+                                    {"mpeg4", "clip.mp4"},
+                                    {"libx264", "clip.flv"}}) {
+    SCOPED_TRACE(std::string(codec) + " in " + name);
+    const Workplace workplace;
+    RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", NumberedFrames("25", "1.2"), "-c:v", codec, "-q:v", "2",
+             "-g", "12", (workplace / name).string()});
+    Record(workplace, name, "out.mkv", {"--no-beauty"});
+    EXPECT_EQ(WithoutRepeats(ReadNumbers(workplace, "out.mkv")), UpTo(30));  // times of .mpg are estimates
+  }
+}
+
+// AVI counts in frames: a second is less than one, and no picture can stand between two.
+TEST(EveryFrameOf, AFileThatCountsInLongerStepsThanASecondIsPlayedToItsEnd) {
+  const Workplace workplace;
+  RunTool({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc2=s=64x48:r=1/2:d=8", "-c:v", "mpeg4",
+           (workplace / "clip.avi").string()});
+  const ProgramResult result = RunProgram(
+      workplace, {"--quiet", "--input", "clip.avi", "--every-frame", "--no-beauty", "--report", "report.json"});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const nlohmann::json report = ReadReport(workplace / "report.json");
+  EXPECT_EQ(report["run"]["ended_by"], "end of input");
+  EXPECT_EQ(report["frames"]["in"], 4);
+}
+
 TEST(EveryFrameOf, ARunWithoutTheBeautyFilterIsRecordedToo) {
   const Workplace workplace;
   MakeClip(workplace, "clip.mp4", NumberedFrames("30", "1"), "1");
