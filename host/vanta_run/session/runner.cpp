@@ -17,9 +17,10 @@ constexpr double kPictureTime = 2;      // seconds, for pictures of a run withou
 constexpr double kFirstMark = 0.3;      // seconds into the run; then one frame is followed each second
 constexpr double kWarmUpLimit = 30;     // seconds
 constexpr double kNoPictureLimit = 10;  // seconds
-constexpr double kLastFramesLimit = 1;  // seconds
+constexpr double kLastFramesLimit = 5;  // seconds
+constexpr double kFramesAtEnd = 1;      // seconds for the same, once somebody has asked for the end
 constexpr double kCanvasLimit = 5;      // seconds
-constexpr double kLoadLimit = 10;       // seconds that pictures wait for files that are being read
+constexpr double kLoadLimit = 10;       // seconds that pictures and the end wait for files that are being read
 constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
 constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
 constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
@@ -53,9 +54,10 @@ double PictureTime(const Options &options, const RunLimits &limits) {
 
 Runner::Runner(const RunParts &parts)
     : p_(parts),
+      loads_(p_.step == nullptr && p_.stage.filter() != nullptr && AsksForFiles(p_.options)),
       at_(PictureTime(parts.options, parts.limits)),
       latest_at_(at_ + kLoadLimit),
-      loads_shown_(p_.step != nullptr || p_.stage.filter() == nullptr || !AsksForFiles(p_.options)) {}
+      loads_shown_(!loads_) {}
 
 bool Runner::Go(RunFigures &figures) {
   if (!WarmUp(figures)) return false;
@@ -211,6 +213,23 @@ bool Runner::AwaitLoads() {
   return true;
 }
 
+// The exit code tells of refused files, and that one is refused is known once it has been read. The engine takes what
+// was read with a frame: an input that has ended plays again.
+void Runner::AwaitRefusals() {
+  if (!loads_) return;
+  out_with_loads_ = 0;
+  const uint64_t asked = os_gettime_ns();
+  for (double restarted = -kRestartPause; Seconds(asked) < kLoadLimit;) {
+    const bool ended = p_.stage.Ended();
+    if (ended ? lumivex_pending_loads() == 0 : LoadsAreShown()) return;
+    if (ended && Seconds(asked) - restarted >= kRestartPause) {
+      p_.stage.Restart();
+      restarted = Seconds(asked);
+    }
+    if (p_.pace.Wait()) return;
+  }
+}
+
 // One frame a second, and one at the time of the pictures.
 void Runner::MarkWhenDue(double elapsed) {
   if (p_.stage.filter() == nullptr) return;
@@ -273,6 +292,11 @@ void Runner::Show(double elapsed, const RunFigures &figures) {
   p_.progress.Show(state);
 }
 
+// Until the next look, also where the run has been interrupted.
+void Runner::WaitForALook() {
+  if (p_.pace.Wait() && p_.step == nullptr) os_sleep_ms(kPollMs);
+}
+
 // What has been asked for and is still under way: pictures of a run that ended before their time, the only marked frame
 // of a short run.
 void Runner::TakeLast(RunFigures &figures) {
@@ -280,19 +304,20 @@ void Runner::TakeLast(RunFigures &figures) {
   const uint64_t asked = os_gettime_ns();
   p_.pictures.TakeCanvasWhenDue(0, 0, p_.stage.item());
   while (p_.pictures.awaits_canvas() && Seconds(asked) < kCanvasLimit) {
-    p_.pace.Wait();
+    WaitForALook();
     p_.pictures.TakeCanvasWhenDue(0, 0, p_.stage.item());
   }
   TakePair(figures);
   if (p_.dump != nullptr) p_.dump->Take(p_.meter);
+  const double limit = p_.interrupt.count() > 0 ? kFramesAtEnd : kLastFramesLimit;
   const size_t pairs = waited ? figures.followed.size() : 0;
   if (p_.stage.filter() != nullptr && figures.followed.size() == pairs) p_.meter.RequestPair();
-  while (figures.followed.size() == pairs && p_.pictures.wants_pairs() && Seconds(asked) < kLastFramesLimit) {
-    p_.pace.Wait();
+  while (figures.followed.size() == pairs && p_.pictures.wants_pairs() && Seconds(asked) < limit) {
+    WaitForALook();
     TakePair(figures);
   }
-  while (p_.dump != nullptr && p_.dump->IsDue(figures.frames.in) && Seconds(asked) < kLastFramesLimit) {
-    p_.pace.Wait();
+  while (p_.dump != nullptr && p_.dump->IsDue(figures.frames.in) && Seconds(asked) < limit) {
+    WaitForALook();
     p_.dump->Take(p_.meter);
   }
 }
@@ -329,6 +354,7 @@ void Runner::End(RunFigures &figures) {
   if (p_.faces != nullptr) figures.faces = p_.faces->Finish(p_.failures);
   figures.adapter = vanta_host_adapter_name();
   if (p_.recorder != nullptr) p_.failures.Try([this] { p_.recorder->Finish(); });
+  AwaitRefusals();
   p_.progress.End();
 }
 

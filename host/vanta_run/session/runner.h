@@ -69,8 +69,10 @@ class Runner {
   bool LoadsAreShown();
   void PutOffPictures(double elapsed);
   bool AwaitLoads();
+  void AwaitRefusals();
   void MarkWhenDue(double elapsed);
   uint64_t FramesIn() const;
+  void WaitForALook();
   void TakeLast(RunFigures &figures);
   void TakePair(RunFigures &figures);
   void TakeAggregates(double elapsed, RunFigures &figures);
@@ -79,9 +81,10 @@ class Runner {
   void Show(double elapsed, const RunFigures &figures);
 
   const RunParts p_;
+  const bool loads_;  // files are read beside the frames; in step frames wait for them
   double at_;  // seconds into the run at which pictures are taken; live, put off until what is asked for is loaded
   const double latest_at_;
-  bool loads_shown_ = false;     // what was loaded has been through the filter
+  bool loads_shown_;             // what was loaded has been through the filter
   uint64_t out_with_loads_ = 0;  // frames that will have left the filter by then; 0: not known yet
 
   FrameCounts counts_at_start_;

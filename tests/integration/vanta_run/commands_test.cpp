@@ -173,7 +173,6 @@ TEST(RunCommands, AsynchronousCommandsCanBeSwitchedOff) {
 
 TEST(RunInteractive, LinesAreTakenWhileItRuns) {
   const Workplace workplace;
-  // A real one: what is said of a missing one may come before the run's end or not.
   const std::filesystem::path box = workplace / "box";
   std::filesystem::create_directory(box);
   std::ofstream(box / "effect.json")
@@ -193,6 +192,15 @@ TEST(RunInteractive, LinesAreTakenWhileItRuns) {
   EXPECT_EQ(report["run"]["ended_by"], "quit");
 }
 
+TEST(RunInteractive, FileThatIsRefusedAfterTheEndIsToldAllTheSame) {
+  const Workplace workplace;
+  RunningProgram program(workplace, With({"--interactive", "--quiet"}), {{}, {}, true});
+  program.Type("{\"call\":\"LoadInteractiveBoxResource\",\"path\":\"/missing\"}\nquit\n");
+  const ProgramResult result = program.Finish();
+  EXPECT_EQ(result.exit_code, 8) << result.err;
+  EXPECT_NE(result.err.find("/missing"), std::string::npos) << result.err;
+}
+
 TEST(RunInteractive, EndOfStandardInputDoesNotEndTheRun) {
   const Workplace workplace;
   RunningProgram program(workplace, With({"--interactive", "--seconds", "2", "--report", "r.json"}), {{}, {}, true});
@@ -205,7 +213,7 @@ TEST(RunInteractive, EndOfStandardInputDoesNotEndTheRun) {
 // A program that writes faster than its lines are read.
 TEST(RunInteractive, LinesWithoutAnEndDoNotHoldUpTheEndOfTheRun) {
   const std::string text = RunTool({"sh", "-c",
-                                    "yes '#' | timeout -s KILL 60 " VANTA_TEST_PROGRAM
+                                    "yes '#' | timeout -s KILL 240 " VANTA_TEST_PROGRAM
                                     " --quiet --input color:203040 --size 64x64 --interactive --seconds 1 --report -"});
   EXPECT_EQ(json::parse(text)["run"]["ended_by"], "limit");
 }
