@@ -24,7 +24,9 @@ void ReadAnimatedWebp(std::span<const uint8_t> file, const std::atomic<bool> &ca
   options.color_mode = MODE_BGRA;
   const WebPData data{file.data(), file.size()};
   const std::unique_ptr<WebPAnimDecoder, Deleter> decoder(WebPAnimDecoderNew(&data, &options));
-  if (!decoder) return;
+  WebPAnimInfo told{};
+  if (!decoder || !WebPAnimDecoderGetInfo(decoder.get(), &told)) return;
+  if (told.canvas_width != size->width || told.canvas_height != size->height) return;
   while (WebPAnimDecoderHasMoreFrames(decoder.get()) && !cancelled.load(std::memory_order_relaxed)) {
     if (!taken.HasRoom(size->width, size->height)) return;
     uint8_t *pixels = nullptr;

@@ -153,7 +153,7 @@ class StreamReader {
     }
   }
 
-  void Finish() { taken_.EndAt(start_ + duration_); }
+  void Finish() { taken_.EndAt(End()); }
 
  private:
   bool Broken() {
@@ -161,6 +161,8 @@ class StreamReader {
     return false;
   }
 
+  // Times from a file may be any numbers.
+  int64_t End() const { return av_sat_add64(start_, duration_); }
   int64_t InMilliseconds(int64_t time) const { return av_rescale_q(time, stream_.time_base, kMilliseconds); }
 
   bool TakeFrame() {
@@ -169,7 +171,7 @@ class StreamReader {
     const int64_t told = frame.best_effort_timestamp;
     const bool first = first_ == AV_NOPTS_VALUE;
     if (first) first_ = told == AV_NOPTS_VALUE ? 0 : told;
-    const int64_t next = told == AV_NOPTS_VALUE ? start_ + duration_ : InMilliseconds(told - first_);
+    const int64_t next = told == AV_NOPTS_VALUE ? End() : InMilliseconds(av_sat_sub64(told, first_));
     if (!first) taken_.EndAt(next);
     start_ = first ? 0 : next;
     duration_ = frame.pkt_duration > 0 ? InMilliseconds(frame.pkt_duration) : kUntoldDuration;

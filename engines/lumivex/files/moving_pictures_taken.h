@@ -36,7 +36,8 @@ class MovingPicturesTaken {
   // The last picture's end, or the next one's beginning.
   void EndAt(int64_t milliseconds) {
     if (file_.ends_ms.size() == count_) return;
-    file_.ends_ms.push_back(std::max(milliseconds, LastEnd() + 1));
+    constexpr int64_t kLatest = int64_t{1} << 40;  // of a damaged file's, 35 years
+    file_.ends_ms.push_back(std::max(std::min(milliseconds, kLatest), LastEnd() + 1));
   }
 
   void Fail(std::string reason, std::string remedy) {
