@@ -1,5 +1,6 @@
 // Several inputs in one call.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <csignal>
 #include <fstream>
@@ -86,7 +87,7 @@ TEST(RunBatch, SignalEndsTheRunUnderWayProperlyAndBeginsNoOther) {
   const Workplace workplace;
   RunningProgram program(workplace, Inputs({"color:203040", "color:C0A080"},
                                            {"--size", "64x64", "--loop", "--live", "--output", "{name}.mp4"}));
-  ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << program.errors();
+  ASSERT_TRUE(program.WaitForLine("frames in", 2)) << program.errors();
   program.Signal(SIGTERM);
   const ProgramResult result = program.Finish();
   EXPECT_EQ(result.exit_code, 130) << result.err;
@@ -98,9 +99,14 @@ TEST(RunBatch, SecondSignalEndsTheRunUnderWayToo) {
   const Workplace workplace;
   RunningProgram program(workplace, Inputs({"color:203040", "color:C0A080"},
                                            {"--size", "64x64", "--loop", "--live", "--output", "{name}.mp4"}));
-  ASSERT_TRUE(program.WaitForLine("vanta-run: 2.")) << program.errors();
-  program.Signal(SIGINT);
-  program.Signal(SIGTERM);
+  ASSERT_TRUE(program.WaitForLine("frames in", 2)) << program.errors();
+  const pid_t run = ChildNamed("exe", program.process());  // it begins as /proc/self/exe
+  ASSERT_GT(run, 0);
+  StopProcess(run);
+  program.SignalTwice(SIGINT, SIGTERM);
+  siginfo_t ended{};
+  EXPECT_EQ(waitid(P_PID, static_cast<id_t>(program.process()), &ended, WEXITED | WNOWAIT), 0);
+  kill(run, SIGCONT);
   EXPECT_EQ(program.Finish().exit_code, 130);
   EXPECT_EQ(workplace.Files(), Names{});  // its pipes are closed only once the run has ended too
 }

@@ -59,10 +59,12 @@ TEST(RunEffects, EndOfTheGiftSetsTheEvent) {
   const Workplace workplace;
   WriteEffect(workplace, 200);
   const std::string event = "vanta_test_gift_" + std::to_string(getpid());
-  const ProgramResult result =
-      RunProgram(workplace, With({"--seconds", "2", "--effect", "effect", "--event", event, "--report", "r.json"}));
+  RunningProgram program(
+      workplace, With({"--interactive", "--effect", "effect", "--event", event, "--report", "r.json"}), {{}, {}, true});
+  ASSERT_TRUE(program.WaitForLine("event " + event + " was set")) << program.errors();
+  program.Type("quit\n");
+  const ProgramResult result = program.Finish();
   ASSERT_EQ(result.exit_code, 0) << result.err;
-  EXPECT_NE(result.err.find("event " + event + " was set"), std::string::npos) << result.err;
   const json events = ReadReport(workplace / "r.json")["events"];
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0]["name"], event);

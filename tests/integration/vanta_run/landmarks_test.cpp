@@ -108,14 +108,14 @@ TEST(RunLandmarks, PointsAreDrawnOverTheSnapshot) {
 
 TEST(RunLandmarks, EnginesFacePointsAreTheSameSignal) {
   const Workplace workplace;
-  const ProgramResult result =
-      RunProgram(workplace, {"--input", VANTA_TEST_PORTRAIT, "--size", "640x600", "--fps", "15", "--seconds", "3",
-                             "--beauty", "smooth=0.3", "--engine-face-points", "on", "--landmarks", "f.jsonl"});
-  ASSERT_EQ(result.exit_code, 0) << result.err;
-  std::ifstream file(workplace / "f.jsonl");
-  const std::vector<json> lines = Lines(file);
-  ASSERT_FALSE(lines.empty());
-  EXPECT_EQ(lines.back()["face_cont"], 1);
+  RunningProgram program(workplace,
+                         {"--input", VANTA_TEST_PORTRAIT, "--size", "640x600", "--fps", "15", "--interactive",
+                          "--beauty", "smooth=0.3", "--engine-face-points", "on", "--landmarks", "-"},
+                         {{}, {}, true});
+  ASSERT_TRUE(program.WaitForOutput("\"face_cont\":1")) << program.errors();
+  program.Type("quit\n");
+  const ProgramResult result = program.Finish();
+  EXPECT_EQ(result.exit_code, 0) << result.err;
 }
 
 TEST(RunLandmarks, PictureWithoutAFaceStillGivesLines) {

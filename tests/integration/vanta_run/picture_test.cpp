@@ -1,6 +1,8 @@
 // What a run's options do, judged by the colours of the picture.
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include <opencv2/imgcodecs.hpp>
 
 #include "program.h"
@@ -200,11 +202,14 @@ TEST(RunPicture, RecordingShowsThePlainPictureOnceTheEngineHasGone) {
   EXPECT_EQ(ReadReport(workplace / "r.json")["engine"]["state"], "missing");
 }
 
-TEST(RunPicture, SlowEngineDelaysAndRepeatsFramesButTheRecordingKeepsItsRate) {
+TEST(RunPicture, SlowEngineDelaysDropsAndRepeatsFrames) {
   const Workplace workplace;
-  const ProgramResult result = RunProgram(workplace, {"--input", kGreen, "--size", "320x180", "--seconds", "3",
-                                                      "--engine-delay", "200", "--report", "r.json"});
-  ASSERT_EQ(result.exit_code, 0) << result.err;
+  RunningProgram program(
+      workplace, {"--input", kGreen, "--size", "320x180", "--loop", "--engine-delay", "200", "--report", "r.json"});
+  ASSERT_TRUE(program.WaitForLine(", delay ")) << program.errors();  // a followed frame has come back
+  ASSERT_TRUE(program.WaitForRepeats(40)) << program.errors();
+  program.Signal(SIGINT);
+  ASSERT_EQ(program.Finish().exit_code, 130) << program.errors();
   const nlohmann::json report = ReadReport(workplace / "r.json");
   EXPECT_GT(report["frames"]["repeated"].get<int>(), 0);
   EXPECT_GT(report["frames"]["dropped"].get<int>(), 0);

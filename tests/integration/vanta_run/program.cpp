@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include <opencv2/imgcodecs.hpp>
 
@@ -114,11 +117,34 @@ bool RunningProgram::ReadMore() {
   return true;
 }
 
-bool RunningProgram::WaitForLine(const std::string &part) {
-  while (result_.err.find(part) == std::string::npos) {
+bool RunningProgram::WaitFor(const std::string &text, const std::string &part, size_t times) {
+  size_t found = 0, from = 0;
+  for (;;) {
+    for (size_t at = 0; found < times && (at = text.find(part, from)) != std::string::npos; ++found)
+      from = at + part.size();
+    if (found == times) return true;
     if (!ReadMore()) return false;
   }
-  return true;
+}
+
+bool RunningProgram::WaitForLine(const std::string &part, size_t times) {
+  return WaitFor(result_.err, part, times);
+}
+
+bool RunningProgram::WaitForOutput(const std::string &part, size_t times) {
+  return WaitFor(result_.out, part, times);
+}
+
+bool RunningProgram::WaitForRepeats(unsigned long frames) {
+  for (;;) {
+    const std::string lines = result_.err.substr(0, result_.err.rfind('\n') + 1);
+    const size_t at = lines.rfind("frames in ");
+    unsigned long in = 0, out = 0;
+    if (at != std::string::npos && std::sscanf(lines.c_str() + at, "frames in %lu, out %lu", &in, &out) == 2 &&
+        in >= out + frames)
+      return true;
+    if (!ReadMore()) return false;
+  }
 }
 
 void RunningProgram::Type(const std::string &text) const {
@@ -134,6 +160,13 @@ void RunningProgram::Signal(int number) const {
   kill(process_, number);
 }
 
+void RunningProgram::SignalTwice(int first, int second) const {
+  StopProcess(process_);
+  kill(process_, first);
+  kill(process_, second);
+  kill(process_, SIGCONT);
+}
+
 ProgramResult RunningProgram::Finish() {
   while (ReadMore()) {
   }
@@ -147,6 +180,28 @@ ProgramResult RunningProgram::Finish() {
 ProgramResult RunProgram(const Workplace &workplace, const std::vector<std::string> &arguments,
                          const ProgramSetting &setting) {
   return RunningProgram(workplace, arguments, setting).Finish();
+}
+
+void StopProcess(pid_t process) {
+  kill(process, SIGSTOP);
+  for (;;) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string id, command, state;
+    if (!(file >> id >> command >> state) || state == "T" || state == "Z") return;
+    std::this_thread::yield();
+  }
+}
+
+pid_t ChildNamed(const std::string &name, pid_t parent) {
+  for (const fs::directory_entry &entry : fs::directory_iterator("/proc")) {
+    std::ifstream file(entry.path() / "stat");
+    std::string id, command, state;
+    pid_t its_parent = 0;
+    if (file >> id >> command >> state >> its_parent && its_parent == parent && command == "(" + name + ")") {
+      return std::atoi(id.c_str());
+    }
+  }
+  return 0;
 }
 
 std::string RunTool(const std::vector<std::string> &command) {

@@ -43,7 +43,7 @@ class Workplace {
   std::filesystem::path folder_;
 };
 
-// A program under way. Its standard error can be waited on, line by line.
+// A program under way. What it says can be waited for.
 class RunningProgram {
  public:
   RunningProgram(const Workplace &workplace, const std::vector<std::string> &arguments,
@@ -52,20 +52,28 @@ class RunningProgram {
   RunningProgram(const RunningProgram &) = delete;
   RunningProgram &operator=(const RunningProgram &) = delete;
 
-  // False when the program ended without such a line.
-  bool WaitForLine(const std::string &part);
+  // Until this has come on standard error so often; false when the program ended before.
+  bool WaitForLine(const std::string &part, size_t times = 1);
+  // The same for standard output.
+  bool WaitForOutput(const std::string &part, size_t times = 1);
+  // Until a line of its progress tells of so many frames that have not come out of the filter.
+  bool WaitForRepeats(unsigned long frames);
   // Onto its standard input.
   void Type(const std::string &text) const;
   void EndTyping();
-  // To it and to the programs that it has started, as a terminal does.
+  // To it alone.
   void Signal(int number) const;
+  // Both, before it can do anything about the first.
+  void SignalTwice(int first, int second) const;
   pid_t process() const { return process_; }
-  // What it has written to standard error so far.
+  // What it has written so far, to standard error and to standard output.
   const std::string &errors() const { return result_.err; }
+  const std::string &output() const { return result_.out; }
   ProgramResult Finish();
 
  private:
   bool ReadMore();
+  bool WaitFor(const std::string &text, const std::string &part, size_t times);
 
   pid_t process_ = -1;
   int in_ = -1, out_ = -1, err_ = -1;
@@ -74,6 +82,10 @@ class RunningProgram {
 
 ProgramResult RunProgram(const Workplace &workplace, const std::vector<std::string> &arguments,
                          const ProgramSetting &setting = {});
+// Until no thread of it runs any more. Its child has to be waited for all the same, once it goes on.
+void StopProcess(pid_t process);
+// The process of that name that `parent` has started; 0 when there is none.
+pid_t ChildNamed(const std::string &name, pid_t parent);
 // Another program of the machine, by its name; its standard output.
 std::string RunTool(const std::vector<std::string> &command);
 
