@@ -1,13 +1,12 @@
 // Who makes the engine look for faces, and when it stops.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "fakes/runner/scripted_faces.h"
 #include "fixtures/lumivex/engine_fixture.h"
+#include "fixtures/process/wait.h"
 #include "vanta_filter/landmark/tessera_api.h"
 #include "vanta_host.h"
 
@@ -108,12 +107,10 @@ TEST_F(FaceNeed, EffectOnFacesLooksWhileItPlays) {
   int loaded = 0;
   engine_->setEffectDescriptionCallback([&](const std::string &, bool success) { loaded += success; });
   engine_->setMagicEffectWithPath(OwnFolder(), kMainEffectSlot, true);
-  const auto late = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (loaded == 0 && std::chrono::steady_clock::now() < late) {
+  ASSERT_TRUE(vanta_test::WaitUntil([&] {
     Looks(1);
-    std::this_thread::yield();
-  }
-  ASSERT_EQ(loaded, 1);
+    return loaded == 1;
+  }));
   EXPECT_EQ(Looks(), 3);
   engine_->cancelMagicEffect();
   EXPECT_EQ(Looks(), 0);

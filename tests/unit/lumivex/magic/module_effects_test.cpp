@@ -13,6 +13,7 @@
 #include "fakes/runner/scripted_runner.h"
 #include "fixtures/lumivex/effect_fixture.h"
 #include "fixtures/process/log_capture.h"
+#include "fixtures/process/wait.h"
 #include "vanta_filter/engine/ability_handler.h"
 
 namespace lumivex_test {
@@ -73,7 +74,7 @@ class ModuleEffects : public ::testing::Test {
     EXPECT_EQ(processor_.Process(frame), vanta::LumivexProcessor::kFinished);
   }
   void Await(const std::function<bool()> &condition) {
-    const auto late = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    const auto late = std::chrono::steady_clock::now() + vanta_test::kWatchdog;
     while (!condition()) {
       ASSERT_LT(std::chrono::steady_clock::now(), late);
       Frame(0);
