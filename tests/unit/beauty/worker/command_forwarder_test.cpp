@@ -77,10 +77,7 @@ TEST_F(CommandForwarder, DirectCommandRunsAtOnceOnTheCallersThread) {
 TEST_F(CommandForwarder, DirectCommandWaitsForTheFrameInProgress) {
   ASSERT_TRUE(Feed());
   SetAsync(false);
-  scripted_engine::Close(Gate::kProcess);
-  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
   std::atomic<uint64_t> thread{0};
   std::atomic<bool> returned{false};
   std::thread control([&] {
@@ -98,10 +95,7 @@ TEST_F(CommandForwarder, DirectCommandWaitsForTheFrameInProgress) {
 
 TEST_F(CommandForwarder, QueuedCommandDoesNotWaitForTheFrameInProgress) {
   ASSERT_TRUE(Feed());
-  scripted_engine::Close(Gate::kProcess);
-  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
   worker_->commands().Command(&IFaceless::SetLookupIntensity, 0.5F);  // with the gate closed, a wait would never end
   scripted_engine::Open(Gate::kProcess);
 }

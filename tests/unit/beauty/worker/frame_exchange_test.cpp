@@ -66,10 +66,8 @@ TEST_F(FrameExchange, FifthFrameInFlightIsRefused) {
 }
 
 TEST_F(FrameExchange, EnqueueReturnsWhileTheEngineIsBusy) {
-  scripted_engine::Close(Gate::kProcess);
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
   const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
   EXPECT_FALSE(Dequeue().success);
 }

@@ -28,11 +28,17 @@ using vanta_test::kInfo;
 class WorkerLoop : public WorkerFixture {};
 
 TEST_F(WorkerLoop, ThreadTellsTheHostOfItsLifeInOrder) {
-  StartWorker();
-  ASSERT_TRUE(Feed());
-  // The pass over a frame, then idle: the host's watchdog sees id 0.
-  ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
-  StopWorker();
+  // One that had to be nudged tells of that, too.
+  for (int nudged = -1; nudged != nudges();) {
+    nudged = nudges();
+    host_double::ClearCalls();
+    passes_ = 0;
+    StartWorker();
+    ASSERT_TRUE(Feed());
+    // The pass over a frame, then idle: the host's watchdog sees id 0.
+    ASSERT_TRUE(host_double::WaitForCalls("ThreadTimestamp(0)", 1));
+    StopWorker();
+  }
   std::vector<std::string> calls = host_double::Calls();
   std::erase_if(calls, [](const std::string &call) { return call.rfind("SetBeauty", 0) == 0; });
   // A stop wakes the thread once more: it says so before it sees the flag.
@@ -72,10 +78,8 @@ TEST_F(WorkerLoop, ThreadLogsItsLifeInOrder) {
 
 TEST_F(WorkerLoop, StopDuringAFrameFinishesItAndTakesNoOther) {
   StartWorker();
-  scripted_engine::Close(Gate::kProcess);
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
   const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   worker_->stop();
@@ -122,10 +126,8 @@ TEST_F(WorkerLoop, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcesse
 
 TEST_F(WorkerLoop, StopWhileAnEngineIsMadeFinishesItsFrameAndTakesNoOther) {
   StartWorker();
-  scripted_engine::Close(Gate::kCreate);
+  ASSERT_TRUE(HoldAt(Gate::kCreate));
   const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kCreate));
   ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   worker_->stop();  // the gate is still closed: a wait would never end
   scripted_engine::Open(Gate::kCreate);
@@ -188,10 +190,8 @@ TEST_F(RunningWorkerLoop, RefusedFrameRepairsALostWakeToo) {
 }
 
 TEST_F(RunningWorkerLoop, FramesThatArriveDuringAPassAreTakenWithoutANewWait) {
-  scripted_engine::Close(Gate::kProcess);
+  ASSERT_TRUE(HoldAt(Gate::kProcess));
   const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
-  ASSERT_TRUE(scripted_engine::WaitAt(Gate::kProcess));
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(worker_->EnqueueFrame(frame.get()));
   host_double::ClearCalls();
   scripted_engine::Open(Gate::kProcess);

@@ -1,6 +1,7 @@
 #include "greenscreen/effect/green_screen_effect.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -71,7 +72,8 @@ TEST_F(EffectLoading, AFileThatIsNotThereIsSaidToBeMissing) {
 }
 
 TEST_F(EffectLoading, ASyntaxErrorIsPassedOn) {
-  const std::string path = (std::filesystem::temp_directory_path() / "vanta_broken.effect").string();
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("vanta_broken_" + std::to_string(getpid()))).string();
   std::ofstream(path) << "technique";
   gs_recorder::SetModuleFile(path);
   gs_recorder::SetCompileError("line 1: no pass %d");
