@@ -38,6 +38,7 @@ constexpr double kFastestDefault = 60;
 constexpr double kFastestGrid = 120;
 constexpr double kFastestFile = 1000;                // frames a second; more is a damaged file
 constexpr size_t kLargestPiece = size_t{256} << 20;  // bytes; a picture of 8192x8192 with 24 bits a pixel takes 192 MiB
+constexpr int64_t kMostLooked = int64_t{256} << 20;  // bytes that are read to know a file by
 constexpr char kColorPrefix[] = "color:";
 
 uint32_t RoundDown(uint32_t value, uint32_t step) {
@@ -199,11 +200,19 @@ PictureSize ShownSize(AVFormatContext *file, AVStream *stream, PictureSize size)
 
 using FormatHandle = vanta::AvPointer<AVFormatContext>;
 
+// Behind a damaged file's last packet libavformat would look for another one through gigabytes.
+int HasLookedEnough(void *file) {
+  const AVIOContext *const input = static_cast<const AVFormatContext *>(file)->pb;
+  return input != nullptr && input->bytes_read > kMostLooked ? 1 : 0;
+}
+
 // Null where it cannot be; `error` says why.
 FormatHandle OpenMedia(const std::string &path, int &error) {
   // A damaged index may tell of billions of frames, for which libavformat takes memory in one piece; libobs's own too.
   av_max_alloc(kLargestPiece);
-  AVFormatContext *opened = nullptr;
+  AVFormatContext *opened = avformat_alloc_context();
+  if (opened == nullptr) return nullptr;
+  opened->interrupt_callback = {HasLookedEnough, opened};
   error = avformat_open_input(&opened, path.c_str(), nullptr, nullptr);
   return FormatHandle(error < 0 ? nullptr : opened);
 }

@@ -162,6 +162,11 @@ void StepRun::Begin(const std::function<void()> &start_sound) {
   // A busy machine may not have begun them yet: without ticks no time of the run is known, and nobody waits for a
   // thread that encodes before it is known.
   if (!clock.AwaitGraphicsThread() || !clock.AwaitVideoThread() || !clock.Hold()) {
+    // A damaged file may keep libobs reading: gigabytes without a packet.
+    if (input_.kind == InputKind::kMedia) {
+      throw Failure(kExitInput, input_.path, "libobs does not come to rest with it in a minute",
+                    "give another file, or try again with --live");
+    }
     throw Failure(kExitInternal, "libobs", "does not come to rest in a minute", "try again with --live");
   }
   const uint64_t settled = clock.Now() + kSettleNs;
