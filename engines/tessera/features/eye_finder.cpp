@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "features/eye_whites.h"
+#include "features/far_eye.h"
+#include "features/head_turn.h"
 #include "features/iris.h"
 
 namespace tessera {
@@ -23,6 +25,11 @@ constexpr int kMostBox = 34;
 constexpr float kIrisRadius = 0.095F;  // 6 mm
 constexpr float kPupilReach = 0.16F;   // from the middle of the cascade's box
 constexpr float kReachBetweenWhites = 0.08F;
+
+// A head that is turned by more than that has a far eye, which is found closer to where it is when looked for again.
+constexpr float kTurned = 0.1F;  // tangent
+constexpr int kLooksAtFarEye = 2;
+constexpr double kDarkSkin = 90;  // luma code
 
 constexpr float kPartOfNearer = 0.85F;  // a place nearer to the other eye than usual must be so much clearer
 
@@ -49,6 +56,24 @@ bool Plausible(const Placement &found, const Placement &expected) {
   const float scale = found.unit / expected.unit;
   return std::hypot(shift.x, shift.y) < kMostShift && scale < kMostScale && scale > 1 / kMostScale &&
          std::abs(found.angle - expected.angle) < kMostTurn;
+}
+
+// The placement by these pupils. In dark skin the far eye's edges are faint: it is where it looks as the nearer one.
+// `cut` is the upright patch of `expected`, in whose units they are.
+Placement PlacementByPupils(const cv::Mat &luma, const cv::Mat &cut, const Placement &expected, cv::Point2f left,
+                            cv::Point2f right) {
+  const auto placement = [&] { return PlacementOfEyes(expected.ToPicture(left), expected.ToPicture(right)); };
+  if (MedianCode(cut) >= kDarkSkin) return placement();
+  for (int look = 0; look < kLooksAtFarEye; ++look) {
+    const float tangent = FindTurn(luma, placement()).tangent;
+    if (std::abs(tangent) <= kTurned) break;
+    cv::Point2f &far = tangent > 0 ? right : left;
+    const cv::Point2f near = tangent > 0 ? left : right;
+    const auto found = FindFarEye(cut, ToPixels(near, kCascadeDensity), ToPixels(far, kCascadeDensity), tangent);
+    if (!found) break;
+    far = ToUnits(*found, kCascadeDensity);
+  }
+  return placement();
 }
 
 }  // namespace
@@ -126,7 +151,7 @@ Eyes EyeFinder::FindOnce(const cv::Mat &luma, const Placement &expected) {
   const Pupil right_pupil = right ? pupil(*right) : unseen(start(right, kUsualRight, left, kUsualLeft), left);
   Eyes eyes;
   eyes.seen = (left ? 1 : 0) + (right ? 1 : 0);
-  eyes.placement = PlacementOfEyes(expected.ToPicture(left_pupil.place), expected.ToPicture(right_pupil.place));
+  eyes.placement = PlacementByPupils(luma, cut, expected, left_pupil.place, right_pupil.place);
   if (!Plausible(eyes.placement, expected)) return {expected, 0};
   return eyes;
 }

@@ -17,7 +17,7 @@ constexpr double kBlack = 16;                       // likewise
 constexpr float kBlur = 0.035F;                     // units, as all lengths below
 constexpr float kAsides[] = {0.09F, 0.12F, 0.16F};  // of a white's middle from that of the iris; less in a turned head
 constexpr float kBeyond = 0.2F;                     // of the skin above and below a white
-constexpr float kLeast = 0.45F;                     // how much brighter than these, in brightnesses of the skin
+constexpr float kLeast = 0.25F;                     // how much brighter than these, in brightnesses of the skin
 constexpr float kReach = 0.45F;                     // from where the eye is expected
 constexpr float kApart = 0.1F;                      // of two places that could be the same eye
 constexpr size_t kMostPlaces = 5;                   // on each side
@@ -29,9 +29,10 @@ constexpr float kTiltSpread = 0.12F;
 constexpr float kFine = 0.02F;      // blur
 constexpr float kFromIris = 0.10F;  // aside of its middle
 constexpr float kToIris = 0.17F;
-constexpr float kHeights = 0.17F;  // above and below it
-constexpr float kShadow = 0.01F;   // the upper lid's, which makes the white's middle look so much lower
-constexpr float kFarthest = 0.1F;  // from the iris's middle; what lies farther is no white of that eye
+constexpr float kLeastBeside = 0.45F;  // brighter than the skin, in brightnesses of that
+constexpr float kHeights = 0.17F;      // above and below it
+constexpr float kShadow = 0.01F;       // the upper lid's, which makes the white's middle look so much lower
+constexpr float kFarthest = 0.1F;      // from the iris's middle; what lies farther is no white of that eye
 
 struct Place {
   cv::Point2f pixel;
@@ -120,7 +121,7 @@ std::optional<float> MiddleOfWhites(const cv::Mat &patch, cv::Point2f iris, floa
   for (int row = 0; row < beside.rows; ++row) white.push_back(beside.at<float>(row, 0) + beside.at<float>(row, 1));
   const auto peak = static_cast<size_t>(std::max_element(white.begin(), white.end()) - white.begin());
   const float skin = std::max(white.front(), white.back());
-  if (white[peak] - skin < kLeast * (skin - 2 * static_cast<float>(kBlack))) return std::nullopt;
+  if (white[peak] - skin < kLeastBeside * (skin - 2 * static_cast<float>(kBlack))) return std::nullopt;
   const float half = (white[peak] + skin) * 0.5F;
   const auto crossing = [&](size_t in, size_t out) { return (white[in] - half) / (white[in] - white[out]); };
   size_t top = peak;

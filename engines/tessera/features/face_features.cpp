@@ -12,8 +12,8 @@ Features FindFeatures(const PictureView &picture, const Placement &placement, co
   const FaceCues upper(picture.y, placement, kUpperFace, turn.tangent);
   Features features;
   features.turn = turn;
-  features.mouth = FindMouth(lower);
   features.nose = FindNose(lower);
+  features.mouth = FindMouth(lower, features.nose);
   features.brows = {FindBrow(upper, -1), FindBrow(upper, 1)};
   features.eye_corners = {FindEyeCorner(upper, -1), FindEyeCorner(upper, 1)};
   features.lids = {FindLids(upper, -1, placement.unit), FindLids(upper, 1, placement.unit)};

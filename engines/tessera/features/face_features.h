@@ -60,12 +60,12 @@ struct Features {
   std::array<Lids, 2> lids;              // left, right
 };
 
-// The mouth is the dark line in the lower face, its corners the ends of that line; how far the lips reach is told by
-// their colour beside that of cheeks and chin.
-Mouth FindMouth(const FaceCues &lower_face);
-
 // The nostrils are the darkest small place on each side of the nose's middle.
 Nose FindNose(const FaceCues &lower_face);
+
+// The mouth is the dark line in the lower face, below the nose, its corners the ends of that line; how far the lips
+// reach is told by their colour beside that of cheeks and chin.
+Mouth FindMouth(const FaceCues &lower_face, const Nose &nose);
 
 // Between these x a brow is looked for; its height is that in the middle.
 inline constexpr float kBrowFrom = 0.24F;

@@ -37,18 +37,23 @@ struct PlaceRow {
   std::vector<Place> places;
 };
 
-std::vector<PlaceRow> Places(float top, float bottom) {
+std::vector<PlaceRow> Places(const cv::Rect2f &area) {
   std::vector<PlaceRow> rows;
-  for (float y = top; y < bottom; y += kApart) {
+  for (float y = area.y; y < area.br().y; y += kApart) {
     PlaceRow &row = rows.emplace_back(PlaceRow{y, {}});
-    for (float x = 0.04F; x < 0.55F; x += kApart) row.places.push_back({x, FaceDepth(x, y)});
+    for (float x = area.x; x < area.br().x; x += kApart) row.places.push_back({x, FaceDepth(x, y)});
   }
   return rows;
 }
 
 // Details, as strong where the light is weak as elsewhere: of what lies across the face, as the lips and what is below
 // the nose. Light from a side draws shadows down the face, which are not alike on both sides.
-cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
+struct FaceDetails {
+  cv::Mat picture;
+  bool dark = false;  // the skin
+};
+
+FaceDetails Details(const cv::Mat &luma, const Placement &placement) {
   const auto blurred = [](const cv::Mat &picture, float across, float down) {
     cv::Mat smooth;
     cv::GaussianBlur(picture, smooth, cv::Size(0, 0), static_cast<double>(across * kDensity),
@@ -58,12 +63,13 @@ cv::Mat Details(const cv::Mat &luma, const Placement &placement) {
   const cv::Mat cut = CutUpright(luma, placement, kWindow, kDensity);
   cv::Mat patch;
   const double skin = SkinCode(cut, kWindow, kDensity);
-  cv::min(cut, skin < kDarkSkin ? skin : 255, patch);
+  const bool dark = skin < kDarkSkin;
+  cv::min(cut, dark ? skin : 255, patch);
   patch.convertTo(patch, CV_32F);
   const cv::Mat details = blurred(patch, kAcross, kFine) - blurred(patch, kAcross, kWide);
   cv::Mat strength;
   cv::sqrt(Blurred(details.mul(details), static_cast<double>(kAround * kDensity)), strength);
-  return details / (strength + static_cast<double>(kFaint));
+  return {details / (strength + static_cast<double>(kFaint)), dark};
 }
 
 // What lies along a line across a picture, between two of its rows.
@@ -114,11 +120,15 @@ float Likeness(const cv::Mat &details, const std::vector<PlaceRow> &rows, float 
   return both / std::sqrt(right * left + 1e-3F);
 }
 
-// A nose and a mouth count as much as each other.
-float Likeness(const cv::Mat &details, float tangent) {
-  static const std::vector<PlaceRow> nose = Places(0.3F, 0.85F);
-  static const std::vector<PlaceRow> mouth = Places(0.85F, 1.4F);
-  return (Likeness(details, nose, tangent) + Likeness(details, mouth, tangent)) * 0.5F;
+// A nose and a mouth count as much as each other. In dark skin they are faint beside the eyes: those count as much as
+// both.
+float Likeness(const FaceDetails &details, float tangent) {
+  static const std::vector<PlaceRow> eyes = Places({0.2F, -0.14F, 0.6F, 0.3F});
+  static const std::vector<PlaceRow> nose = Places({0.04F, 0.3F, 0.51F, 0.55F});
+  static const std::vector<PlaceRow> mouth = Places({0.04F, 0.85F, 0.51F, 0.55F});
+  const auto likeness = [&](const std::vector<PlaceRow> &rows) { return Likeness(details.picture, rows, tangent); };
+  const float both = (likeness(nose) + likeness(mouth)) * 0.5F;
+  return details.dark ? (both + likeness(eyes)) * 0.5F : both;
 }
 
 }  // namespace
@@ -127,7 +137,7 @@ Turn FindTurn(const cv::Mat &luma, const Placement &placement) {
   constexpr float kStep = 0.1F;
   constexpr int kSteps = 10;
   constexpr float kUntold = -2;
-  const cv::Mat details = Details(luma, placement);
+  const FaceDetails details = Details(luma, placement);
   std::array<float, 2 * kSteps + 1> likeness{};
   likeness.fill(kUntold);
   const auto tell = [&](size_t i) {

@@ -33,6 +33,10 @@ constexpr float kFaintWhite = 14;  // luma codes above the skin
 constexpr float kClearWhite = 40;
 constexpr float kMostShine = 10;  // of closed lids above the skin, luma codes of the picture, whose light is not raised
 
+// Skin in which an eye that is open shows its white, or nothing that tells it from a closed one.
+constexpr float kDarkSkin = 80;     // luma code
+constexpr float kDarkestSkin = 70;  // likewise
+
 // Between two x, each row's mean.
 std::vector<float> RowsBetween(const FaceCues &face, const cv::Mat &cue, float from, float to) {
   const auto [first, last] = std::minmax({face.NearestColumn(from), face.NearestColumn(to)});
@@ -62,6 +66,7 @@ float RowsAtHalf(const std::vector<float> &profile) {
 struct White {
   float seen = 0;  // 0 to 1
   float open = 0;  // likewise
+  float skin = 0;  // luma code of the picture
 };
 
 // The white of an eye in dark skin: brighter than the cheek below it.
@@ -79,7 +84,7 @@ White FindWhite(const FaceCues &face, float sign) {
   const float height = face.Y(RowsAtHalf(white)) - face.Y(0);
   const float faint = std::max(kFaintWhite, kMostShine * face.Gain());
   return {Clamped01((most - faint) / (kClearWhite - kFaintWhite)),
-          Clamped01((height - kClosedWhite) / (kOpenWhite - kClosedWhite))};
+          Clamped01((height - kClosedWhite) / (kOpenWhite - kClosedWhite)), skin / face.Gain()};
 }
 
 }  // namespace
@@ -96,6 +101,8 @@ Lids FindLids(const FaceCues &face, int side, float unit) {
   lids.open = Mixed(lids.open, white.open, white.seen);
   lids.confidence = std::max(lids.confidence, white.seen);
   lids.white = white.seen;
+  const float dark_skin = Clamped01((kDarkSkin - white.skin) / (kDarkSkin - kDarkestSkin));
+  lids.confidence = Mixed(lids.confidence, white.seen, dark_skin * lids.open);
   lids.confidence *= Clamped01((unit - kTooSmall) / (kLargeEnough - kTooSmall));
   return lids;
 }

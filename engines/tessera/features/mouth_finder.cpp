@@ -54,16 +54,26 @@ Way BestWay(const std::vector<float> &before, size_t row) {
   return way;
 }
 
+// In dark skin the line between closed lips is fainter than the shade below a nose.
+float BelowNose(const FaceCues &face, float y, const Nose &nose) {
+  constexpr float kNearest = 0.06F;
+  constexpr float kFarEnough = 0.14F;
+  if (face.DarkSkin() <= 0) return 1;
+  return Mixed(1, Clamped01((y - nose.nostrils.y - kNearest) / (kFarEnough - kNearest)), nose.confidence);
+}
+
 // The smooth path from left to right through the darkest places, rather at the height of a mouth than elsewhere.
-MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue, const cv::Mat &ends) {
+MouthLine DarkestPath(const FaceCues &face, const cv::Mat &cue, const cv::Mat &ends, const Nose &nose) {
   const int first = std::max(0, cvRound(face.Column(-kMouthReach)));
   const int last = std::min(face.lines.cols - 1, cvRound(face.Column(kMouthReach)));
   const int top = cvRound(face.Row(0.78F));
   const int bottom = cvRound(face.Row(1.36F));
   const int columns = last - first + 1;
   std::vector<float> usual;
-  for (int row = top; row <= bottom; ++row)
-    usual.push_back(Bell(face.Y(static_cast<float>(row)) - kMouthHeight, kMouthSpread));
+  for (int row = top; row <= bottom; ++row) {
+    const float y = face.Y(static_cast<float>(row));
+    usual.push_back(Bell(y - kMouthHeight, kMouthSpread) * BelowNose(face, y, nose));
+  }
   // Of each place in a column: the darkness along the best path to it; of all, the step that led there.
   std::vector<float> best(usual.size());
   std::vector<float> before(usual.size());
@@ -124,12 +134,12 @@ float Sharpness(const FaceCues &face, const cv::Mat &creases, const MouthLine &l
 }
 
 // In a beard, and in dark skin, the line between the lips is dark beside the lips alone.
-MouthLine FindLine(const FaceCues &face) {
+MouthLine FindLine(const FaceCues &face, const Nose &nose) {
   const cv::Mat creases = Creases(face);
-  MouthLine best = DarkestPath(face, face.lines, face.line_ends);
+  MouthLine best = DarkestPath(face, face.lines, face.line_ends, nose);
   float sharpness = Sharpness(face, creases, best);
   const auto consider = [&](const cv::Mat &cue, float clearly) {
-    MouthLine line = DarkestPath(face, cue, cue);
+    MouthLine line = DarkestPath(face, cue, cue, nose);
     const float here = Sharpness(face, creases, line);
     if (here <= clearly * sharpness) return;
     best = std::move(line);
@@ -443,8 +453,8 @@ float Plausibility(const Mouth &mouth) {
 
 }  // namespace
 
-Mouth FindMouth(const FaceCues &face) {
-  const MouthLine line = FindLine(face);
+Mouth FindMouth(const FaceCues &face, const Nose &nose) {
+  const MouthLine line = FindLine(face, nose);
   Corner left = LineEnd(face, line, -1);
   Corner right = LineEnd(face, line, 1);
   // A crease in a face whose light is raised may be noise that was raised with it: how high it lies is told by all of

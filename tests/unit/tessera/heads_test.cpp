@@ -188,6 +188,41 @@ TEST(Heads, PointsGoWithADarkHeadThatTurnsAside) {
   }
 }
 
+// The first picture shows it turned.
+TEST(Heads, FarEyeOfADarkHeadThatTurnsAsideIsNoBrowAndNoTemple) {
+  for (const size_t tone : {7U, 8U}) {
+    for (const float yaw : {-27.0F, 27.0F}) {
+      SCOPED_TRACE(testing::Message() << "tone " << tone + 1 << ", " << yaw);
+      HeadPose pose;
+      pose.yaw = yaw;
+      HeadPicture head = Draw(vanta_test::Person(3003 + tone, vanta_test::kMonkTones[tone]), pose);
+      FaceReader reader;
+      const ReadFace face = After(reader, head, 6);
+      ASSERT_FALSE(face.points.empty());
+      const size_t far = yaw > 0 ? tessera::kRightPupil : tessera::kLeftPupil;
+      EXPECT_LT(Off(face, head, far), 0.08F);
+      EXPECT_LT(FivePoints(face, head), 0.08F);
+    }
+  }
+}
+
+TEST(Heads, ShadeBelowTheNoseOfADarkHeadIsNoMouth) {
+  struct Turned {
+    uint64_t person;
+    float yaw;
+  };
+  for (const Turned &turned : {Turned{8402, 27}, {8405, -27}}) {
+    SCOPED_TRACE(turned.person);
+    HeadPose pose;
+    pose.yaw = turned.yaw;
+    HeadPicture head = Draw(vanta_test::Person(turned.person, vanta_test::kMonkTones[9]), pose);
+    FaceReader reader;
+    const ReadFace face = After(reader, head, 6);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kUpperLipMiddle), 0.2F);
+  }
+}
+
 TEST(Heads, MouthOfADarkFaceDoesNotReachIntoABrightRoom) {
   const HeadLook look = vanta_test::Person(7001, vanta_test::kMonkTones[7]);
   HeadScene scene;
@@ -317,6 +352,21 @@ TEST(Heads, MouthThatOpensInTheDarkestSkinIsMeasuredToItsTongue) {
 TEST(Heads, ShineOnClosedLidsOfTheDarkestSkinIsNoWhiteOfAnEye) {
   const ReadFace open = ExpectBlinkIsTold(9);
   for (const size_t side : {0U, 1U}) EXPECT_GT(open.eyes_confidence[side], 0.5F);
+}
+
+TEST(Heads, LidsOfTheDarkestSkinThatWereNeverSeenOpenAreNotSurelyToldOpen) {
+  HeadPose blink;
+  blink.eyes_closed = 1;
+  for (const uint64_t person : {kPerson + 1, kPerson + 2}) {
+    HeadPicture closed = Draw(vanta_test::Person(person, vanta_test::kMonkTones[9]), blink);
+    FaceReader reader;
+    const ReadFace face = After(reader, closed, 4);
+    ASSERT_FALSE(face.points.empty());
+    for (const size_t side : {0U, 1U}) {
+      SCOPED_TRACE(testing::Message() << "person " << person << ", side " << side);
+      EXPECT_LT(face.eyes_open[side] * face.eyes_confidence[side], 0.65F);
+    }
+  }
 }
 
 TEST(Heads, BlinkIsNoOpenMouth) {
