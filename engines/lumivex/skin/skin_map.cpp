@@ -40,9 +40,11 @@ constexpr int kWideSide = 5;          // cells, of the means in the dark
 constexpr float kDark = 0.16f;        // of white: up to here they count alone,
 constexpr float kLight = 0.28f;       // from here on not at all
 // Where nobody is known.
-constexpr float kLeastEdge = 0.1f;    // of the upper edges that a wall fills
-constexpr float kWallSlack = 1.5f;    // of its colour,
-constexpr float kWallLight = 0.18f;   // and of its light: a part of it
+constexpr float kLeastEdge = 0.1f;   // of the upper edges that a wall fills
+constexpr float kWallSlack = 1.5f;   // of its colour,
+constexpr float kWallLight = 0.18f;  // and of its light: a part of it
+constexpr int kRowsOfStep = 90;      // of cells, for each row of a step
+constexpr int kMostStep = 3;
 constexpr int kTopRows = 4;           // cells, that tell its light
 constexpr float kWallDarkest = 0.3f;  // of its middle, at that
 constexpr float kWallLightest = 1.8f;
@@ -250,7 +252,7 @@ void SkinMap::BlurDarkChroma() {
 
 // Of the skin by colour, what reaches the picture's upper edges in one colour and light is a wall; unless there would
 // be next to nothing left, as where skin fills the picture.
-void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma, int step) {
   samples_.clear();
   const auto look = [&](int row, int column) {
     if (others_.at<uint8_t>(row, column) < kSample / 2) return;
@@ -258,12 +260,12 @@ void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_lum
                                      mean_v_.at<float>(row, column)));
   };
   for (int column = 0; column < others_.cols; ++column) look(0, column);
-  for (int row = 1; row < others_.rows * 2 / 3; ++row) {
+  for (int row = step; row < others_.rows * 2 / 3; row += step) {
     look(row, 0);
     look(row, others_.cols - 1);
   }
   const size_t edge = static_cast<size_t>(others_.cols) + static_cast<size_t>(others_.rows);
-  if (static_cast<float>(samples_.size()) < kLeastEdge * static_cast<float>(edge)) return;
+  if (static_cast<float>(samples_.size()) < kLeastEdge * static_cast<float>(edge) / static_cast<float>(step)) return;
   const std::optional<SkinModel> wall = SkinModel::Learn(samples_);
   if (!wall) return;
   wall_.create(others_.size(), CV_8U);
@@ -271,8 +273,8 @@ void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_lum
   int64_t after = 0;
   const Lanes one = All<Lanes>(1.0f);
   const Lanes middle = All<Lanes>(wall->Middle().luma);
-  MeasureWallLight(shade_free, mean_luma, *wall);
-  for (int row = 0; row < others_.rows; ++row) {
+  MeasureWallLight(shade_free, mean_luma, *wall, step);
+  for (int row = 0; row < others_.rows; row += step) {
     const float *luma = mean_luma.ptr<float>(row);
     const float *u = mean_u_.ptr<float>(row);
     const float *v = mean_v_.ptr<float>(row);
@@ -299,14 +301,14 @@ void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_lum
 
 // A lamp at one side lights a wall less towards the other: how light it is at the picture's top tells for each column.
 // Where something else is there, the columns beside tell.
-void SkinMap::MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall) {
+void SkinMap::MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall, int step) {
   const float middle = wall.Middle().luma;
   const int columns = others_.cols;
   // First sums over the rows, then means over the columns beside each other.
   std::vector<cv::Vec2f> &sums = wall_sums_;
   sums.assign(static_cast<size_t>(columns), cv::Vec2f());
   for (int column = 0; column < columns; ++column) {
-    for (int row = 0; row < std::min(kTopRows, others_.rows); ++row) {
+    for (int row = 0; row < std::min(kTopRows, others_.rows); row += step) {
       if (others_.at<uint8_t>(row, column) < kSample / 2) continue;
       const ShadeFreeColour colour = shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
                                                    mean_v_.at<float>(row, column));
@@ -444,10 +446,17 @@ void SkinMap::WeighAnyonesRow(const ShadeFree &shade_free, int row, const float 
 void SkinMap::WeighAnyones(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands) {
   others_.create(mean_luma.rows, mean_luma.cols, CV_8U);
   BlurDarkChroma();
+  // Heads are looked for in blocks, so beside known people some rows stand for those below them.
+  const int step = people_.empty() ? 1 : std::clamp((others_.rows + kRowsOfStep / 2) / kRowsOfStep, 1, kMostStep);
   bands.Run(others_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) WeighAnyonesRow(shade_free, row, mean_luma.ptr<float>(row));
+    for (int row = first; row < end; ++row) {
+      if (row % step == 0) WeighAnyonesRow(shade_free, row, mean_luma.ptr<float>(row));
+    }
   });
-  LeaveOutWalls(shade_free, mean_luma);
+  LeaveOutWalls(shade_free, mean_luma, step);
+  for (int row = 0; row < others_.rows; ++row) {
+    if (row % step != 0) std::copy_n(others_.ptr<uint8_t>(row - row % step), others_.cols, others_.ptr<uint8_t>(row));
+  }
 }
 
 void SkinMap::WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int height, const cv::Mat &mean_luma,

@@ -78,8 +78,8 @@ class SkinMap {
                   const RowBands &bands);
   void WeighAnyones(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands);
   void BlurDarkChroma();
-  void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma);
-  void MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall);
+  void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma, int step);
+  void MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall, int step);
   void LeaveOutKnownHeads();
   void LeaveOutPlainPlaces(const ShadeFree &shade_free, const cv::Mat &mean_luma);
   void KeepHeads();
