@@ -66,6 +66,7 @@ Planes PlanesOf(const cv::Mat &bgr) {
 struct Look {
   float smooth = 0.0F;
   bool unknown = false;  // the picture is called upside down, so that no face is found
+  int called = 180;      // degrees by which it is then said to be turned
   std::vector<std::pair<LXBeautyType, float>> beauty{};
   std::vector<std::pair<int, float>> deform{};
 
@@ -89,8 +90,8 @@ struct Look {
   }
 };
 
-// The picture after some frames: as soon as a face is found, or after half a second.
-Planes Through(const Planes &before, const Look &look, bool *found = nullptr) {
+// The picture after some frames: as soon as a face is found, or after half a second. `faces`: how many are found then.
+Planes Through(const Planes &before, const Look &look, int *faces = nullptr) {
   LXEngineConfig config{};
   config.width = kWidth;
   config.height = kHeight;
@@ -106,15 +107,17 @@ Planes Through(const Planes &before, const Look &look, bool *found = nullptr) {
   for (int i = 0; i < most; ++i) {
     auto frame = pool.takeFrameDataNV12(kWidth, kHeight, 0, 0);
     frame->timestamp = 33 * i;
-    frame->rotation = look.unknown ? 180 : 0;
+    frame->rotation = look.unknown ? look.called : 0;
     frame->dump_flag = 1;
     for (int y = 0; y < kHeight; ++y)
       std::memcpy(frame->planes[0] + ptrdiff_t{frame->strides[0]} * y, before.y.ptr(y), kWidth);
     for (int y = 0; y < kHeight / 2; ++y)
       std::memcpy(frame->planes[1] + ptrdiff_t{frame->strides[1]} * y, before.uv.ptr(y), kWidth);
     frame = engine->processFrameData(std::move(frame));
-    seen = frame->dump_text.find("\"faces\":0") == std::string::npos;
-    if (found) *found = seen;
+    const size_t number = frame->dump_text.find("\"faces\":");
+    const int count = number == std::string::npos ? 1 : std::atoi(frame->dump_text.c_str() + number + 8);
+    seen = count > 0;
+    if (faces) *faces = count;
     if (i + 1 < kLeastFrames || (!seen && i + 1 < most)) continue;
     after.y = cv::Mat(kHeight, kWidth, CV_8U, frame->planes[0], static_cast<size_t>(frame->strides[0])).clone();
     after.uv =
@@ -308,13 +311,13 @@ cv::Mat WithNoise(const cv::Mat &lit, float deviation, uint64_t seed) {
   return codes;
 }
 
-// The picture in the scene's light, before its backdrop.
-cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
+// The picture in the scene's light, before its backdrop. `people` is where somebody stands, CV_8U.
+cv::Mat InScene(const PortraitPicture &picture, const Scene &scene, const cv::Mat &people) {
   cv::Mat lit;
   picture.bgr.convertTo(lit, CV_32FC3);
   if (scene.backdrop[0] >= 0) {
     cv::Mat mask;
-    PersonMask(picture).convertTo(mask, CV_32F, 1.0 / 255);
+    people.convertTo(mask, CV_32F, 1.0 / 255);
     const cv::Mat flecks = Flecks(scene, picture.bgr.size());
     for (int y = 0; y < lit.rows; ++y) {
       for (int x = 0; x < lit.cols; ++x) {
@@ -335,6 +338,10 @@ cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
     cv::multiply(column, scene.light * shade, column);
   }
   return WithNoise(lit, scene.noise, 3);
+}
+
+cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
+  return InScene(picture, scene, PersonMask(picture));
 }
 
 // Rows of that many pairs.
@@ -382,16 +389,16 @@ Figures Measure(const cv::Mat &person, const Scene &scene, const Look &look) {
   const PortraitPicture plain = vanta_test::PlacePortrait(person, scene.setup);
   const cv::Mat unspotted = InScene(plain, scene);
   const Planes before = PlanesOf(unspotted);
-  bool found = false;
-  const Planes after = Through(before, look, &found);
-  figures.found += found;
+  int faces = 0;
+  const Planes after = Through(before, look, &faces);
+  figures.found += faces > 0;
   for (size_t i = 0; i < 2; ++i) {
     PortraitPicture spotted = plain;
     const auto spots = vanta_test::SpotsOn(spotted, kSpotSizes[i]);
     vanta_test::AddSpots(spotted, spots);
     const Planes in = PlanesOf(InScene(spotted, scene));
-    const Planes out = Through(in, look, &found);
-    figures.found += found;
+    const Planes out = Through(in, look, &faces);
+    figures.found += faces > 0;
     const Contrast had = SpotContrast(in, before, spots);
     const Contrast has = SpotContrast(out, after, spots);
     figures.left[i] = {has.luma / had.luma, has.chroma / had.chroma};
@@ -528,6 +535,25 @@ cv::Mat InCondition(const cv::Mat &bgr, const Condition &condition) {
   return cv::imdecode(file, cv::IMREAD_COLOR);
 }
 
+// Turns the head of the same picture without and with spots, which go along: where they are in the turned picture is
+// where a disc in their place comes to lie.
+void TurnBoth(PortraitPicture &plain, PortraitPicture &spotted, std::vector<Spot> &spots, float degrees) {
+  for (Spot &spot : spots) {
+    PortraitPicture alone = plain;
+    alone.bgr = cv::Mat::zeros(plain.bgr.size(), CV_8UC3);
+    cv::circle(alone.bgr, spot.middle, cvRound(spot.radius), cv::Scalar::all(255), cv::FILLED);
+    vanta_test::TurnHead(alone, degrees);
+    cv::Mat grey;
+    cv::cvtColor(alone.bgr, grey, cv::COLOR_BGR2GRAY);
+    const cv::Moments moments = cv::moments(grey);
+    if (moments.m00 > 0) spot.middle = cv::Point2d(moments.m10, moments.m01) / moments.m00;
+  }
+  vanta_test::TurnHead(spotted, degrees);
+  PortraitPicture without = plain;
+  vanta_test::TurnHead(without, degrees);
+  plain.bgr = without.bgr;
+}
+
 // One line for a way in a condition: what is left of the spots of each tone, and in which it is the most.
 void PrintWays(const cv::Mat &portrait, const Look &look, size_t only, const std::string &part,
                const std::string &folder) {
@@ -564,28 +590,12 @@ void PrintWays(const cv::Mat &portrait, const Look &look, size_t only, const std
         auto spots = vanta_test::SpotsOn(spotted, condition.spot);
         vanta_test::AddSpots(spotted, spots, way.spots);
         if (condition.turned != 0) {
-          PortraitPicture with = spotted;
-          vanta_test::TurnHead(with, condition.turned);
-          spotted.bgr = with.bgr;
-          // The spots go along: where they are in the turned picture is where it differs from the plain one.
-          PortraitPicture without = plain;
-          vanta_test::TurnHead(without, condition.turned);
-          plain.bgr = without.bgr;
-          for (Spot &spot : spots) {
-            PortraitPicture alone = plain;
-            alone.bgr = cv::Mat::zeros(plain.bgr.size(), CV_8UC3);
-            cv::circle(alone.bgr, spot.middle, cvRound(spot.radius), cv::Scalar::all(255), cv::FILLED);
-            vanta_test::TurnHead(alone, condition.turned);
-            cv::Mat grey;
-            cv::cvtColor(alone.bgr, grey, cv::COLOR_BGR2GRAY);
-            const cv::Moments moments = cv::moments(grey);
-            if (moments.m00 > 0) spot.middle = cv::Point2d(moments.m10, moments.m01) / moments.m00;
-          }
+          TurnBoth(plain, spotted, spots, condition.turned);
         }
         const Planes before = PlanesOf(InCondition(plain.bgr, condition));
         const Planes in = PlanesOf(InCondition(spotted.bgr, condition));
-        bool found_plain = false;
-        bool found_spotted = false;
+        int found_plain = 0;
+        int found_spotted = 0;
         const Planes after = Through(before, look, &found_plain);
         const Planes out = Through(in, look, &found_spotted);
         const Contrast had = SpotContrast(in, before, spots);
@@ -596,7 +606,7 @@ void PrintWays(const cv::Mat &portrait, const Look &look, size_t only, const std
         least = std::min(least, left);
         most = std::max(most, left);
         if (condition.turned == 0) edges = std::min(edges, EdgesKept(plain, before, after));
-        found += found_plain + found_spotted;
+        found += (found_plain > 0) + (found_spotted > 0);
         ++tones;
         char text[40];
         std::snprintf(text, sizeof(text), " %.2f/%.2f%s", left, has.chroma / had.chroma, found_spotted ? "" : "*");
@@ -618,20 +628,167 @@ void PrintWays(const cv::Mat &portrait, const Look &look, size_t only, const std
   }
 }
 
+// Why the second person's face is not found.
+enum class Hidden { kUpsideDown, kTurned, kEyesCovered, kHalfCovered };
+struct Hiding {
+  const char *name;
+  Hidden how;
+};
+constexpr Hiding kHidings[] = {{"upside down", Hidden::kUpsideDown},
+                               {"turned", Hidden::kTurned},
+                               {"eyes covered", Hidden::kEyesCovered},
+                               {"half covered", Hidden::kHalfCovered}};
+
+// Two people before a backdrop, the second one's face hidden.
+struct Two {
+  PortraitPicture plain, spotted;  // both of them, the second one with spots and without
+  PortraitPicture first, second;   // each alone, without spots: for the places
+  std::vector<Spot> first_spots, spots;
+  cv::Mat mask;
+};
+
+void Cover(PortraitPicture &picture, Hidden how) {
+  const bool half = how == Hidden::kHalfCovered;
+  std::vector<cv::Point> board;
+  for (const cv::Point2f &corner :
+       half ? std::array<cv::Point2f, 4>{{{-1.6F, -2}, {0.05F, -2}, {0.05F, 2}, {-1.6F, 2}}}
+            : std::array<cv::Point2f, 4>{{{-1.3F, -0.24F}, {1.3F, -0.24F}, {1.3F, 0.28F}, {-1.3F, 0.28F}}})
+    board.push_back(vanta_test::OnFace(picture, corner));
+  picture.bgr = picture.bgr.clone();
+  cv::fillPoly(picture.bgr, std::vector<std::vector<cv::Point>>{board}, half ? Bgr(84, 96, 110) : Bgr(40, 52, 84));
+}
+
+void Lay(const PortraitPicture &person, const cv::Mat &mask, PortraitPicture &onto) {
+  cv::Mat part;
+  cv::cvtColor(mask, part, cv::COLOR_GRAY2BGR);
+  cv::Mat there;
+  cv::Mat rest;
+  cv::multiply(person.bgr, part, there, 1.0 / 255);
+  cv::multiply(onto.bgr, cv::Scalar::all(255) - part, rest, 1.0 / 255);
+  onto.bgr = there + rest;
+}
+
+Two MakeTwo(const cv::Mat &portrait, size_t first_tone, size_t second_tone, Hidden how, bool second_half) {
+  vanta_test::PortraitSetup setup;
+  setup.size = {kWidth, kHeight};
+  setup.eye_distance = second_half ? 74 : 80;
+  setup.middle = {400, 290};
+  setup.mirror = second_half;
+  Two two;
+  two.first = vanta_test::PlacePortrait(vanta_test::Recoloured(portrait, vanta_test::kMonkTones[first_tone]), setup);
+  setup.middle = {900, 310};
+  setup.eye_distance = second_half ? 86 : 76;
+  if (how == Hidden::kUpsideDown) setup.degrees = second_half ? 172 : 180;
+  two.second = vanta_test::PlacePortrait(vanta_test::Recoloured(portrait, vanta_test::kMonkTones[second_tone]), setup);
+  two.first_spots = vanta_test::SpotsOn(two.first, 0.045F);
+  two.spots = vanta_test::SpotsOn(two.second, 0.045F);
+  PortraitPicture plain = two.second;
+  PortraitPicture spotted = two.second;
+  vanta_test::AddSpots(spotted, two.spots);
+  PortraitPicture first_spotted = two.first;
+  vanta_test::AddSpots(first_spotted, two.first_spots);
+  const cv::Mat mask = PersonMask(two.second);
+  if (how == Hidden::kTurned) TurnBoth(plain, spotted, two.spots, second_half ? -58.0F : 58.0F);
+  if (how == Hidden::kEyesCovered || how == Hidden::kHalfCovered) {
+    Cover(plain, how);
+    Cover(spotted, how);
+    // Those that are still seen.
+    std::erase_if(two.spots, [&](const Spot &spot) {
+      const auto x = cvRound(spot.middle.x);
+      const auto y = cvRound(spot.middle.y);
+      return cv::norm(plain.bgr.at<cv::Vec3b>(y, x), spotted.bgr.at<cv::Vec3b>(y, x)) == 0;
+    });
+  }
+  two.plain = two.first;
+  two.spotted = first_spotted;
+  Lay(plain, mask, two.plain);
+  Lay(spotted, mask, two.spotted);
+  cv::max(mask, PersonMask(two.first), two.mask);
+  return two;
+}
+
+// Beside, between and above the two.
+const std::array<cv::Rect, 3> kOutsideTwo = {cv::Rect{0, 0, 180, 450}, cv::Rect{560, 0, 110, 400},
+                                             cv::Rect{1120, 0, 160, 450}};
+
+// One line for each scene and each way to hide the second person's face: what is left of their spots beside a known
+// face, and where no face is known; means over the tones.
+void PrintBeside(const cv::Mat &portrait, bool second_half, const Look &look, size_t only, const std::string &part,
+                 const std::string &folder) {
+  std::printf(
+      "%-34s  one face  left: luma (worst) chroma  edges  first  outside   nobody known: luma chroma  outside\n",
+      "scene");
+  for (const Scene &scene : Scenes(second_half)) {
+    for (const Hiding &hiding : kHidings) {
+      const std::string name = std::string(scene.name) + ", " + hiding.name;
+      if (name.find(part) == std::string::npos) continue;
+      int one = 0;
+      double tones = 0, luma = 0, worst = 0, chroma = 0, edges = 9, first = 0, outside = 0;
+      double luma_unknown = 0, chroma_unknown = 0, outside_unknown = 0;
+      for (size_t tone = 0; tone < vanta_test::kSkinTones; ++tone) {
+        if (only != 0 && tone + 1 != only) continue;
+        const Two two = MakeTwo(portrait, (tone + (second_half ? 3 : 5)) % 10, tone, hiding.how, second_half);
+        const Planes before = PlanesOf(InScene(two.plain, scene, two.mask));
+        const Planes in = PlanesOf(InScene(two.spotted, scene, two.mask));
+        int faces = 0;
+        int faces_spotted = 0;
+        const Planes after = Through(before, look, &faces);
+        const Planes out = Through(in, look, &faces_spotted);
+        if (!folder.empty()) {
+          cv::Mat pair;
+          cv::vconcat(in.Bgr(), out.Bgr(), pair);
+          cv::imwrite(folder + "/" + name + " " + std::to_string(tone + 1) + ".png", pair);
+        }
+        if (faces != 1 || faces_spotted != 1) continue;
+        ++one;
+        ++tones;
+        Look nobody = look;
+        nobody.unknown = true;
+        nobody.called = hiding.how == Hidden::kUpsideDown ? 90 : 180;
+        const Planes unknown = Through(before, nobody);
+        const Planes unknown_spotted = Through(in, nobody);
+        const Contrast had = SpotContrast(in, before, two.spots);
+        const Contrast has = SpotContrast(out, after, two.spots);
+        const Contrast has_unknown = SpotContrast(unknown_spotted, unknown, two.spots);
+        const auto left = [](double has, double had) { return had > 0 ? has / had : 0.0; };
+        luma += left(has.luma, had.luma);
+        worst = std::max(worst, left(has.luma, had.luma));
+        chroma += left(has.chroma, had.chroma);
+        luma_unknown += left(has_unknown.luma, had.luma);
+        chroma_unknown += left(has_unknown.chroma, had.chroma);
+        first += SpotContrast(out, after, two.first_spots).luma / SpotContrast(in, before, two.first_spots).luma;
+        if (hiding.how == Hidden::kUpsideDown) edges = std::min(edges, EdgesKept(two.second, before, after));
+        for (const cv::Rect &rect : kOutsideTwo) {
+          outside = std::max(outside, cv::norm(after.y(rect), before.y(rect), cv::NORM_L1) / rect.area());
+          outside_unknown =
+              std::max(outside_unknown, cv::norm(unknown.y(rect), before.y(rect), cv::NORM_L1) / rect.area());
+        }
+      }
+      std::printf(
+          "%-34s  %8d        %5.2f  (%.2f)  %5.2f  %5.2f  %5.2f    %5.2f                 %5.2f  %5.2f    %5.2f\n",
+          name.c_str(), one, luma / tones, worst, chroma / tones, edges, first / tones, outside, luma_unknown / tones,
+          chroma_unknown / tones, outside_unknown);
+      std::fflush(stdout);
+    }
+  }
+}
+
 }  // namespace
 
 // skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--unknown] [--look NAME=VALUE,...] [--scenes
 // chosen|held]
-// [--ways] [--named TEXT]: into the folder goes a picture for each tone, before beside after, into the file all of
-// them. With --unknown no face is found. With --dim the portrait is mirrored, longer, smaller, noisy and at 0.7 of its
-// light. --scenes prints one line for each of many lights before many backdrops: "chosen" are those on which the
-// engine's constants were chosen, "held" the others; with --named those with the text in their name alone. --ways
-// prints one line for each of other ways to recolour the portrait and to draw spots, in each of some conditions.
+// [--beside chosen|held] [--ways] [--named TEXT]: into the folder goes a picture for each tone, before beside after,
+// into the file all of them. With --unknown no face is found. With --dim the portrait is mirrored, longer, smaller,
+// noisy and at 0.7 of its light. --scenes prints one line for each of many lights before many backdrops: "chosen" are
+// those on which the engine's constants were chosen, "held" the others; with --named those with the text in their name
+// alone. --beside puts a second person into them, whose face is hidden in several ways. --ways prints one line for each
+// of other ways to recolour the portrait and to draw spots, in each of some conditions.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
   std::string folder;
   std::string sheet;
   std::string scenes;
+  std::string beside;
   std::string part;
   bool dim = false;
   bool ways = false;
@@ -641,6 +798,7 @@ int main(int argc, char **argv) {
     if (std::strcmp(argv[i], "--pictures") == 0 && i + 1 < argc) folder = argv[++i];
     if (std::strcmp(argv[i], "--sheet") == 0 && i + 1 < argc) sheet = argv[++i];
     if (std::strcmp(argv[i], "--scenes") == 0 && i + 1 < argc) scenes = argv[++i];
+    if (std::strcmp(argv[i], "--beside") == 0 && i + 1 < argc) beside = argv[++i];
     if (std::strcmp(argv[i], "--named") == 0 && i + 1 < argc) part = argv[++i];
     if (std::strcmp(argv[i], "--tone") == 0 && i + 1 < argc) only = static_cast<size_t>(std::atoi(argv[++i]));
     if (std::strcmp(argv[i], "--look") == 0 && i + 1 < argc && !look.Add(argv[++i])) {
@@ -654,6 +812,10 @@ int main(int argc, char **argv) {
   const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
   if (ways) {
     PrintWays(portrait, look, only, part, folder);
+    return 0;
+  }
+  if (!beside.empty()) {
+    PrintBeside(portrait, beside == "held", look, only, part, folder);
     return 0;
   }
   if (!scenes.empty()) {

@@ -20,7 +20,7 @@ constexpr float kQuietDeviationInFace = 0.04f;
 constexpr float kStrongDeviationInFace = 0.22f;
 // A blemish takes a part of the light, so its contrast grows with the skin's luma. The two above are those of skin half
 // way to white; of black skin they are this part.
-constexpr float kDimDeviation = 0.15f;
+constexpr float kDimDeviation = 0.05f;
 constexpr float kDimDeviationInFace = 0.35f;
 constexpr float kMostContrast = 2.0f;     // of a face in hard light, against usual light: its folds stay
 constexpr float kChromaDeviation = 7.0f;  // codes
@@ -208,7 +208,6 @@ void BeautyStage::BuildLumaRow(int row, const YuvSpace &space, const BeautyStren
 void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
   const std::optional<OwnColour> own = skin_.Own();
   const float redness = RednessPart(strength.smooth);
-  const float pull = strength.whiten * (own ? kOwnHue : kPallor);
   const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
   const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
   const float *luma = mean_.ptr<float>(row);
@@ -241,9 +240,11 @@ void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
         smoothing = Mix(smoothing, redness, part);
       }
     }
+    float pull = strength.whiten * kPallor;
     float pale_u = 128.0f;
     float pale_v = 128.0f;
-    if (own) {
+    if (!skin_.IsAnyones(row, column)) {
+      pull = strength.whiten * kOwnHue;
       const float lit = std::clamp((luma[column] - own->black) / own->luma, 0.4f, 1.25f);
       pale_u += (1.0f - kOwnPallor) * lit * own->u;
       pale_v += (1.0f - kOwnPallor) * lit * own->v;

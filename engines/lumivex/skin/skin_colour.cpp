@@ -13,8 +13,12 @@ constexpr float kLeastLuma = 0.03f;  // below it a ratio to luma means nothing
 // and 166 degrees from the axis of U towards V. Saturation as a part of the luma, and in codes.
 constexpr float kHueNone[2] = {0.249f, 4.01f};
 constexpr float kHueFull[2] = {0.424f, 2.246f};
-constexpr float kMostSaturationFull = 0.40f;
-constexpr float kMostSaturationNone = 0.56f;
+// Bright cloth and paint are more saturated than skin that lies in as much light.
+constexpr float kMostSaturation = 0.42f;  // up to kHalfBright
+constexpr float kMostOfBright = 0.29f;    // from kBright on
+constexpr float kHalfBright = 0.42f;
+constexpr float kBright = 0.55f;
+constexpr float kTooMuch = 0.10f;  // above that, what is nothing
 // Only the lightest and the darkest tones are nearly grey; grey walls lie between them.
 constexpr float kLeastDark = 0.8f;    // codes of saturation up to kDarkLuma
 constexpr float kLeastMiddle = 9.0f;  // from kMiddleLuma to kPaleLuma
@@ -29,6 +33,7 @@ constexpr float kVisible = 0.065f;
 
 // A face's own skin may have any colour that is nearly grey: in cold or dim light, and in a picture without colour.
 constexpr float kGreyOfAnyHue = 0.12f;  // saturation as a part of the luma
+constexpr float kMostOfAFace = 0.56f;
 
 // The model.
 constexpr size_t kLeastSamples = 12;
@@ -54,6 +59,12 @@ Value Between(float from, float to, float low, float high, const Value &value) {
   return All<Value>(low) + All<Value>(high - low) * Part<Value>(from, to, value);
 }
 
+template <typename Value>
+Value TooSaturated(const Value &part, const Value &luma) {
+  const Value most = Between<Value>(kHalfBright, kBright, kMostSaturation, kMostOfBright, luma);
+  return Smooth<Value>(0.0f, kTooMuch, part - most);
+}
+
 // From dark to middle it rises, from pale to white it falls; between the two both are the same.
 template <typename Value>
 Value LeastSaturation(const Value &luma) {
@@ -67,10 +78,10 @@ Value BandOf(const Value &luma, const Value &blue, const Value &red) {
   const Value hue = (All<Value>(0.0f) - blue) / red;
   const Value part = Root(blue * blue + red * red);
   const Value codes = part * Greater(luma, All<Value>(kLeastLuma)) * All<Value>(255.0f);
-  const Value weight =
-      Smooth<Value>(kHueNone[0], kHueFull[0], hue) * (one - Smooth<Value>(kHueFull[1], kHueNone[1], hue)) *
-      Smooth<Value>(0.0f, kLeastRise, codes - LeastSaturation<Value>(luma)) *
-      (one - Smooth<Value>(kMostSaturationFull, kMostSaturationNone, part)) * Smooth<Value>(kBlack, kVisible, luma);
+  const Value weight = Smooth<Value>(kHueNone[0], kHueFull[0], hue) *
+                       (one - Smooth<Value>(kHueFull[1], kHueNone[1], hue)) *
+                       Smooth<Value>(0.0f, kLeastRise, codes - LeastSaturation<Value>(luma)) *
+                       (one - TooSaturated<Value>(part, luma)) * Smooth<Value>(kBlack, kVisible, luma);
   return WhereAbove0(red, weight);
 }
 
@@ -78,7 +89,7 @@ Value BandOf(const Value &luma, const Value &blue, const Value &red) {
 bool CanBeOfAFace(const ShadeFreeColour &colour) {
   const float part = std::hypot(colour.blue, colour.red);
   if (part < kGreyOfAnyHue) return true;
-  if (colour.red <= 0.0f || part >= kMostSaturationNone) return false;
+  if (colour.red <= 0.0f || part >= kMostOfAFace) return false;
   const float hue = -colour.blue / colour.red;
   return hue > kHueNone[0] && hue < kHueNone[1];
 }

@@ -1,6 +1,7 @@
 #include "skin/skin_map.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -42,7 +43,17 @@ constexpr float kLight = 0.28f;       // from here on not at all
 constexpr float kLeastEdge = 0.1f;   // of the upper edges that a wall fills
 constexpr float kWallSlack = 1.5f;   // of its colour,
 constexpr float kWallLight = 0.18f;  // and of its light: a part of it
-constexpr float kLeastRest = 0.1f;   // of the skin, without what is a wall
+constexpr int kRowsOfStep = 90;      // of cells, for each row of a step
+constexpr int kMostStep = 3;
+constexpr int kTopRows = 4;           // cells, that tell its light
+constexpr float kWallDarkest = 0.3f;  // of its middle, at that
+constexpr float kWallLightest = 1.8f;
+constexpr float kLeastRest = 0.02f;  // of the skin, without what is a wall
+constexpr float kHeadSlack = 1.5f;   // of a head's colour, in plain places
+// Where a known person's hair, neck and breast may be: distances between the eyes.
+constexpr float kOwnBeside = 1.5f;
+constexpr float kOwnAbove = 2.0f;
+constexpr float kOwnBelow = 3.0f;
 // Spots are looked for on so many cells to each side, one for so many lines of the frame.
 constexpr int kLinesOfSpot = 103;
 constexpr int kLeastSpot = 3;
@@ -239,53 +250,164 @@ void SkinMap::BlurDarkChroma() {
   cv::blur(mean_v_, wide_v_, side, cv::Point(-1, -1), cv::BORDER_REPLICATE);
 }
 
-// Where nobody is known, what reaches the picture's upper edges in one colour and light is a wall; unless there would
+// Of the skin by colour, what reaches the picture's upper edges in one colour and light is a wall; unless there would
 // be next to nothing left, as where skin fills the picture.
-void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+void SkinMap::LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma, int step) {
   samples_.clear();
   const auto look = [&](int row, int column) {
-    if (weight_.at<uint8_t>(row, column) < kSample / 2) return;
+    if (others_.at<uint8_t>(row, column) < kSample / 2) return;
     samples_.push_back(shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
                                      mean_v_.at<float>(row, column)));
   };
-  for (int column = 0; column < weight_.cols; ++column) look(0, column);
-  for (int row = 1; row < weight_.rows * 2 / 3; ++row) {
+  for (int column = 0; column < others_.cols; ++column) look(0, column);
+  for (int row = step; row < others_.rows * 2 / 3; row += step) {
     look(row, 0);
-    look(row, weight_.cols - 1);
+    look(row, others_.cols - 1);
   }
-  const size_t edge = static_cast<size_t>(weight_.cols) + static_cast<size_t>(weight_.rows);
-  if (static_cast<float>(samples_.size()) < kLeastEdge * static_cast<float>(edge)) return;
+  const size_t edge = static_cast<size_t>(others_.cols) + static_cast<size_t>(others_.rows);
+  if (static_cast<float>(samples_.size()) < kLeastEdge * static_cast<float>(edge) / static_cast<float>(step)) return;
   const std::optional<SkinModel> wall = SkinModel::Learn(samples_);
   if (!wall) return;
-  wall_.create(weight_.size(), CV_8U);
+  wall_.create(others_.size(), CV_8U);
   int64_t before = 0;
   int64_t after = 0;
   const Lanes one = All<Lanes>(1.0f);
-  const Lanes per_light = All<Lanes>(1.0f / std::max(wall->Middle().luma, 0.01f));
-  for (int row = 0; row < weight_.rows; ++row) {
+  const Lanes middle = All<Lanes>(wall->Middle().luma);
+  MeasureWallLight(shade_free, mean_luma, *wall, step);
+  for (int row = 0; row < others_.rows; row += step) {
     const float *luma = mean_luma.ptr<float>(row);
     const float *u = mean_u_.ptr<float>(row);
     const float *v = mean_v_.ptr<float>(row);
-    const uint8_t *weights = weight_.ptr<uint8_t>(row);
+    const uint8_t *weights = others_.ptr<uint8_t>(row);
     uint8_t *left = wall_.ptr<uint8_t>(row);
-    for (int column = 0; column < weight_.cols; column += kLanes) {
-      const int count = weight_.cols - column;
-      const ShadeFreeLanes colours =
+    for (int column = 0; column < others_.cols; column += kLanes) {
+      const int count = others_.cols - column;
+      ShadeFreeLanes colours =
           shade_free.Of(LoadSome(luma + column, count), LoadSome(u + column, count), LoadSome(v + column, count));
-      const Lanes off = Magnitude(colours.luma * per_light - one);
+      const Lanes lit = colours.luma * LoadSome(per_wall_light_.data() + column, count);
+      const Lanes off = Magnitude(lit - one);
+      colours.luma = middle * lit;
       const Lanes part =
           wall->Weight(colours, All<Lanes>(kWallSlack)) * (one - Part<Lanes>(kWallLight, 2.0f * kWallLight, off));
       StoreSome(LoadSome(weights + column, count) * (one - part), count, left + column);
     }
-    for (int column = 0; column < weight_.cols; ++column) {
+    for (int column = 0; column < others_.cols; ++column) {
       before += weights[column];
       after += left[column];
     }
   }
-  if (static_cast<double>(after) > kLeastRest * static_cast<double>(before)) std::swap(weight_, wall_);
+  if (static_cast<double>(after) > kLeastRest * static_cast<double>(before)) std::swap(others_, wall_);
 }
 
-void SkinMap::WeighRow(const ShadeFree &shade_free, int row, const float *luma, bool unknown) {
+// A lamp at one side lights a wall less towards the other: how light it is at the picture's top tells for each column.
+// Where something else is there, the columns beside tell.
+void SkinMap::MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall, int step) {
+  const float middle = wall.Middle().luma;
+  const int columns = others_.cols;
+  // First sums over the rows, then means over the columns beside each other.
+  std::vector<cv::Vec2f> &sums = wall_sums_;
+  sums.assign(static_cast<size_t>(columns), cv::Vec2f());
+  for (int column = 0; column < columns; ++column) {
+    for (int row = 0; row < std::min(kTopRows, others_.rows); row += step) {
+      if (others_.at<uint8_t>(row, column) < kSample / 2) continue;
+      const ShadeFreeColour colour = shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                                                   mean_v_.at<float>(row, column));
+      if (colour.luma < kWallDarkest * middle || colour.luma > kWallLightest * middle) continue;
+      if (wall.Weight({middle, colour.blue, colour.red}, kWallSlack) < 0.5f) continue;
+      sums[static_cast<size_t>(column)] += cv::Vec2f(colour.luma, 1.0f);
+    }
+  }
+  std::vector<float> &light = per_wall_light_;
+  light.assign(static_cast<size_t>(columns), 0.0f);
+  for (int column = 0; column < columns; ++column) {
+    cv::Vec2f sum;
+    for (int x = std::max(column - kTopRows, 0); x <= std::min(column + kTopRows, columns - 1); ++x)
+      sum += sums[static_cast<size_t>(x)];
+    if (sum[1] > kTopRows) light[static_cast<size_t>(column)] = sum[0] / sum[1];
+  }
+  int last = -1;
+  for (int column = 0; column <= columns; ++column) {
+    if (column < columns && light[static_cast<size_t>(column)] <= 0.0f) continue;
+    const float from = last >= 0 ? light[static_cast<size_t>(last)] : 0.0f;
+    const float to = column < columns ? light[static_cast<size_t>(column)] : 0.0f;
+    for (int x = last + 1; x < column; ++x) {
+      const float part = static_cast<float>(x - last) / static_cast<float>(column - last);
+      float &here = light[static_cast<size_t>(x)];
+      here = from > 0.0f && to > 0.0f ? from + part * (to - from) : std::max(from, to);
+      if (here <= 0.0f) here = middle;
+    }
+    last = column;
+  }
+  for (float &here : light) here = 1.0f / std::max(here, 0.01f);
+}
+
+// Who is known, with hair and breast, is nobody else.
+void SkinMap::LeaveOutKnownHeads() {
+  for (const Person &person : people_) {
+    const float reach = (kOwnBeside + kOwnBelow) * person.eye_distance;
+    const auto cell = [](float pixels, int most) {
+      return static_cast<int>(std::clamp(pixels / kCell, 0.0f, static_cast<float>(most)));
+    };
+    for (int row = cell(person.place.y - reach, others_.rows); row < cell(person.place.y + reach, others_.rows);
+         ++row) {
+      uint8_t *weights = others_.ptr<uint8_t>(row);
+      const int end = cell(person.place.x + reach, others_.cols);
+      for (int column = cell(person.place.x - reach, others_.cols); column < end; ++column) {
+        const float x = ((static_cast<float>(column) + 0.5f) * kCell - person.place.x) / person.eye_distance;
+        const float y = ((static_cast<float>(row) + 0.5f) * kCell - person.place.y) / person.eye_distance;
+        const float below = x * person.down.x + y * person.down.y;
+        const bool own =
+            std::fabs(x * person.right.x + y * person.right.y) < kOwnBeside && below > -kOwnAbove && below < kOwnBelow;
+        if (own) weights[column] = 0;
+      }
+    }
+  }
+}
+
+// Of the skin by colour, the heads alone.
+void SkinMap::KeepHeads() {
+  for (int row = 0; row < others_.rows; ++row) {
+    const uint8_t *kinds = heads_.Kinds().ptr<uint8_t>(row);
+    uint8_t *weights = others_.ptr<uint8_t>(row);
+    for (int column = 0; column < others_.cols; ++column) {
+      if (kinds[column] < HeadPatches::kFirstHead) weights[column] = 0;
+    }
+  }
+}
+
+// Beside a head, a plain place is skin as far as it has that head's colour: an arm, and no board.
+void SkinMap::LeaveOutPlainPlaces(const ShadeFree &shade_free, const cv::Mat &mean_luma) {
+  std::array<std::optional<SkinModel>, HeadPatches::kMostHeads> models;
+  const auto colour_at = [&](int row, int column) {
+    return shade_free.Of(mean_luma.at<float>(row, column), mean_u_.at<float>(row, column),
+                         mean_v_.at<float>(row, column));
+  };
+  for (int head = 0; head < heads_.Count(); ++head) {
+    samples_.clear();
+    for (int row = 0; row < others_.rows; row += 2) {
+      for (int column = row / 2 % 2; column < others_.cols; column += 2) {
+        if (heads_.Kinds().at<uint8_t>(row, column) == HeadPatches::kFirstHead + head &&
+            others_.at<uint8_t>(row, column) >= kSample)
+          samples_.push_back(colour_at(row, column));
+      }
+    }
+    models[static_cast<size_t>(head)] = SkinModel::Learn(samples_);
+  }
+  for (int row = 0; row < others_.rows; ++row) {
+    const uint8_t *kinds = heads_.Kinds().ptr<uint8_t>(row);
+    uint8_t *weights = others_.ptr<uint8_t>(row);
+    for (int column = 0; column < others_.cols; ++column) {
+      if (weights[column] == 0 || kinds[column] != HeadPatches::kPlain) continue;
+      float most = 0.0f;
+      for (const auto &model : models) {
+        if (model) most = std::max(most, model->Weight(colour_at(row, column), kHeadSlack));
+      }
+      weights[column] = static_cast<uint8_t>(static_cast<float>(weights[column]) * most);
+    }
+  }
+}
+
+void SkinMap::WeighRow(const ShadeFree &shade_free, int row, const float *luma) {
   const float *u = mean_u_.ptr<float>(row);
   const float *v = mean_v_.ptr<float>(row);
   const uint8_t *in_face = in_face_.ptr<uint8_t>(row);
@@ -293,41 +415,72 @@ void SkinMap::WeighRow(const ShadeFree &shade_free, int row, const float *luma, 
   const Lanes middles = Lanes(0.5f, 1.5f, 2.5f, 3.5f) * All<Lanes>(kCell);
   for (int column = 0; column < weight_.cols; column += kLanes) {
     const int count = weight_.cols - column;
+    const ShadeFreeLanes colours =
+        shade_free.Of(LoadSome(luma + column, count), LoadSome(u + column, count), LoadSome(v + column, count));
+    const Lanes weight =
+        WeightOf(colours, LoadSome(in_face + column, count) * All<Lanes>(1.0f / 255.0f),
+                 middles + All<Lanes>(static_cast<float>(column * kCell)), (static_cast<float>(row) + 0.5f) * kCell);
+    StoreSome(All<Lanes>(255.0f) * weight + All<Lanes>(0.5f), count, weights + column);
+  }
+}
+
+void SkinMap::WeighAnyonesRow(const ShadeFree &shade_free, int row, const float *luma) {
+  const float *u = mean_u_.ptr<float>(row);
+  const float *v = mean_v_.ptr<float>(row);
+  uint8_t *weights = others_.ptr<uint8_t>(row);
+  for (int column = 0; column < others_.cols; column += kLanes) {
+    const int count = others_.cols - column;
     const Lanes here = LoadSome(luma + column, count);
     ShadeFreeLanes colours = shade_free.Of(here, LoadSome(u + column, count), LoadSome(v + column, count));
-    Lanes weight;
-    if (unknown) {
-      if (cv::v_check_any(colours.luma < All<Lanes>(kLight))) {
-        const ShadeFreeLanes wide = shade_free.Of(here, LoadSome(wide_u_.ptr<float>(row) + column, count),
-                                                  LoadSome(wide_v_.ptr<float>(row) + column, count));
-        const Lanes own = Part<Lanes>(kDark, kLight, colours.luma);
-        colours.blue = wide.blue + own * (colours.blue - wide.blue);
-        colours.red = wide.red + own * (colours.red - wide.red);
-      }
-      weight = SkinBand(colours);
-    } else {
-      weight =
-          WeightOf(colours, LoadSome(in_face + column, count) * All<Lanes>(1.0f / 255.0f),
-                   middles + All<Lanes>(static_cast<float>(column * kCell)), (static_cast<float>(row) + 0.5f) * kCell);
+    if (cv::v_check_any(colours.luma < All<Lanes>(kLight))) {
+      const ShadeFreeLanes wide = shade_free.Of(here, LoadSome(wide_u_.ptr<float>(row) + column, count),
+                                                LoadSome(wide_v_.ptr<float>(row) + column, count));
+      const Lanes own = Part<Lanes>(kDark, kLight, colours.luma);
+      colours.blue = wide.blue + own * (colours.blue - wide.blue);
+      colours.red = wide.red + own * (colours.red - wide.red);
     }
-    StoreSome(All<Lanes>(255.0f) * weight + All<Lanes>(0.5f), count, weights + column);
+    StoreSome(All<Lanes>(255.0f) * SkinBand(colours) + All<Lanes>(0.5f), count, weights + column);
+  }
+}
+
+void SkinMap::WeighAnyones(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands) {
+  others_.create(mean_luma.rows, mean_luma.cols, CV_8U);
+  BlurDarkChroma();
+  // Heads are looked for in blocks, so beside known people some rows stand for those below them.
+  const int step = people_.empty() ? 1 : std::clamp((others_.rows + kRowsOfStep / 2) / kRowsOfStep, 1, kMostStep);
+  bands.Run(others_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) {
+      if (row % step == 0) WeighAnyonesRow(shade_free, row, mean_luma.ptr<float>(row));
+    }
+  });
+  LeaveOutWalls(shade_free, mean_luma, step);
+  for (int row = 0; row < others_.rows; ++row) {
+    if (row % step != 0) std::copy_n(others_.ptr<uint8_t>(row - row % step), others_.cols, others_.ptr<uint8_t>(row));
   }
 }
 
 void SkinMap::WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int height, const cv::Mat &mean_luma,
                          const RowBands &bands) {
   weight_.create(mean_luma.rows, mean_luma.cols, CV_8U);
-  const bool unknown = people_.empty();
-  if (unknown) BlurDarkChroma();
-  bands.Run(weight_.rows, kCellRowsOfBand, [&](int first, int end, int) {
-    for (int row = first; row < end; ++row) WeighRow(shade_free, row, mean_luma.ptr<float>(row), unknown);
-  });
+  const bool known = !people_.empty();
   spots_.Clear();
-  if (unknown) {
-    LeaveOutWalls(shade_free, mean_luma);
-    const int radius = std::clamp((height + kLinesOfSpot / 2) / kLinesOfSpot, kLeastSpot, kMostSpot);
-    spots_.Find(mean_luma, mean_u_, mean_v_, space, radius, weight_, bands);
+  WeighAnyones(shade_free, mean_luma, bands);
+  if (known) LeaveOutKnownHeads();
+  heads_.Find(others_, mean_luma, static_cast<float>(space.black), eye_distance_ / kCell);
+  if (known) {
+    bands.Run(weight_.rows, kCellRowsOfBand, [&](int first, int end, int) {
+      for (int row = first; row < end; ++row) WeighRow(shade_free, row, mean_luma.ptr<float>(row));
+    });
+    KeepHeads();
+  } else if (heads_.Count() > 0) {
+    LeaveOutPlainPlaces(shade_free, mean_luma);
   }
+  if (!known || heads_.Count() > 0) {
+    const int radius = std::clamp((height + kLinesOfSpot / 2) / kLinesOfSpot, kLeastSpot, kMostSpot);
+    spots_.Find(mean_luma, mean_u_, mean_v_, space, radius, others_, bands);
+  }
+  if (!known) std::swap(weight_, others_);
+  if (known && heads_.Count() > 0) AddOthers();
   cv::blur(weight_, weight_, cv::Size(kFeather, kFeather), cv::Point(-1, -1), cv::BORDER_REPLICATE);
   // After the feathering, which would carry skin over their edges.
   for (int row = 0; row < weight_.rows; ++row) {
@@ -347,6 +500,19 @@ void SkinMap::WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int
     if (!spots_.InRow(row)) continue;
     for (int column = 0; column < weight_.cols; ++column)
       plain[column] = static_cast<uint8_t>(weights[column] * (255 - spots[column]) / 255);
+  }
+}
+
+// A cell is of one of those who are not known where it has more of their skin.
+void SkinMap::AddOthers() {
+  for (int row = 0; row < weight_.rows; ++row) {
+    uint8_t *weights = weight_.ptr<uint8_t>(row);
+    uint8_t *others = others_.ptr<uint8_t>(row);
+    for (int column = 0; column < weight_.cols; ++column) {
+      const bool more = others[column] > weights[column];
+      if (more) weights[column] = others[column];
+      others[column] = more;
+    }
   }
 }
 

@@ -10,6 +10,7 @@
 #include "pixels/nv12_view.h"
 #include "pixels/row_bands.h"
 #include "pixels/yuv_space.h"
+#include "skin/head_patches.h"
 #include "skin/skin_colour.h"
 #include "skin/small_spots.h"
 
@@ -25,7 +26,8 @@ struct OwnColour {
 
 // With faces in view, skin is what has the colour of theirs: each face teaches a model of its own, which follows the
 // light from frame to frame and is kept for a while after the face is gone: who turns away still has skin. Where nobody
-// has been seen it is what has the colour of anyone's.
+// has been seen it is what has the colour of anyone's; and so it is, beside those who have been, where something looks
+// like the head of one more.
 // Owns: the models and the maps of one frame size. Borrows: the frame, for the call. Threads: one at a time.
 class SkinMap {
  public:
@@ -39,12 +41,16 @@ class SkinMap {
 
   const cv::Mat &Weight() const { return weight_; }  // CV_8U: 0 no skin to 255 skin, edges feathered
   const cv::Mat &Plain() const { return spots_.Any() ? plain_ : weight_; }  // the same without the spots
-  const SmallSpots &Spots() const { return spots_; }                        // none where somebody is known
+  const SmallSpots &Spots() const { return spots_; }                        // none on those who are known
   const cv::Mat &InFace() const { return in_face_; }                        // CV_8U: 255 inside a known face
   const cv::Mat &MeanU() const { return mean_u_; }                          // CV_32F: codes
   const cv::Mat &MeanV() const { return mean_v_; }                          // CV_32F: codes
   float EyeDistance() const { return eye_distance_; }           // of the largest person, pixels; 0 without one
   const std::optional<OwnColour> &Own() const { return own_; }  // empty where nobody is known
+  // Whether the cell's skin is that of somebody whose face is not known.
+  bool IsAnyones(int row, int column) const {
+    return !own_ || (heads_.Count() > 0 && others_.at<uint8_t>(row, column));
+  }
   // SkinModel::Contrast of the person whose face is the nearest to the cell; 1 without one.
   float ContrastAt(int row, int column) const;
   // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.
@@ -70,10 +76,17 @@ class SkinMap {
   void MeasureOwnColour(const YuvSpace &space, const cv::Mat &mean_luma);
   void WeighCells(const ShadeFree &shade_free, const YuvSpace &space, int height, const cv::Mat &mean_luma,
                   const RowBands &bands);
+  void WeighAnyones(const ShadeFree &shade_free, const cv::Mat &mean_luma, const RowBands &bands);
   void BlurDarkChroma();
-  void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  void LeaveOutWalls(const ShadeFree &shade_free, const cv::Mat &mean_luma, int step);
+  void MeasureWallLight(const ShadeFree &shade_free, const cv::Mat &mean_luma, const SkinModel &wall, int step);
+  void LeaveOutKnownHeads();
+  void LeaveOutPlainPlaces(const ShadeFree &shade_free, const cv::Mat &mean_luma);
+  void KeepHeads();
+  void AddOthers();
   void TakeSamples(const Face &face, const ShadeFree &shade_free, const cv::Mat &mean_luma);
-  void WeighRow(const ShadeFree &shade_free, int row, const float *luma, bool unknown);
+  void WeighRow(const ShadeFree &shade_free, int row, const float *luma);
+  void WeighAnyonesRow(const ShadeFree &shade_free, int row, const float *luma);
   Lanes WeightOf(const ShadeFreeLanes &colours, const Lanes &inside, const Lanes &x, float y) const;
 
   std::vector<Person> people_;
@@ -86,12 +99,16 @@ class SkinMap {
   cv::Mat wide_u_;  // means over more cells, for the dark parts of a picture without a known face
   cv::Mat wide_v_;
   cv::Mat weight_;
-  cv::Mat wall_;  // scratch: the weights without what is a wall
+  cv::Mat others_;  // where nobody is known, scratch; else the skin of those who are not, CV_8U
+  cv::Mat wall_;    // scratch: the weights without what is a wall
   cv::Mat plain_;
   cv::Mat in_face_;
   cv::Mat features_;
+  HeadPatches heads_;
   SmallSpots spots_;
-  std::vector<uint8_t> rows_;  // per row of cells: holds any skin
+  std::vector<cv::Vec2f> wall_sums_;   // scratch
+  std::vector<float> per_wall_light_;  // scratch: for each column, one over the wall's luma
+  std::vector<uint8_t> rows_;          // per row of cells: holds any skin
 };
 
 }  // namespace lumivex

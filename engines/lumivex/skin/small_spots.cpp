@@ -25,6 +25,9 @@ constexpr float kRound = 0.6f;
 // What luma is missing at most to the ring: nostrils and pupils are darker than spots.
 constexpr float kDeepNone = 0.38f;
 constexpr float kDeepFull = 0.55f;
+// How much lighter than the ring any place in it is at most: the whites of eyes, and teeth, in dark skin.
+constexpr float kLightNone = 0.25f;
+constexpr float kLightFull = 0.5f;
 constexpr float kSkinNone = 0.3f;  // of the ring
 constexpr float kSkinFull = 0.6f;
 constexpr float kWhole = 0.8f;  // of the radius: up to here a spot is drawn whole
@@ -162,12 +165,16 @@ void SmallSpots::Draw(const Cells &cells, const cv::Mat &weight, const Ring &rin
   float part = Smooth<float>(kSpotNone, kSpotFull, missing) * Part<float>(kLong, kRound, roundness) * skin;
   if (part <= 0.0f) return;
   float deepest = around[0];
+  float lightest = 0.0f;
   for (int y = row - radius + 1; y < row + radius; ++y) {
     for (int x = column - radius + 1; x < column + radius; ++x) {
-      if (std::hypot(y - row, x - column) < radius)
-        deepest = std::min(deepest, cells.luma.at<float>(y, x) - cells.black);
+      if (std::hypot(y - row, x - column) >= radius) continue;
+      const float luma = cells.luma.at<float>(y, x) - cells.black;
+      deepest = std::min(deepest, luma);
+      lightest = std::max(lightest, luma);
     }
   }
+  part *= 1.0f - Smooth<float>(kLightNone, kLightFull, lightest / std::max(around[0], 1.0f) - 1.0f);
   part *= 1.0f - Smooth<float>(kDeepNone, kDeepFull, 1.0f - deepest / std::max(around[0], 1.0f));
   if (part <= 0.0f) return;
 

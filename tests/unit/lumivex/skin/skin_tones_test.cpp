@@ -208,5 +208,87 @@ TEST_F(SkinTones, AreWhitenedWithinTheirOwnHue) {
   }
 }
 
+// Two people, of whom the one on the left is found.
+class OneOfTwoKnown : public WithScriptedRunner {
+ protected:
+  static constexpr int kWide = 640;
+
+  struct Two {
+    Picture plain{2, 2, kGrey};
+    Picture spotted{2, 2, kGrey};
+    Person right;
+  };
+
+  Two Make(size_t left_tone, size_t right_tone) {
+    static const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
+    vanta_test::PortraitSetup setup;
+    setup.size = {kWide, kHeight};
+    setup.middle = {160, 150};
+    setup.eye_distance = 50;
+    PortraitPicture picture = vanta_test::PlacePortrait(vanta_test::Recoloured(portrait, kMonkTones[left_tone]), setup);
+    Script().faces = {{setup.middle, setup.eye_distance}};
+    setup.middle = {480, 150};
+    const cv::Mat second = vanta_test::Recoloured(portrait, kMonkTones[right_tone]);
+    vanta_test::AddPortrait(picture, second, setup);
+    Two two;
+    two.right.plain = vanta_test::PlacePortrait(second, setup);
+    two.right.spots = vanta_test::SpotsOn(two.right.plain, 0.05F);
+    two.plain = ToPicture(picture.bgr);
+    vanta_test::AddSpots(picture, two.right.spots);
+    two.spotted = ToPicture(picture.bgr);
+    return two;
+  }
+
+  Picture After(const Picture &before, LXBeautyType type, float intensity) {
+    const auto engine = MakeEngine(kWide, kHeight);
+    engine->setBeautyIntensityWithType(type, intensity);
+    Picture after = before;
+    Process(*engine, after);
+    return after;
+  }
+
+  double LumaLeft(const Two &two) {
+    return SpotLuma(After(two.spotted, lumivex::kBeautySmooth, 0.8F), After(two.plain, lumivex::kBeautySmooth, 0.8F),
+                    two.right) /
+           SpotLuma(two.spotted, two.plain, two.right);
+  }
+};
+
+TEST_F(OneOfTwoKnown, TheOtherLosesSpotsAsWhereNobodyIsKnown) {
+  for (size_t tone = 0; tone < kSkinTones; ++tone) {
+    const Two two = Make((tone + 5) % kSkinTones, tone);
+    const double beside = LumaLeft(two);
+    Script().faces.clear();
+    EXPECT_LT(beside, LumaLeft(two) + 0.1) << "tone " << tone + 1;
+    EXPECT_LT(beside, 0.9) << "tone " << tone + 1;
+  }
+}
+
+TEST_F(OneOfTwoKnown, TheOtherIsNotWhitenedTowardsTheKnownOnesHue) {
+  const Two two = Make(5, 8);
+  const Picture beside = After(two.plain, lumivex::kBeautyWhiten, 1.0F);
+  Script().faces.clear();
+  const Picture alone = After(two.plain, lumivex::kBeautyWhiten, 1.0F);
+  const cv::Point cheek = vanta_test::OnFace(two.right.plain, {-0.5F, 0.55F});
+  EXPECT_GT(beside.Luma(cheek.x, cheek.y), two.plain.Luma(cheek.x, cheek.y));
+  EXPECT_NEAR(beside.Luma(cheek.x, cheek.y), alone.Luma(cheek.x, cheek.y), 2);
+  EXPECT_NEAR(beside.U(cheek.x, cheek.y), alone.U(cheek.x, cheek.y), 1);
+  EXPECT_NEAR(beside.V(cheek.x, cheek.y), alone.V(cheek.x, cheek.y), 1);
+}
+
+TEST_F(OneOfTwoKnown, AShelfOfSkinsColourInTheOthersPlaceStays) {
+  Two two = Make(4, 4);
+  two.plain.FillRect(380, 40, 600, 280, {130, 113, 145});
+  const Picture flat = two.plain;
+  two.plain.FillLuma([&](int x, int y) {
+    const bool on_shelf = x >= 380 && x < 600 && y >= 40 && y < 280;
+    return flat.Luma(x, y) + (on_shelf ? Noise(x / 3, y, 9) : 0);
+  });
+  const Picture after = After(two.plain, lumivex::kBeautySmooth, 0.8F);
+  for (int y = 60; y < 260; ++y) {
+    for (int x = 400; x < 580; ++x) ASSERT_EQ(after.Luma(x, y), two.plain.Luma(x, y)) << x << ',' << y;
+  }
+}
+
 }  // namespace
 }  // namespace lumivex_test
