@@ -86,6 +86,9 @@ ReferenceKey::Pixel ReferenceKey::At(const uint8_t *p) const {
   pixel.raw = std::max(0.0f, along - std::max(0.0f, across - std::max(along, 0.0f) * inner_) /
                                          std::max(outer_ - inner_, 1e-4f)) /
               z_;
+  const float mixed = std::clamp(pixel.along - pixel.raw, 0.0f, blue_ ? constants_.mixed_blue : constants_.mixed_green);
+  if (blue_) pixel.raw += mixed;
+  pixel.mixed = blue_ ? 0 : mixed;
   const float reach = std::max(pixel.along - constants_.aside_from, constants_.aside_least);
   const float aside = (u * x_ - v * y_) / z_ / reach;
   const float noise = constants_.hue_noise * std::max(1 / z_ - constants_.bright_key, 0.0f) / reach;
@@ -258,7 +261,8 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
 }
 
 // 0 opaque to 1 clear. What the picture's alpha makes of it: 1 - t / 0.75 with the default settings.
-float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
+// `steep`: how much the key changes from pixel to pixel.
+float ReferenceKey::Transparency(const Pixel &p, float steep, const Cell &cell) const {
   const float s = map_mixing_;
   const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded,
              &b = blue_ ? constants_.linear_blue : constants_.linear;
@@ -266,14 +270,18 @@ float ReferenceKey::Transparency(const Pixel &p, const Cell &cell) const {
   const float aside = blue_ ? p.aside : 0, over = p.luma - key_luma_ * cell.light;
   const float brighter = std::clamp(over, 0.0f, 0.45f), darker = std::clamp(-over, 0.0f, 0.45f);
   const float protection = std::max(1 - p.most, 0.001f) / std::max(1 - key_most_ * cell.light, 0.05f);
-  const float covered = p.raw / cell.light * std::sqrt(std::sqrt(protection));
+  const float raw = p.raw + p.mixed * Saturate(constants_.mixed_steep * steep);
+  const float covered = raw / cell.light * std::sqrt(std::sqrt(protection));
   const float more = std::max(0.0f, constants_.redder_gain * (constants_.redder_to - covered));
-  const float clear = 1 - covered * (1 - std::max(aside, 0.0f) * (1 - s) + std::max(-aside, 0.0f) * more) - black;
-  const float x = std::max(0.0f, clear);
-  float alpha =
-      Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter + Lerp(a.dark, b.dark, s) * darker));
-  const float up = (x * (1 + Lerp(a.bend, b.bend, s) * brighter) - Lerp(a.from, b.from, s)) *
-                   Lerp(1 / (a.to - a.from), 1 / (b.to - b.from), s);
+  const float hidden = covered * (1 - std::max(aside, 0.0f) * (1 - s) + std::max(-aside, 0.0f) * more);
+  const float clear = 1 - hidden - black, x = std::max(0.0f, clear);
+  float alpha = Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter) +
+                         Lerp(a.dark, b.dark, s) * std::max(darker - constants_.dark_from, 0.0f) *
+                             Saturate(constants_.dark_key * (1 - hidden)));
+  const float up =
+      (x * (1 + Lerp(a.bend, b.bend, s) * brighter) - Lerp(a.from, b.from, s) - Lerp(a.steep, b.steep, s) * steep -
+       constants_.redder_from_whole * std::max(-aside, 0.0f) * (1 - s)) *
+      Lerp(1 / (a.to - a.from), 1 / (b.to - b.from), s);
   alpha += (1 - alpha) * Smooth(0, 1, up);
   // Below the black point the rest of the range says how far: a lower `alphaUp` shows it.
   return alpha > 0 ? 0.75f * (1 - alpha) : 0.75f + 0.25f * Saturate(-20 * clear);
@@ -299,13 +307,21 @@ std::vector<float> ReferenceKey::Next(const std::vector<uint8_t> &rgba) {
     map_.assign(size_t{kCellsX} * kCellsY, {1, 0.05f, 0, 1});
     if (constants_.forced_mixing >= 0) map_mixing_ = constants_.forced_mixing;
   }
+  std::vector<Pixel> pixels(count);
+  for (size_t at = 0; at < count; ++at) pixels[at] = At(&rgba[at * 4]);
   std::vector<float> raw(count), deviation(count);
   for (uint32_t y = 0; y < height_; ++y) {
     for (uint32_t x = 0; x < width_; ++x) {
       const size_t at = size_t{y} * width_ + x;
       const Cell cell = MapAt((static_cast<float>(x) + 0.5f) / static_cast<float>(width_),
                               (static_cast<float>(y) + 0.5f) / static_cast<float>(height_));
-      raw[at] = Transparency(At(&rgba[at * 4]), cell);
+      // Among the four pixels that are shaded together.
+      const size_t beside = size_t{y} * width_ + std::min(x ^ 1u, width_ - 1);
+      const size_t below = size_t{std::min(y ^ 1u, height_ - 1)} * width_ + x;
+      const float steep =
+          std::min(std::fabs(pixels[beside].raw - pixels[at].raw) + std::fabs(pixels[below].raw - pixels[at].raw),
+                   constants_.steep_most);
+      raw[at] = Transparency(pixels[at], steep, cell);
       deviation[at] = cell.deviation * (blue_ ? constants_.blue_noise : 1);
     }
   }

@@ -12,15 +12,16 @@ namespace keyer_bench {
 // From a pixel's clearness x to alpha, for one way of mixing; see Alpha below.
 struct Ramp {
   float gain, lift, from, to, bend, black;
-  float dark;   // how much opaquer than its chroma a dark front is
+  float dark;   // how much opaquer than its chroma a dark front is, by its darkness alone
   float noise;  // of the backing's deviation, in the black point
+  float steep;  // how much later a front is whole where the key changes from pixel to pixel
 };
 
 struct KeyConstants {
-  Ramp encoded{0.855f, 1.175f, 0.55f, 0.74f, -0.14f, 0.033f, 6.0f, 0.70f};
-  Ramp encoded_blue{0.89f, 1.20f, 0.49f, 0.70f, 0.20f, 0.042f, 8.0f, 0.90f};
-  Ramp linear{0.91f, 0.55f, 0.615f, 0.735f, -0.15f, 0.138f, 6.3f, 0.06f};
-  Ramp linear_blue{1.04f, 0.32f, 0.635f, 0.765f, -0.025f, 0.081f, 5.0f, 0.845f};
+  Ramp encoded{1.01f, 0.55f, 0.543f, 0.715f, -0.22f, 0.045f, 2.0f, 0.68f, 0.0f};
+  Ramp encoded_blue{1.068f, 0.53f, 0.458f, 0.541f, 0.09f, 0.057f, 2.0f, 0.57f, 1.3f};
+  Ramp linear{0.963f, 0.425f, 0.628f, 0.721f, -0.1f, 0.1475f, 2.03f, 0.03f, 0.26f};
+  Ramp linear_blue{1.06f, 0.33f, 0.635f, 0.735f, 0.052f, 0.102f, 3.03f, 0.49f, 0.27f};
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
@@ -34,16 +35,20 @@ struct KeyConstants {
   float greener = 1.72f, greener_from = 0.07f;
   // Noise of a dim key's hues: by one over the key's length, beyond that of a bright one.
   float hue_noise = 0.004f, bright_key = 1.65f;
-  float redder = 6.0f, redder_from = -0.05f, redder_gain = 1.5f, redder_to = 0.5f;
-  float forced_mixing = -1;  // 0 to 1: in place of the detector
+  float redder = 6.0f, redder_from = -0.05f, redder_gain = 2, redder_to = 0.45f, redder_from_whole = 0.07f;
+  // At an edge a hue beside the key's is mixed, not a colour of its own: how much of the key it gets back, before green
+  // by how much the key changes from pixel to pixel, and that at most.
+  float mixed_blue = 0.10f, mixed_green = 0.12f, mixed_steep = 2.25f, steep_most = 0.3f;
+  float dark_from = 0.02f, dark_key = 8;  // beyond which darkness counts, and not where the key is whole
+  float forced_mixing = -1;               // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
-  float time_base = 0.002f, time_noise = 5.04f, time_more_noise = 1555.0f, noise_most = 0.13f / 36;
+  float time_base = 0.005f, time_noise = 9, time_more_noise = 5000, noise_most = 0.13f / 36;
   float blue_noise = 1.25f;  // of the deviation before blue, whose key the hue makes noisier
-  float drift = 0.0001f, gate = 6, gate_from = 0.16f;
+  float drift = 0.0001f, gate = 12, gate_from = 0.06f;
 };
 
 struct KeySettings {
@@ -78,6 +83,7 @@ class ReferenceKey {
  private:
   struct Pixel {
     float raw, along, luma, most, aside;  // aside: from -1, redder than the key, to 1, greener
+    float mixed;                          // of the key, where it is steep
   };
   Pixel At(const uint8_t *rgba) const;
   void FindCells(const std::vector<uint8_t> &rgba);
@@ -86,7 +92,7 @@ class ReferenceKey {
   void FillMap();
   void FindMixing(const std::vector<uint8_t> &rgba);
   Cell MapAt(float u, float v) const;
-  float Transparency(const Pixel &pixel, const Cell &cell) const;
+  float Transparency(const Pixel &pixel, float steep, const Cell &cell) const;
 
   uint32_t width_, height_;
   KeyConstants constants_;

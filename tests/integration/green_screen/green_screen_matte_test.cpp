@@ -195,6 +195,31 @@ TEST_F(GreenScreenMatte, BrownHairThatHidesSixTenthsOfABlueBackingIsNotWhole) {
   EXPECT_LE(AlphaBeforeBlue({0.26f, 0.17f, 0.11f}, 0.6f, 0.4f), 225);
 }
 
+// Out of focus: from the backing to skin over eight pixels.
+TEST_F(GreenScreenMatte, SkinThatHidesHalfOfABlueBackingAtASoftEdgeIsNotWhole) {
+  const keyer_bench::Colour backing = kBackings[1];
+  constexpr float kSkin[3] = {0.85f, 0.65f, 0.55f};
+  constexpr uint32_t kEdge = 120;
+  Picture picture = Scene(backing);
+  for (uint32_t y = 0; y < kHeight; ++y) {
+    for (uint32_t x = kEdge - 20; x < kWidth; ++x) {
+      const float light = 1.05f - 0.4f * static_cast<float>(x) / kWidth - 0.1f * static_cast<float>(y) / kHeight;
+      const float back[3] = {backing.r * light, backing.g * light, backing.b * light};
+      const float alpha = std::clamp((static_cast<float>(x) - kEdge) / 8 + 0.5f, 0.0f, 1.0f);
+      for (size_t c = 0; c < 3; ++c)
+        picture.At(x, y)[c] = static_cast<uint8_t>(std::lround(255 * Mixed(kSkin[c], back[c], alpha, {})));
+    }
+  }
+  PaintedSource source;
+  source.Paint(picture);
+  const GreenScreen filter(source.Get(), KeyOf(backing));
+  const Screenshot shot = Settled(source);
+  EXPECT_LE(shot.At(kEdge, kHeight / 2)[3], 215);
+  EXPECT_GE(shot.At(kEdge, kHeight / 2)[3], 100);
+  EXPECT_GE(shot.At(kEdge + 10, kHeight / 2)[3], 250);
+  EXPECT_LE(shot.At(kEdge - 10, kHeight / 2)[3], 5);
+}
+
 // The effect file's `Denoise` by itself, on key textures: what it keeps lies in two targets that take turns.
 class DenoiseTechnique {
  public:
