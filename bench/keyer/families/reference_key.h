@@ -48,7 +48,7 @@ struct KeyConstants {
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
   float time_base = 0.005f, time_noise = 9, time_more_noise = 5000, noise_most = 0.13f / 36;
   float blue_noise = 1.25f;  // of the deviation before blue, whose key the hue makes noisier
-  float drift = 0.0001f, gate = 12, gate_from = 0.06f;
+  float drift = 0.0001f, gate = 12, gate_from = 0.12f;
 };
 
 struct KeySettings {
