@@ -1,20 +1,13 @@
 // A cascade from anywhere: one that is taken can search a picture.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <opencv2/core.hpp>
 #include <string>
 
+#include "require.h"
 #include "vision/cascade.h"
 
 namespace {
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 cv::Mat Noise() {
   cv::Mat picture(48, 64, CV_8UC1);

@@ -2,20 +2,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 #include "color/cube_file.h"
-
-namespace {
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
-
-}  // namespace
+#include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const lumivex::LookupFile file = lumivex::ParseCube({reinterpret_cast<const char *>(data), size});

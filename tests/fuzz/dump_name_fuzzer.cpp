@@ -2,14 +2,13 @@
 // bytes are the index. No file is made: what would be written, and where, is looked at.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "frames/dump/dump_files.h"
 #include "frames/dump/image_dumper.h"
 #include "platform/files.h"
+#include "require.h"
 #include "vanta_base/utf16.h"
 
 namespace {
@@ -17,12 +16,6 @@ namespace {
 constexpr size_t kMostPathUnits = 259;
 
 std::u16string g_path;  // of the last file
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 bool Take(const std::u16string &path) {
   g_path = path;

@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -19,17 +17,12 @@
 #include "engine/callbacks/magic_signal.h"
 #include "magic/effect_plan.h"
 #include "magic/effect_player.h"
+#include "require.h"
 #include "vanta_filter/engine/lumivex_api.h"
 
 namespace {
 
 int g_outcomes = 0;  // gifts and flags of one description
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 void ReadModuleGameData(const std::string &text) {
   try {

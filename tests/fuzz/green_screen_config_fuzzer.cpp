@@ -3,20 +3,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "greenscreen/settings/green_screen_config.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 void RequireRange(float value, float low, float high, const char *what) {
   Require(value >= low && value <= high, what);  // false for what is no number, too

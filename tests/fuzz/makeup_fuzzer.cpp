@@ -3,20 +3,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 #include "faces/face_fit.h"
 #include "makeup/makeup_file.h"
+#include "require.h"
 
 namespace {
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 // A face with every point in a place of its own.
 lumivex::Face AnyFace() {

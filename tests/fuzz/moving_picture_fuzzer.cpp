@@ -3,24 +3,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 extern "C" {
 #include <libavutil/log.h>
 }
 
 #include "files/moving_picture.h"
-
-namespace {
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
-
-}  // namespace
+#include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   av_log_set_level(AV_LOG_QUIET);

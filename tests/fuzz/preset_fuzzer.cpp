@@ -13,17 +13,12 @@
 #include "controls/beauty_values.h"
 #include "controls/look_file.h"
 #include "lumivex/lumivex_values.h"
+#include "require.h"
 #include "settings/preset.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 void Write(const fs::path &path, const void *data, size_t size) {
   std::ofstream(path, std::ios::binary).write(static_cast<const char *>(data), static_cast<std::streamsize>(size));

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -20,6 +19,7 @@
 #include "module/statistics_reader.h"
 #include "remote/config_check.h"
 #include "remote/requests.h"
+#include "require.h"
 
 namespace {
 
@@ -28,12 +28,6 @@ constexpr size_t kLongestError = 203;  // 200 bytes and an ellipsis
 vanta_test::RecordingControl &Control() {
   static auto *control = new vanta_test::RecordingControl;
   return *control;
-}
-
-void Require(bool holds, const char *what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
 }
 
 void RequireLook() {
