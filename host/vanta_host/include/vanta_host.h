@@ -168,10 +168,10 @@ VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char 
 
 /* ---- Shared textures, for those who draw beside libobs ---- */
 
-/* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of platform/shared_texture.h.
- * What follows is the same for a thread with an off-screen GL context of its own. Where libobs does not draw with EGL
- * or its driver lacks what sharing needs (fences, object labels and EGL images of textures) no context can be made, and
- * nothing is shared; the log says why. */
+/* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of
+ * vanta_filter/platform/shared_texture.h. What follows is the same for a thread with an off-screen GL context of its
+ * own. Where libobs does not draw with EGL or its driver lacks what sharing needs (fences, object labels and EGL images
+ * of textures) no context can be made, and nothing is shared; the log says why. */
 
 /* The contexts, the ends of shared textures and their keyed locks are those of vanta_filter/textures/host_gl.h. Here
  * stands what those who publish need beside them. */
