@@ -127,6 +127,8 @@ VANTA_HOST_C_API void vanta_host_clear_reports(void);
 /* How the last engine start of any filter ended. */
 enum vanta_host_engine_state { VANTA_ENGINE_UNKNOWN, VANTA_ENGINE_RUNNING, VANTA_ENGINE_MISSING };
 VANTA_HOST_C_API enum vanta_host_engine_state vanta_host_get_engine_state(void);
+/* The state as reports and requests write it: "unknown", "running", "missing"; "unknown" for any other number. */
+VANTA_HOST_C_API const char *vanta_host_engine_state_name(enum vanta_host_engine_state state);
 /* When an engine is missing the host layer lets the pictures of beauty filters pass untouched, past the module, until a
  * start succeeds, the application ends it or vanta_host_detach(). The pass-through is the process's: one missing engine
  * lets the pictures of all beauty filters pass. It is apart from the jump of the control object, which the host layer
