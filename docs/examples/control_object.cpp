@@ -16,8 +16,8 @@
 #include <cstring>
 #include <functional>
 
-#include "vanta_filter/engine/i_faceless.h"  // from plugins/vanta_filter
-#include "vanta_host.h"                      // from host/include
+#include "vanta_filter/engine/i_faceless.h"  // from plugins/vanta_filter/include
+#include "vanta_host.h"                      // from host/vanta_host/include
 
 namespace {
 

@@ -2,34 +2,23 @@
 
 #include <util/base.h>
 
-#include <vanta_base/json_text.h>
-#include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cmath>
-#include <filesystem>
 #include <map>
-#include <nlohmann/json.hpp>
 
+#include "core/dump_text.h"
 #include "core/face_need.h"
 #include "faces/vision_params.h"
 #include "pixels/orientation.h"
 #include "pixels/yuv_space.h"
 #include "settings/engine_control.h"
-#include "vanta_base/utf8_path.h"
 #include "vanta_filter/landmark/tessera_api.h"
 #include "warp/body_warps.h"
 
 namespace lumivex {
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
-
-// As people write it: 0.7, not the nearest float's 0.699999988.
-double Readable(float value) {
-  return std::round(static_cast<double>(value) * 1e4) / 1e4;
-}
 
 float MillisecondsSince(Clock::time_point start) {
   return std::chrono::duration<float, std::milli>(Clock::now() - start).count();
@@ -40,27 +29,6 @@ void Timed(float &milliseconds, Work &&work) {
   const Clock::time_point start = Clock::now();
   work();
   milliseconds = MillisecondsSince(start);
-}
-
-Json EffectsJson(const std::vector<RunningEffect> &running) {
-  Json effects = Json::array();
-  for (const RunningEffect &effect : running) {
-    effects.push_back({{"slot", effect.slot},
-                       {"path", effect.path},
-                       {"state", static_cast<int>(effect.player.State())},
-                       {"time_ms", effect.player.ElapsedMs()},
-                       {"layers", effect.player.ShownLayers()}});
-  }
-  return effects;
-}
-
-// Relative names that are not found as they stand are looked up among the
-// tables that come with the engine.
-std::string LookupPath(const std::string &root, const std::string &path) {
-  std::error_code error;
-  if (path.empty() || std::filesystem::exists(vanta::PathFromUtf8(path), error)) return path;
-  const std::filesystem::path own = vanta::PathFromUtf8(root) / "lookups" / vanta::PathFromUtf8(path);
-  return std::filesystem::exists(own, error) ? vanta::Utf8FromPath(own) : path;
 }
 
 }  // namespace
@@ -74,7 +42,7 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
   }
   FrameTimes times;
   times.quality = quality_.Step();
-  if (batch_depth_ == 0) TakeLoaded();
+  if (batch_depth_ == 0 && loads_.Take(FramesAwaitLoads())) Publish();
   effects_.Begin(frame->timestamp);
   RunStages(*frame, *view, times);
   DelayFrame();
@@ -84,7 +52,7 @@ std::shared_ptr<LX::FrameData> Engine::Process(const std::shared_ptr<LX::FrameDa
   result->beauty_ms = times.beauty;
   stats_.AddFrame(times);
   FollowQuality(frame->timestamp, times.beauty + times.vision);
-  if (result->dump_flag != 0) result->dump_text = DumpText(*result, times);
+  if (result->dump_flag != 0) result->dump_text = DumpText(*result, times, applied_, effects_.Running());
   return result;
 }
 
@@ -238,7 +206,7 @@ void Engine::SetBeautyIntensity(LXBeautyType type, float intensity) {
          static_cast<int>(kBeautyTypeCount) - 1);
     return;
   }
-  if (group_loading_.Pending()) beauty_since_group_.emplace_back(type, intensity);
+  loads_.NoteBeauty(type, intensity);
   Publish();
 }
 
@@ -256,117 +224,23 @@ void Engine::SetNaturality(float naturality) {
   Publish();
 }
 
-void Engine::TakeLoaded() {
-  const bool await = FramesAwaitLoads();
-  const bool table = TakeTable(await);
-  const bool makeup = TakeMakeup(await);
-  const bool group = TakeGroup(await);
-  if (table || makeup || group) Publish();
-}
-
 void Engine::SetLookup(const std::string &path, float intensity, int32_t type) {
-  loading_table_intensity_ = Clamped(intensity, 0.0f, 1.0f);
-  if (path.empty()) {
-    table_loading_.Cancel();
-    edited_.lookup.reset();
-    edited_.lookup_name.clear();
-    edited_.lookup_intensity = loading_table_intensity_;
-    return Publish();
-  }
-  loading_table_ = path;
-  table_loading_.Start(loader_, [root = root_, path, type](const std::atomic<bool> &) {
-    return ReadTable{ReadLookup(LookupPath(root, path), type)};
-  });
-  if (FramesAwaitLoads()) TakeTable(true);
+  loads_.ReadTable(path, intensity, type);
   Publish();
 }
 
-bool Engine::TakeTable(bool await) {
-  std::optional<ReadTable> read = table_loading_.Take(await);
-  if (!read) return false;
-  if (!read->file.table) {
-    blog(LOG_WARNING, "[lumivex] lookup table %s: %s; %s", loading_table_.c_str(), read->file.reason.c_str(),
-         read->file.remedy.c_str());
-    return false;
-  }
-  edited_.lookup = std::move(read->file.table);
-  edited_.lookup_name = loading_table_;
-  edited_.lookup_intensity = loading_table_intensity_;
-  return true;
-}
-
 void Engine::SetLookupIntensity(float intensity) {
-  edited_.lookup_intensity = loading_table_intensity_ = Clamped(intensity, 0.0f, 1.0f);
+  loads_.SetTableIntensity(intensity);
   Publish();
 }
 
 void Engine::SetMakeup(const std::vector<MakeupRequest> &requests) {
-  if (requests.empty()) {
-    makeup_loading_.Cancel();
-    edited_.face.makeup.clear();
-    return Publish();
-  }
-  loading_makeup_ = requests;
-  // A folder that is in use already is not read again.
-  std::vector<std::shared_ptr<const MakeupResource>> known;
-  for (const MakeupChoice &choice : edited_.face.makeup) known.push_back(choice.resource);
-  makeup_loading_.Start(loader_, [requests, known = std::move(known)](const std::atomic<bool> &cancelled) {
-    ReadMakeup read;
-    for (const MakeupRequest &request : requests) {
-      if (cancelled.load(std::memory_order_relaxed)) break;
-      if (IsMakeupColor(request.folder)) {
-        read.loads.push_back(MakeupOfColor(request.folder, request.key));
-        continue;
-      }
-      const auto same = std::find_if(known.begin(), known.end(),
-                                     [&](const auto &resource) { return resource->folder == request.folder; });
-      read.loads.push_back(same != known.end() ? MakeupLoad{*same, {}, {}, {}} : LoadMakeup(request.folder));
-    }
-    return read;
-  });
-  if (FramesAwaitLoads()) TakeMakeup(true);
+  loads_.ReadMakeup(requests);
   Publish();
 }
 
-bool Engine::TakeMakeup(bool await) {
-  std::optional<ReadMakeup> read = makeup_loading_.Take(await);
-  if (!read) return false;
-  if (!read->reason.empty()) {
-    blog(LOG_WARNING, "[lumivex] makeup: %s; it stays as it is", read->reason.c_str());
-    return false;
-  }
-  std::vector<MakeupChoice> choices;
-  for (size_t i = 0; i < read->loads.size(); ++i) {
-    const MakeupRequest &request = loading_makeup_[i];
-    MakeupLoad &load = read->loads[i];
-    if (load.resource) {
-      choices.push_back({request.key, std::move(load.resource), request.blend, Clamped(request.intensity, 0.0f, 1.0f)});
-      continue;
-    }
-    blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
-    for (const MakeupChoice &former : edited_.face.makeup) {
-      if (former.key == request.key) choices.push_back(former);
-    }
-  }
-  edited_.face.makeup = std::move(choices);
-  return true;
-}
-
 void Engine::SetMakeupIntensity(const std::string &key, float intensity) {
-  bool found = false;
-  for (MakeupChoice &choice : edited_.face.makeup) {
-    if (choice.key != key) continue;
-    choice.intensity = Clamped(intensity, 0.0f, 1.0f);
-    found = true;
-  }
-  if (makeup_loading_.Pending()) {
-    for (MakeupRequest &request : loading_makeup_) {
-      if (request.key != key) continue;
-      request.intensity = intensity;
-      found = true;
-    }
-  }
-  if (!found) blog(LOG_WARNING, "[lumivex] no makeup has the key '%s'", key.c_str());
+  loads_.SetMakeupIntensity(key, intensity);
   Publish();
 }
 
@@ -428,71 +302,8 @@ void Engine::SetThreads(const std::string &number) {
 
 void Engine::SetGroup(const std::string &text, bool is_group) {
   if (text.empty()) return;
-  loading_group_ = text;
-  beauty_since_group_.clear();
-  group_loading_.Start(loader_, [root = root_, text, is_group](const std::atomic<bool> &) {
-    return ReadGroup{ReadPreset(root, text, is_group)};
-  });
-  if (FramesAwaitLoads()) TakeGroup(true);
+  loads_.ReadGroup(text, is_group);
   Publish();
-}
-
-// Intensities that were set after the group go on top of it.
-bool Engine::TakeGroup(bool await) {
-  const std::optional<ReadGroup> read = group_loading_.Take(await);
-  if (!read) return false;
-  const auto later = std::exchange(beauty_since_group_, {});
-  if (!read->file.values) {
-    blog(LOG_WARNING, "[lumivex] beauty preset %s: %s: %s; beauty stays as it is", loading_group_.c_str(),
-         read->file.file.c_str(), read->file.reason.c_str());
-    return false;
-  }
-  edited_.beauty = *read->file.values;
-  edited_.group = loading_group_;
-  for (const auto &[type, intensity] : later) SetBeauty(edited_.beauty, type, intensity);
-  return true;
-}
-
-std::string Engine::DumpText(const LX::FrameData &frame, const FrameTimes &times) const {
-  Json stages = Json::object();
-  for (size_t i = 0; i < kStageCount; ++i) {
-    if (times.stages[i] >= 0.0f) stages[kStageNames[i]] = Readable(times.stages[i]);
-  }
-  Json beauty = Json::object();
-  for (const BeautyTypeInfo &info : kBeautyTypes) beauty[std::string(info.name)] = Readable(applied_.Beauty(info.type));
-  Json deform = Json::object();
-  for (const DeformModeInfo &info : kDeformModes)
-    deform[std::string(info.name)] = Readable(applied_.face.deform[static_cast<size_t>(info.mode)]);
-  Json makeup = Json::object();
-  for (const MakeupChoice &choice : applied_.face.makeup) makeup[choice.key] = Readable(choice.intensity);
-  Json slimming = Json::object();
-  for (size_t i = 0; i < kSlimTypeCount; ++i)
-    slimming[std::string(kSlimNames[i])] = Readable(applied_.face.slimming[i]);
-  const Json json = {
-      {"engine", "lumivex"},
-      {"frame",
-       {{"width", frame.width},
-        {"height", frame.height},
-        {"rotation", frame.rotation},
-        {"flip", frame.flip != 0},
-        {"color_code", frame.color_code},
-        {"timestamp", frame.timestamp}}},
-      {"group", applied_.group},
-      {"beauty", std::move(beauty)},
-      {"naturality", Readable(applied_.naturality)},
-      {"lookup", {{"name", applied_.lookup_name}, {"intensity", Readable(applied_.lookup_intensity)}}},
-      {"faces", times.faces},
-      {"quality", times.quality},
-      {"effects", EffectsJson(effects_.Running())},
-      {"makeup", std::move(makeup)},
-      {"deform", std::move(deform)},
-      {"body_slimming", std::move(slimming)},
-      {"stages_ms", std::move(stages)},
-      {"tessera_ms", Readable(times.vision)},
-      {"beauty_ms", Readable(times.beauty)},
-  };
-  // Names of files need not be UTF-8.
-  return vanta::WriteJson(json);
 }
 
 }  // namespace lumivex

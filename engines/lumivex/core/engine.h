@@ -15,14 +15,14 @@
 #include "core/engine_stats.h"
 #include "core/frame_output.h"
 #include "core/quality_steps.h"
+#include "core/settings_loads.h"
 #include "faces/face_finder.h"
-#include "files/loading.h"
+#include "files/loader.h"
 #include "magic/magic_effects.h"
 #include "makeup/makeup_stage.h"
 #include "pixels/nv12_view.h"
 #include "pixels/row_bands.h"
 #include "settings/effect_settings.h"
-#include "settings/preset.h"
 #include "skin/beauty_stage.h"
 #include "skin/eyes_and_teeth.h"
 #include "skin/retouch_stage.h"
@@ -32,28 +32,16 @@
 
 namespace lumivex {
 
-// A makeup as a host asks for it.
-struct MakeupRequest {
-  std::string folder;  // or a colour
-  std::string key;
-  int32_t blend = kMakeupBlendOfResource;
-  float intensity = 1.0f;
-};
-
-// Tables, makeup and presets are read by the loader, and take effect with a
-// later frame; where frames are to wait for them, before the command comes
-// back. Until then, and where they are no good, what is in use stays. Commands
-// change the edited settings; frames are worked on with the applied ones. The
-// two are the same except between BeginBatch and EndBatch. Owns: settings and
-// every stage's scratch memory. Borrows: the frame, for the call. Threads: one
-// at a time.
+// Commands change the edited settings; frames are worked on with the applied ones. The two are the same except between
+// BeginBatch and EndBatch. What commands name in files takes effect with a later frame.
+// Owns: settings and every stage's scratch memory. Borrows: the frame, for the call. Threads: one at a time.
 class Engine {
  public:
   // `root` is the folder faceless_builtin.
-  Engine(std::string root, FrameOutput output) : root_(std::move(root)), output_(std::move(output)) {}
+  Engine(std::string root, FrameOutput output)
+      : loads_(loader_, std::move(root), edited_), output_(std::move(output)) {}
 
-  // Changes the frame in place; the result may be another one. Null for a frame
-  // that is no NV12 picture.
+  // Changes the frame in place; the result may be another one. Null for a frame that is no NV12 picture.
   std::shared_ptr<LX::FrameData> Process(const std::shared_ptr<LX::FrameData> &frame);
 
   bool HasSharedTextures() const { return output_.HasSharedTextures(); }
@@ -64,10 +52,9 @@ class Engine {
   void SetBeautyIntensity(LXBeautyType type, float intensity);
   void SetEffectEnabled(LXEffectType type, bool enabled);
   void SetNaturality(float naturality);
+  // Tables, makeup and groups as SettingsLoads has them.
   void SetLookup(const std::string &path, float intensity, int32_t type);
   void SetLookupIntensity(float intensity);
-  // Replaces all makeup in use. What cannot be loaded is left out; its key
-  // keeps the makeup that it has.
   void SetMakeup(const std::vector<MakeupRequest> &requests);
   void SetMakeupIntensity(const std::string &key, float intensity);
   void SetDeform(int mode, float intensity);
@@ -76,15 +63,13 @@ class Engine {
   void SetLegRange(float top, float bottom, int direction);
   void SetGroup(const std::string &text, bool is_group);
 
-  // Whether the host listens. While it does it is told of every look for faces,
-  // whatever that was for.
+  // Whether the host listens. While it does it is told of every look for faces, whatever that was for.
   void ReportFaces(bool report) { reports_faces_ = report; }
   void SetModelFolder(std::string folder) { faces_.SetModelFolder(std::move(folder)); }
   // All but "threads" are the runner's.
   void SetVisionParams(const std::string &json);
-  // The landmarks that the last frame brought and that nobody has taken yet;
-  // null without new ones. When the looking ends they come once more, without a
-  // result.
+  // The landmarks that the last frame brought and that nobody has taken yet; null without new ones. When the looking
+  // ends they come once more, without a result.
   std::shared_ptr<tessera::TesseraOut> TakeLandmarks() { return std::exchange(landmarks_, nullptr); }
 
   // Commands that change effects wait for a batch's end, too.
@@ -97,27 +82,7 @@ class Engine {
   const EngineStats &Stats() const { return stats_; }
 
  private:
-  struct ReadTable {
-    static ReadTable Failed(const std::string &reason) { return {{nullptr, reason, "try again"}}; }
-    LookupFile file;
-  };
-  struct ReadMakeup {
-    static ReadMakeup Failed(const std::string &reason) { return {{}, reason}; }
-    std::vector<MakeupLoad> loads;  // one for each that was asked for
-    std::string reason;             // why there are none
-  };
-  struct ReadGroup {
-    static ReadGroup Failed(const std::string &reason) { return {{std::nullopt, {}, reason}}; }
-    PresetFile file;
-  };
-
   void Publish();
-  // What the loader has read. Between BeginBatch and EndBatch only with
-  // `await`.
-  void TakeLoaded();
-  bool TakeTable(bool await);
-  bool TakeMakeup(bool await);
-  bool TakeGroup(bool await);
   void RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times);
   std::shared_ptr<LX::FrameData> Deliver(const std::shared_ptr<LX::FrameData> &frame, const Nv12View &view,
                                          FrameTimes &times);
@@ -128,20 +93,11 @@ class Engine {
   void EndFaceReports();
   void DrawEffects(const LX::FrameData &frame, const Nv12View &view, const YuvSpace &space, FrameTimes &times);
   void RunBeauty(const Nv12View &view, const YuvSpace &space, FrameTimes &times);
-  std::string DumpText(const LX::FrameData &frame, const FrameTimes &times) const;
 
-  const std::string root_;
   Loader loader_;  // outlives all that reads with it
-  Loading<ReadTable> table_loading_;
-  std::string loading_table_;             // its path
-  float loading_table_intensity_ = 1.0f;  // 0 to 1
-  Loading<ReadMakeup> makeup_loading_;
-  std::vector<MakeupRequest> loading_makeup_;
-  Loading<ReadGroup> group_loading_;
-  std::string loading_group_;
-  std::vector<std::pair<LXBeautyType, float>> beauty_since_group_;  // set while that one is being read
   EffectSettings edited_;
   EffectSettings applied_;
+  SettingsLoads loads_;
   int batch_depth_ = 0;
   std::vector<std::function<void(MagicEffects &)>> batched_changes_;
   EngineStats stats_;

@@ -20,4 +20,9 @@ inline float Mixed(float usual, float found, float confidence) {
   return usual + (found - usual) * confidence;
 }
 
+// Where between two samples a falling profile passes `level`.
+inline float Crossing(float above, float below, float level) {
+  return above > below ? Clamped01((above - level) / (above - below)) : 0.5F;
+}
+
 }  // namespace tessera

@@ -127,6 +127,8 @@ VANTA_HOST_C_API void vanta_host_clear_reports(void);
 /* How the last engine start of any filter ended. */
 enum vanta_host_engine_state { VANTA_ENGINE_UNKNOWN, VANTA_ENGINE_RUNNING, VANTA_ENGINE_MISSING };
 VANTA_HOST_C_API enum vanta_host_engine_state vanta_host_get_engine_state(void);
+/* The state as reports and requests write it: "unknown", "running", "missing"; "unknown" for any other number. */
+VANTA_HOST_C_API const char *vanta_host_engine_state_name(enum vanta_host_engine_state state);
 /* When an engine is missing the host layer lets the pictures of beauty filters pass untouched, past the module, until a
  * start succeeds, the application ends it or vanta_host_detach(). The pass-through is the process's: one missing engine
  * lets the pictures of all beauty filters pass. It is apart from the jump of the control object, which the host layer
@@ -168,10 +170,10 @@ VANTA_HOST_C_API bool vanta_host_get_dump_json(obs_source_t *filter, const char 
 
 /* ---- Shared textures, for those who draw beside libobs ---- */
 
-/* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of platform/shared_texture.h.
- * What follows is the same for a thread with an off-screen GL context of its own. Where libobs does not draw with EGL
- * or its driver lacks what sharing needs (fences, object labels and EGL images of textures) no context can be made, and
- * nothing is shared; the log says why. */
+/* libobs's graphics thread shares textures by the four gs_texture_...shared/sync calls of
+ * vanta_filter/platform/shared_texture.h. What follows is the same for a thread with an off-screen GL context of its
+ * own. Where libobs does not draw with EGL or its driver lacks what sharing needs (fences, object labels and EGL images
+ * of textures) no context can be made, and nothing is shared; the log says why. */
 
 /* The contexts, the ends of shared textures and their keyed locks are those of vanta_filter/textures/host_gl.h. Here
  * stands what those who publish need beside them. */

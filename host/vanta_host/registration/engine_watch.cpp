@@ -83,6 +83,18 @@ vanta_host_engine_state vanta_host_get_engine_state(void) {
   return VANTA_ENGINE_UNKNOWN;
 }
 
+const char *vanta_host_engine_state_name(enum vanta_host_engine_state state) {
+  switch (state) {
+    case VANTA_ENGINE_RUNNING:
+      return "running";
+    case VANTA_ENGINE_MISSING:
+      return "missing";
+    case VANTA_ENGINE_UNKNOWN:
+      break;
+  }
+  return "unknown";
+}
+
 bool vanta_host_is_passing_through(void) {
   return vanta_host::PicturesPass();
 }

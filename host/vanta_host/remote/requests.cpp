@@ -93,7 +93,7 @@ bool TellFilters(void *param, obs_source_t *source) {
 }
 
 void GetStatus(obs_data_t *, obs_data_t *response) {
-  obs_data_set_string(response, "engine", EngineStateName());
+  obs_data_set_string(response, "engine", vanta_host_engine_state_name(vanta_host_get_engine_state()));
   obs_data_set_int(response, "faces", CountFaces());
   const OBSDataArrayAutoRelease filters = obs_data_array_create();
   obs_enum_sources(TellFilters, filters);
@@ -417,18 +417,6 @@ void TellLook(obs_data_t *response) {
     obs_data_set_string(response, MakeupParts()[i].color_name, look.colors[i].rgb.c_str());
     obs_data_set_double(response, MakeupParts()[i].strength_name, look.colors[i].strength / 100.0);
   }
-}
-
-const char *EngineStateName() {
-  switch (vanta_host_get_engine_state()) {
-    case VANTA_ENGINE_RUNNING:
-      return "running";
-    case VANTA_ENGINE_MISSING:
-      return "missing";
-    case VANTA_ENGINE_UNKNOWN:
-      break;
-  }
-  return "unknown";
 }
 
 }  // namespace vanta_host

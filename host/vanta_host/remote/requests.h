@@ -23,6 +23,5 @@ void TellLook(obs_data_t *response);
 void TellStatistics(obs_data_t *response);
 // Somebody has asked for the event. Waits for nothing.
 bool StatisticsAreWatched(uint64_t now_ns);
-const char *EngineStateName();
 
 }  // namespace vanta_host

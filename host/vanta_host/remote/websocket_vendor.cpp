@@ -11,6 +11,7 @@
 #include "controls/face_watch.h"
 #include "controls/frontend.h"
 #include "remote/requests.h"
+#include "vanta_host.h"
 
 namespace vanta_host {
 namespace {
@@ -54,10 +55,10 @@ class Vendor {
       TellLook(data);
       Emit("BeautyChanged", data);
     }
-    if (const std::string engine = EngineStateName(); engine != engine_) {
+    if (const auto engine = vanta_host_get_engine_state(); engine != engine_) {
       engine_ = engine;
       const OBSDataAutoRelease data = obs_data_create();
-      obs_data_set_string(data, "engine", engine.c_str());
+      obs_data_set_string(data, "engine", vanta_host_engine_state_name(engine));
       Emit("EngineStateChanged", data);
     }
     if (const int faces = CountFaces(); faces != faces_) {
@@ -87,7 +88,7 @@ class Vendor {
     if (!vendor_) return false;
     for (const NamedRequest *request = Requests(); request->name; ++request) Offer(*request);
     changes_ = Controls().Changes();
-    engine_ = EngineStateName();
+    engine_ = vanta_host_get_engine_state();
     return true;
   }
 
@@ -116,7 +117,7 @@ class Vendor {
   uint64_t looked_ns_ = 0;
   uint64_t told_ns_ = 0;
   uint64_t changes_ = 0;
-  std::string engine_;
+  vanta_host_engine_state engine_ = VANTA_ENGINE_UNKNOWN;
   int faces_ = 0;
 };
 

@@ -50,15 +50,7 @@ const char *KindName(InputKind kind) {
 }
 
 const char *EngineName() {
-  switch (vanta_host_get_engine_state()) {
-    case VANTA_ENGINE_RUNNING:
-      return "running";
-    case VANTA_ENGINE_MISSING:
-      return "missing";
-    case VANTA_ENGINE_UNKNOWN:
-      break;
-  }
-  return "unknown";
+  return vanta_host_engine_state_name(vanta_host_get_engine_state());
 }
 
 double PerSecond(const Input &input) {

@@ -42,15 +42,6 @@ namespace scripted_engine = vanta_test::scripted_engine;
 constexpr int32_t kEngineReport = 8;
 constexpr char kNoHandler[] = "[beauty] ILiveEffectJsonAbilityHandler is nullptr";
 
-bool FeedUntil(FedSource &source, BeautyChain &chain, const std::function<bool()> &condition, const char *what) {
-  return vanta_test::WaitUntil(
-      [&] {
-        FeedThrough(source, chain, MakeFrame(60));
-        return condition();
-      },
-      what);
-}
-
 TEST(HostLayer, ALongRecordOfAnotherLibraryLeavesTheControlObjectWhereItIs) {
   const ObsSession session;
   void *const control = vanta_host_get_faceless();

@@ -38,16 +38,6 @@ void SetOrientation(obs_source_t *filter, bool hor_flip, int rot_deg) {
   obs_source_update(filter, settings);
 }
 
-// Feeds pictures until `condition` holds.
-bool FeedUntil(FedSource &source, BeautyChain &chain, const std::function<bool()> &condition, const char *what) {
-  return vanta_test::WaitUntil(
-      [&] {
-        FeedThrough(source, chain, MakeFrame(60));
-        return condition();
-      },
-      what);
-}
-
 TEST(LiveChanges, SettingsFromAnotherThreadReachTheEngineWhileFramesFlow) {
   const ObsSession session;
   FedSource source;

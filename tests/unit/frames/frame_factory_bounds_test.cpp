@@ -1,4 +1,5 @@
 // Host planes stand against guard pages: a read or a write out of bounds ends the test.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -49,16 +50,17 @@ TEST_P(FrameFactoryBounds, WideRowsStayInsideTheHostsPlanes) {
   }
 }
 
-TEST_P(FrameFactoryBounds, EachMissingPlaneIsRefusedBothWays) {
+// Whatever `spoil` does to one of the host's planes, such a frame neither goes in nor is written.
+void ExpectRefusedBothWays(video_format format, const std::function<void(obs_source_frame &, int)> &spoil) {
   for (int plane = 0; plane < 4; ++plane) {
     FaceBeautyFrameFactory factory;
-    const auto host = vanta_test::MakeHostFrame(GetParam(), 32, 16);
-    if (!host->data[plane]) continue;
+    const auto host = vanta_test::MakeHostFrame(format, 32, 16);
+    uint8_t *const memory = host->data[plane];
+    if (!memory) continue;
     factory.PutInput(factory.TakeFreeFrame(32, 16), host.get());
     const PooledFramePtr frame = factory.TakeNextInput();
     ASSERT_NE(frame, nullptr);
-    uint8_t *const memory = host->data[plane];
-    host->data[plane] = nullptr;
+    spoil(*host, plane);
     EXPECT_FALSE(factory.CopyToObsFrame(*frame, host.get()));
     factory.PutInput(factory.TakeFreeFrame(32, 16), host.get());
     EXPECT_FALSE(factory.HasInput());
@@ -66,19 +68,12 @@ TEST_P(FrameFactoryBounds, EachMissingPlaneIsRefusedBothWays) {
   }
 }
 
+TEST_P(FrameFactoryBounds, EachMissingPlaneIsRefusedBothWays) {
+  ExpectRefusedBothWays(GetParam(), [](obs_source_frame &host, int plane) { host.data[plane] = nullptr; });
+}
+
 TEST_P(FrameFactoryBounds, EachZeroPitchIsRefusedBothWays) {
-  for (int plane = 0; plane < 4; ++plane) {
-    FaceBeautyFrameFactory factory;
-    const auto host = vanta_test::MakeHostFrame(GetParam(), 32, 16);
-    if (!host->data[plane]) continue;
-    factory.PutInput(factory.TakeFreeFrame(32, 16), host.get());
-    const PooledFramePtr frame = factory.TakeNextInput();
-    ASSERT_NE(frame, nullptr);
-    host->linesize[plane] = 0;
-    EXPECT_FALSE(factory.CopyToObsFrame(*frame, host.get()));
-    factory.PutInput(factory.TakeFreeFrame(32, 16), host.get());
-    EXPECT_FALSE(factory.HasInput());
-  }
+  ExpectRefusedBothWays(GetParam(), [](obs_source_frame &host, int plane) { host.linesize[plane] = 0; });
 }
 
 // What lies behind a plane must not reach the picture, even where the scaler reads it.

@@ -143,13 +143,13 @@ class Inspection {
     }
     static const std::regex kInclude("^\\s*#\\s*include\\s*\"([^\"]+)\"");
     static const std::regex kSwitch(
-        "^\\s*#\\s*(if|ifdef|ifndef|elif).*(_WIN32|__linux__|__APPLE__|__MINGW32__|_MSC_VER)");
+        R"(^\s*#\s*(if|ifdef|ifndef|elif).*(_WIN(32|64)|__MINGW(32|64)__|_MSC_VER|__GNUC__|__clang__|__(linux|unix|APPLE)__))");
     std::ifstream file(path);
     std::smatch found;
     for (std::string line; std::getline(file, line);) {
       if (std::regex_search(line, found, kInclude)) LookAtInclude(target, name, room, found[1].str());
       if (name.find("/platform/") == std::string::npos && std::regex_search(line, found, kSwitch) && !MaySwitch(name)) {
-        faults_.push_back(name + ": tells platforms apart outside platform/");
+        faults_.push_back(name + ": tells platforms or compilers apart outside platform/");
       }
     }
   }
@@ -227,9 +227,12 @@ TEST_F(PlantedFault, PrivateHeaderOfAnotherTargetIsFound) {
   EXPECT_THAT(Faults(), Contains(HasSubstr("which it cannot see")));
 }
 
-TEST_F(PlantedFault, PlatformSwitchOutsideItsRoomIsFound) {
-  Write("plugins/vanta_filter/engine/b.cpp", "#if defined(_WIN32)\n#endif\n");
-  EXPECT_THAT(Faults(), Contains(HasSubstr("outside platform/")));
+TEST_F(PlantedFault, SwitchOfPlatformsOrCompilersOutsideItsRoomIsFound) {
+  for (const char *name :
+       {"_WIN32", "_WIN64", "__linux__", "__unix__", "__APPLE__", "__MINGW64__", "_MSC_VER", "__GNUC__", "__clang__"}) {
+    Write("plugins/vanta_filter/engine/b.cpp", std::string("#if defined(") + name + ")\n#endif\n");
+    EXPECT_THAT(Faults(), Contains(HasSubstr("outside platform/"))) << name;
+  }
 }
 
 TEST_F(PlantedFault, RoomThatNoLayerNamesIsFound) {

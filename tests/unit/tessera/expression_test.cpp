@@ -13,14 +13,10 @@
 namespace {
 
 using vanta_test::FaceReader;
+using vanta_test::Portrait;
 using vanta_test::PortraitPicture;
 using vanta_test::PortraitSetup;
 using vanta_test::ReadFace;
-
-PortraitPicture Portrait(const PortraitSetup &setup = {}) {
-  static const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
-  return vanta_test::PlacePortrait(portrait, setup);
-}
 
 // The face of the last of some such pictures; no points where it is not shown.
 ReadFace After(FaceReader &reader, PortraitPicture picture, int times) {

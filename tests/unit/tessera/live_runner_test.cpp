@@ -14,14 +14,10 @@
 namespace {
 
 using vanta_test::FaceReader;
+using vanta_test::Portrait;
 using vanta_test::PortraitPicture;
 using vanta_test::PortraitSetup;
 using vanta_test::ReadFace;
-
-PortraitPicture Portrait(const PortraitSetup &setup = {}) {
-  static const cv::Mat portrait = vanta_test::ReadPortrait(VANTA_PORTRAIT);
-  return vanta_test::PlacePortrait(portrait, setup);
-}
 
 class LiveRunner : public testing::Test {
  protected:

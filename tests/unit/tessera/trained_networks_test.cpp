@@ -27,6 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using vanta_test::FaceReader;
 using vanta_test::NetworkOutput;
+using vanta_test::Portrait;
 using vanta_test::PortraitPicture;
 using vanta_test::ReadFace;
 
@@ -39,10 +40,6 @@ PortraitPicture Wall() {
   cv::resize(coarse, picture.bgr, cv::Size(640, 480), 0, 0, cv::INTER_CUBIC);
   cv::cvtColor(picture.bgr, picture.i420, cv::COLOR_BGR2YUV_I420);
   return picture;
-}
-
-PortraitPicture Portrait() {
-  return vanta_test::PlacePortrait(vanta_test::ReadPortrait(VANTA_PORTRAIT), {});
 }
 
 // A detector that is shown 640x480 as 320x256 and sees one face, at an anchor of 32 pixels in the map whose places are

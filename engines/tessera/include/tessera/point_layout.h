@@ -1,6 +1,5 @@
 // What each of the 101 points of a face is, in the published order (that of face messages). The runner's own list has
-// left and right exchanged: point i of the published list is point table[i] of it, with the table of
-// landmark/point_order.h, which is its own inverse.
+// left and right exchanged: vanta::ReorderPoints (vanta_base/point_order.h) turns one into the other, either way.
 //
 // "Left" and "right" are those of the upright picture: the left eye is the one with the smaller x.
 #pragma once

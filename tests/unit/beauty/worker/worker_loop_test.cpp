@@ -25,7 +25,18 @@ using Lines = std::vector<LogLine>;
 using vanta_test::kError;
 using vanta_test::kInfo;
 
-class WorkerLoop : public WorkerFixture {};
+class WorkerLoop : public WorkerFixture {
+ protected:
+  // The state of a worker whose stop came before it ran: it takes frames, and nothing is done with them.
+  void ExpectRunningWithoutAThread() {
+    ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
+    EXPECT_TRUE(worker_->IsRunning());
+    const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
+    EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
+    EXPECT_EQ(scripted_engine::Created(), 0);
+    EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
+  }
+};
 
 TEST_F(WorkerLoop, ThreadTellsTheHostOfItsLifeInOrder) {
   // One that had to be nudged tells of that, too.
@@ -95,12 +106,7 @@ TEST_F(WorkerLoop, StopBeforeTheFirstProcessorLeavesStateRunningAndProcessesNoth
   MakeWorker();
   worker_->stop();
   ASSERT_TRUE(worker_->start());
-  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-  EXPECT_TRUE(worker_->IsRunning());
-  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
-  EXPECT_EQ(scripted_engine::Created(), 0);
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
+  ExpectRunningWithoutAThread();
 }
 
 TEST_F(WorkerLoop, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcessesNothing) {
@@ -116,12 +122,7 @@ TEST_F(WorkerLoop, StopWhileTheFirstProcessorIsMadeLeavesStateRunningAndProcesse
   worker_->stop();  // the worker holds its engine lock: a wait would never end
   EXPECT_TRUE(worker_->IsUninited());
   go_on.set_value();
-  ASSERT_TRUE(log_.WaitFor(kInfo, "[beauty] FaceBeautyFilterWorker stop"));
-  EXPECT_TRUE(worker_->IsRunning());
-  const HostFrame frame = MakeFlatFrame(kWidth, kHeight);
-  EXPECT_TRUE(worker_->EnqueueFrame(frame.get()));
-  EXPECT_EQ(scripted_engine::Created(), 0);
-  EXPECT_EQ(scripted_engine::FramesProcessed(), 0u);
+  ExpectRunningWithoutAThread();
 }
 
 TEST_F(WorkerLoop, StopWhileAnEngineIsMadeFinishesItsFrameAndTakesNoOther) {

@@ -63,6 +63,13 @@ TEST_F(EngineWatch, KnowsNothingAtFirst) {
   EXPECT_FALSE(PassesTheModuleBy());
 }
 
+TEST_F(EngineWatch, NamesEveryStateAndAnythingElseAsUnknown) {
+  EXPECT_STREQ(vanta_host_engine_state_name(VANTA_ENGINE_UNKNOWN), "unknown");
+  EXPECT_STREQ(vanta_host_engine_state_name(VANTA_ENGINE_RUNNING), "running");
+  EXPECT_STREQ(vanta_host_engine_state_name(VANTA_ENGINE_MISSING), "missing");
+  EXPECT_STREQ(vanta_host_engine_state_name(static_cast<vanta_host_engine_state>(3)), "unknown");
+}
+
 TEST_F(EngineWatch, FindsTheControlObject) {
   EXPECT_EQ(vanta_host_get_faceless(), static_cast<ILumivex *>(&Control()));
 }

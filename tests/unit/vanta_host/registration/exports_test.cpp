@@ -68,6 +68,7 @@ TEST(Exports, AreThoseOfTheHeadersAndTheWrappedRegistration) {
       "vanta_host_get_report",
       "vanta_host_clear_reports",
       "vanta_host_get_engine_state",
+      "vanta_host_engine_state_name",
       "vanta_host_is_passing_through",
       "vanta_host_end_pass_through",
       "vanta_host_register_ability_handler",

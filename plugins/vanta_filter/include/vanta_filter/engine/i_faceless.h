@@ -22,14 +22,16 @@
 class IFaceless {
  public:
   virtual ~IFaceless() = default;
-  // Model key to the model's folder, in place of the module's own dictionary.
+  // Model key to the model's folder, in place of the module's own dictionary, whose folders are in UTF-8. Goes to the
+  // engine as it is.
   virtual void SetModelPathDic(const std::map<std::string, std::string> &path_dic) = 0;
   // Goes no further: a folder of models reaches engines through the snapshot alone.
   virtual void SetModelRootPath(std::string path) = 0;
   // JSON object of the vision runner's parameters by name, or the same within "landmarks_param": {"max_face_num": 3}.
   // Numbers may be texts. The open runner looks for 1 to 8 faces, 3 at first; more counts as 8, less as 1.
   virtual void UpdateTesseraParams(const std::string &json) = 0;
-  // Commands between the two are applied as one change, with the next frame after the end. They may nest.
+  // Commands between the two are applied as one change, with the next frame after the end. They may nest; an end
+  // without a begin does nothing in the open engine.
   virtual void BeginBatchCommand() = 0;
   virtual void EndBatchCommand() = 0;
   // Switches a whole stage; its intensities stay as set. All are on at first but green matting.
@@ -68,7 +70,8 @@ class IFaceless {
   virtual void SetEffectStateWithState(LXEffectState state) = 0;
   // Inside the effects that play. The open engine knows type 0, their opacity: 0 to 1.
   virtual void SetEffectIntensityWithType(LXEffectAdjustType type, float intensity) = 0;
-  // Type 1 lets frames pass by the engine until a resource of another type is set.
+  // One picture or video beside the effects; it takes the place of the one before. Type 1 lets frames pass by the
+  // engine until a resource of another type is set.
   virtual void SetMediaResource(LXMediaResource resource) = 0;
   // Reaches no engine; the value is kept in the snapshot alone.
   virtual void SetBasicAdjustIntensity(int32_t type, float intensity) = 0;
@@ -89,10 +92,12 @@ class ILumivex : public IFaceless {
   virtual void SetEngineSnapshot(const FacelessEngineSnapshot &snapshot) = 0;
   // For an engine that takes the place of another: whether it loads the box again, and which.
   virtual void SetInteractiveBoxInfo(const InteractiveBoxInfo &info) = 0;
-  // The latest ten-second record of each filter, in the order of their sources' addresses; empty at first.
+  // The latest ten-second record of each filter, in the order of their sources' addresses; empty at first. One caller
+  // at a time.
   virtual std::vector<StatisticsSample> GetBeautyStatistics() = 0;
-  // One request, to the beauty filters in `sources` alone: their filter sources, not the parents. Owns the references:
-  // each is released, whether it has a worker or not.
+  // One request, to the beauty filters in `sources` alone: their filter sources, not the parents. Without an event name
+  // it is as SetMagicEffectWithPath, else as SetMagicEffectWithEvent. Owns the references: each is released, whether it
+  // has a worker or not.
   virtual void SetMagicEffectForSources(std::list<obs_source_t *> sources, MagicEffectRequest request) = 0;
   // Holds for all beauty filters until the next call. Off at first.
   virtual void SetFacelessJumpInfo(const FacelessJumpInfo &info) = 0;
