@@ -69,6 +69,28 @@ void MeasureCells(const Nv12View &view, const RowBands &bands, cv::Mat &mean, cv
   });
 }
 
+void MeasureCellChroma(const Nv12View &view, const RowBands &bands, cv::Mat &mean_u, cv::Mat &mean_v) {
+  const int columns = (view.width + kCell - 1) / kCell;
+  const int rows = (view.height + kCell - 1) / kCell;
+  mean_u.create(rows, columns, CV_32F);
+  mean_v.create(rows, columns, CV_32F);
+  bands.Run(rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) {
+      const uint8_t *upper = view.UvRow(2 * row);
+      const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
+      float *us = mean_u.ptr<float>(row);
+      float *vs = mean_v.ptr<float>(row);
+      for (int column = 0; column < columns; ++column) {
+        const int left = 4 * column;
+        const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
+        us[column] = static_cast<float>(upper[left] + upper[right] + lower[left] + lower[right]) * 0.25f;
+        vs[column] =
+            static_cast<float>(upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1]) * 0.25f;
+      }
+    }
+  });
+}
+
 void CellMap::Resize(int columns, int rows) {
   columns_ = columns;
   rows_ = rows;

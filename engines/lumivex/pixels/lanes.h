@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <opencv2/core/hal/intrin.hpp>
 
 namespace lumivex {
@@ -49,6 +50,25 @@ inline float WhereAbove0(float test, float number) {
 }
 inline Lanes WhereAbove0(const Lanes &test, const Lanes &number) {
   return cv::v_select(test > cv::v_setzero_f32(), number, cv::v_setzero_f32());
+}
+
+// Up to four values, from a row that has `count` of them from there on.
+inline Lanes LoadSome(const float *row, int count) {
+  if (count >= kLanes) return cv::v_load(row);
+  float values[kLanes] = {};
+  std::copy_n(row, count, values);
+  return cv::v_load(values);
+}
+inline Lanes LoadSome(const uint8_t *row, int count) {
+  alignas(sizeof(int)) uint8_t values[kLanes] = {};
+  std::copy_n(row, std::min(count, kLanes), values);
+  return cv::v_cvt_f32(cv::v_reinterpret_as_s32(cv::v_load_expand_q(values)));
+}
+// Cut to whole numbers, 0 to 255.
+inline void StoreSome(const Lanes &lanes, int count, uint8_t *row) {
+  int values[kLanes];
+  cv::v_store(values, cv::v_trunc(lanes));
+  for (int i = 0; i < std::min(count, kLanes); ++i) row[i] = static_cast<uint8_t>(values[i]);
 }
 
 // 0 to 1.
