@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
 
 namespace lumivex {
@@ -61,14 +63,29 @@ inline Lanes LoadSome(const float *row, int count) {
 }
 inline Lanes LoadSome(const uint8_t *row, int count) {
   alignas(sizeof(int)) uint8_t values[kLanes] = {};
-  std::copy_n(row, std::min(count, kLanes), values);
+  if (count >= kLanes) {
+    std::memcpy(values, row, kLanes);
+  } else {
+    std::copy_n(row, count, values);
+  }
   return cv::v_cvt_f32(cv::v_reinterpret_as_s32(cv::v_load_expand_q(values)));
+}
+inline void StoreSome(const Lanes &lanes, int count, float *row) {
+  if (count >= kLanes) return cv::v_store(row, lanes);
+  float values[kLanes];
+  cv::v_store(values, lanes);
+  std::copy_n(values, count, row);
 }
 // Cut to whole numbers, 0 to 255.
 inline void StoreSome(const Lanes &lanes, int count, uint8_t *row) {
-  int values[kLanes];
-  cv::v_store(values, cv::v_trunc(lanes));
-  for (int i = 0; i < std::min(count, kLanes); ++i) row[i] = static_cast<uint8_t>(values[i]);
+  const cv::v_int32x4 whole = cv::v_trunc(lanes);
+  const cv::v_int16x8 halves = cv::v_pack(whole, whole);
+  const int bytes = cv::v_reinterpret_as_s32(cv::v_pack_u(halves, halves)).get0();
+  if (count >= kLanes) {
+    std::memcpy(row, &bytes, kLanes);
+  } else {
+    std::memcpy(row, &bytes, static_cast<size_t>(count));
+  }
 }
 
 // 0 to 1.

@@ -38,10 +38,8 @@ class SkinMap {
   const cv::Mat &MeanV() const { return mean_v_; }                           // CV_32F: codes
   float EyeDistance() const { return people_.EyeDistance(); }            // of the largest person, pixels; 0 without one
   const std::optional<OwnColour> &Own() const { return people_.Own(); }  // empty where nobody is known
-  // Whether the cell's skin is that of somebody whose face is not known.
-  bool IsAnyones(int row, int column) const {
-    return !Own() || (anyones_.AnyHead() && others_.at<uint8_t>(row, column));
-  }
+  // Where somebody is known: CV_8U, not 0 where skin is that of somebody whose face is not. Null: nowhere.
+  const cv::Mat *Others() const { return Own() && anyones_.AnyHead() ? &others_ : nullptr; }
   // SkinModel::Contrast of the person whose face is the nearest to the cell; 1 without one.
   float ContrastAt(int row, int column) const { return people_.ContrastAt(row, column); }
   // Whether any cell that reaches into the pixel row holds skin; `scale` pixel rows make a cell.

@@ -65,8 +65,9 @@ TEST_F(SkinMap, TellsWhoseSkinIsNobodysInParticular) {
   picture_.FillRect(432, 192, 464, 200, kTanFeature);
   ASSERT_TRUE(Find({MakeFace({{140, 120}, 60})}));
   EXPECT_GT(WeightAt(448, 172), 100);
-  EXPECT_TRUE(map_.IsAnyones(172 / lumivex::kCell, 448 / lumivex::kCell));
-  EXPECT_FALSE(map_.IsAnyones(160 / lumivex::kCell, 110 / lumivex::kCell));
+  ASSERT_TRUE(map_.Others());
+  EXPECT_NE(map_.Others()->at<uint8_t>(172 / lumivex::kCell, 448 / lumivex::kCell), 0);
+  EXPECT_EQ(map_.Others()->at<uint8_t>(160 / lumivex::kCell, 110 / lumivex::kCell), 0);
 }
 
 }  // namespace
