@@ -185,6 +185,7 @@ struct Scene {
   cv::Size2f flecks{6, 1.2F};                 // pixels that its flecks are wide and high
   int boards = 0;                             // pixels from joint to joint; 0: none
   uint64_t seed = 11;
+  uint64_t noise_seed = 3;
   vanta_test::PortraitSetup setup{};
 };
 
@@ -206,8 +207,19 @@ Scene Plain(bool dim) {
   return scene;
 }
 
+// Other noise and another backdrop, and the person somewhere else, nearer or farther, and tilted otherwise.
+void Redraw(Scene &scene, cv::RNG &random) {
+  scene.seed = random.next();
+  scene.noise_seed = random.next();
+  scene.setup.middle.x += random.uniform(-30.0F, 30.0F);
+  scene.setup.middle.y += random.uniform(-20.0F, 20.0F);
+  scene.setup.eye_distance *= random.uniform(0.85F, 1.12F);
+  scene.setup.degrees += random.uniform(-4.0F, 4.0F);
+}
+
 // Every light before every backdrop, in two halves that share neither size nor tilt nor a sample of what is behind.
-std::vector<Scene> Scenes(bool second_half) {
+// `seed`: 0, or the number of another draw of them.
+std::vector<Scene> Scenes(bool second_half, uint64_t seed) {
   struct Light {
     const char *name;
     cv::Scalar light;
@@ -244,6 +256,7 @@ std::vector<Scene> Scenes(bool second_half) {
       {"grey wall", {{Bgr(128, 126, 124), 0.03F, {6, 1.2F}, 0}, {Bgr(150, 147, 150), 0.02F, {3, 3}, 0}}}};
   static std::vector<std::string> names;
   names.reserve(200);
+  cv::RNG random(seed);
   std::vector<Scene> scenes;
   size_t number = 0;
   for (size_t light = 0; light < std::size(lights); ++light) {
@@ -264,6 +277,7 @@ std::vector<Scene> Scenes(bool second_half) {
           second_half ? 84.0F + 4.0F * static_cast<float>(number % 4) : 92.0F + 4.0F * static_cast<float>(number % 5);
       scene.setup.degrees = second_half ? -5.0F : 4.0F;
       scene.setup.mirror = second_half;
+      if (seed != 0) Redraw(scene, random);
       scenes.push_back(scene);
     }
   }
@@ -337,7 +351,7 @@ cv::Mat InScene(const PortraitPicture &picture, const Scene &scene, const cv::Ma
     cv::Mat column = lit.col(x);
     cv::multiply(column, scene.light * shade, column);
   }
-  return WithNoise(lit, scene.noise, 3);
+  return WithNoise(lit, scene.noise, scene.noise_seed);
 }
 
 cv::Mat InScene(const PortraitPicture &picture, const Scene &scene) {
@@ -443,9 +457,10 @@ cv::Mat PairOf(const Figures &figures, const cv::Size &size) {
 }
 
 // One line for a scene: means over the tones, or of that one, and the worst.
-void PrintScenes(const cv::Mat &portrait, bool second_half, const Look &look, size_t only, const std::string &part) {
+void PrintScenes(const cv::Mat &portrait, const std::vector<Scene> &scenes, const Look &look, size_t only,
+                 const std::string &part) {
   std::printf("%-20s  faces  left: luma  worst/best  chroma  edges  texture  outside (worst)\n", "scene");
-  for (const Scene &scene : Scenes(second_half)) {
+  for (const Scene &scene : scenes) {
     if (std::string(scene.name).find(part) == std::string::npos) continue;
     int found = 0;
     size_t tones = 0;
@@ -713,12 +728,12 @@ const std::array<cv::Rect, 3> kOutsideTwo = {cv::Rect{0, 0, 180, 450}, cv::Rect{
 
 // One line for each scene and each way to hide the second person's face: what is left of their spots beside a known
 // face, and where no face is known; means over the tones.
-void PrintBeside(const cv::Mat &portrait, bool second_half, const Look &look, size_t only, const std::string &part,
-                 const std::string &folder) {
+void PrintBeside(const cv::Mat &portrait, bool second_half, uint64_t seed, const Look &look, size_t only,
+                 const std::string &part, const std::string &folder) {
   std::printf(
       "%-34s  one face  left: luma (worst) chroma  edges  first  outside   nobody known: luma chroma  outside\n",
       "scene");
-  for (const Scene &scene : Scenes(second_half)) {
+  for (const Scene &scene : Scenes(second_half, seed)) {
     for (const Hiding &hiding : kHidings) {
       const std::string name = std::string(scene.name) + ", " + hiding.name;
       if (name.find(part) == std::string::npos) continue;
@@ -775,14 +790,14 @@ void PrintBeside(const cv::Mat &portrait, bool second_half, const Look &look, si
 
 }  // namespace
 
-// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--unknown] [--look NAME=VALUE,...] [--scenes
-// chosen|held]
-// [--beside chosen|held] [--ways] [--named TEXT]: into the folder goes a picture for each tone, before beside after,
-// into the file all of them. With --unknown no face is found. With --dim the portrait is mirrored, longer, smaller,
-// noisy and at 0.7 of its light. --scenes prints one line for each of many lights before many backdrops: "chosen" are
-// those on which the engine's constants were chosen, "held" the others; with --named those with the text in their name
-// alone. --beside puts a second person into them, whose face is hidden in several ways. --ways prints one line for each
-// of other ways to recolour the portrait and to draw spots, in each of some conditions.
+// skin_bench [--tone N] [--pictures FOLDER] [--sheet FILE] [--dim] [--unknown] [--look NAME=VALUE,...]
+// [--scenes chosen|held] [--beside chosen|held] [--seed N] [--ways] [--named TEXT]: into the folder goes a picture for
+// each tone, before beside after, into the file all of them. With --unknown no face is found. With --dim the portrait
+// is mirrored, longer, smaller, noisy and at 0.7 of its light. --scenes prints one line for each of many lights before
+// many backdrops: "chosen" are those on which the engine's constants were chosen, "held" the others; with --seed drawn
+// anew, with --named those with the text in their name alone. --beside puts a second person into them, whose face is
+// hidden in several ways. --ways prints one line for each of other ways to recolour the portrait and to draw spots, in
+// each of some conditions.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
   std::string folder;
@@ -792,6 +807,7 @@ int main(int argc, char **argv) {
   std::string part;
   bool dim = false;
   bool ways = false;
+  uint64_t seed = 0;
   size_t only = 0;  // 1 to 10; 0: all tones
   Look look{0.8F};
   for (int i = 1; i < argc; ++i) {
@@ -800,6 +816,7 @@ int main(int argc, char **argv) {
     if (std::strcmp(argv[i], "--scenes") == 0 && i + 1 < argc) scenes = argv[++i];
     if (std::strcmp(argv[i], "--beside") == 0 && i + 1 < argc) beside = argv[++i];
     if (std::strcmp(argv[i], "--named") == 0 && i + 1 < argc) part = argv[++i];
+    if (std::strcmp(argv[i], "--seed") == 0 && i + 1 < argc) seed = std::strtoull(argv[++i], nullptr, 10);
     if (std::strcmp(argv[i], "--tone") == 0 && i + 1 < argc) only = static_cast<size_t>(std::atoi(argv[++i]));
     if (std::strcmp(argv[i], "--look") == 0 && i + 1 < argc && !look.Add(argv[++i])) {
       std::fprintf(stderr, "no such value in %s\n", argv[i]);
@@ -815,11 +832,11 @@ int main(int argc, char **argv) {
     return 0;
   }
   if (!beside.empty()) {
-    PrintBeside(portrait, beside == "held", look, only, part, folder);
+    PrintBeside(portrait, beside == "held", seed, look, only, part, folder);
     return 0;
   }
   if (!scenes.empty()) {
-    PrintScenes(portrait, scenes == "held", look, only, part);
+    PrintScenes(portrait, Scenes(scenes == "held", seed), look, only, part);
     return 0;
   }
   std::vector<cv::Mat> pairs;

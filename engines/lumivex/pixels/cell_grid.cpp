@@ -57,6 +57,40 @@ void MeasureRow(const Nv12View &view, int row, float *mean, float *square) {
   }
 }
 
+// Means of cells from two rows of one channel, each pair of pairs beside each other.
+void StoreChromaMeans(const cv::v_uint8x16 &upper, const cv::v_uint8x16 &lower, float *means) {
+  const cv::v_int16x8 ones = cv::v_setall_s16(1);
+  const cv::v_float32x4 quarter = cv::v_setall_f32(0.25f);
+  cv::v_uint16x8 upper_left, upper_right, lower_left, lower_right;
+  cv::v_expand(upper, upper_left, upper_right);
+  cv::v_expand(lower, lower_left, lower_right);
+  const auto store = [&](const cv::v_uint16x8 &sums, float *to) {
+    cv::v_store(to, cv::v_cvt_f32(cv::v_dotprod(cv::v_reinterpret_as_s16(sums), ones)) * quarter);
+  };
+  store(upper_left + lower_left, means);
+  store(upper_right + lower_right, means + 4);
+}
+
+void MeasureChromaRow(const Nv12View &view, int row, float *us, float *vs) {
+  const uint8_t *upper = view.UvRow(2 * row);
+  const uint8_t *lower = view.UvRow(std::min(2 * row + 1, view.chroma_height - 1));
+  const int columns = (view.width + kCell - 1) / kCell;
+  int column = 0;
+  for (; column + kStep <= view.chroma_width / 2; column += kStep) {
+    cv::v_uint8x16 upper_u, upper_v, lower_u, lower_v;
+    cv::v_load_deinterleave(upper + 4 * column, upper_u, upper_v);
+    cv::v_load_deinterleave(lower + 4 * column, lower_u, lower_v);
+    StoreChromaMeans(upper_u, lower_u, us + column);
+    StoreChromaMeans(upper_v, lower_v, vs + column);
+  }
+  for (; column < columns; ++column) {
+    const int left = 4 * column;
+    const int right = 2 * column + 1 < view.chroma_width ? left + 2 : left;
+    us[column] = static_cast<float>(upper[left] + upper[right] + lower[left] + lower[right]) * 0.25f;
+    vs[column] = static_cast<float>(upper[left + 1] + upper[right + 1] + lower[left + 1] + lower[right + 1]) * 0.25f;
+  }
+}
+
 }  // namespace
 
 void MeasureCells(const Nv12View &view, const RowBands &bands, cv::Mat &mean, cv::Mat &square) {
@@ -66,6 +100,16 @@ void MeasureCells(const Nv12View &view, const RowBands &bands, cv::Mat &mean, cv
   square.create(rows, columns, CV_32F);
   bands.Run(rows, kCellRowsOfBand, [&](int first, int end, int) {
     for (int row = first; row < end; ++row) MeasureRow(view, row, mean.ptr<float>(row), square.ptr<float>(row));
+  });
+}
+
+void MeasureCellChroma(const Nv12View &view, const RowBands &bands, cv::Mat &mean_u, cv::Mat &mean_v) {
+  const int columns = (view.width + kCell - 1) / kCell;
+  const int rows = (view.height + kCell - 1) / kCell;
+  mean_u.create(rows, columns, CV_32F);
+  mean_v.create(rows, columns, CV_32F);
+  bands.Run(rows, kCellRowsOfBand, [&](int first, int end, int) {
+    for (int row = first; row < end; ++row) MeasureChromaRow(view, row, mean_u.ptr<float>(row), mean_v.ptr<float>(row));
   });
 }
 

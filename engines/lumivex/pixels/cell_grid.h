@@ -17,6 +17,8 @@ inline constexpr int kCell = 4;  // luma pixels
 // Mean and mean square of the luma of each cell, as CV_32F of `rows` by `columns`. Cells at the right and lower edge
 // take the pixels that they have.
 void MeasureCells(const Nv12View &view, const RowBands &bands, cv::Mat &mean, cv::Mat &square);
+// Mean U and V of each cell, likewise.
+void MeasureCellChroma(const Nv12View &view, const RowBands &bands, cv::Mat &mean_u, cv::Mat &mean_v);
 
 // For loops over rows of cells: so many make a band.
 inline constexpr int kCellRowsOfBand = RowBands::kRows / kCell;

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <opencv2/core/hal/intrin.hpp>
 
 namespace lumivex {
@@ -49,6 +52,40 @@ inline float WhereAbove0(float test, float number) {
 }
 inline Lanes WhereAbove0(const Lanes &test, const Lanes &number) {
   return cv::v_select(test > cv::v_setzero_f32(), number, cv::v_setzero_f32());
+}
+
+// Up to four values, from a row that has `count` of them from there on.
+inline Lanes LoadSome(const float *row, int count) {
+  if (count >= kLanes) return cv::v_load(row);
+  float values[kLanes] = {};
+  std::copy_n(row, count, values);
+  return cv::v_load(values);
+}
+inline Lanes LoadSome(const uint8_t *row, int count) {
+  alignas(sizeof(int)) uint8_t values[kLanes] = {};
+  if (count >= kLanes) {
+    std::memcpy(values, row, kLanes);
+  } else {
+    std::copy_n(row, count, values);
+  }
+  return cv::v_cvt_f32(cv::v_reinterpret_as_s32(cv::v_load_expand_q(values)));
+}
+inline void StoreSome(const Lanes &lanes, int count, float *row) {
+  if (count >= kLanes) return cv::v_store(row, lanes);
+  float values[kLanes];
+  cv::v_store(values, lanes);
+  std::copy_n(values, count, row);
+}
+// Cut to whole numbers, 0 to 255.
+inline void StoreSome(const Lanes &lanes, int count, uint8_t *row) {
+  const cv::v_int32x4 whole = cv::v_trunc(lanes);
+  const cv::v_int16x8 halves = cv::v_pack(whole, whole);
+  const int bytes = cv::v_reinterpret_as_s32(cv::v_pack_u(halves, halves)).get0();
+  if (count >= kLanes) {
+    std::memcpy(row, &bytes, kLanes);
+  } else {
+    std::memcpy(row, &bytes, static_cast<size_t>(count));
+  }
 }
 
 // 0 to 1.

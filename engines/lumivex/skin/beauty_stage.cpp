@@ -4,6 +4,8 @@
 #include <cmath>
 #include <opencv2/core/hal/intrin.hpp>
 
+#include "pixels/lanes.h"
+
 namespace lumivex {
 namespace {
 
@@ -33,6 +35,15 @@ int16_t Fixed(float value) {
   return static_cast<int16_t>(std::min(value + 0.5f, 32767.0f));
 }
 
+void StoreFixed(const Lanes &values, int count, int16_t *to) {
+  const cv::v_int32x4 whole = cv::v_trunc(Lesser(values + All<Lanes>(0.5f), All<Lanes>(32767.0f)));
+  const cv::v_int16x8 fixed = cv::v_pack(whole, whole);
+  if (count >= kLanes) return cv::v_store_low(to, fixed);
+  int16_t some[2 * kLanes];
+  cv::v_store(some, fixed);
+  std::copy_n(some, count, to);
+}
+
 // Of blemishes, redness and pores, what smoothing takes: weak smoothing already fades spots while it leaves pores.
 float BlemishPart(float smooth) {
   return smooth * (1.3f - 0.3f * smooth);
@@ -44,8 +55,12 @@ float PorePart(float smooth) {
   return std::pow(smooth, 1.7f);
 }
 
-float Mix(float from, float to, float part) {
+template <typename Value>
+Value Mix(const Value &from, const Value &to, const Value &part) {
   return from + part * (to - from);
+}
+Lanes Mix(float from, float to, const Lanes &part) {
+  return All<Lanes>(from) + part * All<Lanes>(to - from);
 }
 
 // Cells on each side of the window over which the guided filter looks. Without a face: 10 pixels at 1080 lines.
@@ -130,24 +145,36 @@ void BeautyStage::FitRow(int row, const YuvSpace &space, const BeautyStrength &s
   const auto span = static_cast<float>(space.span);
   const float anywhere = (kQuietDeviation + kStrongDeviation * strength.smooth) * span;
   const float in_face = (kQuietDeviationInFace + kStrongDeviationInFace * strength.smooth) * span;
-  const auto black = static_cast<float>(space.black);
-  const float per_middle = 2.0f / span;
-  const float *mean = window_mean_.ptr<float>(row);
-  const float *square = window_square_.ptr<float>(row);
+  const Lanes black = All<Lanes>(static_cast<float>(space.black));
+  const Lanes per_middle = All<Lanes>(2.0f / span);
+  const Lanes zero = All<Lanes>(0.0f);
+  const Lanes one = All<Lanes>(1.0f);
+  const float *means = window_mean_.ptr<float>(row);
+  const float *squares = window_square_.ptr<float>(row);
   const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
-  float *gain = gain_.ptr<float>(row);
-  float *offset = offset_.ptr<float>(row);
-  for (int column = 0; column < mean_.cols; ++column) {
-    const float variance = std::max(square[column] - mean[column] * mean[column], 0.0f);
-    const float in = static_cast<float>(inside[column]) * (1.0f / 255.0f);
-    const float contrast = in > 0.0f ? std::min(skin_.ContrastAt(row, column), kMostContrast) : 1.0f;
-    const float deviation = Mix(anywhere, in_face * contrast, in);
-    const float dim = Mix(kDimDeviation, kDimDeviationInFace, in);
-    const float lit = dim + (1.0f - dim) * std::max(mean[column] - black, 0.0f) * per_middle;
-    const float quiet = deviation * deviation * lit * lit;
-    gain[column] = variance / (variance + quiet);
-    offset[column] = (1.0f - gain[column]) * mean[column];
+  float *gains = gain_.ptr<float>(row);
+  float *offsets = offset_.ptr<float>(row);
+  for (int column = 0; column < mean_.cols; column += kLanes) {
+    const int count = mean_.cols - column;
+    const Lanes mean = LoadSome(means + column, count);
+    const Lanes variance = Greater(LoadSome(squares + column, count) - mean * mean, zero);
+    const Lanes in = LoadSome(inside + column, count) * All<Lanes>(1.0f / 255.0f);
+    Lanes deviation = All<Lanes>(anywhere);
+    if (cv::v_check_any(in > zero)) deviation = Mix(deviation, All<Lanes>(in_face) * Contrasts(row, column), in);
+    const Lanes dim = Mix(kDimDeviation, kDimDeviationInFace, in);
+    const Lanes lit = dim + (one - dim) * Greater(mean - black, zero) * per_middle;
+    const Lanes quiet = deviation * deviation * lit * lit;
+    const Lanes gain = variance / (variance + quiet);
+    StoreSome(gain, count, gains + column);
+    StoreSome((one - gain) * mean, count, offsets + column);
   }
+}
+
+// Of the light on the faces that four cells are nearest to.
+Lanes BeautyStage::Contrasts(int row, int column) const {
+  float contrasts[kLanes];
+  for (int i = 0; i < kLanes; ++i) contrasts[i] = std::min(skin_.ContrastAt(row, column + i), kMostContrast);
+  return cv::v_load(contrasts);
 }
 
 // A cell on an edge keeps its own model: the mean with its flat neighbours would soften the edge. On a face that is
@@ -206,55 +233,72 @@ void BeautyStage::BuildLumaRow(int row, const YuvSpace &space, const BeautyStren
 
 // Smoothing and whitening each pull a cell's chroma some part of the way to a place; together that is one pull.
 void BeautyStage::BuildChromaRow(int row, const BeautyStrength &strength) {
-  const std::optional<OwnColour> own = skin_.Own();
-  const float redness = RednessPart(strength.smooth);
+  const Lanes zero = All<Lanes>(0.0f);
+  const Lanes one = All<Lanes>(1.0f);
   const uint8_t *skin = skin_.Weight().ptr<uint8_t>(row);
-  const uint8_t *inside = skin_.InFace().ptr<uint8_t>(row);
-  const float *luma = mean_.ptr<float>(row);
-  const float *u = skin_.MeanU().ptr<float>(row);
-  const float *v = skin_.MeanV().ptr<float>(row);
-  const bool any_spots = skin_.Spots().Any();
-  const uint8_t *spots = any_spots ? skin_.Spots().Drawn().ptr<uint8_t>(row) : nullptr;
-  const cv::Vec3f *shift = any_spots ? skin_.Spots().Shift().ptr<cv::Vec3f>(row) : nullptr;
   int16_t *removal = chroma_removal_.Row(row);
   int16_t *target_u = target_u_.Row(row);
   int16_t *target_v = target_v_.Row(row);
-  for (int column = 0; column < mean_.cols; ++column) {
-    const float here = static_cast<float>(skin[column]) * (1.0f / 255.0f);
-    float smoothing = 0.0f;
-    float base_u = u[column];
-    float base_v = v[column];
-    if (strength.smooth > 0.0f) {
-      base_u = window_u_.ptr<float>(row)[column];
-      base_v = window_v_.ptr<float>(row)[column];
-      const float from_u = u[column] - base_u;
-      const float from_v = v[column] - base_v;
-      const float deviation =
-          Mix(kChromaDeviation, kChromaDeviationInFace, static_cast<float>(inside[column]) * (1.0f / 255.0f));
-      const float quiet = deviation * deviation;
-      smoothing = redness * quiet / (quiet + from_u * from_u + from_v * from_v);
-      if (spots && spots[column] != 0) {
-        const float part = static_cast<float>(spots[column]) * (1.0f / 255.0f);
-        base_u = Mix(base_u, u[column] + shift[column][1], part);
-        base_v = Mix(base_v, v[column] + shift[column][2], part);
-        smoothing = Mix(smoothing, redness, part);
-      }
-    }
-    float pull = strength.whiten * kPallor;
-    float pale_u = 128.0f;
-    float pale_v = 128.0f;
-    if (!skin_.IsAnyones(row, column)) {
-      pull = strength.whiten * kOwnHue;
-      const float lit = std::clamp((luma[column] - own->black) / own->luma, 0.4f, 1.25f);
-      pale_u += (1.0f - kOwnPallor) * lit * own->u;
-      pale_v += (1.0f - kOwnPallor) * lit * own->v;
-    }
-    const float both = smoothing + (1.0f - smoothing) * pull;
-    removal[column] = Fixed(32768.0f * here * both);
-    const float share = both > 0.0f ? pull / both : 0.0f;  // whitening comes after smoothing
-    target_u[column] = Fixed(64.0f * Mix(base_u, pale_u, share));
-    target_v[column] = Fixed(64.0f * Mix(base_v, pale_v, share));
+  const float redness = RednessPart(strength.smooth);
+  for (int column = 0; column < mean_.cols; column += kLanes) {
+    const int count = mean_.cols - column;
+    const Lanes here = LoadSome(skin + column, count) * All<Lanes>(1.0f / 255.0f);
+    const Pull smoothing = SmoothingPull(row, column, redness);
+    const Pull whitening = WhiteningPull(row, column, strength.whiten);
+    const Lanes both = smoothing.part + (one - smoothing.part) * whitening.part;
+    StoreFixed(All<Lanes>(32768.0f) * here * both, count, removal + column);
+    // Whitening comes after smoothing.
+    const Lanes share = cv::v_select(both > zero, whitening.part / both, zero);
+    StoreFixed(All<Lanes>(64.0f) * Mix(smoothing.u, whitening.u, share), count, target_u + column);
+    StoreFixed(All<Lanes>(64.0f) * Mix(smoothing.v, whitening.v, share), count, target_v + column);
   }
+}
+
+BeautyStage::Pull BeautyStage::SmoothingPull(int row, int column, float redness) const {
+  const int count = mean_.cols - column;
+  const Lanes u = LoadSome(skin_.MeanU().ptr<float>(row) + column, count);
+  const Lanes v = LoadSome(skin_.MeanV().ptr<float>(row) + column, count);
+  if (redness <= 0.0f) return {All<Lanes>(0.0f), u, v};
+  const Lanes most = All<Lanes>(redness);
+  Pull pull{most, LoadSome(window_u_.ptr<float>(row) + column, count),
+            LoadSome(window_v_.ptr<float>(row) + column, count)};
+  const Lanes from_u = u - pull.u;
+  const Lanes from_v = v - pull.v;
+  const Lanes inside = LoadSome(skin_.InFace().ptr<uint8_t>(row) + column, count) * All<Lanes>(1.0f / 255.0f);
+  const Lanes deviation = Mix(kChromaDeviation, kChromaDeviationInFace, inside);
+  const Lanes quiet = deviation * deviation;
+  pull.part = most * quiet / (quiet + from_u * from_u + from_v * from_v);
+  if (!skin_.Spots().Any() || !skin_.Spots().InRow(row)) return pull;
+  const Lanes spot = LoadSome(skin_.Spots().Drawn().ptr<uint8_t>(row) + column, count) * All<Lanes>(1.0f / 255.0f);
+  if (!cv::v_check_any(spot > All<Lanes>(0.0f))) return pull;
+  float shift_u[kLanes] = {};
+  float shift_v[kLanes] = {};
+  for (int i = 0; i < std::min(count, kLanes); ++i) {
+    if (skin_.Spots().Drawn().at<uint8_t>(row, column + i) == 0) continue;  // has no shift
+    const cv::Vec3f &shift = skin_.Spots().Shift().at<cv::Vec3f>(row, column + i);
+    shift_u[i] = shift[1];
+    shift_v[i] = shift[2];
+  }
+  return {Mix(pull.part, most, spot), Mix(pull.u, u + cv::v_load(shift_u), spot),
+          Mix(pull.v, v + cv::v_load(shift_v), spot)};
+}
+
+BeautyStage::Pull BeautyStage::WhiteningPull(int row, int column, float whiten) const {
+  const Lanes grey = All<Lanes>(128.0f);
+  const Pull anyones{All<Lanes>(whiten * kPallor), grey, grey};
+  const std::optional<OwnColour> &own = skin_.Own();
+  if (!own) return anyones;
+  const int count = mean_.cols - column;
+  const Lanes luma = LoadSome(mean_.ptr<float>(row) + column, count);
+  const Lanes lit =
+      Lesser(Greater((luma - All<Lanes>(own->black)) / All<Lanes>(own->luma), All<Lanes>(0.4f)), All<Lanes>(1.25f));
+  const Lanes paler = All<Lanes>(1.0f - kOwnPallor) * lit;
+  const Pull pull{All<Lanes>(whiten * kOwnHue), grey + paler * All<Lanes>(own->u), grey + paler * All<Lanes>(own->v)};
+  const cv::Mat *others = skin_.Others();
+  if (!others) return pull;
+  const Lanes other = LoadSome(others->ptr<uint8_t>(row) + column, count) > All<Lanes>(0.0f);
+  return {cv::v_select(other, anyones.part, pull.part), cv::v_select(other, anyones.u, pull.u),
+          cv::v_select(other, anyones.v, pull.v)};
 }
 
 void BeautyStage::ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength,

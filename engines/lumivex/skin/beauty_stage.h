@@ -6,6 +6,7 @@
 
 #include "faces/faces.h"
 #include "pixels/cell_grid.h"
+#include "pixels/lanes.h"
 #include "pixels/mapped_rows.h"
 #include "pixels/nv12_view.h"
 #include "pixels/row_bands.h"
@@ -43,11 +44,21 @@ class BeautyStage {
   const CellMap &ShareToSharpen(float smooth);
 
  private:
+  // How far the chroma of four cells beside each other goes to a place, 0 to 1, and that place.
+  struct Pull {
+    Lanes part;
+    Lanes u;
+    Lanes v;
+  };
+
   void Fit(const YuvSpace &space, const BeautyStrength &strength, const cv::Range &rows, const RowBands &bands);
   void FitRow(int row, const YuvSpace &space, const BeautyStrength &strength);
+  Lanes Contrasts(int row, int column) const;
   void KeepEdges(int row);
   void BuildLumaRow(int row, const YuvSpace &space, const BeautyStrength &strength);
   void BuildChromaRow(int row, const BeautyStrength &strength);
+  Pull SmoothingPull(int row, int column, float redness) const;
+  Pull WhiteningPull(int row, int column, float whiten) const;
   void ApplyLuma(const Nv12View &view, const YuvSpace &space, const BeautyStrength &strength, const RowBands &bands);
   void ApplyChroma(const Nv12View &view, const BeautyStrength &strength, const RowBands &bands);
 
