@@ -1,5 +1,5 @@
-// A fake of the host's GL contexts and texture ends: the functions of textures/host_gl.h, defined in the test program, so
-// that they win over vanta_host's. Each call is noted in order.
+// A fake of the host's GL contexts and texture ends: the functions of textures/host_gl.h, defined in the test program,
+// so that they win over vanta_host's. Each call is noted in order.
 #pragma once
 
 #include <cstdint>

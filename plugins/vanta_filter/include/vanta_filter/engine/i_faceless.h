@@ -70,8 +70,8 @@ class IFaceless {
   virtual void SetEffectStateWithState(LXEffectState state) = 0;
   // Inside the effects that play. The open engine knows type 0, their opacity: 0 to 1.
   virtual void SetEffectIntensityWithType(LXEffectAdjustType type, float intensity) = 0;
-  // One picture or video beside the effects; it takes the place of the one before. Type 1 lets frames pass by the
-  // engine until a resource of another type is set.
+  // A picture or video for the effects that name it, else shown by itself; it takes the place of the one before. Type 1
+  // lets frames pass by the engine until a resource of another type is set.
   virtual void SetMediaResource(LXMediaResource resource) = 0;
   // Reaches no engine; the value is kept in the snapshot alone.
   virtual void SetBasicAdjustIntensity(int32_t type, float intensity) = 0;
