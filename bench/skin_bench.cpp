@@ -555,7 +555,7 @@ cv::Mat InCondition(const cv::Mat &bgr, const Condition &condition) {
 void TurnBoth(PortraitPicture &plain, PortraitPicture &spotted, std::vector<Spot> &spots, float degrees) {
   for (Spot &spot : spots) {
     PortraitPicture alone = plain;
-    alone.bgr = cv::Mat::zeros(plain.bgr.size(), CV_8UC3);
+    alone.bgr = cv::Mat(plain.bgr.size(), CV_8UC3, cv::Scalar());  // of its own: zeros() would clear the one they share
     cv::circle(alone.bgr, spot.middle, cvRound(spot.radius), cv::Scalar::all(255), cv::FILLED);
     vanta_test::TurnHead(alone, degrees);
     cv::Mat grey;
