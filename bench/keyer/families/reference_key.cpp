@@ -41,14 +41,21 @@ void FilterOverTime(KeyState &state, const std::vector<float> &raw, const std::v
       const size_t at = index(px, py);
       const float noise = std::min(deviation[at] * deviation[at], constants.noise_most);
       const float r = constants.time_base + noise * (constants.time_noise + constants.time_more_noise * noise);
-      float mean = 0;  // of the four pixels that are shaded together
+      // What is new in the four pixels that are shaded together, and in four around them.
+      float mean = 0, around = 0;
       for (const int dy : {0, 1})
         for (const int dx : {0, 1}) {
-          const size_t beside = index(px / 2 * 2 + dx, py / 2 * 2 + dy);
+          const int qx = px / 2 * 2 + dx, qy = py / 2 * 2 + dy;
+          const size_t beside = index(qx, qy);
+          const size_t outside =
+              index(qx + (2 * dx - 1) * constants.gate_reach, qy + (2 * dy - 1) * constants.gate_reach);
           mean += (raw[beside] - x[beside]) / 4;
+          around += (raw[outside] - x[outside]) / 4;
         }
+      const float wide = Lerp(around, mean, constants.wide_own);
       const float p = state.gain[at] * r;
-      const float gate = constants.gate * std::max(0.0f, mean * mean - constants.gate_from * (r + p));
+      const float gate = constants.gate * std::max(0.0f, mean * mean - constants.gate_from * r) +
+                         constants.wide_gate * std::max(0.0f, wide * wide - constants.wide_gate_from * r);
       const float predicted = std::min(1.0f, p + constants.drift * rate * rate * rate * rate + gate);
       const float gain = predicted / (predicted + r);
       const float z = raw[at];
@@ -91,9 +98,8 @@ ReferenceKey::Pixel ReferenceKey::At(const uint8_t *p) const {
   pixel.mixed = blue_ ? 0 : mixed;
   const float reach = std::max(pixel.along - constants_.aside_from, constants_.aside_least);
   const float aside = (u * x_ - v * y_) / z_ / reach;
-  const float noise = constants_.hue_noise * std::max(1 / z_ - constants_.bright_key, 0.0f) / reach;
   pixel.aside =
-      Saturate(constants_.greener * (aside - noise - constants_.greener_from)) -
+      Saturate(constants_.greener * (aside - constants_.greener_from)) -
       Saturate(constants_.redder * std::min(z_ * constants_.bright_key, 1.0f) * (-aside - constants_.redder_from));
   pixel.most = std::max(r, blue_ ? g : b);
   return pixel;
@@ -160,6 +166,7 @@ void ReferenceKey::FillMap() {
       Cell &cell = map_[static_cast<size_t>(cy) * kCellsX + static_cast<size_t>(cx)];
       cell.light = std::max(light / weight, 0.1f);
       cell.deviation = std::min(spread / spread_weight / cell.light, 0.15f);
+      cell.certainty = 1 - Smooth(0, constants_.inside_to, weight);
     }
   }
 }
@@ -175,7 +182,7 @@ ReferenceKey::Cell ReferenceKey::MapAt(float u, float v) const {
     return Lerp(Lerp(map_[y0 * kCellsX + x0].*m, map_[y0 * kCellsX + x1].*m, tx),
                 Lerp(map_[y1 * kCellsX + x0].*m, map_[y1 * kCellsX + x1].*m, tx), ty);
   };
-  return {mix(&Cell::light), mix(&Cell::deviation), 0, 0};
+  return {mix(&Cell::light), mix(&Cell::deviation), std::floor(mix(&Cell::certainty) * 15 + 0.5f) / 15, 0};
 }
 
 void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
@@ -266,21 +273,33 @@ float ReferenceKey::Transparency(const Pixel &p, float steep, const Cell &cell) 
   const float s = map_mixing_;
   const Ramp &a = blue_ ? constants_.encoded_blue : constants_.encoded,
              &b = blue_ ? constants_.linear_blue : constants_.linear;
-  const float black = Lerp(a.black, b.black, s) + cell.deviation * Lerp(a.noise, b.noise, s);
+  const float black =
+      std::max(Lerp(a.black, b.black, s) + cell.deviation * Lerp(a.noise, b.noise, s), constants_.black_least);
   const float aside = blue_ ? p.aside : 0, over = p.luma - key_luma_ * cell.light;
   const float brighter = std::clamp(over, 0.0f, 0.45f), darker = std::clamp(-over, 0.0f, 0.45f);
   const float protection = std::max(1 - p.most, 0.001f) / std::max(1 - key_most_ * cell.light, 0.05f);
   const float raw = p.raw + p.mixed * Saturate(constants_.mixed_steep * steep);
-  const float covered = raw / cell.light * std::sqrt(std::sqrt(protection));
+  const float length = blue_ ? constants_.key_length * (z_ - constants_.usual_key) : 0;
+  const float covered = raw / cell.light *
+                        std::pow(protection, blue_ ? constants_.white_power_blue : constants_.white_power) *
+                        (1 + length * s);
+  const float redder = std::max(-aside, 0.0f) * std::max(1 - constants_.redder_noise * cell.deviation, 0.0f);
+  const float greener =
+      std::min(std::max(aside, 0.0f) * std::max(1 - constants_.greener_noise * cell.deviation, 0.0f) *
+                   (1 - s * (1 - constants_.greener_linear)) * (1 - constants_.greener_steep * steep) *
+                   (1 + constants_.greener_inside * cell.certainty *
+                            std::max(1 - constants_.inside_noise * cell.deviation, 0.0f)),
+               1.0f);
   const float more = std::max(0.0f, constants_.redder_gain * (constants_.redder_to - covered));
-  const float hidden = covered * (1 - std::max(aside, 0.0f) * (1 - s) + std::max(-aside, 0.0f) * more);
+  const float hidden = covered * (1 - greener + redder * more);
   const float clear = 1 - hidden - black, x = std::max(0.0f, clear);
   float alpha = Saturate(x * (Lerp(a.gain, b.gain, s) + Lerp(a.lift, b.lift, s) * brighter) +
-                         Lerp(a.dark, b.dark, s) * std::max(darker - constants_.dark_from, 0.0f) *
+                         Lerp(a.dark, b.dark, s) *
+                             std::max(darker - (blue_ ? constants_.dark_from_blue : constants_.dark_from), 0.0f) *
                              Saturate(constants_.dark_key * (1 - hidden)));
   const float up =
       (x * (1 + Lerp(a.bend, b.bend, s) * brighter) - Lerp(a.from, b.from, s) - Lerp(a.steep, b.steep, s) * steep -
-       constants_.redder_from_whole * std::max(-aside, 0.0f) * (1 - s)) *
+       constants_.redder_from_whole * redder * (1 - s) + constants_.greener_whole * greener) *
       Lerp(1 / (a.to - a.from), 1 / (b.to - b.from), s);
   alpha += (1 - alpha) * Smooth(0, 1, up);
   // Below the black point the rest of the range says how far: a lower `alphaUp` shows it.

@@ -19,9 +19,11 @@ struct Ramp {
 
 struct KeyConstants {
   Ramp encoded{1.01f, 0.55f, 0.543f, 0.715f, -0.22f, 0.045f, 2.0f, 0.68f, 0.0f};
-  Ramp encoded_blue{1.068f, 0.53f, 0.458f, 0.541f, 0.09f, 0.057f, 2.0f, 0.57f, 1.3f};
+  Ramp encoded_blue{1.054f, 0.18f, 0.42f, 0.5689f, -0.284f, 0.058f, 2.579f, 0.114f, 0.77f};
   Ramp linear{0.963f, 0.425f, 0.628f, 0.721f, -0.1f, 0.1475f, 2.03f, 0.03f, 0.26f};
-  Ramp linear_blue{1.06f, 0.33f, 0.635f, 0.735f, 0.052f, 0.102f, 3.03f, 0.49f, 0.27f};
+  Ramp linear_blue{1.02f, 0.114f, 0.725f, 0.8139f, 0.096f, 0.108f, 3.099f, -1.018f, 0.272f};
+  float white_power = 0.25f, white_power_blue = 0.375f;  // of the white that is left to what is hidden
+  float black_least = 0.04f;
   float ratio_near = 0.08f, ratio_far = 0.16f;  // how far a backing's chroma over luma may lie from the key's
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
@@ -31,24 +33,35 @@ struct KeyConstants {
   // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
   // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
   // less than `redder_to` of the key.
-  float aside_from = 0.28f, aside_least = 0.15f;
-  float greener = 1.72f, greener_from = 0.07f;
-  // Noise of a dim key's hues: by one over the key's length, beyond that of a bright one.
-  float hue_noise = 0.004f, bright_key = 1.65f;
-  float redder = 6.0f, redder_from = -0.05f, redder_gain = 2, redder_to = 0.45f, redder_from_whole = 0.07f;
+  float aside_from = 0.256f, aside_least = 0.234f;
+  float greener = 0.984f, greener_from = 0.078f;
+  float bright_key = 1.65f;  // one over the length of a key from which on a redder hue counts wholly
+  float redder = 4.526f, redder_from = -0.002f, redder_gain = 0.6f, redder_to = 0.65f, redder_from_whole = 0.392f;
   // At an edge a hue beside the key's is mixed, not a colour of its own: how much of the key it gets back, before green
   // by how much the key changes from pixel to pixel, and that at most.
-  float mixed_blue = 0.10f, mixed_green = 0.12f, mixed_steep = 2.25f, steep_most = 0.3f;
-  float dark_from = 0.02f, dark_key = 8;  // beyond which darkness counts, and not where the key is whole
-  float forced_mixing = -1;               // 0 to 1: in place of the detector
+  float mixed_blue = 0.16f, mixed_green = 0.12f, mixed_steep = 2.25f, steep_most = 0.3f;
+  // Before blue: of a hue's effect, what noise and a steep key take; what of the greener one's light mixed leaves; how
+  // much more it has inside the front, and how much sooner it makes the front whole.
+  float greener_noise = 15.8f, redder_noise = 6.619f, greener_steep = 2.89f, greener_linear = 0.2f;
+  float greener_inside = 16.67f, greener_whole = 1.553f;
+  // Of the backing seen around, from which on a place is not inside; what noise takes of that it is.
+  float inside_to = 0.08f, inside_noise = 50;
+  // Before blue, in linear light: how much more a key of another length than this hides.
+  float usual_key = 0.6f, key_length = -0.363f;
+  // Beyond which darkness counts, and not where the key is whole.
+  float dark_from = 0.02f, dark_from_blue = 0.013f, dark_key = 8;
+  float forced_mixing = -1;  // 0 to 1: in place of the detector
   bool map = true;
   bool denoise = true;
   float snap = 0.075f;  // within which the temporal filter arrives at opaque or clear
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
-  float time_base = 0.005f, time_noise = 9, time_more_noise = 5000, noise_most = 0.13f / 36;
-  float blue_noise = 1.25f;  // of the deviation before blue, whose key the hue makes noisier
-  float drift = 0.0001f, gate = 12, gate_from = 0.12f;
+  float time_base = 0.0086f, time_noise = 9, time_more_noise = 2900, noise_most = 0.13f / 36;
+  float blue_noise = 1.5f;  // of the deviation before blue, whose key the hue makes noisier
+  float drift = 0.00005f, gate = 60, gate_from = 0.2f;
+  // The same for what is new around, so many pixels outside the four, with that part of their own.
+  int gate_reach = 4;
+  float wide_own = 0.45f, wide_gate = 150, wide_gate_from = 0.06f;
 };
 
 struct KeySettings {
@@ -74,7 +87,7 @@ class ReferenceKey {
 
   float Mixing() const { return mixing_; }  // 0 encoded, 1 linear
   struct Cell {
-    float light, deviation, certainty, ratio;
+    float light, deviation, certainty, ratio;  // in the map, certainty: that no backing is near
   };
   const std::vector<Cell> &Map() const { return map_; }
   // Of the mixing, above `mixing_green` or `mixing_blue` linear.

@@ -191,6 +191,21 @@ TEST_F(GreenScreenMatte, BluishClothInTheBackingsLightIsWhole) {
   EXPECT_GE(AlphaBeforeBlue({0.40f, 0.48f, 0.62f}, 0.9f, 0.15f), 250);
 }
 
+// In the backing's light and far from all of it; the key was picked where the backing is darkest.
+TEST_F(GreenScreenMatte, BluishClothIsWholeInsideTheFrontWithAKeyFromTheDark) {
+  const keyer_bench::Colour backing = kBackings[1];
+  constexpr uint32_t kCloth = 96;
+  constexpr float kLit[3] = {0.352f + 0.017f, 0.4224f + 0.0392f, 0.5456f + 0.1092f};
+  Picture picture = Scene(backing);
+  for (uint32_t y = 0; y < kHeight; ++y)
+    for (uint32_t x = kCloth; x < kWidth; ++x)
+      for (size_t c = 0; c < 3; ++c) picture.At(x, y)[c] = static_cast<uint8_t>(std::lround(255 * kLit[c]));
+  PaintedSource source;
+  source.Paint(picture);
+  const GreenScreen filter(source.Get(), KeyOf({0.6f * backing.r, 0.6f * backing.g, 0.6f * backing.b}));
+  EXPECT_GE(Settled(source).At((kCloth + kWidth) / 2, kHeight / 2)[3], 250);
+}
+
 TEST_F(GreenScreenMatte, BrownHairThatHidesSixTenthsOfABlueBackingIsNotWhole) {
   EXPECT_LE(AlphaBeforeBlue({0.26f, 0.17f, 0.11f}, 0.6f, 0.4f), 225);
 }
@@ -348,11 +363,33 @@ TEST_F(GreenScreenMatte, FollowsThePictureOverTimeAsTheSameArithmeticOnTheCpu) {
         state.gain[i] = gain;
       }
       EXPECT_LE(worst, 0.0005f) << "frame " << frame << ", q " << q;
-      EXPECT_LE(worst_gain, 0.004f) << "frame " << frame << ", q " << q;
+      EXPECT_LE(worst_gain, 0.006f) << "frame " << frame << ", q " << q;
       EXPECT_EQ(others, 0) << "frame " << frame << ", q " << q;
       EXPECT_LE(at_limit, 1) << "frame " << frame << ", q " << q;
     }
   }
+}
+
+// So slowly that a pixel's own noise hides it: only its neighbours tell that it moves.
+TEST_F(GreenScreenMatte, FollowsWhatMovesAsSlowlyAsNoiseTrembles) {
+  DenoiseTechnique technique;
+  std::mt19937 random(5);
+  std::normal_distribution<float> grain(0, 0.01f);
+  constexpr float kStep = 0.02f;
+  constexpr int kRests = 6, kFrames = 14;
+  double lag = 0;
+  for (int frame = 0; frame < kFrames; ++frame) {
+    const float t = 0.2f + kStep * static_cast<float>(std::max(frame - kRests, 0));
+    std::vector<uint8_t> key;
+    for (uint32_t i = 0; i < kWidth * kHeight; ++i) {
+      const auto steps = static_cast<unsigned>(std::lround((t + grain(random)) * 255 * 16));
+      key.insert(key.end(), {static_cast<uint8_t>(steps / 16), static_cast<uint8_t>(steps % 16 * 16), 80, 15});
+    }
+    lag = 0;
+    for (const float found : TransparenciesOf(technique.Next(key, 15)))
+      lag += static_cast<double>(t - found) / (kWidth * kHeight);
+  }
+  EXPECT_LE(lag, 0.55 * static_cast<double>(kStep));
 }
 
 struct Control {
