@@ -133,6 +133,8 @@ TEST_F(GreenScreenPicture, AnAsynchronousSourceIsKeyed) {
       frame.Get()->data[1][y * frame.Get()->linesize[1] + x * 2 + 1] = grey ? 128 : 26;
     }
   }
+  source.Feed(frame);
+  WaitForTicks(2);  // the source has a size now, before it is drawn for the first time
   source.Show();
   source.Feed(frame);
   WaitForTicks(3);
