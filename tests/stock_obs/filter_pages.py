@@ -10,7 +10,7 @@ from obs_client import await_value
 
 LEFT, TOP, WIDTH, HEIGHT = 20, 20, 1000, 960
 PATIENCE = 300  # seconds, for what is tried again: on a machine of many others' work one try alone takes half a minute
-BORDER_WIDTH, TITLE_HEIGHT = 1, 22  # what openbox puts around a window
+MOST_BORDER, MOST_TITLE = 10, 60  # pixels that openbox puts around a window, by its theme and the fonts that are there
 FILTER_X, FIRST_FILTER_Y, FILTER_STEP = 88, 555, 34  # entries of the lower list, pixels of the screen
 ADD_X, ADD_Y = 50, 950  # the + below that list
 BESIDE_THE_MENU = 640, 300
@@ -74,7 +74,6 @@ class FiltersWindow:
         self.obs, self.source = obs, source
 
         former = named(source)
-        place = (LEFT + BORDER_WIDTH, TOP + TITLE_HEIGHT, WIDTH, HEIGHT)
 
         def opened():  # each request closes the window of the one before: it is not made twice while that is on its way
             obs.ask("OpenInputFiltersDialog", inputName=source)
@@ -87,7 +86,11 @@ class FiltersWindow:
                 xdotool("windowsize", window, WIDTH, HEIGHT)
                 xdotool("windowmove", window, LEFT, TOP)
             self.settle()
-            return [geometry(window) for window in named(source)] == [place]
+            places = [geometry(window) for window in named(source)]
+            if len(places) != 1 or places[0][2:] != (WIDTH, HEIGHT):
+                return False
+            border, self.title_height = places[0][0] - LEFT, places[0][1] - TOP
+            return 0 <= border <= MOST_BORDER and 0 <= self.title_height <= MOST_TITLE
 
         await_value("the window's place", stands, PATIENCE)
 
@@ -148,7 +151,7 @@ class FiltersWindow:
     def cancel(self, dialog):
         """By its button, at the lower right: Escape may reach the window behind it, too."""
         left, top, width, height = await_value("the dialog's place", lambda: geometry(dialog))
-        x, y = left + width - 60, top + height - 30 - TITLE_HEIGHT
+        x, y = left + width - 60, top + height - 30 - self.title_height
 
         def closed():
             self.click(x, y)
