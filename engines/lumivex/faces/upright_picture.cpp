@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <opencv2/imgproc.hpp>
 
+#include "pixels/two_thirds.h"
+
 namespace lumivex {
 namespace {
 
@@ -43,7 +45,11 @@ void UprightPicture::ShrinkLuma(const cv::Size &size) {
   } else {
     cv::resize(y_(cv::Rect({0, 0}, even)), small_y_, half, 0, 0, cv::INTER_AREA);
     if (half != size) {
-      cv::resize(small_y_, smaller_y_, size, 0, 0, cv::INTER_LINEAR);
+      if (half * 2 == size * 3) {
+        TwoThirds(small_y_, smaller_y_);
+      } else {
+        cv::resize(small_y_, smaller_y_, size, 0, 0, cv::INTER_LINEAR);
+      }
       y_ = smaller_y_;
       return;
     }
@@ -59,7 +65,12 @@ void UprightPicture::ShrinkChroma(const cv::Mat &uv, const cv::Size &size) {
     for (size_t i = 0; i < split_.size(); ++i) cv::resize(wide_[i], split_[i], size, 0, 0, cv::INTER_AREA);
     return;
   }
-  cv::resize(uv, small_uv_, size, 0, 0, cv::INTER_LINEAR);
+  if (uv.size() == size * 3) {  // nothing lies between: the middle one of nine
+    cv::resize(uv(cv::Rect(1, 1, uv.cols - 1, uv.rows - 1)), small_uv_, cv::Size(), 1 / 3.0, 1 / 3.0,
+               cv::INTER_NEAREST);
+  } else {
+    cv::resize(uv, small_uv_, size, 0, 0, cv::INTER_LINEAR);
+  }
   cv::split(small_uv_, split_.data());
 }
 

@@ -14,6 +14,7 @@ namespace tessera {
 namespace {
 
 constexpr float kDensity = 18;  // pixels per unit
+constexpr int kColumns = 54;
 const cv::Rect2f kWindow(-1.5F, -0.6F, 3, 2.7F);
 
 constexpr float kApart = 0.045F;  // places that are compared, units
@@ -75,29 +76,29 @@ FaceDetails Details(const cv::Mat &luma, const Placement &placement) {
 // What lies along a line across a picture, between two of its rows.
 class Line {
  public:
-  Line(const cv::Mat &picture, float y) : columns_(picture.cols) {
+  Line(const cv::Mat &picture, float y) {
     const float row = (y - kWindow.y) * kDensity - 0.5F;
     const int top = cvFloor(row);
     if (top < 0 || top + 1 >= picture.rows) return;
-    above_ = picture.ptr<float>(top);
-    below_ = picture.ptr<float>(top + 1);
-    down_ = row - static_cast<float>(top);
+    const auto *above = picture.ptr<float>(top);
+    const auto *below = picture.ptr<float>(top + 1);
+    const float down = row - static_cast<float>(top);
+    columns_ = std::min(picture.cols, kColumns);
+    for (int x = 0; x < columns_; ++x) values_[static_cast<size_t>(x)] = Mixed(above[x], below[x], down);
   }
 
   // 0 outside of the picture.
   float At(float x) const {
     const float column = (x - kWindow.x) * kDensity - 0.5F;
     const int left = cvFloor(column);
-    if (!above_ || left < 0 || left + 1 >= columns_) return 0;
-    const float across = column - static_cast<float>(left);
-    return Mixed(Mixed(above_[left], above_[left + 1], across), Mixed(below_[left], below_[left + 1], across), down_);
+    if (left < 0 || left + 1 >= columns_) return 0;
+    const auto at = static_cast<size_t>(left);
+    return Mixed(values_[at], values_[at + 1], column - static_cast<float>(left));
   }
 
  private:
-  const float *above_ = nullptr;
-  const float *below_ = nullptr;
-  float down_ = 0;
-  int columns_;
+  std::array<float, kColumns> values_;
+  int columns_ = 0;
 };
 
 // How alike both sides of some places are when the head is turned so far, -1 to 1.
