@@ -1,5 +1,5 @@
 // Bounds on the distance between the points and the hand marks, as parts of the distance between the eyes: well above
-// the worst that bench/tessera_accuracy.cpp measures. Each picture is the first of its runner.
+// the worst that bench/faces/tessera_accuracy.cpp measures. Each picture is the first of its runner.
 #include <gtest/gtest.h>
 
 #include <algorithm>
