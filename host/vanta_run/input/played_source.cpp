@@ -63,6 +63,10 @@ void PlayedSource::Restart() {
   if (media_ != nullptr) obs_source_media_restart(media_);
 }
 
+void PlayedSource::Pause(bool paused) {
+  if (media_ != nullptr) obs_source_media_play_pause(media_, paused);
+}
+
 void PlayedSource::Play() {
   if (still_) still_->Play();
 }

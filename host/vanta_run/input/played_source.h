@@ -21,6 +21,8 @@ class PlayedSource {
   obs_source_t *get() const { return still_ ? still_->source() : media_ ? media_.Get() : camera_.Get(); }
   // From the first frame again. Only files have one.
   void Restart();
+  // A file stands still, or goes on. Live only.
+  void Pause(bool paused);
   bool Ended() const;
   // In step: a file begins when it becomes active; pictures and colours begin now.
   void Play();

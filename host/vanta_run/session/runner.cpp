@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "clock/worker_gate.h"
 #include "commands/settings_update.h"
 #include "common/failure.h"
 #include "session/display_loss.h"
@@ -13,19 +14,21 @@
 namespace vanta_run {
 namespace {
 
-constexpr double kPictureTime = 2;      // seconds, for pictures of a run without an end
-constexpr double kFirstMark = 0.3;      // seconds into the run; then one frame is followed each second
-constexpr double kWarmUpLimit = 30;     // seconds
-constexpr double kNoPictureLimit = 10;  // seconds
-constexpr double kLastFramesLimit = 5;  // seconds
-constexpr double kFramesAtEnd = 1;      // seconds for the same, once somebody has asked for the end
-constexpr double kCanvasLimit = 5;      // seconds
-constexpr double kLoadLimit = 10;       // seconds that pictures and the end wait for files that are being read
-constexpr double kDrainSeconds = 0.25;  // without a new frame, after the end of the input
-constexpr double kRestartPause = 0.5;   // seconds; libobs restarts a file at its next tick
-constexpr uint64_t kSettledFrames = 3;  // the engine's report comes a little before its first frame
-constexpr double kAggregateLook = 1;    // seconds
-constexpr double kMoment = 1e-3;        // seconds
+constexpr double kPictureTime = 2;        // seconds, for pictures of a run without an end
+constexpr double kFirstMark = 0.3;        // seconds into the run; then one frame is followed each second
+constexpr double kWarmUpLimit = 30;       // seconds
+constexpr double kNoPictureLimit = 10;    // seconds
+constexpr double kLeastDuration = 2;      // seconds of a file
+constexpr double kFirstFramesTime = 0.7;  // seconds, in which a first face is found
+constexpr double kLastFramesLimit = 5;    // seconds
+constexpr double kFramesAtEnd = 1;        // seconds for the same, once somebody has asked for the end
+constexpr double kCanvasLimit = 5;        // seconds
+constexpr double kLoadLimit = 10;         // seconds that pictures and the end wait for files that are being read
+constexpr double kDrainSeconds = 0.25;    // without a new frame, after the end of the input
+constexpr double kRestartPause = 0.5;     // seconds; libobs restarts a file at its next tick
+constexpr uint64_t kSettledFrames = 3;    // the engine's report comes a little before its first frame
+constexpr double kAggregateLook = 1;      // seconds
+constexpr double kMoment = 1e-3;          // seconds
 constexpr int kPollMs = 20;
 
 double Seconds(uint64_t since_ns) {
@@ -85,8 +88,43 @@ bool Runner::WarmUp(RunFigures &figures) {
   return true;
 }
 
+// A frame that comes while the worker makes the engine, or looks at its first faces, stands in the filter's queue for
+// the next minute. So a file gives its first ones singly: it stands still until the worker is through with each. It
+// stands still at the end, too; where the run is not settled then it plays, and so does a file that would end
+// meanwhile: false.
+bool Runner::GiveFirstFramesSingly() {
+  if (p_.stage.filter() == nullptr || p_.input.duration < kLeastDuration) return false;
+  const uint64_t start = os_gettime_ns();
+  const auto await = [&](const std::function<bool()> &condition, double limit) {
+    const uint64_t asked = os_gettime_ns();
+    while (!condition()) {
+      if (p_.interrupt.Wait(1) || Seconds(asked) > limit) return false;
+    }
+    return true;
+  };
+  const auto settled = [&] {
+    return vanta_host_get_engine_state() != VANTA_ENGINE_UNKNOWN && p_.meter.Counts().out >= kSettledFrames;
+  };
+  while (Seconds(start) < kFirstFramesTime || !settled()) {
+    const FrameCounts before = p_.meter.Counts();
+    const uint64_t slept = WorkerSleeps(WorkerKind::kBeauty);
+    p_.stage.Pause(false);
+    const auto entered = [&] { return p_.meter.Counts().in > before.in || p_.stage.Ended(); };
+    if (!await(entered, kNoPictureLimit) || p_.stage.Ended()) break;
+    p_.stage.Pause(true);
+    const auto through = [&] {  // or the filter passes frames by
+      return WorkerSleeps(WorkerKind::kBeauty) > slept || p_.meter.Counts().out > before.out;
+    };
+    if (!await(through, kWarmUpLimit)) break;
+  }
+  if (settled()) return true;
+  p_.stage.Restart();
+  return false;
+}
+
 bool Runner::WarmUpLive() {
   const uint64_t start = os_gettime_ns();
+  if (GiveFirstFramesSingly()) return true;
   uint64_t out_at_word = 0;
   double restarted = 0;
   bool word = p_.stage.filter() == nullptr;  // without the filter no engine is asked
@@ -136,6 +174,7 @@ void Runner::Begin() {
 
 void Runner::BeginLive() {
   const uint64_t in_before = p_.meter.Counts().in;
+  p_.stage.Pause(false);
   p_.stage.Restart();
   const uint64_t asked = os_gettime_ns();
   while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {

@@ -61,6 +61,7 @@ class Runner {
  private:
   bool WarmUp(RunFigures &figures);
   bool WarmUpLive();
+  bool GiveFirstFramesSingly();
   void Begin();
   void BeginLive();
   const char *Play(RunFigures &figures);  // what ended it

@@ -44,6 +44,7 @@ class Stage {
   // Draws the source with its filters, where nobody sees it.
   void DrawUnseen() const;
   void Restart() { source_->Restart(); }
+  void Pause(bool paused) { source_->Pause(paused); }
   bool Ended() const { return source_->Ended(); }
   // The beauty filter; null where there is none.
   obs_source_t *filter() const { return filter_; }
