@@ -66,7 +66,8 @@ Ellipsoid FitTo(const Face &face) {
   return result;
 }
 
-void LightFace(const Face &face, const Orientation &orientation, int cell, cv::Mat &light) {
+// On the rows first <= row < end.
+void LightFace(const Face &face, const Orientation &orientation, int cell, int first, int end, cv::Mat &light) {
   const Ellipsoid body = FitTo(face);
   // The light in the face's axes.
   const FramePoint beam = Stored(orientation, -kToLeft, -kUp);
@@ -78,9 +79,9 @@ void LightFace(const Face &face, const Orientation &orientation, int cell, cv::M
   const auto index = [cell](float pixels, int count) {
     return static_cast<int>(std::clamp(pixels / static_cast<float>(cell), 0.0f, static_cast<float>(count)));
   };
-  const int last_row = index(body.middle.y + reach + static_cast<float>(cell), light.rows);
+  const int last_row = std::min(end, index(body.middle.y + reach + static_cast<float>(cell), light.rows));
   const int last_column = index(body.middle.x + reach + static_cast<float>(cell), light.cols);
-  for (int row = index(body.middle.y - reach, light.rows); row < last_row; ++row) {
+  for (int row = std::max(first, index(body.middle.y - reach, light.rows)); row < last_row; ++row) {
     float *lights = light.ptr<float>(row);
     for (int column = index(body.middle.x - reach, light.cols); column < last_column; ++column) {
       const float x = (static_cast<float>(column) + 0.5f) * static_cast<float>(cell) - body.middle.x;
@@ -113,10 +114,12 @@ void LightFace(const Face &face, const Orientation &orientation, int cell, cv::M
 
 }  // namespace
 
-void LightFaces(const Faces &faces, const Orientation &orientation, int cell, cv::Mat &light) {
-  // setTo takes memory of its own for it.
-  for (int row = 0; row < light.rows; ++row) std::fill_n(light.ptr<float>(row), light.cols, 0.0f);
-  for (const Face &face : faces) LightFace(face, orientation, cell, light);
+void LightFaces(const Faces &faces, const Orientation &orientation, int cell, const RowBands &bands, cv::Mat &light) {
+  bands.Run(light.rows, std::max(RowBands::kRows / cell, 1), [&](int first, int end, int) {
+    // setTo takes memory of its own for it.
+    for (int row = first; row < end; ++row) std::fill_n(light.ptr<float>(row), light.cols, 0.0f);
+    for (const Face &face : faces) LightFace(face, orientation, cell, first, end, light);
+  });
 }
 
 }  // namespace lumivex

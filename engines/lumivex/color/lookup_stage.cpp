@@ -19,6 +19,15 @@ Rgb Clamped(const Rgb &rgb) {
 uint32_t CodeOf(const uint8_t *codes) {
   return codes[0] | static_cast<uint32_t>(codes[1]) << 8;
 }
+uint64_t CodeOf(const LookupChroma &chroma) {
+  return chroma.u | static_cast<uint64_t>(chroma.v) << 8;
+}
+
+// As they lie in memory.
+uint64_t FourCodes(uint8_t first, uint8_t second, uint8_t third, uint8_t fourth) {
+  return first | static_cast<uint32_t>(second) << 8 | static_cast<uint32_t>(third) << 16 |
+         static_cast<uint32_t>(fourth) << 24;
+}
 
 // Of 16 pixels of a row, in pairs.
 cv::v_uint16x8 PairSums(const uint8_t *pixels) {
@@ -52,7 +61,8 @@ void LookupStage::Apply(const Nv12View &view, const YuvSpace &space, const std::
 // Rows of chroma.
 void LookupStage::ApplyRows(const Nv12View &view, int first, int end) {
   for (int row = first; row < end; ++row) {
-    const int whole = 2 * row + 1 < view.height ? view.width / 2 : 0;  // pairs with all of their four pixels
+    const int pairs = 2 * row + 1 < view.height ? view.width / 2 : 0;  // with all of their four pixels
+    const int whole = pairs / 4 * 4;
     for (int x = 0; x < whole; x += kBlock)
       ApplyBlock(view.UvRow(row) + 2 * x, view.YRow(2 * row) + 2 * x, view.YRow(2 * row + 1) + 2 * x,
                  std::min(kBlock, whole - x));
@@ -60,27 +70,37 @@ void LookupStage::ApplyRows(const Nv12View &view, int first, int end) {
   }
 }
 
-// Each pixel costs one load of it, one of the table and one store: more would be the slowest part of a frame.
+// Each pixel costs one load of it and one of the table, and four pairs are stored at once: more would be the slowest
+// part of a frame. `pairs` is a multiple of four.
 void LookupStage::ApplyBlock(uint8_t *codes, uint8_t *upper, uint8_t *lower, int pairs) {
   const std::atomic<const Column *> *by_code = by_code_.get();
+  const auto column_of = [&](uint32_t code) -> const Column & {
+    const Column *column = by_code[code].load(std::memory_order_acquire);
+    return column ? *column : MakeColumn(code);
+  };
   std::array<uint8_t, kBlock> means;
   MeansOf(upper, lower, pairs, means.data());
-  for (int x = 0; x < pairs; ++x, codes += 2, upper += 2, lower += 2) {
-    const uint32_t code = CodeOf(codes);
-    const Column *column = by_code[code].load(std::memory_order_acquire);
-    if (!column) column = &MakeColumn(code);
-    const Chroma chroma = column->chroma[means[static_cast<size_t>(x)]];
-    const uint8_t *y = column->y.data();
-    const uint8_t changed[4] = {y[upper[0]], y[upper[1]], y[lower[0]], y[lower[1]]};
+  const uint8_t *mean = means.data();
+  for (int x = 0; x < pairs; x += 4, codes += 8, upper += 8, lower += 8, mean += 4) {
+    const Column &a = column_of(CodeOf(codes));
+    const Column &b = column_of(CodeOf(codes + 2));
+    const Column &c = column_of(CodeOf(codes + 4));
+    const Column &d = column_of(CodeOf(codes + 6));
+    const auto luma = [&](const uint8_t *y) {
+      return FourCodes(a.y[y[0]], a.y[y[1]], b.y[y[2]], b.y[y[3]]) |
+             FourCodes(c.y[y[4]], c.y[y[5]], d.y[y[6]], d.y[y[7]]) << 32;
+    };
+    const uint64_t chroma = CodeOf(a.chroma[mean[0]]) | CodeOf(b.chroma[mean[1]]) << 16 |
+                            CodeOf(c.chroma[mean[2]]) << 32 | CodeOf(d.chroma[mean[3]]) << 48;
+    const uint64_t changed_upper = luma(upper);
+    const uint64_t changed_lower = luma(lower);
     std::memcpy(codes, &chroma, sizeof(chroma));
-    upper[0] = changed[0];
-    upper[1] = changed[1];
-    lower[0] = changed[2];
-    lower[1] = changed[3];
+    std::memcpy(upper, &changed_upper, sizeof(changed_upper));
+    std::memcpy(lower, &changed_lower, sizeof(changed_lower));
   }
 }
 
-// A pair at the edge of a frame of odd size, which lacks pixels.
+// A pair at the edge of a frame, which may lack pixels.
 void LookupStage::ApplyEdge(const Nv12View &view, int row, int x) {
   uint8_t *codes = view.UvRow(row) + 2 * x;
   const Column &column = ColumnOf(CodeOf(codes));
@@ -95,7 +115,7 @@ void LookupStage::ApplyEdge(const Nv12View &view, int row, int x) {
       pixels[pixel] = column.y[pixels[pixel]];
     }
   }
-  const Chroma chroma = column.chroma[static_cast<size_t>((sum + count / 2) / count)];
+  const LookupChroma chroma = column.chroma[static_cast<size_t>((sum + count / 2) / count)];
   std::memcpy(codes, &chroma, sizeof(chroma));
 }
 

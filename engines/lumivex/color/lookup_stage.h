@@ -14,6 +14,11 @@
 
 namespace lumivex {
 
+struct LookupChroma {
+  uint8_t u;
+  uint8_t v;
+};
+
 // The table is turned once into a grid over the frame's own codes, 33 nodes an axis, that holds what the table adds to
 // each of them; so a table that changes nothing leaves every code as it is, also those that no RGB colour has. Each
 // chroma code that a picture uses gets a column of its own out of that grid when it is first met: the codes that every
@@ -43,14 +48,10 @@ class LookupStage {
     int16_t u;
     int16_t v;
   };
-  struct Chroma {
-    uint8_t u;
-    uint8_t v;
-  };
   // By luma; chroma by the mean of the pixels that share it.
-  struct Column {
+  struct alignas(64) Column {  // whole cache lines
     std::array<uint8_t, 256> y;
-    std::array<Chroma, 256> chroma;
+    std::array<LookupChroma, 256> chroma;
   };
 
   void Prepare(const YuvSpace &space, const std::shared_ptr<const LookupTable> &table, float strength);

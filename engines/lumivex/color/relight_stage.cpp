@@ -32,44 +32,58 @@ float Centre(int index, int count) {
   return (static_cast<float>(index) + 0.5f) / static_cast<float>(count);
 }
 
+size_t Padded(int width, int step) {
+  return static_cast<size_t>((width + step - 1) / step * step);
+}
+
 }  // namespace
 
 void RelightStage::Apply(const Nv12View &view, const YuvSpace &space, const Orientation &orientation,
-                         const Faces &faces, float strength) {
+                         const Faces &faces, float strength, const RowBands &bands) {
   Prepare(view.width, view.height, orientation);
-  FollowFaces(orientation, faces);
+  scratch_.resize(static_cast<size_t>(bands.Threads()));
+  for (Scratch &scratch : scratch_) {
+    scratch.out.resize(Padded(view.width, kStep));
+    scratch.face_light.resize(Padded(view.width, kStep * kCell));  // a map fills its row by so many pixels
+  }
+  FollowFaces(orientation, faces, bands);
+  // The curve reaches span * span / 2 at middle grey; of that the two high products leave 1/32nds of a level.
+  const float curve_top = static_cast<float>(space.span * space.span) / 2.0f;
+  const float scale = strength * kLift * static_cast<float>(space.span) * 32.0f * 2.0f * 65536.0f / curve_top;
+  bands.Run(view.height, RowBands::kRows, [&](int first, int end, int thread) {
+    for (int row = first; row < end; ++row) LightRow(view, space, row, scale, scratch_[static_cast<size_t>(thread)]);
+  });
+}
+
+void RelightStage::LightRow(const Nv12View &view, const YuvSpace &space, int row, float scale, Scratch &scratch) const {
   const cv::v_int16x8 black = cv::v_setall_s16(static_cast<int16_t>(space.black));
   const cv::v_int16x8 span = cv::v_setall_s16(static_cast<int16_t>(space.span));
   const cv::v_int16x8 zero = cv::v_setzero_s16();
   const cv::v_int16x8 half = cv::v_setall_s16(16);
-  // The curve reaches span * span / 2 at middle grey; of that the two high products leave 1/32nds of a level.
-  const float curve_top = static_cast<float>(space.span * space.span) / 2.0f;
-  const float scale = strength * kLift * static_cast<float>(space.span) * 32.0f * 2.0f * 65536.0f / curve_top;
-
+  const auto amount_of = [](float amount) {
+    return cv::v_setall_s16(static_cast<int16_t>(std::lround(std::clamp(amount, 0.0f, 32767.0f))));
+  };
   const bool shapes = share_of_faces_ > 0.0f;
-  const cv::v_int16x8 face_amount =
-      cv::v_setall_s16(static_cast<int16_t>(std::lround(std::clamp(scale * share_of_faces_, 0.0f, 32767.0f))));
-  for (int row = 0; row < view.height; ++row) {
-    if (shapes) face_map_.ExpandToLuma(row, blended_, face_row_.data());
-    uint8_t *pixels = view.YRow(row);
-    std::memcpy(out_row_.data(), pixels, static_cast<size_t>(view.width));
-    const cv::v_int16x8 amount = cv::v_setall_s16(static_cast<int16_t>(
-        std::lround(std::clamp(scale * (1.0f - share_of_faces_) * rows_[static_cast<size_t>(row)], 0.0f, 32767.0f))));
-    for (int x = 0; x < view.width; x += kStep) {
-      const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out_row_.data() + x));
-      const cv::v_int16x8 level = cv::v_min(cv::v_max(here - black, zero), span);
-      const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
-      cv::v_int16x8 light = cv::v_mul_hi(cv::v_load(columns_.data() + x), amount);
-      if (shapes) light += cv::v_mul_hi(cv::v_load(face_row_.data() + x), face_amount);
-      const cv::v_int16x8 added = cv::v_mul_hi(curve, light);
-      cv::v_pack_u_store(out_row_.data() + x, ((here << 5) + added + half) >> 5);
-    }
-    std::memcpy(pixels, out_row_.data(), static_cast<size_t>(view.width));
+  const cv::v_int16x8 face_amount = amount_of(scale * share_of_faces_);
+  const cv::v_int16x8 amount = amount_of(scale * (1.0f - share_of_faces_) * rows_[static_cast<size_t>(row)]);
+  if (shapes) face_map_.ExpandToLuma(row, scratch.blended, scratch.face_light.data());
+  uint8_t *pixels = view.YRow(row);
+  uint8_t *out = scratch.out.data();
+  std::memcpy(out, pixels, static_cast<size_t>(view.width));
+  for (int x = 0; x < view.width; x += kStep) {
+    const cv::v_int16x8 here = cv::v_reinterpret_as_s16(cv::v_load_expand(out + x));
+    const cv::v_int16x8 level = cv::v_min(cv::v_max(here - black, zero), span);
+    const cv::v_int16x8 curve = cv::v_mul_wrap(level, span - level) << 1;
+    cv::v_int16x8 light = cv::v_mul_hi(cv::v_load(columns_.data() + x), amount);
+    if (shapes) light += cv::v_mul_hi(cv::v_load(scratch.face_light.data() + x), face_amount);
+    const cv::v_int16x8 added = cv::v_mul_hi(curve, light);
+    cv::v_pack_u_store(out + x, ((here << 5) + added + half) >> 5);
   }
+  std::memcpy(pixels, out, static_cast<size_t>(view.width));
 }
 
 // The first frame begins with what it has.
-void RelightStage::FollowFaces(const Orientation &orientation, const Faces &faces) {
+void RelightStage::FollowFaces(const Orientation &orientation, const Faces &faces, const RowBands &bands) {
   const float wanted = faces.empty() ? 0.0f : 1.0f;
   share_of_faces_ = has_run_ ? std::clamp(wanted, share_of_faces_ - kFade, share_of_faces_ + kFade) : wanted;
   has_run_ = true;
@@ -77,13 +91,13 @@ void RelightStage::FollowFaces(const Orientation &orientation, const Faces &face
   const int columns = (width_ + kCell - 1) / kCell;
   const int rows = (height_ + kCell - 1) / kCell;
   face_light_.create(rows, columns, CV_32F);
-  LightFaces(faces, orientation, kCell, face_light_);
+  LightFaces(faces, orientation, kCell, bands, face_light_);
   face_map_.Resize(columns, rows);
   for (int row = 0; row < rows; ++row) {
     const float *lights = face_light_.ptr<float>(row);
     int16_t *map = face_map_.Row(row);
     for (int column = 0; column < columns; ++column)
-      map[column] = static_cast<int16_t>(std::lround(lights[column] * 32767.0f));
+      map[column] = static_cast<int16_t>(static_cast<int>(lights[column] * 32767.0f + 0.5f));
   }
 }
 
@@ -94,11 +108,7 @@ void RelightStage::Prepare(int width, int height, const Orientation &orientation
   orientation_ = orientation;
   has_run_ = false;
   share_of_faces_ = 0.0f;
-  constexpr int kWholeCells = kStep * kCell;  // a map fills its row by so many pixels
-  face_row_.assign(static_cast<size_t>((width + kWholeCells - 1) / kWholeCells * kWholeCells), 0);
-  const auto padded = static_cast<size_t>((width + kStep - 1) / kStep * kStep);
-  columns_.assign(padded, 0);
-  out_row_.assign(padded, 0);
+  columns_.assign(Padded(width, kStep), 0);
   rows_.resize(static_cast<size_t>(height));
   const bool sideways = orientation.quarter_turns % 2 != 0;
   for (int x = 0; x < width; ++x) {

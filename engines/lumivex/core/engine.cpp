@@ -91,7 +91,7 @@ void Engine::RunStages(const LX::FrameData &frame, const Nv12View &view, FrameTi
   }
   if (const float relight = applied_.Relight(); relight > 0.0f) {
     const Orientation orientation = OrientationOf(frame.rotation, frame.flip != 0);
-    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, faces_.Found(), relight); });
+    Timed(times[Stage::kRelight], [&] { relight_.Apply(view, space, orientation, faces_.Found(), relight, bands_); });
   }
   const bool adjust = applied_.Enabled(kEffectAdjust);
   const float brightness = applied_.Beauty(kBeautyBrightness);

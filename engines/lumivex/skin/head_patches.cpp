@@ -265,7 +265,9 @@ int HeadPatches::CountFeatures(int &blocks) {
 void HeadPatches::SpreadToCells(const cv::Size &cells) {
   kinds_.create(cells, CV_8U);
   for (int y = 0; y < rows_; ++y) {
-    const int end_row = std::min((y + 1) * side_, cells.height);
+    const int first_row = y * side_;
+    const int end_row = std::min(first_row + side_, cells.height);
+    uint8_t *kinds = kinds_.ptr<uint8_t>(first_row);
     for (int x = 0; x < columns_; ++x) {
       uint8_t kind = block_kinds_[static_cast<size_t>(y * columns_ + x)];
       for (int row = std::max(y - 1, 0); kind == kNothing && row <= std::min(y + 1, rows_ - 1); ++row) {
@@ -273,9 +275,9 @@ void HeadPatches::SpreadToCells(const cv::Size &cells) {
           kind = std::max(kind, block_kinds_[static_cast<size_t>(row * columns_ + column)]);
       }
       const int end_column = std::min((x + 1) * side_, cells.width);
-      for (int row = y * side_; row < end_row; ++row)
-        std::fill(kinds_.ptr<uint8_t>(row) + x * side_, kinds_.ptr<uint8_t>(row) + end_column, kind);
+      for (int column = x * side_; column < end_column; ++column) kinds[column] = kind;
     }
+    for (int row = first_row + 1; row < end_row; ++row) std::copy_n(kinds, cells.width, kinds_.ptr<uint8_t>(row));
   }
 }
 

@@ -23,7 +23,7 @@ void WarpField::Begin(int width, int height) {
   rows_ = tile_rows_ * kTileNodes + 1;
   nodes_.assign(static_cast<size_t>(columns_) * static_cast<size_t>(rows_), FramePoint{});
   tiles_.assign(static_cast<size_t>(tile_columns_) * static_cast<size_t>(tile_rows_), 0);
-  touched_ = false;
+  touched_ = {};
   moves_ = false;
   longest_ = 0.0f;
   farthest_ = 0.0f;
@@ -77,17 +77,20 @@ bool WarpField::TileEnlarges(int tile_row, int tile_column) const {
 }
 
 void WarpField::End() {
-  if (!touched_) return;
-  for (int row = 0; row < rows_; ++row) {
-    for (int column = 0; column < columns_; ++column) {
+  if (touched_.empty()) return;
+  for (int row = touched_.y; row < touched_.br().y; ++row) {
+    for (int column = touched_.x; column < touched_.br().x; ++column) {
       FramePoint &node = nodes_[Index(row, column)];
       node.x = Inside(node.x, static_cast<float>(column * kStep), static_cast<float>(width_));
       node.y = Inside(node.y, static_cast<float>(row * kStep), static_cast<float>(height_));
       longest_ = std::max({longest_, std::fabs(node.x), std::fabs(node.y)});
     }
   }
-  for (int row = 0; row < tile_rows_; ++row) {
-    for (int column = 0; column < tile_columns_; ++column) {
+  // A node at a tile's edge is also the next one's.
+  const int last_row = std::min(touched_.br().y / kTileNodes, tile_rows_ - 1);
+  const int last_column = std::min(touched_.br().x / kTileNodes, tile_columns_ - 1);
+  for (int row = std::max(touched_.y - 1, 0) / kTileNodes; row <= last_row; ++row) {
+    for (int column = std::max(touched_.x - 1, 0) / kTileNodes; column <= last_column; ++column) {
       const bool moves = AnyNodeMoves(row, column);
       tiles_[static_cast<size_t>(row) * static_cast<size_t>(tile_columns_) + static_cast<size_t>(column)] = moves;
       moves_ = moves_ || moves;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <opencv2/core/types.hpp>
 #include <vector>
 
 #include "faces/faces.h"
@@ -46,7 +47,7 @@ class WarpField {
       }
     }
     farthest_ = farthest;
-    touched_ = touched_ || (left <= right && top <= bottom);
+    if (left <= right && top <= bottom) touched_ |= cv::Rect(left, top, right - left + 1, bottom - top + 1);
   }
 
   // After the last Add: keeps every displacement within the picture, and notes which tiles move.
@@ -93,7 +94,7 @@ class WarpField {
   int tile_rows_ = 0;
   std::vector<FramePoint> nodes_;
   std::vector<uint8_t> tiles_;
-  bool touched_ = false;
+  cv::Rect touched_;  // the nodes that may move
   bool moves_ = false;
   float longest_ = 0.0f;
   float farthest_ = 0.0f;  // likewise, while movements are added

@@ -343,5 +343,28 @@ TEST(Lookup, WorksOnOddSizes) {
   }
 }
 
+// Pixels are looked up several at a time, the rest of a row one by one.
+TEST(Lookup, GivesAPixelTheSameInAPictureOfAnyWidth) {
+  const std::string path = WriteFile("swap.cube", CubeText(5, SwapRedAndBlue));
+  const auto cut = [](int width) {
+    Picture picture(width, 6, kGrey);
+    picture.FillLuma([](int x, int y) { return 60 + (x * 37 + y * 91) % 120; });
+    picture.FillChroma(
+        [](int x, int y) { return std::pair<int, int>(90 + (x * 13 + y) % 60, 100 + (x * 5 + y) % 50); });
+    return picture;
+  };
+  const Picture wide = Looked(cut(300), path);
+  for (const int width : {2, 6, 8, 14, 20, 126, 128, 130, 134, 142, 270}) {
+    const Picture after = Looked(cut(width), path);
+    for (int y = 0; y < after.Height(); ++y) {
+      for (int x = 0; x < width; ++x) {
+        ASSERT_EQ(after.Luma(x, y), wide.Luma(x, y)) << width << ": " << x << ',' << y;
+        ASSERT_EQ(after.U(x, y), wide.U(x, y)) << width << ": " << x << ',' << y;
+        ASSERT_EQ(after.V(x, y), wide.V(x, y)) << width << ": " << x << ',' << y;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace lumivex_test

@@ -1,6 +1,8 @@
 // Fields that say where each part of a picture comes from.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "warp/warp_field.h"
 
 namespace lumivex_test {
@@ -64,6 +66,28 @@ TEST(WarpField, ChainedNeverFoldsWhereAddedUpItWould) {
     const float shown = field.Source({x, 120}).x;
     EXPECT_GT(shown, last) << x;
     last = shown;
+  }
+}
+
+TEST(WarpField, TellsTheTilesThatHaveANodeThatMoves) {
+  for (const float place : {3.0f, 60.0f, 64.0f, 128.0f, 190.0f, 317.0f}) {
+    WarpField field;
+    field.Begin(330, 330);
+    AddPush(field, {place, 330 - place}, 30, 8);
+    AddPush(field, {330 - place, 100}, 9, 4);
+    field.End();
+    EXPECT_TRUE(field.Moves());
+    for (int row = 0; row < field.TileRows(); ++row) {
+      for (int column = 0; column < field.TileColumns(); ++column) {
+        bool moves = false;
+        for (int y = 0; y <= WarpField::kTileNodes; ++y) {
+          const FramePoint *nodes = field.Row(row * WarpField::kTileNodes + y) + column * WarpField::kTileNodes;
+          moves = moves || std::any_of(nodes, nodes + WarpField::kTileNodes + 1,
+                                       [](const FramePoint &node) { return node != FramePoint{}; });
+        }
+        EXPECT_EQ(field.TileMoves(row, column), moves) << place << ": " << row << ' ' << column;
+      }
+    }
   }
 }
 
