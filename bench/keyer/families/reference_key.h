@@ -28,8 +28,9 @@ struct KeyConstants {
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
   // Of the evidence, from encoded to linear.
-  float mixing_green = 0.28f, mixing_green_to = 0.48f, mixing_blue = 0.17f, mixing_blue_to = 0.33f;
-  float mixing_rate = 0.25f;  // at which the key follows it, once it is known
+  float mixing_green = 0.28f, mixing_green_to = 0.38f, mixing_blue = 0.17f, mixing_blue_to = 0.33f;
+  float mixing_part_green = 0.2f, mixing_part_blue = 0.35f;  // how far from half and half a middle may be mixed
+  float mixing_rate = 0.25f;                                 // at which the key follows it, once it is known
   // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
   // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
   // less than `redder_to` of the key.
