@@ -18,9 +18,9 @@ struct Ramp {
 };
 
 struct KeyConstants {
-  Ramp encoded{1.01f, 0.55f, 0.543f, 0.715f, -0.22f, 0.045f, 2.0f, 0.68f, 0.0f};
+  Ramp encoded{1.04f, 0.55f, 0.5473f, 0.7154f, -0.22f, 0.045f, 2.1436f, 0.669f, 0.0522f};
   Ramp encoded_blue{1.054f, 0.18f, 0.42f, 0.5689f, -0.284f, 0.058f, 2.579f, 0.114f, 0.77f};
-  Ramp linear{0.963f, 0.425f, 0.628f, 0.721f, -0.1f, 0.1475f, 2.03f, 0.03f, 0.26f};
+  Ramp linear{0.9458f, 0.4959f, 0.6437f, 0.673f, -0.2265f, 0.1394f, 2.2571f, 0.0f, -0.2244f};
   Ramp linear_blue{1.02f, 0.114f, 0.725f, 0.8139f, 0.096f, 0.108f, 3.099f, -1.018f, 0.272f};
   float white_power = 0.25f, white_power_blue = 0.375f;  // of the white that is left to what is hidden
   float black_least = 0.04f;
