@@ -58,11 +58,11 @@ struct KeyConstants {
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
   float time_base = 0.0086f, time_noise = 9, time_more_noise = 2900, noise_most = 0.13f / 36;
-  float blue_noise = 1.5f;  // of the deviation before blue, whose key the hue makes noisier
+  float blue_noise = 1.6f;  // of the deviation before blue, whose key the hue makes noisier
   float drift = 0.00005f, gate = 60, gate_from = 0.2f;
   // The same for what is new around, so many pixels outside the four, with that part of their own.
   int gate_reach = 4;
-  float wide_own = 0.45f, wide_gate = 150, wide_gate_from = 0.06f;
+  float wide_own = 0.45f, wide_gate = 150, wide_gate_from = 0.048f;
 };
 
 struct KeySettings {
