@@ -1,7 +1,7 @@
 // keyer_families [--quick] [training | SEED]: alpha on families of synthetic takes, by family and backing. Ours is the
 // effect file's arithmetic on the CPU with nothing but the picked key colour; the public formulas are tuned on each
-// take with its truth. The constants were chosen on seeds 1 to 4, 101, 404 and 777; `training` shows the first, else
-// the table is of another, or of SEED.
+// take with its truth. docs/green-screen.md names the seeds that the constants were chosen on; `training` shows the
+// first, else the table is of another, or of SEED.
 // --quick: the plain families.
 #include <algorithm>
 #include <cstdio>

@@ -229,7 +229,7 @@ void ReferenceKey::FindMixing(const std::vector<uint8_t> &rgba) {
       }
       if (span < 0.05f) continue;
       t /= span;
-      if (t < 0.15f || t > 0.85f) continue;
+      if (std::fabs(t - 0.5f) > (blue_ ? constants_.mixing_part_blue : constants_.mixing_part_green)) continue;
       // The point of the path through linear light, taken as squares, that has the same projection.
       float low = 0, high = 1, path[3] = {};
       for (int step = 0; step < 6; ++step) {

@@ -18,9 +18,9 @@ struct Ramp {
 };
 
 struct KeyConstants {
-  Ramp encoded{1.01f, 0.55f, 0.543f, 0.715f, -0.22f, 0.045f, 2.0f, 0.68f, 0.0f};
+  Ramp encoded{1.04f, 0.55f, 0.5473f, 0.7154f, -0.22f, 0.045f, 2.1436f, 0.669f, 0.0522f};
   Ramp encoded_blue{1.054f, 0.18f, 0.42f, 0.5689f, -0.284f, 0.058f, 2.579f, 0.114f, 0.77f};
-  Ramp linear{0.963f, 0.425f, 0.628f, 0.721f, -0.1f, 0.1475f, 2.03f, 0.03f, 0.26f};
+  Ramp linear{0.9458f, 0.4959f, 0.6437f, 0.673f, -0.2265f, 0.1394f, 2.2571f, 0.0f, -0.2244f};
   Ramp linear_blue{1.02f, 0.114f, 0.725f, 0.8139f, 0.096f, 0.108f, 3.099f, -1.018f, 0.272f};
   float white_power = 0.25f, white_power_blue = 0.375f;  // of the white that is left to what is hidden
   float black_least = 0.04f;
@@ -28,8 +28,9 @@ struct KeyConstants {
   float ratio_rate = 0.5f;                      // at which the map follows the backing's own ratio
   float inner = 0.5f, outer = 0.824f;           // parts of the module's two tangents
   // Of the evidence, from encoded to linear.
-  float mixing_green = 0.28f, mixing_green_to = 0.48f, mixing_blue = 0.17f, mixing_blue_to = 0.33f;
-  float mixing_rate = 0.25f;  // at which the key follows it, once it is known
+  float mixing_green = 0.28f, mixing_green_to = 0.38f, mixing_blue = 0.17f, mixing_blue_to = 0.33f;
+  float mixing_part_green = 0.2f, mixing_part_blue = 0.35f;  // how far from half and half a middle may be mixed
+  float mixing_rate = 0.25f;                                 // at which the key follows it, once it is known
   // Before blue: how far a hue lies aside of the key's, as a part of what it has of the key beyond `aside_from`, and
   // that at least `aside_least`; how much less of the key a greener one stands for, how much more a redder one with
   // less than `redder_to` of the key.
@@ -57,11 +58,11 @@ struct KeyConstants {
   // The temporal filter: the variance of the key's noise from the backing's deviation, squared, and that at most; how
   // fast a key drifts that does not move; how far the gate opens beyond which part of the variance.
   float time_base = 0.0086f, time_noise = 9, time_more_noise = 2900, noise_most = 0.13f / 36;
-  float blue_noise = 1.5f;  // of the deviation before blue, whose key the hue makes noisier
+  float blue_noise = 1.6f;  // of the deviation before blue, whose key the hue makes noisier
   float drift = 0.00005f, gate = 60, gate_from = 0.2f;
   // The same for what is new around, so many pixels outside the four, with that part of their own.
   int gate_reach = 4;
-  float wide_own = 0.45f, wide_gate = 150, wide_gate_from = 0.06f;
+  float wide_own = 0.45f, wide_gate = 150, wide_gate_from = 0.048f;
 };
 
 struct KeySettings {

@@ -138,19 +138,27 @@ double OffFromMixing(const Screenshot &shot, const Picture &picture, const keyer
 }
 
 // A lamp from behind brightens the front's edges, as light mixed does the middle of an edge.
-TEST_F(GreenScreenMatte, TellsEncodedValuesFromLightMixedWhereALampShinesFromBehindBeforeBlue) {
-  const keyer_bench::Colour backing = kBackings[1];
+void ExpectMixingIsToldBeside(float rim, const keyer_bench::Colour &backing) {
   for (const bool linear : {false, true}) {
-    Picture picture = Scene(backing, {linear, 0.4f});
+    Picture picture = Scene(backing, {linear, rim});
     HalveChroma(picture);
     PaintedSource source;
     source.Paint(picture);
     const GreenScreen filter(source.Get(), KeyOf(backing));
-    const Screenshot shot = Settled(source);
+    LearnPicture(source.Get());
+    const Screenshot shot = TakeScreenshot(source.Get());
     ASSERT_EQ(shot.pixels.size(), picture.pixels.size());
     EXPECT_LE(OffFromMixing(shot, picture, backing, linear ? 1.0f : 0.0f), 0.5) << "linear " << linear;
     EXPECT_GE(OffFromMixing(shot, picture, backing, linear ? 0.0f : 1.0f), 1.5) << "linear " << linear;
   }
+}
+
+TEST_F(GreenScreenMatte, TellsEncodedValuesFromLightMixedWhereALampShinesFromBehindBeforeBlue) {
+  ExpectMixingIsToldBeside(0.4f, kBackings[1]);
+}
+
+TEST_F(GreenScreenMatte, TellsEncodedValuesFromLightMixedWhereABrightLampShinesFromBehindBeforeGreen) {
+  ExpectMixingIsToldBeside(0.6f, kBackings[0]);
 }
 
 // A third of a white veil, mixed as light: a blend of encoded values needs about 136 levels of it.
