@@ -26,6 +26,11 @@ constexpr float kMiddle = 0.4F;      // of a face, units below the eyes
 constexpr float kMostShownTangent = 0.85F;   // of a head that is turned farther the points would be wrong
 constexpr float kLeastShownTangent = 0.75F;  // of one that is hidden until it turns back
 
+// A head that is turned clearly, but not surely so far: its nose may be told far off.
+constexpr float kClearTangent = 0.3F;
+constexpr float kUnsureTurn = 0.5F;        // confidence
+constexpr float kSureTurnOfHidden = 0.6F;  // likewise
+
 // The far eye of a head that turns aside goes out of sight, and something else is taken for it.
 bool FarEyeIsGone(const Features &face) {
   constexpr float kSeen = 0.5F;
@@ -44,7 +49,10 @@ bool FarEyeIsGone(const Features &face) {
 bool IsTurnedAway(const KnownFace &face) {
   if (face.trained) return false;
   const float most = face.turned_away ? kLeastShownTangent : kMostShownTangent;
-  return std::abs(face.features.turn.tangent) > most || FarEyeIsGone(face.features);
+  const float least = face.turned_away ? kSureTurnOfHidden : kUnsureTurn;
+  const float aside = std::abs(face.features.turn.tangent);
+  const bool unsure = aside > kClearTangent && face.features.turn.confidence < least;
+  return aside > most || unsure || FarEyeIsGone(face.features);
 }
 
 bool MiddleIsInside(const Placement &face, cv::Size picture) {

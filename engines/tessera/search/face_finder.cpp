@@ -41,7 +41,8 @@ void FaceFinder::LookAgain(const PictureView &picture) {
     const bool lost = face.correlation < kLost;
     if (!lost && (picture_ + i) % kLookEvery != 0) continue;
     const auto seen = look_.Again(picture, face.placement);
-    if (!seen) {
+    // Eyes alone are not enough for a face that looks different.
+    if (!seen || (lost && seen->votes == 0)) {
       if (lost) {
         known_.Drop(face.id);
       } else {

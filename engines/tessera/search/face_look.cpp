@@ -43,9 +43,18 @@ std::optional<SeenFace> FaceLook::Again(const PictureView &picture, const Placem
     return face == faces->end() ? std::nullopt : std::optional(ByNetwork(picture, *face));
   }
   const auto box = search_.Near(picture.y, place);
-  if (!box) return std::nullopt;
-  const Eyes eyes = eyes_.Find(picture.y, box->placement);
-  return SeenFace{eyes.placement, eyes.seen, box->score};
+  Eyes eyes;
+  if (box) eyes = eyes_.Find(picture.y, box->placement);
+  if (!box || eyes.seen < 2) {
+    // The cascade hardly knows heads that turn aside: its box tells their pupils badly, or there is none.
+    const Eyes there = eyes_.Find(picture.y, place);
+    if (there.seen == 2) {
+      eyes = there;
+    } else if (!box) {
+      return std::nullopt;
+    }
+  }
+  return SeenFace{eyes.placement, eyes.seen, box ? box->score : 0};
 }
 
 Placement FaceLook::Correction(const Placement &place, const SeenFace &seen) {

@@ -33,7 +33,7 @@ struct CascadeFaults {
 struct SeenFace {
   Placement placement;
   int eyes = 0;          // that were seen, 0..2
-  float votes = 0;       // how many windows agreed
+  float votes = 0;       // how many windows agreed; 0: its eyes alone told it
   bool trained = false;  // by the user's network
 };
 
@@ -43,7 +43,7 @@ class FaceLook {
   // Without a cascade of faces no other call may follow.
   CascadeFaults Load(const CascadeFiles &files);
 
-  // A known face, at its place or close by.
+  // A known face, at its place or close by. Where the cascade does not see it, both its eyes tell it.
   std::optional<SeenFace> Again(const PictureView &picture, const Placement &place);
   // Where the template of a face should lie that was seen again: on the way from `place` to what was seen, the farther
   // the more that is off, so that a face that stands still is held.

@@ -207,6 +207,56 @@ TEST(Heads, FarEyeOfADarkHeadThatTurnsAsideIsNoBrowAndNoTemple) {
   }
 }
 
+// Turned slowly, to 30 degrees: what is told of the last of such pictures.
+ReadFace AfterTurning(const HeadLook &look, float yaw, HeadPicture &head) {
+  constexpr int kSteps = 8;
+  FaceReader reader;
+  ReadFace face;
+  for (int step = 0; step <= kSteps; ++step) {
+    HeadPose pose;
+    pose.yaw = yaw * static_cast<float>(step) / kSteps;
+    head = Draw(look, pose);
+    face = After(reader, head, 6);
+  }
+  return face;
+}
+
+// The cascade of faces sees none in it any more, or tells it too large.
+TEST(Heads, PupilsOfADarkHeadThatTurnsFarAreToldByItsEyes) {
+  struct Dark {
+    uint64_t person;
+    size_t tone;
+  };
+  for (const Dark &dark : {Dark{41002, 9}, {41008, 8}}) {
+    SCOPED_TRACE(dark.person);
+    HeadPicture head;
+    const ReadFace face = AfterTurning(vanta_test::Person(dark.person, vanta_test::kMonkTones[dark.tone]), 30, head);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kLeftPupil), 0.052F);
+    EXPECT_LT(Off(face, head, tessera::kRightPupil), 0.052F);
+  }
+}
+
+TEST(Heads, NoseOfADarkHeadThatTurnsFarStaysOnIt) {
+  for (const uint64_t person : {41001U, 41002U}) {
+    SCOPED_TRACE(person);
+    HeadPicture head;
+    const ReadFace face = AfterTurning(vanta_test::Person(person, vanta_test::kMonkTones[9]), 30, head);
+    ASSERT_FALSE(face.points.empty());
+    EXPECT_LT(Off(face, head, tessera::kNoseTip), 0.1F);
+    EXPECT_LT(FivePoints(face, head), 0.06F);
+  }
+}
+
+// The tip of its nose would be told half of the distance between the pupils off.
+TEST(Heads, HeadIsHiddenWhereItIsNotSureHowFarItIsTurned) {
+  HeadPose pose;
+  pose.yaw = -28;
+  HeadPicture head = Draw(vanta_test::Person(7102, vanta_test::kMonkTones[9]), pose);
+  FaceReader reader;
+  EXPECT_TRUE(After(reader, head, 6).points.empty());
+}
+
 TEST(Heads, ShadeBelowTheNoseOfADarkHeadIsNoMouth) {
   struct Turned {
     uint64_t person;
