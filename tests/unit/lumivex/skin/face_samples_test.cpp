@@ -15,6 +15,7 @@ namespace {
 
 constexpr vanta_test::SkinTone kTone{160, 126, 86};
 constexpr vanta_test::SkinTone kCheek{200, 126, 86};
+constexpr vanta_test::SkinTone kOtherCheek{180, 100, 86};
 
 class FaceSamples : public ::testing::Test {
  protected:
@@ -40,7 +41,8 @@ class FaceSamples : public ::testing::Test {
 };
 
 TEST_F(FaceSamples, ComeFromBothCheeksAndTheForehead) {
-  picture_.Fill({0, 35, 80, 55}, kCheek);
+  picture_.Fill({0, 35, 72, 55}, kCheek);
+  picture_.Fill({88, 35, 72, 55}, kOtherCheek);
   const auto samples = Take();
   const long left_cheek = CountLike(samples, 50, 60);
   EXPECT_GT(left_cheek, 20);

@@ -21,6 +21,14 @@ class SkinWalls : public ::testing::Test {
     return weight.at<uint8_t>(row, column);
   }
 
+  // The wall in light that fades to the right, and `light` of that.
+  void Fade(const cv::Rect &place, float light) {
+    for (int x = place.x; x < place.br().x; ++x) {
+      picture_.Fill({x, place.y, 1, place.height}, kWall,
+                    light * (1.0f - 0.6f * static_cast<float>(x) / static_cast<float>(CellPicture::kColumns)));
+    }
+  }
+
   CellPicture picture_{kWall};
   lumivex::SkinWalls walls_;
 };
@@ -33,10 +41,7 @@ TEST_F(SkinWalls, AreWhatReachesTheTopInOneColour) {
 }
 
 TEST_F(SkinWalls, AreToldInLightThatFadesAlongThem) {
-  for (int x = 0; x < CellPicture::kColumns; ++x) {
-    picture_.Fill({x, 0, 1, CellPicture::kRows}, kWall,
-                  1.0f - 0.6f * static_cast<float>(x) / static_cast<float>(CellPicture::kColumns));
-  }
+  Fade({0, 0, CellPicture::kColumns, CellPicture::kRows}, 1.0f);
   picture_.Fill(kFacePlace, kFace);
   EXPECT_EQ(WeightAt(40, 4), 0);
   EXPECT_EQ(WeightAt(40, 150), 0);
@@ -51,7 +56,9 @@ TEST_F(SkinWalls, BehindHairThatReachesTheTopAreLitAsBesideIt) {
 }
 
 TEST_F(SkinWalls, DoNotDifferInLightFromTheirTop) {
-  picture_.Fill(kFacePlace, kWall, 0.5f);
+  Fade({0, 0, CellPicture::kColumns, CellPicture::kRows}, 1.0f);
+  Fade(kFacePlace, 0.6f);
+  EXPECT_EQ(WeightAt(20, 80), 0);
   EXPECT_EQ(WeightAt(50, 80), 255);
 }
 
@@ -61,9 +68,11 @@ TEST_F(SkinWalls, AreNotWhereSkinFillsThePicture) {
 
 TEST_F(SkinWalls, AreNotWhatTouchesTheEdgeForAShortWayOnly) {
   CellPicture picture(kBlueWall);
-  picture.Fill({60, 0, 10, 90}, kWall);
+  picture.Fill({60, 0, 20, 90}, kWall);
+  picture.Fill({90, 30, 40, 50}, kFace);
   cv::Mat weight = cv::Mat::zeros(CellPicture::kRows, CellPicture::kColumns, CV_8U);
-  weight(cv::Rect(60, 0, 10, 90)).setTo(255);
+  weight(cv::Rect(60, 0, 20, 90)).setTo(255);
+  weight(cv::Rect(90, 30, 40, 50)).setTo(255);
   walls_.LeaveOut(picture.Cells(), 1, weight);
   EXPECT_EQ(weight.at<uint8_t>(40, 65), 255);
 }
