@@ -174,8 +174,8 @@ void Runner::Begin() {
 
 void Runner::BeginLive() {
   const uint64_t in_before = p_.meter.Counts().in;
-  p_.stage.Pause(false);
   p_.stage.Restart();
+  p_.stage.Pause(false);
   const uint64_t asked = os_gettime_ns();
   while (p_.meter.Counts().in == in_before && Seconds(asked) < 2 && !p_.interrupt.Wait(1)) {
   }
