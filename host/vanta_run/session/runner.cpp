@@ -105,7 +105,7 @@ bool Runner::GiveFirstFramesSingly() {
   const auto settled = [&] {
     return vanta_host_get_engine_state() != VANTA_ENGINE_UNKNOWN && p_.meter.Counts().out >= kSettledFrames;
   };
-  while (Seconds(start) < kFirstFramesTime || !settled()) {
+  while (Seconds(start) < kFirstFramesTime || (!settled() && Seconds(start) < kWarmUpLimit)) {
     const FrameCounts before = p_.meter.Counts();
     const uint64_t slept = WorkerSleeps(WorkerKind::kBeauty);
     p_.stage.Pause(false);
@@ -119,6 +119,7 @@ bool Runner::GiveFirstFramesSingly() {
   }
   if (settled()) return true;
   p_.stage.Restart();
+  p_.stage.Pause(false);
   return false;
 }
 
