@@ -12,6 +12,7 @@ namespace {
 // and what is chained of such movements folds nowhere either.
 constexpr float kNarrow = 0.22f;     // of the face's half width: the most that all narrowing together takes
 constexpr float kNarrowEnd = 1.08f;  // of the half width, from the middle: what is farther away stays
+constexpr float kBeside = 0.035f;    // of the whole width, from its edges: no movement reaches farther
 constexpr float kSlimPart = 0.70f;   // of that, each
 constexpr float kCheekbonePart = 0.5f;
 constexpr float kJawPart = 0.55f;
@@ -67,23 +68,63 @@ void AddAround(const Face &face, const FramePoint &center, float reach, WarpFiel
   });
 }
 
+// How far a movement may reach to the left and right of a place, in eye distances: what is straight beside the face
+// stays so, also where a head that is turned has its eye at its edge.
+struct Sides {
+  float left = 0.0f;
+  float right = 0.0f;
+};
+
+Sides SidesOf(const Face &face, const FramePoint &center) {
+  Sides edges;
+  for (size_t i = tessera::kContour.first; i <= tessera::kContour.last; ++i) {
+    const float right = InAxes(face, center, face.points[i]).right;
+    edges = {std::max(edges.left, -right), std::max(edges.right, right)};
+  }
+  const float beside = std::max(kBeside * (edges.left + edges.right), 1e-3f);
+  return {edges.left + beside, edges.right + beside};
+}
+
+// An ellipse that is cut short where it would reach beyond the face's edge.
+class Ellipse {
+ public:
+  Ellipse(const Face &face, const FramePoint &center, Offset radius) : radius_(radius) {
+    const Sides sides = SidesOf(face, center);
+    left_ = std::min(radius.right, sides.left);
+    right_ = std::min(radius.right, sides.right);
+  }
+
+  float Reach() const { return std::max(radius_.right, radius_.down); }
+  // How much of a shift it has room for: 1 where no side is shorter than half of its radius.
+  float Room() const { return std::min(2.0f * std::min(left_, right_) / radius_.right, 1.0f); }
+  // 1 in the middle, 0 with level slope at the edge and beyond.
+  float FadeAt(Offset at) const {
+    const float x = at.right / (at.right < 0.0f ? left_ : right_);
+    const float y = at.down / radius_.down;
+    return Fade(x * x + y * y);
+  }
+
+ private:
+  const Offset radius_;
+  float left_ = 0.0f;
+  float right_ = 0.0f;
+};
+
 // Moves what lies within an ellipse, most at its middle; parts of the radius across must not shrink to nothing, so
 // `way` stays below half of the smaller radius.
 void AddShift(const Face &face, const FramePoint &center, Offset radius, Offset way, WarpField &field) {
-  AddAround(face, center, std::max(radius.right, radius.down), field, [&](Offset at) {
-    const float x = at.right / radius.right;
-    const float y = at.down / radius.down;
-    const float fade = Fade(x * x + y * y);
+  const Ellipse ellipse(face, center, radius);
+  AddAround(face, center, ellipse.Reach(), field, [&](Offset at) {
+    const float fade = ellipse.FadeAt(at) * ellipse.Room();
     return Offset{-way.right * fade, -way.down * fade};
   });
 }
 
 // Larger by `wider` and `taller`, smaller where they are negative, within an ellipse.
 void AddScale(const Face &face, const FramePoint &center, Offset radius, float wider, float taller, WarpField &field) {
-  AddAround(face, center, std::max(radius.right, radius.down), field, [&](Offset at) {
-    const float x = at.right / radius.right;
-    const float y = at.down / radius.down;
-    const float fade = Fade(x * x + y * y);
+  const Ellipse ellipse(face, center, radius);
+  AddAround(face, center, ellipse.Reach(), field, [&](Offset at) {
+    const float fade = ellipse.FadeAt(at);
     return Offset{-at.right * wider * fade, -at.down * taller * fade};
   });
 }
@@ -109,13 +150,18 @@ class FaceWidth {
     at_eyes_ = std::clamp(root.right - slope_ * root.down, -0.6f, 0.6f);
     std::array<Offset, tessera::kContour.last + 1> edge;
     for (size_t i = 0; i < edge.size(); ++i) edge[i] = InAxes(face, eyes, face.points[i]);
+    const Sides sides = SidesOf(face, eyes);
+    // Where the half was widened to be measured by, the end lies beyond what moves in proportion.
+    const auto end_of = [](float half, float most, float middle) {
+      return std::max(std::min(kNarrowEnd * half, most), 0.9f * half) - middle;
+    };
     for (size_t row = 0; row < kRows; ++row) {
       const float down = static_cast<float>(row) * Step();
       const float middle = Middle(down);
       left_[row] = Bounded(middle - EdgeAt(edge.data(), 1, down));
       right_[row] = Bounded(EdgeAt(edge.data() + tessera::kContourRight, -1, down) - middle);
-      const float left_end = kNarrowEnd * left_[row] - middle;
-      const float right_end = kNarrowEnd * right_[row] + middle;
+      const float left_end = end_of(left_[row], sides.left + middle, middle);
+      const float right_end = end_of(right_[row], sides.right - middle, -middle);
       left_end_[row] = row > 0 ? std::max(left_end_[row - 1], left_end) : left_end;
       right_end_[row] = row > 0 ? std::max(right_end_[row - 1], right_end) : right_end;
     }
@@ -250,16 +296,14 @@ void AddLips(const Face &face, float amount, WarpField &field) {
   const float upper = height(FaceAnchor::kUpperLipInner);
   const float lower = std::max(height(FaceAnchor::kLowerLipInner), upper);
   const float outermost = std::max(height(FaceAnchor::kLowerLip), -height(FaceAnchor::kUpperLip));
-  const Offset radius{1.25f * half, std::clamp(outermost + 0.28f, 0.3f, 0.9f)};
-  AddAround(face, center, std::max(radius.right, radius.down), field, [&](Offset at) {
-    const float x = at.right / radius.right;
-    const float y = at.down / radius.down;
+  const Ellipse ellipse(face, center, {1.25f * half, std::clamp(outermost + 0.28f, 0.3f, 0.9f)});
+  AddAround(face, center, ellipse.Reach(), field, [&](Offset at) {
     // A smile's corners lie above its middle.
     const float aside = std::min(at.right * at.right / (half * half), 1.0f);
     const float top = upper + (corners - upper) * aside;
     const float bottom = lower + (corners - lower) * aside;
     const float from_line = at.down < top ? at.down - top : std::max(at.down - bottom, 0.0f);
-    return Offset{0.0f, -kLips * amount * from_line * Fade(x * x + y * y)};
+    return Offset{0.0f, -kLips * amount * from_line * ellipse.FadeAt(at)};
   });
 }
 

@@ -47,16 +47,37 @@ FramePoint WarpField::Source(const FramePoint &moved) const {
   return {moved.x + between(&FramePoint::x), moved.y + between(&FramePoint::y)};
 }
 
+// Newton's steps, shorter where a whole one leads away: the field bends at every node.
 FramePoint WarpField::Moved(const FramePoint &source) const {
   if (!moves_ || !std::isfinite(source.x) || !std::isfinite(source.y)) return source;
   constexpr int kMostSteps = 40;
   constexpr float kNear = 0.01f;  // pixels
+  constexpr float kShortest = 1.0f / 64.0f;
+  const auto length = [](const FramePoint &way) { return std::max(std::fabs(way.x), std::fabs(way.y)); };
   FramePoint moved = source;
+  FramePoint shown = Source(moved);
+  float part = 1.0f;
   for (int step = 0; step < kMostSteps; ++step) {
-    const FramePoint shown = Source(moved);
     const FramePoint rest{source.x - shown.x, source.y - shown.y};
-    moved = {moved.x + rest.x, moved.y + rest.y};
-    if (std::max(std::fabs(rest.x), std::fabs(rest.y)) < kNear) break;
+    if (length(rest) < kNear) break;
+    const FramePoint right = Source({moved.x + 1.0f, moved.y});
+    const FramePoint below = Source({moved.x, moved.y + 1.0f});
+    const FramePoint across{right.x - shown.x, right.y - shown.y};
+    const FramePoint down{below.x - shown.x, below.y - shown.y};
+    const float area = across.x * down.y - across.y * down.x;
+    if (!(area > 0.0f)) break;
+    const FramePoint way{(rest.x * down.y - rest.y * down.x) / area, (rest.y * across.x - rest.x * across.y) / area};
+    const FramePoint next{moved.x + part * way.x, moved.y + part * way.y};
+    const FramePoint shown_next = Source(next);
+    if (length({source.x - shown_next.x, source.y - shown_next.y}) < length(rest)) {
+      moved = next;
+      shown = shown_next;
+      part = std::min(2.0f * part, 1.0f);
+    } else if (part > kShortest) {
+      part *= 0.5f;
+    } else {
+      break;
+    }
   }
   return moved;
 }

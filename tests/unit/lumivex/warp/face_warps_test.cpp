@@ -143,6 +143,51 @@ TEST(FaceWarps, LeaveStraightWhatStandsBesideTheFace) {
   }
 }
 
+// A head that turns far has an eye and a brow close to its edge, and its far half is wide.
+TEST(FaceWarps, LeaveStraightWhatStandsBesideALargeFaceThatTurnsFar) {
+  constexpr float kEyes = 240.0f;
+  for (const float aside : {1.0f, -1.0f}) {
+    for (const float roll : {0.0f, 0.4f}) {
+      FaceShape shape;
+      shape.eyes = {960, 420};
+      shape.eye_distance = kEyes;
+      shape.aside = aside;
+      shape.roll = roll;
+      const Face face = MakeFace(shape);
+      const auto to_right = [&](const FramePoint &point) {
+        return (point.x - shape.eyes.x) * face.right.x + (point.y - shape.eyes.y) * face.right.y;
+      };
+      float left = 0;
+      float right = 0;
+      for (size_t i = tessera::kContour.first; i <= tessera::kContour.last; ++i) {
+        left = std::min(left, to_right(face.points[i]));
+        right = std::max(right, to_right(face.points[i]));
+      }
+      const float beside = 0.05f * (right - left);
+      std::vector<DeformValues> all = {Everything(true), Everything(false)};
+      for (const auto &info : lumivex::kDeformModes) {
+        all.push_back(Only(info.mode, info.maximum));
+        all.push_back(Only(info.mode, info.minimum));
+      }
+      for (const DeformValues &values : all) {
+        WarpField field;
+        field.Begin(1920, 1080);
+        lumivex::AddFaceWarps(face, values, field);
+        field.End();
+        for (const float line : {left - beside, right + beside}) {
+          for (float down = -1.5f * kEyes; down < 2.5f * kEyes; down += 4) {
+            const FramePoint place{shape.eyes.x + line * face.right.x + down * face.down.x,
+                                   shape.eyes.y + line * face.right.y + down * face.down.y};
+            const FramePoint moved = field.Moved(place);
+            ASSERT_LT(std::hypot(moved.x - place.x, moved.y - place.y), 1.0f)
+                << line << ' ' << down << ' ' << testing::PrintToString(values);
+          }
+        }
+      }
+    }
+  }
+}
+
 // What the jaw hides of a neck begins in the middle of its edge: were the jaw drawn in alone, the neck would stick out.
 TEST(FaceWarps, DrawTheNeckInWithTheJaw) {
   for (const float aside : {0.0f, 0.8f, -0.8f}) {

@@ -46,6 +46,19 @@ TEST(WarpField, TellsWhereAPlaceGoesAndWhereItCameFrom) {
   }
 }
 
+TEST(WarpField, TellsWhereAPlaceGoesWhereMuchIsPressedTogether) {
+  WarpField field;
+  field.Begin(320, 240);
+  field.Add({160, 120}, 100, 60, [](const FramePoint &place) {
+    const float x = place.x - 160.0f;
+    const float way = std::fabs(x);
+    const float pressed = way < 20.0f ? 1.5f * way : std::max(30.0f - 0.4f * (way - 20.0f), 0.0f);
+    return FramePoint{x < 0.0f ? -pressed : pressed, 0.0f};
+  });
+  field.End();
+  for (float x = 70; x < 250; x += 3) EXPECT_NEAR(field.Source(field.Moved({x, 120})).x, x, 0.02f) << x;
+}
+
 TEST(WarpField, ChainsMovementsInsteadOfAddingThemUp) {
   WarpField field;
   field.Begin(320, 240);
