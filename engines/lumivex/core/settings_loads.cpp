@@ -21,6 +21,11 @@ std::string LookupPath(const std::string &root, const std::string &path) {
   return std::filesystem::exists(own, error) ? vanta::Utf8FromPath(own) : path;
 }
 
+bool IsAskedFor(const std::string &folder, const std::vector<MakeupRequest> &requests) {
+  return std::any_of(requests.begin(), requests.end(),
+                     [&](const MakeupRequest &request) { return request.folder == folder; });
+}
+
 }  // namespace
 
 bool SettingsLoads::Take(bool await) {
@@ -71,20 +76,36 @@ void SettingsLoads::ReadMakeup(const std::vector<MakeupRequest> &requests) {
     return;
   }
   loading_makeup_ = requests;
-  // A folder that is in use already is not read again.
+  // A folder that is in use already is not read again, nor is one that stands there twice.
   std::vector<std::shared_ptr<const MakeupResource>> known;
-  for (const MakeupChoice &choice : settings_.face.makeup) known.push_back(choice.resource);
+  for (const MakeupChoice &choice : settings_.face.makeup) {
+    if (std::find(known.begin(), known.end(), choice.resource) == known.end()) known.push_back(choice.resource);
+  }
   makeup_loading_.Start(loader_, [requests, known = std::move(known)](const std::atomic<bool> &cancelled) {
     MakeupRead read;
+    std::vector<std::shared_ptr<const MakeupResource>> whole = known;
+    int64_t left = kMostMakeupPixels;
+    for (const auto &resource : known) {
+      if (IsAskedFor(resource->folder, requests)) left -= resource->Pixels();
+    }
     for (const MakeupRequest &request : requests) {
       if (cancelled.load(std::memory_order_relaxed)) break;
       if (IsMakeupColor(request.folder)) {
         read.loads.push_back(MakeupOfColor(request.folder, request.key));
         continue;
       }
-      const auto same = std::find_if(known.begin(), known.end(),
+      const auto same = std::find_if(whole.begin(), whole.end(),
                                      [&](const auto &resource) { return resource->folder == request.folder; });
-      read.loads.push_back(same != known.end() ? MakeupLoad{*same, {}, {}, {}} : LoadMakeup(request.folder));
+      if (same != whole.end()) {
+        read.loads.push_back({*same, {}, {}, {}});
+        continue;
+      }
+      MakeupLoad load = LoadMakeup(request.folder, left);
+      if (load.resource) {
+        left -= load.resource->Pixels();
+        whole.push_back(load.resource);
+      }
+      read.loads.push_back(std::move(load));
     }
     return read;
   });
@@ -98,6 +119,7 @@ bool SettingsLoads::TakeMakeup(bool await) {
     blog(LOG_WARNING, "[lumivex] makeup: %s; it stays as it is", read->reason.c_str());
     return false;
   }
+  std::vector<MakeupChoice> formers = settings_.face.makeup;
   std::vector<MakeupChoice> choices;
   for (size_t i = 0; i < read->loads.size(); ++i) {
     const MakeupRequest &request = loading_makeup_[i];
@@ -107,8 +129,9 @@ bool SettingsLoads::TakeMakeup(bool await) {
       continue;
     }
     blog(LOG_WARNING, "[lumivex] makeup %s: %s; %s", load.file.c_str(), load.reason.c_str(), load.remedy.c_str());
-    for (const MakeupChoice &former : settings_.face.makeup) {
-      if (former.key == request.key) choices.push_back(former);
+    // What the key has is kept once, however many of its makeups cannot be loaded.
+    for (MakeupChoice &former : formers) {
+      if (former.resource && former.key == request.key) choices.push_back(std::move(former));
     }
   }
   settings_.face.makeup = std::move(choices);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <numeric>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -120,6 +121,12 @@ class Loader {
 };
 
 }  // namespace
+
+int64_t MakeupResource::Pixels() const {
+  return std::accumulate(layers.begin(), layers.end(), int64_t{0}, [](int64_t sum, const MakeupLayer &layer) {
+    return sum + static_cast<int64_t>(layer.pictures[0].total());
+  });
+}
 
 MakeupLoad LoadMakeup(const std::string &folder, int64_t most_pixels) {
   return Loader(folder, most_pixels).Load();

@@ -26,6 +26,8 @@ struct MakeupResource {
   std::string folder;
   std::vector<MakeupLayer> layers;
   std::optional<MakeupColor> color;  // in place of layers
+
+  int64_t Pixels() const;  // of the layers' first pictures
 };
 
 struct MakeupLoad {
@@ -37,7 +39,7 @@ struct MakeupLoad {
 
 inline constexpr int kMostMakeupSide = 4096;  // pixels of a layer's picture
 
-inline constexpr int64_t kMostMakeupPixels = int64_t{1} << 25;  // of all layers
+inline constexpr int64_t kMostMakeupPixels = int64_t{1} << 25;  // of all layers that are read at once
 
 MakeupLoad LoadMakeup(const std::string &folder, int64_t most_pixels = kMostMakeupPixels);
 // Reads no file. `resource` is "color:RRGGBB".

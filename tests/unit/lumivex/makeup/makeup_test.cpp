@@ -334,6 +334,41 @@ TEST_F(Makeup, ThatIsNoGoodLeavesWhatItsKeyHas) {
   EXPECT_FALSE(picture == Grey());
 }
 
+TEST_F(Makeup, ThatIsNoGoodTwiceLeavesWhatItsKeyHasOnce) {
+  Script().faces = {kFace};
+  const std::string folder = MakeFolder("normal", {0, 0, 255, 255});
+  const auto engine = MakeEngine(kWidth, kHeight);
+  engine->setMakeupInfo({Info(folder, "lips", 0.5f)});
+  Picture former = Grey();
+  Process(*engine, former);
+  engine->setMakeupInfo({Info(folder + "/absent"), Info(folder + "/absent")});
+  Picture picture = Grey();
+  Process(*engine, picture);
+  EXPECT_TRUE(picture == former);
+}
+
+TEST_F(Makeup, OfAllFoldersTogetherStaysWithinTheBudget) {
+  const std::string large = OwnFolder() + "/large";
+  const std::string next = OwnFolder() + "/next";
+  for (const std::string &folder : {large, next}) std::filesystem::create_directory(folder);
+  constexpr char kTwoLayers[] = R"({"format": 1, "layers": [
+      {"image": "layer.png", "anchors": {"left_eye": [40, 10], "right_eye": [100, 10]}},
+      {"image": "small.png", "anchors": {"left_eye": [40, 10], "right_eye": [100, 10]}}]})";
+  WriteFile("large/makeup.json", kTwoLayers);
+  WriteFile("next/makeup.json", Description("normal"));
+  WritePicture(large, {0, 0, 255, 0}, 4096, 4096);
+  cv::imwrite(large + "/small.png", cv::Mat(8, 8, CV_8UC4, cv::Scalar::all(0)));
+  // No more of it than the head, which tells its size.
+  std::filesystem::copy_file(large + "/layer.png", next + "/layer.png");
+  std::filesystem::resize_file(next + "/layer.png", 33);
+  const auto engine = MakeEngine();
+  for (const bool anew : {true, false}) {  // and again where the first one is in use
+    const vanta_test::LogCapture log;
+    engine->setMakeupInfo({Info(large, "one"), Info(next, "two")});
+    EXPECT_TRUE(log.HasText("with it the layers have more than 32 million pixels")) << anew;
+  }
+}
+
 TEST_F(Makeup, BearsTextsWithoutTheirEnd) {
   LXMakeupInfo info{};
   std::memset(info.resourceDir, 'a', sizeof(info.resourceDir));
