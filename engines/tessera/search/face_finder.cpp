@@ -18,8 +18,15 @@ constexpr float kLost = 0.6F;
 
 constexpr float kDegree = static_cast<float>(CV_PI) / 180;
 constexpr SearchPass kUpright = {320, 0};
-constexpr std::array<SearchPass, 6> kOthers = {
-    {{320, 0, true}, {320, -20 * kDegree}, {320, 20 * kDegree}, {400, 0}, {320, -40 * kDegree}, {320, 40 * kDegree}}};
+// An evened one is the next of DarkPasses.
+constexpr std::array<SearchPass, 8> kOthers = {{{320, 0, true},
+                                                {320, -20 * kDegree},
+                                                {320, 20 * kDegree},
+                                                {320, 0, true},
+                                                {400, 0},
+                                                {320, 0, true},
+                                                {320, -40 * kDegree},
+                                                {320, 40 * kDegree}}};
 
 }  // namespace
 
@@ -95,18 +102,21 @@ std::vector<FoundFace> FaceFinder::Find(const PictureView &picture) {
   known_.Follow(picture);
   LookAgain(picture);
   known_.FindFeatures(picture, known_.Count());
-  const SearchPass &other = kOthers[sweeps_ / 2 % kOthers.size()];
+  const auto other = [&] {
+    const SearchPass &pass = kOthers[sweeps_ / 2 % kOthers.size()];
+    return pass.evened ? dark_passes_.Next(picture.y) : pass;
+  };
   if (known_.Empty()) {
     if (!searched_everywhere_) {
       LookEverywhere(picture);
     } else {
       sweeps_ += 2;
       Sweep(picture, kUpright);
-      if (known_.Empty()) Sweep(picture, other);
+      if (known_.Empty()) Sweep(picture, other());
     }
     searched_everywhere_ = known_.Empty();
   } else if (Room() && picture_ % kSweepEvery == 0) {
-    Sweep(picture, ++sweeps_ % 2 == 0 ? other : kUpright);
+    Sweep(picture, ++sweeps_ % 2 == 0 ? other() : kUpright);
   }
   return known_.Shown(size_, 1);
 }

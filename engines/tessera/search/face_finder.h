@@ -36,6 +36,7 @@ class FaceFinder {
   uint64_t picture_ = 0;
   bool searched_everywhere_ = false;  // since there was a face
   size_t sweeps_ = 0;
+  DarkPasses dark_passes_;
   float last_angle_ = 0;  // radians, of the face seen last
 };
 

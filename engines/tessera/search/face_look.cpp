@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "features/eyes_alone.h"
 #include "vision/numbers.h"
 
 namespace tessera {
@@ -20,6 +21,11 @@ constexpr float kSureVotes = 6;
 constexpr float kStillPart = 0.3F;
 constexpr float kStillMove = 0.015F;
 constexpr float kFastMove = 0.10F;
+constexpr float kEyesStay = 0.08F;
+
+// Where a face is dark if its eyes alone are to tell it, units, and pixels per unit.
+const cv::Rect2f kFace(-1.1F, -0.65F, 2.2F, 2);
+constexpr float kFaceDensity = 18;
 // What the cascade's box alone tells counts less.
 constexpr float kPartOfOneEye = 0.5F;
 
@@ -91,8 +97,23 @@ std::optional<SeenFace> FaceLook::Check(const PictureView &picture, const Coarse
 std::optional<SeenFace> FaceLook::CheckSwept(const PictureView &picture, const CoarseFace &proposal) {
   if (proposal.trained) return ByNetwork(picture, proposal.placement);
   const auto box = search_.Near(picture.y, proposal.placement);
-  if (!box) return std::nullopt;
-  return Check(picture, *box);
+  if (box) {
+    if (const auto seen = Check(picture, *box)) return seen;
+  }
+  return ByEyesAlone(picture, proposal.placement);
+}
+
+std::optional<SeenFace> FaceLook::ByEyesAlone(const PictureView &picture, const Placement &placement) {
+  if (!eyes_.CanSee() || !IsDark(CutUpright(picture.y, placement, kFace, kFaceDensity))) return std::nullopt;
+  const Eyes first = eyes_.Find(picture.y, placement);
+  if (first.seen < 2) return std::nullopt;
+  // The eyes of a face are found at the same place again from there.
+  const Eyes eyes = eyes_.Find(picture.y, first.placement);
+  const cv::Point2f off = first.placement.FromPicture(eyes.placement.origin);
+  if (eyes.seen < 2 || std::hypot(off.x, off.y) > kEyesStay || !AreEyesOfAFace(picture.y, eyes.placement)) {
+    return std::nullopt;
+  }
+  return SeenFace{eyes.placement, 2, 0};
 }
 
 // Its pupils where the cascade of eyes and the iris's edges tell them better.

@@ -56,7 +56,8 @@ class FaceLook {
 
   // Whether there is a face at such a place: both eyes, or enough windows.
   std::optional<SeenFace> Check(const PictureView &picture, const CoarseFace &proposal);
-  // As Check, for a proposal of Sweep: the careful cascade is asked first.
+  // As Check, for a proposal of Sweep: the careful cascade is asked first. Where it does not see a dark face, both its
+  // eyes may tell it.
   std::optional<SeenFace> CheckSwept(const PictureView &picture, const CoarseFace &proposal);
   // Whether one look is enough.
   static bool IsSure(const SeenFace &seen);
@@ -71,6 +72,7 @@ class FaceLook {
 
  private:
   SeenFace ByNetwork(const PictureView &picture, const Placement &placement);
+  std::optional<SeenFace> ByEyesAlone(const PictureView &picture, const Placement &placement);
 
   FaceSearch search_;
   EyeFinder eyes_;

@@ -86,6 +86,19 @@ std::vector<double> DarkWhites(const cv::Mat &luma) {
   return whites;
 }
 
+SearchPass DarkPasses::Next(const cv::Mat &luma) {
+  constexpr std::array<SearchPass, 5> kEvened = {
+      {{320, 0, true}, {400, 0, true}, {320, -10 * kDegree, true}, {260, 0, true}, {320, 10 * kDegree, true}}};
+  const size_t pass = pass_++;
+  // Every third one cuts off, for small faces as often as for usual ones.
+  if (pass % 3 == 2) {
+    const std::vector<double> whites = DarkWhites(luma);
+    const size_t which = pass / 3;
+    if (!whites.empty()) return {which / whites.size() % 2 == 0 ? 320 : 400, 0, false, whites[which % whites.size()]};
+  }
+  return kEvened[(pass - pass / 3) % kEvened.size()];
+}
+
 std::string FaceSearch::Load(const std::string &file) {
   return cascade_.Load(file);
 }
@@ -116,11 +129,17 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
   const cv::Point2f turned_middle(static_cast<float>(size.width - 1) * 0.5F,
                                   static_cast<float>(size.height - 1) * 0.5F);
   cv::Mat upright = small;
+  cv::Mat upright_plain = plain;
+  const bool dark = pass.evened || pass.white > 0;
   if (pass.angle != 0) {
     const cv::Point2f corner = middle + Turned(-turned_middle, pass.angle);
     const cv::Matx23f to_small(c, -s, corner.x, s, c, corner.y);
-    cv::warpAffine(small, upright, to_small, size, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
-                   cv::mean(small));
+    const auto turn = [&](const cv::Mat &from, cv::Mat &to) {
+      cv::warpAffine(from, to, to_small, size, cv::INTER_LINEAR | cv::WARP_INVERSE_MAP, cv::BORDER_CONSTANT,
+                     cv::mean(from));
+    };
+    turn(small, upright);
+    if (dark) turn(plain, upright_plain);
   }
 
   std::vector<CoarseFace> faces;
@@ -128,7 +147,7 @@ std::vector<CoarseFace> FaceSearch::Search(const cv::Mat &luma, const SearchPass
                                       : quick_.empty() ? cascade_.FindAny(upright, 1.2, kSmallestBox)
                                                        : quick_.FindAny(upright, 1.2, kSmallestBox);
   for (const VotedBox &found : boxes) {
-    if ((pass.evened || pass.white > 0) && !BoxIsDark(plain, found.box)) continue;
+    if (dark && !BoxIsDark(upright_plain, found.box)) continue;
     Placement placement = PlacementOfBox(found.box);
     if (pass.angle != 0) {
       placement.origin = middle + Turned(placement.origin - turned_middle, pass.angle);

@@ -21,13 +21,21 @@ struct CoarseFace {
 struct SearchPass {
   int long_side = 0;    // of the picture that is searched, pixels
   float angle = 0;      // radians
-  bool evened = false;  // upright only: with the light of each part of the picture evened out: shows very dark faces in
-                        // bright places
-  double white = 0;     // luma code above which all is cut off, see CutOffAbove; 0: none. Upright only
+  bool evened = false;  // with the light of each part of the picture evened out: shows very dark faces in bright places
+  double white = 0;     // luma code above which all is cut off, see CutOffAbove; 0: none
 };
 
 // Where to cut off for the dark faces that the picture may hold: each of some codes that enough of it lies below.
 std::vector<double> DarkWhites(const cv::Mat &luma);
+
+// The passes in which very dark faces show, by turns: one that shows in this size or light does not in another.
+class DarkPasses {
+ public:
+  SearchPass Next(const cv::Mat &luma);
+
+ private:
+  size_t pass_ = 0;
+};
 
 // Owns: the cascades. Threads: one at a time.
 class FaceSearch {

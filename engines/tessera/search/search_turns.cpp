@@ -10,15 +10,17 @@ constexpr float kDegree = static_cast<float>(CV_PI) / 180;
 constexpr int kUsualFaces = 320;  // long side of the picture that is searched, pixels
 constexpr int kSmallFaces = 400;
 
-// Every second pass is upright and for usual faces; these stand between.
-constexpr std::array<SearchPass, 10> kPasses = {{{kUsualFaces, 0, true},
+// Every second pass is upright and for usual faces; these stand between. An evened one is the next of DarkPasses.
+constexpr std::array<SearchPass, 12> kPasses = {{{kUsualFaces, 0, true},
                                                  {kUsualFaces, -20 * kDegree},
                                                  {kUsualFaces, 20 * kDegree},
-                                                 {kSmallFaces, 0},
                                                  {kUsualFaces, 0, true},
+                                                 {kSmallFaces, 0},
                                                  {kUsualFaces, 20 * kDegree},
+                                                 {kUsualFaces, 0, true},
                                                  {kUsualFaces, -40 * kDegree},
                                                  {kUsualFaces, -20 * kDegree},
+                                                 {kUsualFaces, 0, true},
                                                  {kUsualFaces, 20 * kDegree},
                                                  {kUsualFaces, 40 * kDegree}}};
 
@@ -65,15 +67,11 @@ void SearchTurns::LookAtOne(const SearchTask &task, SearchAnswer &answer) {
   answer.looks.push_back(std::move(result));
 }
 
-// Where dark faces are looked for, by turns in evened light and with each of the codes above which all is cut off.
 SearchPass SearchTurns::NextPass(const cv::Mat &luma) {
   const uint64_t pass = pass_++;
   if (pass % 2 == 0) return {kUsualFaces, 0};
   const SearchPass &next = kPasses[pass / 2 % kPasses.size()];
-  if (!next.evened) return next;
-  const std::vector<double> whites = DarkWhites(luma);
-  const size_t which = dark_pass_++ % (1 + whites.size());
-  return which == 0 ? next : SearchPass{kUsualFaces, 0, false, whites[which - 1]};
+  return next.evened ? dark_passes_.Next(luma) : next;
 }
 
 // A place where a pass found something weak is looked at once more in another picture.

@@ -62,7 +62,7 @@ class SearchTurns {
   uint64_t turn_ = 0;
   size_t next_known_ = 0;
   uint64_t pass_ = 0;
-  size_t dark_pass_ = 0;
+  DarkPasses dark_passes_;
   size_t first_proposal_ = 0;  // of those of a pass: where there are many, each has its turn
   std::vector<Doubtful> doubtful_;
 };
