@@ -119,7 +119,7 @@ TEST_F(EyesAlone, AreOfNoFaceInABrightPlace) {
 }
 
 TEST_F(EyesAlone, AreOfNoFaceWhereOneIsUnlikeTheOther) {
-  Draw({0.5F, 0}, 0.27F, Skin());
+  Draw({0.5F, -0.1F}, 0.16F, 16);
   EXPECT_FALSE(tessera::AreEyesOfAFace(luma_, eyes_));
 }
 
