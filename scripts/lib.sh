@@ -5,7 +5,7 @@
 vanta_packages() {
   case "$1" in
     build)
-      printf '%s\n' g++ cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
+      printf '%s\n' clang cmake ninja-build pkg-config libobs-dev libx11-dev libegl-dev libgl-dev libyuv-dev \
         nlohmann-json3-dev libcli11-dev libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev \
         libopencv-objdetect-dev libopencv-video-dev libopencv-dnn-dev \
         libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libwebp-dev libfreetype-dev libharfbuzz-dev
@@ -27,9 +27,9 @@ vanta_packages() {
       printf '%s\n' xdotool openbox
       ;;
     ci)
-      # clang for its lock analysis, its fuzzers and its styles. ccache pays where the same is built again: an empty cache
-      # costs a newcomer's one build a minute.
-      printf '%s\n' clang libclang-rt-14-dev clang-format clang-tidy ccache
+      # clang's sanitizers, what reads their reports' addresses, its styles; g++, which everybody else has. ccache pays where the
+      # same is built again: an empty cache costs a newcomer's one build a minute.
+      printf '%s\n' libclang-rt-14-dev llvm clang-format clang-tidy g++ ccache
       ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.
