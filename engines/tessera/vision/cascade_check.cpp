@@ -145,13 +145,13 @@ void RequireFlatXml(std::string_view text) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   Require(text.starts_with("<?xml"), "it is no XML");
   Require(text.find('\0') == std::string_view::npos, "it is no text");  // OpenCV's parser takes it for its end
-  int depth = 0;
+  int depth = 0;  // OpenCV's parser reads nothing where the first tag is an end
   for (size_t at = text.find('<'); at < text.size(); at = text.find('<', at + 1)) {
     if (text.substr(at).starts_with("<!--")) {
       at = text.find("-->", at);
       if (at == std::string_view::npos) break;
     } else if (text.substr(at).starts_with("</")) {
-      --depth;
+      Require(--depth >= 0, "a part ends that has not begun");
     } else if (!text.substr(at).starts_with("<?")) {
       Require(++depth <= kMostDepth, "its parts are nested too deep");
     }

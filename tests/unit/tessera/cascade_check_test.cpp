@@ -99,6 +99,11 @@ TEST(CascadeCheck, RefusesWhatNestsDeep) {
   EXPECT_NE(FaultOf(text).find("nested too deep"), std::string::npos);
 }
 
+TEST(CascadeCheck, RefusesAnEndBeforeAnyBeginning) {
+  const std::string text = "<?xml version=\"1.0\"?></internalNodes><a></opencv_storage>";
+  EXPECT_NE(FaultOf(text).find("has not begun"), std::string::npos);
+}
+
 TEST(CascadeCheck, RefusesZeroBytes) {
   std::string text = TextOf(tessera::kQuickCascade);
   text.insert(text.find("version"), 3, '\0');
