@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "magic/json_members.h"
+#include "files/json_members.h"
 #include "settings/effect_settings.h"
 #include "settings/engine_control.h"
 #include "vanta_base/utf8_path.h"
