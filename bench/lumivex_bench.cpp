@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "color/lookup_stage.h"
+#include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
 #include "makeup/makeup_stage.h"
 #include "ratio.h"
@@ -240,6 +241,7 @@ void Quiet(int, const char *, va_list, void *) {}
 // lumivex_bench [--out FILE]: writes the figures to FILE as JSON. Ends with 1 when a bar is missed.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
+  lumivex_set_frames_await_loads(true);
   cv::setNumThreads(1);
   const Picture picture = MakeSkin();
   LXEngineConfig config{};

@@ -33,6 +33,7 @@ Feed::Feed(double rate)
       period_(
           std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(1 / rate))) {
   finder_.SetParams({{"max_face_num", "3"}});
+  finder_.AwaitModels(true);
 }
 
 Shot Feed::Give(const Nv12 &picture) {

@@ -9,6 +9,7 @@
 
 #include "face_pictures.h"
 #include "faces/face_finder.h"
+#include "files/loader.h"
 #include "ratio.h"
 
 namespace vanta_bench {
@@ -39,7 +40,8 @@ class Feed {
   double SearchShare() const { return finder_.TimeOfSearch().Share(); }
 
  private:
-  lumivex::FaceFinder finder_;
+  lumivex::Loader loader_;
+  lumivex::FaceFinder finder_{loader_};
   double rate_;
   std::chrono::steady_clock::duration period_;
   bool is_due_ = false;

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "fixtures/portrait/portrait.h"
+#include "lumivex/lumivex_control.h"
 #include "skin_tables.h"
 
 namespace {
@@ -30,6 +31,7 @@ void Quiet(int, const char *, va_list, void *) {}
 // each of some conditions.
 int main(int argc, char **argv) {
   base_set_log_handler(Quiet, nullptr);
+  lumivex_set_frames_await_loads(true);
   std::string folder;
   std::string sheet;
   std::string scenes;

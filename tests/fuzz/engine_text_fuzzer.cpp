@@ -15,6 +15,7 @@
 #include "engine/callbacks/game_data.h"
 #include "engine/callbacks/gift.h"
 #include "engine/callbacks/magic_signal.h"
+#include "files/loader.h"
 #include "magic/effect_plan.h"
 #include "magic/effect_player.h"
 #include "require.h"
@@ -77,10 +78,12 @@ void PlayEffect(lumivex::EffectPlan plan, const std::string &message) {
   const lumivex::Nv12View view{luma, chroma, 16, 16, 16, 16, 8, 8};
   const lumivex::YuvSpace space;
   const lumivex::Faces faces;
-  lumivex::EffectPlayer player(effect);
+  lumivex::Loader loader;
+  lumivex::EffectPlayer player(effect, loader);
   player.Start({}, outbox);
   const auto sent = nlohmann::ordered_json::parse(message, nullptr, false);
   for (int i = 0; i < 3; ++i) {
+    player.TakeTexts(true);
     player.Advance(500000000, outbox);
     player.Draw({view, space, {}, faces, nullptr, 1.0f}, {});
     if (sent.is_object()) player.React(sent, outbox);

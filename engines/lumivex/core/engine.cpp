@@ -124,6 +124,7 @@ void Engine::DrawEffects(const LX::FrameData &frame, const Nv12View &view, const
 void Engine::FindFaces(const LX::FrameData &frame, const Nv12View &view, FrameTimes &times) {
   const FaceNeed need = NeedOfFaces(applied_, effects_, reports_faces_);
   const Clock::time_point start = Clock::now();
+  faces_.AwaitModels(FramesAwaitLoads());
   const bool looked = faces_.Find(view, OrientationOf(frame.rotation, frame.flip != 0), frame.timestamp, need);
   times.faces = faces_.Found().size();
   stats_.SetFaces(faces_.Found());

@@ -102,7 +102,7 @@ class Engine {
   std::vector<std::function<void(MagicEffects &)>> batched_changes_;
   EngineStats stats_;
   bool reports_faces_ = false;
-  FaceFinder faces_;
+  FaceFinder faces_{loader_};
   std::shared_ptr<tessera::TesseraOut> landmarks_;
   bool faces_reported_ = false;  // since the looking last began
 

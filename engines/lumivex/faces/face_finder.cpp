@@ -13,6 +13,16 @@ namespace {
 
 constexpr int kQuiet = 3;  // the runner's log level
 
+// Null where it cannot start, as it says itself.
+std::shared_ptr<tessera::TesseraRunner> StartedRunner(const std::string &model_folder) {
+  auto config = std::make_shared<tessera::TesseraConfig>("tessera_landmarks");
+  config->setModelFolderPath(model_folder);
+  std::shared_ptr<tessera::TesseraRunner> runner = tessera::TesseraRunner::createTesseraRunner(std::move(config));
+  if (!runner) return nullptr;
+  runner->setLogLevel(kQuiet);
+  return runner->init() == 0 ? runner : nullptr;
+}
+
 unsigned char *Bytes(const cv::Mat &plane) {
   return plane.data;
 }
@@ -27,6 +37,7 @@ void FaceFinder::SetModelFolder(std::string folder) {
   if (folder == model_folder_) return;
   model_folder_ = std::move(folder);
   runner_.reset();
+  runner_loading_.Cancel();
   refused_ = false;
 }
 
@@ -39,6 +50,7 @@ bool FaceFinder::Find(const Nv12View &view, const Orientation &orientation, uint
   if (need == FaceNeed::kNone) {
     faces_.clear();
     has_looked_ = false;
+    runner_loading_.Cancel();
     return false;
   }
   if (!IsDue(timestamp, need)) return false;
@@ -69,19 +81,22 @@ bool FaceFinder::IsDue(uint64_t timestamp, FaceNeed need) {
   return timestamp - looked_at_ >= kReportInterval;
 }
 
-// A runner that cannot start says so itself.
+// Its models take longer to read than a frame may.
 bool FaceFinder::MakeRunner() {
   if (runner_) return true;
   if (refused_) return false;
-  auto config = std::make_shared<tessera::TesseraConfig>("tessera_landmarks");
-  config->setModelFolderPath(model_folder_);
-  std::shared_ptr<tessera::TesseraRunner> runner = tessera::TesseraRunner::createTesseraRunner(std::move(config));
-  if (runner) runner->setLogLevel(kQuiet);
-  refused_ = !runner || runner->init() != 0;
-  if (refused_) return false;
-  runner_ = std::move(runner);
-  HandParams();
-  return true;
+  if (!runner_loading_.Pending()) {
+    runner_loading_.Start(loader_, [folder = model_folder_](const std::atomic<bool> &) {
+      return RunnerRead{StartedRunner(folder), {}};
+    });
+  }
+  std::optional<RunnerRead> read = runner_loading_.Take(awaits_models_);
+  if (!read) return false;
+  if (!read->reason.empty()) blog(LOG_ERROR, "[lumivex] no vision runner: %s", read->reason.c_str());
+  runner_ = std::move(read->runner);
+  refused_ = !runner_;
+  if (runner_) HandParams();
+  return runner_ != nullptr;
 }
 
 void FaceFinder::HandParams() {

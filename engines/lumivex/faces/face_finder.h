@@ -5,10 +5,12 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "faces/face_tree.h"
 #include "faces/faces.h"
 #include "faces/upright_picture.h"
+#include "files/loading.h"
 #include "pixels/nv12_view.h"
 #include "pixels/orientation.h"
 
@@ -26,11 +28,13 @@ enum class FaceNeed {
   kPicture,  // drawn upon: on every frame
 };
 
-// Owns: the runner, made when it is first needed; the faces found last. Borrows: the frame, for the call.
-// Threads: one at a time.
+// Owns: the runner, which the loader makes when it is first needed; the faces found last. Borrows: the frame, for the
+// call; the loader, which outlives it. Threads: one at a time.
 class FaceFinder {
  public:
   static constexpr uint64_t kReportInterval = 1'000'000'000 / 15;  // nanoseconds of the frames' time
+
+  explicit FaceFinder(Loader &loader) : loader_(loader) {}
 
   // Where the runner looks for its models; what it finds there counts from the next frame on.
   void SetModelFolder(std::string folder);
@@ -39,7 +43,10 @@ class FaceFinder {
   // searches beside them.
   void SetParams(const std::map<std::string, std::string> &params);
 
-  // Whether the runner has looked at this frame. `timestamp` in nanoseconds; one that does not rise tells no time.
+  // Whether a frame waits while the runner's models are being read; until then it does not.
+  void AwaitModels(bool await) { awaits_models_ = await; }
+
+  // Whether the runner has looked at this frame; while its models are being read it looks at none. `timestamp` in nanoseconds; one that does not rise tells no time.
   bool Find(const Nv12View &view, const Orientation &orientation, uint64_t timestamp, FaceNeed need);
 
   // Of the last frame that was looked at; none while there is no need.
@@ -50,15 +57,24 @@ class FaceFinder {
   std::shared_ptr<tessera::TesseraOut> Result() const { return result_; }
 
  private:
+  struct RunnerRead {
+    static RunnerRead Failed(std::string reason) { return {nullptr, std::move(reason)}; }
+    std::shared_ptr<tessera::TesseraRunner> runner;  // null: none can be had, as it says itself
+    std::string reason;                              // where it does not
+  };
+
   bool IsDue(uint64_t timestamp, FaceNeed need);
   bool MakeRunner();
   void HandParams();
   void SetOrientation(const Orientation &orientation);
   void Run();
 
+  Loader &loader_;
   std::string model_folder_;
   std::map<std::string, std::string> params_ = {{"max_face_num", "3"}, {"sync_detect", "0"}};
   std::shared_ptr<tessera::TesseraRunner> runner_;
+  Loading<RunnerRead> runner_loading_;
+  bool awaits_models_ = false;
   bool refused_ = false;  // no runner with this model folder
   UprightPicture picture_;
   std::shared_ptr<tessera::TesseraOut> result_;

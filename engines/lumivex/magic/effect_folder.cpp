@@ -7,6 +7,7 @@
 
 #include "platform/regular_file.h"
 #include "vanta_base/utf8_path.h"
+#include "vanta_base/utf8_text.h"
 
 namespace lumivex {
 namespace {
@@ -101,6 +102,13 @@ Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, cons
   return LoadFrom(vanta::PathFromUtf8(path), {}, budget, cancelled);
 }
 
+PicturePointer DrawLayerText(const std::string &text, const LayerPlan &layer) {
+  std::string line(vanta::Utf8Beginning(text, kMaxTextLength));
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return static_cast<uint8_t>(c) < ' ' || c == '\x7F'; }, '?');
+  return DrawText(line, layer.color);
+}
+
 Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled) {
   const fs::path json = vanta::PathFromUtf8(folder) / kEffectFile;
   std::string text;
@@ -119,6 +127,7 @@ Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &ca
   std::map<fs::path, Pictures> known;  // layers may share their pictures
   for (const LayerPlan &layer : effect->plan.layers) {
     Pictures &pictures = effect->pictures.emplace_back();
+    effect->texts.push_back(layer.source == LayerSource::kText ? DrawLayerText(layer.text, layer) : nullptr);
     if (layer.source != LayerSource::kFile) continue;
     const fs::path file = Inside(root, layer.file);
     if (file.empty())

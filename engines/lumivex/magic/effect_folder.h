@@ -14,7 +14,8 @@ namespace lumivex {
 
 struct Effect {
   EffectPlan plan;
-  std::vector<Pictures> pictures;  // by layer; empty for a layer that draws no file
+  std::vector<Pictures> pictures;     // by layer; empty for a layer that draws no file
+  std::vector<PicturePointer> texts;  // by layer, as they stand in the file; null, or none at its place, without one
 };
 
 template <typename Content>
@@ -31,6 +32,8 @@ inline constexpr size_t kMaxPicturesInLayer = 256;
 
 // Both stop early, with nothing, once `cancelled` is set. Threads: any.
 Loaded<Effect> LoadEffect(const std::string &folder, const std::atomic<bool> &cancelled);
+// One line, cut between characters, in the layer's colour. Fonts are read for it. Null for an empty one. Threads: any.
+PicturePointer DrawLayerText(const std::string &text, const LayerPlan &layer);
 // One file, still, animated or a video, or a folder of still pictures in the order of their names.
 Loaded<Pictures> LoadPictures(const std::string &path, PixelBudget &budget, const std::atomic<bool> &cancelled);
 

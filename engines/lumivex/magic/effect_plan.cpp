@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "magic/json_members.h"
+#include "files/json_members.h"
 
 namespace lumivex {
 namespace {
@@ -44,9 +44,7 @@ class PlanReader {
   // Empty, or why the text is no effect.
   std::string Read(const Json &json) {
     JsonMembers members(json, "the effect");
-    int64_t format = 0;
-    members.Whole("format", kEffectFormat, kEffectFormat, format);
-    if (members.Good() && format != kEffectFormat) members.Fail("format", "is missing; it must be 1");
+    members.Format(kEffectFormat);
     std::string about;
     members.Text("about", kMaxDescriptionBytes, about);
     members.Text("description", kMaxDescriptionBytes, plan.description);

@@ -1,11 +1,11 @@
 #include "magic/effect_player.h"
 
+#include <util/base.h>
+
 #include <vanta_base/json_text.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
-
-#include "vanta_base/utf8_text.h"
 
 namespace lumivex {
 namespace {
@@ -13,14 +13,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int64_t kNanosecondsPerMs = 1000000;
-
-// One line, cut between characters.
-std::string OneLine(std::string text) {
-  text.resize(vanta::Utf8Beginning(text, kMaxTextLength).size());
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<uint8_t>(c) < ' ' || c == '\x7F'; }, '?');
-  return text;
-}
 
 // A text or a number at the place; nothing for everything else.
 std::optional<std::string> TextAt(const Json &message, const std::string &pointer) {
@@ -39,9 +31,12 @@ bool HasTriggers(const EffectPlan &plan) {
 
 }  // namespace
 
-EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect)
-    : effect_(std::move(effect)), has_triggers_(HasTriggers(effect_->plan)) {
-  layers_.resize(effect_->plan.layers.size());
+EffectPlayer::EffectPlayer(std::shared_ptr<const Effect> effect, Loader &loader)
+    : effect_(std::move(effect)),
+      loader_(loader),
+      layers_(effect_->plan.layers.size()),
+      text_loads_(effect_->plan.layers.size()),
+      has_triggers_(HasTriggers(effect_->plan)) {
   Rewind();
 }
 
@@ -52,7 +47,8 @@ void EffectPlayer::Rewind() {
   for (size_t i = 0; i < layers_.size(); ++i) {
     layers_[i].shown = !Plan().layers[i].hidden;
     layers_[i].zero_ms = 0;
-    if (Plan().layers[i].source == LayerSource::kText) ShowText(i, Plan().layers[i].text);
+    text_loads_[i].Cancel();
+    layers_[i].text = i < effect_->texts.size() ? effect_->texts[i] : nullptr;
   }
 }
 
@@ -124,7 +120,23 @@ void EffectPlayer::Act(const ReactionPlan &reaction, const Json &message, Effect
 }
 
 void EffectPlayer::ShowText(size_t layer, const std::string &text) {
-  layers_[layer].text = DrawText(OneLine(text), Plan().layers[layer].color);
+  TakeText(layer, false);  // texts that change with each frame are to be seen, too
+  text_loads_[layer].Start(loader_, [text, effect = effect_, layer](const std::atomic<bool> &) {
+    return DrawnText{DrawLayerText(text, effect->plan.layers[layer]), {}};
+  });
+}
+
+void EffectPlayer::TakeText(size_t layer, bool await) {
+  std::optional<DrawnText> drawn = text_loads_[layer].Take(await);
+  if (!drawn) return;
+  if (drawn->reason.empty())
+    layers_[layer].text = std::move(drawn->picture);
+  else
+    blog(LOG_WARNING, "[lumivex] a text of an effect: %s; it stays as it is", drawn->reason.c_str());
+}
+
+void EffectPlayer::TakeTexts(bool await) {
+  for (size_t i = 0; i < text_loads_.size(); ++i) TakeText(i, await);
 }
 
 int64_t EffectPlayer::ElapsedMs() const {

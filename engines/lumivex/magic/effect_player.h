@@ -8,9 +8,11 @@
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "faces/faces.h"
+#include "files/loading.h"
 #include "lumivex/lumivex_values.h"
 #include "magic/effect_folder.h"
 #include "magic/effect_outbox.h"
@@ -25,7 +27,7 @@ namespace lumivex {
 
 // Pictures that come from commands, for layers that name them.
 struct SharedPictures {
-  std::vector<PicturePointer> custom;  // null where one could not be read
+  std::vector<PicturePointer> custom;  // null where none could be read
   Pictures media;                      // empty: none
 };
 
@@ -40,13 +42,15 @@ struct Canvas {
   RowBands bands = RowBands();
 };
 
-// Owns: the layers' states. Threads: one at a time.
+// Owns: the layers' states. Borrows: the loader, which outlives it. Threads: one at a time.
 class EffectPlayer {
  public:
-  explicit EffectPlayer(std::shared_ptr<const Effect> effect);
+  EffectPlayer(std::shared_ptr<const Effect> effect, Loader &loader);
 
   // Says what the effect is, sends its first messages. `disables`: of all effects that play.
   void Start(const Disables &disables, EffectOutbox &outbox) const;
+  // The texts that messages have set and that are drawn by now; with `await` all of them.
+  void TakeTexts(bool await);
   void Advance(int64_t nanoseconds, EffectOutbox &outbox);
   void SetState(LXEffectState state);
   // A message of the host's.
@@ -69,6 +73,11 @@ class EffectPlayer {
     int64_t zero_ms = 0;  // when its times began to count
     PicturePointer text;
   };
+  struct DrawnText {
+    static DrawnText Failed(std::string reason) { return {nullptr, std::move(reason)}; }
+    PicturePointer picture;
+    std::string reason;  // why there is none
+  };
   // A stamp may take as much memory as the frame. Each of the first layers has its own, the others share the last one.
   static constexpr size_t kStampCount = 8;
 
@@ -78,6 +87,7 @@ class EffectPlayer {
   bool Matches(const ReactionPlan &reaction, const nlohmann::ordered_json &message) const;
   void Act(const ReactionPlan &reaction, const nlohmann::ordered_json &message, EffectOutbox &outbox);
   void ShowText(size_t layer, const std::string &text);
+  void TakeText(size_t layer, bool await);
   // Milliseconds since the layer appeared; negative when it is not to be seen. `face`: of the last frame's, for a layer
   // on faces; absent: on the screen.
   int64_t LayerTime(size_t layer, std::optional<size_t> face = std::nullopt) const;
@@ -86,7 +96,9 @@ class EffectPlayer {
   void DrawLayer(size_t index, std::optional<size_t> face, const Canvas &canvas, const SharedPictures &shared);
 
   const std::shared_ptr<const Effect> effect_;
+  Loader &loader_;
   std::vector<LayerState> layers_;
+  std::vector<Loading<DrawnText>> text_loads_;  // by layer
   std::array<Stamp, kStampCount> stamps_;
   const bool has_triggers_;
   FaceTriggers triggers_;  // by the effect's time

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "magic/json_members.h"
+#include "files/json_members.h"
 #include "settings/effect_settings.h"
 #include "settings/engine_control.h"
 #include "vanta_base/utf8_path.h"
@@ -171,7 +171,10 @@ void MagicEffects::Begin(uint64_t timestamp) {
 
 void MagicEffects::TakeLoaded() {
   const bool await = FramesAwaitLoads();
-  for (EffectSlot &slot : slots_) TakeEffect(slot, await);
+  for (EffectSlot &slot : slots_) {
+    TakeEffect(slot, await);
+    if (slot.player) slot.player->TakeTexts(await);
+  }
   if (auto media = media_loading_.Take(await)) {
     if (media->content) {
       shared_.media = *media->content;
@@ -181,10 +184,20 @@ void MagicEffects::TakeLoaded() {
            FailureLine("media resource", media_path_, media->file, media->reason, media->remedy).c_str());
     }
   }
-  if (auto custom = custom_loading_.Take(await)) {
-    shared_.custom = std::move(custom->pictures);
-    for (const std::string &line : custom->failures) blog(LOG_WARNING, "%s", line.c_str());
+  TakeCustomImages(await);
+}
+
+// One that cannot be read leaves the former one of its number.
+void MagicEffects::TakeCustomImages(bool await) {
+  auto custom = custom_loading_.Take(await);
+  if (!custom) return;
+  for (const std::string &line : custom->failures) blog(LOG_WARNING, "%s", line.c_str());
+  if (!custom->read) return;
+  std::vector<PicturePointer> &pictures = custom->pictures;
+  for (size_t i = 0; i < std::min(pictures.size(), shared_.custom.size()); ++i) {
+    if (!pictures[i]) pictures[i] = std::move(shared_.custom[i]);
   }
+  shared_.custom = std::move(pictures);
 }
 
 void MagicEffects::TakeEffect(EffectSlot &slot, bool await) {
@@ -198,7 +211,7 @@ void MagicEffects::TakeEffect(EffectSlot &slot, bool await) {
     return;
   }
   slot.playing_path = slot.path;
-  slot.player = std::make_unique<EffectPlayer>(std::move(loaded->content));
+  slot.player = std::make_unique<EffectPlayer>(std::move(loaded->content), loader_);
   slot.player->Start(DisablesOfAll(), outbox_);
 }
 

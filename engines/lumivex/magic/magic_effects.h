@@ -72,16 +72,20 @@ class MagicEffects {
   static constexpr size_t kGiftSlotIndex = 2;
   static constexpr size_t kBoxSlot = 3;
   struct CustomImages {
-    static CustomImages Failed(const std::string &reason) { return {{}, {"[lumivex] custom images: " + reason}}; }
+    static CustomImages Failed(const std::string &reason) {
+      return {{}, {"[lumivex] custom images: " + reason + "; they stay as they are"}, false};
+    }
 
-    std::vector<PicturePointer> pictures;
-    std::vector<std::string> failures;  // whole log lines
+    std::vector<PicturePointer> pictures;  // null where one could not be read
+    std::vector<std::string> failures;     // whole log lines
+    bool read = true;
   };
 
   void Play(EffectSlot &slot, const std::string &path);
   static void Clear(EffectSlot &slot);
   void TakeLoaded();
   void TakeEffect(EffectSlot &slot, bool await);
+  void TakeCustomImages(bool await);
   Disables DisablesOfAll() const;
   bool ShowsMediaItself() const;
   void DrawMedia(const Canvas &canvas);

@@ -4,9 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <initializer_list>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
 #include <utility>
+
+#include "files/json_members.h"
 
 namespace lumivex {
 namespace {
@@ -14,7 +17,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kMakeupFormat = 1;
-constexpr float kFarthest = 16384.0f;  // pixels from a picture's corner
+constexpr double kFarthest = 16384.0;  // pixels from a picture's corner
 
 constexpr std::array<std::pair<std::string_view, MakeupBlend>, 4> kBlends = {{{"normal", MakeupBlend::kNormal},
                                                                               {"multiply", MakeupBlend::kMultiply},
@@ -27,107 +30,76 @@ bool IsFileName(const std::string &name) {
          name.find('\0') == std::string::npos;
 }
 
-std::optional<float> NumberWithin(const Json &value, float least, float most) {
-  if (!value.is_number()) return std::nullopt;
-  const auto number = value.get<double>();
-  if (!(number >= static_cast<double>(least) && number <= static_cast<double>(most))) return std::nullopt;
-  return static_cast<float>(number);
+// Two numbers, neither farther than a picture may reach.
+std::optional<std::pair<float, float>> PairOf(const Json &place) {
+  const auto within = [](const Json &value) { return value.is_number() && std::abs(value.get<double>()) <= kFarthest; };
+  if (!place.is_array() || place.size() != 2 || !within(place[0]) || !within(place[1])) return std::nullopt;
+  return std::pair{place[0].get<float>(), place[1].get<float>()};
 }
 
 // Owns: what has been read so far. Threads: one.
 class MakeupReader {
  public:
   MakeupText Read(std::string_view text) {
-    if (!ReadAll(text)) result_.layers.clear();
+    result_.reason = ReadAll(text);
+    if (!result_.reason.empty()) result_.layers.clear();
     return std::move(result_);
   }
 
  private:
-  bool Fail(std::string reason) {
-    result_.reason = std::move(reason);
-    return false;
-  }
-
-  // A misspelt member never passes silently.
-  bool HasOnly(const Json &json, std::initializer_list<std::string_view> names) {
-    for (const auto &[name, value] : json.items()) {
-      if (std::find(names.begin(), names.end(), name) == names.end()) return Fail("\"" + name + "\" means nothing");
-    }
-    return true;
-  }
-
-  bool ReadAll(std::string_view text) {
-    if (text.size() > kMostMakeupTextBytes) return Fail("it is longer than 1 MiB");
+  // Empty, or why the text is no makeup.
+  std::string ReadAll(std::string_view text) {
+    if (text.size() > kMostMakeupTextBytes) return "it is longer than 1 MiB";
     const Json json = vanta::ReadJson(text);
-    if (!json.is_object()) return Fail("it is no JSON object");
-    const auto format = json.find("format");
-    if (format == json.end() || *format != kMakeupFormat) return Fail("its \"format\" is not 1");
-    if (!HasOnly(json, {"format", "about", "layers"})) return false;
-    const auto layers = json.find("layers");
-    if (layers == json.end() || !layers->is_array() || layers->empty()) return Fail("it has no \"layers\"");
-    if (layers->size() > kMostMakeupLayers) return Fail("it has more than 32 layers");
-    for (const Json &layer : *layers) {
-      if (!ReadLayer(layer)) {
-        result_.reason = "layer " + std::to_string(result_.layers.size() + 1) + ": " + result_.reason;
-        return false;
-      }
+    if (!json.is_object()) return "it is no JSON object";
+    JsonMembers members(json, "the makeup");
+    members.Format(kMakeupFormat);
+    members.Any("about");
+    const Json *layers = members.List("layers", kMostMakeupLayers);
+    members.End();
+    if (!layers || layers->empty()) members.Fail("layers", "is missing or empty");
+    for (size_t i = 0; members.Good() && i < layers->size(); ++i) {
+      JsonMembers layer((*layers)[i], "layer " + std::to_string(i + 1));
+      ReadLayer(layer);
+      members.Take(layer);
     }
-    return true;
+    return members.Reason();
   }
 
-  bool ReadLayer(const Json &json) {
-    if (!json.is_object()) return Fail("it is no object");
-    if (!HasOnly(json, {"image", "blend", "opacity", "anchors"})) return false;
+  void ReadLayer(JsonMembers &members) {
     MakeupLayerText layer;
-    const auto image = json.find("image");
-    if (image == json.end() || !image->is_string()) return Fail("it names no \"image\"");
-    layer.image = image->get<std::string>();
-    if (!IsFileName(layer.image)) return Fail("its \"image\" is no plain file name");
-    if (!ReadBlend(json, layer) || !ReadOpacity(json, layer) || !ReadPins(json, layer)) return false;
+    members.Text("image", kMostMakeupTextBytes, layer.image);
+    std::string blend = "normal";
+    members.Text("blend", kMostMakeupTextBytes, blend);
+    members.Number("opacity", 0.0f, 1.0f, layer.opacity);
+    const Json *anchors = members.Object("anchors");
+    members.End();
+    if (layer.image.empty()) members.Fail("image", "is missing");
+    if (!IsFileName(layer.image)) members.Fail("image", "is no plain file name");
+    const auto known =
+        std::find_if(kBlends.begin(), kBlends.end(), [&](const auto &entry) { return entry.first == blend; });
+    if (known != kBlends.end()) layer.blend = known->second;
+    if (known == kBlends.end()) members.Fail("blend", "is none of normal, multiply, screen, soft_light");
+    ReadPins(anchors, members, layer);
     result_.layers.push_back(std::move(layer));
-    return true;
   }
 
-  bool ReadBlend(const Json &json, MakeupLayerText &layer) {
-    const auto blend = json.find("blend");
-    if (blend == json.end()) return true;
-    if (blend->is_string()) {
-      for (const auto &[name, value] : kBlends) {
-        if (blend->get_ref<const std::string &>() != name) continue;
-        layer.blend = value;
-        return true;
-      }
-    }
-    return Fail("its \"blend\" is none of normal, multiply, screen, soft_light");
-  }
-
-  bool ReadOpacity(const Json &json, MakeupLayerText &layer) {
-    const auto opacity = json.find("opacity");
-    if (opacity == json.end()) return true;
-    const std::optional<float> value = NumberWithin(*opacity, 0.0f, 1.0f);
-    if (!value) return Fail("its \"opacity\" is no number from 0 to 1");
-    layer.opacity = *value;
-    return true;
-  }
-
-  bool ReadPins(const Json &json, MakeupLayerText &layer) {
-    const auto anchors = json.find("anchors");
-    if (anchors == json.end() || !anchors->is_object() || anchors->size() < 2)
-      return Fail("its \"anchors\" do not name two places or more");
-    if (anchors->size() > kMostMakeupPins) return Fail("it has more than 32 anchors");
+  static void ReadPins(const Json *anchors, JsonMembers &members, MakeupLayerText &layer) {
+    const auto fail = [&](const std::string &reason) { members.Fail("anchors", reason); };
+    if (!anchors || anchors->size() < 2) return fail("do not name two places or more");
+    if (anchors->size() > kMostMakeupPins) return fail("are more than 32");
     for (const auto &[name, place] : anchors->items()) {
       const std::optional<FaceAnchor> anchor = FindFaceAnchor(name);
-      if (!anchor) return Fail("\"" + name + "\" is no anchor of a face");
-      if (!place.is_array() || place.size() != 2) return Fail("the place of \"" + name + "\" is no pair of numbers");
-      const std::optional<float> x = NumberWithin(place[0], -kFarthest, kFarthest);
-      const std::optional<float> y = NumberWithin(place[1], -kFarthest, kFarthest);
-      if (!x || !y) return Fail("the place of \"" + name + "\" is no pair of numbers within 16384 pixels");
-      layer.pins.push_back({*anchor, *x, *y});
+      if (!anchor) return fail("name \"" + name + "\", which is no anchor of a face");
+      const std::optional<std::pair<float, float>> pixel = PairOf(place);
+      if (!pixel) return fail("give \"" + name + "\" no pair of numbers within 16384 pixels");
+      layer.pins.push_back({*anchor, pixel->first, pixel->second});
     }
-    for (const MakeupPin &pin : layer.pins) {
-      if (std::hypot(pin.x - layer.pins.front().x, pin.y - layer.pins.front().y) >= 1.0f) return true;
-    }
-    return Fail("its anchors lie in one place");
+    const MakeupPin &first = layer.pins.front();
+    const bool apart = std::any_of(layer.pins.begin(), layer.pins.end(), [&](const MakeupPin &pin) {
+      return std::hypot(pin.x - first.x, pin.y - first.y) >= 1.0f;
+    });
+    if (!apart) fail("lie in one place");
   }
 
   MakeupText result_;

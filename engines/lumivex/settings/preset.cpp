@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "files/json_members.h"
 #include "platform/regular_file.h"
 #include "vanta_base/utf8_path.h"
 
@@ -47,12 +48,13 @@ class PresetReader {
     if (fault != FileFault::kNone) return Fail("it cannot be read");
     const Json json = vanta::ReadJson(std::string(bytes.begin(), bytes.end()));
     if (!json.is_object()) return Fail("it is no JSON object");
-    const auto format = json.find("format");
-    if (format == json.end() || *format != kPresetFormat) return Fail("its \"format\" is not 1");
-    if (const auto presets = json.find("presets"); presets != json.end()) return ReadMembers(file, *presets, depth);
-    const auto beauty = json.find("beauty");
-    if (beauty == json.end() || !beauty->is_object()) return Fail("it has neither \"beauty\" nor \"presets\"");
-    return TakeValues(*beauty);
+    JsonMembers members(json, "the preset");
+    members.Format(kPresetFormat);
+    const Json *presets = members.List("presets", kMostBytes);
+    const Json *beauty = members.Object("beauty");
+    if (!presets && !beauty) members.Fail("beauty", "is missing, and \"presets\" too");
+    if (!members.Good()) return Fail(members.Reason());
+    return presets ? ReadMembers(file, *presets, depth) : TakeValues(*beauty);
   }
 
   BeautyValues values = {};
@@ -68,7 +70,6 @@ class PresetReader {
   }
 
   bool ReadMembers(const fs::path &file, const Json &presets, int depth) {
-    if (!presets.is_array()) return Fail("its \"presets\" is no list");
     if (depth == kDeepestGroup) return Fail("groups stand too deep in one another");
     for (const Json &member : presets) {
       if (!member.is_string()) return Fail("its \"presets\" holds more than names");

@@ -42,6 +42,12 @@ bool Create(const std::string &model_folder) {
   return true;
 }
 
+int Init() {
+  Script().init_thread = std::this_thread::get_id();
+  if (Script().init_awaits.valid()) Script().init_awaits.wait();
+  return Script().init_result;
+}
+
 void KeepParams(const tessera::Any &param) {
   Script().params.clear();
   const tessera::Any params = param.asMap().get("landmarks_param", tessera::Any());
@@ -87,7 +93,7 @@ WithScriptedRunner::WithScriptedRunner() {
   Script() = {};
   vanta_test::RunnerScript script;
   script.on_create = Create;
-  script.on_init = [] { return Script().init_result; };
+  script.on_init = Init;
   script.on_param = KeepParams;
   script.on_run = KeepPicture;
   script.on_result = [] { return Script().is_mute ? 1 : 0; };

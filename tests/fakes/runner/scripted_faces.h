@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <future>
 #include <map>
 #include <opencv2/core.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vanta_host.h"
@@ -30,6 +32,7 @@ std::vector<cv::Point2f> PointsOf(const ScriptedFace &face);
 struct FacesScript {
   bool refuses = false;  // createTesseraRunner gives null
   int init_result = 0;
+  std::shared_future<void> init_awaits;  // where there is one
   bool throws = false;
   bool is_mute = false;                             // run leaves its result null
   std::vector<ScriptedFace> faces;                  // found in each picture
@@ -38,6 +41,7 @@ struct FacesScript {
   double search_elapsed_ms = 0;                     // 0: it has none
 
   int created = 0;
+  std::thread::id init_thread;
   int runs = 0;
   std::string model_folder;                   // of the last one created
   std::map<std::string, std::string> params;  // set last

@@ -43,6 +43,16 @@ TEST_F(CustomImages, ThatCannotBeReadAreALogLineAndLeaveTheOthers) {
   EXPECT_EQ(log.Count("[lumivex] custom image " + missing + ": it is no file that can be read; check the name"), 1u);
 }
 
+TEST_F(CustomImages, ThatCannotBeReadLeaveTheFormerOnes) {
+  Play(WriteEffect("effect", OneLayer({{"image", "custom:1"}})));
+  engine_->setMagicCustomImage({WritePicture("a.png", kRed), WritePicture("b.png", kWhite)});
+  Await([&] { return Is(Show(0), 2, 2, kWhiteCodes); });
+  const vanta_test::LogCapture log;
+  engine_->setMagicCustomImage({OwnFolder() + "/a.png", WriteFile("text.png", "text")});
+  Await([&] { return log.CountWith("text.png: it is no PNG") == 1; });
+  EXPECT_TRUE(Is(Show(), 2, 2, kWhiteCodes));
+}
+
 TEST_F(CustomImages, OfJpegAreRead) {
   Play(WriteEffect("effect", OneLayer({{"image", "custom:0"}})));
   const std::string path = OwnFolder() + "/white.jpg";

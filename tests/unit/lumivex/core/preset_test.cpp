@@ -151,13 +151,13 @@ INSTANTIATE_TEST_SUITE_P(
     Files, BrokenPresets,
     ::testing::Values(BrokenPreset{"", "it is no JSON object"}, BrokenPreset{"[1]", "it is no JSON object"},
                       BrokenPreset{"{", "it is no JSON object"},
-                      BrokenPreset{R"({"beauty": {}})", "its \"format\" is not 1"},
-                      BrokenPreset{R"({"format": 2, "beauty": {}})", "its \"format\" is not 1"},
-                      BrokenPreset{R"({"format": 1})", "neither \"beauty\" nor \"presets\""},
-                      BrokenPreset{R"({"format": 1, "beauty": 3})", "neither \"beauty\" nor \"presets\""},
+                      BrokenPreset{R"({"beauty": {}})", "\"format\" is missing; it must be 1"},
+                      BrokenPreset{R"({"format": 2, "beauty": {}})", "the preset: \"format\" is not 1"},
+                      BrokenPreset{R"({"format": 1})", "\"beauty\" is missing, and \"presets\" too"},
+                      BrokenPreset{R"({"format": 1, "beauty": 3})", "\"beauty\" is no object"},
                       BrokenPreset{R"({"format": 1, "beauty": {"smoth": 1}})", "\"smoth\" is no beauty type"},
                       BrokenPreset{R"({"format": 1, "beauty": {"smooth": "1"}})", "\"smooth\" is no number"},
-                      BrokenPreset{R"({"format": 1, "presets": "jingdian"})", "its \"presets\" is no list"},
+                      BrokenPreset{R"({"format": 1, "presets": "jingdian"})", "\"presets\" is no list"},
                       BrokenPreset{R"({"format": 1, "presets": [1]})", "holds more than names"}));
 
 TEST(Preset, ThatDoesNotExistIsOneLogLine) {

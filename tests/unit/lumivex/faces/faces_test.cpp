@@ -1,13 +1,16 @@
 // The vision step: when it runs, what the runner sees, and what the host is told.
 #include <gtest/gtest.h>
 
+#include <future>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <thread>
 
 #include "fakes/runner/scripted_faces.h"
 #include "fixtures/lumivex/engine_fixture.h"
 #include "fixtures/process/log_capture.h"
+#include "lumivex/lumivex_control.h"
 #include "lumivex/lumivex_values.h"
 #include "vanta_filter/landmark/tessera_api.h"
 
@@ -177,6 +180,40 @@ TEST_F(FaceFinder, WithoutARunnerTheRestGoesOn) {
     EXPECT_EQ(host.calls, 0);
     EXPECT_EQ(Script().runs, 0);
   }
+}
+
+TEST_F(FaceFinder, ReadsItsModelsBesideTheFrames) {
+  std::promise<void> read;
+  Script().init_awaits = read.get_future();
+  const auto engine = MakeEngine(64, 64);
+  lumivex_set_frames_await_loads(false);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  for (int i = 0; i < 3; ++i) Process(*engine, picture);
+  EXPECT_EQ(host.calls, 0);
+  read.set_value();
+  while (host.calls == 0) {
+    Process(*engine, picture);
+    std::this_thread::yield();
+  }
+  EXPECT_NE(Script().init_thread, std::this_thread::get_id());
+}
+
+TEST_F(FaceFinder, WaitsNoLongerForModelsThatNobodyNeeds) {
+  std::promise<void> read;
+  Script().init_awaits = read.get_future();
+  const auto engine = MakeEngine(64, 64);
+  lumivex_set_frames_await_loads(false);
+  Host host;
+  host.Listen(*engine);
+  Picture picture(64, 64, kGrey);
+  Process(*engine, picture);
+  EXPECT_EQ(lumivex_pending_loads(), 1);
+  engine->setTesseraCpuDataFunc(nullptr);
+  Process(*engine, picture);
+  EXPECT_EQ(lumivex_pending_loads(), 0);
+  read.set_value();
 }
 
 TEST_F(FaceFinder, TriesARunnerAgainForAnotherModelFolderOnly) {

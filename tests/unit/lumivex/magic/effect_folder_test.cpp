@@ -122,7 +122,7 @@ TEST_F(EffectFolder, WhatIsWrongInTheTextIsNamed) {
   } rows[] = {
       {json::array(), "the effect is no object"},
       {{{"layers", json::array()}}, "the effect: \"format\" is missing; it must be 1"},
-      {{{"format", 2}}, "the effect: \"format\" is not from 1 to 1"},
+      {{{"format", 2}}, "the effect: \"format\" is not 1"},
       {{{"format", 1}, {"lairs", 1}}, "the effect: \"lairs\" is no member of it"},
       {{{"format", 1}, {"duration", -1}}, "the effect: \"duration\" is not from 0 to 86400000"},
       {{{"format", 1}, {"duration", 1.5}}, "the effect: \"duration\" is no whole number"},

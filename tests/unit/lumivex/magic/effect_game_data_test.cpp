@@ -3,6 +3,7 @@
 
 #include "fixtures/lumivex/effect_fixture.h"
 #include "fixtures/process/log_capture.h"
+#include "lumivex/lumivex_control.h"
 
 namespace lumivex_test {
 namespace {
@@ -112,6 +113,19 @@ TEST_F(EffectGameData, SetsATextFromTheMessage) {
   EXPECT_GT(number, kGrey.y + 1);
   engine_->setBoomGameData(R"({"reqType":1,"data":{"params":{"score":"\u00e4%\n"}}})");
   EXPECT_NE(Show().MeanLuma(), number) << "what the font has not is drawn all the same";
+}
+
+TEST_F(EffectGameData, TextIsDrawnBesideTheFrames) {
+  json layer = RedLayer({{"id", "score"}, {"text", ""}, {"size", 1.0}});
+  layer.erase("image");
+  PlayEffect({{"layers", {layer}},
+              {"on", {{{"reqType", 1}, {"set_text", {{"layer", "score"}, {"from", "/data/params/score"}}}}}}});
+  Show();
+  lumivex_set_frames_await_loads(false);
+  engine_->setBoomGameData(R"({"reqType":1,"data":{"params":{"score":888}}})");
+  EXPECT_EQ(lumivex_pending_loads(), 1);
+  Await([&] { return Show(0).MeanLuma() > kGrey.y + 1; });
+  EXPECT_EQ(lumivex_pending_loads(), 0);
 }
 
 TEST_F(EffectGameData, MayHoldANameInAnyScript) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "files/loader.h"
 #include "fixtures/lumivex/engine_fixture.h"
 #include "magic/effect_player.h"
 #include "magic/placement.h"
@@ -106,7 +107,8 @@ void Draw(lumivex::EffectPlayer &player, Picture &picture, const lumivex::Faces 
 }
 
 TEST(EffectOnFace, IsDrawnOnEveryFace) {
-  lumivex::EffectPlayer player(NoseEffect());
+  lumivex::Loader loader;
+  lumivex::EffectPlayer player(NoseEffect(), loader);
   Picture picture(128, 64, kGrey);
   Draw(player, picture, {MakeFace({32, 32}), MakeFace({96, 32})});
   EXPECT_TRUE(IsRed(picture, 32, 32));
@@ -117,7 +119,8 @@ TEST(EffectOnFace, IsDrawnOnEveryFace) {
 }
 
 TEST(EffectOnFace, CoversTheTurnedSquare) {
-  lumivex::EffectPlayer player(NoseEffect());
+  lumivex::Loader loader;
+  lumivex::EffectPlayer player(NoseEffect(), loader);
   Picture picture(64, 64, kGrey);
   Draw(player, picture, {MakeFace({32, 32}, std::acos(0.0f) / 2)});
   EXPECT_TRUE(IsRed(picture, 32, 20)) << "the corner points up now";
@@ -125,7 +128,8 @@ TEST(EffectOnFace, CoversTheTurnedSquare) {
 }
 
 TEST(EffectOnFace, AtTheEdgeAndOutsideStaysWithinThePlanes) {
-  lumivex::EffectPlayer player(NoseEffect());
+  lumivex::Loader loader;
+  lumivex::EffectPlayer player(NoseEffect(), loader);
   Picture picture(63, 47, kGrey, 5);
   for (const float x : {-1e6f, -12.0f, 0.0f, 62.9f, 75.0f, 1e6f}) {
     for (const float y : {-1e6f, -12.0f, 0.0f, 46.9f, 1e6f}) Draw(player, picture, {MakeFace({x, y}, 0.4f)});
@@ -160,7 +164,7 @@ class EffectTrigger : public ::testing::Test {
     layer.trigger = trigger;
     if (trigger == lumivex::FaceTrigger::kBlink) layer.end_ms = lumivex::kBlinkShownMs;
     if (on_screen) layer.anchor = {lumivex::ScreenAnchor::kScreen, std::nullopt, false};
-    player_ = std::make_unique<lumivex::EffectPlayer>(effect);
+    player_ = std::make_unique<lumivex::EffectPlayer>(effect, loader_);
   }
 
   // What the frame with those faces shows on its left and on its right.
@@ -181,6 +185,7 @@ class EffectTrigger : public ::testing::Test {
 
   const Face left_ = MakeFace({32, 32});
   const Face right_ = MakeFace({96, 32});
+  lumivex::Loader loader_;
   std::unique_ptr<lumivex::EffectPlayer> player_;
   lumivex::EffectOutbox outbox_;
 };
@@ -261,7 +266,7 @@ TEST_F(EffectTrigger, BeginsTheLayersTimes) {
   effect->plan.layers[0].trigger = lumivex::FaceTrigger::kMouthOpen;
   effect->plan.layers[0].start_ms = 100;
   effect->plan.layers[0].end_ms = 200;
-  player_ = std::make_unique<lumivex::EffectPlayer>(effect);
+  player_ = std::make_unique<lumivex::EffectPlayer>(effect, loader_);
   EXPECT_FALSE(ShownOn(WithMouth(left_, 0.0f), 1000));
   EXPECT_FALSE(ShownOn(WithMouth(left_, 0.4f)));
   EXPECT_TRUE(ShownOn(WithMouth(left_, 0.4f), 120));
@@ -272,7 +277,8 @@ TEST(EffectOnFace, AsksForFacesOnlyWhileALayerIsShownOnThem) {
   auto effect = std::make_shared<lumivex::Effect>(*NoseEffect());
   effect->plan.layers[0].start_ms = 100;
   effect->plan.layers[0].end_ms = 200;
-  lumivex::EffectPlayer player(effect);
+  lumivex::Loader loader;
+  lumivex::EffectPlayer player(effect, loader);
   lumivex::EffectOutbox outbox;
   EXPECT_FALSE(player.NeedsFaces());
   player.Advance(150000000, outbox);

@@ -175,7 +175,7 @@ TEST_F(ModuleEffects, NumberOfFacesOfTheHostReachesTheSearch) {
   processor_.UpdateTesseraParams(R"({"max_face_num": 5})");
   processor_.SetDeformIntensityWithMode(lumivex::kDeformEyeSize, 0.5f);
   vanta_test::scripted_runner::Reset();
-  Frame(1000);
+  Await([] { return vanta_test::scripted_runner::Runs() > 0; });
   const Texts asked = vanta_test::scripted_runner::Texts();
   EXPECT_THAT(asked, testing::Contains(testing::HasSubstr("max_face_num=5")));
   EXPECT_EQ(vanta_test::scripted_runner::Runs(), 1u);

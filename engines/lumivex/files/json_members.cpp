@@ -1,4 +1,4 @@
-#include "magic/json_members.h"
+#include "files/json_members.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +25,12 @@ const JsonMembers::Json *JsonMembers::Any(std::string_view name) {
   if (!Good()) return nullptr;
   const auto found = object_.find(std::string(name));
   return found == object_.end() ? nullptr : &*found;
+}
+
+void JsonMembers::Format(int64_t number) {
+  const Json *value = Any("format");
+  if (value && *value == number) return;
+  Fail("format", (value ? "is not " : "is missing; it must be ") + std::to_string(number));
 }
 
 void JsonMembers::Number(std::string_view name, float minimum, float maximum, float &out) {

@@ -18,6 +18,8 @@ class JsonMembers {
   // `what` names the object in reasons: "layer 2".
   JsonMembers(const Json &object, std::string what);
 
+  // "format", which must be there and be this number.
+  void Format(int64_t number);
   void Number(std::string_view name, float minimum, float maximum, float &out);
   void Whole(std::string_view name, int64_t minimum, int64_t maximum, int64_t &out);
   void Whole(std::string_view name, int64_t minimum, int64_t maximum, std::optional<int64_t> &out);
