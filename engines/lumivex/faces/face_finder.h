@@ -46,7 +46,8 @@ class FaceFinder {
   // Whether a frame waits while the runner's models are being read; until then it does not.
   void AwaitModels(bool await) { awaits_models_ = await; }
 
-  // Whether the runner has looked at this frame; while its models are being read it looks at none. `timestamp` in nanoseconds; one that does not rise tells no time.
+  // Whether the runner has looked at this frame; while its models are being read it looks at none. `timestamp` in
+  // nanoseconds; one that does not rise tells no time.
   bool Find(const Nv12View &view, const Orientation &orientation, uint64_t timestamp, FaceNeed need);
 
   // Of the last frame that was looked at; none while there is no need.
