@@ -34,6 +34,9 @@ constexpr float kVisible = 0.065f;
 // A face's own skin may have any colour that is nearly grey: in cold or dim light, and in a picture without colour.
 constexpr float kGreyOfAnyHue = 0.12f;  // saturation as a part of the luma
 constexpr float kMostOfAFace = 0.56f;
+// How far coloured light moves skin's colour out of the band's hues, as a part of the luma: old fluorescent lamps do so
+// by 0.06.
+constexpr float kMostTint = 0.07f;
 
 // The model.
 constexpr size_t kLeastSamples = 12;
@@ -85,13 +88,17 @@ Value BandOf(const Value &luma, const Value &blue, const Value &red) {
   return WhereAbove0(red, weight);
 }
 
+// How far from the nearest of the band's hues a colour lies, as a part of the luma; not above 0 within them.
+float BesideTheHues(const ShadeFreeColour &colour) {
+  const float towards_red = kHueNone[0] * colour.red + colour.blue;
+  const float towards_green = -kHueNone[1] * colour.red - colour.blue;
+  return std::max(towards_red / std::hypot(1.0f, kHueNone[0]), towards_green / std::hypot(1.0f, kHueNone[1]));
+}
+
 // Whether a face may be of that colour, in any light but a stage's: paint and masks are not learned.
 bool CanBeOfAFace(const ShadeFreeColour &colour) {
   const float part = std::hypot(colour.blue, colour.red);
-  if (part < kGreyOfAnyHue) return true;
-  if (colour.red <= 0.0f || part >= kMostOfAFace) return false;
-  const float hue = -colour.blue / colour.red;
-  return hue > kHueNone[0] && hue < kHueNone[1];
+  return part < kGreyOfAnyHue || (part < kMostOfAFace && BesideTheHues(colour) < kMostTint);
 }
 
 // The colour that half of them come before. Changes their order, so that no memory is taken for another one.

@@ -174,6 +174,26 @@ TEST(SkinModel, IsLearnedFromAFaceInDimAndInColdLight) {
   }
 }
 
+TEST(SkinModel, IsLearnedFromAFaceInTheLightOfLampsAndScreens) {
+  const std::array<std::array<int, 3>, 5> lights = {
+      {{80, 88, 74}, {85, 100, 80}, {100, 80, 55}, {100, 88, 98}, {75, 85, 100}}};
+  for (const auto &[red, green, blue] : lights) {
+    for (size_t i = 0; i < kTones.size(); ++i) {
+      const auto &tone = kTones[i];
+      auto samples = Samples({tone[0] * red / 100, tone[1] * green / 100, tone[2] * blue / 100});
+      EXPECT_TRUE(SkinModel::Learn(samples)) << "tone " << i + 1 << " in " << red << " " << green << " " << blue;
+    }
+  }
+}
+
+TEST(SkinModel, IsNotLearnedFromPaint) {
+  for (const std::array<int, 3> &paint :
+       {std::array{60, 140, 60}, std::array{150, 190, 60}, std::array{190, 40, 160}, std::array{40, 150, 150}}) {
+    auto samples = Samples(paint);
+    EXPECT_FALSE(SkinModel::Learn(samples)) << paint[0] << " " << paint[1] << " " << paint[2];
+  }
+}
+
 TEST(SkinModel, FollowsTheLightPartOfTheWay) {
   auto warm = Samples({200, 140, 110});
   auto cold = Samples({180, 145, 130});
