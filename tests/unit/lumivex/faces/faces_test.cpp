@@ -182,38 +182,40 @@ TEST_F(FaceFinder, WithoutARunnerTheRestGoesOn) {
   }
 }
 
-TEST_F(FaceFinder, ReadsItsModelsBesideTheFrames) {
-  std::promise<void> read;
-  Script().init_awaits = read.get_future();
-  const auto engine = MakeEngine(64, 64);
-  lumivex_set_frames_await_loads(false);
-  Host host;
-  host.Listen(*engine);
-  Picture picture(64, 64, kGrey);
-  for (int i = 0; i < 3; ++i) Process(*engine, picture);
-  EXPECT_EQ(host.calls, 0);
-  read.set_value();
-  while (host.calls == 0) {
-    Process(*engine, picture);
+// A host that listens while the runner's models are being read, until the test says that they are.
+class FaceFinderWhileModelsAreRead : public FaceFinder {
+ protected:
+  FaceFinderWhileModelsAreRead() {
+    Script().init_awaits = read_.get_future();
+    engine_ = MakeEngine(64, 64);
+    lumivex_set_frames_await_loads(false);
+    host_.Listen(*engine_);
+  }
+
+  std::promise<void> read_;
+  decltype(MakeEngine(0, 0)) engine_;
+  Host host_;
+  Picture picture_{64, 64, kGrey};
+};
+
+TEST_F(FaceFinderWhileModelsAreRead, GoesOnWithTheFrames) {
+  for (int i = 0; i < 3; ++i) Process(*engine_, picture_);
+  EXPECT_EQ(host_.calls, 0);
+  read_.set_value();
+  while (host_.calls == 0) {
+    Process(*engine_, picture_);
     std::this_thread::yield();
   }
   EXPECT_NE(Script().init_thread, std::this_thread::get_id());
 }
 
-TEST_F(FaceFinder, WaitsNoLongerForModelsThatNobodyNeeds) {
-  std::promise<void> read;
-  Script().init_awaits = read.get_future();
-  const auto engine = MakeEngine(64, 64);
-  lumivex_set_frames_await_loads(false);
-  Host host;
-  host.Listen(*engine);
-  Picture picture(64, 64, kGrey);
-  Process(*engine, picture);
+TEST_F(FaceFinderWhileModelsAreRead, WaitsNoLongerOnceNobodyNeedsThem) {
+  Process(*engine_, picture_);
   EXPECT_EQ(lumivex_pending_loads(), 1);
-  engine->setTesseraCpuDataFunc(nullptr);
-  Process(*engine, picture);
+  engine_->setTesseraCpuDataFunc(nullptr);
+  Process(*engine_, picture_);
   EXPECT_EQ(lumivex_pending_loads(), 0);
-  read.set_value();
+  read_.set_value();
 }
 
 TEST_F(FaceFinder, TriesARunnerAgainForAnotherModelFolderOnly) {
