@@ -43,6 +43,13 @@ if(VANTA_SANITIZE)
     list(APPEND _options -fno-sanitize-recover=undefined)
     if(VANTA_SANITIZE MATCHES "address")
       list(APPEND _options -fno-sanitize=null -fno-sanitize=object-size)
+      if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        # The host calls what it looked up by name in a library that does not know its headers: same arguments, other names.
+        list(APPEND _options -fno-sanitize=function)
+        # A name that a program and a library both define is the program's, which may not know of the sanitizer: each library
+        # watches its own copy.
+        list(APPEND _options -fsanitize-address-use-odr-indicator)
+      endif()
     endif()
   endif()
   define_property(TARGET PROPERTY VANTA_UNCHECKED INHERITED BRIEF_DOCS "Compiled without a sanitizer" FULL_DOCS "-")

@@ -27,9 +27,9 @@ vanta_packages() {
       printf '%s\n' xdotool openbox
       ;;
     ci)
-      # g++ for the sanitizers' builds, clang's runtime for the fuzzers, its styles. ccache pays where the same is built
-      # again: an empty cache costs a newcomer's one build a minute.
-      printf '%s\n' libclang-rt-14-dev clang-format clang-tidy g++ ccache
+      # clang's sanitizers, what reads their reports' addresses, its styles; g++, which everybody else has. ccache pays where the
+      # same is built again: an empty cache costs a newcomer's one build a minute.
+      printf '%s\n' libclang-rt-14-dev llvm clang-format clang-tidy g++ ccache
       ;;
     windows)
       # The cross compiler, the sources that are compiled with it, and Wine with a display to run the result.

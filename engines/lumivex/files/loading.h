@@ -8,6 +8,8 @@
 #include <future>
 #include <memory>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "files/loader.h"
@@ -39,7 +41,7 @@ class Loading {
 
   // `read` takes the flag that tells it to stop; what it throws becomes
   // Result::Failed. It runs on the loader's thread, so all that it uses must be
-  // its own. Throws std::system_error when no thread can be made.
+  // its own. Where no thread can be made for it, that is what has failed.
   template <typename Read>
   void Start(Loader &loader, Read read) {
     Cancel();
@@ -47,14 +49,18 @@ class Loading {
     result_ = job->result.get_future();
     job_ = job;
     pending_.emplace();
-    loader.Do([job, read = std::move(read)] {
-      if (job->cancelled.load(std::memory_order_relaxed)) return;
-      try {
-        job->result.set_value(read(job->cancelled));
-      } catch (const std::exception &error) {
-        job->result.set_value(Result::Failed(error.what()));
-      }
-    });
+    try {
+      loader.Do([job, read = std::move(read)] {
+        if (job->cancelled.load(std::memory_order_relaxed)) return;
+        try {
+          job->result.set_value(read(job->cancelled));
+        } catch (const std::exception &error) {
+          job->result.set_value(Result::Failed(error.what()));
+        }
+      });
+    } catch (const std::system_error &error) {
+      job->result.set_value(Result::Failed(std::string("no thread to read it: ") + error.what()));
+    }
   }
 
   // Does not wait for the reader: what it still brings is dropped.

@@ -1,11 +1,8 @@
 // How a worker begins and ends.
 #include <callback/signal.h>
-#include <dlfcn.h>
-#include <pthread.h>
 #include <util/bmem.h>
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -17,26 +14,11 @@
 #include <thread>
 
 #include "engine/faceless_instance.h"
+#include "fakes/failures/failing_threads.h"
 #include "fixtures/module/worker_fixture.h"
 #include "fixtures/process/log_capture.h"
 #include "fixtures/process/wait.h"
-#include "vanta_base/export.h"
 #include "vanta_filter/engine/ability_handler.h"
-
-namespace {
-
-thread_local int threads_left = -1;  // that the calling thread can make; negative: no limit
-
-}  // namespace
-
-// In place of the C library's, which runs out of threads at no test's bidding.
-extern "C" VANTA_EXPORT int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*main)(void *),
-                                           void *argument) noexcept {
-  if (threads_left == 0) return EAGAIN;
-  if (threads_left > 0) --threads_left;
-  static const auto own = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-  return own(thread, attributes, main, argument);
-}
 
 namespace {
 
@@ -103,18 +85,20 @@ TEST_F(WorkerLife, StopDoesNotWaitForAFrameInProgress) {
 
 TEST_F(WorkerLife, StartWithoutAThreadThrows) {
   MakeWorker();
-  threads_left = 0;
-  EXPECT_THROW(worker_->start(), std::system_error);
-  threads_left = -1;
+  {
+    const failing_threads::Limit none(0);
+    EXPECT_THROW(worker_->start(), std::system_error);
+  }
   StopWorker();
   EXPECT_FALSE(log_.HasText("[beauty] FaceBeautyFilterWorker start"));
 }
 
 TEST_F(WorkerLife, StartWithoutAStatisticsThreadThrowsAndTheWorkerEndsUnstopped) {
   MakeWorker();
-  threads_left = 1;
-  EXPECT_THROW(worker_->start(), std::system_error);
-  threads_left = -1;
+  {
+    const failing_threads::Limit one(1);
+    EXPECT_THROW(worker_->start(), std::system_error);
+  }
   vanta::FaceBeautyFilterWorker *const worker = worker_.get();
   std::atomic<bool> gone{false};
   std::thread unwinding([&] {

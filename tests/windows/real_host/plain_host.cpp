@@ -43,21 +43,40 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-[[noreturn]] void Fail(const std::string &what) {
-  std::printf("failed: %s\n", what.c_str());
+std::string TextOf(const char *format, va_list arguments) {
+  char text[4096];
+  std::vsnprintf(text, sizeof(text), format, arguments);
+  return text;
+}
+
+std::string Text(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = TextOf(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+// Every line is printed whole: another thread may log at any time.
+std::mutex output_mutex;
+std::string logged;  // all of it
+
+void Tell(const std::string &line) {
+  const std::lock_guard lock(output_mutex);
+  std::printf("%s\n", line.c_str());
   std::fflush(stdout);
+}
+
+[[noreturn]] void Fail(const std::string &what) {
+  Tell("failed: " + what);
   std::_Exit(2);
 }
 
-std::mutex log_mutex;
-std::string logged;  // all of it
-
 void Log(int level, const char *format, va_list arguments, void *) {
-  char text[4096];
-  std::vsnprintf(text, sizeof(text), format, arguments);
-  const std::lock_guard lock(log_mutex);
-  logged += std::string(text) + "\n";
-  std::printf("log %d %s\n", level, text);
+  const std::string text = TextOf(format, arguments);
+  const std::lock_guard lock(output_mutex);
+  logged += text + "\n";
+  std::printf("log %d %s\n", level, text.c_str());
   std::fflush(stdout);
 }
 
@@ -86,7 +105,7 @@ void AwaitTicksUntil(const std::string &what, Condition condition) {
 }
 
 bool HasLogged(const std::string &line) {
-  const std::lock_guard lock(log_mutex);
+  const std::lock_guard lock(output_mutex);
   return logged.find(line) != std::string::npos;
 }
 
@@ -127,7 +146,7 @@ void ForgetHeard() {
 
 void TellHeard() {
   const std::lock_guard lock(listener.mutex);
-  if (listener.count > 0) std::printf("heard %s\n", listener.last.c_str());
+  if (listener.count > 0) Tell("heard " + listener.last);
 }
 
 // ---- Sources ----
@@ -290,7 +309,7 @@ void TellNames(const Words &) {
   for (size_t i = 0; obs_enum_filter_types(i, &id); ++i) {
     if ((obs_get_source_output_flags(id) & OBS_SOURCE_VIDEO) == 0) continue;
     const char *name = obs_source_get_display_name(id);
-    std::printf("name %s = %s\n", id, name ? name : "");
+    Tell(Text("name %s = %s", id, name ? name : ""));
   }
 }
 
@@ -305,20 +324,20 @@ void TellControls(obs_properties_t *page, const std::string &indent);
 
 void TellControl(obs_property_t *control, const std::string &indent) {
   const obs_property_type type = obs_property_get_type(control);
-  std::printf("%s%s type=%d visible=%d enabled=%d \"%s\"", indent.c_str(), obs_property_name(control),
-              static_cast<int>(type), obs_property_visible(control), obs_property_enabled(control),
-              OneLine(obs_property_description(control)).c_str());
+  std::string line = Text("%s%s type=%d visible=%d enabled=%d \"%s\"", indent.c_str(), obs_property_name(control),
+                          static_cast<int>(type), obs_property_visible(control), obs_property_enabled(control),
+                          OneLine(obs_property_description(control)).c_str());
   if (type == OBS_PROPERTY_INT)
-    std::printf(" %d..%d by %d%s", obs_property_int_min(control), obs_property_int_max(control),
-                obs_property_int_step(control), OneLine(obs_property_int_suffix(control)).c_str());
+    line += Text(" %d..%d by %d%s", obs_property_int_min(control), obs_property_int_max(control),
+                 obs_property_int_step(control), OneLine(obs_property_int_suffix(control)).c_str());
   if (type == OBS_PROPERTY_FLOAT)
-    std::printf(" %g..%g by %g", obs_property_float_min(control), obs_property_float_max(control),
-                obs_property_float_step(control));
+    line += Text(" %g..%g by %g", obs_property_float_min(control), obs_property_float_max(control),
+                 obs_property_float_step(control));
   if (type == OBS_PROPERTY_LIST) {
     for (size_t i = 0; i < obs_property_list_item_count(control); ++i)
-      std::printf(" [%s]", OneLine(obs_property_list_item_name(control, i)).c_str());
+      line += Text(" [%s]", OneLine(obs_property_list_item_name(control, i)).c_str());
   }
-  std::printf("\n");
+  Tell(line);
   if (type == OBS_PROPERTY_GROUP) TellControls(obs_property_group_content(control), indent + "  ");
 }
 
@@ -334,7 +353,7 @@ void TellPages(const Words &words) {
   obs_source_t *source = FrameSource();
   for (const std::string &id : words) {
     obs_source_t *filter = AddFilter(source, id);
-    std::printf("page %s\n", id.c_str());
+    Tell("page " + id);
     obs_properties_t *page = obs_source_properties(filter);
     if (page) TellControls(page, "  ");
     obs_properties_destroy(page);
@@ -374,7 +393,7 @@ void AwaitEnd(obs_source_t *source, int last_number) {
     number = seen;
     return number == last_number && obs_source_media_get_state(source) == OBS_MEDIA_STATE_ENDED;
   });
-  std::printf("numbers %d\n", numbers);
+  Tell(Text("numbers %d", numbers));
 }
 
 Picture PlayAgain(obs_source_t *source, int last_number) {
@@ -430,7 +449,7 @@ void MakeCycles(const Words &words) {
   }
   obs_source_dec_showing(source);
   obs_source_release(source);
-  std::printf("cycles done\n");
+  Tell("cycles done");
 }
 
 void ChangeSizes(const Words &words) {
@@ -460,7 +479,7 @@ void ChangeSizes(const Words &words) {
   for (obs_source_t *filter : filters) RemoveFilter(source, filter);
   obs_source_dec_showing(source);
   obs_source_release(source);
-  std::printf("sizes drawn %d\n", drawn);
+  Tell(Text("sizes drawn %d", drawn));
 }
 
 void TakeScreenshots(const Words &words) {
@@ -477,7 +496,7 @@ void TakeScreenshots(const Words &words) {
   obs_set_output_source(0, nullptr);
   for (obs_source_t *filter : filters) RemoveFilter(source, filter);
   obs_source_release(source);
-  std::printf("screenshots %d\n", drawn);
+  Tell(Text("screenshots %d", drawn));
 }
 
 // The sources go while their filters work; libobs's end follows at once.
@@ -559,7 +578,7 @@ int main(int count, char **arguments) {
   TakeSteps({words.begin() + 2, words.end()});
   obs_remove_tick_callback(CountTick, nullptr);
   obs_shutdown();
-  std::printf("leaks %ld\n", bnum_allocs());
-  std::printf("done\n");
+  Tell(Text("leaks %ld", bnum_allocs()));
+  Tell("done");
   return 0;
 }

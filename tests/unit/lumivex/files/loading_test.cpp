@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "fakes/failures/failing_threads.h"
+
 namespace lumivex_test {
 namespace {
 
@@ -87,6 +89,21 @@ TEST(Loading, TurnsWhatIsThrownIntoAFailure) {
   Words words;
   words.Start(loader, [](const std::atomic<bool> &) -> Word { throw std::runtime_error("no memory"); });
   EXPECT_EQ(words.Take(true)->text, "failed: no memory");
+}
+
+TEST(Loading, FailsWhereNoThreadCanBeMadeAndReadsOnceOneCan) {
+  lumivex::Loader loader;
+  Words words;
+  const auto read = [](const std::atomic<bool> &) { return Word{"read"}; };
+  {
+    const vanta_test::failing_threads::Limit none(0);
+    words.Start(loader, read);
+  }
+  const std::optional<Word> failed = words.Take(false);
+  ASSERT_TRUE(failed);
+  EXPECT_EQ(failed->text.rfind("failed: no thread to read it: ", 0), 0u) << failed->text;
+  words.Start(loader, read);
+  EXPECT_EQ(words.Take(true)->text, "read");
 }
 
 }  // namespace
